@@ -26,19 +26,19 @@ bool IsOpenTo(const struct stat& status, uid_t user) {
   return (status.st_mode & S_IWOTH) != 0 || (user == kRoot && group);
 }
 
-std::string ObjectionToDirectory(const struct stat& directory, uid_t user) {
+std::string TrustErrorOfDirectory(const struct stat& directory, uid_t user) {
   if (user != kRoot) return {};
   if (!IsTrustedOwner(directory.st_uid, user)) return BelongsTo(directory.st_uid);
   const bool isSticky = (directory.st_mode & S_ISVTX) != 0;
   return IsOpenTo(directory, user) && !isSticky ? kWritable : std::string();
 }
 
-std::string ObjectionToComponent(bool isInOpenDirectory, const struct stat& entry, uid_t user) {
+std::string TrustErrorOfComponent(bool isInOpenDirectory, const struct stat& entry, uid_t user) {
   const bool isForeign = isInOpenDirectory && !IsTrustedOwner(entry.st_uid, user);
   return isForeign ? BelongsTo(entry.st_uid) : std::string();
 }
 
-std::string ObjectionToFile(bool isInOpenDirectory, const struct stat& file, uid_t user) {
+std::string TrustErrorOfFile(bool isInOpenDirectory, const struct stat& file, uid_t user) {
   if (IsDevice(file) || !(user == kRoot || isInOpenDirectory)) return {};
   if (!IsTrustedOwner(file.st_uid, user)) return BelongsTo(file.st_uid);
   if (S_ISDIR(file.st_mode)) return {};
@@ -46,7 +46,7 @@ std::string ObjectionToFile(bool isInOpenDirectory, const struct stat& file, uid
   return user == kRoot && IsOpenTo(file, user) ? kWritable : std::string();
 }
 
-std::string ObjectionToCode(const struct stat& status, uid_t user) {
+std::string TrustErrorOfCode(const struct stat& status, uid_t user) {
   if (!IsTrustedOwner(status.st_uid, user)) return BelongsTo(status.st_uid);
   const bool counts = S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
   return counts && IsOpenTo(status, user) ? kWritable : std::string();

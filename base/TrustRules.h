@@ -3,13 +3,13 @@
 // Trusted owners are root and the user for whom the path is checked. For root, every directory of
 // the path must be owned by root and must either be writable only by root or be sticky, like /tmp;
 // the file itself must be owned by root and be writable only by root. Other users may share
-// directories and files. However, in a directory that others can write, links and files with an
+// directories and files. However, in a directory that others can write to, links and files with an
 // untrusted owner are rejected for every user. Files with more than one hard link are also rejected
-// there, because anyone who can write the directory can link another user's file into it.
+// there, because anyone who can write to the directory can link another user's file into it.
 //
-// Functions that return an objection return an empty string if there is none, and otherwise a
-// reason to append to the file name: "is owned by uid 1000", "can be written by other users", "has
-// a second hard link".
+// The functions named `TrustErrorOf...` return the reason for rejecting a file, to be appended to
+// its name, or an empty string if the file is accepted: "is owned by uid 1000", "can be written by
+// other users", "has a second hard link".
 #pragma once
 
 #include <sys/stat.h>
@@ -22,25 +22,25 @@ namespace Base {
 // Whether `owner` is root or `user`.
 bool IsTrustedOwner(uid_t owner, uid_t user);
 
-// Whether users other than root and `user` can write the file, or create files in the directory.
+// Whether users other than root and `user` can write to the file or create files in the directory.
 // Group write permission counts only if `user` is root, because ordinary users often share a
 // directory with a group.
 bool IsOpenTo(const struct stat& status, uid_t user);
 
-// Returns the objection to using any file in this directory.
-std::string ObjectionToDirectory(const struct stat& directory, uid_t user);
+// Returns the reason for rejecting every file in this directory.
+std::string TrustErrorOfDirectory(const struct stat& directory, uid_t user);
 
-// Returns the objection to following a link or entering a directory in the middle of a path.
-// `isInOpenDirectory`: other users can write the directory that contains the entry.
-std::string ObjectionToComponent(bool isInOpenDirectory, const struct stat& entry, uid_t user);
+// Returns the reason for not following a link or not entering a directory in the middle of a path.
+// `isInOpenDirectory`: other users can write to the directory that contains the entry.
+std::string TrustErrorOfComponent(bool isInOpenDirectory, const struct stat& entry, uid_t user);
 
-// Returns the objection to using the file at the end of a path. Devices are always accepted, since
-// only root can create them. For a directory, only the owner is checked.
-std::string ObjectionToFile(bool isInOpenDirectory, const struct stat& file, uid_t user);
+// Returns the reason for rejecting the file at the end of a path. Devices are always accepted,
+// because only root can create them. For a directory, only the owner is checked.
+std::string TrustErrorOfFile(bool isInOpenDirectory, const struct stat& file, uid_t user);
 
-// Returns the objection to running code from this file or directory. The owner must be trusted and
-// others must not be able to write it, whoever `user` is.
-std::string ObjectionToCode(const struct stat& status, uid_t user);
+// Returns the reason for not running code from this file or directory. The owner must be trusted
+// and others must not be able to write it, even if `user` is not root.
+std::string TrustErrorOfCode(const struct stat& status, uid_t user);
 
 // Return the mode for new files and directories that pass these checks for `user`: writable only by
 // root if `user` is root; otherwise limited only by the umask.

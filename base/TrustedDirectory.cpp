@@ -42,15 +42,15 @@ class Resolver {
   void Push(const path& given) {
     std::vector<std::string> names;
     for (const path& part : given) {
-      const bool isHere = part.empty() || part == ".";
-      if (part == "/" || part == "//" || (isHere && !m_FindsFile)) continue;
-      names.push_back(isHere ? "." : part.string());
+      const bool isCurrentDirectory = part.empty() || part == ".";
+      if (part == "/" || part == "//" || (isCurrentDirectory && !m_FindsFile)) continue;
+      names.push_back(isCurrentDirectory ? "." : part.string());
     }
     m_Rest.insert(m_Rest.end(), names.rbegin(), names.rend());
   }
 
   bool Start(const path& given) {
-    m_Shown = given.is_absolute() ? "/" : "";
+    m_DisplayPath = given.is_absolute() ? "/" : "";
     return Open(AT_FDCWD, given.is_absolute() ? "/" : ".");
   }
 
@@ -59,9 +59,9 @@ class Resolver {
     return false;
   }
 
-  bool Accept(const path& name, const std::string& objection) {
-    if (!objection.empty()) m_Result.m_Objection = name.string() + " " + objection;
-    return objection.empty();
+  bool Accept(const path& name, const std::string& trustError) {
+    if (!trustError.empty()) m_Result.m_TrustError = name.string() + " " + trustError;
+    return trustError.empty();
   }
 
   bool Open(int directory, const std::string& name) {
@@ -72,19 +72,19 @@ class Resolver {
   }
 
   bool Enter(const std::string& name) {
-    Show(name);
+    UpdateDisplayPath(name);
     return Open(m_Result.m_Directory.Get(), name);
   }
 
-  // Updates `m_Shown` for entering `name`. `m_Shown` contains no symbolic links, so ".." removes
-  // its last name.
-  void Show(const std::string& name) {
+  // Updates `m_DisplayPath` for entering `name`. `m_DisplayPath` contains no symbolic links, so
+  // ".." removes its last name.
+  void UpdateDisplayPath(const std::string& name) {
     if (name == ".") return;
-    const bool isKnown = m_Shown.has_filename() && m_Shown.filename() != "..";
-    if (name == ".." && (isKnown || m_Shown == "/")) {
-      m_Shown = m_Shown.parent_path();
+    const bool isKnown = m_DisplayPath.has_filename() && m_DisplayPath.filename() != "..";
+    if (name == ".." && (isKnown || m_DisplayPath == "/")) {
+      m_DisplayPath = m_DisplayPath.parent_path();
     } else {
-      m_Shown /= name;
+      m_DisplayPath /= name;
     }
   }
 
@@ -93,16 +93,17 @@ class Resolver {
     m_Rest.pop_back();
     struct stat directory {};
     if (StatusOfOpened(m_Result.m_Directory.Get(), &directory) != 0) return Fail(errno);
-    const path shown = m_Shown.empty() ? "." : m_Shown;
-    if (!Accept(shown, ObjectionToDirectory(directory, m_User))) return false;
+    const path shown = m_DisplayPath.empty() ? "." : m_DisplayPath;
+    if (!Accept(shown, TrustErrorOfDirectory(directory, m_User))) return false;
     const bool isShared = IsOpenTo(directory, m_User);
     struct stat entry {};
     if (fstatat(m_Result.m_Directory.Get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0) {
       return Missing(name, isShared, errno);
     }
-    if (!S_ISLNK(entry.st_mode)) return IsFile() ? End(name, isShared) : Enter(name);
+    if (!S_ISLNK(entry.st_mode)) return IsFile() ? Finish(name, isShared) : Enter(name);
     const bool isStrict = m_Options.m_RefusesForeignLinks && m_User == 0;
-    return Accept(m_Shown / name, ObjectionToComponent(isShared || isStrict, entry, m_User)) &&
+    return Accept(m_DisplayPath / name,
+                  TrustErrorOfComponent(isShared || isStrict, entry, m_User)) &&
            Follow(name);
   }
 
@@ -110,14 +111,14 @@ class Resolver {
   bool IsFile() const { return m_FindsFile && m_Rest.empty(); }
 
   // Records the file. Returns true; `Run` then stops because no names are left.
-  bool End(const std::string& name, bool isShared) {
+  bool Finish(const std::string& name, bool isShared) {
     m_Result.m_Name = name;
     m_Result.m_IsWritableByOthers = isShared;
     return true;
   }
 
   bool Missing(const std::string& name, bool isShared, int error) {
-    if (error == ENOENT && IsFile()) return End(name, isShared);
+    if (error == ENOENT && IsFile()) return Finish(name, isShared);
     if (error != ENOENT || !m_Options.m_CreatesDirectories) return Fail(error);
     const bool created =
         mkdirat(m_Result.m_Directory.Get(), name.c_str(), NewDirectoryMode(m_User)) == 0;
@@ -142,7 +143,7 @@ class Resolver {
   const uid_t m_User;
   const bool m_FindsFile;
   TrustedDirectory m_Result;
-  path m_Shown;                     // path of `m_Result.m_Directory`, for objections
+  path m_DisplayPath;               // path of `m_Result.m_Directory`, for the reason for rejection
   std::vector<std::string> m_Rest;  // names left to resolve, the next one last
   int m_Links = 0;
 };

@@ -1,8 +1,8 @@
 // Opens a directory component by component through descriptors, so that no other user can redirect
 // the path.
 //
-// Paths are checked for the process's effective user. Relative paths start at the current
-// directory; a path may lead through up to 40 symbolic links. The only exception thrown is
+// Paths are checked for the process's effective user. Relative paths are resolved against the
+// current directory. At most 40 symbolic links are followed. The only exception thrown is
 // std::bad_alloc.
 #pragma once
 
@@ -13,8 +13,8 @@
 
 namespace Base {
 
-// An open directory, or the reason why it is not open. Exactly one of these is true: the directory
-// is open, `m_Objection` is not empty, or `m_Error` is not 0.
+// An open directory, or why it is not open. Exactly one of these is true: the directory is open,
+// `m_TrustError` is not empty, or `m_Error` is not 0.
 struct TrustedDirectory {
   Descriptor m_Directory;  // opened with O_PATH: for openat(), fstatat() and similar calls
   // The name of the file in `m_Directory`, set by `OpenDirectoryOf` only. The file was not a
@@ -22,19 +22,20 @@ struct TrustedDirectory {
   std::string m_Name;
   bool m_IsWritableByOthers = false;  // other users can create files in the directory
   int m_Error = 0;                    // errno of the step that failed
-  std::string m_Objection;  // by the rules in TrustRules.h: "/tmp/link is owned by uid 1000"
+  // The rule in TrustRules.h that failed, such as "/tmp/link is owned by uid 1000".
+  std::string m_TrustError;
 };
 
 // Opens `directory`, following symbolic links, and checks every directory of the path except
 // `directory` itself. Does not set `m_IsWritableByOthers`.
 TrustedDirectory OpenTrustedDirectory(const std::filesystem::path& directory);
 
-// Options of `OpenDirectoryOf`.
+// Options for `OpenDirectoryOf`.
 struct OpenDirectoryOptions {
-  // Create missing directories of the path, with the mode of `NewDirectoryMode`.
+  // Create missing directories in the path, with the mode that `NewDirectoryMode` returns.
   bool m_CreatesDirectories = false;
-  // If the user is root, also reject links that are owned by other users in directories that only
-  // root can write.
+  // If the user is root, also reject links that belong to another user, even in directories to
+  // which only root can write.
   bool m_RefusesForeignLinks = false;
 };
 

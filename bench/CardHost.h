@@ -10,7 +10,7 @@
 
 namespace CorvaneBench {
 
-// Functions throw `std::runtime_error` if a command fails, because there is nothing to measure.
+// Functions throw `std::runtime_error` if a command fails.
 class CardHost {
  public:
   explicit CardHost(int cards);

@@ -11,9 +11,9 @@ namespace CorvaneBench {
 namespace {
 
 // The part of the measured time that a benchmark reports.
-using Part = double Split::*;
-constexpr Part kPlugin = &Split::m_Whole;
-constexpr Part kLibrary = &Split::m_Library;
+using Part = double TimeSplit::*;
+constexpr Part kPlugin = &TimeSplit::m_Total;
+constexpr Part kLibrary = &TimeSplit::m_InLibrary;
 
 class RunningHost : public CardHost {
  public:
@@ -33,7 +33,7 @@ void Scan(benchmark::State& state, Part part) {
   CardHost host(static_cast<int>(state.range(0)));
   for ([[maybe_unused]] auto _ : state) {
     host.Create();
-    state.SetIterationTime(Timed([&] { host.Initialize(); }).*part);
+    state.SetIterationTime(MeasureTime([&] { host.Initialize(); }).*part);
     RequireObjects(host.Topology(), state.range(0));
     host.Stop();
   }
@@ -44,7 +44,7 @@ void Watch(benchmark::State& state, Part part) {
   host.AssignAdapterNumbers();
   host.PassSeconds(60);
   for ([[maybe_unused]] auto _ : state) {
-    state.SetIterationTime(Timed([&] { host.PassSeconds(15); }).*part);
+    state.SetIterationTime(MeasureTime([&] { host.PassSeconds(15); }).*part);
   }
 }
 
@@ -52,7 +52,7 @@ void Topology(benchmark::State& state, Part part) {
   RunningHost host(state);
   RequireObjects(host.Topology(), state.range(0));
   for ([[maybe_unused]] auto _ : state) {
-    state.SetIterationTime(Timed([&] { benchmark::DoNotOptimize(host.Topology()); }).*part);
+    state.SetIterationTime(MeasureTime([&] { benchmark::DoNotOptimize(host.Topology()); }).*part);
   }
 }
 
@@ -71,7 +71,7 @@ void Listing(benchmark::State& state, Part part) {
   const std::uint64_t adapter = host.FirstAdapter();
   for ([[maybe_unused]] auto _ : state) {
     const auto list = [&] { benchmark::DoNotOptimize(host.Properties(adapter)); };
-    state.SetIterationTime(Timed(list).*part);
+    state.SetIterationTime(MeasureTime(list).*part);
   }
 }
 

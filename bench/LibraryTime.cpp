@@ -31,7 +31,7 @@ Function* Next(Function*, const char* name) {
 
 }  // namespace
 
-Clock::duration InLibrary() {
+Clock::duration TimeInLibrary() {
   return Clock::duration(g_Inside.load());
 }
 

@@ -8,21 +8,21 @@ namespace CorvaneBench {
 using Clock = std::chrono::steady_clock;
 
 // Returns the time that all threads have spent in the card library since the program started.
-Clock::duration InLibrary();
+Clock::duration TimeInLibrary();
 
 // The duration of a task, and the part of it spent in the card library, in seconds.
-struct Split {
-  double m_Whole;
-  double m_Library;
+struct TimeSplit {
+  double m_Total;
+  double m_InLibrary;
 };
 
 template <class Work>
-Split Timed(Work work) {
-  const Clock::duration library = InLibrary();
+TimeSplit MeasureTime(Work work) {
+  const Clock::duration library = TimeInLibrary();
   const Clock::time_point begin = Clock::now();
   work();
   const std::chrono::duration<double> whole = Clock::now() - begin;
-  const std::chrono::duration<double> inside = InLibrary() - library;
+  const std::chrono::duration<double> inside = TimeInLibrary() - library;
   return {whole.count(), inside.count()};
 }
 

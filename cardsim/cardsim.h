@@ -30,7 +30,7 @@ class CARDSIM_API NoSuchThing : public std::runtime_error {
 };
 
 // Returns the name of a value of the attribute `iom_state`, such as "attached" for 2. A value that
-// is not a state is "failed", as a host treats it. Never null. The text is static.
+// is not a state is "failed", as a host treats it. Never null. The string is static.
 CARDSIM_API const char* CardStateName(std::uint64_t state);
 
 // A file of simulated cards. The object contains only the path and can be copied; each function
@@ -90,8 +90,10 @@ class CARDSIM_API StateFile {
   //   iom_format_size_mode              true if a format has size modes
   //   overformat_size_bytes             the largest size in size mode 11, in bytes
   //   attach_ms, detach_ms, format_ms   duration of the jobs, in milliseconds
-  //   in_use                            true makes a detach without force fail
-  //   volumes                           [{"state": 1, "settable": true, "refuses": false}, ...]
+  //   in_use                            if true, a detach without force fails
+  //   volumes                           [{"state": 1, "settable": true, "refuses": false}, ...]:
+  //                                     "settable": false rejects any change of state,
+  //                                     "refuses": true rejects each new state
   //
   // Setting `iom_state` also aborts a running job of the card; waiting for that job then fails.
   void Set(const std::string& card, const std::string& attribute, const std::string& value);
@@ -117,8 +119,9 @@ class CARDSIM_API StateFile {
   void ClearFailure(const std::string& function);
 
   // Writes a sysfs tree with one PCI device per card under `directory`, which is created if
-  // missing. Replaces a tree that cardsim wrote earlier; throws if there is a tree that cardsim did
-  // not write. After any other failure the tree may be incomplete; calling again completes it.
+  // missing. Replaces a tree that cardsim created earlier; throws if the existing tree was not
+  // created by cardsim. After any other failure, the tree may be incomplete; another call completes
+  // it.
   void WriteSysfs(const std::filesystem::path& directory) const;
 
  private:
@@ -133,7 +136,7 @@ struct CARDSIM_API Call {
   std::string text() const;  // the three in one line: "vsl_set_beacon_state card#1 0"
 };
 
-// Clears the log, hook, requested failures, handles and misuse; handle numbers restart at 1.
+// Clears the log, hook, injected failures, handles and misuse; handle numbers restart at 1.
 // Running jobs are abandoned, and their cards return to their previous states. Logging starts with
 // the first `Reset` in a process, so that programs that never call it do not pay for the log.
 CARDSIM_API void Reset();
@@ -154,7 +157,7 @@ CARDSIM_API void FailCall(const std::string& function, unsigned int nth, std::ui
 // Calls `hook` before every call, on the calling thread and without holding a lock, so that it may
 // wait, edit the file or call the card library. Replaces an earlier hook; an empty function removes
 // it. The earlier hook may still be running on another thread afterwards. An exception thrown by
-// the hook passes through the card library to its caller.
+// the hook propagates through the card library to its caller.
 CARDSIM_API void SetHook(std::function<void(const Call&)> hook);
 
 // Returns the handles that were created and not yet destroyed, such as "card#1", in order of

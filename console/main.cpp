@@ -22,7 +22,7 @@ std::string GuessVerb(const Words& arguments, const Options& options) {
   return found == arguments.end() ? std::string() : *found;
 }
 
-// Returns the command that an invalid command line names, or null if it names none or a hidden one.
+// Returns the command named on an invalid command line; null if there is none or it is hidden.
 const Command* NamedCommand(const Options& options) {
   const Command* found =
       options.m_Words.empty() ? nullptr : AllCommands().Find(options.m_Words.front());

@@ -14,23 +14,23 @@ namespace {
 using namespace DatabaseORM;
 
 // Returns the cell that a statement with this text stores.
-std::string Stored(const std::string& text) {
+std::string StoredCell(const std::string& text) {
   const bool quoted = text.size() >= 2 && text.front() == '"';
   return quoted ? text.substr(1, text.size() - 2) : text;
 }
 
 template <class Field>
-bool Same(const Field& left, const Field& right) {
+bool AreEqual(const Field& left, const Field& right) {
   return left == right;
 }
 
 // Doubles are written with six decimal places.
-bool Same(double left, double right) {
+bool AreEqual(double left, double right) {
   if (std::isnan(left) || std::isinf(left)) return number_text(left) == number_text(right);
   return std::abs(left - right) <= 0.51e-6;
 }
 
-// Requires that a value that is read and written reads back unchanged.
+// Requires that a value survives a round trip through its text.
 template <class Field>
 void ReadBack(const std::string& cell) {
   Field value{};
@@ -42,9 +42,9 @@ void ReadBack(const std::string& cell) {
     return;
   }
   const std::string text = value_text(value);
-  Field again{};
-  read_cell(Stored(text), again);
-  Require(Same(value, again), "a cell does not read back: " + text);
+  Field readBack{};
+  read_cell(StoredCell(text), readBack);
+  Require(AreEqual(value, readBack), "cell does not survive a round trip: " + text);
 }
 
 // A negative number is read as an unsigned one in the upper half of the range, which the database

@@ -24,8 +24,7 @@ bool Accepted(Use use) {
   try {
     use();
   } catch (const Console::Failure& failure) {
-    Require(!failure.m_Text.empty() && !failure.m_Id.empty(),
-            "a rejection without a text or an id");
+    Require(!failure.m_Text.empty() && !failure.m_Id.empty(), "rejection has no message or id");
     return false;
   }
   return true;
@@ -90,22 +89,25 @@ std::vector<std::string> Lines(const std::string& input) {
 void Selector(const std::string& input) {
   const Console::Object* found = nullptr;
   if (!Accepted([&] { found = &Console::Select(TheModel(), input); })) return;
-  Require(&Console::Select(TheModel(), found->m_Selector) == found, "lost by its selector");
-  Require(&Console::Select(TheModel(), Console::IdText(found->m_ID)) == found, "lost by its id");
+  Require(&Console::Select(TheModel(), found->m_Selector) == found,
+          "object not found by its own selector");
+  Require(&Console::Select(TheModel(), Console::IdText(found->m_ID)) == found,
+          "object not found by its own id");
 }
 
 // Input: a duration or a timestamp.
 void Times(const std::string& input) {
   if (const auto duration = Console::ReadDuration(input)) {
-    Require(duration->count() >= 0, "a negative duration");
+    Require(duration->count() >= 0, "duration is negative");
     const std::string milliseconds = std::to_string(duration->count()) + "ms";
     const auto again = Console::ReadDuration(milliseconds);
-    Require(!again || *again == *duration, "a duration does not read back: " + milliseconds);
-    Require(!Console::ElapsedText(*duration).empty(), "a duration without a text");
+    Require(!again || *again == *duration,
+            "duration does not survive a round trip: " + milliseconds);
+    Require(!Console::ElapsedText(*duration).empty(), "elapsed time is empty");
   }
   std::uint64_t timestamp = 0;
   if (!Accepted([&] { timestamp = Console::ParseTimestamp("--since", input, kNowMs); })) return;
-  Require(!Console::SinceText(timestamp, kNowMs).empty(), "a timestamp without a text");
+  Require(!Console::SinceText(timestamp, kNowMs).empty(), "formatted timestamp is empty");
 }
 
 // Input: the command line, one word per line.
@@ -119,15 +121,15 @@ void Options(const std::string& input) {
   if (words.empty() || options.m_Help || options.m_Version) return;
   words.insert(words.begin(), "--");
   Console::ParseCommandLine(words, again);
-  Require(again.m_Words == options.m_Words, "words do not read back");
+  Require(again.m_Words == options.m_Words, "words do not survive a round trip");
 }
 
 // Input: a condition of `wait`.
 void Condition(const std::string& input) {
   Accepted([&] {
     const Console::Condition condition(input);
-    Require(condition.Text() == input, "a condition does not read back");
-    if (condition.Wants() != Console::Presence::Required) return;
+    Require(condition.Text() == input, "condition does not survive a round trip");
+    if (condition.RequiredPresence() != Console::Presence::Required) return;
     for (const Console::Object& object : TheModel().Objects()) condition.Check(object);
   });
 }

@@ -16,7 +16,7 @@ Directory::Directory() {
   const bool writable = access(memory.c_str(), W_OK) == 0;
   std::string name =
       (writable ? memory : std::filesystem::temp_directory_path()) / "corvane-fuzz-XXXXXX";
-  Require(mkdtemp(name.data()) != nullptr, "no temporary directory");
+  Require(mkdtemp(name.data()) != nullptr, "cannot create a temporary directory");
   m_Path = name;
 }
 

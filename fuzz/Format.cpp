@@ -19,7 +19,7 @@ constexpr std::size_t kMaxParameters = 16;
 constexpr std::uint32_t kNames[] = {PI::Property::FORMATTING, PI::Property::SIZE,
                                     PI::Property::BLOCK_SIZE, PI::Property::NAME};
 
-// Values that are valid as a choice.
+// Valid values of choice parameters.
 constexpr std::int32_t kChoices[] = {PI::Value::MAXIMUM_CAPACITY,
                                      PI::Value::FACTORY_CAPACITY,
                                      PI::Value::IMPROVED_PERFORMANCE,
@@ -95,7 +95,7 @@ bool Contains(const std::vector<std::string>& calls, const std::string& function
 void Format(const std::string& input) {
   static FormatHost host;
   host.MakeReady();
-  host.ForgetCalls();
+  host.ClearCalls();
   std::vector<PI::CProperty> parameters;
   for (std::size_t at = 0; at + kBytes <= input.size() && parameters.size() < kMaxParameters;
        at += kBytes) {
@@ -106,7 +106,7 @@ void Format(const std::string& input) {
           "a format returned " + std::to_string(result));
   Require((result == PI::SUCCESS) == Contains(host.Calls(), "vsl_op_wait_for_result"),
           "the result does not match the calls");
-  Require(CardSim::OpenHandles().empty(), "a handle was left open");
+  Require(CardSim::OpenHandles().empty(), "a handle was not destroyed");
   Require(CardSim::Misuse().empty(), "the card library was misused");
 }
 

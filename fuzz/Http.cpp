@@ -1,4 +1,5 @@
-// Requests to the service, and the texts in them.
+// HTTP requests to the service, and the parts that are parsed separately: escapes, entity tags and
+// bodies.
 #include <algorithm>
 #include <sstream>
 #include <string>
@@ -96,28 +97,31 @@ bool AreClean(const Http::Texts& texts) {
 
 void CheckRefusal(const Http::Response& refusal) {
   Require(refusal.m_Status >= 400 && refusal.m_Status < 500,
-          "refused with status " + std::to_string(refusal.m_Status));
-  Require(refusal.m_ContentType == "application/problem+json", "a refusal without a problem");
-  Require(Base::IsUtf8(*refusal.m_Body), "a problem that is not UTF-8");
+          "rejected with status " + std::to_string(refusal.m_Status));
+  Require(refusal.m_ContentType == "application/problem+json",
+          "the refusal is not a problem document");
+  Require(Base::IsUtf8(*refusal.m_Body), "the problem document is not UTF-8");
 }
 
-// What a request with each kind of client may at most reach.
+// Checks that each kind of client is admitted only to routes that it may use.
 void CheckAccess(const Head& head, const Http::Admission& admission) {
   const Http::Access access = admission.m_Route->m_Access;
   if (head.m_Peer.m_IsTcp) {
-    Require(head.m_Method == "GET" || head.m_Method == "HEAD", "a change through TCP");
-    Require(access != Http::Access::Change, "a change through TCP");
-    Require(!admission.m_Request.m_MayChange, "a TCP client that may change cards");
-    Require(Http::FindHeader(head, "host") != nullptr, "a TCP request without a host");
+    Require(head.m_Method == "GET" || head.m_Method == "HEAD", "TCP client sent a write request");
+    Require(access != Http::Access::Change, "TCP client reached a route that changes cards");
+    Require(!admission.m_Request.m_MayChange, "TCP client may change cards");
+    Require(Http::FindHeader(head, "host") != nullptr,
+            "accepted a TCP request without a Host header");
   } else if (head.m_Peer.m_User == kStranger) {
-    Require(access == Http::Access::Anyone, "a stranger has access");
-    Require(!admission.m_Request.m_MayChange, "a stranger may change cards");
+    Require(access == Http::Access::Anyone, "user without permissions has access");
+    Require(!admission.m_Request.m_MayChange, "user without permissions may change cards");
   }
 }
 
 }  // namespace
 
-// A request is either refused with a problem, or its texts are clean and its client has access.
+// A request is either rejected with a problem document, or its strings are clean and its client has
+// access.
 void Request(const std::string& input) {
   const Http::Settings settings;
   const Head head = HeadOf(input);
@@ -125,25 +129,25 @@ void Request(const std::string& input) {
       Http::Admit(head, TheRouter(), settings, settings.m_Permissions);
   if (admission.m_Refusal) return CheckRefusal(*admission.m_Refusal);
   Require(admission.m_Route != nullptr, "accepted without a route");
-  Require(head.m_Size <= settings.m_Limits.m_HeaderBytes, "headers over the limit");
+  Require(head.m_Size <= settings.m_Limits.m_HeaderBytes, "accepted headers over the size limit");
   const Http::Request& request = admission.m_Request;
   Require(
       AreClean(request.m_Parameters) && AreClean(request.m_Query) && AreClean(request.m_Headers),
-      "accepted a text that is not clean");
+      "accepted a string with invalid UTF-8 or NUL");
   for (const auto& [name, text] : request.m_Parameters) {
     Require(!text.empty() && text != "." && text != ".." && text.find('/') == text.npos,
-            "a parameter leaves its segment: " + name);
+            "parameter is not a single path segment: " + name);
   }
   CheckAccess(head, admission);
 }
 
-// Input: an escaped text. What is decoded is clean, and decoding only shortens.
+// Input: an escaped string. The decoded string must be clean and not longer than the input.
 void Escapes(const std::string& input) {
   const auto decoded = Http::Decode(input);
   if (!decoded) return;
-  Require(IsCleanText(*decoded), "decoded to a text that is not clean");
-  Require(decoded->size() <= input.size(), "decoded to a longer text");
-  if (input.find('%') == input.npos) Require(*decoded == input, "a plain text was changed");
+  Require(IsCleanText(*decoded), "decoded string has invalid UTF-8 or NUL");
+  Require(decoded->size() <= input.size(), "decoded string is longer than the input");
+  if (input.find('%') == input.npos) Require(*decoded == input, "changed a string without escapes");
 }
 
 // Input: the tag, a line end, and the header.
@@ -154,28 +158,28 @@ void EntityTag(const std::string& input) {
   const bool isPlain = !tag.empty() && tag.find_first_of("\"\\, \t") == tag.npos;
   if (Http::MatchesEntityTag(header, tag)) {
     Require(header.find(tag) != header.npos || header.find('*') != header.npos,
-            "a tag matches a header that does not contain it");
+            "tag matches a header that does not contain it");
   }
   if (!isPlain) return;
-  Require(Http::MatchesEntityTag('"' + tag + '"', tag), "a tag does not match itself");
+  Require(Http::MatchesEntityTag('"' + tag + '"', tag), "tag does not match itself");
   Require(Http::MatchesEntityTag("W/\"" + tag + "\", \"x" + tag + '"', tag),
-          "a weak tag does not match");
-  Require(!Http::MatchesEntityTag("\"x" + tag + '"', tag), "a longer tag matches");
+          "weak tag does not match");
+  Require(!Http::MatchesEntityTag("\"x" + tag + '"', tag), "longer tag matches");
 }
 
 // Input: the body of a request, checked against the schema of each body and as each parameter.
 void Body(const std::string& input) {
   for (const auto& parameter : Service::Parameters().items()) {
-    const auto objection = Service::ObjectionToParameter(parameter.key(), input);
-    Require(!objection || !objection->empty(), "an objection without a text");
+    const auto error = Service::ParameterError(parameter.key(), input);
+    Require(!error || !error->empty(), "the error message is empty");
   }
   const auto body = nlohmann::json::parse(input, nullptr, false);
   if (body.is_discarded()) return;
   for (const Service::ApiRow& row : Service::ApiRows()) {
     if (row.m_Body == nullptr) continue;
-    const auto objection = Service::ObjectionTo(body, row.m_Body);
-    Require(!objection || !objection->empty(), "an objection without a text");
-    Require(body.is_object() || objection, "a body that is not an object is accepted");
+    const auto error = Service::ValidationError(body, row.m_Body);
+    Require(!error || !error->empty(), "the error message is empty");
+    Require(body.is_object() || error, "accepted a body that is not an object");
   }
 }
 

@@ -22,7 +22,7 @@ int PollInterval() {
   property.m_PropertyID = PI::Property::POLL_INTERVAL;
   // The plug-in object has the id 0 until the plug-in is initialized.
   const unsigned int result = plugin->Execute(PI::CMD_GET_PROPERTY, 0, &property);
-  Require(result == PI::SUCCESS, "no poll interval");
+  Require(result == PI::SUCCESS, "cannot read the poll interval");
   int seconds = 0;
   property.GetValueRange(seconds);
   releaseIf(&plugin);
@@ -31,7 +31,8 @@ int PollInterval() {
 
 void CheckPollInterval() {
   const int seconds = PollInterval();
-  Require(seconds >= 2 && seconds <= 255, "poll interval " + std::to_string(seconds));
+  Require(seconds >= 2 && seconds <= 255,
+          "poll interval is out of range: " + std::to_string(seconds));
 }
 
 }  // namespace
@@ -50,12 +51,12 @@ void Ini(const std::string& input) {
   file.SetFileName("Corvane.ini");
   const std::string value = input.substr(end + 1);
   if (file.WriteKeyValue(kKey, value, -1, -1) != HostKit::RESULT_OK) {
-    Require(ReadFile(directory.File("Corvane.ini")) == text, "a rejected value changed the file");
+    Require(ReadFile(directory.File("Corvane.ini")) == text, "rejected value changed the file");
     return;
   }
   std::string readBack;
   Require(file.ReadKeyValue(kKey, readBack, -1, -1) == HostKit::RESULT_OK && readBack == value,
-          "a written value is not read back");
+          "written value does not survive a round trip");
   CheckPollInterval();
 }
 

@@ -19,25 +19,26 @@ namespace {
 
 using Json = nlohmann::json;
 
-// What `read` accepts reads again as the same record.
+// A record that `read` accepts must survive a round trip through JSON.
 template <class Read>
 void ReadBack(const Json& json, Read read, const char* name) {
   Json first;
   try {
     first = Console::ToJson(read(json));
   } catch (const Console::RecordError& error) {
-    Require(error.what()[0] != '\0', "a refusal without a text");
+    Require(error.what()[0] != '\0', "the error message is empty");
     return;
   }
   Require(Json::parse(first.dump()) == first, std::string("not valid JSON: ") + name);
   const Json second = Console::ToJson(read(first));
-  Require(first == second, std::string("does not read back: ") + name);
+  Require(first == second, std::string("does not survive a round trip: ") + name);
 }
 
 struct Pipe {
   Pipe() {
     std::array<int, 2> ends = {};
-    Require(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0, "no sockets");
+    Require(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0,
+            "cannot create a socket pair");
     m_Reader = Base::Descriptor(ends[0]);
     m_Writer = Base::Descriptor(ends[1]);
   }
@@ -45,11 +46,12 @@ struct Pipe {
   Base::Descriptor m_Writer;
 };
 
-// The documents in these bytes, up to the first error.
+// Returns the documents in `bytes`, up to the first invalid frame.
 std::vector<Json> DocumentsIn(const std::string& bytes) {
   Pipe pipe;
   const ssize_t sent = send(pipe.m_Writer.Get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
-  Require(sent == static_cast<ssize_t>(bytes.size()) || bytes.size() > 65536, "a short write");
+  Require(sent == static_cast<ssize_t>(bytes.size()) || bytes.size() > 65536,
+          "not all bytes were sent");
   pipe.m_Writer.Close();
   std::vector<Json> documents;
   try {
@@ -63,7 +65,7 @@ std::vector<Json> DocumentsIn(const std::string& bytes) {
 
 }  // namespace
 
-// Input: a JSON document, read as each record.
+// Input: a JSON document, parsed as each type of record.
 void Records(const std::string& input) {
   const Json json = Json::parse(input, nullptr, false);
   if (json.is_discarded()) return;
@@ -81,14 +83,14 @@ void Records(const std::string& input) {
   }
 }
 
-// Input: bytes from the other process. A document that is read can be sent and read again.
+// Input: bytes from the other process. Each document in them must survive being sent and read.
 void Frames(const std::string& input) {
   for (const Json& document : DocumentsIn(input)) {
     Pipe pipe;
     Require(Service::FrameWriter(pipe.m_Writer.Get()).Write(document), "cannot write a frame");
     pipe.m_Writer.Close();
     const auto again = Service::ReadFrame(pipe.m_Reader.Get());
-    Require(again && *again == document, "a frame does not read back");
+    Require(again && *again == document, "the frame does not survive a round trip");
   }
 }
 

@@ -25,7 +25,7 @@ bool Edit(CardSim::StateFile& cards, std::string& added) {
   try {
     added = cards.AddCard(std::uint16_t{0x1003});
   } catch (const std::runtime_error&) {
-    Require(ReadFile(path) == before, "a rejected edit changed the file");
+    Require(ReadFile(path) == before, "rejected edit changed the file");
     return false;
   }
   return true;
@@ -47,11 +47,11 @@ void CardFile(const std::string& input) {
   std::string added;
   if (!Edit(cards, added)) return;
   cards.RemoveCard(added);
-  Require(cards.Cards() == names, "an edit changed other cards");
+  Require(cards.Cards() == names, "edit changed other cards");
   const std::string written = ReadFile(path);
   cards.RemoveCard(cards.AddCard(std::uint16_t{0x1003}));
   // Only the next id may differ, because an id is never assigned twice.
-  Require(ReadFile(path).size() >= written.size(), "a second edit lost a part of the file");
+  Require(ReadFile(path).size() >= written.size(), "second edit removed data from the file");
 }
 
 void Scenario(const std::string& input) {
@@ -62,14 +62,14 @@ void Scenario(const std::string& input) {
     return;
   }
   constexpr std::uint64_t kDayMs = 86'400'000;
-  Require(!scenario.steps.empty(), "a scenario without steps");
-  Require(scenario.DurationMs() <= kDayMs, "a scenario of more than a day");
+  Require(!scenario.steps.empty(), "scenario has no steps");
+  Require(scenario.DurationMs() <= kDayMs, "scenario is longer than a day");
   CardSim::StateFile cards(TheDirectory().File("scenario.json"));
   cards.Create(true);
   cards.AddCard(std::uint16_t{0x1003});
   for (const CardSim::Step& step : scenario.steps) {
     try {
-      Require(!step.apply(cards).empty(), "a change without a description");
+      Require(!step.apply(cards).empty(), "change has no description");
     } catch (const std::runtime_error&) {
     }
   }

@@ -1,7 +1,7 @@
 // Numeric identifiers of the host that a card plug-in uses.
 //
 // The host defines the numbers and names. The namespaces are specific to this SDK; a plug-in that
-// is also built for other hosts must define its own. Fields marked "carried" in PluginInterface.h
+// is also built for other hosts must define its own. Fields marked "host-only" in PluginInterface.h
 // contain further numbers, which have no enumerators.
 #pragma once
 

@@ -8,8 +8,8 @@
 // Units, value types, the lifetime estimate and the ini file format depend on the host. For those
 // of the host kit, see hostkit/Units.h, ValueTypes.h, Lifetime.h and ConfigFile.h.
 //
-// Fields marked "carried" are set by the host, or by the plug-in for the host; they have no meaning
-// for a plug-in.
+// Fields marked "host-only" are set by the host, or by the plug-in for the host; they have no
+// meaning for a plug-in.
 #pragma once
 
 #include <array>
@@ -55,7 +55,7 @@ class HOST_API CMultiValueData {
   std::vector<std::int32_t> m_Allowed;  // the set
 };
 
-// Several numbers. Carried.
+// Several numbers. Host-only.
 class HOST_API CMultiLongData {
  public:
   virtual ~CMultiLongData();
@@ -63,7 +63,7 @@ class HOST_API CMultiLongData {
   std::vector<std::int64_t> m_Values;
 };
 
-// An XML document in the format of the host's toolkit, as text. Carried.
+// An XML document in the format of the host's toolkit, as text. Host-only.
 class HOST_API CXMLData {
  public:
   virtual ~CXMLData();
@@ -71,7 +71,7 @@ class HOST_API CXMLData {
   std::string m_Document;
 };
 
-// Several strings. Carried.
+// Several strings. Host-only.
 class HOST_API CMultiStringData {
  public:
   virtual ~CMultiStringData();
@@ -122,7 +122,7 @@ class HOST_API CProperty {
   std::uint32_t m_ValueType;   // a `_VALUE_TYPE`, or another number defined by the host
   std::uint32_t m_Format;      // display format of a float; the host defines the numbers
   _UNITS m_Units;              // unit of the value, if it has one
-  bool m_UnitsFixed;           // carried
+  bool m_UnitsFixed;           // host-only
   bool m_Writable;             // as passed to the constructor
 
   // The value holders. `m_ValueType` selects one of them.
@@ -137,9 +137,9 @@ class HOST_API CProperty {
     float m_Float = 0;           // displayed according to `m_Format`
     bool m_Bool = false;
     CMultiValueData m_MultiValue;
-    CMultiLongData m_MultiLong;      // carried
-    CXMLData m_XML;                  // carried
-    CMultiStringData m_MultiString;  // carried
+    CMultiLongData m_MultiLong;      // host-only
+    CXMLData m_XML;                  // host-only
+    CMultiStringData m_MultiString;  // host-only
   } m_Value;
 };
 
@@ -187,7 +187,8 @@ class HOST_API CObject {
   std::vector<COperation> m_Operations;   // filled only in copies for the host
 };
 
-// The records from here to `CPartition` are used only in operations. All are carried.
+// The records from here to `CPartition` are used only in operations. All their fields are
+// host-only.
 
 // A part of a drive.
 class HOST_API CDrive {
@@ -266,7 +267,7 @@ class HOST_API COperation {
 
   std::uint32_t m_OperationID;          // an `_OPERATION_ID`
   std::uint32_t m_NameID;               // the display name; same number as `m_OperationID`
-  std::uint32_t m_Class;                // carried
+  std::uint32_t m_Class;                // host-only
   std::vector<CProperty> m_Properties;  // parameters, identified by their `m_NameID`
   std::vector<CLogicalDrive> m_LogicalDrives;
   std::vector<CLevel> m_Levels;
@@ -274,13 +275,13 @@ class HOST_API COperation {
   std::vector<CEvent> m_Events;  // result of `OP_GET_EVENTS`
   std::vector<CPartition> m_Partitions;
   std::vector<CObject> m_Objects;
-  std::uint32_t m_Access;       // carried
-  std::uint32_t m_Scope;        // carried
+  std::uint32_t m_Access;       // host-only
+  std::uint32_t m_Scope;        // host-only
   std::uint32_t m_ConfirmKind;  // 1: no confirmation; 2 or 3: confirm with `m_ConfirmText`
   std::uint32_t m_ConfirmText;  // the host's number of the confirmation text, or 1 for none
-  std::int32_t m_Timeout;       // carried
-  std::uint32_t m_Flags;        // carried
-  bool m_Async;                 // carried
+  std::int32_t m_Timeout;       // host-only
+  std::uint32_t m_Flags;        // host-only
+  bool m_Async;                 // host-only
 };
 
 // The identity of one adapter, exchanged at startup: the plug-in reports the adapter's PCI

@@ -163,7 +163,7 @@ class HOST_API CWaiter {
   // Waits until one event is set or, with `all`, until all events are set at the same time. Returns
   // the 1-based position, in the order of `Add`, of the first event that is set. Clears that event
   // or, with `all`, every event; manual-reset events remain set. Returns WAIT_TIMED_OUT after
-  // `timeoutMs`. Skips unusable events, and returns WAIT_FAILED if there are no others.
+  // `timeoutMs`. Skips unusable events, and returns WAIT_FAILED if all are unusable.
   unsigned int Wait(unsigned int timeoutMs, bool all);
 
  private:
@@ -221,7 +221,7 @@ namespace CLanguageSupport {
 // The messages of a plug-in in the host's languages. Immutable.
 class HOST_API CLngFile {
  public:
-  // `defaults` points to `defaultCount` messages, which are used if there is no language file. The
+  // `defaults` points to `defaultCount` messages, which are used without a language file. The
   // constructor copies only pointers: file, encoding and defaults must outlive the object. Pass 1
   // for the unnamed argument.
   CLngFile(const char* file, unsigned int language, const char* encoding, unsigned int,

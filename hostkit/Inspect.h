@@ -45,7 +45,7 @@ HOST_API std::vector<LockView> Locks();
 HOST_API std::vector<EventView> Events();
 HOST_API std::vector<ThreadView> Threads();
 
-// Restarts the ordinals and clears all requested failures.
+// Restarts the ordinals and clears all injected failures.
 HOST_API void ResetLedger();
 
 // Makes `Init` of the lock or event with that ordinal return 0.

@@ -46,7 +46,7 @@ class HOST_API KnownThread {
 
 // Whether time is virtual for the calling thread: the mode is virtual or seeded, and the thread is
 // registered with the kit.
-HOST_API bool OnKitTime();
+HOST_API bool IsOnKitTime();
 
 // A switch point for code without waits, such as a simulated card library. Has an effect only with
 // a seeded schedule.

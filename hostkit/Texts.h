@@ -23,13 +23,13 @@ HOST_API std::vector<std::uint32_t> NumbersOf(Family family);
 // Returns the identifier's name, such as "CTRL_NORMAL".
 HOST_API std::string NameOf(Family family, std::uint32_t number);
 
-// Returns a caption, such as "Chip temperature". For an error it is a sentence, for an event a
-// sentence that may contain the placeholders %1 and %2.
+// Returns a caption, such as "Chip temperature"; for an error, its message; for an event, its
+// message, which may contain the placeholders %1 and %2.
 HOST_API std::string CaptionOf(Family family, std::uint32_t number);
 
 // Returns one or two sentences that explain the number to first-time readers. For an event, this is
-// its sentence with NAME in place of each placeholder; for an error or a value that is not a
-// reason, its caption.
+// its message with NAME in place of each placeholder; for an error or a value that is not a reason,
+// its caption.
 HOST_API std::string MeaningOf(Family family, std::uint32_t number);
 
 // Returns one or two sentences about what a person can do. Every error has advice, and so have
@@ -46,16 +46,15 @@ HOST_API std::uint32_t ReasonOf(std::uint32_t event);
 // Returns the event that reports the start of a reason, or 0.
 HOST_API std::uint32_t EventOf(std::uint32_t reason);
 
-// Returns the best status that an adapter with that reason can have: PI::Value::OK if the reason
-// does not affect the status, otherwise WARNING or FAILED. UNDEFINED for a number that is not a
-// reason.
+// Returns the least severe status that this reason allows: PI::Value::OK if the reason does not
+// affect the status, otherwise WARNING or FAILED. UNDEFINED for a number that is not a reason.
 HOST_API PI::_VALUE_ID StatusOf(std::uint32_t reason);
 
 // Returns the number with that name, ignoring case; 0 for an unknown name. A name shared by a
 // property and a short name refers to the property.
 HOST_API std::uint32_t NumberOf(Family family, const std::string& name);
 
-// Returns the event's sentence with its placeholders filled in; an empty name appears as
+// Returns the event's message with its placeholders filled in; an empty name appears as
 // "(unnamed)".
 HOST_API std::string MessageOf(const PI::CEvent& event);
 

@@ -25,7 +25,7 @@ struct HOST_API TraceLine {
 HOST_API void SetTraceMask(std::uint32_t mask);
 
 // Returns the mask for a number, a list of levels such as "2,4,16", "all" or "off"; std::nullopt
-// for any other text.
+// for any other string.
 HOST_API std::optional<std::uint32_t> ParseTraceLevels(const std::string& text);
 
 // Sends lines to `sink` instead of the log, one at a time; an empty function restores the log. The
@@ -35,7 +35,7 @@ HOST_API void SetTraceSink(std::function<void(const TraceLine&)> sink);
 
 // Sends the log to a file, which is created if missing and rotated as it grows, or to standard
 // error if `path` is empty. Returns false, with the reason in errno, and changes nothing if the
-// file cannot be opened or another user could have put it there. At startup the log goes to
+// file cannot be opened or another user could have created it. At startup the log goes to
 // CORVANE_TRACE_FILE, or to standard error if that is unset.
 HOST_API bool SetTraceFile(const std::string& path);
 

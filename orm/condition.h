@@ -112,7 +112,7 @@ std::string process_where(const naming_t& naming, const is_equal_t<Value, Field 
          condition_quote + condition_value(equal.value) + condition_quote;
 }
 
-// Returns the second form. If both conditions fail, the exception is that of the left one.
+// Returns the second form above. If both conditions throw, the left one's exception is propagated.
 template <class Left, class Right>
 std::string process_where(const naming_t& naming, const and_condition_t<Left, Right>& both) {
   const std::string left = process_where(naming, both.left);

@@ -80,8 +80,8 @@ class row_reader_t {
   // Creates a reader for one row. The map must outlive the reader.
   explicit row_reader_t(const fields_map_t<Row>& map) : m_map(map) {}
 
-  // Sets the next field of that kind in `row`. Does nothing if the map has no such field left, or
-  // if the kind is not one of the five. If the cell cannot be converted, the exception of
+  // Sets the next field of type `kind` in `row`. Does nothing if the map has no more fields of this
+  // type, or if `kind` is not a valid enumerator. If the cell cannot be converted, the exception of
   // `read_cell` propagates, the field keeps its value, and the next call continues with the field
   // after it.
   void read(column_kind_t kind, const std::string& cell, Row& row) {

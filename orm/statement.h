@@ -150,7 +150,7 @@ inline int key_of(unsigned long value, std::string& text) {
 //   UPDATE table SET ID=3, name="x", size=1 WHERE ID = 3;
 //
 // The key is the value in the first column. The condition always uses the column name `ID`,
-// whatever the name in the map, so the statement cannot update a table whose key is its last
+// regardless of the name in the map, so the statement cannot update a table whose key is its last
 // column. If the key is null or not a number, the condition is `ID = -1`, which matches no stored
 // row. Throws `std::out_of_range` for a field index past the last column.
 template <class Row>

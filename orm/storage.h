@@ -29,7 +29,7 @@ namespace DatabaseORM {
 // Created by the host, which fills in the tables and field maps, and shared with the plug-in. Not
 // thread-safe; deleting rows changes `useAlias` temporarily.
 //
-// Each statement takes effect on its own; there are no transactions. Failures, including those of
+// Each statement takes effect on its own, without a transaction. Failures, including those of
 // the database, throw `DBEXCEPTION::DatabaseException` with a message from orm/failures.h. The
 // comments below refer to failures by their names in `failure_t`. A failure does not affect later
 // calls.
@@ -73,7 +73,7 @@ class CORVANE_API storage_t {
   }
 
   // Returns the largest value of a column, where `Field` is int or unsigned long, using one SELECT
-  // MAX. Returns 0 if there is no value or the result is not such a number. Also returns 0, without
+  // MAX. Returns 0 if the result is empty or not such a number. Also returns 0, without
   // running a statement, if the row type has no map or table. Callers cannot distinguish these
   // cases from a real maximum of 0. Throws `no_column` if the map does not contain the member, and
   // `query` if the database rejects the statement.

@@ -1,7 +1,7 @@
 // Converts values to their text in statements. The functions are thread-safe and throw only
 // std::bad_alloc.
 //
-// Numbers are formatted like `%d`, `%lu` and `%f` in the C locale, whatever the host's locale,
+// Numbers are formatted like `%d`, `%lu` and `%f` in the C locale, regardless of the host's locale,
 // because SQL would read a decimal comma as a separator. A value is null if its text equals that of
 // the null value; therefore a double that prints as 0.000000 is null.
 #pragma once

@@ -11,7 +11,7 @@ namespace DatabaseORM {
 inline const std::string list_separator = ", ";    // between columns and between values
 inline const std::string word_separator = " ";     // between words
 inline const std::string condition_quote = "'";    // around each value in a condition
-inline const std::string text_quote = "\"";        // around each text in INSERT and UPDATE
+inline const std::string text_quote = "\"";        // around each string in INSERT, UPDATE
 inline const std::string element_separator = "?";  // between the elements of a list in a cell
 inline const std::string null_word = "NULL";       // NULL in a statement or a cell
 using RaidDataModels::null_text;                   // NULL in a field

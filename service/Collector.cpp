@@ -27,16 +27,16 @@ std::optional<std::int64_t> LogPosition() {
 constexpr int kCallsAtStart = 4;    // load, initialize, number the adapters, read the topology
 constexpr int kCallsAtRefresh = 4;  // events, topology for the events, topology for the snapshot
 // Maximum time to stop or kill a plug-in process.
-constexpr std::chrono::seconds kLongestEnd(40);
+constexpr std::chrono::seconds kMaxExitTime(40);
 // Interval at which a wait checks whether the plug-in is still running.
-constexpr milliseconds kOneWait(200);
+constexpr milliseconds kCheckInterval(200);
 
 }  // namespace
 
 Collector::Collector(CollectorSettings settings, SnapshotStore& store)
     : m_Settings(std::move(settings)),
       m_Store(store),
-      m_NextPause(m_Settings.m_FirstPause),
+      m_NextBackoff(m_Settings.m_InitialBackoff),
       m_Thread(&Collector::Run, this) {}
 
 Collector::~Collector() {
@@ -63,9 +63,9 @@ void Collector::Run() {
       PublishDown(failure.what());  // the plug-in could not be started
     }
     if (needsRestart) {
-      m_NextPause = m_Settings.m_FirstPause;
+      m_NextBackoff = m_Settings.m_InitialBackoff;
     } else {
-      Pause();
+      BackOff();
     }
   }
 }
@@ -74,7 +74,7 @@ void Collector::Run() {
 // but has found no cards: it looks for them only when it starts.
 bool Collector::RunPlugin() {
   ++m_Starts;
-  m_HasPassedOn = false;
+  m_HasForwarded = false;
   m_Progress.Begin(kCallsAtStart * m_Settings.m_CallTimeout);
   const auto worker = std::make_shared<Worker>(m_Settings.m_Program, m_Settings.m_PluginFile,
                                                Console::Deadline(m_Settings.m_CallTimeout));
@@ -92,7 +92,7 @@ bool Collector::RunPlugin() {
   if (needsRestart) AwaitCalls(worker);
   // Finish on this thread: otherwise the last caller to release the worker would wait for the
   // process to exit before it replies, while the next process already starts.
-  m_Progress.Begin(kLongestEnd);
+  m_Progress.Begin(kMaxExitTime);
   worker->Finish();
   return needsRestart;
 }
@@ -146,7 +146,8 @@ std::shared_ptr<Worker> Collector::AwaitRunning(const Console::Deadline& deadlin
   std::shared_ptr<Worker> worker = Running();
   SnapshotPtr snapshot = m_Store.Get();
   while (!worker && WillRun(*snapshot) && !deadline.IsOver()) {
-    snapshot = m_Store.AwaitNewer(snapshot->m_Number, Console::Deadline(deadline.Left(kOneWait)));
+    snapshot =
+        m_Store.AwaitNewer(snapshot->m_Number, Console::Deadline(deadline.Left(kCheckInterval)));
     worker = Running();
   }
   return worker;
@@ -157,7 +158,8 @@ bool Collector::Refresh(const Console::Deadline& deadline) const {
   m_Wake.Notify();
   SnapshotPtr snapshot = m_Store.Get();
   while (snapshot->m_Refreshes < request && WillRun(*snapshot) && !deadline.IsOver()) {
-    snapshot = m_Store.AwaitNewer(snapshot->m_Number, Console::Deadline(deadline.Left(kOneWait)));
+    snapshot =
+        m_Store.AwaitNewer(snapshot->m_Number, Console::Deadline(deadline.Left(kCheckInterval)));
   }
   return snapshot->m_Refreshes >= request;
 }
@@ -165,7 +167,7 @@ bool Collector::Refresh(const Console::Deadline& deadline) const {
 // Returns true if the plug-in has no cards.
 bool Collector::Follow(Worker& worker, WorkerSession& session) {
   Publish(session, m_Refreshes);
-  const Console::Deadline stable(m_Settings.m_LongestPause);
+  const Console::Deadline stable(m_Settings.m_MaxBackoff);
   Console::WaitSet alsoWake;
   alsoWake.m_Readable = m_Wake.Number();
   for (;;) {
@@ -175,7 +177,7 @@ bool Collector::Follow(Worker& worker, WorkerSession& session) {
     m_Wake.Wait(milliseconds(0), {});
     const std::uint64_t refreshes = m_Refreshes;  // later requests wake this thread again
     if (!worker.IsAlive()) {
-      PublishDown("the plug-in process has ended");
+      PublishDown("the plug-in process has exited");
       return false;
     }
     // The plug-in is blocked until the format ends, and a refresh is requested then.
@@ -188,7 +190,7 @@ bool Collector::Follow(Worker& worker, WorkerSession& session) {
     if (m_IsStopping) return false;
     if (!session.HasCards()) return true;
     Publish(session, refreshes);
-    if (stable.IsOver()) m_NextPause = m_Settings.m_FirstPause;
+    if (stable.IsOver()) m_NextBackoff = m_Settings.m_InitialBackoff;
   }
 }
 
@@ -208,17 +210,18 @@ void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
   snapshot.m_Plugin.m_LostThreads = session.LostThreads();
   snapshot.m_Plugin.m_StartDuration = session.StartDuration();
   m_Store.Publish(std::move(snapshot));
-  PassOn(m_Store.Get(), logPosition);
+  ForwardObservation(m_Store.Get(), logPosition);
 }
 
-void Collector::PassOn(const SnapshotPtr& snapshot, std::optional<std::int64_t> logPosition) {
+void Collector::ForwardObservation(const SnapshotPtr& snapshot,
+                                   std::optional<std::int64_t> logPosition) {
   if (!m_Settings.m_OnObservation || !logPosition) return;
   Observation observation;
   observation.m_Time = Console::MillisecondsOf(snapshot->m_ObservedAt);
-  observation.m_IsFirst = !m_HasPassedOn;
+  observation.m_IsFirst = !m_HasForwarded;
   observation.m_LogPosition = *logPosition;
   observation.m_pObjects = {snapshot, &snapshot->m_Objects};
-  if (m_Settings.m_OnObservation(observation)) m_HasPassedOn = true;
+  if (m_Settings.m_OnObservation(observation)) m_HasForwarded = true;
 }
 
 // Keeps the objects as last read.
@@ -231,11 +234,11 @@ void Collector::PublishDown(const std::string& reason) {
 }
 
 // Waits before the next start. A request for a refresh does not shorten the wait.
-void Collector::Pause() {
-  m_Progress.Begin(m_NextPause);
-  const Console::Deadline deadline(m_NextPause);
+void Collector::BackOff() {
+  m_Progress.Begin(m_NextBackoff);
+  const Console::Deadline deadline(m_NextBackoff);
   while (!m_IsStopping && !deadline.IsOver()) m_Wake.Wait(deadline.Left(), {});
-  m_NextPause = std::min(m_NextPause * 2, m_Settings.m_LongestPause);
+  m_NextBackoff = std::min(m_NextBackoff * 2, m_Settings.m_MaxBackoff);
 }
 
 }  // namespace Service

@@ -29,9 +29,9 @@ struct CollectorSettings {
   std::chrono::milliseconds m_RefreshInterval{10000};
   // A plug-in that does not respond within this time is replaced.
   std::chrono::milliseconds m_CallTimeout{30000};
-  // The pause before the first restart; it doubles with each restart up to `m_LongestPause`.
-  std::chrono::milliseconds m_FirstPause{1000};
-  std::chrono::milliseconds m_LongestPause{60000};
+  // Delay before the first restart. Doubles with each restart, up to `m_MaxBackoff`.
+  std::chrono::milliseconds m_InitialBackoff{1000};
+  std::chrono::milliseconds m_MaxBackoff{60000};
   // Called on the collector's thread after each snapshot of a running plug-in, if set. Must not
   // block. Returns false if it did not accept the observation; the next one replaces it.
   std::function<bool(const Observation&)> m_OnObservation;
@@ -79,9 +79,9 @@ class Collector {
   void AwaitCalls(const std::shared_ptr<Worker>& worker);
   bool Follow(Worker& worker, WorkerSession& session);
   void Publish(WorkerSession& session, std::uint64_t refreshes);
-  void PassOn(const SnapshotPtr& snapshot, std::optional<std::int64_t> logPosition);
+  void ForwardObservation(const SnapshotPtr& snapshot, std::optional<std::int64_t> logPosition);
   void PublishDown(const std::string& reason);
-  void Pause();
+  void BackOff();
 
   std::shared_ptr<Worker> Running() const;
   bool WillRun(const Snapshot& snapshot) const;
@@ -101,9 +101,9 @@ class Collector {
   // Used only by `m_Thread`.
   Console::Diagnostics m_Diagnostics{Console::Verbosity::All};
   Console::EventLogClient m_EventLog{m_Diagnostics};
-  std::chrono::milliseconds m_NextPause;
+  std::chrono::milliseconds m_NextBackoff;
   std::uint64_t m_Starts = 0;
-  bool m_HasPassedOn = false;  // an observation of this plug-in process was accepted
+  bool m_HasForwarded = false;  // an observation of this plug-in process was accepted
 
   std::thread m_Thread;
 };

@@ -155,13 +155,13 @@ void EventFeed::Run() {
   while (Await(beat)) {
     const SnapshotPtr snapshot = m_Store.Get();
     const bool isAsked = TakeReadLog();
-    if (isAsked || snapshot->m_Number != seen) ReadNews(snapshot);
+    if (isAsked || snapshot->m_Number != seen) ReadNewEvents(snapshot);
     seen = snapshot->m_Number;
     const bool isBeat = Clock::now() >= beat;
     if (isBeat) beat = Clock::now() + m_Settings.m_Heartbeat;
     try {
       for (const ReaderPtr& reader : Readers()) {
-        if (isBeat) Beat(*reader);
+        if (isBeat) SendHeartbeat(*reader);
         Serve(*reader, snapshot);
       }
     } catch (const std::exception&) {
@@ -171,9 +171,9 @@ void EventFeed::Run() {
 }
 
 // Retries with the next snapshot if the log cannot be read.
-void EventFeed::ReadNews(const SnapshotPtr& snapshot) {
+void EventFeed::ReadNewEvents(const SnapshotPtr& snapshot) {
   try {
-    ForgetLostLog();
+    RestartIfLogWasReplaced();
     const Writer writer(*snapshot);
     for (;;) {
       const auto events = HostKit::ReadEventsAfter(m_Newest, m_Settings.m_EventsPerPart);
@@ -191,8 +191,8 @@ void EventFeed::ReadNews(const SnapshotPtr& snapshot) {
   }
 }
 
-// Starts over if the database was replaced, because its events are then numbered from 1 again.
-void EventFeed::ForgetLostLog() {
+// The events of a new database are numbered from 1 again.
+void EventFeed::RestartIfLogWasReplaced() {
   if (HostKit::ReadEventNumbers().m_Newest >= m_Newest) return;
   m_Recent.clear();
   m_BeforeRecent = 0;
@@ -265,7 +265,7 @@ std::string EventFeed::OlderPart(Reader& reader, const SnapshotPtr& snapshot) co
 
 // Sends a heartbeat to a client that has taken all text. Disconnects a client that has missed too
 // many.
-void EventFeed::Beat(Reader& reader) {
+void EventFeed::SendHeartbeat(Reader& reader) {
   if (reader.m_Missed >= m_Settings.m_MissedHeartbeats) return reader.m_Stream->Abort();
   ++reader.m_Missed;
   if (TakeTurn(reader)) {

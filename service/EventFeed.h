@@ -32,7 +32,7 @@ struct EventFeedSettings {
 //
 //     id: 7                 the number in the log
 //     event: event          data: the document of `events -o jsonl`
-//     event: snapshot       data: {"number", "observed_at", "up"}; the newest; also at the start
+//     event: snapshot       data: {"number", "observed_at", "up"}; the newest; also sent first
 //     event: gap            data: {"after", "first"}: the oldest event in the log is `first`
 class EventFeed {
  public:
@@ -79,13 +79,13 @@ class EventFeed {
   void Run();
   bool Await(Clock::time_point until);
   bool TakeReadLog();
-  void ReadNews(const SnapshotPtr& snapshot);
-  void ForgetLostLog();
+  void ReadNewEvents(const SnapshotPtr& snapshot);
+  void RestartIfLogWasReplaced();
   void Serve(Reader& reader, const SnapshotPtr& snapshot);
   std::string NextPart(Reader& reader, const SnapshotPtr& snapshot);
   std::string RecentPart(Reader& reader) const;
   std::string OlderPart(Reader& reader, const SnapshotPtr& snapshot) const;
-  void Beat(Reader& reader);
+  void SendHeartbeat(Reader& reader);
   std::vector<ReaderPtr> Readers() const;
   bool TakeTurn(Reader& reader);
   void Wake(const std::weak_ptr<Reader>& reader);

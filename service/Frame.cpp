@@ -43,11 +43,11 @@ std::optional<nlohmann::json> ReadFrame(int socket) {
   Length length = 0;
   if (!ReadExactly(socket, reinterpret_cast<char*>(&length), sizeof length)) return std::nullopt;
   length = be32toh(length);
-  if (length > kMaxFrameSize) throw FrameError("a frame is too large");
+  if (length > kMaxFrameSize) throw FrameError("frame too large");
   std::string text(length, '\0');
   if (!ReadExactly(socket, text.data(), text.size())) return std::nullopt;
   auto document = nlohmann::json::parse(text, nullptr, false);
-  if (document.is_discarded()) throw FrameError("a frame is not JSON");
+  if (document.is_discarded()) throw FrameError("frame is not valid JSON");
   return document;
 }
 

@@ -49,8 +49,9 @@ Failure ListenFailure(const std::string& name, int error, std::vector<std::strin
 }
 
 std::vector<std::string> AdviceFor(int error) {
-  if (error == EADDRINUSE) return {"Another service uses it; pass another one with --socket."};
-  return {"Pass another one with --socket."};
+  if (error == EADDRINUSE)
+    return {"Another service uses this socket; pass another one with --socket."};
+  return {"Pass another socket with --socket."};
 }
 
 // Every user may enter a new directory, because the socket has its own permissions.

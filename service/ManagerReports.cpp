@@ -22,7 +22,7 @@ constexpr int kFeedsPerLimit = 3;
 
 void ManagerReports::Update() {
   UpdateStatus();
-  FeedWatchdog();
+  NotifyWatchdog();
 }
 
 milliseconds ManagerReports::Interval() const {
@@ -44,7 +44,7 @@ void ManagerReports::UpdateStatus() {
   m_Status = std::move(status);
 }
 
-void ManagerReports::FeedWatchdog() {
+void ManagerReports::NotifyWatchdog() {
   if (!m_Settings.m_Watchdog || m_Settings.m_IsStuck()) return;
   const auto now = m_Settings.m_Now();
   if (m_Fed && now - *m_Fed < *m_Settings.m_Watchdog / kFeedsPerLimit) return;

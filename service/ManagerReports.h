@@ -29,9 +29,9 @@ class ManagerReports {
   ManagerReports(const SnapshotStore& store, Settings settings)
       : m_Store(store), m_Settings(std::move(settings)) {}
 
-  // Sends what is due: READY=1 with the first snapshot, even if it only reports a failed start;
-  // STATUS when it has changed; and WATCHDOG=1 three times per watchdog timeout while the collector
-  // makes progress. Call again after `Interval`.
+  // Sends the pending notifications: READY=1 with the first snapshot, even if it only reports a
+  // failed start; STATUS when it has changed; and WATCHDOG=1 three times per watchdog timeout while
+  // the collector makes progress. Call again after `Interval`.
   void Update();
   std::chrono::milliseconds Interval() const;
   void Stopping() const { m_Settings.m_Send("STOPPING=1\nSTATUS=stopping"); }
@@ -42,7 +42,7 @@ class ManagerReports {
 
  private:
   void UpdateStatus();
-  void FeedWatchdog();
+  void NotifyWatchdog();
 
   const SnapshotStore& m_Store;
   const Settings m_Settings;

@@ -23,9 +23,9 @@ class ProgressWatch {
       : m_Now(std::move(now)), m_End(m_Now() + kSlack) {}
 
   // Starts a step that takes at most this time.
-  void Begin(std::chrono::milliseconds longest) {
+  void Begin(std::chrono::milliseconds maximum) {
     const Base::MutexLock lock(m_Lock);
-    m_End = m_Now() + longest + kSlack;
+    m_End = m_Now() + maximum + kSlack;
   }
 
   // Whether the current step has exceeded its duration.

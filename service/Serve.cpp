@@ -44,7 +44,7 @@ std::optional<gid_t> FindGroup(const char* name) {
   return found->gr_gid;
 }
 
-// Returns the host name in lower case, or empty text if it cannot be read.
+// Returns the host name in lower case, or an empty string if it cannot be read.
 std::string HostName() {
   char name[HOST_NAME_MAX + 1] = "";
   if (gethostname(name, sizeof name - 1) != 0) return {};
@@ -53,7 +53,7 @@ std::string HostName() {
   return lower;
 }
 
-Http::Permissions PermissionsHere() {
+Http::Permissions LookUpPermissions() {
   Http::Permissions permissions;
   permissions.m_Users = {0, geteuid()};
   permissions.m_ReadGroup = FindGroup(kReadGroup);
@@ -133,10 +133,10 @@ struct Running {
   std::optional<Http::Server> m_Server;
 };
 
-// Looks up the groups again, because they may have been created since.
+// Looks up the groups again, because they may have been created since the last lookup.
 void Reload(Running& running, const Listeners& listeners) {
   Systemd::NotifyReloading();
-  const Http::Permissions permissions = PermissionsHere();
+  const Http::Permissions permissions = LookUpPermissions();
   running.m_Server->SetPermissions(permissions);
   try {
     listeners.ShareFile(permissions);
@@ -162,7 +162,7 @@ void RunUntilStop(Running& running, const Listeners& listeners, const ReloadSign
 
 void Serve(Console::Context& context, const Console::CommandTable& commands,
            const ServeSettings& settings) {
-  const Http::Permissions permissions = PermissionsHere();
+  const Http::Permissions permissions = LookUpPermissions();
   Listeners listeners(settings.m_Listen, permissions);
   const ReloadSignal reload;
   context.PrepareForPlugin();

@@ -12,7 +12,7 @@ namespace Service {
 
 struct ServeSettings {
   ListenSettings m_Listen;
-  std::filesystem::path m_EventsDirectory;  // programs to run on events; empty: none
+  std::filesystem::path m_EventsDirectory;  // event programs; empty: none
   Console::Deadline m_Deadline;
 };
 

@@ -21,7 +21,7 @@ using Clock = std::chrono::system_clock;
 
 // The state of the plug-in process.
 struct PluginState {
-  // Returns the reason why the plug-in is not up.
+  // Returns why the plug-in is not up.
   std::string WhyDown() const { return m_Reason.empty() ? "the plug-in is starting" : m_Reason; }
 
   bool m_IsUp = false;
@@ -36,7 +36,7 @@ struct PluginState {
 struct Snapshot {
   // Whether a plug-in has reported its objects since the service started.
   bool HasReport() const { return !m_Info.m_File.empty(); }
-  // Returns null if there is no object with that id.
+  // Returns null if no object has that id.
   const PI::CObject* Find(std::uint64_t id) const;
 
   std::uint64_t m_Run = 0;         // identifies the run of the service
@@ -64,7 +64,7 @@ class SnapshotStore {
   // Numbers the snapshot and makes it the newest one.
   void Publish(Snapshot snapshot);
   // Sets a callback to be called after each snapshot, on the publishing thread. It must not block.
-  // Null removes the callback. When this returns, the previous callback is no longer running.
+  // Null removes the callback. When this returns, the previous callback has returned.
   void OnPublish(std::function<void()> call);
   // Waits until the deadline for a snapshot with a number above `number`. Returns the newest one.
   SnapshotPtr AwaitNewer(std::uint64_t number, const Console::Deadline& deadline) const;

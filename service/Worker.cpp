@@ -27,7 +27,7 @@ using Console::Failure;
 using Json = nlohmann::json;
 
 // The socket's descriptor in the new process.
-constexpr int kSocketThere = 3;
+constexpr int kChildSocket = 3;
 
 Failure ProcessFailure(const std::string& why) {
   return Failure(ExitCode::Failed, "NO_PROCESS", "cannot start the plug-in process", why);
@@ -54,7 +54,7 @@ struct SpawnSettings {
   explicit SpawnSettings(int socket) {
     // This clears the close-on-exec flag, even if the socket already has this number.
     posix_spawn_file_actions_init(&m_Actions);
-    posix_spawn_file_actions_adddup2(&m_Actions, socket, kSocketThere);
+    posix_spawn_file_actions_adddup2(&m_Actions, socket, kChildSocket);
     // A separate process group, so that Ctrl-C at the terminal reaches only the service, which then
     // stops the process.
     posix_spawnattr_init(&m_Attributes);
@@ -96,7 +96,7 @@ Worker::Worker(Started started, const Console::Deadline& deadline)
       m_Process(started.m_Process),
       m_Writer(m_Socket.Get()) {
   try {
-    Greet(deadline);
+    ReceivePluginInfo(deadline);
     m_Reader = std::thread(&Worker::ReadReplies, this);
   } catch (...) {
     Kill();
@@ -151,13 +151,13 @@ Worker::Started Worker::Start(const std::filesystem::path& program,
 }
 
 // The first document reports whether the plug-in could be loaded.
-void Worker::Greet(const Console::Deadline& deadline) {
+void Worker::ReceivePluginInfo(const Console::Deadline& deadline) {
   if (!Console::WaitReadable(m_Socket.Get(), deadline.Left())) {
     Console::ThrowIfStopped();
     throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the plug-in does not respond");
   }
   const auto document = ReadFrame(m_Socket.Get());
-  if (!document) throw ProcessFailure("it ended before the plug-in was loaded");
+  if (!document) throw ProcessFailure("it exited before the plug-in was loaded");
   if (document->contains("failure")) throw FailureFrom(document->at("failure"));
   m_Info = Console::PluginInfoFromJson(document->at("plugin"));
 }
@@ -180,7 +180,7 @@ void Worker::Take(Json document) {
   const Base::MutexLock lock(m_Lock);
   m_FailedThreads = document.at("failed_threads").get<std::size_t>();
   const auto waiting = m_Replies.find(document.at("id").get<std::uint64_t>());
-  if (waiting == m_Replies.end()) return;  // the call was given up
+  if (waiting == m_Replies.end()) return;  // the caller no longer waits
   document.erase("failed_threads");
   document.erase("id");
   waiting->second = std::move(document);

@@ -72,7 +72,7 @@ class Worker {
   static Started Start(const std::filesystem::path& program,
                        const std::filesystem::path& pluginFile);
   Worker(Started started, const Console::Deadline& deadline);
-  void Greet(const Console::Deadline& deadline);
+  void ReceivePluginInfo(const Console::Deadline& deadline);
   void ReadReplies();
   void Take(nlohmann::json document);
   std::optional<nlohmann::json> AwaitReply(std::uint64_t id, const Console::Deadline& deadline,

@@ -18,7 +18,7 @@ std::optional<Console::PluginReply> WorkerSession::Call(Console::PluginCommand c
   auto reply = m_Worker.Call(command, deadline, Worker::DuringFormat::Wait);
   if (!reply && !m_Worker.IsAlive()) {
     throw Console::Failure(Console::ExitCode::Failed, "PLUGIN_ENDED",
-                           "the plug-in process has ended");
+                           "the plug-in process has exited");
   }
   return reply;
 }

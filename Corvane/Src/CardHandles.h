@@ -51,7 +51,7 @@ struct Job;  // attach or detach; a format is also a job
 struct Unit;
 }  // namespace HandleKind
 
-// A non-owning handle. A format handle converts to a job handle; there are no other conversions.
+// A non-owning handle. The only conversion is from a format handle to a job handle.
 template <class Kind>
 class HandleRef {
  public:

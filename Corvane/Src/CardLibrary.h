@@ -77,7 +77,7 @@ class AttributeReader {
     return Get(attribute);
   }
 
-  // Copies the text, because the library may overwrite it in the next call.
+  // Copies the string, because the library may overwrite it in the next call.
   std::optional<std::string> Read(const Attribute<Kind, const char*>& attribute) const {
     if (!Has(attribute)) return std::nullopt;
     const char* text = Get(attribute);

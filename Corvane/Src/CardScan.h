@@ -95,7 +95,7 @@ inline void ReadPower(const CardReader& card, CardRef iom, CFusionIOAdapter& ada
   pcieAdapter.Destroy();
 }
 
-// Fills the histories at startup, so that the current masks count as settled.
+// Fills the histories at startup, so that the current masks count as debounced.
 inline void FillHistories(CFusionIOAdapter& adapter) {
   adapter.m_ErrorHistory.m_Value.fill(adapter.m_ErrorFlags);
   adapter.m_WarningHistory.m_Value.fill(adapter.m_WarningFlags);

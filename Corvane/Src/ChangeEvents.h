@@ -62,7 +62,7 @@ inline bool HasReason(const CFusionIOAdapter& adapter, int reason) {
 
 // Appends the events of an adapter for bits that have changed from 0 to 1, for the return to
 // normal, and for a card that was attached or detached. The events contain the id and name of
-// `before`. The masks of `after` must be settled.
+// `before`. The masks of `after` must be debounced.
 inline void AppendChanged(const CFusionIOAdapter& before, const CFusionIOAdapter& after,
                           unsigned long now, std::vector<PI::CEvent>& events) {
   const PI::CEvent event = EventOf(before, now);

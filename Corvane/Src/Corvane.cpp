@@ -168,7 +168,7 @@ unsigned int IPLUGINAPI_IMPL::GetProperties(unsigned long objectId,
 }
 
 // Uses a separate list, so that the payload is unchanged if the object does not have the property.
-// Increments the object's change count in any case.
+// Increments the object's change count either way.
 unsigned int IPLUGINAPI_IMPL::GetProperty(unsigned long objectId, PI::CProperty& property) {
   TRACED_GUARD(m_DataLock);
   static constexpr CountTexts kTexts = {"GetProperty", "GetProperty() Adapter = %d",

@@ -238,12 +238,12 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   unsigned int Rescan(PollState& state) CORVANE_REQUIRES(m_DataLock, m_EventsLock);
 
   // Stores the records of a scan, queues events for the changes and writes the database rows.
-  // Returns 0, or ERR_GENERAL if nothing has changed. Sets settled masks and parent and child ids
-  // in the scanned records.
+  // Returns 0, or ERR_GENERAL if nothing has changed. Writes the debounced masks and the parent and
+  // child ids to the scanned records.
   unsigned int UpdateSystem(std::vector<CFusionIOAdapter>& adapters,
                             std::vector<CFusionIOPhysicalDrive>& drives)
       CORVANE_REQUIRES(m_DataLock, m_EventsLock);
-  // Replaces the stored records with the scanned ones. Histories remain at their positions.
+  // Replaces the stored records with the scanned ones. Each vector position keeps its mask history.
   void Store(const SystemDifference& difference, std::vector<CFusionIOAdapter>& adapters,
              std::vector<CFusionIOPhysicalDrive>& drives)
       CORVANE_REQUIRES(m_DataLock, m_EventsLock);
@@ -254,7 +254,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
 
   // Replaces the contents of the vectors with one adapter and one drive per card in
   // `m_ControlDevicePaths`; omits cards that cannot be found. `initial` is true only at startup,
-  // when there are no earlier records to copy ids from. Returns 0, or ERR_COMMAND_ERROR if a card
+  // when no earlier records exist to copy ids from. Returns 0, or ERR_COMMAND_ERROR if a card
   // cannot be opened; the vectors then contain the cards before that one.
   unsigned int ScanSystem(std::vector<CFusionIOAdapter>& adapters,
                           std::vector<CFusionIOPhysicalDrive>& drives, bool initial)

@@ -220,7 +220,7 @@ unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
 
 // Checks whether any unit has the given state, which the operation would change. If the handle
 // cannot be created, only one of the two callers has it destroyed; the card library accepts both.
-unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyUnmade) {
+unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyIfNotCreated) {
   TRACE_AS("CheckPhysicalDriveOperation");
   ErrorRecord error;
   CardHandle iom;
@@ -228,7 +228,7 @@ unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyUnm
   if (code != 0) {
     TRACE(TRACE_RESULT, "CheckPhysicalDriveOperation, vsl_iom_create_by_name = %d (%s)", code,
           error.Text());
-    if (destroyUnmade) iom.Adopt();
+    if (destroyIfNotCreated) iom.Adopt();
     iom.Destroy();
     return PI::ERR_COMMAND_ERROR;
   }

@@ -37,7 +37,7 @@ constexpr unsigned int kStopLimitMs = 24999;
 constexpr unsigned int kForceWorker = 1;
 constexpr unsigned int kPrivateEvent = 3;
 
-bool Initialized(const char* name, int result) {
+bool CheckInitialized(const char* name, int result) {
   if (result == 1) return true;
   TRACE_AS("Initialize");
   TRACE(TRACE_ENTRY, "LEAVE Initialize() %s.Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED %d", name,
@@ -45,12 +45,12 @@ bool Initialized(const char* name, int result) {
   return false;
 }
 
-// Prints to standard output, whatever the trace level.
+// Prints to standard output regardless of the trace level.
 void PrintAdapterCount(unsigned long count) {
   std::printf("%s:  Initialize:  adapter count is %lu\n", MBX_MODULE_INFO_Corvane.m_Name, count);
 }
 
-void ReadAges(const CardReader& card, CFusionIOAdapter& adapter) {
+void ReadLifetimeAttributes(const CardReader& card, CFusionIOAdapter& adapter) {
   TRACE_AS("ScanSystem");
   if (const auto seconds = card.Read(VSL(first_use_ts))) {
     adapter.m_FirstUseMs = *seconds * 1000;
@@ -98,11 +98,11 @@ unsigned int IPLUGINAPI_IMPL::Initialize(std::vector<PI::CAdapterID>& adapterIDs
 }
 
 bool IPLUGINAPI_IMPL::InitializeLocksAndEvents() {
-  return Initialized("m_DataLock", m_DataLock.Init()) &&
-         Initialized("m_PrivateEventsLock", m_EventsLock.Init()) &&
-         Initialized("m_ForceWorker", m_ForceWorker.Init(false, false)) &&
-         Initialized("m_StopRequest", m_StopRequest.Init(false, true)) &&
-         Initialized("m_PrivateEvent", m_PrivateEvent.Init(false, false));
+  return CheckInitialized("m_DataLock", m_DataLock.Init()) &&
+         CheckInitialized("m_PrivateEventsLock", m_EventsLock.Init()) &&
+         CheckInitialized("m_ForceWorker", m_ForceWorker.Init(false, false)) &&
+         CheckInitialized("m_StopRequest", m_StopRequest.Init(false, true)) &&
+         CheckInitialized("m_PrivateEvent", m_PrivateEvent.Init(false, false));
 }
 
 // Initializes the library twice: the first call may only wake up a card, and the second call then
@@ -207,8 +207,8 @@ bool IPLUGINAPI_IMPL::AnyThreadRuns() const {
   return any;
 }
 
-// Cancels only the worker, whichever thread is late. A job is never interrupted while its card is
-// being attached or detached.
+// Cancels only the worker, even if another thread is late. A job is never interrupted while its
+// card is being attached or detached.
 void IPLUGINAPI_IMPL::CancelThreads() {
   TRACE_AS("DeInitialize");
   for (const NamedThread& thread : Threads()) {
@@ -445,7 +445,8 @@ bool IPLUGINAPI_IMPL::ScanCard(std::size_t index, bool initial,
   return true;
 }
 
-// The id belongs to the position in the list of control devices, whichever card is found there.
+// The id belongs to the position in the list of control devices, regardless of the card found
+// there.
 void IPLUGINAPI_IMPL::IdentifyAdapter(CFusionIOAdapter& adapter, bool initial) {
   const CFusionIOAdapter* known =
       initial ? nullptr : FindByCardIndex(m_Adapters, adapter.m_CardIndex);
@@ -488,7 +489,7 @@ void IPLUGINAPI_IMPL::ScanAdapter(CardHandle& iom, CFusionIOAdapter& adapter,
   ReadWriteThrottling(card, adapter);
   NameByNumber(m_AdapterIDs, adapter);
   if (const auto bytes = card.Read(VSL(factory_size_bytes))) adapter.m_FactorySizeMiB = MiB(*bytes);
-  ReadAges(card, adapter);
+  ReadLifetimeAttributes(card, adapter);
 }
 
 void IPLUGINAPI_IMPL::ScanCardState(const CardReader& card, CFusionIOAdapter& adapter) {

@@ -117,13 +117,13 @@ constexpr StatusBit kInfoBits[] = {
 
 // Rows must be in the order of their bits, because reasons and events are emitted in row order.
 template <std::size_t N>
-constexpr bool InOrderOfBits(const StatusBit (&bits)[N]) {
+constexpr bool AreInBitOrder(const StatusBit (&bits)[N]) {
   for (std::size_t i = 0; i < N; ++i) {
     if (bits[i].m_Bit != i) return false;
   }
   return true;
 }
-static_assert(InOrderOfBits(kErrorBits) && InOrderOfBits(kWarningBits) && InOrderOfBits(kInfoBits));
+static_assert(AreInBitOrder(kErrorBits) && AreInBitOrder(kWarningBits) && AreInBitOrder(kInfoBits));
 
 // Every event number must be used only once.
 template <std::size_t N, std::size_t M>

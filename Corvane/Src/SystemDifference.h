@@ -27,7 +27,7 @@ struct AdapterChange {
   // The stored record, with the scanned masks added to its histories and its change count
   // incremented.
   CFusionIOAdapter m_Before;
-  // The scanned record, with settled masks.
+  // The scanned record, with debounced masks.
   CFusionIOAdapter m_After;
 };
 
@@ -43,7 +43,7 @@ struct SystemDifference {
   // then removed adapters, then changed drives.
   std::vector<PI::CEvent> m_Events;
 
-  // Whether anything has changed. `m_Events` may be empty nevertheless.
+  // Whether anything has changed. A change does not always have an event.
   bool Any() const {
     return !m_AddedAdapters.empty() || !m_ChangedAdapters.empty() || !m_RemovedAdapters.empty() ||
            !m_ChangedDrives.empty();

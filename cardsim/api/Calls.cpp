@@ -12,7 +12,7 @@
 namespace CardSim {
 namespace {
 
-struct RequestedFailure {
+struct InjectedFailure {
   std::string function;
   unsigned int passing;  // calls that will still succeed
   unsigned int failing;  // calls that will fail after that
@@ -25,7 +25,7 @@ struct CallWatch {
   bool logging HOST_GUARDED_BY(mutex) = false;
   std::vector<Call> log HOST_GUARDED_BY(mutex);
   Hook hook HOST_GUARDED_BY(mutex);
-  std::vector<RequestedFailure> failures HOST_GUARDED_BY(mutex);
+  std::vector<InjectedFailure> failures HOST_GUARDED_BY(mutex);
 };
 
 CallWatch& TheCallWatch() {
@@ -35,7 +35,7 @@ CallWatch& TheCallWatch() {
 }
 
 // Counts this call and returns whether it must fail.
-bool CountAndCheckFailure(RequestedFailure& request) {
+bool CountAndCheckFailure(InjectedFailure& request) {
   if (request.passing > 0) {
     --request.passing;
     return false;
@@ -54,7 +54,7 @@ std::string Call::text() const {
   return line;
 }
 
-bool IsWatched() {
+bool MayBeIntercepted() {
   return TheCallWatch().active.load(std::memory_order_acquire);
 }
 
@@ -65,12 +65,12 @@ Hook LogCall(const Call& call) {
   return watch.hook;
 }
 
-void ThrowIfRequestedToFail(const std::string& function) {
+void ThrowIfCallMustFail(const std::string& function) {
   CallWatch& watch = TheCallWatch();
   const Base::MutexLock lock(watch.mutex);
   const Refusal* hit = nullptr;
   // Every request counts every call, so that one request does not shift another.
-  for (RequestedFailure& request : watch.failures) {
+  for (InjectedFailure& request : watch.failures) {
     if (request.function == function && CountAndCheckFailure(request) && hit == nullptr)
       hit = &request.refusal;
   }

@@ -1,4 +1,4 @@
-// The card library calls of this process: log, hook and requested failures. Thread-safe.
+// The card library calls of this process: log, hook and injected failures. Thread-safe.
 #pragma once
 
 #include <memory>
@@ -7,8 +7,8 @@
 
 namespace CardSim {
 
-// Whether calls may be logged, hooked or made to fail. Cheap, because every call checks it.
-bool IsWatched();
+// Whether calls may be logged, hooked or failed on purpose. Cheap, because every call checks it.
+bool MayBeIntercepted();
 
 // The function that runs before each call, or null.
 using Hook = std::shared_ptr<const std::function<void(const Call&)>>;
@@ -16,10 +16,10 @@ using Hook = std::shared_ptr<const std::function<void(const Call&)>>;
 // Logs the call. Returns the hook to run for it.
 Hook LogCall(const Call& call);
 
-// Counts the call to `function`, and throws the `Refusal` that `FailCall` requested for it, if any.
-void ThrowIfRequestedToFail(const std::string& function);
+// Counts the call to `function`. Throws `Refusal` if `FailCall` requested a failure of this call.
+void ThrowIfCallMustFail(const std::string& function);
 
-// Clears the log, the hook and the requested failures, and starts logging.
+// Clears the log, the hook and the injected failures, and starts logging.
 void ResetCalls();
 
 }  // namespace CardSim

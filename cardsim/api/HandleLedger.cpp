@@ -41,12 +41,12 @@ std::shared_ptr<Handle> HandleLedger::Make(HandleKind kind, std::shared_ptr<cons
   auto handle = std::make_shared<Handle>();
   const auto index = static_cast<std::size_t>(kind);
   handle->kind = kind;
-  handle->self = Pack({kTag, m_Epoch, m_Made[index] + 1, index});
+  handle->self = Pack({kTag, m_Epoch, m_CreatedCounts[index] + 1, index});
   handle->startCount = startCount;
   handle->cardId = card->id;
   handle->card = std::move(card);
   m_Handles[handle->self] = handle;
-  ++m_Made[index];
+  ++m_CreatedCounts[index];
   handle->sequence = ++m_Sequence;
   return handle;
 }
@@ -57,30 +57,30 @@ std::shared_ptr<Handle> HandleLedger::Find(void* handle) const {
 }
 
 void HandleLedger::Remove(Handle& handle) noexcept {
-  m_ExpiredTexts.Expire(handle.text);
+  m_ExpiredStrings.Expire(handle.text);
   for (void* volume : handle.volumes) m_Handles.erase(volume);
   m_Handles.erase(handle.self);
 }
 
-const char* HandleLedger::Lend(Handle& handle, std::string_view text) {
-  m_ExpiredTexts.Expire(handle.text);
-  handle.text = LentText(text);
+const char* HandleLedger::CopyString(Handle& handle, std::string_view text) {
+  m_ExpiredStrings.Expire(handle.text);
+  handle.text = ReturnedString(text);
   return handle.text.Get();
 }
 
-void HandleLedger::ExpireText(void* handle) noexcept {
+void HandleLedger::ExpireString(void* handle) noexcept {
   const auto found = m_Handles.find(handle);
-  if (found != m_Handles.end()) m_ExpiredTexts.Expire(found->second->text);
+  if (found != m_Handles.end()) m_ExpiredStrings.Expire(found->second->text);
 }
 
-void HandleLedger::ExpireTexts() noexcept {
-  for (const auto& [unused, handle] : m_Handles) m_ExpiredTexts.Expire(handle->text);
+void HandleLedger::ExpireStrings() noexcept {
+  for (const auto& [unused, handle] : m_Handles) m_ExpiredStrings.Expire(handle->text);
 }
 
 bool HandleLedger::WasCreated(void* handle) const {
   const HandleValue value = Unpack(handle);
   return value.tag == kTag && value.epoch == m_Epoch && value.kind < kHandleKinds &&
-         value.number > 0 && value.number <= m_Made[value.kind];
+         value.number > 0 && value.number <= m_CreatedCounts[value.kind];
 }
 
 std::string HandleLedger::Describe(void* handle) const {
@@ -90,7 +90,7 @@ std::string HandleLedger::Describe(void* handle) const {
   return std::string(kKindNames[value.kind]) + "#" + std::to_string(value.number);
 }
 
-std::vector<std::string> HandleLedger::Open() const {
+std::vector<std::string> HandleLedger::OpenHandles() const {
   std::vector<const Handle*> open;
   for (const auto& [unused, handle] : m_Handles) {
     const bool owned = handle->kind != HandleKind::Iterated && handle->kind != HandleKind::Volume;
@@ -112,9 +112,9 @@ std::vector<std::uint64_t> HandleLedger::Reset() {
   for (const auto& [unused, handle] : m_Handles) {
     if (handle->plan.phase == JobPhase::Started) running.push_back(handle->plan.mark.number);
   }
-  ExpireTexts();
+  ExpireStrings();
   m_Handles.clear();
-  std::fill(std::begin(m_Made), std::end(m_Made), 0);
+  std::fill(std::begin(m_CreatedCounts), std::end(m_CreatedCounts), 0);
   m_Epoch = (m_Epoch + 1) & kEpochMask;
   m_Misuse.clear();
   return running;

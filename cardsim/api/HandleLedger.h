@@ -9,8 +9,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "cardsim/api/LentText.h"
 #include "cardsim/api/LibraryLock.h"
+#include "cardsim/api/ReturnedString.h"
 #include "cardsim/store/State.h"
 
 namespace CardSim {
@@ -30,12 +30,12 @@ constexpr std::size_t kHandleKinds = static_cast<std::size_t>(HandleKind::Count)
 
 // A set of handle kinds, one bit each.
 using Kinds = unsigned int;
-constexpr Kinds Only(HandleKind kind) {
+constexpr Kinds KindBit(HandleKind kind) {
   return 1U << static_cast<unsigned int>(kind);
 }
 constexpr Kinds kAnyKind = (1U << kHandleKinds) - 1;
 constexpr Kinds kJobs =
-    Only(HandleKind::Attach) | Only(HandleKind::Detach) | Only(HandleKind::Format);
+    KindBit(HandleKind::Attach) | KindBit(HandleKind::Detach) | KindBit(HandleKind::Format);
 
 // The phase is also `Ended` while a call starts the job or waits for it.
 enum class JobPhase { Prepared, Started, Ended };
@@ -69,7 +69,7 @@ struct Handle {
   // Of a card: its volume handles.
   std::vector<void*> volumes HOST_GUARDED_BY(g_LibraryLock);
   // The last string returned by a call with the handle.
-  LentText text HOST_GUARDED_BY(g_LibraryLock);
+  ReturnedString text HOST_GUARDED_BY(g_LibraryLock);
   JobPlan plan HOST_GUARDED_BY(g_LibraryLock);
 };
 
@@ -86,18 +86,18 @@ class HandleLedger {
   // Destroys a handle and, if it is a card's, its volume handles.
   void Remove(Handle& handle) noexcept HOST_REQUIRES(g_LibraryLock);
 
-  // Returns a copy of `text`, valid until the next `Lend` or `ExpireText` for the handle.
-  const char* Lend(Handle& handle, std::string_view text) HOST_REQUIRES(g_LibraryLock);
-  // Expire the string of that handle, if it has one, or the strings of all handles.
-  void ExpireText(void* handle) noexcept HOST_REQUIRES(g_LibraryLock);
-  void ExpireTexts() noexcept HOST_REQUIRES(g_LibraryLock);
+  // Returns a copy of `text`, valid until the next `CopyString` or `ExpireString` for the handle.
+  const char* CopyString(Handle& handle, std::string_view text) HOST_REQUIRES(g_LibraryLock);
+  // Invalidate the string of that handle, if it has one, or the strings of all handles.
+  void ExpireString(void* handle) noexcept HOST_REQUIRES(g_LibraryLock);
+  void ExpireStrings() noexcept HOST_REQUIRES(g_LibraryLock);
 
   // Returns "card#1", "null", or "unknown" for a value that was never created here.
   std::string Describe(void* handle) const HOST_REQUIRES(g_LibraryLock);
   // Whether the handle was created here, even if it has been destroyed since.
   bool WasCreated(void* handle) const HOST_REQUIRES(g_LibraryLock);
-  // Returns the handles that callers have to destroy, in order of creation.
-  std::vector<std::string> Open() const HOST_REQUIRES(g_LibraryLock);
+  // Returns the handles that callers must still destroy, in order of creation.
+  std::vector<std::string> OpenHandles() const HOST_REQUIRES(g_LibraryLock);
 
   // Records a line about misuse, unless there are already 1000.
   void NoteMisuse(std::string line) HOST_REQUIRES(g_LibraryLock);
@@ -108,11 +108,11 @@ class HandleLedger {
 
  private:
   std::unordered_map<void*, std::shared_ptr<Handle>> m_Handles HOST_GUARDED_BY(g_LibraryLock);
-  std::uint64_t m_Made[kHandleKinds] HOST_GUARDED_BY(g_LibraryLock) = {};
+  std::uint64_t m_CreatedCounts[kHandleKinds] HOST_GUARDED_BY(g_LibraryLock) = {};
   std::uint64_t m_Sequence HOST_GUARDED_BY(g_LibraryLock) = 0;
   std::uint64_t m_Epoch HOST_GUARDED_BY(g_LibraryLock) = 1;
   std::vector<std::string> m_Misuse HOST_GUARDED_BY(g_LibraryLock);
-  ExpiredTexts m_ExpiredTexts HOST_GUARDED_BY(g_LibraryLock);
+  ExpiredStrings m_ExpiredStrings HOST_GUARDED_BY(g_LibraryLock);
 };
 
 }  // namespace CardSim

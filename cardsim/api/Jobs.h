@@ -11,11 +11,12 @@ void StartJob(Session& session, Handle& handle) HOST_REQUIRES(g_LibraryLock);
 
 // Sleeps for the duration of the job with the lock released, then puts the card into the job's
 // final state. The duration counts from this call, not from the start of the job, so that a job
-// takes the same time in virtual time. Throws `Refusal` if the card's state was changed meanwhile.
+// takes the same time in virtual time. Throws `Refusal` if the card's state was changed before the
+// end of the job.
 void WaitForJob(Session& session, Handle& handle) HOST_REQUIRES(g_LibraryLock);
 
 // Ends a job of this process and returns its card to the state before the job, unless the state was
-// changed meanwhile. If the file cannot be written now, other processes see the change after a
+// changed during the job. If the file cannot be written now, other processes see the change after a
 // later call by this process, or after its exit.
 void AbandonJob(const StorePtr& store, std::uint64_t job) noexcept;
 

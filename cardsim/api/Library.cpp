@@ -34,22 +34,22 @@ void Session::NoteMisuse(void* handle, const std::string& why) {
                               ": " + why);
 }
 
-void Session::Misused(void* handle, vsl_code code, const std::string& why) {
+void Session::RejectMisuse(void* handle, vsl_code code, const std::string& why) {
   NoteMisuse(handle, why);
   throw Refusal{code, why};
 }
 
 std::shared_ptr<Handle> Session::Expect(void* handle, Kinds kinds) {
-  if (handle == nullptr) Misused(handle, kBadHandle, "null handle");
+  if (handle == nullptr) RejectMisuse(handle, kBadHandle, "null handle");
   auto found = m_Library.ledger.Find(handle);
   if (!found) {
-    const bool made = m_Library.ledger.WasCreated(handle);
+    const bool created = m_Library.ledger.WasCreated(handle);
     const bool again = std::strcmp(m_Function, "vsl_destroy") == 0;
     const char* misuse = again ? "destroyed twice" : "used after being destroyed";
-    Misused(handle, kBadHandle, made ? misuse : "not a handle of this library");
+    RejectMisuse(handle, kBadHandle, created ? misuse : "not a handle of this library");
   }
-  if ((Only(found->kind) & kinds) == 0) Misused(handle, kBadHandle, "wrong kind of handle");
-  if (found->startCount != m_Library.startCount) NoteMisuse(handle, "made before vsl_fini");
+  if ((KindBit(found->kind) & kinds) == 0) RejectMisuse(handle, kBadHandle, "wrong kind of handle");
+  if (found->startCount != m_Library.startCount) NoteMisuse(handle, "created before vsl_fini");
   return found;
 }
 
@@ -60,7 +60,7 @@ void Session::Refresh() {
 
 std::shared_ptr<const Card> Session::CurrentCard(std::uint64_t id) const {
   const Card* card = Current().FindById(id);
-  if (card == nullptr) throw Refusal{kNoSuchCard, "the card is gone"};
+  if (card == nullptr) throw Refusal{kNoSuchCard, "the card has been removed"};
   return {m_Library.loaded->state, card};
 }
 
@@ -79,7 +79,7 @@ void Session::EditCard(std::uint64_t id, const std::function<bool(Card&)>& chang
 void Session::EditCardUnlocked(std::uint64_t id, const std::function<bool(Card&)>& change) {
   FileVersionPtr edited = m_Store->Edit([&](State& state) {
     Card* card = state.FindById(id);
-    if (card == nullptr) throw Refusal{kNoSuchCard, "the card is gone"};
+    if (card == nullptr) throw Refusal{kNoSuchCard, "the card has been removed"};
     return change(*card);
   });
   Lock();
@@ -94,12 +94,13 @@ bool MayLackRecord(const char* function) {
   return std::strcmp(function, "vsl_destroy") == 0 || std::strcmp(function, "vsl_fini") == 0;
 }
 
-std::string Described(const Library& library, const CallInfo& call) HOST_REQUIRES(g_LibraryLock) {
+std::string DescribeHandle(const Library& library, const CallInfo& call)
+    HOST_REQUIRES(g_LibraryLock) {
   return call.handle ? library.ledger.Describe(*call.handle) : std::string();
 }
 
 void NoteMissingRecord(Library& library, const CallInfo& call) HOST_REQUIRES(g_LibraryLock) {
-  const std::string handle = Described(library, call);
+  const std::string handle = DescribeHandle(library, call);
   library.ledger.NoteMisuse(std::string(call.function) + (handle.empty() ? "" : " ") + handle +
                             ": no error record");
 }
@@ -113,12 +114,12 @@ CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err) {
   {
     const Base::MutexLock lock(g_LibraryLock);
     storeToClean = std::move(library.storeToClean);
-    if (call.handle) library.ledger.ExpireText(*call.handle);
+    if (call.handle) library.ledger.ExpireString(*call.handle);
     if (err == nullptr && !MayLackRecord(call.function)) NoteMissingRecord(library, call);
-    if (IsWatched()) notice.call.handle = Described(library, call);
+    if (MayBeIntercepted()) notice.call.handle = DescribeHandle(library, call);
   }
   if (storeToClean != nullptr) DropEndedJobs(storeToClean);
-  if (!IsWatched()) return notice;
+  if (!MayBeIntercepted()) return notice;
   notice.call.function = call.function;
   if (call.number) notice.call.argument = std::to_string(*call.number);
   if (call.text != nullptr) notice.call.argument = call.text;
@@ -130,8 +131,8 @@ void RunHook(const CallNotice& notice) {
   if (notice.hook) (*notice.hook)(notice.call);
 }
 
-void ThrowIfMadeToFail(const CallInfo& call) {
-  if (IsWatched()) ThrowIfRequestedToFail(call.function);
+void ThrowInjectedFailure(const CallInfo& call) {
+  if (MayBeIntercepted()) ThrowIfCallMustFail(call.function);
 }
 
 void SetErrorText(vsl_error_record* err, std::string_view text) noexcept {
@@ -157,7 +158,7 @@ void Reset() {
 std::vector<std::string> OpenHandles() {
   Library& library = TheLibrary();
   const Base::MutexLock lock(g_LibraryLock);
-  return library.ledger.Open();
+  return library.ledger.OpenHandles();
 }
 
 std::vector<std::string> Misuse() {

@@ -58,7 +58,7 @@ class HOST_SCOPED_CAPABILITY Session {
   // throws `Refusal`.
   std::shared_ptr<Handle> Expect(void* handle, Kinds kinds) HOST_REQUIRES(g_LibraryLock);
   // Records misuse of the handle and throws `Refusal`.
-  [[noreturn]] void Misused(void* handle, vsl_code code, const std::string& why)
+  [[noreturn]] void RejectMisuse(void* handle, vsl_code code, const std::string& why)
       HOST_REQUIRES(g_LibraryLock);
   void NoteMisuse(void* handle, const std::string& why) HOST_REQUIRES(g_LibraryLock);
 
@@ -100,16 +100,16 @@ struct CallNotice {
   Hook hook;
 };
 
-// Starts a call: expires the string of its handle, records a missing error record as misuse, and
-// logs the call.
+// Starts a call: invalidates the string that was last returned for the handle, records misuse if
+// `err` is null, and logs the call.
 CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err);
 // Runs the hook, without holding a lock.
 void RunHook(const CallNotice& notice);
-// Throws the `Refusal` that was requested for this call, if any.
-void ThrowIfMadeToFail(const CallInfo& call);
+// Throws `Refusal` if `FailCall` requested a failure of this call.
+void ThrowInjectedFailure(const CallInfo& call);
 
-// Writes the text into the record, truncated to its size and always terminated. Does nothing for a
-// null record.
+// Writes the message into the record, truncated to its size and always terminated. Does nothing for
+// a null record.
 void SetErrorText(vsl_error_record* err, std::string_view text) noexcept;
 
 // Runs `body`. On failure, fills the record and returns the code. Only `Refusal` and standard
@@ -131,8 +131,8 @@ std::optional<vsl_code> RunCatching(vsl_error_record* err, Body body) {
   }
 }
 
-// Runs one call, and returns the code if it fails. An exception thrown by the hook passes to the
-// test that called the library.
+// Runs one call, and returns the code if it fails. An exception thrown by the hook propagates to
+// the caller, a test.
 template <typename Body>
 std::optional<vsl_code> RunCall(const CallInfo& call, vsl_error_record* err, Body body) {
   CallNotice notice;
@@ -140,7 +140,7 @@ std::optional<vsl_code> RunCall(const CallInfo& call, vsl_error_record* err, Bod
   if (failed) return failed;
   RunHook(notice);
   return RunCatching(err, [&] {
-    ThrowIfMadeToFail(call);
+    ThrowInjectedFailure(call);
     body();
   });
 }

@@ -35,9 +35,9 @@ bool IsFormat(Attribute attribute) {
 }
 
 Kinds KindsOf(Attribute attribute) {
-  if (attribute == Attribute::power_limit_watts) return Only(HandleKind::Adapter);
-  if (IsFormat(attribute)) return Only(HandleKind::Format);
-  return Only(HandleKind::Card) | Only(HandleKind::Iterated);
+  if (attribute == Attribute::power_limit_watts) return KindBit(HandleKind::Adapter);
+  if (IsFormat(attribute)) return KindBit(HandleKind::Format);
+  return KindBit(HandleKind::Card) | KindBit(HandleKind::Iterated);
 }
 
 bool IsStatusMask(Attribute attribute) {
@@ -65,7 +65,8 @@ std::shared_ptr<const Card> Source(Session& session, const Handle& handle, Attri
 std::optional<Value> FindValue(Session& session, void* pointer, Attribute attribute)
     HOST_REQUIRES(g_LibraryLock) {
   const auto handle = session.Expect(pointer, KindsOf(attribute));
-  if (!IsReadable(*handle, attribute)) session.Misused(pointer, kNotOpen, "the card is not open");
+  if (!IsReadable(*handle, attribute))
+    session.RejectMisuse(pointer, kNotOpen, "the card is not open");
   return At(Source(session, *handle, attribute)->values, attribute);
 }
 
@@ -85,14 +86,15 @@ T EmptyValue() {
 template <typename T>
 T ReadValue(Session& session, void* pointer, Attribute attribute) HOST_REQUIRES(g_LibraryLock) {
   const auto handle = session.Expect(pointer, KindsOf(attribute));
-  if (!IsReadable(*handle, attribute)) session.Misused(pointer, kNotOpen, "the card is not open");
+  if (!IsReadable(*handle, attribute))
+    session.RejectMisuse(pointer, kNotOpen, "the card is not open");
   const auto card = Source(session, *handle, attribute);
   if (!At(card->values, attribute)) {
-    session.Misused(pointer, kNotSupported, "the attribute is absent");
+    session.RejectMisuse(pointer, kNotSupported, "the attribute is absent");
   }
   const T value = Read<T>(card->values, attribute, EmptyValue<T>());
   if constexpr (std::is_same_v<T, const char*>) {
-    return session.Handles().Lend(*handle, value);
+    return session.Handles().CopyString(*handle, value);
   } else {
     return value;
   }
@@ -150,7 +152,7 @@ uint32_t vsl_reserve_status(void* iom, vsl_error_record* err) {
     Session session("vsl_reserve_status");
     const auto value = FindValue(session, iom, Attribute::reserve_status);
     if (!FindValue(session, iom, Attribute::reserve_space_pct)) {
-      session.Misused(iom, kNotSupported, "the attribute is absent");
+      session.RejectMisuse(iom, kNotSupported, "the attribute is absent");
     }
     return value ? ValueAs<uint32_t>(*value) : uint32_t{0};
   });

@@ -9,8 +9,8 @@ namespace {
 
 std::shared_ptr<Handle> MakeJob(Session& session, HandleKind kind, void* iom, void** out)
     HOST_REQUIRES(g_LibraryLock) {
-  if (out == nullptr) session.Misused(nullptr, kBadHandle, "null handle variable");
-  const auto card = session.Expect(iom, Only(HandleKind::Card));
+  if (out == nullptr) session.RejectMisuse(nullptr, kBadHandle, "null handle variable");
+  const auto card = session.Expect(iom, KindBit(HandleKind::Card));
   return session.Make(kind, card->card, out);
 }
 
@@ -28,7 +28,7 @@ template <typename Option>
 vsl_code SetOption(const CallInfo& call, HandleKind kind, vsl_error_record* err, Option option) {
   return RunForCode(call, err, [&] {
     Session session(call.function);
-    const auto job = session.Expect(*call.handle, Only(kind));
+    const auto job = session.Expect(*call.handle, KindBit(kind));
     if (job->plan.phase != JobPhase::Prepared) {
       throw Refusal{kWrongState, "the job has already been started"};
     }

@@ -29,7 +29,7 @@ void Start(std::uint64_t flags) {
 }
 
 void CheckVariable(Session& session, const void* variable) HOST_REQUIRES(g_LibraryLock) {
-  if (variable == nullptr) session.Misused(nullptr, kBadHandle, "null handle variable");
+  if (variable == nullptr) session.RejectMisuse(nullptr, kBadHandle, "null handle variable");
 }
 
 void CheckWhich(std::uint32_t which) {
@@ -52,7 +52,7 @@ bool Iterate(void** iom) {
   std::size_t position = 0;
   std::shared_ptr<Handle> iterated;
   if (*iom != nullptr) {
-    iterated = session.Expect(*iom, Only(HandleKind::Iterated));
+    iterated = session.Expect(*iom, KindBit(HandleKind::Iterated));
     position = NextPosition(session, *iterated);
   }
   void* next = nullptr;
@@ -81,7 +81,7 @@ void Destroy(void** variable) {
   if (*variable == nullptr) return;
   const auto handle = session.Expect(*variable, kAnyKind);
   if (handle->kind == HandleKind::Volume) {
-    session.Misused(*variable, kBadHandle, "a volume is destroyed with its card's handle");
+    session.RejectMisuse(*variable, kBadHandle, "a volume is destroyed with its card's handle");
   }
   if (handle->isOpen) session.NoteMisuse(*variable, "destroyed while open");
   session.Handles().Remove(*handle);
@@ -103,7 +103,7 @@ void vsl_fini(void) {
   Library& library = TheLibrary();
   const Base::MutexLock lock(g_LibraryLock);
   library.isStarted = false;
-  library.ledger.ExpireTexts();
+  library.ledger.ExpireStrings();
 }
 
 bool vsl_iom_iterate(void** iom, uint32_t which, vsl_error_record* err) {
@@ -127,8 +127,8 @@ vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* 
 vsl_code vsl_open(void* iom, vsl_error_record* err) {
   return RunForCode({"vsl_open", iom}, err, [&] {
     Session session("vsl_open", Freshness::Reloaded);
-    const auto handle = session.Expect(iom, Only(HandleKind::Card));
-    if (handle->isOpen) session.Misused(iom, kBadHandle, "opened twice");
+    const auto handle = session.Expect(iom, KindBit(HandleKind::Card));
+    if (handle->isOpen) session.RejectMisuse(iom, kBadHandle, "opened twice");
     handle->card = session.CurrentCard(handle->cardId);
     handle->isOpen = true;
   });
@@ -137,8 +137,8 @@ vsl_code vsl_open(void* iom, vsl_error_record* err) {
 vsl_code vsl_close(void* iom, vsl_error_record* err) {
   return RunForCode({"vsl_close", iom}, err, [&] {
     Session session("vsl_close");
-    const auto handle = session.Expect(iom, Only(HandleKind::Card));
-    if (!handle->isOpen) session.Misused(iom, kNotOpen, "closed but not open");
+    const auto handle = session.Expect(iom, KindBit(HandleKind::Card));
+    if (!handle->isOpen) session.RejectMisuse(iom, kNotOpen, "closed but not open");
     handle->isOpen = false;
   });
 }
@@ -152,8 +152,8 @@ vsl_code vsl_adapter_create(void* iom, void** adapter, vsl_error_record* err) {
   return RunForCode({"vsl_adapter_create", iom}, err, [&] {
     Session session("vsl_adapter_create");
     CheckVariable(session, adapter);
-    const auto handle = session.Expect(iom, Only(HandleKind::Card));
-    if (!handle->isOpen) session.Misused(iom, kNotOpen, "the card is not open");
+    const auto handle = session.Expect(iom, KindBit(HandleKind::Card));
+    if (!handle->isOpen) session.RejectMisuse(iom, kNotOpen, "the card is not open");
     session.Make(HandleKind::Adapter, handle->card, adapter);
   });
 }

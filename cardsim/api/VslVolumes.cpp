@@ -19,7 +19,7 @@ bool SetLocateLed(Card& card, bool on) {
 }
 
 bool SetVolumeState(Card& card, std::size_t position, std::uint32_t state) {
-  if (position >= card.volumes.size()) throw Refusal{kNoSuchCard, "the unit is gone"};
+  if (position >= card.volumes.size()) throw Refusal{kNoSuchCard, "the unit has been removed"};
   Volume& volume = card.volumes[position];
   if (!volume.settable) throw Refusal{kNotSupported, "the unit's state cannot be set"};
   if (volume.refuses) throw Refusal{kWrongState, "the unit rejected the new state"};
@@ -29,11 +29,12 @@ bool SetVolumeState(Card& card, std::size_t position, std::uint32_t state) {
 }
 
 bool NextVolume(Session& session, void* iom, void** vsu) HOST_REQUIRES(g_LibraryLock) {
-  const auto card = session.Expect(iom, Only(HandleKind::Card));
+  const auto card = session.Expect(iom, KindBit(HandleKind::Card));
   std::size_t position = 0;
   if (*vsu != nullptr) {
-    const auto volume = session.Expect(*vsu, Only(HandleKind::Volume));
-    if (volume->parent != iom) session.Misused(*vsu, kBadHandle, "a unit of another card's handle");
+    const auto volume = session.Expect(*vsu, KindBit(HandleKind::Volume));
+    if (volume->parent != iom)
+      session.RejectMisuse(*vsu, kBadHandle, "a unit of another card's handle");
     position = volume->position + 1;
   }
   if (position >= card->card->volumes.size()) {
@@ -51,7 +52,7 @@ bool NextVolume(Session& session, void* iom, void** vsu) HOST_REQUIRES(g_Library
 // Returns the unit as of its iteration or the last change of its state through this handle.
 const Volume& VolumeOf(const Handle& handle) HOST_REQUIRES(g_LibraryLock) {
   if (handle.position >= handle.card->volumes.size())
-    throw Refusal{kNoSuchCard, "the unit is gone"};
+    throw Refusal{kNoSuchCard, "the unit has been removed"};
   return handle.card->volumes[handle.position];
 }
 
@@ -60,7 +61,7 @@ const Volume& VolumeOf(const Handle& handle) HOST_REQUIRES(g_LibraryLock) {
 vsl_code vsl_set_beacon_state(void* iom, uint32_t state, vsl_error_record* err) {
   return RunForCode({"vsl_set_beacon_state", iom, state}, err, [&] {
     Session session("vsl_set_beacon_state");
-    const auto handle = session.Expect(iom, Only(HandleKind::Card));
+    const auto handle = session.Expect(iom, KindBit(HandleKind::Card));
     CheckOnOrOff(state);
     session.EditCard(handle->cardId, [&](Card& card) { return SetLocateLed(card, state == 1); });
     handle->card = session.CurrentCard(handle->cardId);
@@ -70,7 +71,7 @@ vsl_code vsl_set_beacon_state(void* iom, uint32_t state, vsl_error_record* err) 
 bool vsl_vsu_iterate(void* iom, void** vsu, uint32_t which, vsl_error_record* err) {
   return RunForValue({"vsl_vsu_iterate", iom}, err, false, [&] {
     Session session("vsl_vsu_iterate");
-    if (vsu == nullptr) session.Misused(nullptr, kBadHandle, "null handle variable");
+    if (vsu == nullptr) session.RejectMisuse(nullptr, kBadHandle, "null handle variable");
     if (which != 1) throw Refusal{kBadValue, "which must be 1"};
     return NextVolume(session, iom, vsu);
   });
@@ -79,7 +80,7 @@ bool vsl_vsu_iterate(void* iom, void** vsu, uint32_t which, vsl_error_record* er
 uint32_t vsl_vsu_state(void* vsu, vsl_error_record* err) {
   return RunForValue({"vsl_vsu_state", vsu}, err, uint32_t{0}, [&] {
     Session session("vsl_vsu_state");
-    return VolumeOf(*session.Expect(vsu, Only(HandleKind::Volume))).state;
+    return VolumeOf(*session.Expect(vsu, KindBit(HandleKind::Volume))).state;
   });
 }
 
@@ -87,14 +88,14 @@ bool vsl_has_vsu_state(void* vsu, vsl_error_record* err) {
   return RunForValue({"vsl_has_vsu_state", vsu}, err, false, [&] {
     Session session("vsl_has_vsu_state");
     if (vsu == nullptr) return false;
-    return VolumeOf(*session.Expect(vsu, Only(HandleKind::Volume))).settable;
+    return VolumeOf(*session.Expect(vsu, KindBit(HandleKind::Volume))).settable;
   });
 }
 
 vsl_code vsl_set_vsu_state(void* vsu, uint32_t state, vsl_error_record* err) {
   return RunForCode({"vsl_set_vsu_state", vsu, state}, err, [&] {
     Session session("vsl_set_vsu_state");
-    const auto handle = session.Expect(vsu, Only(HandleKind::Volume));
+    const auto handle = session.Expect(vsu, KindBit(HandleKind::Volume));
     CheckOnOrOff(state);
     session.EditCard(handle->cardId,
                      [&](Card& card) { return SetVolumeState(card, handle->position, state); });

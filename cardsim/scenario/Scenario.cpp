@@ -21,7 +21,7 @@ struct Fields {
   std::string what;
   std::string to;  // as JSON
   std::uint64_t code = 1;
-  std::string text = "made to fail by a scenario";
+  std::string text = "failure injected by a scenario";
 };
 
 // Runs a lookup by name, and reports an unknown name as an error in the file.

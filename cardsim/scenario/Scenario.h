@@ -52,7 +52,7 @@ CARDSIM_API Scenario ParseScenario(const std::string& text);
 CARDSIM_API Scenario ReadScenario(const std::filesystem::path& path);
 
 // Callbacks of `PlayScenario`, both required and called on its thread. An exception thrown by one
-// of them stops playing and passes to the caller.
+// of them stops playing and propagates to the caller.
 struct CARDSIM_API PlayObserver {
   // Called after each step with the time since the start, as written in the scenario, and with
   // `say` or the description of the change.

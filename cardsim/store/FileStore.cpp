@@ -53,7 +53,7 @@ void Keep(FileVersion& loaded, Base::Descriptor file, const struct stat& status)
   loaded.mtimeNanoseconds = status.st_mtim.tv_nsec;
 }
 
-// Resets the cards of jobs that are no longer running. Returns whether there were any.
+// Resets the cards of jobs whose process has exited. Returns whether it reset any.
 bool DropDeadJobs(State& state) {
   bool dropped = false;
   for (Card& card : state.cards) {
@@ -126,7 +126,7 @@ void FileStore::Create(bool overwrite) const {
   struct stat status = {};
   if (fstatat(place.m_Directory.Get(), place.m_Name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
     if (!overwrite) FailAt(m_Path, "already exists; `cardsim new --force` replaces it");
-    if (!S_ISREG(status.st_mode)) FailAt(m_Path, "is not a regular file");
+    if (!S_ISREG(status.st_mode)) FailAt(m_Path, "not a regular file");
   }
   const std::string text = FormatState(State());
   Draft draft(m_Path, place, ModeOfNewFile());

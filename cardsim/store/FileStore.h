@@ -27,7 +27,7 @@ using FileVersionPtr = std::shared_ptr<const FileVersion>;
 // All functions are thread-safe, and several processes may call them simultaneously. They throw
 // `std::runtime_error` with one line that starts with the file's name or with the location of an
 // invalid change, and `std::bad_alloc` if memory runs out. They reject a file that another user
-// could have put there.
+// could have created.
 class FileStore {
  public:
   explicit FileStore(std::filesystem::path path) : m_Path(std::move(path)) {}

@@ -34,8 +34,8 @@ class Json {
   Json(List list) : m_Value(std::move(list)) {}
   Json(Members members) : m_Value(std::move(members)) {}
 
-  // Returns the value if it is of that type, otherwise null. Whole numbers are unsigned unless
-  // negative.
+  // Returns a pointer to the value if it has type `T`, otherwise null. Whole numbers are unsigned
+  // unless negative.
   template <typename T>
   const T* As() const {
     return std::get_if<T>(&m_Value);

@@ -7,7 +7,7 @@
 namespace CardSim {
 namespace {
 
-// Limits the recursion of writing and destruction. The files in use need five levels.
+// Limits the recursion depth when a document is written or destroyed. State files have five levels.
 constexpr std::size_t kMaxDepth = 64;
 
 class Builder : public nlohmann::json::json_sax_t {
@@ -30,11 +30,12 @@ class Builder : public nlohmann::json::json_sax_t {
   bool parse_error(std::size_t byte, const std::string&,
                    const nlohmann::json::exception& error) override {
     m_Byte = byte;
-    m_IsNumber = dynamic_cast<const nlohmann::json::out_of_range*>(&error) != nullptr;
+    m_IsOutOfRange = dynamic_cast<const nlohmann::json::out_of_range*>(&error) != nullptr;
     return false;
   }
 
-  // Returns whether the text is valid. The JSON library treats a zero byte as the end of the text.
+  // Returns whether the text is valid JSON. Checks for NUL, which the JSON library treats as the
+  // end of the text.
   bool Parse(const std::string& text) {
     const std::size_t zero = text.find('\0');
     if (zero == std::string::npos) return nlohmann::json::sax_parse(text, this);
@@ -46,7 +47,7 @@ class Builder : public nlohmann::json::json_sax_t {
 
   [[noreturn]] void Throw(const std::string& text) const {
     if (m_IsTooDeep) throw std::runtime_error("is nested too deeply");
-    if (m_IsNumber) throw std::runtime_error("contains a number that is out of range");
+    if (m_IsOutOfRange) throw std::runtime_error("contains a number that is out of range");
     // The JSON library provides an offset, but editors show line and column.
     const auto end = text.begin() + static_cast<std::ptrdiff_t>(
                                         std::min(m_Byte == 0 ? 0 : m_Byte - 1, text.size()));
@@ -94,7 +95,7 @@ class Builder : public nlohmann::json::json_sax_t {
   std::vector<Json*> m_Open;
   std::string m_Name;
   std::size_t m_Byte = 0;
-  bool m_IsNumber = false;
+  bool m_IsOutOfRange = false;
   bool m_IsTooDeep = false;
 };
 

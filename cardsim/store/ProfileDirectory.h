@@ -21,7 +21,7 @@ class ProfileDirectory {
   std::vector<std::string> Names() const;
 
   // Returns the profile in NAME.json. Throws `std::runtime_error`, "FILE: reason", if the file is
-  // missing, damaged, or another user could have put it there.
+  // missing, damaged, or another user could have created it.
   Profile Read(const std::string& name) const;
 
  private:

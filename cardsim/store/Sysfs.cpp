@@ -20,8 +20,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr unsigned int kVendor = 0x1aed;
-// Marks a tree written by cardsim. A real sysfs tree must never be removed.
-constexpr const char* kMark = "bus/pci/.cardsim";
+// Identifies a tree created by cardsim. A real sysfs tree must never be removed.
+constexpr const char* kMarkerFile = "bus/pci/.cardsim";
 
 template <typename... Numbers>
 std::string Format(const char* format, Numbers... numbers) {
@@ -31,7 +31,7 @@ std::string Format(const char* format, Numbers... numbers) {
 }
 
 // Files and directories are created below an open directory, so that no part of the path can be
-// replaced by a link meanwhile. Apart from its last component, the path is only for messages.
+// replaced by a link in the meantime. Apart from its last component, the path is only for messages.
 void WriteLine(const Base::Descriptor& directory, const fs::path& path, const std::string& line) {
   const Base::Descriptor file =
       Base::OpenAt(directory.Get(), path.filename().string(),
@@ -58,31 +58,31 @@ std::string AddressOf(const Card& card) {
   return Format("%04x:%02x:%02x.%x", domain, bus, device, function);
 }
 
-// Returns the directory of the mark, which is created if missing. In an untrusted directory, other
-// users could choose where files are written and removed.
-Base::Descriptor MarkTree(const fs::path& mark) {
+// Creates the marker file if it is missing, and returns its directory. In an untrusted directory,
+// other users could choose where files are written and removed.
+Base::Descriptor CreateMarker(const fs::path& marker) {
   struct stat status = {};
-  const bool exists = Base::StatusOfName(mark.c_str(), &status) == 0;
+  const bool exists = Base::StatusOfName(marker.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) {
-    throw std::runtime_error(mark.string() + ": is not a regular file");
+    throw std::runtime_error(marker.string() + ": not a regular file");
   }
-  Base::TrustedDirectory place = CreateDirectoryOf(mark);
+  Base::TrustedDirectory directory = CreateDirectoryOf(marker);
   if (exists) {
-    CheckTrusted(mark, place, status);
+    CheckTrusted(marker, directory, status);
   } else {
-    WriteLine(place.m_Directory, mark, "simulated cards");
+    WriteLine(directory.m_Directory, marker, "simulated cards");
   }
-  return std::move(place.m_Directory);
+  return std::move(directory.m_Directory);
 }
 
-// Empties the tree and returns its directory of devices.
+// Removes the simulated devices and returns the new, empty device directory.
 Base::Descriptor ClearTree(const fs::path& directory) {
   const fs::path devices = directory / "bus/pci/devices";
-  if (fs::exists(devices) && !fs::exists(directory / kMark)) {
-    throw std::runtime_error(devices.string() + ": not written by cardsim; not replaced");
+  if (fs::exists(devices) && !fs::exists(directory / kMarkerFile)) {
+    throw std::runtime_error(devices.string() + ": not created by cardsim; will not be replaced");
   }
-  // The mark is written first, so that an incomplete tree can be replaced.
-  const Base::Descriptor bus = MarkTree(directory / kMark);
+  // The marker file is written first, so that an incomplete tree can be replaced.
+  const Base::Descriptor bus = CreateMarker(directory / kMarkerFile);
   fs::remove_all(devices);
   Base::Descriptor created = CreateDirectory(bus, devices);
   if (!created.IsOpen()) FailWithErrno(devices);
@@ -92,7 +92,8 @@ Base::Descriptor ClearTree(const fs::path& directory) {
 void WriteDevice(const Base::Descriptor& devices, const fs::path& directory, const Card& card) {
   const Base::Descriptor created = CreateDirectory(devices, directory);
   if (!created.IsOpen() && errno == EEXIST) {
-    throw std::runtime_error(card.name + ": another card has its PCI address " + AddressOf(card));
+    throw std::runtime_error(card.name + ": PCI address " + AddressOf(card) +
+                             " is already used by another card");
   }
   if (!created.IsOpen()) FailWithErrno(directory);
   const unsigned int device = Read<std::uint16_t>(card.values, Attribute::pci_device_id, 0);

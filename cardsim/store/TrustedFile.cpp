@@ -20,7 +20,7 @@ Base::TrustedDirectory OpenedOrThrown(const std::filesystem::path& path, bool cr
   options.m_CreatesDirectories = creates;
   options.m_RefusesForeignLinks = true;
   Base::TrustedDirectory directory = Base::OpenDirectoryOf(path, options);
-  if (!directory.m_Objection.empty()) FailAt(path, "not trusted: " + directory.m_Objection);
+  if (!directory.m_TrustError.empty()) FailAt(path, "not trusted: " + directory.m_TrustError);
   if (directory.m_Error == ENOENT) FailAt(path, whenMissing);
   if (directory.m_Error != 0) FailWith(path, directory.m_Error);
   return directory;
@@ -51,9 +51,9 @@ Base::TrustedDirectory CreateDirectoryOf(const std::filesystem::path& path) {
 
 void CheckTrusted(const std::filesystem::path& path, const Base::TrustedDirectory& directory,
                   const struct stat& file) {
-  const std::string objection =
-      Base::ObjectionToFile(directory.m_IsWritableByOthers, file, geteuid());
-  if (!objection.empty()) FailAt(path, "not trusted: the file " + objection);
+  const std::string trustError =
+      Base::TrustErrorOfFile(directory.m_IsWritableByOthers, file, geteuid());
+  if (!trustError.empty()) FailAt(path, "not trusted: the file " + trustError);
 }
 
 Base::Descriptor OpenForReading(const std::filesystem::path& path,
@@ -74,7 +74,7 @@ InputFile OpenInputFile(const std::filesystem::path& path, const Base::TrustedDi
   struct stat checked = {};
   if (Base::StatusOfOpened(input.file.Get(), &checked) != 0) FailWithErrno(path);
   CheckTrusted(path, directory, checked);
-  if (!S_ISREG(input.status.st_mode)) FailAt(path, "is not a regular file");
+  if (!S_ISREG(input.status.st_mode)) FailAt(path, "not a regular file");
   if (input.status.st_size > limit) FailAt(path, whenLarge);
   return input;
 }

@@ -1,4 +1,4 @@
-// Opening and reading files that no other user could have put there.
+// Opening and reading files that no other user could have created.
 //
 // All functions are thread-safe. They throw `std::runtime_error` with "PATH: reason", or with
 // "PATH: not trusted: ..." if the file or a directory of its path is not trusted.

@@ -287,7 +287,7 @@ void DescribeFailures(CLI::App& app, Arguments& arguments, Command& chosen) {
   for (CLI::App* command : {fail, clear}) {
     command->add_option("FUNCTION", arguments.function, "name, such as vsl_open")->required();
   }
-  arguments.text = "made to fail by cardsim";
+  arguments.text = "failure injected by cardsim";
   fail->add_option("--code", arguments.code, "result of the calls, not 0")
       ->type_name("CODE")
       ->capture_default_str();
@@ -311,7 +311,7 @@ void DescribePlay(CLI::App& app, Arguments& arguments, Command& chosen) {
       ->default_str("1");
 }
 
-// Describes what is wrong with the command line.
+// Returns the message for an invalid command line.
 std::string UsageError(const CLI::App& app, const CLI::ParseError& error) {
   std::string text = error.what();
   const bool isExtra = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;

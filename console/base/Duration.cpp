@@ -24,12 +24,12 @@ constexpr TimeUnit kTimeUnits[] = {{"", 1000},    {"ms", 1},        {"s", 1000},
 
 std::optional<std::chrono::milliseconds> ReadDuration(const std::string& text) {
   // About a tenth of the range of the steady clock, to which durations are added.
-  constexpr std::int64_t kLongest = 10'000 * kMillisecondsPerDay;
+  constexpr std::int64_t kMaxDuration = 10'000 * kMillisecondsPerDay;
   std::int64_t number = -1;
   const char* end = text.data() + text.size();
   const char* stop = std::from_chars(text.data(), end, number).ptr;
   for (const TimeUnit& unit : kTimeUnits) {
-    const bool fits = number >= 0 && number <= kLongest / unit.m_Milliseconds;
+    const bool fits = number >= 0 && number <= kMaxDuration / unit.m_Milliseconds;
     if (fits && std::string(stop, end) == unit.m_Symbol)
       return std::chrono::milliseconds(number * unit.m_Milliseconds);
   }

@@ -26,7 +26,7 @@ Failure PluginFailure(const std::string& what, std::uint32_t error) {
   if (id.empty()) id = "PLUGIN_ERROR";
   if (why.empty()) why = "unknown plug-in error";
   return Failure(ExitCode::Failed, id, what, fmt::format("{} ({})", why, error),
-                 {"Run it again with --trace 2,16 to see the card library's error."});
+                 {"Run the command again with --trace 2,16 to see the card library's message."});
 }
 
 Failure StopFailure(std::string text, std::vector<std::string> advice) {

@@ -19,8 +19,8 @@ struct Style {
 // with it.
 class ResultStream {
  public:
-  // Redirects all other output to standard output: to standard error if `showOthers`, otherwise to
-  // /dev/null.
+  // Redirects everything else that is written to standard output: to standard error if
+  // `showOthers`, otherwise to /dev/null.
   explicit ResultStream(bool showOthers);
   ~ResultStream();
   ResultStream(const ResultStream&) = delete;

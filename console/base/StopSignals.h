@@ -29,7 +29,7 @@ bool WaitForStop(std::chrono::milliseconds timeout);
 // Additional descriptors that end a wait; -1: none.
 struct WaitSet {
   int m_Readable = -1;  // ends the wait when readable or at end of file
-  int m_Reader = -1;    // ends the wait when its reader closes it
+  int m_Reader = -1;    // ends the wait when the reader of this pipe or terminal has closed it
 };
 
 // Waits until `fd` is readable or at end of file, a descriptor of `also` is ready, a stop signal

@@ -73,7 +73,7 @@ class LineEditor {
 
 }  // namespace
 
-bool CanAsk(const Options& options) {
+bool CanPrompt(const Options& options) {
   return !options.m_NoInput && isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0;
 }
 
@@ -82,7 +82,7 @@ bool CanRewriteLine() {
   return isatty(STDERR_FILENO) != 0 && kind != nullptr && std::strcmp(kind, "dumb") != 0;
 }
 
-std::string AskLine(const std::string& question) {
+std::string PromptLine(const std::string& question) {
   const std::size_t lastLine = question.rfind('\n') + 1;
   std::fputs(question.substr(0, lastLine).c_str(), stderr);
   LineEditor editor(question.substr(lastLine));

@@ -25,9 +25,9 @@ Failure WriteFailure(const std::string& file, int error) {
                  fmt::format("cannot write {}", file), std::strerror(error));
 }
 
-Failure RedirectableFailure(const std::string& file, const std::string& objection) {
+Failure RedirectableFailure(const std::string& file, const std::string& trustError) {
   return Failure(ExitCode::Permission, "TEXTFILE_FAILED", fmt::format("cannot write {}", file),
-                 objection,
+                 trustError,
                  {"Its owner could redirect the file.",
                   "Use a directory whose parent directories belong to you or to root."});
 }
@@ -36,7 +36,7 @@ Failure RedirectableFailure(const std::string& file, const std::string& objectio
 // directory cannot redirect the file.
 Base::Descriptor OpenDirectory(const std::filesystem::path& directory, const std::string& file) {
   Base::TrustedDirectory opened = Base::OpenTrustedDirectory(directory);
-  if (!opened.m_Objection.empty()) throw RedirectableFailure(file, opened.m_Objection);
+  if (!opened.m_TrustError.empty()) throw RedirectableFailure(file, opened.m_TrustError);
   if (!opened.m_Directory.IsOpen()) throw WriteFailure(file, opened.m_Error);
   return std::move(opened.m_Directory);
 }

@@ -23,16 +23,16 @@ void Append(std::string& text, const char* label, const std::string& part) {
   if (!part.empty()) text += fmt::format(", {}{}", label, part);
 }
 
-std::string Ask(const std::string& question) {
+std::string Prompt(const std::string& question) {
   try {
-    return AskLine(question);
+    return PromptLine(question);
   } catch (const Stopped& stopped) {
     std::fputs("\n", stderr);
     throw StopFailure(stopped.what(), {"Nothing was changed."});
   }
 }
 
-const char* WhyNotAsked(const Options& options) {
+const char* NoPromptReason(const Options& options) {
   return options.m_NoInput ? "confirmation required, and --no-input was given" : "not a terminal";
 }
 
@@ -42,7 +42,7 @@ bool IsYes(const std::string& answer) {
 
 }  // namespace
 
-std::string Described(const Model& model, const Object& object) {
+std::string DescribeObject(const Model& model, const Object& object) {
   std::string text = object.m_Selector;
   Append(text, "", FieldText(object, "name"));
   const Object* adapter = AdapterOf(model, object);
@@ -65,35 +65,35 @@ void RequireNotInUse(const Model& model, const Object& object, const std::string
       BlockDeviceUsers::OfThisSystem().UsersOf(FieldText(*adapter, "pci_address"));
   if (users.empty()) return;
   throw Refused("IN_USE", what, fmt::format("{}", fmt::join(users, ", ")),
-                {"Unmount or release it first."});
+                {"Unmount or release the drive first."});
 }
 
 void RequireConfirmation(const Context& context, const std::string& what,
                          const std::string& question) {
   if (context.m_Options.m_Yes) return;
-  if (!CanAsk(context.m_Options)) {
-    throw Refused("NOT_CONFIRMED", what, WhyNotAsked(context.m_Options),
+  if (!CanPrompt(context.m_Options)) {
+    throw Refused("NOT_CONFIRMED", what, NoPromptReason(context.m_Options),
                   {"Pass --yes to confirm."});
   }
-  if (IsYes(Ask(question + " [y/N] "))) return;
+  if (IsYes(Prompt(question + " [y/N] "))) return;
   throw Refused("NOT_CONFIRMED", what, "canceled");
 }
 
-void RequireRetyped(const Context& context, const std::string& what, const std::string& plan,
-                    const std::string& word) {
+void RequireTypedWord(const Context& context, const std::string& what, const std::string& plan,
+                      const std::string& word) {
   const std::string& given = context.m_Options.m_Confirm;
   if (!given.empty()) {
     if (given == word) return;
     throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not the serial number", given),
-                  {"Find it with: corvane-host list"});
+                  {"Find the serial number with: corvane-host list"});
   }
-  if (!CanAsk(context.m_Options)) {
-    throw Refused("NOT_CONFIRMED", what, WhyNotAsked(context.m_Options),
+  if (!CanPrompt(context.m_Options)) {
+    throw Refused("NOT_CONFIRMED", what, NoPromptReason(context.m_Options),
                   {"Pass --confirm SERIAL to proceed; --yes does not apply to format.",
                    "Pass --dry-run to see what would be changed."});
   }
   std::fputs(plan.c_str(), stderr);
-  const std::string typed = Ask("  Type the serial number to continue (Enter cancels): ");
+  const std::string typed = Prompt("  Type the serial number to continue (Enter cancels): ");
   if (typed == word) return;
   if (typed.empty()) throw Refused("NOT_CONFIRMED", what, "canceled");
   throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not the serial number", typed));

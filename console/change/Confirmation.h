@@ -9,7 +9,7 @@
 namespace Console {
 
 // Describes an object for a prompt: selector, name, serial number, slot and PCI address.
-std::string Described(const Model& model, const Object& object);
+std::string DescribeObject(const Model& model, const Object& object);
 
 // Returns the word that the user must type before a drive is erased: the serial number of its card,
 // or the drive's id if the card has no serial number.
@@ -24,9 +24,9 @@ void RequireNotInUse(const Model& model, const Object& object, const std::string
 void RequireConfirmation(const Context& context, const std::string& what,
                          const std::string& question);
 
-// Shows `plan` and prompts for `word`. With --confirm there is no prompt, and the option's value
+// Shows `plan` and prompts for `word`. With --confirm, it does not prompt, and the option's value
 // must be `word`; --yes has no effect. Throws like `RequireConfirmation`.
-void RequireRetyped(const Context& context, const std::string& what, const std::string& plan,
-                    const std::string& word);
+void RequireTypedWord(const Context& context, const std::string& what, const std::string& plan,
+                      const std::string& word);
 
 }  // namespace Console

@@ -113,8 +113,8 @@ class LocateLedGuard {
 std::string PlanText(Context& context, const Model& model, const Object& drive, const Plan& plan,
                      bool locateLed) {
   const bool ascii = context.m_Style.m_Ascii;
-  std::string text = fmt::format("  Drive   {}\n", Base::Printable(Described(model, drive)));
-  if (locateLed) text += "  Where   the locate LED of its card is blinking now\n";
+  std::string text = fmt::format("  Drive   {}\n", Base::Printable(DescribeObject(model, drive)));
+  if (locateLed) text += "  LED     the card's locate LED is blinking\n";
   text +=
       fmt::format("  Change  {} -> about {} ({}), sectors {}\n",
                   Bytes(Number(drive, "formatted_size_bytes"), ascii), Bytes(plan.m_Bytes, ascii),
@@ -223,7 +223,7 @@ bool ShouldDiffer(const Object& drive, const FormatRequest& request) {
 // Scans run once per poll interval, up to a third of an interval late.
 std::optional<Object> AwaitScan(Context& context, const Model& before, const Object& drive,
                                 const FormatRequest& request) {
-  constexpr milliseconds kOneWait{250};
+  constexpr milliseconds kCheckInterval{250};
   const Object& plugin = before.Objects().front();
   const std::uint64_t interval = Number(plugin, "poll_interval_seconds");
   const auto longest = milliseconds(interval * 5000 / 3 + 2000);
@@ -239,7 +239,7 @@ std::optional<Object> AwaitScan(Context& context, const Model& before, const Obj
       progress.emplace(context, "Waiting for the next scan", JobJson(drive));
     }
     if (progress) progress->Tick();
-    context.Open().WaitForNotification(kOneWait);
+    context.Open().WaitForNotification(kCheckInterval);
     if (!IsStopRequested()) continue;
     progress.reset();
     NoteFormatted(context, drive);
@@ -331,18 +331,19 @@ CommandResult FormatDrive(Context& context, const Model& model, const Object& dr
     return result;
   }
   {
-    const bool prompts = options.m_Confirm.empty() && CanAsk(options);
+    const bool prompts = options.m_Confirm.empty() && CanPrompt(options);
     const LocateLedGuard locateLed(session, prompts ? AdapterOf(model, drive) : nullptr);
-    RequireRetyped(context, ActionText(FormatRow(), drive),
-                   PlanText(context, model, drive, plan, locateLed.IsOn()),
-                   ConfirmationWord(model, drive));
+    RequireTypedWord(context, ActionText(FormatRow(), drive),
+                     PlanText(context, model, drive, plan, locateLed.IsOn()),
+                     ConfirmationWord(model, drive));
   }
   RequireAllowed(session, model, drive);
   const milliseconds elapsed = Execute(context, model, drive, request);
   const std::optional<Object> after = AwaitScan(context, model, drive, request);
   if (!after) {
-    context.m_Diagnostics.Note("NOT_SEEN_YET", "the plug-in does not report the new size yet",
-                               {fmt::format("Check it: corvane-host show {}", drive.m_Selector)});
+    context.m_Diagnostics.Note(
+        "NOT_SEEN_YET", "the plug-in does not report the new size yet",
+        {fmt::format("Check the size: corvane-host show {}", drive.m_Selector)});
   }
   CommandResult result = FormatResult(drive, plan, after, false, elapsed);
   result.m_Text = DoneText(drive, after, elapsed, ascii);

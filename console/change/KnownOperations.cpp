@@ -17,7 +17,7 @@ using HostKit::Family;
 // clang-format off
 constexpr OperationRow kRows[] = {
     // number                   kind           aspect             risk          goal        verb       doing
-    // reason if the state is wrong, question, failed event, takes the drive away
+    // reason if the state is wrong, question, failed event, makes the drive unavailable
     {PI::OP_LOCATE_DEVICE,      Kind::Adapter, Aspect::LocateLed, Risk::Low,    "on",       "locate",  "switching on the locate LED of",
      "", 0, 0, false},
     {PI::OP_STOP_LOCATE_DEVICE, Kind::Adapter, Aspect::LocateLed, Risk::Low,    "off",      "locate",  "switching off the locate LED of",
@@ -95,7 +95,7 @@ struct Refusal {
 
 constexpr Refusal kRefusals[] = {
     {PI::ERR_ADAPTER_BUSY, "a card is being attached or detached",
-     "Wait until it is done, then try again."},
+     "Wait until this is done, then try again."},
     {PI::ERR_LOCATE_IN_PROGRESS, "locate LED already on", nullptr},
     {PI::ERR_NO_LOCATE_STARTED, "locate LED already off", nullptr},
     {PI::ERR_PHYSICALDRIVE_NOT_AVAILABLE, "the drive is not available",
@@ -148,7 +148,8 @@ Failure CheckFailure(const std::string& what, const OperationRow* row, const std
   for (const Refusal& refusal : kRefusals) {
     if (refusal.m_Error != error) continue;
     std::string why = refusal.m_Why;
-    if (error == PI::ERR_GENERAL && row != nullptr && *row->m_Only != '\0') why = row->m_Only;
+    if (error == PI::ERR_GENERAL && row != nullptr && *row->m_WrongStateReason != '\0')
+      why = row->m_WrongStateReason;
     if (error == PI::ERR_GENERAL && !state.empty()) why += fmt::format(", but it is {}", state);
     std::vector<std::string> advice;
     if (refusal.m_Advice != nullptr) advice.emplace_back(refusal.m_Advice);

@@ -14,22 +14,22 @@ namespace Console {
 // The confirmation that an operation needs: none, a yes, or the serial number.
 enum class Risk { Low, Medium, High };
 
-// What an operation changes.
+// The state that an operation changes.
 enum class Aspect { Nothing, LocateLed, Card, Units, Data };
 
 struct OperationRow {
   std::uint32_t m_Number;
-  Kind m_Kind;  // kind of the objects that have the operation
+  Kind m_Kind;  // kind of object that the operation applies to
   Aspect m_Aspect;
   Risk m_Risk;
-  const char* m_Goal;        // the target state, as returned by `StateOf`
-  const char* m_Verb;        // "attach"
-  const char* m_Doing;       // "attaching"
-  const char* m_Only;        // the reason shown if the plug-in reports a wrong state
-  std::uint32_t m_Question;  // number of the host text for the prompt; 0: none
+  const char* m_Goal;              // the target state, as returned by `StateOf`
+  const char* m_Verb;              // "attach"
+  const char* m_Doing;             // "attaching"
+  const char* m_WrongStateReason;  // the reason shown if the plug-in reports a wrong state
+  std::uint32_t m_Question;        // number of the host text for the prompt; 0: none
   // The event for a failure of the job that continues after the call; 0: no such job.
   std::uint32_t m_FailedEvent;
-  bool m_TakesAway;  // makes the drive unavailable to the system
+  bool m_MakesUnavailable;  // whether it makes the drive unavailable to the system
 };
 
 // Returns the row of an operation, or null if this host does not know the operation.
@@ -44,11 +44,11 @@ std::uint32_t ResolveOperation(const Object& object, const std::string& text);
 
 // Queries the plug-in for the current state of an object in one aspect: "on" or "off" for the
 // locate LED; "attached", "detached" or an activity for the card; "online", "offline" or "partly
-// online" for the storage units. Returns empty if the state is unknown.
+// online" for the storage units. Returns an empty string if unknown.
 std::string StateOf(Session& session, std::uint64_t object, Aspect aspect);
 
-// Returns the failure for an error of the plug-in's check. `what` names the action, such as "detach
-// a0". The exit code is 4 for a refusal and 1 for a card error.
+// Returns the failure for an error that the plug-in's check reported. `what` names the action, such
+// as "detach a0". The exit code is 4 for a refusal and 1 for a card error.
 Failure CheckFailure(const std::string& what, const OperationRow* row, const std::string& state,
                      std::uint32_t error);
 

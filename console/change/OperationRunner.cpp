@@ -35,13 +35,13 @@ bool RequireAllowed(Session& session, const Model& model, const Object& object,
     if (mayBeDone && state == row.m_Goal) return false;
     throw CheckFailure(ActionText(row, object), &row, state, refused);
   }
-  if (row.m_TakesAway) RequireNotInUse(model, object, ActionText(row, object));
+  if (row.m_MakesUnavailable) RequireNotInUse(model, object, ActionText(row, object));
   return true;
 }
 
 std::string Question(const Model& model, const Object& object, const OperationRow& row) {
   const std::string force = row.m_Number == PI::OP_FORCE_DETACH ? "Forced: " : "";
-  return fmt::format("{}\n{}{}", Base::Printable(Described(model, object)), force,
+  return fmt::format("{}\n{}{}", Base::Printable(DescribeObject(model, object)), force,
                      HostKit::HostText(row.m_Question));
 }
 
@@ -55,7 +55,7 @@ bool HasFailed(Session& session, const Object& object, std::uint32_t event) {
 
 Failure JobFailure(const OperationRow& row, const Object& object) {
   std::vector<std::string> advice = {
-      "Run it again with --trace 2,16 to see the card library's error."};
+      "Run the command again with --trace 2,16 to see the card library's message."};
   if (row.m_Number == PI::OP_DETACH) {
     advice.push_back(
         fmt::format("To detach a busy card: corvane-host detach {} --force", object.m_Selector));
@@ -84,15 +84,15 @@ Json StateJson(const std::string& state) {
   return state.empty() ? Json() : Json(state);
 }
 
-std::string Shown(const std::string& state) {
+std::string StateText(const std::string& state) {
   return state.empty() ? "unknown" : state;
 }
 
 std::string ChangeText(const std::string& subject, const Change& change, bool dryRun) {
   std::string text =
-      fmt::format("{}: {} -> {}", subject, Shown(change.m_Before), Shown(change.m_After));
+      fmt::format("{}: {} -> {}", subject, StateText(change.m_Before), StateText(change.m_After));
   if (change.m_Before == change.m_After) {
-    text = fmt::format("{}: already {}", subject, Shown(change.m_After));
+    text = fmt::format("{}: already {}", subject, StateText(change.m_After));
   }
   if (change.m_Elapsed >= std::chrono::seconds(1)) text += ", in " + ElapsedText(change.m_Elapsed);
   return text + (dryRun ? "\nNothing was changed.\n" : "\n");
@@ -117,7 +117,7 @@ enum class JobEnd { Done, Failed, TimedOut, Stopped };
 // card, and only a failure has an event.
 JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
                 milliseconds timeout) {
-  constexpr milliseconds kOneWait{250};
+  constexpr milliseconds kCheckInterval{250};
   Session& session = context.Open();
   Progress progress(context, Headline(row, object),
                     {{"object", object.m_Selector}, {"operation", OperationName(row.m_Number)}});
@@ -126,7 +126,7 @@ JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
     if (StateOf(session, object.m_ID, row.m_Aspect) == row.m_Goal) return JobEnd::Done;
     const milliseconds left = timeout - progress.Elapsed();
     if (left <= milliseconds(0)) return JobEnd::TimedOut;
-    session.WaitForNotification(std::min(left + milliseconds(1), kOneWait));
+    session.WaitForNotification(std::min(left + milliseconds(1), kCheckInterval));
     progress.Tick();
   }
   return JobEnd::Stopped;
@@ -176,7 +176,8 @@ std::string Headline(const OperationRow& row, const Object& object) {
   return text;
 }
 
-const Object& SelectFor(const Model& model, const std::string& selector, const OperationRow& row) {
+const Object& SelectForOperation(const Model& model, const std::string& selector,
+                                 const OperationRow& row) {
   const Object& object = Select(model, selector);
   if (object.m_Kind == row.m_Kind) return object;
   std::vector<std::string> advice;
@@ -253,7 +254,7 @@ CommandResult RunOperationCommand(Context& context, std::uint32_t number) {
   const OperationRow& row = *FindOperation(number);
   TimeoutOf(context.m_Options);
   const Model model = context.Objects();
-  const Object& object = SelectFor(model, context.m_Arguments[0], row);
+  const Object& object = SelectForOperation(model, context.m_Arguments[0], row);
   return ChangeResult(context, object, number, PerformOperation(context, model, object, row, true));
 }
 

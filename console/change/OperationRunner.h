@@ -10,9 +10,10 @@
 
 namespace Console {
 
-// Returns the object that `selector` names. Throws `Failure` if there is no such object or its kind
+// Returns the object that `selector` names. Throws `Failure` if no object matches or its kind
 // does not have the operation.
-const Object& SelectFor(const Model& model, const std::string& selector, const OperationRow& row);
+const Object& SelectForOperation(const Model& model, const std::string& selector,
+                                 const OperationRow& row);
 
 // Returns the value of --timeout, or the default of two minutes. Throws `Failure` for an invalid
 // value.

@@ -82,11 +82,11 @@ BackgroundTicks::~BackgroundTicks() {
 
 // The other thread does not write to standard error before it has joined this one.
 void BackgroundTicks::Run(Progress& progress) {
-  constexpr milliseconds kOneWait{200};
+  constexpr milliseconds kCheckInterval{200};
   bool isReported = false;
   Base::MutexLock lock(m_Lock);
   for (;;) {
-    const auto next = std::chrono::steady_clock::now() + kOneWait;
+    const auto next = std::chrono::steady_clock::now() + kCheckInterval;
     while (!m_IsEnded && m_Ended.WaitUntil(lock, next)) continue;
     if (m_IsEnded) return;
     progress.Tick();

@@ -13,7 +13,7 @@ namespace Console {
 // Not thread-safe.
 class Progress {
  public:
-  // Prints `doing`, such as "Attaching a0". With -o jsonl, `state` is part of every line.
+  // Shows `doing`, such as "Attaching a0". With -o jsonl, each line includes `state`.
   Progress(Context& context, const std::string& doing, Json state);
   // Prints the final elapsed time and ends the line.
   ~Progress();

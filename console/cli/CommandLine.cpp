@@ -120,8 +120,8 @@ void CheckValues(const CLI::App& app, Options& options) {
   options.m_OutputFormat = format;
 }
 
-// --help replaces the command line, which may be incomplete.
-void TurnIntoHelp(Options& options) {
+// --help shows help instead of running the command, whose arguments may be incomplete.
+void ReplaceWithHelp(Options& options) {
   options.m_Words.resize(std::min<std::size_t>(options.m_Words.size(), 1));
   options.m_Words.insert(options.m_Words.begin(), "help");
   options.m_Given.clear();
@@ -133,7 +133,7 @@ void StoreAll(const CLI::App& app, Options& options) {
     const CLI::Option& given = *app.get_option(row.m_Long);
     if (given.count() > 0) Store(row, given, options);
   }
-  if (options.m_Help) TurnIntoHelp(options);
+  if (options.m_Help) ReplaceWithHelp(options);
   if (options.m_Version) options.m_Words = {"version"};
 }
 

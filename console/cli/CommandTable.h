@@ -16,7 +16,7 @@ namespace Console {
 // Command groups in the help. Hidden commands are for programs and are omitted from the help.
 enum class Group { Inspect, Change, Service, Help, Hidden };
 
-// What --timeout limits.
+// The scope of --timeout.
 enum class TimeoutScope {
   Reading,  // the complete command, or each call if the command follows events
   Call,     // each call to the plug-in

@@ -161,13 +161,13 @@ Candidates Properties(const Line& line) {
   return Fields(line, "");
 }
 
-Candidates Settable(const Line& line) {
+Candidates SettableProperties(const Line& line) {
   Candidates all;
   const std::optional<Object> object = ObjectOf(line, 0);
   if (!object) return all;
   for (const PI::CProperty& property : object->m_Properties) {
     if (!property.m_Writable) continue;
-    all.push_back({ShownName(property.m_PropertyID) + "=",
+    all.push_back({DisplayName(property.m_PropertyID) + "=",
                    HostKit::CaptionOf(HostKit::Family::Property, property.m_PropertyID)});
   }
   return all;
@@ -247,7 +247,7 @@ constexpr ArgumentRow kArguments[] = {
     {"OBJ", AnyObject},
     {"DRIVE", Drives},
     {"PROP", Properties},
-    {"PROP=VALUE", Settable},
+    {"PROP=VALUE", SettableProperties},
     {"COND", Conditions},
     {"OP", ObjectOperations},
     {"ARG=VALUE", OperationArguments},

@@ -45,7 +45,7 @@ struct Item {
 
 // Formats names on the left and meanings on the right. The meaning of a name longer than `widest`
 // starts on the next line.
-std::string Listed(const std::vector<Item>& items, std::size_t widest) {
+std::string FormatList(const std::vector<Item>& items, std::size_t widest) {
   std::size_t width = 0;
   for (const Item& item : items) {
     if (item.m_Name.size() <= widest) width = std::max(width, item.m_Name.size());
@@ -61,7 +61,7 @@ std::string Listed(const std::vector<Item>& items, std::size_t widest) {
 }
 
 std::string Section(const char* title, const std::vector<Item>& items, std::size_t widest = 26) {
-  return items.empty() ? std::string() : fmt::format("\n{}\n{}", title, Listed(items, widest));
+  return items.empty() ? std::string() : fmt::format("\n{}\n{}", title, FormatList(items, widest));
 }
 
 std::string CommandsOfGroup(const CommandTable& commands, Group group) {

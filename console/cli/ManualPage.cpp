@@ -31,7 +31,7 @@ std::string Underlined(const std::string& text) {
 }
 
 // Formats a synopsis such as "OBJ on|off": placeholders underlined, literal words bold.
-std::string Marked(const std::string& synopsis) {
+std::string MarkUpSynopsis(const std::string& synopsis) {
   std::string marked;
   std::string word;
   const auto flush = [&] {
@@ -66,7 +66,7 @@ std::string CommandPart(const CommandTable& commands) {
     part += fmt::format("## {}\n\n", GroupHeading(group));
     for (const Command& command : commands) {
       if (command.m_Group != group) continue;
-      const std::string arguments = Marked(command.m_Arguments);
+      const std::string arguments = MarkUpSynopsis(command.m_Arguments);
       part += Entry(Bold(command.m_Name) + (arguments.empty() ? "" : " ") + arguments,
                     {Sentence(command.m_Summary), command.m_Description, command.m_Danger});
     }

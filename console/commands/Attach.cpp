@@ -27,7 +27,7 @@ Command AttachCommand() {
       "Attaches the card and waits until its drive is available, which can take minutes.";
   command.m_Danger = "Asks for confirmation; pass --yes to confirm.";
   command.m_Exits = {{4, "refused or not confirmed"},
-                     {7, "not attached within --timeout; the card continues"}};
+                     {7, "not attached within --timeout; the card continues attaching"}};
   command.m_Examples = {{"attach a1", "confirm, attach and wait"},
                         {"attach a1 --yes --timeout 10m", "attach from a script"}};
   return command;

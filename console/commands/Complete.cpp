@@ -6,7 +6,7 @@
 namespace Console {
 namespace {
 
-std::string Printed(const Candidate& candidate) {
+std::string FormatCandidate(const Candidate& candidate) {
   const std::string word = Base::Printable(candidate.m_Word);
   return candidate.m_Meaning.empty() ? word : word + "\t" + Base::Printable(candidate.m_Meaning);
 }
@@ -15,7 +15,7 @@ CommandResult Run(Context& context) {
   const auto objects = [&](const Options& options) { return context.With(options).Objects(); };
   CommandResult result;
   for (const Candidate& candidate : Complete(context.m_Arguments, AllCommands(), objects)) {
-    result.m_Values.push_back(Printed(candidate));
+    result.m_Values.push_back(FormatCandidate(candidate));
   }
   return result;
 }

@@ -1,4 +1,4 @@
-// detach: remove the drive of a card from the system.
+// detach: make the drive of a card unavailable to the system.
 #include "console/change/OperationRunner.h"
 #include "console/cli/CommandTable.h"
 
@@ -19,21 +19,21 @@ Command DetachCommand() {
   command.m_Arguments = "OBJ";
   command.m_Min = 1;
   command.m_Max = 1;
-  command.m_Summary = "remove a card's drive from the system";
+  command.m_Summary = "detach a card, making its drive unavailable to the system";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--force"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
   command.m_Description =
-      "Detaches the card and waits until its drive is gone. attach makes the drive "
-      "available again; its data is kept.";
+      "Detaches the card and waits until its drive has been removed. The data is kept; "
+      "attach makes the drive available again.";
   command.m_Danger =
-      "The drive is not available to the system until it is attached again. Asks for "
+      "The drive is not available to the system until the card is attached again. Asks for "
       "confirmation; pass --yes to confirm. Refused while the drive is mounted, held or "
       "used as swap. --force detaches a busy card.";
   command.m_Exits = {{4, "refused: in use, or not confirmed"},
-                     {7, "not detached within --timeout; the card continues"}};
-  command.m_Examples = {{"detach a1", "remove a card's drive before a format or a repair", true},
+                     {7, "not detached within --timeout; the card continues detaching"}};
+  command.m_Examples = {{"detach a1", "detach a card before a format or a repair", true},
                         {"detach a1 --dry-run", "show what would be changed"}};
   return command;
 }

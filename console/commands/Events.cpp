@@ -65,8 +65,8 @@ class Filter {
   void Choose(const Model& model, const std::vector<LoggedEvent>& log,
               const std::vector<LoggedEvent>& fresh) {
     if (IsNone()) return;
-    const bool isGone = FindObject(model, m_Text) == nullptr && (IsIn(log) || IsIn(fresh));
-    if (!isGone) m_Selector = Select(model, m_Text).m_Selector;
+    const bool isRemoved = FindObject(model, m_Text) == nullptr && (IsIn(log) || IsIn(fresh));
+    if (!isRemoved) m_Selector = Select(model, m_Text).m_Selector;
   }
 
   bool Fits(const Model& model, const EventEntry& entry) const {
@@ -90,7 +90,7 @@ class Filter {
   }
 
   const std::string m_Text;
-  std::string m_Selector;  // empty: the object is gone
+  std::string m_Selector;  // empty: the object was removed
 };
 
 CommandResult ResultOf(const std::vector<EventEntry>& events) {
@@ -107,8 +107,8 @@ CommandResult ResultOf(const std::vector<EventEntry>& events) {
 }
 
 template <class Find>
-std::vector<EventEntry> Chosen(const std::vector<LoggedEvent>& events, const Model& model,
-                               const Filter& filter, Find find) {
+std::vector<EventEntry> SelectEvents(const std::vector<LoggedEvent>& events, const Model& model,
+                                     const Filter& filter, Find find) {
   std::vector<EventEntry> chosen;
   chosen.reserve(events.size());
   for (const LoggedEvent& event : events) {
@@ -119,15 +119,15 @@ std::vector<EventEntry> Chosen(const std::vector<LoggedEvent>& events, const Mod
 }
 
 // Selects from events that have just arrived.
-std::vector<EventEntry> ChosenNow(const std::vector<LoggedEvent>& events, const Model& model,
-                                  const Filter& filter) {
-  return Chosen(events, model, filter,
-                [&](const LoggedEvent& event) { return model.Find(event.m_ObjectID); });
+std::vector<EventEntry> SelectNewEvents(const std::vector<LoggedEvent>& events, const Model& model,
+                                        const Filter& filter) {
+  return SelectEvents(events, model, filter,
+                      [&](const LoggedEvent& event) { return model.Find(event.m_ObjectID); });
 }
 
 void NoteOlderEvents(Diagnostics& diagnostics, std::size_t shown) {
   diagnostics.Note("OLDER_EVENTS",
-                   fmt::format("showing the newest {} events; the log has older ones", shown),
+                   fmt::format("showing the newest {} events; the log contains older ones", shown),
                    {"Pass --limit N or --since 2d to see more."});
 }
 
@@ -157,14 +157,14 @@ CommandResult Begin(Context& context, const EventQuery& query, Filter& filter) {
   const Model model = context.Objects();
   filter.Choose(model, log, fresh);
   const EventMatcher matcher(model);
-  std::vector<EventEntry> events =
-      Chosen(log, model, filter, [&](const LoggedEvent& event) { return matcher.Find(event); });
+  std::vector<EventEntry> events = SelectEvents(
+      log, model, filter, [&](const LoggedEvent& event) { return matcher.Find(event); });
   DropBefore(events, query.m_Since);
   const bool hasOlder = events.size() > query.m_Limit;
   DropOldest(events, query.m_Limit);
   if (hasOlder && context.m_Options.m_Limit.empty())
     NoteOlderEvents(context.m_Diagnostics, query.m_Limit);
-  const std::vector<EventEntry> now = ChosenNow(fresh, model, filter);
+  const std::vector<EventEntry> now = SelectNewEvents(fresh, model, filter);
   events.insert(events.end(), now.begin(), now.end());
   return ResultOf(events);
 }
@@ -172,7 +172,7 @@ CommandResult Begin(Context& context, const EventQuery& query, Filter& filter) {
 CommandResult Collect(Context& context, const Filter& filter) {
   const std::vector<LoggedEvent> fresh = context.Open().CollectEvents();
   const Model model = context.Objects();
-  return ResultOf(ChosenNow(fresh, model, filter));
+  return ResultOf(SelectNewEvents(fresh, model, filter));
 }
 
 // Writes each batch of events immediately. Returns when the time has elapsed or the reader has

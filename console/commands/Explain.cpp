@@ -126,7 +126,7 @@ Command ExplainCommand() {
   command.m_Description =
       "Explains an event, error, operation, property or value. If several match, all of them are "
       "shown.";
-  command.m_Exits = {{3, "nothing has that number or name"}};
+  command.m_Exits = {{3, "no entry has that number or name"}};
   command.m_Examples = {
       {"explain 10972", "explain an event number", true},
       {"explain TEMPERATURE_ABOVE_WARN", "explain a status reason, and what to do"}};

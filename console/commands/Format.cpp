@@ -60,7 +60,7 @@ CommandResult Run(Context& context) {
   const FormatRequest request = ReadRequest(context.m_Options);
   const Model model = context.Objects();
   const Object& drive =
-      SelectFor(model, context.m_Arguments[0], *FindOperation(PI::OP_FORMAT_DEVICE));
+      SelectForOperation(model, context.m_Arguments[0], *FindOperation(PI::OP_FORMAT_DEVICE));
   return FormatDrive(context, model, drive, request);
 }
 

@@ -56,7 +56,7 @@ CommandResult Run(Context& context) {
   if (duration && !on) throw UsageFailure("--for applies to locate on only");
   const OperationRow& row = *FindOperation(on ? PI::OP_LOCATE_DEVICE : PI::OP_STOP_LOCATE_DEVICE);
   const Model model = context.Objects();
-  const Object& adapter = SelectFor(model, context.m_Arguments[0], row);
+  const Object& adapter = SelectForOperation(model, context.m_Arguments[0], row);
   RequireLocateLed(adapter);
   const Change change = PerformOperation(context, model, adapter, row, true);
   if (on && !options.m_DryRun) {
@@ -65,7 +65,8 @@ CommandResult Run(Context& context) {
     context.m_Diagnostics.Note(
         "LIGHT_STAYS_ON",
         "every run of this program starts the plug-in, which switches the locate LED off",
-        {fmt::format("To keep it on: corvane-host locate {} on --for 5m", adapter.m_Selector)});
+        {fmt::format("To keep the LED on: corvane-host locate {} on --for 5m",
+                     adapter.m_Selector)});
   }
   return ChangeResult(context, adapter, row.m_Number, change);
 }

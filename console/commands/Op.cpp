@@ -131,7 +131,7 @@ Argument ParseArgument(const std::string& text) {
   return {number, name, text.substr(sign + 1)};
 }
 
-[[noreturn]] void WrongValue(const Argument& argument, const std::string& allowed) {
+[[noreturn]] void ThrowInvalidValue(const Argument& argument, const std::string& allowed) {
   throw UsageFailure(fmt::format("{}: invalid value '{}'", argument.m_Text, argument.m_Value),
                      {"Valid: " + allowed});
 }
@@ -139,7 +139,7 @@ Argument ParseArgument(const std::string& text) {
 std::int32_t ParseInRange(const Argument& argument, std::int32_t min, std::int32_t max) {
   const auto number = ReadNumber<std::int32_t>(argument.m_Value);
   if (number && *number >= min && *number <= max) return *number;
-  WrongValue(argument, fmt::format("{} to {}", min, max));
+  ThrowInvalidValue(argument, fmt::format("{} to {}", min, max));
 }
 
 std::int32_t CapacityOf(const Argument& argument) {
@@ -152,7 +152,7 @@ std::int32_t CapacityOf(const Argument& argument) {
     }
     names += (names.empty() ? "" : ", ") + name;
   }
-  WrongValue(argument, names);
+  ThrowInvalidValue(argument, names);
 }
 
 FormatRequest RequestOf(const std::vector<Argument>& arguments) {
@@ -205,9 +205,9 @@ CommandResult RunUnknown(Context& context, const Model& model, const Object& obj
   if (refused != PI::SUCCESS) throw CheckFailure(what, nullptr, "", refused);
   Change change;
   if (context.m_Options.m_DryRun) return ChangeResult(context, object, number, change);
-  RequireConfirmation(
-      context, what,
-      fmt::format("{}\nRun {}?", Base::Printable(Described(model, object)), OperationName(number)));
+  RequireConfirmation(context, what,
+                      fmt::format("{}\nRun {}?", Base::Printable(DescribeObject(model, object)),
+                                  OperationName(number)));
   const std::uint32_t error = context.Open().ExecuteOperation(object.m_ID, operation);
   if (error != PI::SUCCESS) throw PluginFailure(what, error);
   CommandResult result = ChangeResult(context, object, number, change);
@@ -216,14 +216,14 @@ CommandResult RunUnknown(Context& context, const Model& model, const Object& obj
   return result;
 }
 
-CommandResult RunChosen(Context& context, const Model& model, const Object& object,
-                        std::uint32_t number, const std::vector<Argument>& arguments) {
+CommandResult RunOperation(Context& context, const Model& model, const Object& object,
+                           std::uint32_t number, const std::vector<Argument>& arguments) {
   if (number == PI::OP_GET_EVENTS) {
     throw UsageFailure("op run does not collect events", {"Run: corvane-host events"});
   }
   const OperationRow* row = FindOperation(number);
   if (row == nullptr) return RunUnknown(context, model, object, number, arguments);
-  SelectFor(model, object.m_Selector, *row);
+  SelectForOperation(model, object.m_Selector, *row);
   if (number == PI::OP_FORMAT_DEVICE) {
     return FormatDrive(context, model, object, RequestOf(arguments));
   }
@@ -272,7 +272,7 @@ CommandResult Run(Context& context) {
   if (action == "list") return ListOperations(context, object);
   const std::uint32_t number = ResolveOperation(object, words[2]);
   if (action == "check") return CheckOperation(context, object, number);
-  return RunChosen(context, model, object, number, arguments);
+  return RunOperation(context, model, object, number, arguments);
 }
 
 }  // namespace

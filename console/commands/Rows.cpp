@@ -18,7 +18,7 @@ namespace {
 using HostKit::CellKind;
 using HostKit::RowTable;
 
-std::vector<RowSource> Wanted(const std::vector<std::string>& arguments) {
+std::vector<RowSource> RequestedSources(const std::vector<std::string>& arguments) {
   if (arguments.empty()) return {std::begin(kRowSources), std::end(kRowSources)};
   for (const RowSource& source : kRowSources) {
     if (arguments[0] == source.m_Name) return {source};
@@ -95,7 +95,7 @@ void RequireOwnRows(Context& context) {
 }
 
 CommandResult Run(Context& context) {
-  const std::vector<RowSource> wanted = Wanted(context.m_Arguments);
+  const std::vector<RowSource> wanted = RequestedSources(context.m_Arguments);
   RequireOwnRows(context);
   CommandResult result;
   result.m_Json = {{"tables", Json::array()}};

@@ -88,7 +88,8 @@ void ReportNotSaved(Diagnostics& diagnostics, const std::string& subject, const 
       fmt::format("cannot save {}: the configuration file is not writable ({})", subject,
                   change.m_Result),
       {fmt::format("{} applies to this run only; the file is unchanged.", change.m_After),
-       fmt::format("Make {} writable and set it again.", HostKit::ConfigDirectory().string())});
+       fmt::format("Make {} writable and set the value again.",
+                   HostKit::ConfigDirectory().string())});
 }
 
 std::string ChangeText(const std::string& subject, const Change& change) {

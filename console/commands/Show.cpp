@@ -70,7 +70,7 @@ void AddOtherProperties(Table& table, const Object& object, bool ascii) {
     });
     if (known) continue;
     table.m_Rows.push_back(
-        {{TextCell(ShownName(property.m_PropertyID)), ValueCell(ReadProperty(property), ascii)},
+        {{TextCell(DisplayName(property.m_PropertyID)), ValueCell(ReadProperty(property), ascii)},
          {}});
   }
 }

@@ -21,9 +21,9 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// The object that a name referred to at the start. Afterwards it is found by id or serial number,
-// because positional names such as a1 change when a card is removed, and a card that is inserted
-// again has a new id.
+// The object that a name referred to when it was first found. Afterwards it is found by id or
+// serial number, because positional names such as a1 change when a card is removed, and a card that
+// is inserted again has a new id.
 class ObjectRef {
  public:
   explicit ObjectRef(std::string name) : m_Name(std::move(name)) {}
@@ -43,7 +43,7 @@ class ObjectRef {
     return same != nullptr || m_Serial.empty() ? same : FindObject(model, m_Serial);
   }
 
-  // Returns the selector at the start, or the given name if there was no object.
+  // Returns the selector of the object when it was first found, or else the given name.
   const std::string& Shown() const { return m_Selector.empty() ? m_Name : m_Selector; }
 
  private:
@@ -54,10 +54,10 @@ class ObjectRef {
 };
 
 Condition::Outcome Evaluate(const Model& model, ObjectRef& ref, const Condition& condition) {
-  const Object* object = ref.Find(model, condition.Wants() == Presence::Required);
+  const Object* object = ref.Find(model, condition.RequiredPresence() == Presence::Required);
   const char* presence = object == nullptr ? "gone" : "present";
-  if (condition.Wants() == Presence::Gone) return {object == nullptr, presence};
-  if (condition.Wants() == Presence::Present) return {object != nullptr, presence};
+  if (condition.RequiredPresence() == Presence::Gone) return {object == nullptr, presence};
+  if (condition.RequiredPresence() == Presence::Present) return {object != nullptr, presence};
   if (object == nullptr) return {false, presence};
   return condition.Check(*object);
 }
@@ -66,15 +66,15 @@ std::string Seconds(milliseconds duration) {
   return fmt::format("{:.1f} s", static_cast<double>(duration.count()) / 1000);
 }
 
-Failure TooLate(const ObjectRef& ref, const Condition& condition, const std::string& seen,
-                milliseconds timeout) {
+Failure TimeoutError(const ObjectRef& ref, const Condition& condition, const std::string& seen,
+                     milliseconds timeout) {
   return Failure(ExitCode::TimedOut, "TIMED_OUT",
                  fmt::format("wait {} {}", ref.Shown(), condition.Text()),
                  fmt::format("timed out after {}, last value {}", Seconds(timeout), seen));
 }
 
-CommandResult Reached(const ObjectRef& ref, const Condition& condition, const std::string& seen,
-                      milliseconds elapsed) {
+CommandResult SuccessResult(const ObjectRef& ref, const Condition& condition,
+                            const std::string& seen, milliseconds elapsed) {
   CommandResult result;
   result.m_Json = {{"object", ref.Shown()},
                    {"condition", condition.Text()},
@@ -115,8 +115,8 @@ CommandResult Run(Context& context) {
   while (true) {
     const Condition::Outcome outcome = Evaluate(live.Objects(), ref, condition);
     const auto elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
-    if (outcome.m_Holds) return Reached(ref, condition, outcome.m_Seen, elapsed);
-    if (deadline.IsOver()) throw TooLate(ref, condition, outcome.m_Seen, *timeout);
+    if (outcome.m_Holds) return SuccessResult(ref, condition, outcome.m_Seen, elapsed);
+    if (deadline.IsOver()) throw TimeoutError(ref, condition, outcome.m_Seen, *timeout);
     WaitOn(context, live, deadline.Left(), ref, outcome.m_Seen);
   }
 }

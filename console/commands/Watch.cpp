@@ -38,7 +38,7 @@ void RunOnScreen(const Context& context, Screen& screen, LiveModel& live,
     screen.Show(view.Draw(live, screen.Size(), TimeText(NowMs())));
     live.Wait(deadline.Left(kRedraw), also);
     for (Key key = screen.Read(); key != Key::None; key = screen.Read()) {
-      if (!view.Press(key, live)) return;
+      if (!view.HandleKey(key, live)) return;
     }
   }
 }
@@ -126,7 +126,7 @@ void RequireQuietTrace(const Options& options) {
   const bool traces = options.m_Trace || secure_getenv("CORVANE_TRACE") != nullptr;
   if (!traces || toFile || isatty(STDERR_FILENO) == 0) return;
   throw UsageFailure("the trace would overwrite the screen",
-                     {"Write it to a file with --trace-file FILE."});
+                     {"Write the trace to a file with --trace-file FILE."});
 }
 
 CommandResult Run(Context& context) {

@@ -9,7 +9,7 @@
 namespace Console {
 
 // Whether a condition compares a property, which requires the object, or is true as soon as the
-// object is gone or present.
+// object has been removed or is present.
 enum class Presence { Required, Gone, Present };
 
 class Condition {
@@ -29,7 +29,7 @@ class Condition {
 
   // The condition as given.
   const std::string& Text() const { return m_Text; }
-  Presence Wants() const { return m_Presence; }
+  Presence RequiredPresence() const { return m_Presence; }
 
  private:
   const std::string m_Text;

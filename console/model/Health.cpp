@@ -96,7 +96,7 @@ const char* LabelOf(const Field& limit) {
 }
 
 // Returns "79 °C" or "endurance used 16 %" for a known value. For an unknown value, returns
-// "temperature unknown" if there is a limit, and empty otherwise.
+// "temperature unknown" if there is a limit, and an empty string otherwise.
 std::string MeasuredText(const Reason& reason, bool ascii) {
   const bool known = reason.m_Measured.m_Field != nullptr;
   const std::string value = known ? HumanText(reason.m_Measured.m_Value, ascii) : "unknown";
@@ -139,14 +139,14 @@ Health HealthOf(const Model& model, const Object& object) {
 }
 
 std::vector<const Object*> ObjectsWithStatus(const Model& model, const Object* top) {
-  std::vector<const Object*> chosen;
+  std::vector<const Object*> selected;
   for (const Object& object : model.Objects()) {
     if (object.m_Kind != Kind::Adapter && object.m_Kind != Kind::Drive) continue;
     const bool inside = top == nullptr || top->m_Kind == Kind::Plugin || top == &object ||
                         top == model.OwnerOf(object);
-    if (inside) chosen.push_back(&object);
+    if (inside) selected.push_back(&object);
   }
-  return chosen;
+  return selected;
 }
 
 bool IsHealthy(const Value& status) {

@@ -46,7 +46,7 @@ std::vector<const Object*> ObjectsWithStatus(const Model& model, const Object* t
 // Whether the status is healthy; an unknown status is not.
 bool IsHealthy(const Value& status);
 
-// Describes a reason: "Temperature above its warning level: 79 °C, warning 78 °C". The text is
+// Describes a reason: "Temperature above its warning threshold: 79 °C, warning 78 °C". The text is
 // printable.
 std::string ReasonText(const Reason& reason, bool ascii);
 

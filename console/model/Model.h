@@ -50,7 +50,7 @@ class Model {
   const Object* Find(std::uint64_t id) const;
   // Returns the object above one of these objects, or null.
   const Object* OwnerOf(const Object& object) const;
-  // Returns the selector of the object with that id, or the id as text if there is no such object.
+  // Returns the selector of the object with that id, or the id as text if no object has it.
   std::string SelectorOf(std::uint64_t id) const;
 
  private:

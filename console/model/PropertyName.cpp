@@ -10,18 +10,18 @@
 
 namespace Console {
 
-std::string ShownName(std::uint32_t property) {
+std::string DisplayName(std::uint32_t property) {
   const std::string name = HostKit::NameOf(HostKit::Family::Property, property);
   return name.empty() ? std::to_string(property) : boost::to_lower_copy(name);
 }
 
 PropertyName ResolveProperty(const Object& object, const std::string& name) {
   if (const Field* field = FindField(object.m_Kind, name)) {
-    return {field->m_PropertyID, ShownName(field->m_PropertyID)};
+    return {field->m_PropertyID, DisplayName(field->m_PropertyID)};
   }
   std::vector<std::string> names = FieldNames(object.m_Kind);
   for (const PI::CProperty& property : object.m_Properties) {
-    const std::string shown = ShownName(property.m_PropertyID);
+    const std::string shown = DisplayName(property.m_PropertyID);
     if (boost::iequals(name, shown) || name == std::to_string(property.m_PropertyID)) {
       return {property.m_PropertyID, shown};
     }

@@ -10,11 +10,11 @@
 namespace Console {
 
 // Returns the identifier in lowercase, or the number if the property has no identifier.
-std::string ShownName(std::uint32_t property);
+std::string DisplayName(std::uint32_t property);
 
 struct PropertyName {
   std::uint32_t m_Number;
-  std::string m_Text;  // the result of `ShownName`
+  std::string m_Text;  // the result of `DisplayName`
 };
 
 // Finds a property of `object` by field name, identifier or number. If it has no field, `object`
@@ -22,7 +22,7 @@ struct PropertyName {
 PropertyName ResolveProperty(const Object& object, const std::string& name);
 
 struct NamedValue {
-  std::string m_Name;  // the field name, or the result of `ShownName`
+  std::string m_Name;  // the field name, or the result of `DisplayName`
   Value m_Value;
 };
 

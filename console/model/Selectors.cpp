@@ -50,7 +50,7 @@ constexpr Rule kRules[] = {
     BySelector, ById, ByPci, ByField<kSerialNumber>, ByField<kControlDevice>, ByField<kName>,
 };
 
-std::string Described(const Object& object) {
+std::string DescribeObject(const Object& object) {
   const std::string name = FieldText(object, "name");
   return fmt::format("{} ({}{}{})", object.m_Selector, name, name.empty() ? "" : ", ",
                      IdText(object.m_ID));
@@ -82,7 +82,7 @@ const Object* FindObject(const Model& model, const std::string& text) {
   if (matches.empty()) return nullptr;
   if (matches.size() == 1) return matches.front();
   std::vector<std::string> all;
-  for (const Object* match : matches) all.push_back(Described(*match));
+  for (const Object* match : matches) all.push_back(DescribeObject(*match));
   throw Failure(
       ExitCode::NoObject, "AMBIGUOUS", text,
       fmt::format("ambiguous, matches {} objects", matches.size()),

@@ -7,7 +7,7 @@
 
 namespace Console {
 
-// Like `Select`, but returns null if there is no such object.
+// Like `Select`, but returns null if no object matches.
 const Object* FindObject(const Model& model, const std::string& text);
 
 // Returns the object that `text` names: a selector, a serial number, a name, pci:ADDRESS, a control

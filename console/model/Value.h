@@ -8,7 +8,7 @@
 
 namespace Console {
 
-// What a field measures; the base unit is in the field's name.
+// The kind of value in a field; the field's name contains the base unit.
 enum class Measure {
   Text,
   Choice,
@@ -45,8 +45,8 @@ struct Value {
 // Returns the base unit, such as "celsius"; null for a measure without a unit.
 const char* UnitOf(Measure measure);
 
-// Returns the text for people: "48 °C", "1.2 TiB", "97 %", "-". Texts of the plug-in are returned
-// unchanged; the table that shows them makes them printable.
+// Returns the text for people: "48 °C", "1.2 TiB", "97 %", "-". Strings from the plug-in are
+// returned unchanged; the table that shows them makes them printable.
 std::string HumanText(const Value& value, bool ascii);
 // Returns the text for scripts: numbers without a unit, lists separated by commas, "-" for unknown
 // values. The text is printable.

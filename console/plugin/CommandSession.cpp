@@ -25,7 +25,7 @@ std::uint32_t Take(std::optional<PluginReply> reply, Record& record) {
 
 void CommandSession::ThrowReadTimeout() {
   if (IsStopRequested()) throw Stopped("interrupted; the plug-in does not respond");
-  throw TimeoutFailure("If it is only slow, pass a longer --timeout.");
+  throw TimeoutFailure("If the plug-in is only slow, pass a longer --timeout.");
 }
 
 // The host numbers adapters from 1; the numbers appear in the adapters' names.
@@ -112,13 +112,13 @@ std::uint32_t CommandSession::CheckOperation(std::uint64_t object, PI::COperatio
 }
 
 std::uint32_t CommandSession::ExecuteOperation(std::uint64_t object, PI::COperation& operation) {
-  m_HasChanged = true;
+  m_HasExecutedOperation = true;
   return Change(PI::CMD_EXECUTE_OPERATION, object, operation,
                 Deadline(IsFormat(operation) ? m_Limits.m_Format : m_Limits.m_Call));
 }
 
-// Reads the topology for the id of the plug-in object, which is always the first object, and again
-// if an event is about an unknown object, such as a card that was just added.
+// Reads the topology to get the id of the plug-in object, which is always the first one. Reads it
+// again if an event is about an unknown object, such as a card that was just added.
 std::vector<LoggedEvent> CommandSession::CollectEvents() {
   if (m_PluginID == 0) Topology();
   if (m_PluginID == 0) return {};
@@ -126,7 +126,7 @@ std::vector<LoggedEvent> CommandSession::CollectEvents() {
   operation.m_OperationID = PI::OP_GET_EVENTS;
   const std::vector<PI::CEvent> events =
       Require("cannot collect events", PI::CMD_EXECUTE_OPERATION, m_PluginID, operation).m_Events;
-  if (!m_EventLog.KnowsAll(events)) Topology();
+  if (!m_EventLog.KnowsObjectsOf(events)) Topology();
   return m_EventLog.Record(events);
 }
 

@@ -51,8 +51,8 @@ class CommandSession : public Session {
   [[noreturn]] static void ThrowReadTimeout();
 
   const TimeLimits& Limits() const { return m_Limits; }
-  // Whether a job of the plug-in may be running.
-  bool HasChanged() const { return m_HasChanged; }
+  // Whether an operation was executed, so that a job of the plug-in may still be running.
+  bool HasExecutedOperation() const { return m_HasExecutedOperation; }
 
  private:
   template <class Record>
@@ -65,7 +65,7 @@ class CommandSession : public Session {
 
   EventLogClient& m_EventLog;
   TimeLimits m_Limits;
-  bool m_HasChanged = false;
+  bool m_HasExecutedOperation = false;
   std::uint64_t m_PluginID = 0;  // 0: unknown
   bool m_HasCards = false;
   std::chrono::duration<double> m_StartDuration{0};

@@ -26,20 +26,20 @@ constexpr const char* kSuffix = "-service";
 // Commands briefly hold the lock to test it, so a service tries to lock for this long.
 constexpr std::chrono::milliseconds kTestTime(1000);
 
-// Exactly one of these holds: the file is open; there is an objection; there is an error.
+// The file is open, was rejected for the reason in `m_TrustError`, or could not be opened.
 struct LockFile {
   std::string m_Name;  // for messages
   Base::Descriptor m_File;
-  std::string m_Objection;
+  std::string m_TrustError;
   int m_Error = 0;
 };
 
-// Returns the objection to the open file, or empty if there is none.
-std::string ObjectionTo(const Base::TrustedDirectory& directory, const Base::Descriptor& file) {
+// Returns why the open file must not be used, or empty if it may be.
+std::string TrustErrorOf(const Base::TrustedDirectory& directory, const Base::Descriptor& file) {
   struct stat status = {};
   if (fstat(file.Get(), &status) != 0) return std::strerror(errno);
   if (!S_ISREG(status.st_mode)) return "is not a regular file";
-  return Base::ObjectionToFile(directory.m_IsWritableByOthers, status, geteuid());
+  return Base::TrustErrorOfFile(directory.m_IsWritableByOthers, status, geteuid());
 }
 
 // Opens the lock file of a database, which is the same for all paths that lead to the database.
@@ -48,14 +48,14 @@ LockFile OpenLock(const std::string& database, int flags) {
   Base::OpenDirectoryOptions options;
   options.m_CreatesDirectories = (flags & O_CREAT) != 0;
   const Base::TrustedDirectory directory = Base::OpenDirectoryOf(database, options);
-  LockFile lock = {database + kSuffix, Base::Descriptor(), directory.m_Objection,
+  LockFile lock = {database + kSuffix, Base::Descriptor(), directory.m_TrustError,
                    directory.m_Error};
   if (!directory.m_Directory.IsOpen()) return lock;
   lock.m_File = Base::OpenAt(directory.m_Directory.Get(), directory.m_Name + kSuffix,
                              flags | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR);
   if (!lock.m_File.IsOpen()) lock.m_Error = errno;
-  if (lock.m_File.IsOpen()) lock.m_Objection = ObjectionTo(directory, lock.m_File);
-  if (!lock.m_Objection.empty()) lock.m_File.Close();
+  if (lock.m_File.IsOpen()) lock.m_TrustError = TrustErrorOf(directory, lock.m_File);
+  if (!lock.m_TrustError.empty()) lock.m_File.Close();
   return lock;
 }
 
@@ -88,15 +88,15 @@ std::vector<std::string> AdviceForDirect(const LockHolder& holder) {
   if (!holder.m_Socket.empty()) {
     advice.push_back(fmt::format("Use the service: --socket {}", holder.m_Socket));
   }
-  advice.emplace_back("Or stop it, or pass another database with --database.");
+  advice.emplace_back("Or stop the service, or pass another database with --database.");
   return advice;
 }
 
 Failure UnusableFailure(const LockFile& lock) {
-  const bool denied = !lock.m_Objection.empty() || lock.m_Error == EACCES || lock.m_Error == EPERM;
+  const bool denied = !lock.m_TrustError.empty() || lock.m_Error == EACCES || lock.m_Error == EPERM;
   return Failure(denied ? ExitCode::Permission : ExitCode::Failed, "LOCK_UNUSABLE",
                  fmt::format("cannot lock {}", lock.m_Name),
-                 lock.m_Objection.empty() ? std::strerror(lock.m_Error) : lock.m_Objection,
+                 lock.m_TrustError.empty() ? std::strerror(lock.m_Error) : lock.m_TrustError,
                  {"Pass another database with --database."});
 }
 
@@ -110,7 +110,7 @@ DatabaseLock::DatabaseLock(const std::filesystem::path& socket) {
   lock.m_Error = Base::Lock(lock.m_File, kTestTime);
   if (lock.m_Error == EWOULDBLOCK) {
     throw HeldFailure("cannot serve", database, ReadHolder(lock),
-                      {"Stop it first, or pass another database with --database."});
+                      {"Stop that service first, or pass another database with --database."});
   }
   if (lock.m_Error != 0) throw UnusableFailure(lock);
   const std::string holder = fmt::format("{}\n{}\n", getpid(), socket.string());

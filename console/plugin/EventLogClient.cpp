@@ -20,7 +20,7 @@ namespace {
 Failure LogFailure(const std::string& why) {
   const std::string file = HostKit::DatabaseFile().string();
   const bool denied = access(file.c_str(), R_OK) != 0 && errno == EACCES;
-  const bool foreign = !Base::ResolveTrusted(file).m_Objection.empty();
+  const bool foreign = !Base::ResolveTrusted(file).m_TrustError.empty();
   return Failure(denied || foreign ? ExitCode::Permission : ExitCode::Failed, kNoEventLog,
                  fmt::format("cannot read the event log {}", file),
                  denied ? std::strerror(EACCES) : why, {"Pass another database with --database."});
@@ -35,7 +35,7 @@ void EventLogClient::RememberObjects(const std::vector<PI::CObject>& topology) {
   }
 }
 
-bool EventLogClient::KnowsAll(const std::vector<PI::CEvent>& events) const {
+bool EventLogClient::KnowsObjectsOf(const std::vector<PI::CEvent>& events) const {
   return std::all_of(events.begin(), events.end(), [this](const PI::CEvent& event) {
     return m_Origins.count(event.m_ObjectID) > 0;
   });

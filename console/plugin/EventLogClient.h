@@ -48,13 +48,13 @@ class EventLogClient {
   // still logged with its serial number.
   void RememberObjects(const std::vector<PI::CObject>& topology);
   // Whether the objects of all events have been remembered.
-  bool KnowsAll(const std::vector<PI::CEvent>& events) const;
+  bool KnowsObjectsOf(const std::vector<PI::CEvent>& events) const;
   // Appends the events to the log and returns them as logged, even if the log cannot be written.
   // If so, the newest 1,000 are kept, and the next call appends them.
   std::vector<LoggedEvent> Record(const std::vector<PI::CEvent>& events);
   // Whether events could not be logged yet.
   bool HasUnlogged() const { return !m_Unlogged.empty(); }
-  // Tries to append the events that could not be logged, and drops them. Call when a plug-in has
+  // Retries appending the events that could not be logged, then drops them. Call when a plug-in has
   // started, because the service then finds missing events by comparing the cards with the log.
   void DropUnlogged();
   // Returns the newest `limit` events that are not older than `sinceMs`, in the order of the log.

@@ -114,13 +114,13 @@ Dependencies DependenciesOf(const std::string& file) {
   if (elf == nullptr || elf_kind(elf.get()) != ELF_K_ELF) return found;
   const Segments segments(elf.get());
   const std::vector<GElf_Dyn> entries = segments.DynamicEntries();
-  GElf_Addr texts = 0;
+  GElf_Addr stringTable = 0;
   for (const GElf_Dyn& entry : entries) {
-    if (entry.d_tag == DT_STRTAB) texts = entry.d_un.d_ptr;
+    if (entry.d_tag == DT_STRTAB) stringTable = entry.d_un.d_ptr;
   }
   for (const GElf_Dyn& entry : entries) {
     if (!IsName(entry) && !IsPath(entry)) continue;
-    const std::string text = segments.TextAt(texts + entry.d_un.d_val);
+    const std::string text = segments.TextAt(stringTable + entry.d_un.d_val);
     if (IsPath(entry)) AddSearchPaths(text, found.m_SearchPaths);
     if (IsName(entry)) found.m_Names.push_back(text);
   }

@@ -44,10 +44,10 @@ void RequireFile(const std::string& file) {
   }
 }
 
-void Require(const std::string& objection, const fs::path& file) {
-  if (objection.empty()) return;
+void Require(const std::string& trustError, const fs::path& file) {
+  if (trustError.empty()) return;
   throw Failure(ExitCode::PluginUnusable, "PLUGIN_NOT_TRUSTED", "cannot load the plug-in",
-                objection, TrustAdvice(file));
+                trustError, TrustAdvice(file));
 }
 
 // Subdirectories of a search path that the loader tries before the path itself. They may contain
@@ -122,7 +122,7 @@ class DependencyChecker {
   void RequireTrustedFile(const fs::path& file) {
     std::error_code error;
     if (!fs::exists(file, error) || !m_Seen.insert(file).second) return;
-    Require(ObjectionToCode(file), file);
+    Require(TrustErrorOfCode(file), file);
     const Dependencies needs = DependenciesOf(file.string());
     for (const std::string& path : needs.m_SearchPaths) AddDirectories(Expand(path, file));
     for (const std::string& name : needs.m_Names) {
@@ -133,7 +133,7 @@ class DependencyChecker {
         continue;
       }
       const fs::path needed = Expand(name, file);
-      Require(ObjectionToCodeDirectory(needed.parent_path()), needed);
+      Require(TrustErrorOfCodeDirectory(needed.parent_path()), needed);
       RequireTrustedFile(needed);
     }
   }
@@ -162,7 +162,7 @@ class DependencyChecker {
   }
 
   void AddDirectory(const fs::path& directory) {
-    Require(ObjectionToCodeDirectory(directory), directory / "x");
+    Require(TrustErrorOfCodeDirectory(directory), directory / "x");
     m_Directories.insert(WithoutLinks(directory));
   }
 
@@ -174,7 +174,7 @@ class DependencyChecker {
 // Returns the path without links, because the loader uses the directory of the given path as
 // $ORIGIN.
 fs::path ResolveTrustedLibrary(const std::string& file) {
-  Require(ObjectionToCode(file), file);
+  Require(TrustErrorOfCode(file), file);
   const fs::path library = WithoutLinks(file);
   DependencyChecker().RequireTrusted(library);
   return library;

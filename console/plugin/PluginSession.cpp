@@ -59,7 +59,7 @@ bool PluginSession::CallWhenThreadsAreFree(const std::function<std::uint32_t()>&
 void PluginSession::Stop() {
   if (!m_pLoaded) return;
   // The plug-in waits up to 25 seconds for its jobs; without a job, it only has to finish a scan.
-  const std::chrono::seconds timeout(HasChanged() ? 30 : 5);
+  const std::chrono::seconds timeout(HasExecutedOperation() ? 30 : 5);
   const auto call = [loaded = m_pLoaded.release(), started = HasCards()] {
     const std::unique_ptr<Loaded> owner(loaded);
     if (started) loaded->m_Plugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);

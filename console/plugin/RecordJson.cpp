@@ -21,7 +21,7 @@ using Json = nlohmann::json;
 
 // The maximum nesting depth. An operation may contain objects, which contain operations; no host
 // nests them further.
-constexpr int kDeepest = 16;
+constexpr int kMaxDepth = 16;
 
 // The position of a value in the document, for messages and the depth limit.
 struct Place {
@@ -164,7 +164,7 @@ void Read(const Json& json, float& value, const Place& place) {
   }
   const double number = json.is_number() ? json.get<double>() : HUGE_VAL;
   if (std::abs(number) > static_cast<double>(std::numeric_limits<float>::max())) {
-    Reject(place, "expected a number of 32 bits, \"nan\", \"inf\" or \"-inf\"");
+    Reject(place, "expected a 32-bit number, \"nan\", \"inf\" or \"-inf\"");
   }
   value = static_cast<float>(number);
 }
@@ -195,7 +195,8 @@ void Read(const Json& json, std::string& text, const Place& place) {
       json.is_object() && json.size() == 1 && json.contains("hex") && json["hex"].is_string();
   text.clear();
   if (!isHex || !ReadHex(json["hex"].get<std::string>(), text)) {
-    Reject(place, "expected a text or {\"hex\": \"pairs of lower-case digits\"}");
+    Reject(place,
+           "expected a string or {\"hex\": \"...\"} with pairs of lowercase hexadecimal digits");
   }
 }
 
@@ -216,7 +217,7 @@ void Read(const Json& json, std::vector<Element>& list, const Place& place) {
 template <class Element, std::size_t size>
 void Read(const Json& json, std::array<Element, size>& list, const Place& place) {
   if (!json.is_array() || json.size() != size) {
-    Reject(place, fmt::format("expected a list of {}", size));
+    Reject(place, fmt::format("expected a list of {} elements", size));
   }
   for (std::size_t i = 0; i < size; ++i) Read(json[i], list[i], place.Element(i));
 }
@@ -233,7 +234,7 @@ template <class Record>
 std::enable_if_t<IsRecord<Record>::value> Read(const Json& json, Record& record,
                                                const Place& place) {
   if (!json.is_object()) Reject(place, "expected an object");
-  if (place.m_Depth > kDeepest) Reject(place, "nested too deeply");
+  if (place.m_Depth > kMaxDepth) Reject(place, "nested too deeply");
   std::vector<std::string> known;
   RecordFields<Record>::Visit(record, [&](const char* name, auto& member) {
     known.push_back(name);

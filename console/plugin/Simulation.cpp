@@ -34,8 +34,8 @@ std::filesystem::path MakeTemporaryDirectory() {
   const std::filesystem::path parent =
       std::filesystem::absolute(std::filesystem::temp_directory_path());
   std::string name = (parent / "corvane-host-XXXXXX").string();
-  const std::string objection = Base::ResolveTrusted(name).m_Objection;
-  if (!objection.empty()) throw SimulationFailure(objection);
+  const std::string trustError = Base::ResolveTrusted(name).m_TrustError;
+  if (!trustError.empty()) throw SimulationFailure(trustError);
   if (mkdtemp(name.data()) == nullptr) throw SimulationFailure(std::strerror(errno));
   return name;
 }
@@ -63,7 +63,7 @@ int ExecProgram(const std::filesystem::path& program, const Words& words) {
   return write(STDERR_FILENO, why.data(), why.size()) < 0 ? EXIT_FAILURE + 1 : EXIT_FAILURE;
 }
 
-std::string WhyEnded(const SubprocessResult& ending) {
+std::string EndReason(const SubprocessResult& ending) {
   if (ending.m_End == SubprocessEnd::TimedOut) return "the simulator does not respond";
   if (ending.m_End == SubprocessEnd::Killed) {
     return fmt::format("the simulator crashed ({})", strsignal(ending.m_Number));
@@ -77,10 +77,10 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& directory,
   if (!std::filesystem::exists(program)) {
     throw SimulationFailure(fmt::format("program not found: {}", program.string()));
   }
-  const std::string objection = ObjectionToCode(program);
-  if (!objection.empty()) {
-    throw Failure(ExitCode::PluginUnusable, "SIMULATION_FAILED", "cannot simulate cards", objection,
-                  TrustAdvice(program));
+  const std::string trustError = TrustErrorOfCode(program);
+  if (!trustError.empty()) {
+    throw Failure(ExitCode::PluginUnusable, "SIMULATION_FAILED", "cannot simulate cards",
+                  trustError, TrustAdvice(program));
   }
   Words arguments;
   if (!file.empty()) arguments = {"--state", file};
@@ -91,7 +91,7 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& directory,
   ThrowIfStopped();
   if (ending.m_End == SubprocessEnd::Exited && ending.m_Number == EXIT_SUCCESS) return;
   const bool late = ending.m_End == SubprocessEnd::TimedOut;
-  throw SimulationFailure(WhyEnded(ending), late ? ExitCode::TimedOut : ExitCode::Failed);
+  throw SimulationFailure(EndReason(ending), late ? ExitCode::TimedOut : ExitCode::Failed);
 }
 
 // Waits until the parent process terminates or closes the pipe, then removes the directory. Runs in

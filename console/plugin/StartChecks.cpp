@@ -25,7 +25,7 @@ Failure BusFailure(const std::string& file, int error) {
   const bool denied = error == EACCES || error == EPERM;
   return Failure(denied ? ExitCode::Permission : ExitCode::Failed, "SYSFS_UNREADABLE",
                  fmt::format("cannot read {}", file), std::strerror(error),
-                 {"Cards are detected there, so it is unknown whether there are any."});
+                 {"Cards are detected through this file, so it is unknown whether there are any."});
 }
 
 void RequireReadable(const std::string& file) {
@@ -49,7 +49,7 @@ void RequireDescriptors() {
     const char* advice = error == ENFILE ? "Raise the system limit: sysctl fs.file-max"
                                          : "Raise the limit: ulimit -n 256";
     throw Failure(ExitCode::Failed, "NO_DESCRIPTORS", "cannot start the plug-in",
-                  fmt::format("only {} more files can be opened, up to {} are needed ({})",
+                  fmt::format("only {} more files can be opened; up to {} are needed ({})",
                               reserve.size() - 1, kNeeded, std::strerror(error)),
                   {advice});
   }

@@ -53,7 +53,7 @@ std::string LabelText(const std::string& text) {
   return nlohmann::json::parse(json.dump(-1, ' ', false, handler)).get<std::string>();
 }
 
-std::vector<const Object*> Of(const Source& source, Kind kind) {
+std::vector<const Object*> ObjectsOfKind(const Source& source, Kind kind) {
   std::vector<const Object*> objects;
   if (source.m_Observed.m_pModel == nullptr) return objects;
   for (const Object& object : source.m_Observed.m_pModel->Objects()) {
@@ -106,7 +106,7 @@ Samples PluginUp(const MetricRow&, const Source& source) {
 
 Samples AdapterCount(const MetricRow&, const Source& source) {
   if (source.m_Observed.m_pModel == nullptr) return {};
-  return {{{}, fmt::format("{}", Of(source, Kind::Adapter).size())}};
+  return {{{}, fmt::format("{}", ObjectsOfKind(source, Kind::Adapter).size())}};
 }
 
 Samples StartSeconds(const MetricRow&, const Source& source) {
@@ -117,7 +117,7 @@ Samples StartSeconds(const MetricRow&, const Source& source) {
 template <Kind kind>
 Samples Numbers(const MetricRow& row, const Source& source) {
   Samples samples;
-  for (const Object* object : Of(source, kind)) {
+  for (const Object* object : ObjectsOfKind(source, kind)) {
     const std::string number = NumberText(ReadField(*object, row.m_Field));
     if (!number.empty()) samples.push_back({IdentityOf(*object, source), number});
   }
@@ -128,7 +128,7 @@ Samples Numbers(const MetricRow& row, const Source& source) {
 template <Kind kind>
 Samples States(const MetricRow& row, const Source& source) {
   Samples samples;
-  for (const Object* object : Of(source, kind)) {
+  for (const Object* object : ObjectsOfKind(source, kind)) {
     const Field& field = *FindField(kind, row.m_Field);
     const Value value = ReadField(*object, field);
     if (!value.Known()) continue;
@@ -158,7 +158,7 @@ std::vector<std::string> AllReasons() {
 
 Samples Reasons(const MetricRow& row, const Source& source) {
   Samples samples;
-  for (const Object* adapter : Of(source, Kind::Adapter)) {
+  for (const Object* adapter : ObjectsOfKind(source, Kind::Adapter)) {
     if (!ReadField(*adapter, row.m_Field).Known()) continue;
     std::vector<std::string> current;
     for (const Reason& reason : HealthOf(*adapter).m_Reasons) current.push_back(reason.m_Name);
@@ -179,7 +179,7 @@ constexpr const char* kIdentityTerms[] = {
 template <Kind kind>
 Samples Info(const MetricRow&, const Source& source) {
   Samples samples;
-  for (const Object* object : Of(source, kind)) {
+  for (const Object* object : ObjectsOfKind(source, kind)) {
     Labels labels = IdentityOf(*object, source);
     labels.emplace_back("object", object->m_Selector);
     for (const char* name : kIdentityTerms) {
@@ -194,7 +194,7 @@ Samples Info(const MetricRow&, const Source& source) {
 
 Samples Days(const MetricRow& row, const Source& source) {
   Samples samples;
-  for (const Object* adapter : Of(source, Kind::Adapter)) {
+  for (const Object* adapter : ObjectsOfKind(source, Kind::Adapter)) {
     const auto day = ReadDay(BareText(ReadField(*adapter, row.m_Field)));
     if (day) samples.push_back({IdentityOf(*adapter, source), fmt::format("{}", *day / 1000)});
   }

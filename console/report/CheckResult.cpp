@@ -133,7 +133,7 @@ std::string WithoutBars(const std::string& text) {
 }
 
 // Describes an object that is not OK. A drive has no reasons; its card reports them.
-std::string ComplaintText(const Finding& finding, bool ascii) {
+std::string ProblemText(const Finding& finding, bool ascii) {
   std::string why;
   for (const Reason& reason : finding.m_Health.m_Reasons) {
     why += (why.empty() ? ": " : ", ") + ReasonText(reason, ascii);
@@ -150,17 +150,17 @@ std::size_t CountOf(const CheckResult& check, Kind kind) {
                     [&](const Finding& finding) { return finding.m_pObject->m_Kind == kind; }));
 }
 
-std::string Counted(std::size_t count, const char* noun) {
+std::string CountText(std::size_t count, const char* noun) {
   return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
 // Lists the worst objects first, because a monitoring system may truncate the line.
-std::string Complaints(const CheckResult& check, bool ascii) {
+std::string ListProblems(const CheckResult& check, bool ascii) {
   std::string text;
   for (const CheckState state : {CheckState::Critical, CheckState::Warning, CheckState::Unknown}) {
     for (const Finding& finding : check.m_Findings) {
       if (finding.m_State != state) continue;
-      text += (text.empty() ? "" : "; ") + ComplaintText(finding, ascii);
+      text += (text.empty() ? "" : "; ") + ProblemText(finding, ascii);
     }
   }
   return text;
@@ -215,10 +215,10 @@ CheckResult CheckObjects(const Model& model, const Object* top) {
 
 std::string Summary(const CheckResult& check, bool ascii) {
   if (check.m_Findings.empty()) return "no supported adapter found in this machine";
-  const std::string complaints = Complaints(check, ascii);
+  const std::string complaints = ListProblems(check, ascii);
   if (!complaints.empty()) return WithoutBars(complaints);
-  return fmt::format("{}, {}", Counted(CountOf(check, Kind::Adapter), "adapter"),
-                     Counted(CountOf(check, Kind::Drive), "drive"));
+  return fmt::format("{}, {}", CountText(CountOf(check, Kind::Adapter), "adapter"),
+                     CountText(CountOf(check, Kind::Drive), "drive"));
 }
 
 std::string CheckText(const CheckResult& check, bool ascii) {

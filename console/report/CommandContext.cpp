@@ -37,11 +37,11 @@ ExitCode CodeForErrno(int error) {
 std::vector<std::string> ConfigAdvice(const std::filesystem::path& file, int error) {
   switch (error) {
     case 0:
-      return {"Repair or remove it. Nothing was changed."};
+      return {"Repair or remove the file. Nothing was changed."};
     case EACCES:
       return {fmt::format("Check the permissions of the file and its directories: namei -l {}",
                           file.string()),
-              "Run this as its owner or as root. Nothing was changed."};
+              "Run the command as the file's owner or as root. Nothing was changed."};
     case EPERM:
       return TrustAdvice(file);
     default:
@@ -59,9 +59,9 @@ void RequireReadableConfig() {
     return;
   }
   const std::filesystem::path file = (HostKit::ConfigDirectory() / kConfigFile).native();
-  const std::string objection = Base::ResolveTrusted(file.string()).m_Objection;
-  const int error = objection.empty() ? Base::ErrorOfReading(file.string()) : EPERM;
-  const std::string why = objection.empty() ? std::strerror(error) : objection;
+  const std::string trustError = Base::ResolveTrusted(file.string()).m_TrustError;
+  const int error = trustError.empty() ? Base::ErrorOfReading(file.string()) : EPERM;
+  const std::string why = trustError.empty() ? std::strerror(error) : trustError;
   throw Failure(CodeForErrno(error), "CONFIG_UNREADABLE",
                 fmt::format("cannot read {}", file.string()), error == 0 ? "not an ini file" : why,
                 ConfigAdvice(file, error));
@@ -70,10 +70,10 @@ void RequireReadableConfig() {
 void StartTracing(const Options& options) {
   if (!options.m_TraceFile.empty() && !HostKit::SetTraceFile(options.m_TraceFile)) {
     const int error = errno;
-    const std::string objection = Base::ResolveTrusted(options.m_TraceFile).m_Objection;
-    throw Failure(objection.empty() ? CodeForErrno(error) : ExitCode::Permission, "TRACE_FILE",
+    const std::string trustError = Base::ResolveTrusted(options.m_TraceFile).m_TrustError;
+    throw Failure(trustError.empty() ? CodeForErrno(error) : ExitCode::Permission, "TRACE_FILE",
                   fmt::format("cannot open trace file {}", options.m_TraceFile),
-                  objection.empty() ? "not writable" : objection);
+                  trustError.empty() ? "not writable" : trustError);
   }
   if (!options.m_Trace) return;
   const auto mask = HostKit::ParseTraceLevels(*options.m_Trace);

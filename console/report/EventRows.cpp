@@ -7,7 +7,7 @@
 namespace Console {
 namespace {
 
-// Returns a name that commands accept, even if the object is gone.
+// Returns a name that commands accept, even if the object has been removed.
 std::string ObjectText(const Object* object, const LoggedEvent& event) {
   if (object != nullptr) return object->m_Selector;
   return event.m_SerialNumber.empty() ? IdText(event.m_ObjectID) : event.m_SerialNumber;

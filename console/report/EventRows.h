@@ -14,8 +14,8 @@ namespace Console {
 const std::vector<Column>& EventColumns();
 
 // Return an event as a table row and as an element of the JSON output. `object` is the object of
-// the event, or null if the object is gone: the row then contains the serial number or, if the log
-// has none, the object id, and the JSON contains null for `object` and `id`. The results do not
+// the event, or null if the object was removed: the row then contains the serial number or, if the
+// log has none, the object id, and the JSON contains null for `object` and `id`. The results do not
 // refer to the arguments.
 Row EventRow(const Object* object, const LoggedEvent& event);
 Json EventJson(const Object* object, const LoggedEvent& event);

@@ -111,7 +111,7 @@ CardTable DrawCardTable(const LiveModel& live, std::uint64_t chosen, std::size_t
     Line line = object->m_Kind == Kind::Adapter ? CardLine(live, *object, widths, ascii)
                                                 : DriveLine(live, *object, widths, ascii);
     if (object->m_ID == chosen) {
-      table.m_Chosen = table.m_Lines.size();
+      table.m_Selected = table.m_Lines.size();
       Reverse(line, columns);
     }
     table.m_Lines.push_back(line);

@@ -13,7 +13,7 @@ namespace Console {
 struct CardTable {
   Line m_Headings;
   std::vector<Line> m_Lines;
-  std::size_t m_Chosen = 0;  // index of the selected object's line
+  std::size_t m_Selected = 0;  // index of the selected object's line
 };
 
 // Draws the table for a screen with `columns` columns. `chosen` is the id of the object whose line

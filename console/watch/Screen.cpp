@@ -49,9 +49,9 @@ void DefineColors() {
 }
 
 attr_t AttributesOf(const Piece& piece) {
-  const bool loud = piece.m_Severity == Severity::Warning || piece.m_Severity == Severity::Bad;
+  const bool isAlert = piece.m_Severity == Severity::Warning || piece.m_Severity == Severity::Bad;
   attr_t attributes = A_NORMAL;
-  if (piece.m_Strong || loud) attributes |= A_BOLD;
+  if (piece.m_Strong || isAlert) attributes |= A_BOLD;
   if (piece.m_Reverse) attributes |= A_REVERSE;
   return attributes;
 }

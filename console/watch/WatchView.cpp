@@ -124,15 +124,15 @@ std::vector<Line> WatchView::Draw(const LiveModel& live, ScreenSize size, const 
 std::vector<Line> WatchView::DrawCards(const LiveModel& live, ScreenSize size,
                                        const std::string& time) {
   constexpr std::size_t kMinLog = 4, kHeadings = 3;
-  ChooseOne(live.Objects());
-  const CardTable cards = DrawCardTable(live, m_Chosen, size.m_Columns, m_Ascii);
+  EnsureSelection(live.Objects());
+  const CardTable cards = DrawCardTable(live, m_Selected, size.m_Columns, m_Ascii);
   const std::size_t taken = kHeadings + kMinLog;
   const std::size_t room = size.m_Rows > taken ? size.m_Rows - taken : 1;
-  if (cards.m_Chosen < m_Scroll) m_Scroll = cards.m_Chosen;
-  if (cards.m_Chosen >= m_Scroll + room) m_Scroll = cards.m_Chosen - room + 1;
+  if (cards.m_Selected < m_Scroll) m_Scroll = cards.m_Selected;
+  if (cards.m_Selected >= m_Scroll + room) m_Scroll = cards.m_Selected - room + 1;
 
   Lines lines = {cards.m_Headings};
-  Append(lines, Scrolled(cards.m_Lines, room));
+  Append(lines, VisibleLines(cards.m_Lines, room));
   lines.push_back({});
   lines.push_back(Heading(fmt::format("EVENTS ({})", live.EventCount())));
   const std::size_t left = size.m_Rows > lines.size() ? size.m_Rows - lines.size() : 0;
@@ -140,9 +140,9 @@ std::vector<Line> WatchView::DrawCards(const LiveModel& live, ScreenSize size,
   return lines;
 }
 
-void WatchView::ChooseOne(const Model& model) {
+void WatchView::EnsureSelection(const Model& model) {
   const std::vector<const Object*> objects = ObjectsWithStatus(model);
-  if (!objects.empty() && model.Find(m_Chosen) == nullptr) m_Chosen = objects.front()->m_ID;
+  if (!objects.empty() && model.Find(m_Selected) == nullptr) m_Selected = objects.front()->m_ID;
 }
 
 std::vector<Line> WatchView::DrawEvents(const LiveModel& live, ScreenSize size,
@@ -157,8 +157,8 @@ std::vector<Line> WatchView::DrawEvents(const LiveModel& live, ScreenSize size,
 }
 
 std::vector<Line> WatchView::DrawObject(const LiveModel& live, ScreenSize size) {
-  const Object* object = live.Objects().Find(m_Chosen);
-  if (object == nullptr) return {Heading("This object is gone.")};
+  const Object* object = live.Objects().Find(m_Selected);
+  if (object == nullptr) return {Heading("This object has been removed.")};
   const Health health = HealthOf(*object);
   constexpr std::size_t kNames = 30;
   Lines lines = {
@@ -170,18 +170,18 @@ std::vector<Line> WatchView::DrawObject(const LiveModel& live, ScreenSize size) 
                      {Base::Printable(HumanText(value, m_Ascii)), value.m_Severity}});
   }
   Lines page = {Heading(fmt::format("{}  {}", object->m_Selector, IdText(object->m_ID)))};
-  Append(page, Scrolled(lines, size.m_Rows > 0 ? size.m_Rows - 1 : 0));
+  Append(page, VisibleLines(lines, size.m_Rows > 0 ? size.m_Rows - 1 : 0));
   return page;
 }
 
-std::vector<Line> WatchView::Scrolled(const std::vector<Line>& lines, std::size_t rows) {
-  const std::size_t most = lines.size() - std::min(rows, lines.size());
-  m_Scroll = std::min(m_Scroll, most);
+std::vector<Line> WatchView::VisibleLines(const std::vector<Line>& lines, std::size_t rows) {
+  const std::size_t maximum = lines.size() - std::min(rows, lines.size());
+  m_Scroll = std::min(m_Scroll, maximum);
   const auto first = lines.begin() + static_cast<std::ptrdiff_t>(m_Scroll);
   return {first, first + static_cast<std::ptrdiff_t>(std::min(rows, lines.size()))};
 }
 
-bool WatchView::Press(Key key, const LiveModel& live) {
+bool WatchView::HandleKey(Key key, const LiveModel& live) {
   switch (key) {
     case Key::Leave:
       return false;
@@ -222,11 +222,11 @@ void WatchView::Choose(std::ptrdiff_t step, const Model& model) {
   const std::vector<const Object*> objects = ObjectsWithStatus(model);
   if (objects.empty()) return;
   const auto at = std::find_if(objects.begin(), objects.end(),
-                               [&](const Object* object) { return object->m_ID == m_Chosen; });
+                               [&](const Object* object) { return object->m_ID == m_Selected; });
   const std::ptrdiff_t from = at == objects.end() ? 0 : at - objects.begin();
   const auto last = static_cast<std::ptrdiff_t>(objects.size()) - 1;
   const std::ptrdiff_t to = std::clamp<std::ptrdiff_t>(from + step, 0, last);
-  m_Chosen = objects[static_cast<std::size_t>(to)]->m_ID;
+  m_Selected = objects[static_cast<std::size_t>(to)]->m_ID;
 }
 
 }  // namespace Console

@@ -12,7 +12,7 @@
 
 // Results of commands.
 #define PI_ERRORS(X) \
-  /* Of any command. */ \
+  /* Returned by any command. */ \
   X(ERR_GENERAL, 20000) \
   X(ERR_NO_SUPPORTED_HARDWARE, 20001) \
   X(ERR_INVALID_COMMAND, 20002) \
@@ -21,10 +21,10 @@
   X(ERR_INVALID_OPERATION, 20005) \
   X(ERR_MEMORY_ERROR, 20007) \
   X(ERR_INVALID_OBJECT_ID, 20008) \
-  /* Of CMD_INITIALIZE. */ \
+  /* Returned by CMD_INITIALIZE. */ \
   X(ERR_LOCK_INITIALIZATION_FAILED, 20011) \
   X(ERR_API_INITIALIZATION_FAILED, 20012) \
-  /* Of operations. */ \
+  /* Returned by operations. */ \
   X(ERR_ADAPTER_BUSY, 20031) \
   X(ERR_LOCATE_IN_PROGRESS, 20040) \
   X(ERR_NO_LOCATE_STARTED, 20041) \
@@ -32,13 +32,13 @@
 
 // Operations.
 #define PI_OPERATIONS(X) \
-  /* Of the plug-in. */ \
+  /* On the plug-in object. */ \
   X(OP_GET_EVENTS, 50002) \
-  /* Of a physical drive. */ \
+  /* On a physical drive. */ \
   X(OP_FORMAT_DEVICE, 50026) \
   X(OP_MAKE_ONLINE, 50029) \
   X(OP_MAKE_OFFLINE, 50030) \
-  /* Of an adapter: its LED, and its jobs. */ \
+  /* On an adapter: its locate LED, and its jobs. */ \
   X(OP_LOCATE_DEVICE, 50034) \
   X(OP_STOP_LOCATE_DEVICE, 50035) \
   X(OP_ATTACH, 50126) \

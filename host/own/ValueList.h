@@ -94,8 +94,8 @@
   X(REQUIRED, 40485, "REQUIRED", "Required") \
   X(UNACTIVATED_FIRMWARE, 40486, "UNACTIVATED_FIRMWARE", "New firmware not active yet")
 
-// Values that are reasons for an adapter's status, in the order of their numbers: value, the best
-// status that an adapter with this reason can have, meaning, and advice.
+// Values that are reasons for an adapter's status, in the order of their numbers: value, the least
+// severe status that the reason allows, meaning, and advice.
 #define PI_REASONS(X) \
   X(STOPPED, kFailedStatus, \
     "The card has been stopped and does not work.", \

@@ -96,7 +96,7 @@ int CountWords(const std::string& sql) {
   return words;
 }
 
-std::int64_t OwnTime() {
+std::int64_t ThreadCpuTime() {
   timespec time{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
   return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
@@ -106,7 +106,7 @@ std::int64_t OwnTime() {
 class Usage {
  public:
   bool HasTakenTooLong() {
-    m_TookTooLong = m_TookTooLong || OwnTime() > m_End;
+    m_TookTooLong = m_TookTooLong || ThreadCpuTime() > m_End;
     return m_TookTooLong;
   }
 
@@ -125,7 +125,7 @@ class Usage {
   }
 
  private:
-  const std::int64_t m_End = OwnTime() + kMaxNanoseconds;
+  const std::int64_t m_End = ThreadCpuTime() + kMaxNanoseconds;
   int m_Queries = 0;
   bool m_TookTooLong = false;
 };

@@ -49,12 +49,12 @@ constexpr std::array kFileSuffixes = {"", "-wal", "-shm", "-journal", "-host"};
 // the file: it might be forged, or be a link to a file that only this user may write.
 path TrustedFile(const path& file) {
   const Base::TrustedPath found = Base::ResolveTrusted(file.string());
-  std::string objection = found.m_Objection;
+  std::string trustError = found.m_TrustError;
   for (const char* suffix : kFileSuffixes) {
-    if (objection.empty())
-      objection = Base::ResolveTrusted(found.m_File.string() + suffix).m_Objection;
+    if (trustError.empty())
+      trustError = Base::ResolveTrusted(found.m_File.string() + suffix).m_TrustError;
   }
-  if (!objection.empty()) throw SqliteError(SQLITE_PERM, objection);
+  if (!trustError.empty()) throw SqliteError(SQLITE_PERM, trustError);
   return found.m_File.string();
 }
 
@@ -201,7 +201,7 @@ void Connection::CheckTrust(const path& file) {
   try {
     TrustedFile(file);
   } catch (const SqliteError&) {
-    LeaveAsItIs();
+    DisableCheckpointOnClose();
     throw;
   }
 }
@@ -213,10 +213,10 @@ void Connection::PrepareToWrite() {
     throw SqliteError(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY));
   }
   try {
-    CheckWhole();
+    CheckIntegrity();
     Run("PRAGMA journal_mode = WAL");
   } catch (const SqliteError&) {
-    LeaveAsItIs();
+    DisableCheckpointOnClose();
     throw;
   }
 }
@@ -226,7 +226,7 @@ void Connection::Configure() {
   sqlite3_busy_timeout(database, kBusyMs);
   // The plug-ins' statements contain strings in double quotes.
   sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DML, 1, nullptr);
-  // A text that breaks out of its quotes must not access other files or internal tables.
+  // Injected SQL must not access other files or internal tables.
   sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
@@ -235,7 +235,7 @@ void Connection::Configure() {
   Run("PRAGMA temp_store = MEMORY");
 }
 
-void Connection::CheckWhole() {
+void Connection::CheckIntegrity() {
   const std::string finding = Run("PRAGMA quick_check(1)").at(0);
   if (finding == "ok") return;
   throw SqliteError(SQLITE_CORRUPT, sqlite3_errstr(SQLITE_CORRUPT) + (": " + finding));
@@ -283,12 +283,12 @@ bool Connection::HasMoved() const {
   return moved != 0;
 }
 
-void Connection::EmptyLog() noexcept {
+void Connection::TruncateLog() noexcept {
   sqlite3_wal_checkpoint_v2(m_pDatabase.get(), "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr,
                             nullptr);
 }
 
-void Connection::LeaveAsItIs() {
+void Connection::DisableCheckpointOnClose() {
   sqlite3_db_config(m_pDatabase.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 

@@ -17,7 +17,7 @@ struct sqlite3_stmt;
 
 namespace HostKit {
 
-// Thrown when a statement fails. The text is the library's.
+// Thrown when a statement fails. The message is SQLite's.
 class HOST_API SqliteError : public DBEXCEPTION::DatabaseException {
  public:
   SqliteError(int code, const std::string& text) : DatabaseException(text), m_Code(code) {}
@@ -65,7 +65,7 @@ enum class Access { Write, AnotherToWrite, Read };
 class HOST_API Connection {
  public:
   // Opens or creates the file. ":memory:" is a database in memory; any other path must be absolute.
-  // Throws `SqliteError` on failure, and for a file that another user could have put there.
+  // Throws `SqliteError` on failure, and for a file that another user could have created.
   explicit Connection(const boost::filesystem::path& file, Access access = Access::Write);
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
@@ -83,24 +83,25 @@ class HOST_API Connection {
   // Returns a number that is unique among all connections of this process.
   std::uint64_t Number() const { return m_Number; }
   bool IsReadOnly() const;
-  // Returns the path of the file without symbolic links, or ":memory:" for a database in memory.
+  // Returns the path of the file with symbolic links resolved, or ":memory:" for a database in
+  // memory.
   boost::filesystem::path File() const;
   // Rolls back an unfinished transaction.
   void RollBack() noexcept;
   // Whether the file has been moved, deleted or replaced since it was opened.
   bool HasMoved() const;
-  // Writes the write-ahead log into the file and empties the log, even if the file has moved:
-  // otherwise SQLite would apply the log to the file that replaced this one.
-  void EmptyLog() noexcept;
-  // Prevents closing from writing the write-ahead log into the file.
-  void LeaveAsItIs();
+  // Checkpoints and truncates the write-ahead log, even if the file has moved: otherwise SQLite
+  // would replay the log into the file that replaced this one.
+  void TruncateLog() noexcept;
+  // Disables the checkpoint on close.
+  void DisableCheckpointOnClose();
 
  private:
   void Configure();
   void CheckTrust(const boost::filesystem::path& file);
   void PrepareToWrite();
-  // Throws if the file is damaged, before anything is written to it.
-  void CheckWhole();
+  // Throws if the file is damaged. Called before the first write.
+  void CheckIntegrity();
 
   std::unique_ptr<sqlite3, int (*)(sqlite3*)> m_pDatabase;
   const std::uint64_t m_Number;

@@ -39,7 +39,7 @@ path FileOfEnvironment() {
   return error ? file : directory / file;
 }
 
-// Ignores errors: the first statement reports what is wrong with the file.
+// Ignores errors: the first statement reports them.
 void TryToOpen(HostDatabase& database) {
   try {
     database.OpenRows();
@@ -93,7 +93,7 @@ Connection& HostDatabase::OwnConnection() {
   const bool rowsHaveMoved = m_RowsAreInFile && m_pRows && m_pRows->HasMoved();
   if (m_pOwn && (m_pOwn->HasMoved() || rowsHaveMoved)) {
     CloseRowsInFile();
-    m_pOwn->EmptyLog();
+    m_pOwn->TruncateLog();
     m_pOwn.reset();
   }
   if (!m_pOwn) {
@@ -133,8 +133,8 @@ void HostDatabase::KeepRowsInMemory() {
 void HostDatabase::Recover(const SqliteError& error) {
   if (m_pOwn) m_pOwn->RollBack();
   if (!error.NeedsReopen() || !m_pOwn) return;
-  m_pOwn->LeaveAsItIs();
-  if (m_pRows) m_pRows->LeaveAsItIs();
+  m_pOwn->DisableCheckpointOnClose();
+  if (m_pRows) m_pRows->DisableCheckpointOnClose();
   CloseFile();
 }
 

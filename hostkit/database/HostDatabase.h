@@ -15,12 +15,12 @@
 
 namespace HostKit {
 
-// Opens its file on demand, also again after a failure, so that it works as soon as the cause is
-// gone. Thread-safe. Statements never wait for the toolkit's locks, events or threads.
+// Opens its file on demand, and retries after a failure, so that it works as soon as the cause is
+// fixed. Thread-safe. Statements never wait for the toolkit's locks, events or threads.
 //
 // The statements of plug-ins use a separate connection, which can access only their rows. The file
-// contains the rows of one host at a time. Another host that uses the file meanwhile keeps its rows
-// in memory and writes them to the file after the first host has exited.
+// contains the rows of one host at a time. Another host that uses the file at the same time keeps
+// its rows in memory and writes them to the file after the first host has exited.
 class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
  public:
   HostDatabase();

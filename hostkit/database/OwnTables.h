@@ -18,9 +18,9 @@ namespace HostKit {
 using OwnTablesUse = std::function<void(Connection&)>;
 
 // Runs `use` with the connection for the host's own tables. Other threads that need the database
-// wait meanwhile. Opens the file if it is not open, has been deleted or replaced, or had an error
-// that only reopening can clear. If `use` throws, rolls back an open transaction and passes the
-// exception on.
+// wait until `use` returns. Opens the file if it is not open, has been deleted or replaced, or had
+// an error that only reopening can clear. If `use` throws, rolls back an open transaction and
+// rethrows the exception.
 HOST_API void WithOwnTables(const OwnTablesUse& use);
 
 // Like `WithOwnTables`, for a `use` that only reads. If the file cannot be written, `use` runs with

@@ -1,4 +1,4 @@
-// Decides which of several hosts that share a database file keeps its plug-ins' rows in it.
+// A lock that decides which of the hosts sharing a database file keeps its plug-ins' rows in it.
 #pragma once
 
 #include <boost/filesystem/path.hpp>
@@ -19,7 +19,7 @@ class RowsLock {
 
   // Takes the lock of that database if it is free, and returns whether this host holds it now.
   // Never waits. Call `Release` before taking the lock of another database. The path must not
-  // contain links: through another path, the same database would have another lock.
+  // contain symbolic links: another path to the same database would use another lock.
   bool Take(const boost::filesystem::path& database);
   // Releases the lock, if it is held, and removes the lock file.
   void Release();

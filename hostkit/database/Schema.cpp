@@ -18,7 +18,7 @@ constexpr const char* kOwnTables =
     "message TEXT NOT NULL) STRICT;";
 
 // The log drops its oldest events, but the counts must not decrease. A trigger counts every
-// appended event, including those of an older version of the host. If there are no counts yet, the
+// appended event, including those of an older version of the host. The first time, the
 // events in the log are counted.
 constexpr const char* kEventCounts =
     "CREATE TABLE IF NOT EXISTS host_event_counts (event_id INTEGER NOT NULL, "
@@ -33,8 +33,8 @@ constexpr const char* kCountingTrigger =
 const TableShape kRunTable = {
     "host_life", {}, "CREATE TABLE host_life (number INTEGER NOT NULL) STRICT"};
 
-// In earlier versions of the host, a card's text could create triggers, which would also run in
-// this host, indexes that reject a second event, and views with the name of a table. SQL ignores
+// In earlier versions of the host, a string from a card could create triggers, which would also run
+// in this host, indexes that reject a second event, and views with the name of a table. SQL ignores
 // the case of names. The tables of the log themselves are never dropped.
 constexpr const char* kForeignToLog =
     "SELECT type, name FROM sqlite_schema WHERE type <> 'table' AND name = ?1 COLLATE NOCASE "

@@ -16,13 +16,13 @@ Base::TrustedPath FullPath(const boost::filesystem::path& name) {
   return Base::ResolveTrusted((HostKit::ConfigDirectory() / name.filename()).string());
 }
 
-// Reads the file into `text`. A file that another user could have put there counts as unreadable.
-// The path is checked again after reading, in case the file was replaced meanwhile.
+// Reads the file into `text`. A file that another user could have created counts as unreadable. The
+// path is checked again after reading, in case the file was replaced in the meantime.
 HostKit::FileRead ReadTrusted(const Base::TrustedPath& file, std::string& text) {
-  if (!file.m_Objection.empty()) return HostKit::FileRead::Failed;
+  if (!file.m_TrustError.empty()) return HostKit::FileRead::Failed;
   std::string read;
   const HostKit::FileRead result = HostKit::ReadFile(file, read);
-  if (!Base::ResolveTrusted(file.m_File).m_Objection.empty()) return HostKit::FileRead::Failed;
+  if (!Base::ResolveTrusted(file.m_File).m_TrustError.empty()) return HostKit::FileRead::Failed;
   if (result == HostKit::FileRead::Done) text = std::move(read);
   return result;
 }
@@ -67,7 +67,7 @@ std::uint32_t CConfigFile::WriteKeyValue(const std::string& key, const std::stri
                                          int) {
   if (m_FileName.empty()) return HostKit::RESULT_NOT_WRITTEN;
   const Base::TrustedPath file = FullPath(m_FileName);
-  if (!file.m_Objection.empty()) return HostKit::RESULT_NOT_WRITTEN;
+  if (!file.m_TrustError.empty()) return HostKit::RESULT_NOT_WRITTEN;
   const HostKit::DirectoryLock directory(file.m_File.parent_path());
   if (!directory.IsHeld()) return HostKit::RESULT_NOT_WRITTEN;
 

@@ -66,7 +66,7 @@ FileRead ReadFile(const Base::TrustedPath& file, std::string& content) {
   }
   struct stat status {};
   if (fstat(input.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return FileRead::Failed;
-  if (!Base::ObjectionToOpened(file, input).empty()) return FileRead::Failed;
+  if (!Base::TrustErrorOfOpened(file, input).empty()) return FileRead::Failed;
 
   std::string text;
   if (Base::ReadAll(input, kMaxFileSize, text) != 0) return FileRead::Failed;

@@ -34,7 +34,7 @@ class DirectoryLock {
 enum class FileRead { Done, Missing, Failed };
 
 // Reads a regular file of up to 1 MiB. Fails for a link, and for a file that another user could
-// have put there. Sets `content` only if the result is `Done`.
+// have created. Sets `content` only if the result is `Done`.
 FileRead ReadFile(const Base::TrustedPath& file, std::string& content);
 
 // Atomically replaces the file `name` in the locked `directory`, or creates it. An existing file

@@ -1,4 +1,4 @@
-// The results of commands as sentences, with advice for each failure.
+// The message of each return code, with advice for each failure.
 #pragma once
 
 #include "host/Identifiers.h"
@@ -9,15 +9,16 @@ namespace HostKit {
 inline constexpr std::array kErrorTexts{
     ErrorRow{PI::SUCCESS, "The command succeeded.", ""},
     ErrorRow{PI::ERR_GENERAL, "The command failed.",
-             "Run it again with --trace 2,16 to see the card library's message."},
+             "Run the command again with --trace 2,16 to see the card library's message."},
     ErrorRow{
         PI::ERR_NO_SUPPORTED_HARDWARE, "No supported adapter was found in this machine.",
         "Check that the card is seated and its driver is loaded: see lspci and the kernel log."},
     ErrorRow{PI::ERR_INVALID_COMMAND, "The plug-in does not know this command.",
              "The host and the plug-in do not match: install matching versions."},
-    ErrorRow{PI::ERR_COMMAND_ERROR, "The adapter rejected the command.",
-             "Run it again with --trace 2,16 to see the card library's message, then check the "
-             "kernel log."},
+    ErrorRow{
+        PI::ERR_COMMAND_ERROR, "The adapter rejected the command.",
+        "Run the command again with --trace 2,16 to see the card library's message, then check the "
+        "kernel log."},
     ErrorRow{
         PI::ERR_INVALID_PROPERTY, "The object has no such property, or it cannot be changed.",
         "To list the object's properties and which of them can be changed, run corvane-host show."},

@@ -1,4 +1,4 @@
-// The registry of events: severity, sentence in the log, and either advice or the reason for an
+// The registry of events: severity, log message, and either advice or the reason for an
 // adapter's status that the event reports. %1 is the adapter's name, %2 the drive's.
 //
 // If two events report the same reason, the one with the lower number reports its start.
@@ -26,8 +26,8 @@ constexpr EventAdvice Do(const char* what) {
 
 constexpr EventAdvice kNothingToDo = {0, ""};
 
-#define HOSTKIT_EVENT(name, number, severity, places, sentence, advice) \
-  EventRow{number, severity, places, sentence, advice},
+#define HOSTKIT_EVENT(name, number, severity, places, message, advice) \
+  EventRow{number, severity, places, message, advice},
 
 // clang-format off
 inline constexpr std::array kEventTexts{
@@ -51,7 +51,7 @@ inline constexpr std::array kEventTexts{
 // clang-format on
 #undef HOSTKIT_EVENT
 
-// Whether the sentence contains each of its placeholders exactly once, in order, and no others.
+// Whether the message contains each of its placeholders exactly once, in order, and no others.
 constexpr bool PlaceholdersAgree(const EventRow& row) {
   unsigned int named = 0;
   for (const char* at = row.m_Text; *at != 0; ++at) {

@@ -1,5 +1,4 @@
-// For each reason for an adapter's status: the best status that the adapter can have, and what a
-// person can do.
+// For each reason for an adapter's status: the least severe status that it allows, and the advice.
 #pragma once
 
 #include "host/Identifiers.h"

@@ -18,26 +18,26 @@ struct TextRow {
 // A reason for an adapter's status.
 struct ReasonRow {
   std::uint32_t m_Number;
-  PI::_VALUE_ID m_Status;  // the best status of an adapter with this reason
+  PI::_VALUE_ID m_Status;  // the least severe status that this reason allows
   const char* m_Advice;
 };
 
-// What to do about an event, and the reason that it reports, if any.
+// The advice for an event, and the reason that the event reports, if any.
 struct EventAdvice {
   std::uint32_t m_Reason;  // 0 if none
   const char* m_Text;      // empty if no action is needed
 };
 
-// An event: its lowest severity, its sentence and the advice.
+// The texts of an event.
 struct EventRow {
   std::uint32_t m_Number;
-  PI::_SEVERITY m_Severity;     // the lowest one of the event
-  unsigned int m_Placeholders;  // count; the sentence contains %1, %2 and so on
-  const char* m_Text;
+  PI::_SEVERITY m_Severity;     // the lowest severity with which it is reported
+  unsigned int m_Placeholders;  // how many placeholders (%1, %2, ...) the message contains
+  const char* m_Text;           // the message
   EventAdvice m_Advice;
 };
 
-// The result of a command.
+// A return code of the plug-in, with its message and advice.
 struct ErrorRow {
   std::uint32_t m_Number;
   const char* m_Text;
@@ -52,7 +52,7 @@ constexpr bool NumbersAreAscending(const std::array<Row, size>& rows) {
   return true;
 }
 
-// Returns the row of a number, or null.
+// Returns the row with this number, or null.
 template <class Row, std::size_t size>
 constexpr const Row* FindRow(const std::array<Row, size>& rows, std::uint32_t number) {
   for (const Row& row : rows) {

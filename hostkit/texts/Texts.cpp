@@ -39,9 +39,9 @@ std::uint32_t NumberOfText(const Rows& rows, const std::string& text) {
 }
 
 // Returns the 1-based number of the placeholder that starts at `at`, or 0.
-unsigned int PlaceholderAt(const std::string& sentence, std::size_t at, unsigned int count) {
-  if (sentence[at] != '%' || at + 1 == sentence.size()) return 0;
-  const char digit = sentence[at + 1];
+unsigned int PlaceholderAt(const std::string& format, std::size_t at, unsigned int count) {
+  if (format[at] != '%' || at + 1 == format.size()) return 0;
+  const char digit = format[at + 1];
   const unsigned int number = digit >= '1' && digit <= '9' ? static_cast<unsigned>(digit - '0') : 0;
   return number <= count ? number : 0;
 }
@@ -49,12 +49,12 @@ unsigned int PlaceholderAt(const std::string& sentence, std::size_t at, unsigned
 // Works in one pass, because a string may contain characters that look like a placeholder.
 template <class Texts>
 std::string Fill(const EventRow& row, const Texts& texts) {
-  const std::string sentence = row.m_Text;
+  const std::string format = row.m_Text;
   std::string message;
-  for (std::size_t at = 0; at < sentence.size(); ++at) {
-    const unsigned int number = PlaceholderAt(sentence, at, row.m_Placeholders);
+  for (std::size_t at = 0; at < format.size(); ++at) {
+    const unsigned int number = PlaceholderAt(format, at, row.m_Placeholders);
     if (number == 0) {
-      message += sentence[at];
+      message += format[at];
       continue;
     }
     const std::string& text = texts[number - 1];
@@ -65,7 +65,7 @@ std::string Fill(const EventRow& row, const Texts& texts) {
 }
 
 template <class Texts>
-std::string SentenceOf(std::uint32_t event, const Texts& texts) {
+std::string FillMessage(std::uint32_t event, const Texts& texts) {
   const EventRow* const row = FindRow(kEventTexts, event);
   return row != nullptr ? Fill(*row, texts) : "";
 }
@@ -134,7 +134,7 @@ std::string MeaningOf(Family family, std::uint32_t number) {
   if (family == Family::Operation) meaning = TextOf(kOperationMeanings, number);
   if (family == Family::Property) meaning = TextOf(kPropertyMeanings, number);
   if (family == Family::Value) meaning = TextOf(kReasonMeanings, number);
-  if (family == Family::Event) meaning = SentenceOf(number, kAnyNames);
+  if (family == Family::Event) meaning = FillMessage(number, kAnyNames);
   return meaning.empty() ? CaptionOf(family, number) : meaning;
 }
 
@@ -186,7 +186,7 @@ std::uint32_t NumberOf(Family family, const std::string& name) {
 }
 
 std::string MessageOf(const PI::CEvent& event) {
-  return SentenceOf(event.m_EventID, event.m_PlaceHolders);
+  return FillMessage(event.m_EventID, event.m_PlaceHolders);
 }
 
 std::string UnitSymbol(PI::_UNITS unit) {

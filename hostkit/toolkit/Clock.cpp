@@ -20,7 +20,7 @@ class NothingToWaitFor final : public Condition {
 }  // namespace
 
 std::int64_t SteadyNowNs() {
-  Monitor::Get().Point();
+  Monitor::Get().SwitchPoint();
   return Monitor::Get().Scheduler().SteadyNs();
 }
 
@@ -35,7 +35,7 @@ void SleepUntilNs(std::int64_t deadlineNs) {
 namespace MBX::Misc {
 
 unsigned long now() {
-  Monitor::Get().Point();
+  Monitor::Get().SwitchPoint();
   return static_cast<unsigned long>(Monitor::Get().Scheduler().EpochMs());
 }
 

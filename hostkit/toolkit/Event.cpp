@@ -41,14 +41,14 @@ bool IsUsable(const HostKit::EventState& state) {
 
 void Assign(HostKit::EventState& state, bool set) {
   Monitor& monitor = Monitor::Get();
-  monitor.Point();
+  monitor.SwitchPoint();
   {
     const MonitorLock lock;
     if (!state.m_Usable) return;
     state.m_Set = set;
-    monitor.Changed(lock);
+    monitor.WakeReadyThreads(lock);
   }
-  monitor.Point();
+  monitor.SwitchPoint();
 }
 
 }  // namespace
@@ -59,13 +59,13 @@ CEvent::~CEvent() = default;
 
 int CEvent::Init(bool initiallySet, bool manualReset) {
   Monitor& monitor = Monitor::Get();
-  monitor.Point();
+  monitor.SwitchPoint();
   const MonitorLock lock;
   if (Ledger::Get().failingEventInits.count(m_pState->m_Ordinal) > 0) return 0;
   m_pState->m_Usable = true;
   m_pState->m_ManualReset = manualReset;
   m_pState->m_Set = initiallySet;
-  monitor.Changed(lock);
+  monitor.WakeReadyThreads(lock);
   return 1;
 }
 

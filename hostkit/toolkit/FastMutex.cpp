@@ -83,7 +83,7 @@ CFastMutex::CFastMutex() : m_pState(std::make_shared<State>()) {}
 CFastMutex::~CFastMutex() = default;
 
 int CFastMutex::Init() {
-  Monitor::Get().Point();
+  Monitor::Get().SwitchPoint();
   const MonitorLock lock;
   if (Ledger::Get().failingLockInits.count(m_pState->m_Ordinal) > 0) return 0;
   m_pState->m_Usable = true;
@@ -104,7 +104,7 @@ unsigned int CFastMutex::Wait(unsigned int timeoutMs) {
 
 void CFastMutex::Release() {
   Monitor& monitor = Monitor::Get();
-  monitor.Point();
+  monitor.SwitchPoint();
   HostKit::ThreadRecord& self = Monitor::Self();
   State& state = *m_pState;
   if (state.m_pOwner.load(std::memory_order_relaxed) != &self) return;
@@ -115,9 +115,9 @@ void CFastMutex::Release() {
   state.m_pOwner = nullptr;
   if (state.m_Waiters > 0) {
     const MonitorLock lock;
-    monitor.Changed(lock);
+    monitor.WakeReadyThreads(lock);
   }
-  monitor.Point();
+  monitor.SwitchPoint();
 }
 
 }  // namespace Native_OS

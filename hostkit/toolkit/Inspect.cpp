@@ -13,7 +13,7 @@ Ledger& Ledger::Get() {
 std::vector<LockView> Locks() {
   const MonitorLock lock;
   std::vector<LockView> views;
-  for (const LockState* state : Ledger::Get().locks.Alive()) {
+  for (const LockState* state : Ledger::Get().locks.Live()) {
     const ThreadRecord* owner = state->m_pOwner;
     views.push_back({state->m_Ordinal, owner == nullptr ? "" : owner->name, state->m_Depth,
                      state->m_Usable, state->m_Taken});
@@ -24,7 +24,7 @@ std::vector<LockView> Locks() {
 std::vector<EventView> Events() {
   const MonitorLock lock;
   std::vector<EventView> views;
-  for (const EventState* state : Ledger::Get().events.Alive()) {
+  for (const EventState* state : Ledger::Get().events.Live()) {
     views.push_back({state->m_Ordinal, state->m_Usable, state->m_ManualReset, state->m_Set});
   }
   return views;
@@ -33,7 +33,7 @@ std::vector<EventView> Events() {
 std::vector<ThreadView> Threads() {
   const MonitorLock lock;
   std::vector<ThreadView> views;
-  for (const ThreadState* state : Ledger::Get().threads.Alive()) {
+  for (const ThreadState* state : Ledger::Get().threads.Live()) {
     if (!state->m_Created) continue;
     views.push_back({state->m_Ordinal, state->m_Ended, state->m_Canceled, state->m_CancelRequests});
   }
@@ -43,7 +43,7 @@ std::vector<ThreadView> Threads() {
 void ResetLedger() {
   const MonitorLock lock;
   Ledger& ledger = Ledger::Get();
-  for (LockState* state : ledger.locks.Alive()) {
+  for (LockState* state : ledger.locks.Live()) {
     state->m_FailingWaits.clear();
     state->m_MayFail = false;
   }
@@ -69,7 +69,7 @@ void FailEventInit(std::size_t ordinal) {
 void FailLockWait(std::size_t ordinal, unsigned int nth) {
   const MonitorLock lock;
   Ledger& ledger = Ledger::Get();
-  for (LockState* state : ledger.locks.Alive()) {
+  for (LockState* state : ledger.locks.Live()) {
     if (state->m_Ordinal != ordinal) continue;
     state->m_FailingWaits.push_back(nth);
     state->m_MayFail = true;

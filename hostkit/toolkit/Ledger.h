@@ -1,5 +1,5 @@
-// A registry of the kit's locks, events and threads, with the failures requested for them. All
-// members are guarded by the monitor.
+// A registry of the kit's locks, events and threads, with the failures to inject. All members are
+// guarded by the monitor.
 #pragma once
 
 #include <algorithm>
@@ -16,24 +16,24 @@ namespace HostKit {
 template <class State>
 class Registry {
  public:
-  // Adds a state, which must be removed before its destruction. Returns its ordinal, counted from 1
-  // in order of construction.
+  // Adds a state; the caller must remove it before destroying it. Returns its ordinal in order of
+  // construction, starting at 1.
   std::size_t Add(State& state) HOST_REQUIRES(g_Monitor) {
-    m_Alive.push_back(&state);
+    m_Live.push_back(&state);
     return m_Next++;
   }
   void Remove(State& state) HOST_REQUIRES(g_Monitor) {
-    m_Alive.erase(std::find(m_Alive.begin(), m_Alive.end(), &state));
+    m_Live.erase(std::find(m_Live.begin(), m_Live.end(), &state));
   }
-  // Restarts the ordinals of states added later at 1, and sets those of existing states to 0.
+  // Numbers states added later from 1, and sets the ordinals of existing states to 0.
   void RestartOrdinals() HOST_REQUIRES(g_Monitor) {
-    for (State* state : m_Alive) state->m_Ordinal = 0;
+    for (State* state : m_Live) state->m_Ordinal = 0;
     m_Next = 1;
   }
-  const std::vector<State*>& Alive() const HOST_REQUIRES(g_Monitor) { return m_Alive; }
+  const std::vector<State*>& Live() const HOST_REQUIRES(g_Monitor) { return m_Live; }
 
  private:
-  std::vector<State*> m_Alive HOST_GUARDED_BY(g_Monitor);  // in order of construction
+  std::vector<State*> m_Live HOST_GUARDED_BY(g_Monitor);  // in order of construction
   std::size_t m_Next HOST_GUARDED_BY(g_Monitor) = 1;
 };
 

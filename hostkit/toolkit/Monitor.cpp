@@ -25,7 +25,7 @@ struct OwnRecord {
   ~OwnRecord() {
     t_pSelf = nullptr;
     t_Ending = true;
-    if (record) Monitor::Get().Forget(std::move(record));
+    if (record) Monitor::Get().Release(std::move(record));
   }
 };
 
@@ -99,7 +99,7 @@ void Monitor::Adopt(std::shared_ptr<ThreadRecord> record) {
   m_EndedLockOwners.push_back(std::move(record));
 }
 
-void Monitor::Forget(std::shared_ptr<ThreadRecord> record) {
+void Monitor::Release(std::shared_ptr<ThreadRecord> record) {
   MonitorLock lock;
   if (m_pSelector == record.get()) {
     m_pSelector = nullptr;
@@ -167,7 +167,7 @@ void Monitor::WaitPoint() {
   scheduler.CancelHere(self);
 }
 
-void Monitor::Changed(const MonitorLock&) {
+void Monitor::WakeReadyThreads(const MonitorLock&) {
   WaitScheduler& scheduler = Scheduler();
   for (Sleeper* sleeper : m_Sleepers) {
     if (!sleeper->woken && sleeper->condition.Met()) scheduler.Wake(*sleeper);

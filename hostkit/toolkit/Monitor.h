@@ -21,7 +21,7 @@ class Monitor {
   // Sets the record of the calling thread, which is new to the kit.
   void Adopt(std::shared_ptr<ThreadRecord> record) HOST_EXCLUDES(g_Monitor);
   // Called when the thread with that record ends.
-  void Forget(std::shared_ptr<ThreadRecord> record) HOST_EXCLUDES(g_Monitor);
+  void Release(std::shared_ptr<ThreadRecord> record) HOST_EXCLUDES(g_Monitor);
 
   WaitScheduler& Scheduler() const { return *m_pScheduler.load(std::memory_order_acquire); }
 
@@ -32,11 +32,11 @@ class Monitor {
   bool WaitFor(Condition& condition, unsigned int timeoutMs) HOST_EXCLUDES(g_Monitor);
 
   // A switch point. `WaitPoint` is also a cancellation point.
-  void Point() HOST_EXCLUDES(g_Monitor) { Scheduler().Point(Self()); }
+  void SwitchPoint() HOST_EXCLUDES(g_Monitor) { Scheduler().Point(Self()); }
   void WaitPoint() HOST_EXCLUDES(g_Monitor);
 
   // Wakes each thread whose condition is met now.
-  void Changed(const MonitorLock& lock) HOST_REQUIRES(g_Monitor);
+  void WakeReadyThreads(const MonitorLock& lock) HOST_REQUIRES(g_Monitor);
 
   // Adds or removes a thread that virtual time waits for. Calls nest.
   void Join(const MonitorLock& lock, ThreadRecord& thread) HOST_REQUIRES(g_Monitor);

@@ -45,7 +45,7 @@ class ThreadEndGuard {
     Monitor& monitor = Monitor::Get();
     MonitorLock lock;
     m_State->m_Ended = true;
-    monitor.Changed(lock);
+    monitor.WakeReadyThreads(lock);
     monitor.Leave(lock, *m_State->m_pRecord);
   }
 
@@ -74,7 +74,7 @@ extern "C" void* HostKitThread(void* launch) {
   return nullptr;
 }
 
-// Counts this start, and returns true if a failure was requested for it.
+// Counts this start, and returns true if it must fail.
 bool FailsNow(std::vector<unsigned int>& startsToGo) {
   for (unsigned int& toGo : startsToGo) --toGo;
   const auto due = std::find(startsToGo.begin(), startsToGo.end(), 0U);
@@ -150,7 +150,7 @@ int CThread::Create(const Delegates_and_Calls::CDelegate& delegate, bool suspend
   if (suspended) return 0;
   auto launch = std::make_unique<HostKit::Launch>(HostKit::Launch{m_pState, delegate.Clone()});
   if (!HostKit::Start(std::move(launch))) return 0;
-  Monitor::Get().Point();
+  Monitor::Get().SwitchPoint();
   return 1;
 }
 
@@ -172,7 +172,7 @@ unsigned long CThread::GetHandle() const {
 
 void CThread::Cancel() {
   Monitor& monitor = Monitor::Get();
-  monitor.Point();
+  monitor.SwitchPoint();
   const MonitorLock lock;
   if (!m_pState->m_Created) return;
   ++m_pState->m_CancelRequests;

@@ -40,10 +40,10 @@ KnownThread::~KnownThread() {
 }
 
 void SwitchPoint() {
-  Monitor::Get().Point();
+  Monitor::Get().SwitchPoint();
 }
 
-bool OnKitTime() {
+bool IsOnKitTime() {
   return !Monitor::Get().Scheduler().IsReal() && Monitor::Self().knownDepth > 0;
 }
 

@@ -46,8 +46,8 @@ std::unique_ptr<spdlog::logger> LogToStandardError() {
   return LogInto(std::make_shared<spdlog::sinks::stderr_sink_st>());
 }
 
-void RequireNone(const std::string& objection) {
-  if (!objection.empty()) throw spdlog::spdlog_ex(Base::Printable(objection), EPERM);
+void RequireTrusted(const std::string& trustError) {
+  if (!trustError.empty()) throw spdlog::spdlog_ex(Base::Printable(trustError), EPERM);
 }
 
 // Creates the file without following links, because the library would follow them. Called before
@@ -55,7 +55,7 @@ void RequireNone(const std::string& objection) {
 // is owned by this user, no other user can replace it.
 void CreateWithoutFollowing(const std::string& path) {
   const Base::TrustedPath trusted = Base::ResolveTrusted(path);
-  RequireNone(trusted.m_Objection);
+  RequireTrusted(trusted.m_TrustError);
   CreateDirectories(std::filesystem::path(path).parent_path());
   // Below /proc, the descriptors of a process are links to the open files.
   const int noFollow = path.rfind("/proc/", 0) == 0 ? 0 : O_NOFOLLOW;
@@ -63,15 +63,15 @@ void CreateWithoutFollowing(const std::string& path) {
       Base::OpenAt(AT_FDCWD, path, O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | noFollow,
                    Base::NewFileMode(geteuid()));
   if (!file.IsOpen()) throw spdlog::spdlog_ex(Base::Printable(path), errno);
-  if (noFollow != 0) RequireNone(Base::ObjectionToOpened(trusted, file));
-  RequireNone(Base::ResolveTrusted(path).m_Objection);
+  if (noFollow != 0) RequireTrusted(Base::TrustErrorOfOpened(trusted, file));
+  RequireTrusted(Base::ResolveTrusted(path).m_TrustError);
 }
 
 // Returns null if the file cannot be opened, with the reason in errno.
 std::unique_ptr<spdlog::logger> LogToFile(const std::string& path) {
   const Base::TrustedPath file = Base::ResolveTrusted(path);
   errno = EPERM;
-  if (!file.m_Objection.empty()) return nullptr;
+  if (!file.m_TrustError.empty()) return nullptr;
   spdlog::file_event_handlers handlers;
   handlers.before_open = CreateWithoutFollowing;
   try {
@@ -87,9 +87,9 @@ std::unique_ptr<spdlog::logger> LogOfEnvironment() {
   if (path == nullptr || *path == '\0') return LogToStandardError();
   auto log = LogToFile(path);
   if (log) return log;
-  const std::string objection = Base::ResolveTrusted(path).m_Objection;
+  const std::string trustError = Base::ResolveTrusted(path).m_TrustError;
   std::fprintf(stderr, "CORVANE_TRACE_FILE cannot be opened, tracing to standard error: %s\n",
-               Base::Printable(objection.empty() ? path : objection).c_str());
+               Base::Printable(trustError.empty() ? path : trustError).c_str());
   return LogToStandardError();
 }
 

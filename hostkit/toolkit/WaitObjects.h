@@ -23,7 +23,7 @@ struct LockState : Condition {
   bool Take(ThreadRecord& taker) override;
   std::string Text() const override HOST_REQUIRES(g_Monitor);
 
-  // Counts this wait, and returns true if a failure was requested for it.
+  // Counts this wait, and returns true if it must fail.
   bool FailsNow() HOST_EXCLUDES(g_Monitor);
 
   std::atomic<bool> m_Usable{false};

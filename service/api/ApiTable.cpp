@@ -69,7 +69,7 @@ const std::vector<ApiRow> kRows = {
      "/healthz",
      Access::Anyone,
      "getHealth",
-     "whether the service answers",
+     "whether the service responds",
      GetHealth,
      {kText}},
     {Method::Get,
@@ -304,7 +304,7 @@ const std::vector<ProblemRow> kCommonProblems = {
     {400, "QUERY_INVALID", "The query is not percent-encoded UTF-8."},
     {400, "QUERY_UNKNOWN", "The query has an unknown parameter."},
     {400, "QUERY_REPEATED", "A query parameter is repeated."},
-    {400, "HEADER_INVALID", "A header is not UTF-8."},
+    {400, "HEADER_INVALID", "A header is not UTF-8 or contains NUL."},
     {400, "BODY_MISSING", "The request needs a body."},
     {400, "BODY_NOT_ALLOWED", "The request must not have a body."},
     {403, "PERMISSION_DENIED", "The user does not have this permission."},
@@ -320,20 +320,20 @@ const std::vector<ProblemRow> kCommonProblems = {
     {503, "STOPPING", "The service is stopping."},
 };
 
-std::optional<std::string> ObjectionToQuery(const Http::Request& request) {
+std::optional<std::string> QueryError(const Http::Request& request) {
   for (const auto& [name, text] : request.m_Query) {
-    if (auto objection = ObjectionToParameter(name, text)) return objection;
+    if (auto error = ParameterError(name, text)) return error;
   }
   return std::nullopt;
 }
 
-std::optional<std::string> ObjectionToBody(const ApiRow& row, const Http::Request& request) {
+std::optional<std::string> BodyError(const ApiRow& row, const Http::Request& request) {
   if (row.m_Body == nullptr || request.m_Body.empty()) return std::nullopt;
   // The JSON library treats NUL as the end of the text.
   if (request.m_Body.find('\0') != std::string::npos) return "the body contains NUL";
   const auto body = nlohmann::json::parse(request.m_Body, nullptr, false);
   if (body.is_discarded()) return "the body is not a JSON document";
-  return ObjectionTo(body, row.m_Body);
+  return ValidationError(body, row.m_Body);
 }
 
 // Returns the operation and the values in its path, such as "getCard/FA00000001", for the log and
@@ -361,10 +361,10 @@ Http::Reply AnswerOnce(const ApiRow& row, const ApiContext& api, const Http::Req
 }
 
 Http::Reply Answer(const ApiRow& row, const ApiContext& api, const Http::Request& request) {
-  if (const auto why = ObjectionToQuery(request)) {
+  if (const auto why = QueryError(request)) {
     return Http::MakeProblem(kInvalidQuery.m_Status, kInvalidQuery.m_Id, *why);
   }
-  if (const auto why = ObjectionToBody(row, request)) {
+  if (const auto why = BodyError(row, request)) {
     return Http::MakeProblem(kInvalidBody.m_Status, kInvalidBody.m_Id, *why);
   }
   const std::string* const key = Http::Find(request.m_Headers, "idempotency-key");

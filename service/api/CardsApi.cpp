@@ -21,19 +21,20 @@ constexpr const char* kText = "text/plain; charset=utf-8";
 
 // The tag changes with each snapshot. It does not depend on the time of the response, which the
 // document also contains.
-Response Tagged(Response response, const Snapshot& snapshot) {
+Response WithEntityTag(Response response, const Snapshot& snapshot) {
   if (response.m_Status == 200) {
     response.m_EntityTag = fmt::format("{:x}-{}", snapshot.m_Run, snapshot.m_Number);
   }
   return response;
 }
 
-// Returns the command for an object of a snapshot. Throws `Console::Failure` if there is no such
-// object.
+// Returns the command for an object of a snapshot. Throws `Console::Failure` if the object
+// does not exist.
 using CommandFor = std::function<Words(const Snapshot&)>;
 
 Response AnswerFrom(const ApiContext& api, const SnapshotPtr& snapshot, const CommandFor& command) {
-  return Answered([&] { return Tagged(DocumentOf(api, snapshot, command(*snapshot)), *snapshot); });
+  return ResponseOf(
+      [&] { return WithEntityTag(DocumentOf(api, snapshot, command(*snapshot)), *snapshot); });
 }
 
 Reply AnswerObjects(const ApiContext& api, const Request& request, CommandFor command) {
@@ -73,7 +74,7 @@ Reply GetStatus(const ApiContext& api, const Request&) {
   });
 }
 
-// The query parameters have the names of the command's options.
+// Query parameters are named after the command's options.
 Reply GetEvents(const ApiContext& api, const Request& request) {
   Words words = {"events", "-o", "json"};
   for (const auto& [name, value] : request.m_Query) words.push_back("--" + name + "=" + value);

@@ -1,11 +1,11 @@
-// Resources for cards, events, metrics and the state of the service. They read the snapshot.
+// Handlers for cards, events, metrics and the state of the service. They read the snapshot.
 #pragma once
 
 #include "service/api/ApiContext.h"
 
 namespace Service {
 
-// With "fresh" in the query, these three functions wait for a new snapshot.
+// With "fresh" in the query string, these three functions wait for a new snapshot.
 Http::Reply GetCards(const ApiContext& api, const Http::Request& request);
 Http::Reply GetCard(const ApiContext& api, const Http::Request& request);
 Http::Reply GetDrive(const ApiContext& api, const Http::Request& request);

@@ -27,7 +27,7 @@ Response MakeProblem(const Failure& failure) {
 
 }  // namespace
 
-Response Answered(const std::function<Response()>& answer) {
+Response ResponseOf(const std::function<Response()>& answer) {
   try {
     return answer();
   } catch (const Failure& failure) {
@@ -49,7 +49,7 @@ Response MakeDownProblem(const PluginState& plugin) {
 
 Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Words& words,
                     const char* type) {
-  return Answered([&] {
+  return ResponseOf([&] {
     return Http::MakeResponse(200, type,
                               RunOnSnapshot(api.m_Commands, words, api.m_Stream, snapshot));
   });
@@ -68,7 +68,7 @@ std::string RunOnPlugin(const ApiContext& api, const Words& words) {
 std::optional<Response> Refresh(const ApiContext& api) {
   if (api.m_Collector.Refresh(Console::Deadline(api.m_FreshTimeout))) return std::nullopt;
   if (!api.m_Collector.IsRunning()) return MakeDownProblem(api.m_Store.Get()->m_Plugin);
-  return Http::MakeProblem(504, "TIMED_OUT", "the cards have not been read in time");
+  return Http::MakeProblem(504, "TIMED_OUT", "the cards were not read in time");
 }
 
 std::string CardName(const Snapshot& snapshot, const std::string& serial) {
@@ -87,7 +87,7 @@ Response MakeBusyProblem(const char* what) {
                            fmt::format("too many requests are waiting for {}", what));
 }
 
-Http::Reply Promised(const QueueResponder& queue, const char* what) {
+Http::Reply DeferReply(const QueueResponder& queue, const char* what) {
   auto responder = std::make_shared<Http::Responder>();
   const Http::Later promise = responder->Promise();
   if (queue(std::move(responder))) return promise;
@@ -97,21 +97,21 @@ Http::Reply Promised(const QueueResponder& queue, const char* what) {
 Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Response()> answer) {
   const auto queue = [&](const std::shared_ptr<Http::Responder>& responder) {
     const auto read = [responder, answer = std::move(answer)](StateStore&) {
-      return responder->IsGone() ? Response() : Answered(answer);
+      return responder->HasEnded() ? Response() : ResponseOf(answer);
     };
     return api.m_State.Read(read, [responder](const StateOutcome<Response>& outcome) {
       if (outcome.m_Result) responder->Complete(*outcome.m_Result);
     });
   };
-  return Promised(queue, "the database");
+  return DeferReply(queue, "the database");
 }
 
 Http::Reply AnswerLater(const ApiContext& api, std::function<Response()> answer) {
   const auto queue = [&](const std::shared_ptr<Http::Responder>& responder) {
     return api.m_Threads.Run(
-        [responder, answer = std::move(answer)] { responder->Complete(Answered(answer)); });
+        [responder, answer = std::move(answer)] { responder->Complete(ResponseOf(answer)); });
   };
-  return Promised(queue, "the plug-in");
+  return DeferReply(queue, "the plug-in");
 }
 
 }  // namespace Service

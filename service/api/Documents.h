@@ -27,9 +27,9 @@ Http::Response MakeJson(unsigned status, const nlohmann::ordered_json& document)
 
 // Returns the response of `answer`, or a problem for the exception that it throws. For a
 // `Console::Failure`, the exit code determines the status.
-Http::Response Answered(const std::function<Http::Response()>& answer);
+Http::Response ResponseOf(const std::function<Http::Response()>& answer);
 
-// Returns a 503 problem with the reason why the plug-in is not running.
+// Returns a 503 problem with the reason for which the plug-in is not running.
 Http::Response MakeDownProblem(const PluginState& plugin);
 
 // Returns a 503 problem: too many requests are waiting for `what`.
@@ -38,7 +38,7 @@ Http::Response MakeBusyProblem(const char* what);
 // Passes a responder to `queue`, which sends the response later. Returns the busy problem with
 // `what` if `queue` returns false.
 using QueueResponder = std::function<bool(std::shared_ptr<Http::Responder>)>;
-Http::Reply Promised(const QueueResponder& queue, const char* what);
+Http::Reply DeferReply(const QueueResponder& queue, const char* what);
 
 // Returns the output of a console command for the snapshot, or a problem if the command fails.
 Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Words& words,
@@ -49,17 +49,18 @@ Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, co
 std::string RunOnPlugin(const ApiContext& api, const Words& words);
 
 // Calls `answer` on the thread that reads the database, and sends its response. Returns a 503 if
-// too many requests are waiting for that thread. `answer` is not called if the client has left.
+// too many requests are waiting for that thread. `answer` is not called if the client has
+// disconnected.
 Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Http::Response()> answer);
 
 // Returns the console's name of the card with that serial number, such as "a0". Throws
-// `Console::Failure` if there is no such card or nothing has been read yet.
+// `Console::Failure` if the card is unknown or nothing has been read yet.
 std::string CardName(const Snapshot& snapshot, const std::string& serial);
 
 // Waits until the cards have been read again. Returns a problem if this fails or takes too long.
 std::optional<Http::Response> Refresh(const ApiContext& api);
 
-// Calls `answer` on a thread that may block, and sends what `Answered` returns. Returns a 503 if
+// Calls `answer` on a thread that may block, and sends what `ResponseOf` returns. Returns a 503 if
 // too many calls are waiting.
 Http::Reply AnswerLater(const ApiContext& api, std::function<Http::Response()> answer);
 

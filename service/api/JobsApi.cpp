@@ -78,7 +78,7 @@ std::string ObjectName(const ApiContext& api, const JobRequest& request) {
 
 // Executes the command of a job. Blocks.
 void RunJob(const ApiContext& api, const std::string& id, JobRequest request) {
-  const Response response = Answered([&] {
+  const Response response = ResponseOf([&] {
     if (auto problem = Refresh(api)) return *problem;
     request.m_Words.at(1) = ObjectName(api, request);
     return Http::MakeResponse(200, kJsonType, RunOnPlugin(api, request.m_Words));
@@ -112,7 +112,7 @@ Json BodyOf(const Request& request) {
 }
 
 // Returns the words of a command, with the options common to all jobs.
-Words WordsFor(const std::string& command, bool isDryRun) {
+Words CommandWords(const std::string& command, bool isDryRun) {
   Words words = {command, "", "-o", "json", "--quiet", "--no-input"};
   if (isDryRun) words.emplace_back("--dry-run");
   return words;
@@ -139,7 +139,7 @@ Response StartOperation(const ApiContext& api, const Request& request, bool isOf
   if (isForced && !row->m_HasForce) {
     return MakeProblem(400, "BODY_INVALID", fmt::format("{} does not accept \"force\"", name));
   }
-  Words words = WordsFor(row->m_Command, isDryRun);
+  Words words = CommandWords(row->m_Command, isDryRun);
   if (row->m_Argument != nullptr) words.insert(words.begin() + 2, row->m_Argument);
   if (row->m_NeedsConfirmation) words.emplace_back("--yes");
   if (isForced) words.emplace_back("--force");
@@ -155,7 +155,7 @@ Response StartFormat(const ApiContext& api, const Request& request) {
     return MakeProblem(409, "NOT_CONFIRMED",
                        "format needs the card's serial number as \"confirm\"");
   }
-  Words words = WordsFor("format", isDryRun);
+  Words words = CommandWords("format", isDryRun);
   if (body.contains("confirm")) words.push_back("--confirm=" + body.value("confirm", ""));
   if (body.contains("capacity")) words.push_back("--capacity=" + body.value("capacity", ""));
   if (body.contains("sector_size")) {
@@ -167,15 +167,15 @@ Response StartFormat(const ApiContext& api, const Request& request) {
 }  // namespace
 
 Reply PostCardOperation(const ApiContext& api, const Request& request) {
-  return Answered([&] { return StartOperation(api, request, false); });
+  return ResponseOf([&] { return StartOperation(api, request, false); });
 }
 
 Reply PostDriveOperation(const ApiContext& api, const Request& request) {
-  return Answered([&] { return StartOperation(api, request, true); });
+  return ResponseOf([&] { return StartOperation(api, request, true); });
 }
 
 Reply PostFormat(const ApiContext& api, const Request& request) {
-  return Answered([&] { return StartFormat(api, request); });
+  return ResponseOf([&] { return StartFormat(api, request); });
 }
 
 Reply GetJobs(const ApiContext& api, const Request&) {

@@ -56,18 +56,6 @@ std::string FieldPath(const std::string& context) {
   return path;
 }
 
-std::optional<std::string> Objection(const Json& document, const std::string& schema) {
-  static const ParsedSchemas parsed;
-  valijson::ValidationResults results;
-  if (valijson::Validator().validate(parsed.At(schema), Adapter(document), &results)) {
-    return std::nullopt;
-  }
-  valijson::ValidationResults::Error error;
-  results.popError(error);
-  const std::string path = error.context.empty() ? "" : FieldPath(error.context.back());
-  return path.empty() ? error.description : fmt::format("{}: {}", path, error.description);
-}
-
 }  // namespace
 
 const OrderedJson& Schemas() {
@@ -83,19 +71,27 @@ const OrderedJson& DocumentSchema() {
   return schema;
 }
 
-std::optional<std::string> ObjectionTo(const Json& document, const std::string& schema) {
-  return Objection(document, schema);
+std::optional<std::string> ValidationError(const Json& document, const std::string& schema) {
+  static const ParsedSchemas parsed;
+  valijson::ValidationResults results;
+  if (valijson::Validator().validate(parsed.At(schema), Adapter(document), &results)) {
+    return std::nullopt;
+  }
+  valijson::ValidationResults::Error error;
+  results.popError(error);
+  const std::string path = error.context.empty() ? "" : FieldPath(error.context.back());
+  return path.empty() ? error.description : fmt::format("{}: {}", path, error.description);
 }
 
-std::optional<std::string> ObjectionToParameter(const std::string& name, const std::string& text) {
+std::optional<std::string> ParameterError(const std::string& name, const std::string& text) {
   const bool isNumber = Parameters().at(name).at("schema").value("type", "") == "integer";
   Json value = text;
   if (const auto number = Console::ReadNumber<std::int64_t>(text); isNumber && number) {
     value = *number;
   }
-  const auto objection = Objection(value, "?" + name);
-  if (!objection) return std::nullopt;
-  return fmt::format("{}: {}", name, *objection);
+  const auto error = ValidationError(value, "?" + name);
+  if (!error) return std::nullopt;
+  return fmt::format("{}: {}", name, *error);
 }
 
 }  // namespace Service

@@ -18,9 +18,10 @@ const nlohmann::ordered_json& DocumentSchema();
 
 // Returns why the document does not match the schema, such as "confirm: ...", or empty if it
 // matches.
-std::optional<std::string> ObjectionTo(const nlohmann::json& document, const std::string& schema);
+std::optional<std::string> ValidationError(const nlohmann::json& document,
+                                           const std::string& schema);
 
-// Like `ObjectionTo`, for the text of a query parameter.
-std::optional<std::string> ObjectionToParameter(const std::string& name, const std::string& text);
+// Like `ValidationError`, for the value of a query parameter.
+std::optional<std::string> ParameterError(const std::string& name, const std::string& text);
 
 }  // namespace Service

@@ -36,7 +36,7 @@ Response MakeUnknownCard(const std::string& serial) {
 template <class Render>
 auto Finish(Render render, std::shared_ptr<Http::Responder> responder) {
   return [render = std::move(render), responder = std::move(responder)](const auto& outcome) {
-    responder->Complete(Answered([&] {
+    responder->Complete(ResponseOf([&] {
       if (!outcome.m_Result) return MakeProblem(500, "DATABASE_UNUSABLE", outcome.m_Failure);
       return render(*outcome.m_Result);
     }));
@@ -48,7 +48,7 @@ Reply ReadState(const ApiContext& api, Work work, Render render) {
   const auto queue = [&](std::shared_ptr<Http::Responder> responder) {
     return api.m_State.Read(work, Finish(render, std::move(responder)));
   };
-  return Promised(queue, "the database");
+  return DeferReply(queue, "the database");
 }
 
 template <class Work, class Render>
@@ -56,7 +56,7 @@ Reply ChangeState(const ApiContext& api, Work work, Render render) {
   const auto queue = [&](std::shared_ptr<Http::Responder> responder) {
     return api.m_State.Change(work, Finish(render, std::move(responder)));
   };
-  return Promised(queue, "the database");
+  return DeferReply(queue, "the database");
 }
 
 Json TimeJson(const std::optional<std::uint64_t>& time) {
@@ -111,7 +111,7 @@ Response MakeList(const char* name, const std::vector<Element>& elements) {
   return MakeJson(200, {{name, list}});
 }
 
-// Returns the user's name, or the user ID if there is no name.
+// Returns the user's name, or the user ID of a user without a name.
 std::string UserName(uid_t user) {
   char buffer[16384];
   passwd entry = {};
@@ -147,7 +147,7 @@ Reply ReadHistory(const ApiContext& api, const Request& request) {
   const std::string* const name = Http::Find(request.m_Query, "field");
   const HistoryField* const field = name == nullptr ? nullptr : FindHistoryField(*name);
   if (field == nullptr) {
-    return MakeProblem(400, "QUERY_INVALID", "field: no history is recorded for this field");
+    return MakeProblem(400, "QUERY_INVALID", "field: missing, or no history is recorded for it");
   }
   const HistoryQuery query = QueryOf(request, *field);
   return ReadState(

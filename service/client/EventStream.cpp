@@ -39,8 +39,8 @@ struct EventStream::Connection {
   // Looks only for the names of events. Keeps a reply that is not a stream, because it contains the
   // problem.
   static std::size_t Take(const char* text, std::size_t, std::size_t size, Connection* it) {
-    constexpr std::size_t kLongest = 1U << 20U;
-    if (size > kLongest - it->m_Text.size()) return 0;
+    constexpr std::size_t kMaxLine = 1U << 20U;
+    if (size > kMaxLine - it->m_Text.size()) return 0;
     it->m_Text.append(text, size);
     if (it->Status() == 200) it->ReadLines();
     return size;
@@ -61,7 +61,7 @@ struct EventStream::Connection {
   void ReadLines() {
     std::size_t begin = 0;
     for (auto end = m_Text.find('\n'); end != m_Text.npos; end = m_Text.find('\n', begin)) {
-      if (m_Text.compare(begin, 6, "event:") == 0) m_HasNews = true;
+      if (m_Text.compare(begin, 6, "event:") == 0) m_HasChanges = true;
       begin = end + 1;
     }
     m_Text.erase(0, begin);
@@ -71,7 +71,7 @@ struct EventStream::Connection {
   const MultiHandle m_Multi;
   const EasyHandle m_Easy;
   std::string m_Text;
-  bool m_HasNews = false;
+  bool m_HasChanges = false;
 };
 
 void EventStream::Connect(std::int64_t after) {
@@ -82,7 +82,7 @@ void EventStream::Connect(std::int64_t after) {
 }
 
 // Processes what has arrived. The end of the stream also counts as a change.
-bool EventStream::HasNews() {
+bool EventStream::HasChanges() {
   Connection& connection = *m_Connection;
   int running = 0;
   curl_multi_perform(connection.m_Multi.get(), &running);
@@ -91,7 +91,7 @@ bool EventStream::HasNews() {
     m_Connection.reset();
     return true;
   }
-  return std::exchange(connection.m_HasNews, false);
+  return std::exchange(connection.m_HasChanges, false);
 }
 
 void EventStream::ThrowIfRefused(CURLcode code) const {
@@ -99,7 +99,7 @@ void EventStream::ThrowIfRefused(CURLcode code) const {
   if (code == CURLE_OK && status != 200) {
     throw ProblemFailure({status, m_Connection->m_Text}, m_Socket);
   }
-  if (code == CURLE_WRITE_ERROR) throw AnswerFailure(m_Socket, "a line is too long");
+  if (code == CURLE_WRITE_ERROR) throw InvalidReplyFailure(m_Socket, "a line is too long");
   if (status != 200) throw ServiceEndedFailure(m_Socket, false);
 }
 
@@ -112,7 +112,7 @@ bool EventStream::Wait(std::int64_t after, std::chrono::milliseconds timeout,
     }
     Connect(after);
   }
-  while (!HasNews()) {
+  while (!HasChanges()) {
     if (deadline.IsOver() || Console::IsStopRequested()) return false;
     const curl_socket_t socket = m_Connection->Socket();
     // A Unix socket connects immediately, unless the service's queue of connections is full.

@@ -21,8 +21,8 @@ class EventStream {
   EventStream(const EventStream&) = delete;
   EventStream& operator=(const EventStream&) = delete;
 
-  // Waits for an event with a number above `after` or for a new snapshot. Connects first if there
-  // is no connection. Returns false on timeout, on a stop signal, or if one of `also` is ready.
+  // Waits for an event with a number above `after` or for a new snapshot. Connects first unless
+  // connected. Returns false on timeout, on a stop signal, or if one of `also` is ready.
   // Throws `Console::Failure` if the service does not accept the stream. If the stream ends,
   // returns true, and the next call connects again after a pause.
   bool Wait(std::int64_t after, std::chrono::milliseconds timeout, const Console::WaitSet& also);
@@ -31,7 +31,7 @@ class EventStream {
   struct Connection;
 
   void Connect(std::int64_t after);
-  bool HasNews();
+  bool HasChanges();
   void ThrowIfRefused(CURLcode code) const;
 
   const std::filesystem::path m_Socket;

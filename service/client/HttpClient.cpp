@@ -57,8 +57,8 @@ std::size_t HttpClient::Take(const char* text, std::size_t, std::size_t size, Ht
 
 // Changes use a new connection, because libcurl repeats a request if a reused connection turns out
 // to be closed.
-std::optional<HttpReply> HttpClient::Ask(const HttpRequest& request,
-                                         const Console::Deadline& deadline) {
+std::optional<HttpReply> HttpClient::Send(const HttpRequest& request,
+                                          const Console::Deadline& deadline) {
   SetOption(m_Easy, CURLOPT_URL, UrlOf(request.m_Path).c_str());
   SetOption(m_Easy, CURLOPT_FRESH_CONNECT, request.m_IsChange ? 1L : 0L);
   if (request.m_Body) {
@@ -101,9 +101,9 @@ void HttpClient::ThrowFor(CURLcode code, const HttpRequest& request) const {
       code == CURLE_SEND_ERROR) {
     throw ServiceEndedFailure(m_Socket, request.m_IsChange && code != CURLE_COULDNT_CONNECT);
   }
-  if (code == CURLE_PARTIAL_FILE) throw AnswerFailure(m_Socket, "it ends early");
-  if (code == CURLE_WRITE_ERROR) throw AnswerFailure(m_Socket, "it is too long");
-  throw AnswerFailure(m_Socket, curl_easy_strerror(code));
+  if (code == CURLE_PARTIAL_FILE) throw InvalidReplyFailure(m_Socket, "it is truncated");
+  if (code == CURLE_WRITE_ERROR) throw InvalidReplyFailure(m_Socket, "it is too long");
+  throw InvalidReplyFailure(m_Socket, curl_easy_strerror(code));
 }
 
 }  // namespace Service

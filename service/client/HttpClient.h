@@ -39,8 +39,8 @@ class HttpClient {
   const std::filesystem::path& Socket() const { return m_Socket; }
 
   // Sends a request and waits for the reply. Returns empty at the deadline. Throws a failure of
-  // `ServiceFailure.h` if there is no usable reply, and `Console::Stopped` on a stop signal.
-  std::optional<HttpReply> Ask(const HttpRequest& request, const Console::Deadline& deadline);
+  // `ServiceFailure.h` without a usable reply, and `Console::Stopped` on a stop signal.
+  std::optional<HttpReply> Send(const HttpRequest& request, const Console::Deadline& deadline);
 
  private:
   std::optional<CURLcode> Perform(const HttpRequest& request, const Console::Deadline& deadline);

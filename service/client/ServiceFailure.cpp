@@ -58,12 +58,12 @@ Failure ServiceEndedFailure(const std::filesystem::path& socket, bool mayHaveCha
 }
 
 Failure ServiceTimeoutFailure(const std::filesystem::path& socket, bool mayHaveChanged) {
-  return Failure(ExitCode::TimedOut, "TIMED_OUT",
-                 fmt::format("{} does not respond", AtSocket(socket)),
-                 AdviceFor(mayHaveChanged, "If it is only slow, pass a longer --timeout."));
+  return Failure(
+      ExitCode::TimedOut, "TIMED_OUT", fmt::format("{} does not respond", AtSocket(socket)),
+      AdviceFor(mayHaveChanged, "If the service is only slow, pass a longer --timeout."));
 }
 
-Failure AnswerFailure(const std::filesystem::path& socket, const std::string& why) {
+Failure InvalidReplyFailure(const std::filesystem::path& socket, const std::string& why) {
   return Failure(
       ExitCode::Failed, "SERVICE_REPLY_INVALID",
       fmt::format("{} sent an unusable reply", AtSocket(socket)), Base::Printable(why),
@@ -76,7 +76,8 @@ Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& sock
   const Json problem = Json::parse(reply.m_Body, nullptr, false);
   const std::string id = problem.is_object() ? TextOf(problem, "id") : std::string();
   const auto code = ExitCodeOf(reply.m_Status, id);
-  if (id.empty() || !code) return AnswerFailure(socket, fmt::format("status {}", reply.m_Status));
+  if (id.empty() || !code)
+    return InvalidReplyFailure(socket, fmt::format("status {}", reply.m_Status));
   const std::string hint = TextOf(problem, "hint");
   return Failure(*code, id, Base::Printable(TextOf(problem, "detail")),
                  hint.empty() ? Words() : Words{Base::Printable(hint)});

@@ -21,7 +21,7 @@ Console::Failure ServiceEndedFailure(const std::filesystem::path& socket, bool m
 // The service did not reply in time.
 Console::Failure ServiceTimeoutFailure(const std::filesystem::path& socket, bool mayHaveChanged);
 // The reply is not one that this version of the service sends.
-Console::Failure AnswerFailure(const std::filesystem::path& socket, const std::string& why);
+Console::Failure InvalidReplyFailure(const std::filesystem::path& socket, const std::string& why);
 
 // Converts a reply other than 200 and its problem document to a failure with the same id.
 Console::Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& socket);

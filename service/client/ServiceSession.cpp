@@ -22,13 +22,13 @@ constexpr const char* kSession = "/v1/session";
 
 // A reply that cannot be parsed comes from another program or version.
 template <class Parse>
-auto Understand(const std::filesystem::path& socket, Parse parse) {
+auto ParseReply(const std::filesystem::path& socket, Parse parse) {
   try {
     return parse();
   } catch (const Json::exception& error) {
-    throw AnswerFailure(socket, error.what());
+    throw InvalidReplyFailure(socket, error.what());
   } catch (const Console::RecordError& error) {
-    throw AnswerFailure(socket, error.what());
+    throw InvalidReplyFailure(socket, error.what());
   }
 }
 
@@ -51,23 +51,23 @@ ServiceSession::~ServiceSession() {
 
 // Returns a reply with status 200. Waits slightly beyond the deadline, because a command that runs
 // for a given time collects its last events when the time is over.
-HttpReply ServiceSession::Ask(const HttpRequest& request, const Deadline& deadline) {
-  auto reply = m_Client.Ask(request, deadline.Extended(Console::kGrace));
+HttpReply ServiceSession::Send(const HttpRequest& request, const Deadline& deadline) {
+  auto reply = m_Client.Send(request, deadline.Extended(Console::kGrace));
   if (!reply) throw ServiceTimeoutFailure(m_Client.Socket(), request.m_IsChange);
   if (reply->m_Status != 200) throw ProblemFailure(*reply, m_Client.Socket());
   return std::move(*reply);
 }
 
-Json ServiceSession::AskForJson(const HttpRequest& request, const Deadline& deadline) {
-  const HttpReply reply = Ask(request, deadline);
-  return Understand(m_Client.Socket(), [&] { return Json::parse(reply.m_Body); });
+Json ServiceSession::RequestJson(const HttpRequest& request, const Deadline& deadline) {
+  const HttpReply reply = Send(request, deadline);
+  return ParseReply(m_Client.Socket(), [&] { return Json::parse(reply.m_Body); });
 }
 
 ServiceSession::State ServiceSession::ReadState() {
   HttpRequest request;
   request.m_Path = kSession;
-  const Json json = AskForJson(request, Limits().ForCall());
-  return Understand(m_Client.Socket(), [&] {
+  const Json json = RequestJson(request, Limits().ForCall());
+  return ParseReply(m_Client.Socket(), [&] {
     State state;
     state.m_Info = Console::PluginInfoFromJson(json.at("plugin"));
     state.m_IsUp = json.at("up").get<bool>();
@@ -85,13 +85,13 @@ std::optional<Console::PluginReply> ServiceSession::Call(Console::PluginCommand 
                                                          const Deadline& deadline,
                                                          Console::OnStop onStop) {
   HttpRequest request;
-  request.m_Path = HasChanged() ? "/v1/session?fresh=1" : kSession;
+  request.m_Path = HasExecutedOperation() ? "/v1/session?fresh=1" : kSession;
   request.m_IsChange = IsChange(command);
   if (request.m_IsChange) request.m_Path = kSession;
   request.m_Body = Console::ToJson(command).dump();
   request.m_OnStop = onStop;
-  const Json json = AskForJson(request, deadline);
-  return Understand(m_Client.Socket(),
+  const Json json = RequestJson(request, deadline);
+  return ParseReply(m_Client.Socket(),
                     [&] { return Console::ReplyFromJson(command.m_Command, json); });
 }
 
@@ -110,8 +110,8 @@ std::uint32_t ServiceSession::ExecuteOperation(std::uint64_t object, PI::COperat
 std::vector<LoggedEvent> ServiceSession::ReadLog(const std::string& query) {
   HttpRequest request;
   request.m_Path = "/v1/session/events?" + query;
-  const Json json = AskForJson(request, Limits().ForCall());
-  return Understand(m_Client.Socket(), [&] {
+  const Json json = RequestJson(request, Limits().ForCall());
+  return ParseReply(m_Client.Socket(), [&] {
     std::vector<LoggedEvent> events;
     for (const Json& each : json.at("events")) {
       events.push_back(Console::LoggedEventFromJson(each));
@@ -137,8 +137,8 @@ std::vector<LoggedEvent> ServiceSession::ReadEvents(std::uint64_t sinceMs, std::
 std::vector<HostKit::EventCount> ServiceSession::CountEvents() {
   HttpRequest request;
   request.m_Path = "/v1/session/event-counts";
-  const Json json = AskForJson(request, Limits().ForCall());
-  return Understand(m_Client.Socket(), [&] {
+  const Json json = RequestJson(request, Limits().ForCall());
+  return ParseReply(m_Client.Socket(), [&] {
     std::vector<HostKit::EventCount> counts;
     for (const Json& each : json.at("counts")) {
       counts.push_back(Console::EventCountFromJson(each));

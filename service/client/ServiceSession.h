@@ -47,8 +47,8 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
     std::int64_t m_NewestEvent = 0;
   };
 
-  HttpReply Ask(const HttpRequest& request, const Console::Deadline& deadline);
-  nlohmann::json AskForJson(const HttpRequest& request, const Console::Deadline& deadline);
+  HttpReply Send(const HttpRequest& request, const Console::Deadline& deadline);
+  nlohmann::json RequestJson(const HttpRequest& request, const Console::Deadline& deadline);
   State ReadState();
   std::vector<Console::LoggedEvent> ReadLog(const std::string& query);
 

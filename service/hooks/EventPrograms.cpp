@@ -26,14 +26,14 @@ constexpr auto kReplace = Json::error_handler_t::replace;
 // Returns empty if the file does not exist, contains no number, or could have been written by
 // another user.
 std::optional<std::int64_t> ReadNumber(const std::filesystem::path& file) {
-  constexpr std::size_t kMostDigits = 64;
+  constexpr std::size_t kMaxDigits = 64;
   const Base::TrustedPath trusted = Base::ResolveTrusted(file);
-  if (!trusted.m_Objection.empty()) return std::nullopt;
+  if (!trusted.m_TrustError.empty()) return std::nullopt;
   const Base::Descriptor opened =
       Base::OpenAt(AT_FDCWD, trusted.m_File.string(), O_RDONLY | O_NOFOLLOW);
   std::string text;
-  if (!opened.IsOpen() || !Base::ObjectionToOpened(trusted, opened).empty()) return std::nullopt;
-  if (Base::ReadAll(opened, kMostDigits, text) != 0) return std::nullopt;
+  if (!opened.IsOpen() || !Base::TrustErrorOfOpened(trusted, opened).empty()) return std::nullopt;
+  if (Base::ReadAll(opened, kMaxDigits, text) != 0) return std::nullopt;
   std::int64_t number = 0;
   if (std::from_chars(text.data(), text.data() + text.size(), number).ec != std::errc()) {
     return std::nullopt;
@@ -160,8 +160,8 @@ void EventPrograms::RunPrograms(const Event& event) const {
       Report(fmt::format("{}: {}", file.filename().string(), line));
     }
     if (!result.m_Failure.empty()) {
-      Report(fmt::format("{}: {} for event {}", file.filename().string(), result.m_Failure,
-                         event.m_Number));
+      Report(fmt::format("{}: event {}: {}", file.filename().string(), event.m_Number,
+                         result.m_Failure));
     }
   }
 }

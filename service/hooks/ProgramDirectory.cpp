@@ -40,11 +40,11 @@ std::vector<fs::path> FindPrograms(const fs::path& directory,
   for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
     const fs::path& file = entries->path();
     if (IsLeftover(file.filename().string()) || !IsExecutable(file)) continue;
-    const std::string objection = Console::ObjectionToCode(file);
-    if (objection.empty()) {
+    const std::string trustError = Console::TrustErrorOfCode(file);
+    if (trustError.empty()) {
       programs.push_back(file);
     } else {
-      report("skipped " + file.string() + ": " + objection);
+      report("skipped " + file.string() + ": " + trustError);
     }
   }
   std::sort(programs.begin(), programs.end());

@@ -22,7 +22,7 @@
 namespace Hooks {
 namespace {
 
-constexpr std::size_t kMostOutput = 16384;
+constexpr std::size_t kMaxOutput = 16384;
 
 // Time limit for the exit of a killed process. One that hangs in the kernel is left running.
 constexpr std::chrono::milliseconds kKillTimeout(3000);
@@ -87,7 +87,7 @@ bool ReadOutput(int pipe, std::string& output) {
   char text[4096];
   const ssize_t count = read(pipe, text, sizeof text);
   if (count < 0) return errno == EINTR || errno == EAGAIN;
-  const std::size_t room = kMostOutput - output.size();
+  const std::size_t room = kMaxOutput - output.size();
   output.append(text, std::min(static_cast<std::size_t>(count), room));
   return count > 0;
 }
@@ -111,7 +111,7 @@ std::string Await(int process, int pipe, const ProgramRun& run, std::string& out
 void ReadRest(int pipe, std::string& output) {
   fcntl(pipe, F_SETFL, O_NONBLOCK);
   pollfd wait = {pipe, POLLIN, 0};
-  while (output.size() < kMostOutput && poll(&wait, 1, 0) == 1 && ReadOutput(pipe, output)) {
+  while (output.size() < kMaxOutput && poll(&wait, 1, 0) == 1 && ReadOutput(pipe, output)) {
   }
 }
 

@@ -14,7 +14,7 @@ namespace {
 using Refusal = std::optional<Response>;
 
 // The input of the rules, and the results that they leave for later rules.
-struct Case {
+struct RuleContext {
   const Head& m_Head;
   const Router& m_Router;
   const Settings& m_Settings;
@@ -52,7 +52,7 @@ bool Contains(const List& list, const Value& value) {
   return std::find(list.begin(), list.end(), value) != list.end();
 }
 
-// Returns empty if there is no valid length.
+// Returns empty if the length is missing or invalid.
 std::optional<std::uint64_t> ContentLength(const Head& head) {
   const std::string* const text = FindHeader(head, "content-length");
   std::uint64_t length = 0;
@@ -62,27 +62,28 @@ std::optional<std::uint64_t> ContentLength(const Head& head) {
   return length;
 }
 
-Refusal CheckHeaderSize(Case& each) {
-  const std::size_t limit = each.m_Settings.m_Limits.m_HeaderBytes;
-  if (each.m_Head.m_Size <= limit) return std::nullopt;
+Refusal CheckHeaderSize(RuleContext& context) {
+  const std::size_t limit = context.m_Settings.m_Limits.m_HeaderBytes;
+  if (context.m_Head.m_Size <= limit) return std::nullopt;
   return MakeProblem(431, "HEADERS_TOO_LARGE",
-                     "the headers are longer than " + std::to_string(limit) + " bytes");
+                     "the request line and headers exceed " + std::to_string(limit) + " bytes");
 }
 
-Refusal CheckNul(Case& each) {
-  if (!each.m_Head.m_HasNul) return std::nullopt;
+Refusal CheckNul(RuleContext& context) {
+  if (!context.m_Head.m_HasNul) return std::nullopt;
   return MakeProblem(400, "PATH_INVALID", "the path or query contains NUL");
 }
 
-// Joins the values of repeated fields with commas. This suits all list fields, and no handler needs
-// repeated fields of another kind.
-Refusal ReadHeaders(Case& each) {
-  Texts& headers = each.m_Admission.m_Request.m_Headers;
-  for (const auto& [name, value] : each.m_Head.m_Headers) {
+// Joins the values of repeated fields with commas. This is correct for list fields, and no handler
+// reads any other field that may be repeated.
+Refusal ReadHeaders(RuleContext& context) {
+  Texts& headers = context.m_Admission.m_Request.m_Headers;
+  for (const auto& [name, value] : context.m_Head.m_Headers) {
     const std::string lower = Lower(name);
     if (!IsKept(lower)) continue;
     if (value.find('\0') != value.npos || !Base::IsUtf8(value)) {
-      return MakeProblem(400, "HEADER_INVALID", "header " + lower + " is not UTF-8");
+      return MakeProblem(400, "HEADER_INVALID",
+                         "header " + lower + " is not UTF-8 or contains NUL");
     }
     const auto [position, isNew] = headers.emplace(lower, value);
     if (!isNew) position->second.append(", ").append(value);
@@ -90,45 +91,45 @@ Refusal ReadHeaders(Case& each) {
   return std::nullopt;
 }
 
-// Accepting this machine's address is safe: an attack by DNS rebinding needs a name.
-bool IsOwnName(const Case& each, const std::string& host) {
-  const std::string& local = each.m_Head.m_Peer.m_LocalAddress;
+// Accepting this machine's address is safe, because DNS rebinding requires a host name.
+bool IsOwnName(const RuleContext& context, const std::string& host) {
+  const std::string& local = context.m_Head.m_Peer.m_LocalAddress;
   const bool isV6 = local.find(':') != local.npos;
-  return host == (isV6 ? "[" + local + "]" : local) || Contains(each.m_Settings.m_Hosts, host);
+  return host == (isV6 ? "[" + local + "]" : local) || Contains(context.m_Settings.m_Hosts, host);
 }
 
 // Prevents DNS rebinding, in which another site resolves its own name to this server's address.
-Refusal CheckHost(Case& each) {
-  if (!each.m_Head.m_Peer.m_IsTcp) return std::nullopt;
-  const std::string* const host = Find(each.m_Admission.m_Request.m_Headers, "host");
-  if (host != nullptr && IsOwnName(each, Lower(WithoutPort(*host)))) return std::nullopt;
+Refusal CheckHost(RuleContext& context) {
+  if (!context.m_Head.m_Peer.m_IsTcp) return std::nullopt;
+  const std::string* const host = Find(context.m_Admission.m_Request.m_Headers, "host");
+  if (host != nullptr && IsOwnName(context, Lower(WithoutPort(*host)))) return std::nullopt;
   return MakeProblem(403, "HOST_NOT_ALLOWED", "the Host header does not name this service");
 }
 
-Refusal CheckOrigin(Case& each) {
-  const Texts& headers = each.m_Admission.m_Request.m_Headers;
+Refusal CheckOrigin(RuleContext& context) {
+  const Texts& headers = context.m_Admission.m_Request.m_Headers;
   const std::string* const origin = Find(headers, "origin");
-  if (!each.m_Head.m_Peer.m_IsTcp || origin == nullptr) return std::nullopt;
+  if (!context.m_Head.m_Peer.m_IsTcp || origin == nullptr) return std::nullopt;
   if (Lower(*origin) == "http://" + Lower(*Find(headers, "host"))) return std::nullopt;
   return MakeProblem(403, "ORIGIN_NOT_ALLOWED", "pages of other origins may not use this service");
 }
 
-Refusal CheckReadOnly(Case& each) {
-  const std::string& method = each.m_Head.m_Method;
-  if (!each.m_Head.m_Peer.m_IsTcp || method == "GET" || method == "HEAD") return std::nullopt;
+Refusal CheckReadOnly(RuleContext& context) {
+  const std::string& method = context.m_Head.m_Method;
+  if (!context.m_Head.m_Peer.m_IsTcp || method == "GET" || method == "HEAD") return std::nullopt;
   return MakeProblem(403, "READ_ONLY", "this address is read-only",
                      "Send changes to the Unix socket of the service.");
 }
 
-Refusal FindRoute(Case& each) {
+Refusal FindRoute(RuleContext& context) {
   std::vector<std::string> segments;
-  for (const std::string_view segment : SegmentsOf(each.m_Head.m_Path)) {
+  for (const std::string_view segment : SegmentsOf(context.m_Head.m_Path)) {
     auto decoded = Decode(segment);
     if (!decoded) return MakeProblem(400, "PATH_INVALID", "the path is not percent-encoded UTF-8");
     segments.push_back(std::move(*decoded));
   }
-  const auto method = MethodOf(each.m_Head.m_Method);
-  Router::Match match = each.m_Router.Find(method, segments);
+  const auto method = MethodOf(context.m_Head.m_Method);
+  Router::Match match = context.m_Router.Find(method, segments);
   if (match.m_Allowed.empty()) return MakeProblem(404, "NOT_FOUND", "unknown path");
   if (match.m_Route == nullptr) {
     Response problem =
@@ -136,34 +137,34 @@ Refusal FindRoute(Case& each) {
     problem.m_Headers.emplace_back("Allow", match.m_Allowed);
     return problem;
   }
-  each.m_Admission.m_Route = match.m_Route;
-  each.m_Admission.m_Request.m_Method = *method;
-  each.m_Admission.m_Request.m_Parameters = std::move(match.m_Parameters);
+  context.m_Admission.m_Route = match.m_Route;
+  context.m_Admission.m_Request.m_Method = *method;
+  context.m_Admission.m_Request.m_Parameters = std::move(match.m_Parameters);
   return std::nullopt;
 }
 
-Refusal CheckPermission(Case& each) {
-  const Access access = each.m_Admission.m_Route->m_Access;
-  const Peer& peer = each.m_Head.m_Peer;
+Refusal CheckPermission(RuleContext& context) {
+  const Access access = context.m_Admission.m_Route->m_Access;
+  const Peer& peer = context.m_Head.m_Peer;
   const bool toChange = access == Access::Change;
-  const bool mayChange = !peer.m_IsTcp && MayUse(each.m_Permissions, peer, true);
-  each.m_Admission.m_Request.m_MayChange = mayChange;
-  const bool mayRead = peer.m_IsTcp || MayUse(each.m_Permissions, peer, false);
+  const bool mayChange = !peer.m_IsTcp && MayUse(context.m_Permissions, peer, true);
+  context.m_Admission.m_Request.m_MayChange = mayChange;
+  const bool mayRead = peer.m_IsTcp || MayUse(context.m_Permissions, peer, false);
   const bool isAllowed = access == Access::Anyone || (toChange ? mayChange : mayRead);
   if (isAllowed) return std::nullopt;
   return MakeProblem(403, "PERMISSION_DENIED",
                      toChange ? "this user may not change anything" : "this user may not read");
 }
 
-Refusal ReadQuery(Case& each) {
-  Texts& query = each.m_Admission.m_Request.m_Query;
-  for (const auto& [rawName, rawValue] : each.m_Head.m_Query) {
+Refusal ReadQuery(RuleContext& context) {
+  Texts& query = context.m_Admission.m_Request.m_Query;
+  for (const auto& [rawName, rawValue] : context.m_Head.m_Query) {
     auto name = Decode(rawName);
     auto value = Decode(rawValue);
     if (!name || !value) {
       return MakeProblem(400, "QUERY_INVALID", "the query is not percent-encoded UTF-8");
     }
-    if (!Contains(each.m_Admission.m_Route->m_Query, *name)) {
+    if (!Contains(context.m_Admission.m_Route->m_Query, *name)) {
       return MakeProblem(400, "QUERY_UNKNOWN", "unknown query parameter " + *name);
     }
     if (!query.emplace(*name, std::move(*value)).second) {
@@ -173,36 +174,36 @@ Refusal ReadQuery(Case& each) {
   return std::nullopt;
 }
 
-Refusal CheckBodyRule(Case& each) {
-  const BodyRule rule = each.m_Admission.m_Route->m_Body;
-  if (HasBody(each.m_Head) && rule == BodyRule::None) {
+Refusal CheckBodyRule(RuleContext& context) {
+  const BodyRule rule = context.m_Admission.m_Route->m_Body;
+  if (HasBody(context.m_Head) && rule == BodyRule::None) {
     return MakeProblem(400, "BODY_NOT_ALLOWED", "this request must not have a body");
   }
-  if (!HasBody(each.m_Head) && rule == BodyRule::Required) {
+  if (!HasBody(context.m_Head) && rule == BodyRule::Required) {
     return MakeProblem(400, "BODY_MISSING", "this request needs a body");
   }
   return std::nullopt;
 }
 
-Refusal CheckBodySize(Case& each) {
-  const Limits& limits = each.m_Settings.m_Limits;
-  if (!IsBodyTooLarge(each.m_Head, limits)) return std::nullopt;
+Refusal CheckBodySize(RuleContext& context) {
+  const Limits& limits = context.m_Settings.m_Limits;
+  if (!IsBodyTooLarge(context.m_Head, limits)) return std::nullopt;
   return MakeBodyTooLarge(limits);
 }
 
-Refusal CheckMediaType(Case& each) {
-  if (!HasBody(each.m_Head)) return std::nullopt;
-  const Texts& headers = each.m_Admission.m_Request.m_Headers;
+Refusal CheckMediaType(RuleContext& context) {
+  if (!HasBody(context.m_Head)) return std::nullopt;
+  const Texts& headers = context.m_Admission.m_Request.m_Headers;
   const std::string* const type = Find(headers, "content-type");
-  const std::string& wanted = each.m_Admission.m_Route->m_MediaType;
+  const std::string& wanted = context.m_Admission.m_Route->m_MediaType;
   const bool isPlain = Find(headers, "content-encoding") == nullptr;
   if (isPlain && type != nullptr && MediaType(*type) == wanted) return std::nullopt;
   return MakeProblem(415, "MEDIA_TYPE_NOT_SUPPORTED", "the body must be " + wanted,
-                     isPlain ? "" : "Send it without Content-Encoding.");
+                     isPlain ? "" : "Send the body without Content-Encoding.");
 }
 
 // The rules in the order in which they are checked. Each may rely on the rules before it.
-constexpr Refusal (*kRules[])(Case&) = {
+constexpr Refusal (*kRules[])(RuleContext&) = {
     CheckHeaderSize, CheckNul,        ReadHeaders, CheckHost,     CheckOrigin,   CheckReadOnly,
     FindRoute,       CheckPermission, ReadQuery,   CheckBodyRule, CheckBodySize, CheckMediaType};
 
@@ -212,9 +213,9 @@ Admission Admit(const Head& head, const Router& router, const Settings& settings
                 const Permissions& permissions) {
   Admission admission;
   admission.m_Request.m_Peer = head.m_Peer;
-  Case each = {head, router, settings, permissions, admission};
+  RuleContext context = {head, router, settings, permissions, admission};
   for (const auto& rule : kRules) {
-    admission.m_Refusal = rule(each);
+    admission.m_Refusal = rule(context);
     if (admission.m_Refusal) break;
   }
   return admission;

@@ -10,7 +10,7 @@
 namespace Http {
 namespace {
 
-bool HasLeft(int socket, const Unfinished& unfinished) {
+bool HasDisconnected(int socket, const Unfinished& unfinished) {
   pollfd wait = {socket, unfinished.EndingEvents(), 0};
   return poll(&wait, 1, 0) == 1;
 }
@@ -94,8 +94,8 @@ void Connections::Stop() {
   for (const auto& each : aborted) each->Abort();
 }
 
-// libmicrohttpd's own timeout is insufficient: it covers only inactivity, so a client that sends a
-// byte now and then would keep its connection. It also ignores suspended connections.
+// libmicrohttpd's own timeout is insufficient: it covers only inactivity, so a client that sends
+// single bytes slowly would keep its connection. It also ignores suspended connections.
 void Connections::Run() {
   Base::MutexLock lock(m_Lock);
   while (!m_HasEnded) {
@@ -118,7 +118,7 @@ Connections::Aborted Connections::Check() {
   for (const EntryPtr& entry : m_Entries) {
     if (entry->m_Deadline && now >= *entry->m_Deadline) shutdown(entry->m_Socket, SHUT_RDWR);
     const auto& unfinished = entry->m_Unfinished;
-    if (unfinished != nullptr && HasLeft(entry->m_Socket, *unfinished))
+    if (unfinished != nullptr && HasDisconnected(entry->m_Socket, *unfinished))
       aborted.push_back(unfinished);
   }
   return aborted;

@@ -102,7 +102,7 @@ Reply Exchange::Handle() const {
   } catch (const std::exception& error) {
     return MakeFailure(error.what());
   } catch (...) {
-    return MakeFailure("an exception of another kind");
+    return MakeFailure("unknown exception");
   }
 }
 

@@ -65,7 +65,7 @@ class Exchange {
   bool Begin(std::string_view method, std::string_view path, const char* version);
   void AddBody(std::string_view bytes);
   bool Finish();
-  // Call when the request has ended, for whatever reason.
+  // Call when the request has ended, regardless of the reason.
   void End();
 
  private:

@@ -14,7 +14,7 @@ class LateResponse : public Unfinished {
  public:
   // Sets the response, unless one was set before or the request has ended. Thread-safe.
   void Complete(Response response);
-  bool IsGone() const;
+  bool HasEnded() const;
   // Returns empty until a response is set.
   std::optional<Response> Get() const;
 
@@ -27,7 +27,7 @@ class LateResponse : public Unfinished {
   mutable Base::Mutex m_Lock;
   std::optional<Response> m_Response HOST_GUARDED_BY(m_Lock);
   std::shared_ptr<Gate> m_Gate HOST_GUARDED_BY(m_Lock);
-  bool m_IsGone HOST_GUARDED_BY(m_Lock) = false;
+  bool m_HasEnded HOST_GUARDED_BY(m_Lock) = false;
 };
 
 }  // namespace Http

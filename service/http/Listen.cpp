@@ -21,7 +21,7 @@
 namespace Http {
 namespace {
 
-// The address of a socket, of any family.
+// A socket address of any family.
 struct Address {
   sockaddr_storage m_Storage = {};
   socklen_t m_Size = 0;
@@ -33,8 +33,8 @@ struct Address {
   throw std::system_error(error, std::system_category(), what);
 }
 
-void Check(bool isDone, const std::string& what) {
-  if (!isDone) Throw(errno, what);
+void Check(bool succeeded, const std::string& what) {
+  if (!succeeded) Throw(errno, what);
 }
 
 template <typename Concrete>
@@ -96,7 +96,7 @@ Base::Descriptor MakeSocket(int family) {
 }
 
 // Keeps two services that start simultaneously from replacing each other's socket. A service holds
-// the lock only briefly. Any user can hold it longer, so a start does not depend on it.
+// the lock only briefly. Any user can hold it longer, so startup does not depend on it.
 Base::Descriptor LockDirectory(const std::filesystem::path& path) {
   constexpr std::chrono::seconds kTimeout(1);
   const std::filesystem::path directory = path.has_parent_path() ? path.parent_path() : ".";

@@ -31,7 +31,7 @@ struct Peer {
   uid_t m_User = static_cast<uid_t>(-1);
   gid_t m_Group = static_cast<gid_t>(-1);
   pid_t m_Process = -1;
-  std::vector<gid_t> m_OtherGroups;  // supplementary groups
+  std::vector<gid_t> m_SupplementaryGroups;
 };
 
 // A request that the server has accepted. All strings except the body are valid UTF-8 without NUL,
@@ -39,7 +39,7 @@ struct Peer {
 struct Request {
   Method m_Method = Method::Get;
   Texts m_Parameters;  // by their names in the route's path
-  Texts m_Query;       // only names that the route allows; "" if there is no value
+  Texts m_Query;       // only names that the route allows; "" for a missing value
   Texts m_Headers;     // names in lower case; only those that `IsKept` accepts
   std::string m_Body;  // as received
   Peer m_Peer;

@@ -42,12 +42,12 @@ void ReadCredentials(int socket, Peer& peer) {
   peer.m_User = credentials.uid;
   peer.m_Group = credentials.gid;
   peer.m_Process = credentials.pid;
-  peer.m_OtherGroups = GroupsOf(socket);
+  peer.m_SupplementaryGroups = GroupsOf(socket);
 }
 
 bool IsMember(const Peer& peer, const std::optional<gid_t>& group) {
   if (!group) return false;
-  const auto& others = peer.m_OtherGroups;
+  const auto& others = peer.m_SupplementaryGroups;
   return peer.m_Group == *group || std::find(others.begin(), others.end(), *group) != others.end();
 }
 

@@ -22,24 +22,24 @@ void Responder::Complete(Response response) const {
   m_Response->Complete(std::move(response));
 }
 
-bool Responder::IsGone() const {
-  return m_Response->IsGone();
+bool Responder::HasEnded() const {
+  return m_Response->HasEnded();
 }
 
 void LateResponse::Complete(Response response) {
   std::shared_ptr<Gate> gate;
   {
     const Base::MutexLock lock(m_Lock);
-    if (m_Response || m_IsGone) return;
+    if (m_Response || m_HasEnded) return;
     m_Response = std::move(response);
     gate = m_Gate;
   }
   if (gate != nullptr) gate->Wake();
 }
 
-bool LateResponse::IsGone() const {
+bool LateResponse::HasEnded() const {
   const Base::MutexLock lock(m_Lock);
-  return m_IsGone;
+  return m_HasEnded;
 }
 
 std::optional<Response> LateResponse::Get() const {
@@ -63,7 +63,7 @@ void LateResponse::Attach(std::shared_ptr<Gate> gate) {
 
 void LateResponse::End() {
   const Base::MutexLock lock(m_Lock);
-  m_IsGone = true;
+  m_HasEnded = true;
 }
 
 }  // namespace Http

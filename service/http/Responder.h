@@ -30,9 +30,9 @@ class Responder {
   // Sends the response, immediately or as soon as the handler has returned. Does nothing if the
   // request already has a response or has ended.
   void Complete(Response response) const;
-  // Whether the request has ended, so that the response is no longer needed. If the client closes a
+  // Whether the request has ended, so that the response can be dropped. If the client closes a
   // TCP connection, this may go unnoticed until the response is sent.
-  bool IsGone() const;
+  bool HasEnded() const;
 
  private:
   std::shared_ptr<LateResponse> m_Response;  // null after a move

@@ -17,7 +17,7 @@ namespace Http {
 // Sends 304 instead if the client already has this content according to its If-None-Match header.
 bool Send(MHD_Connection* connection, const Response& response, const Request& request);
 
-// Sends what is queued in the stream until the stream ends. `gate` is the connection's gate.
+// Sends the queued data of the stream until it ends. `gate` is the connection's gate.
 bool Send(MHD_Connection* connection, const std::shared_ptr<Stream>& stream,
           const std::shared_ptr<Gate>& gate);
 

@@ -14,7 +14,7 @@ namespace Http {
 namespace {
 
 // `Connections` enforces the limit; this margin keeps libmicrohttpd's own limit above it.
-constexpr std::size_t kMoreConnections = 64;
+constexpr std::size_t kConnectionMargin = 64;
 
 Shared& SharedOf(void* closure) {
   return *static_cast<Shared*>(closure);
@@ -56,18 +56,18 @@ MHD_Result OnAccess(void*, MHD_Connection*, const char* path, const char* method
   auto* const exchange = static_cast<Exchange*>(*context);
   if (exchange == nullptr) return MHD_NO;
   try {
-    const bool isDone =
+    const bool keepOpen =
         exchange->HasBegun() ? Continue(*exchange, part) : exchange->Begin(method, path, version);
-    return isDone ? MHD_YES : MHD_NO;
+    return keepOpen ? MHD_YES : MHD_NO;
   } catch (...) {  // out of memory: libmicrohttpd closes the connection
     return MHD_NO;
   }
 }
 
 void OnCompleted(void*, MHD_Connection*, void** exchange, MHD_RequestTerminationCode) {
-  const std::unique_ptr<Exchange> over(static_cast<Exchange*>(std::exchange(*exchange, nullptr)));
+  const std::unique_ptr<Exchange> ended(static_cast<Exchange*>(std::exchange(*exchange, nullptr)));
   try {
-    if (over != nullptr) over->End();
+    if (ended != nullptr) ended->End();
   } catch (...) {  // thrown by a stream's callback
   }
 }
@@ -101,7 +101,7 @@ int CopyListener(const Base::Descriptor& listener) {
 
 MHD_Daemon* StartDaemon(Shared& shared, int listener) {
   const Limits& limits = shared.m_Settings.m_Limits;
-  const std::size_t connections = (limits.m_Connections + kMoreConnections) * limits.m_Threads;
+  const std::size_t connections = (limits.m_Connections + kConnectionMargin) * limits.m_Threads;
   constexpr auto kFlags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
   // clang-format off
   return MHD_start_daemon(kFlags, 0, nullptr, nullptr, OnAccess, nullptr,

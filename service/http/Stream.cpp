@@ -87,7 +87,7 @@ void Stream::Abort() {
 }
 
 // POLLRDHUP is included: a client of a stream has nothing more to send, so if it closes its sending
-// side, it is gone.
+// side, it has disconnected.
 short Stream::EndingEvents() const {
   return POLLHUP | POLLERR | POLLRDHUP;
 }

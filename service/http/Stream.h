@@ -21,22 +21,22 @@ class Stream : public Unfinished {
   // Queues up to `bytes` bytes for a slow reader.
   explicit Stream(std::size_t bytes, std::string contentType = "text/event-stream");
 
-  // Queues `text`. Returns false if the stream has ended: the client is gone or was cut, the stream
-  // was closed, or the server is stopping. Text that does not fit cuts the connection, and the
-  // client has to resume. An empty queue accepts text of any length.
+  // Queues `text`. Returns false if the stream has ended: the client has disconnected or was cut
+  // off, the stream was closed, or the server is stopping. Text that does not fit cuts the
+  // connection, and the client has to resume. An empty queue accepts text of any length.
   bool Send(std::string_view text);
   // Ends the stream after the queued text.
   void Close();
 
   // Set callbacks before the handler returns the stream. They must not block.
   //
-  // Sets a callback that is called once, when the request has ended for whatever reason.
+  // Sets a callback that is called once, when the request has ended, regardless of the reason.
   void OnEnd(Callback callback) { m_OnEnd = std::move(callback); }
   // Sets a callback that is called each time the queue has become empty, for example to queue the
   // next part of a long backlog.
   void OnDrained(Callback callback) { m_OnDrained = std::move(callback); }
 
-  // For the server.
+  // Called by the server.
   const std::string& ContentType() const { return m_ContentType; }
   // Moves up to `size` bytes. Returns 0 if none are queued now, empty if no more will follow.
   std::optional<std::size_t> Take(char* into, std::size_t size);

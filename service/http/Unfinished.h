@@ -14,7 +14,8 @@ class Unfinished {
   Unfinished& operator=(const Unfinished&) = delete;
   virtual ~Unfinished() = default;
 
-  // Ends the response early because the client is gone or the server is stopping. Thread-safe.
+  // Ends the response early because the client has disconnected or the server is stopping.
+  // Thread-safe.
   virtual void Abort() = 0;
   // Returns the poll(2) events that mean that the client no longer wants the response.
   virtual short EndingEvents() const = 0;

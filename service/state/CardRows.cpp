@@ -120,12 +120,12 @@ void ForEachColumn(Row& row, Visit visit) {
   visit("logged_formats", row.m_Logged.m_Drives);
 }
 
-// Formats each column with `form`, where "{0}" is its name, and joins them with commas.
-std::string ColumnList(const char* form) {
+// Formats each column with `pattern`, where "{0}" is its name, and joins them with commas.
+std::string ColumnList(const char* pattern) {
   std::string list;
   const CardRow row;
   ForEachColumn(row, [&](const char* name, const auto&) {
-    list += (list.empty() ? "" : ", ") + fmt::format(fmt::runtime(form), name);
+    list += (list.empty() ? "" : ", ") + fmt::format(fmt::runtime(pattern), name);
   });
   return list;
 }

@@ -72,9 +72,9 @@ struct StateEvent {
   std::uint32_t m_ObjectType = 0;
 };
 
-// Returns the events that lead from `before` to `now`, all with the time `timeMs`. The plug-in
-// would have reported the same events for the same changes. Numbers, severities and reasons come
-// from the host's message tables.
+// Returns the events for the changes from `before` to `now`, all with the time `timeMs`. The
+// plug-in would have reported the same events for the same changes. Numbers, severities and reasons
+// come from the host's message tables.
 std::vector<StateEvent> EventsBetween(const CardStates& before, const CardStates& now,
                                       std::uint64_t timeMs);
 

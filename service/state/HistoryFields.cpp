@@ -19,7 +19,7 @@ std::optional<double> NumberIn(const Value& value) {
 }
 
 // Drops values too large to store.
-std::optional<std::int64_t> Stored(const std::optional<double>& number, double perUnit) {
+std::optional<std::int64_t> ToStoredValue(const std::optional<double>& number, double perUnit) {
   constexpr double kLargest = 9.2e18;
   if (!number || !(std::abs(*number * perUnit) < kLargest)) return std::nullopt;
   return std::llround(*number * perUnit);
@@ -52,7 +52,7 @@ const HistoryField* FindHistoryField(const std::string& name) {
 HistoryValues ReadHistoryValues(const Console::Object& adapter) {
   HistoryValues values;
   for (const HistoryField& field : kHistoryFields) {
-    values.push_back(Stored(NumberIn(ReadField(adapter, field.m_Name)), field.m_PerUnit));
+    values.push_back(ToStoredValue(NumberIn(ReadField(adapter, field.m_Name)), field.m_PerUnit));
   }
   return values;
 }

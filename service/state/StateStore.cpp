@@ -39,19 +39,19 @@ void ApplyLog(Connection& connection, std::int64_t position, CardStates& logged)
   WriteNumber(connection, StateNumber::LogPosition, std::max(before, position));
 }
 
-std::vector<LoggedEvent> Worded(const std::vector<StateEvent>& events) {
-  std::vector<LoggedEvent> worded;
+std::vector<LoggedEvent> FormatEvents(const std::vector<StateEvent>& events) {
+  std::vector<LoggedEvent> formatted;
   for (const StateEvent& event : events) {
-    worded.push_back(HostKit::WordEvent(event.m_Event));
-    worded.back().m_SerialNumber = event.m_SerialNumber;
-    worded.back().m_ObjectType = event.m_ObjectType;
+    formatted.push_back(HostKit::WordEvent(event.m_Event));
+    formatted.back().m_SerialNumber = event.m_SerialNumber;
+    formatted.back().m_ObjectType = event.m_ObjectType;
   }
-  return worded;
+  return formatted;
 }
 
 std::vector<LoggedEvent> LogDifference(Connection& connection, const CardStates& logged,
                                        const CardStates& observed, std::uint64_t timeMs) {
-  std::vector<LoggedEvent> events = Worded(EventsBetween(logged, observed, timeMs));
+  std::vector<LoggedEvent> events = FormatEvents(EventsBetween(logged, observed, timeMs));
   if (events.empty()) return events;
   std::int64_t number = NewestEventNumber(connection);
   WriteNumber(connection, StateNumber::DifferenceFirst, number + 1);

@@ -27,19 +27,18 @@ class StateStore {
   // Limit on known cards; cards beyond it are not recorded until one is forgotten.
   static constexpr std::size_t kMaxCards = 1024;
 
-  // Adds new cards and the values of the minute. Ignores cards without a serial number, and all but
-  // the first card with the same serial number.
+  // Adds new cards and stores the observed values in the history of the current minute. Ignores
+  // cards without a serial number, and all but the first card with the same serial number.
   //
-  // For the first observation of a plug-in process, logs the events that lead from the state in the
-  // log to the observed state, exactly once, and returns them. The first observation in a file logs
-  // nothing, because all its cards are new.
+  // On the first observation of a plug-in process, logs and returns the events for all changes
+  // since the last logged state. Each event is logged exactly once. The first observation in a file
+  // logs nothing, because all its cards are new.
   std::vector<HostKit::LoggedEvent> Record(const Observation& observation);
 
-  // Returns all cards that were seen and not forgotten, ordered by position.
+  // Returns all known cards, ordered by position.
   //
-  // A position belongs to a serial number as long as the file exists: a card that is removed from
-  // the machine keeps its position, and a new card gets the next unused one. The position of a
-  // forgotten card is not used again, unless it was the highest.
+  // A card keeps its position while it is removed from the machine. A new card gets the next unused
+  // position. The position of a forgotten card is not reused, unless it was the highest.
   std::vector<KnownCard> Cards();
 
   // Removes a missing card, with its history and acknowledgments. If the card is inserted again, it
@@ -51,7 +50,7 @@ class StateStore {
   bool Unacknowledge(const std::string& serial, const std::string& reason, std::uint64_t nowMs);
   std::vector<Acknowledgment> Acknowledgments(std::uint64_t nowMs);
 
-  // Returns empty if the card is not known.
+  // Returns std::nullopt if the card is not known.
   std::optional<HistorySeries> History(const HistoryQuery& query);
 
  private:
@@ -59,8 +58,8 @@ class StateStore {
   void Read(const HostKit::OwnTablesUse& use);
   void Prepare(HostKit::Connection& connection);
 
-  std::uint64_t m_Prepared = 0;  // number of the connection whose tables exist
-  // About the current plug-in process. `m_HasBegun`: its first observation was recorded.
+  std::uint64_t m_Prepared = 0;  // the last connection prepared, by number
+  // State of the current plug-in process. `m_HasBegun`: its first observation was recorded.
   bool m_HasBegun = false;
   std::uint64_t m_LastTime = 0;
   Absences m_Absences;

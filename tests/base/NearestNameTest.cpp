@@ -8,10 +8,10 @@ namespace {
 using Names = std::vector<std::string>;
 
 struct Case {
-  const char* m_What;
+  const char* m_Name;
   std::string m_Word;
   Names m_Names;
-  std::size_t m_Slips;
+  std::size_t m_MaxEdits;
   const char* m_Nearest;  // "" for none
 };
 
@@ -30,7 +30,7 @@ const Case kCases[] = {
     {"two wrong letters, one allowed", "taps", {"type"}, 1, ""},
     {"two wrong letters, two allowed", "taps", {"type"}, 2, "type"},
     {"three wrong letters, two allowed", "taxs", {"type"}, 2, ""},
-    {"one slip per three letters", "vsl_opened", {"vsl_open"}, 1, "vsl_open"},
+    {"one edit per three letters", "vsl_opened", {"vsl_open"}, 1, "vsl_open"},
     {"same first letter wins", "cat", {"bat", "car"}, 1, "car"},
     {"shortest wins", "show", {"shows1", "shows"}, 2, "shows"},
     {"first wins", "card7", {"card0", "card1"}, 2, "card0"},
@@ -40,8 +40,8 @@ const Case kCases[] = {
 
 TEST(NearestName, FindsTheIntendedName) {
   for (const Case& each : kCases) {
-    const std::string* found = Base::NearestName(each.m_Word, each.m_Names, each.m_Slips);
-    EXPECT_EQ(each.m_Nearest, found == nullptr ? "" : *found) << each.m_What;
+    const std::string* found = Base::NearestName(each.m_Word, each.m_Names, each.m_MaxEdits);
+    EXPECT_EQ(each.m_Nearest, found == nullptr ? "" : *found) << each.m_Name;
   }
 }
 

@@ -54,15 +54,15 @@ class TrustFixture : public testing::Test {
     std::filesystem::create_symlink(target, link);
     return link;
   }
-  static Path WithOwner(const Path& file, uid_t user = kOtherUser) {
+  static Path ChangeOwner(const Path& file, uid_t user = kOtherUser) {
     EXPECT_EQ(lchown(file.c_str(), user, user), 0);
     return file;
   }
 
-  // Removes the path of the temporary directory from an objection.
-  std::string WithoutRoot(const std::string& objection) const {
+  // Removes the path of the temporary directory from a reason for rejection.
+  std::string WithoutRoot(const std::string& trustError) const {
     const std::string prefix = m_Directory.Path().string() + "/";
-    return objection.rfind(prefix, 0) == 0 ? objection.substr(prefix.size()) : objection;
+    return trustError.rfind(prefix, 0) == 0 ? trustError.substr(prefix.size()) : trustError;
   }
 
   TemporaryDirectory m_Directory;

@@ -46,19 +46,19 @@ TypeLimits LimitsOf<float>() {
   return {"36.25", "36.25", "1e39"};
 }
 
-std::string Rendered(const char* value) {
+std::string Render(const char* value) {
   return value;
 }
-std::string Rendered(bool value) {
+std::string Render(bool value) {
   return value ? "true" : "false";
 }
-std::string Rendered(float value) {
+std::string Render(float value) {
   char text[32];
   std::snprintf(text, sizeof text, "%g", static_cast<double>(value));
   return text;
 }
 template <typename T>
-std::string Rendered(T value) {
+std::string Render(T value) {
   return std::to_string(value);
 }
 
@@ -75,11 +75,11 @@ struct Row {
 #define CARD_ROW(type, name)                                                           \
   Row{#name, std::string(#name) == "power_limit_watts" ? Owner::Adapter : Owner::Card, \
       LimitsOf<type>(), vsl_has_##name,                                                \
-      [](void* handle, vsl_error_record* err) { return Rendered(vsl_##name(handle, err)); }},
+      [](void* handle, vsl_error_record* err) { return Render(vsl_##name(handle, err)); }},
 #define FORMAT_ROW(type, name)                                                         \
   Row{"iom_format_" #name, Owner::Format, LimitsOf<type>(), vsl_iom_format_has_##name, \
       [](void* handle, vsl_error_record* err) {                                        \
-        return Rendered(vsl_iom_format_##name(handle, err));                           \
+        return Render(vsl_iom_format_##name(handle, err));                             \
       }},
 
 std::vector<Row> Rows() {
@@ -92,7 +92,7 @@ class EveryAttribute : public SimulatedCards, public ::testing::WithParamInterfa
   void SetUp() override {
     SimulatedCards::SetUp();
     StartWithCard();
-    m_Card = Named();
+    m_Card = CreateCard();
   }
 
   void* Handle() {
@@ -147,7 +147,7 @@ TEST_F(Attributes, CanBeReadWithoutAHasFunction) {
   StartWithCard();
   File().Set("card0", "pci_device_id", "0xBEEF");
   File().Set("card0", "reserve_status", "2");
-  void* card = Opened();
+  void* card = OpenCard();
   EXPECT_EQ(0xBEEF, vsl_pci_device_id(card, &m_Error));
   EXPECT_EQ(2U, vsl_reserve_status(card, &m_Error));
 }
@@ -156,7 +156,7 @@ TEST_F(Attributes, HasSizeModeReflectsTheCard) {
   StartWithCard();
   for (const bool expected : {true, false}) {
     File().Set("card0", "iom_format_size_mode", expected ? "true" : "false");
-    void* card = Named();
+    void* card = CreateCard();
     void* format = nullptr;
     ASSERT_EQ(0U, vsl_iom_format_create(card, &format, &m_Error));
     EXPECT_EQ(expected, vsl_iom_format_has_size_mode(format, &m_Error));
@@ -166,17 +166,17 @@ TEST_F(Attributes, HasSizeModeReflectsTheCard) {
 
 TEST_F(Attributes, StringsAreValidWhileTheHandleExists) {
   StartWithCard();
-  void* card = Opened();
+  void* card = OpenCard();
   const char* serial = vsl_serial_number(card, &m_Error);
   File().Set("card0", "serial_number", "OTHER");
-  void* other = Opened();
+  void* other = OpenCard();
   EXPECT_STREQ("OTHER", vsl_serial_number(other, &m_Error));
   EXPECT_STREQ("FA00000001", serial);
 }
 
 TEST_F(Attributes, DoNotChangeWhileTheCardIsOpen) {
   StartWithCard();
-  void* card = Opened();
+  void* card = OpenCard();
   File().Set("card0", "temp_internal_deg_c", "90");
   EXPECT_EQ(51.7F, vsl_temp_internal_deg_c(card, &m_Error));
   vsl_close(card, &m_Error);
@@ -186,7 +186,7 @@ TEST_F(Attributes, DoNotChangeWhileTheCardIsOpen) {
 
 TEST_F(Attributes, StatusMasksChangeWhileTheCardIsOpen) {
   StartWithCard();
-  void* card = Opened();
+  void* card = OpenCard();
   EXPECT_EQ(0U, vsl_current_warnings(card, &m_Error));
   File().Raise("card0", "PCI_OVERPOWER");
   EXPECT_EQ(0x200U, vsl_current_warnings(card, &m_Error));
@@ -195,7 +195,7 @@ TEST_F(Attributes, StatusMasksChangeWhileTheCardIsOpen) {
 
 TEST_F(Attributes, AreReadableThroughAHandleAfterTheCardIsRemoved) {
   StartWithCard();
-  void* card = Opened();
+  void* card = OpenCard();
   File().RemoveCard("card0");
   EXPECT_EQ(0U, vsl_current_warnings(card, &m_Error));
   EXPECT_STREQ("FA00000001", vsl_serial_number(card, &m_Error));

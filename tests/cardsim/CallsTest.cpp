@@ -9,7 +9,7 @@ using Calls = SimulatedCards;
 
 TEST_F(Calls, AreLoggedInOrderWithTheirHandlesAndArguments) {
   StartWithCard();
-  void* card = Opened();
+  void* card = OpenCard();
   vsl_has_board_name(nullptr, &m_Error);
   vsl_set_beacon_state(card, 0, &m_Error);
   void* format = nullptr;
@@ -38,10 +38,10 @@ TEST_F(Calls, AreLoggedInOrderWithTheirHandlesAndArguments) {
 
 TEST_F(Calls, ResetClearsTheLogAndHandleNumbers) {
   StartWithCard();
-  Named();
-  Named();
+  CreateCard();
+  CreateCard();
   CardSim::Reset();
-  vsl_open(Named(), &m_Error);
+  vsl_open(CreateCard(), &m_Error);
   EXPECT_EQ("vsl_iom_create_by_name /dev/fct0\nvsl_open card#1", Joined(CardSim::CallTexts()));
   EXPECT_EQ("card#1", Joined(CardSim::OpenHandles()));
 }
@@ -50,23 +50,23 @@ TEST_F(Calls, TheNthCallFailsWithCodeAndText) {
   StartWithCard();
   CardSim::FailCall("vsl_open", 2, 77, "requested", 2);
   std::string codes;
-  for (int i = 0; i < 5; ++i) codes += std::to_string(vsl_open(Named(), &m_Error)) + " ";
+  for (int i = 0; i < 5; ++i) codes += std::to_string(vsl_open(CreateCard(), &m_Error)) + " ";
   EXPECT_EQ("0 77 77 0 0 ", codes);
   EXPECT_STREQ("requested", m_Error.text);
 }
 
-TEST_F(Calls, TwoRequestedFailuresCountTheSameCalls) {
+TEST_F(Calls, TwoInjectedFailuresCountTheSameCalls) {
   StartWithCard();
   CardSim::FailCall("vsl_open", 1, 71, "first");
   CardSim::FailCall("vsl_open", 3, 73, "third");
   std::string codes;
-  for (int i = 0; i < 4; ++i) codes += std::to_string(vsl_open(Named(), &m_Error)) + " ";
+  for (int i = 0; i < 4; ++i) codes += std::to_string(vsl_open(CreateCard(), &m_Error)) + " ";
   EXPECT_EQ("71 0 73 0 ", codes);
 }
 
 TEST_F(Calls, AFailedReadReturnsAnEmptyValue) {
   StartWithCard();
-  void* card = Opened();
+  void* card = OpenCard();
   for (const char* function : {"vsl_has_board_name", "vsl_board_name", "vsl_size_bytes",
                                "vsl_iom_iterate", "vsl_temp_internal_deg_c"}) {
     CardSim::FailCall(function, 1, 5, "requested");
@@ -84,7 +84,7 @@ TEST_F(Calls, AFailedCallDoesNotChangeTheCard) {
   StartWithCard();
   CardSim::FailCall("vsl_destroy", 1, 5, "requested");
   CardSim::FailCall("vsl_set_beacon_state", 1, 5, "requested");
-  void* card = Named();
+  void* card = CreateCard();
   EXPECT_EQ(5U, vsl_set_beacon_state(card, 1, &m_Error));
   EXPECT_EQ("false", File().Get("card0", "beacon_state"));
   EXPECT_EQ(5U, vsl_destroy(&card, &m_Error));
@@ -99,7 +99,7 @@ TEST_F(Calls, InitCanFailWithNotReadyForSomeCalls) {
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
 }
 
-TEST_F(Calls, OnlyKnownFunctionsCanBeMadeToFail) {
+TEST_F(Calls, OnlyFailuresOfKnownFunctionsCanBeInjected) {
   EXPECT_EQ("unknown function vsl_opne; did you mean vsl_open?",
             ErrorOf([] { CardSim::FailCall("vsl_opne", 1, 1, ""); }));
   EXPECT_EQ("vsl_fini has no result and cannot fail",
@@ -113,10 +113,10 @@ TEST_F(Calls, AFailureInTheFileLastsUntilCleared) {
   StartWithCard();
   File().Fail("vsl_iom_format_create", 44, "no format today");
   void* format = nullptr;
-  EXPECT_EQ(44U, vsl_iom_format_create(Named(), &format, &m_Error));
+  EXPECT_EQ(44U, vsl_iom_format_create(CreateCard(), &format, &m_Error));
   EXPECT_STREQ("no format today", m_Error.text);
   File().ClearFailure("vsl_iom_format_create");
-  EXPECT_EQ(0U, vsl_iom_format_create(Named(), &format, &m_Error));
+  EXPECT_EQ(0U, vsl_iom_format_create(CreateCard(), &format, &m_Error));
 }
 
 TEST_F(Calls, AFailureOfInitLastsUntilCleared) {
@@ -131,11 +131,11 @@ TEST_F(Calls, TheHookRunsBeforeTheCallAndMayEditTheFile) {
   CardSim::SetHook([this](const CardSim::Call& call) {
     if (call.function == "vsl_open") File().Set("card0", "serial_number", "CHANGED");
   });
-  void* card = Opened();
+  void* card = OpenCard();
   EXPECT_STREQ("CHANGED", vsl_serial_number(card, &m_Error));
   CardSim::SetHook(nullptr);
   File().Set("card0", "serial_number", "AGAIN");
-  EXPECT_STREQ("AGAIN", vsl_serial_number(Opened(), &m_Error));
+  EXPECT_STREQ("AGAIN", vsl_serial_number(OpenCard(), &m_Error));
 }
 
 TEST_F(Calls, AWaitingHookDoesNotBlockOtherThreads) {
@@ -147,13 +147,13 @@ TEST_F(Calls, AWaitingHookDoesNotBlockOtherThreads) {
     inside = true;
     while (!release) std::this_thread::yield();
   });
-  void* card = Opened();
+  void* card = OpenCard();
   std::thread blocked([card] {
     vsl_error_record err;
     vsl_close(card, &err);
   });
   while (!inside) std::this_thread::yield();
-  EXPECT_STREQ("FA00000001", vsl_serial_number(Opened(), &m_Error));
+  EXPECT_STREQ("FA00000001", vsl_serial_number(OpenCard(), &m_Error));
   release = true;
   blocked.join();
 }

@@ -35,19 +35,19 @@ void SetDistinctValues(CardSim::StateFile file) {
 
 // Copies a string immediately, because the next call overwrites it.
 template <class Result>
-Result Copied(Result result) {
+Result Copy(Result result) {
   return result;
 }
-std::string Copied(const char* text) {
+std::string Copy(const char* text) {
   return text;
 }
 
 #define EXPECT_PAIR(expected, name)                  \
   EXPECT_TRUE(vsl_has_##name(handle, err)) << #name; \
-  EXPECT_EQ(expected, Copied(vsl_##name(handle, err))) << #name
+  EXPECT_EQ(expected, Copy(vsl_##name(handle, err))) << #name
 #define EXPECT_FORMAT_PAIR(expected, name)                      \
   EXPECT_TRUE(vsl_iom_format_has_##name(handle, err)) << #name; \
-  EXPECT_EQ(expected, Copied(vsl_iom_format_##name(handle, err))) << #name
+  EXPECT_EQ(expected, Copy(vsl_iom_format_##name(handle, err))) << #name
 
 void ExpectIdentity(void* handle, vsl_error_record* err) {
   EXPECT_PAIR("/dev/fct0", device_path);
@@ -210,7 +210,7 @@ TEST_F(Catalog, HasIsFalseForAbsentAttributes) {
   VSL_FORMAT_ATTRIBUTES(MAKE_FORMAT_ABSENT)
   File().MakeAbsent("card0", "iom_format_size_mode");
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
-  void* card = Opened();
+  void* card = OpenCard();
   void *adapter = nullptr, *format = nullptr;
   ASSERT_EQ(0U, vsl_adapter_create(card, &adapter, &m_Error));
   ASSERT_EQ(0U, vsl_iom_format_create(card, &format, &m_Error));
@@ -240,7 +240,7 @@ void PrintTo(const RefusedCall& row, std::ostream* out) {
 
 // Returns a new job or format handle, or null if `create` fails.
 template <class Create>
-void* Created(Create create, void* card, vsl_error_record* err) {
+void* CreateHandle(Create create, void* card, vsl_error_record* err) {
   void* job = nullptr;
   return create(card, &job, err) == 0 ? job : nullptr;
 }
@@ -287,33 +287,33 @@ const RefusedCall kRefusedCalls[] = {
      [](void* card, vsl_error_record* err) { return vsl_iom_format_create(card, nullptr, err); }},
     {"vsl_iom_detach_set_force", 4, "wrong kind of handle",
      [](void* card, vsl_error_record* err) {
-       return vsl_iom_detach_set_force(Created(vsl_iom_attach_create, card, err), 1, err);
+       return vsl_iom_detach_set_force(CreateHandle(vsl_iom_attach_create, card, err), 1, err);
      }},
     {"vsl_iom_format_set_size_mode", 7, "unknown size mode",
      [](void* card, vsl_error_record* err) {
-       return vsl_iom_format_set_size_mode(Created(vsl_iom_format_create, card, err), 12, err);
+       return vsl_iom_format_set_size_mode(CreateHandle(vsl_iom_format_create, card, err), 12, err);
      }},
     {"vsl_iom_format_set_size_bytes", 7, "the size must be 1 to 784999997440 bytes",
      [](void* card, vsl_error_record* err) {
-       return vsl_iom_format_set_size_bytes(Created(vsl_iom_format_create, card, err), 784999997441,
-                                            err);
+       return vsl_iom_format_set_size_bytes(CreateHandle(vsl_iom_format_create, card, err),
+                                            784999997441, err);
      }},
     {"vsl_iom_format_set_size_pct", 7, "the size must be 1 to 100 percent",
      [](void* card, vsl_error_record* err) {
-       return vsl_iom_format_set_size_pct(Created(vsl_iom_format_create, card, err), 101, err);
+       return vsl_iom_format_set_size_pct(CreateHandle(vsl_iom_format_create, card, err), 101, err);
      }},
     {"vsl_iom_format_set_sector_size_bytes", 7, "the sector size must be 512 to 4096 bytes",
      [](void* card, vsl_error_record* err) {
-       return vsl_iom_format_set_sector_size_bytes(Created(vsl_iom_format_create, card, err), 8192,
-                                                   err);
+       return vsl_iom_format_set_sector_size_bytes(CreateHandle(vsl_iom_format_create, card, err),
+                                                   8192, err);
      }},
     {"vsl_op_start", 6, "not possible in state attached",
      [](void* card, vsl_error_record* err) {
-       return vsl_op_start(Created(vsl_iom_attach_create, card, err), err);
+       return vsl_op_start(CreateHandle(vsl_iom_attach_create, card, err), err);
      }},
     {"vsl_op_wait_for_result", 6, "no job is running",
      [](void* card, vsl_error_record* err) {
-       return vsl_op_wait_for_result(Created(vsl_iom_detach_create, card, err), err);
+       return vsl_op_wait_for_result(CreateHandle(vsl_iom_detach_create, card, err), err);
      }},
 };
 
@@ -321,7 +321,7 @@ class CatalogRefusal : public SimulatedCards, public ::testing::WithParamInterfa
 
 TEST_P(CatalogRefusal, ReturnsItsCodeAndReason) {
   StartWithCard();
-  EXPECT_EQ(GetParam().code, GetParam().call(Opened(), &m_Error));
+  EXPECT_EQ(GetParam().code, GetParam().call(OpenCard(), &m_Error));
   EXPECT_STREQ(GetParam().text, m_Error.text);
   EXPECT_EQ(GetParam().function, CardSim::CallLog().back().function);
 }

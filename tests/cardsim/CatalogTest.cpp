@@ -64,7 +64,7 @@ TEST_F(Catalog, ErrorTextIsTruncatedAndTerminated) {
 TEST_F(Catalog, SuccessLeavesTheErrorRecordUnchanged) {
   StartWithCard();
   std::fill(std::begin(m_Error.text), std::end(m_Error.text), '#');
-  void* card = Opened();
+  void* card = OpenCard();
   vsl_has_board_name(card, &m_Error);
   vsl_has_board_name(nullptr, &m_Error);
   vsl_close(card, &m_Error);
@@ -74,7 +74,7 @@ TEST_F(Catalog, SuccessLeavesTheErrorRecordUnchanged) {
 
 TEST_F(Catalog, DestroyDoesNotNeedAnErrorRecord) {
   StartWithCard();
-  void* card = Named();
+  void* card = CreateCard();
   EXPECT_EQ(0U, vsl_destroy(&card, nullptr));
   EXPECT_NE(0U, vsl_destroy(&card, nullptr));
 }
@@ -83,13 +83,13 @@ TEST_F(Catalog, TheLibraryCanBeStartedTwice) {
   StartWithCard();
   vsl_fini();
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
-  EXPECT_NE(nullptr, Named());
+  EXPECT_NE(nullptr, CreateCard());
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
 TEST_F(Catalog, SettingTheLocateLedChangesTheFile) {
   StartWithCard();
-  void* card = Named();
+  void* card = CreateCard();
   EXPECT_FALSE(vsl_beacon_state(card, &m_Error));
   EXPECT_EQ(0U, vsl_set_beacon_state(card, 1, &m_Error));
   EXPECT_TRUE(vsl_beacon_state(card, &m_Error));
@@ -100,14 +100,14 @@ TEST_F(Catalog, SettingTheLocateLedChangesTheFile) {
 TEST_F(Catalog, SettingTheLocateLedToItsStateDoesNotWrite) {
   StartWithCard();
   const auto before = std::filesystem::last_write_time(Path());
-  EXPECT_EQ(0U, vsl_set_beacon_state(Named(), 0, &m_Error));
+  EXPECT_EQ(0U, vsl_set_beacon_state(CreateCard(), 0, &m_Error));
   EXPECT_EQ(before, std::filesystem::last_write_time(Path()));
 }
 
 TEST_F(Catalog, ACardWithoutALocateLedRejectsSettingIt) {
   StartWithCard();
   File().MakeAbsent("card0", "beacon_state");
-  EXPECT_EQ(9U, vsl_set_beacon_state(Named(), 1, &m_Error));
+  EXPECT_EQ(9U, vsl_set_beacon_state(CreateCard(), 1, &m_Error));
   EXPECT_STREQ("the card has no locate LED", m_Error.text);
 }
 

@@ -18,7 +18,7 @@ class Unopenable : public SimulatedCards {
  protected:
   // Runs `work` in a child process, because a lowered limit cannot be raised again. Returns its
   // output.
-  std::string InChild(const std::function<std::string()>& work) {
+  std::string RunInChild(const std::function<std::string()>& work) {
     const auto result = m_Directory / "result";
     FILE* kept = std::fopen(result.c_str(), "w");
     const pid_t child = fork();
@@ -46,7 +46,7 @@ class Unopenable : public SimulatedCards {
 
 TEST_F(Unopenable, InitFailsWithoutDescriptors) {
   File().AddCard(0x1003);
-  EXPECT_EQ("2 " + TooMany(), InChild([this] {
+  EXPECT_EQ("2 " + TooMany(), RunInChild([this] {
               LeaveNoDescriptors();
               return Code(vsl_init(0, &m_Error), m_Error);
             }));
@@ -84,11 +84,11 @@ class UnopenableCalls : public Unopenable, public ::testing::WithParamInterface<
   void SetUp() override {
     Unopenable::SetUp();
     StartWithCard();
-    m_Card = Named();
+    m_Card = CreateCard();
     m_Error.text[0] = '\0';
   }
   std::string Result() { return GetParam().make(m_Card, &m_Error); }
-  std::string Failed(const std::string& why) const {
+  std::string ExpectedFailure(const std::string& why) const {
     return GetParam().failed + Path().string() + ": " + why;
   }
 
@@ -97,7 +97,7 @@ class UnopenableCalls : public Unopenable, public ::testing::WithParamInterface<
 
 TEST_P(UnopenableCalls, FailWithoutDescriptors) {
   File().Raise("card0", "FLASHBACK");
-  EXPECT_EQ(Failed("Too many open files"), InChild([this] {
+  EXPECT_EQ(ExpectedFailure("Too many open files"), RunInChild([this] {
               LeaveNoDescriptors();
               return Result();
             }));
@@ -105,19 +105,19 @@ TEST_P(UnopenableCalls, FailWithoutDescriptors) {
 
 TEST_P(UnopenableCalls, FailOnADamagedFile) {
   Spill("{broken");
-  EXPECT_EQ(Failed("line 1, column 2: invalid JSON"), Result());
+  EXPECT_EQ(ExpectedFailure("line 1, column 2: invalid JSON"), Result());
 }
 
 TEST_P(UnopenableCalls, FailOnAMissingFile) {
   std::filesystem::remove(Path());
-  EXPECT_EQ(Failed("no such file; `cardsim new` creates one"), Result());
+  EXPECT_EQ(ExpectedFailure("no such file; `cardsim new` creates one"), Result());
 }
 
 TEST_P(UnopenableCalls, FailOnAnUnreadableFile) {
   // A directory in place of the file cannot be read as a file, even by root.
   std::filesystem::remove(Path());
   std::filesystem::create_directory(Path());
-  EXPECT_EQ(Failed("is not a regular file"), Result());
+  EXPECT_EQ(ExpectedFailure("not a regular file"), Result());
 }
 
 TEST_P(UnopenableCalls, WorkAgainAfterTheFileIsRestored) {
@@ -136,9 +136,9 @@ INSTANTIATE_TEST_SUITE_P(Table, UnopenableCalls, ::testing::ValuesIn(kCalls),
 TEST_F(Unopenable, AStatusMaskKeepsItsLastValue) {
   StartWithCard();
   File().Raise("card0", "FLASHBACK");
-  void* card = Opened();
+  void* card = OpenCard();
   File().Raise("card0", "INTERNAL_ERROR");
-  EXPECT_EQ("true 256", InChild([&] {
+  EXPECT_EQ("true 256", RunInChild([&] {
               LeaveNoDescriptors();
               const bool has = vsl_has_current_errors(card, &m_Error);
               return std::string(has ? "true " : "false ") +
@@ -148,7 +148,7 @@ TEST_F(Unopenable, AStatusMaskKeepsItsLastValue) {
 
 TEST_F(Unopenable, ClosedStandardStreamsDoNotDamageTheFile) {
   File().AddCard(0x1003);
-  EXPECT_EQ("", InChild([this] {
+  EXPECT_EQ("", RunInChild([this] {
               for (const int fd : {0, 1, 2}) close(fd);
               // The loaded version of the file is kept open.
               vsl_init(0, &m_Error);

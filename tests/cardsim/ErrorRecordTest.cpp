@@ -95,7 +95,7 @@ class ErrorRecords : public SimulatedCards, public ::testing::WithParamInterface
     SimulatedCards::SetUp();
     StartWithCard();
     File().Set("card0", "detach_ms", "0");
-    m_Things = {Opened(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+    m_Things = {OpenCard(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
     vsl_adapter_create(m_Things.card, &m_Things.adapter, &m_Error);
     vsl_iom_format_create(m_Things.card, &m_Things.format, &m_Error);
     vsl_iom_detach_create(m_Things.card, &m_Things.detach, &m_Error);
@@ -126,7 +126,7 @@ TEST_F(NoErrorRecord, IsMisuseForAllButTwoFunctions) {
 
 TEST_F(NoErrorRecord, IsAcceptedByDestroy) {
   StartWithCard();
-  void* card = Named();
+  void* card = CreateCard();
   EXPECT_EQ(0U, vsl_destroy(&card, nullptr));
   EXPECT_NE(0U, vsl_destroy(&card, nullptr));
   EXPECT_EQ("vsl_destroy card#1: destroyed twice", Joined(CardSim::Misuse()));

@@ -24,13 +24,14 @@ bool BelongsToTheInterface(const std::string& name) {
   return false;
 }
 
-TEST_F(Exports, AreOnlyTheInterface) {
+TEST_F(Exports, ContainOnlyTheInterface) {
   std::istringstream names(DefinedNames(m_Directory / "names"));
   std::string name, others;
   int functions = 0;
   while (std::getline(names, name)) {
     if (!BelongsToTheInterface(name)) others += name + "\n";
-    // The demangled name of a template function starts with its result type.
+    // A demangled template instance starts with its return type, so a std::visit helper that
+    // returns a CardSim type also starts with an allowed prefix.
     if (name.find("std::__do") != std::string::npos) others += name + "\n";
     if (name.rfind("vsl_", 0) == 0) ++functions;
   }

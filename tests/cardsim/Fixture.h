@@ -49,14 +49,14 @@ class SimulatedCards : public ::testing::Test {
     CardSim::Reset();
   }
 
-  void* Named(const char* path = "/dev/fct0") {
+  void* CreateCard(const char* path = "/dev/fct0") {
     void* iom = nullptr;
     EXPECT_EQ(0U, vsl_iom_create_by_name(path, &iom, &m_Error)) << m_Error.text;
     return iom;
   }
 
-  void* Opened(const char* path = "/dev/fct0") {
-    void* iom = Named(path);
+  void* OpenCard(const char* path = "/dev/fct0") {
+    void* iom = CreateCard(path);
     EXPECT_EQ(0U, vsl_open(iom, &m_Error)) << m_Error.text;
     return iom;
   }

@@ -22,14 +22,14 @@ class Format : public SimulatedCards {
     Make();
   }
 
-  void Make() { ASSERT_EQ(0U, vsl_iom_format_create(Named(), &m_Format, &m_Error)); }
+  void Make() { ASSERT_EQ(0U, vsl_iom_format_create(CreateCard(), &m_Format, &m_Error)); }
 
   void Run() {
     EXPECT_EQ(0U, vsl_op_start(m_Format, &m_Error)) << m_Error.text;
     EXPECT_EQ(0U, vsl_op_wait_for_result(m_Format, &m_Error)) << m_Error.text;
   }
 
-  // Returns size, percentage and sector size of the card.
+  // Returns the card's size, percentage and sector size.
   std::string Outcome() const {
     return File().Get("card0", "iom_format_size_bytes") + " " +
            File().Get("card0", "iom_format_size_pct") + " " +
@@ -54,7 +54,7 @@ TEST_F(Format, ASizeInBytesSetsThePercentage) {
   EXPECT_EQ("800256 80 512", Outcome());
 }
 
-TEST_F(Format, KeepsSizeAndSectorWithoutOptions) {
+TEST_F(Format, KeepsSizeAndSectorSizeWithoutOptions) {
   File().Set("card0", "iom_format_size_pct", "97");
   Run();
   EXPECT_EQ("999936 97 512", Outcome());

@@ -11,7 +11,7 @@ class Handles : public SimulatedCards {
 };
 
 TEST_F(Handles, AreListedInOrderOfCreationUntilDestroyed) {
-  void* card = Opened();
+  void* card = OpenCard();
   void *adapter = nullptr, *format = nullptr, *attach = nullptr, *detach = nullptr;
   vsl_adapter_create(card, &adapter, &m_Error);
   vsl_iom_format_create(card, &format, &m_Error);
@@ -24,10 +24,10 @@ TEST_F(Handles, AreListedInOrderOfCreationUntilDestroyed) {
 }
 
 TEST_F(Handles, AreNumberedByKind) {
-  void* first = Named();
-  void* second = Named();
+  void* first = CreateCard();
+  void* second = CreateCard();
   vsl_destroy(&first, nullptr);
-  Named();
+  CreateCard();
   EXPECT_EQ("card#2\ncard#3", Joined(CardSim::OpenHandles()));
   EXPECT_EQ(0U, vsl_open(second, &m_Error));
 }
@@ -35,7 +35,7 @@ TEST_F(Handles, AreNumberedByKind) {
 TEST_F(Handles, AreNotListedForIterationsAndVolumes) {
   void *iterated = nullptr, *volume = nullptr;
   vsl_iom_iterate(&iterated, 1, &m_Error);
-  void* card = Named();
+  void* card = CreateCard();
   ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
   EXPECT_EQ("card#1", Joined(CardSim::OpenHandles()));
   EXPECT_NE(0U, vsl_destroy(&volume, &m_Error));
@@ -73,7 +73,7 @@ void UseAfterDestroy(void* card, void* err) {
 void ReadUnopened(void* card, void* err) {
   EXPECT_STREQ("", vsl_board_name(card, Err(err)));
 }
-void AskUnopened(void* card, void* err) {
+void QueryUnopened(void* card, void* err) {
   EXPECT_FALSE(vsl_has_iom_state(card, Err(err)));
 }
 void ReadClosed(void* card, void* err) {
@@ -87,7 +87,7 @@ void ReadNull(void*, void* err) {
 void ReadUnknown(void*, void* err) {
   EXPECT_EQ(0U, vsl_size_bytes(err, Err(err)));
 }
-void AskUnknown(void*, void* err) {
+void QueryUnknown(void*, void* err) {
   EXPECT_FALSE(vsl_has_size_bytes(err, Err(err)));
 }
 void ReadCardAsFormat(void* card, void* err) {
@@ -152,11 +152,11 @@ const MisuseCase kMisuseCases[] = {
     {"DestroyTwice", DestroyTwice, "vsl_destroy card#1: destroyed twice"},
     {"UseAfterDestroy", UseAfterDestroy, "vsl_open card#1: used after being destroyed"},
     {"ReadUnopened", ReadUnopened, "vsl_board_name card#1: the card is not open"},
-    {"AskUnopened", AskUnopened, "vsl_has_iom_state card#1: the card is not open"},
+    {"QueryUnopened", QueryUnopened, "vsl_has_iom_state card#1: the card is not open"},
     {"ReadClosed", ReadClosed, "vsl_pci_device_id card#1: the card is not open"},
     {"ReadNull", ReadNull, "vsl_serial_number null: null handle"},
     {"ReadUnknown", ReadUnknown, "vsl_size_bytes unknown: not a handle of this library"},
-    {"AskUnknown", AskUnknown, "vsl_has_size_bytes unknown: not a handle of this library"},
+    {"QueryUnknown", QueryUnknown, "vsl_has_size_bytes unknown: not a handle of this library"},
     {"ReadCardAsFormat", ReadCardAsFormat,
      "vsl_iom_format_max_size_bytes card#1: wrong kind of handle"},
     {"ReadLimitOfCard", ReadLimitOfCard, "vsl_power_limit_watts card#1: wrong kind of handle"},
@@ -165,7 +165,7 @@ const MisuseCase kMisuseCases[] = {
     {"DestroyOpen", DestroyOpen, "vsl_destroy card#1: destroyed while open"},
     {"AdapterOfUnopened", AdapterOfUnopened, "vsl_adapter_create card#1: the card is not open"},
     {"CallAfterFini", CallAfterFini, "vsl_open: called after vsl_fini"},
-    {"UseAfterRestart", UseAfterRestart, "vsl_destroy card#1: made before vsl_fini"},
+    {"UseAfterRestart", UseAfterRestart, "vsl_destroy card#1: created before vsl_fini"},
     {"StartCard", StartCard, "vsl_op_start card#1: wrong kind of handle"},
     {"OpenNull", OpenNull, "vsl_open null: null handle"},
     {"CreateIntoNowhere", CreateIntoNowhere, "vsl_iom_create_by_name null: null handle variable"},
@@ -179,7 +179,7 @@ const MisuseCase kMisuseCases[] = {
 class MisusedHandles : public Handles, public ::testing::WithParamInterface<MisuseCase> {};
 
 TEST_P(MisusedHandles, AreReportedAndRejected) {
-  void* card = Named();
+  void* card = CreateCard();
   GetParam().act(card, &m_Error);
   EXPECT_EQ(GetParam().line, Joined(CardSim::Misuse()));
 }
@@ -190,7 +190,7 @@ INSTANTIATE_TEST_SUITE_P(Table, MisusedHandles, ::testing::ValuesIn(kMisuseCases
 TEST_F(Handles, AReadOfAnAbsentAttributeIsMisuse) {
   File().MakeAbsent("card0", "board_name");
   File().MakeAbsent("card0", "reserve_space_pct");
-  void* card = Opened();
+  void* card = OpenCard();
   EXPECT_STREQ("", vsl_board_name(card, &m_Error));
   EXPECT_EQ(0U, vsl_reserve_status(card, &m_Error));
   EXPECT_EQ(
@@ -200,7 +200,7 @@ TEST_F(Handles, AReadOfAnAbsentAttributeIsMisuse) {
 }
 
 TEST_F(Handles, SomeAttributesAreReadableBeforeOpen) {
-  void* card = Named();
+  void* card = CreateCard();
   EXPECT_TRUE(vsl_has_rated_endurance_tbytes(card, &m_Error));
   EXPECT_EQ(8200U, vsl_rated_endurance_tbytes(card, &m_Error));
   EXPECT_EQ(74.0F, vsl_rated_writes_remaining_percent(card, &m_Error));
@@ -216,7 +216,7 @@ TEST_F(Handles, SerialNumberIsReadableBeforeOpenOnlyOnIteratedCards) {
   vsl_iom_iterate(&iterated, 1, &m_Error);
   EXPECT_STREQ("FA00000001", vsl_serial_number(iterated, &m_Error));
   EXPECT_EQ("", Joined(CardSim::Misuse()));
-  EXPECT_FALSE(vsl_has_serial_number(Named(), &m_Error));
+  EXPECT_FALSE(vsl_has_serial_number(CreateCard(), &m_Error));
   EXPECT_EQ("vsl_has_serial_number card#1: the card is not open", Joined(CardSim::Misuse()));
 }
 
@@ -227,9 +227,9 @@ TEST_F(Handles, ASecondFiniIsNotMisuse) {
 }
 
 TEST_F(Handles, AreUnknownAfterAReset) {
-  void* card = Named();
+  void* card = CreateCard();
   CardSim::Reset();
-  Named();
+  CreateCard();
   EXPECT_NE(0U, vsl_open(card, &m_Error));
   EXPECT_EQ("vsl_open unknown: not a handle of this library", Joined(CardSim::Misuse()));
 }

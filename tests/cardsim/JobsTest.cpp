@@ -18,17 +18,17 @@ class Jobs : public SimulatedCards {
     }
   }
 
-  void State(const char* state) { File().Set("card0", "iom_state", state); }
+  void SetState(const char* state) { File().Set("card0", "iom_state", state); }
   std::string State() const { return File().Get("card0", "iom_state"); }
 
-  void* Attach() {
+  void* CreateAttachJob() {
     void* job = nullptr;
-    EXPECT_EQ(0U, vsl_iom_attach_create(Named(), &job, &m_Error));
+    EXPECT_EQ(0U, vsl_iom_attach_create(CreateCard(), &job, &m_Error));
     return job;
   }
-  void* Detach(bool force = false) {
+  void* CreateDetachJob(bool force = false) {
     void* job = nullptr;
-    EXPECT_EQ(0U, vsl_iom_detach_create(Named(), &job, &m_Error));
+    EXPECT_EQ(0U, vsl_iom_detach_create(CreateCard(), &job, &m_Error));
     if (force) {
       EXPECT_EQ(0U, vsl_iom_detach_set_force(job, 1, &m_Error));
     }
@@ -43,8 +43,8 @@ class Jobs : public SimulatedCards {
 };
 
 TEST_F(Jobs, AttachPassesThroughAttachingToAttached) {
-  State("0");
-  void* job = Attach();
+  SetState("0");
+  void* job = CreateAttachJob();
   EXPECT_EQ("started", Start(job));
   EXPECT_EQ("1", State());
   EXPECT_EQ("done", Wait(job));
@@ -52,7 +52,7 @@ TEST_F(Jobs, AttachPassesThroughAttachingToAttached) {
 }
 
 TEST_F(Jobs, DetachPassesThroughDetachingToDetached) {
-  void* job = Detach();
+  void* job = CreateDetachJob();
   EXPECT_EQ("started", Start(job));
   EXPECT_EQ("3", State());
   EXPECT_EQ("done", Wait(job));
@@ -60,9 +60,9 @@ TEST_F(Jobs, DetachPassesThroughDetachingToDetached) {
 }
 
 TEST_F(Jobs, FormatKeepsTheCardBusy) {
-  State("0");
+  SetState("0");
   void* job = nullptr;
-  vsl_iom_format_create(Named(), &job, &m_Error);
+  vsl_iom_format_create(CreateCard(), &job, &m_Error);
   EXPECT_EQ("started", Start(job));
   EXPECT_EQ("4", State());
   EXPECT_EQ("done", Wait(job));
@@ -71,7 +71,7 @@ TEST_F(Jobs, FormatKeepsTheCardBusy) {
 
 TEST_F(Jobs, TheWaitLastsForTheDurationOfTheJob) {
   File().Set("card0", "detach_ms", "40");
-  void* job = Detach();
+  void* job = CreateDetachJob();
   Start(job);
   const auto begin = std::chrono::steady_clock::now();
   EXPECT_EQ("done", Wait(job));
@@ -79,7 +79,7 @@ TEST_F(Jobs, TheWaitLastsForTheDurationOfTheJob) {
 }
 
 TEST_F(Jobs, DoNotBlockOtherThreads) {
-  void* job = Detach();
+  void* job = CreateDetachJob();
   Start(job);
   std::atomic<bool> done{false};
   std::thread waiting([&] {
@@ -87,9 +87,9 @@ TEST_F(Jobs, DoNotBlockOtherThreads) {
     vsl_op_wait_for_result(job, &err);
     done = true;
   });
-  EXPECT_EQ(3U, vsl_iom_state(Opened(), &m_Error));
+  EXPECT_EQ(3U, vsl_iom_state(OpenCard(), &m_Error));
   waiting.join();
-  EXPECT_EQ(0U, vsl_iom_state(Opened(), &m_Error));
+  EXPECT_EQ(0U, vsl_iom_state(OpenCard(), &m_Error));
 }
 
 // The result of starting each job in a state of the card.
@@ -118,12 +118,12 @@ const Rule kRules[] = {
 class StateRules : public Jobs, public ::testing::WithParamInterface<Rule> {};
 
 TEST_P(StateRules, DecideWhichJobStarts) {
-  State(GetParam().state);
-  EXPECT_EQ(GetParam().attach, Start(Attach()));
-  State(GetParam().state);
-  EXPECT_EQ(GetParam().detach, Start(Detach()));
-  State(GetParam().state);
-  EXPECT_EQ(GetParam().forced, Start(Detach(true)));
+  SetState(GetParam().state);
+  EXPECT_EQ(GetParam().attach, Start(CreateAttachJob()));
+  SetState(GetParam().state);
+  EXPECT_EQ(GetParam().detach, Start(CreateDetachJob()));
+  SetState(GetParam().state);
+  EXPECT_EQ(GetParam().forced, Start(CreateDetachJob(true)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, StateRules, ::testing::ValuesIn(kRules),
@@ -131,16 +131,16 @@ INSTANTIATE_TEST_SUITE_P(Table, StateRules, ::testing::ValuesIn(kRules),
 
 TEST_F(Jobs, ACardInUseRequiresForceToDetach) {
   File().Set("card0", "in_use", "true");
-  EXPECT_EQ("the card is in use", Start(Detach()));
+  EXPECT_EQ("the card is in use", Start(CreateDetachJob()));
   EXPECT_EQ("2", State());
-  void* job = Detach(true);
+  void* job = CreateDetachJob(true);
   EXPECT_EQ("started", Start(job));
   EXPECT_EQ("done", Wait(job));
   EXPECT_EQ("0", State());
 }
 
 TEST_F(Jobs, AreStartedAndWaitedForOnce) {
-  void* job = Detach();
+  void* job = CreateDetachJob();
   EXPECT_EQ("no job is running", Wait(job));
   EXPECT_EQ("started", Start(job));
   EXPECT_EQ("the job has already been started", Start(job));
@@ -149,31 +149,31 @@ TEST_F(Jobs, AreStartedAndWaitedForOnce) {
 }
 
 TEST_F(Jobs, FailAfterTheCardIsRemoved) {
-  void* job = Detach();
-  void* other = Detach();
+  void* job = CreateDetachJob();
+  void* other = CreateDetachJob();
   Start(job);
   File().RemoveCard("card0");
-  EXPECT_EQ("the card is gone", Wait(job));
-  EXPECT_EQ("the card is gone", Start(other));
+  EXPECT_EQ("the card has been removed", Wait(job));
+  EXPECT_EQ("the card has been removed", Start(other));
 }
 
 TEST_F(Jobs, FailIfTheStateIsSetWhileTheyRun) {
-  void* job = Detach();
+  void* job = CreateDetachJob();
   Start(job);
-  State("6");
+  SetState("6");
   EXPECT_EQ("the card's state was changed while the job ran", Wait(job));
   EXPECT_EQ("6", State());
 }
 
 TEST_F(Jobs, AreAbandonedWhenTheirHandleIsDestroyed) {
-  void* job = Detach();
+  void* job = CreateDetachJob();
   Start(job);
   EXPECT_EQ(0U, vsl_destroy(&job, nullptr));
   EXPECT_EQ("2", State());
 }
 
-TEST_F(Jobs, AreAbandonedWhenTheWaitIsMadeToFail) {
-  void* job = Detach();
+TEST_F(Jobs, AreAbandonedWhenTheWaitFails) {
+  void* job = CreateDetachJob();
   Start(job);
   CardSim::FailCall("vsl_op_wait_for_result", 1, 99, "requested");
   EXPECT_EQ("requested", Wait(job));
@@ -181,14 +181,14 @@ TEST_F(Jobs, AreAbandonedWhenTheWaitIsMadeToFail) {
 }
 
 TEST_F(Jobs, AreAbandonedByReset) {
-  Start(Detach());
+  Start(CreateDetachJob());
   CardSim::Reset();
   EXPECT_EQ("2", State());
 }
 
 TEST_F(Jobs, AFailedStartChangesNothing) {
   CardSim::FailCall("vsl_op_start", 1, 99, "requested");
-  EXPECT_EQ("requested", Start(Detach()));
+  EXPECT_EQ("requested", Start(CreateDetachJob()));
   EXPECT_EQ("2", State());
 }
 
@@ -198,7 +198,7 @@ TEST_F(Jobs, ReleaseTheCardWhenTheirProcessExits) {
   const pid_t child = fork();
   if (child == 0) {
     vsl_init(0, &m_Error);
-    Start(Detach());
+    Start(CreateDetachJob());
     _exit(State() == "3" ? 0 : 1);
   }
   int status = -1;
@@ -207,7 +207,7 @@ TEST_F(Jobs, ReleaseTheCardWhenTheirProcessExits) {
   EXPECT_NE(std::string::npos, Slurp().find("\"iom_state\": 3"));
   EXPECT_EQ("2", State());
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
-  EXPECT_EQ("started", Start(Detach()));
+  EXPECT_EQ("started", Start(CreateDetachJob()));
 }
 
 TEST_F(Jobs, AKilledProcessIsDetectedWithoutAChangeOfTheFile) {
@@ -217,7 +217,7 @@ TEST_F(Jobs, AKilledProcessIsDetectedWithoutAChangeOfTheFile) {
   const pid_t child = fork();
   if (child == 0) {
     vsl_init(0, &m_Error);
-    Start(Detach());
+    Start(CreateDetachJob());
     EXPECT_EQ(1, write(gate[1], "x", 1));
     pause();
     _exit(0);
@@ -225,10 +225,10 @@ TEST_F(Jobs, AKilledProcessIsDetectedWithoutAChangeOfTheFile) {
   char byte = 0;
   ASSERT_EQ(1, read(gate[0], &byte, 1));
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
-  EXPECT_EQ(3U, vsl_iom_state(Opened(), &m_Error));
+  EXPECT_EQ(3U, vsl_iom_state(OpenCard(), &m_Error));
   kill(child, SIGKILL);
   waitpid(child, nullptr, 0);
-  EXPECT_EQ(2U, vsl_iom_state(Opened(), &m_Error));
+  EXPECT_EQ(2U, vsl_iom_state(OpenCard(), &m_Error));
   close(gate[0]);
   close(gate[1]);
 }
@@ -257,7 +257,7 @@ void* WaitUntilCanceled(void* argument) {
 TEST_F(Jobs, ACanceledThreadUnwindsAndReleasesTheCard) {
   File().Set("card0", "detach_ms", "60000");
   Canceled canceled;
-  canceled.job = Detach();
+  canceled.job = CreateDetachJob();
   Start(canceled.job);
   pthread_t thread;
   ASSERT_EQ(0, pthread_create(&thread, nullptr, WaitUntilCanceled, &canceled));
@@ -268,7 +268,7 @@ TEST_F(Jobs, ACanceledThreadUnwindsAndReleasesTheCard) {
   EXPECT_EQ(PTHREAD_CANCELED, result);
   EXPECT_TRUE(canceled.unwound);
   EXPECT_EQ("2", State());
-  EXPECT_NE(nullptr, Opened());
+  EXPECT_NE(nullptr, OpenCard());
 }
 
 void* CallUntilCanceled(void* argument) {

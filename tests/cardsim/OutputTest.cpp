@@ -11,7 +11,8 @@ class Output : public Program {
     File().AddCard(0x1003);
   }
 
-  // Returns errors and exit code of the program, run with its output redirected to `target`.
+  // Runs the program with its output redirected to `target`. Returns its error output and exit
+  // code.
   std::string RunInto(const std::string& target, const std::string& arguments) {
     const std::string err = (m_Directory / "err").string();
     const int status =
@@ -164,13 +165,13 @@ class LostOutput : public Output, public ::testing::WithParamInterface<LostOutpu
   }
 };
 
-TEST_P(LostOutput, OnAFullDeviceExitsWith1) {
+TEST_P(LostOutput, ExitsWith1OnAFullDevice) {
   EXPECT_EQ("cardsim: cannot write standard output: No space left on device" +
                 std::string(GetParam().rest) + "\n[1]",
             RunInto("/dev/full"));
 }
 
-TEST_P(LostOutput, OnAClosedStreamExitsWith1AndLeavesFilesIntact) {
+TEST_P(LostOutput, ExitsWith1OnAClosedStreamAndLeavesFilesIntact) {
   EXPECT_EQ("cardsim: cannot write standard output: Bad file descriptor" +
                 std::string(GetParam().rest) + "\n[1]",
             RunInto("&-"));

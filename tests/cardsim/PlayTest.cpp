@@ -14,14 +14,14 @@ class Play : public Program {
   }
 
   // Writes a scenario file with this text and returns its path.
-  std::string Written(const std::string& text) {
+  std::string WriteScenario(const std::string& text) {
     const std::string path = (m_Directory / "scenario.json").string();
     std::ofstream(path) << text;
     return path;
   }
 
-  std::string WrittenSteps(const std::string& steps) {
-    return Written(R"({"title": "A scenario", "steps": [)" + steps + "]}");
+  std::string WriteSteps(const std::string& steps) {
+    return WriteScenario(R"({"title": "A scenario", "steps": [)" + steps + "]}");
   }
 
   // Starts `cardsim play` with the file, and redirects its output to files.
@@ -53,7 +53,7 @@ class Play : public Program {
 };
 
 TEST_F(Play, PrintsEachStepWithItsTime) {
-  const std::string scenario = WrittenSteps(
+  const std::string scenario = WriteSteps(
       R"({"after_ms": 1500, "do": "raise", "card": "card1", "what": "FLASHBACK"},
          {"after_ms": 9000, "do": "remove", "card": "card2", "say": "card2 is pulled out"})");
   EXPECT_EQ(
@@ -67,7 +67,7 @@ TEST_F(Play, PrintsEachStepWithItsTime) {
 
 TEST_F(Play, WaitsForTheTimesInTheScenario) {
   const std::string scenario =
-      WrittenSteps(R"({"after_ms": 600000, "do": "clear-failure", "what": "vsl_open"})");
+      WriteSteps(R"({"after_ms": 600000, "do": "clear-failure", "what": "vsl_open"})");
   const auto begin = std::chrono::steady_clock::now();
   Run("play --speed 2000 " + scenario);
   const auto took = std::chrono::steady_clock::now() - begin;
@@ -78,7 +78,7 @@ TEST_F(Play, WaitsForTheTimesInTheScenario) {
 TEST_F(Play, UsesTheGivenStateFile) {
   const std::string other = (m_Directory / "other.json").string();
   CardSim::StateFile(other).Create();
-  const std::string scenario = WrittenSteps(R"({"do": "add", "what": "1000"})");
+  const std::string scenario = WriteSteps(R"({"do": "add", "what": "1000"})");
   EXPECT_EQ("A scenario\n   0.0 s  added card0, 1000\n[0]",
             Run("play --state " + other + " " + scenario));
   EXPECT_EQ("card0\ncard1\ncard2", Joined(File().Cards()));
@@ -87,7 +87,7 @@ TEST_F(Play, UsesTheGivenStateFile) {
 TEST_F(Play, AnInvalidScenarioChangesNothing) {
   const std::string before = Slurp();
   const std::string scenario =
-      WrittenSteps(R"({"do": "remove", "card": "card0"}, {"do": "explode", "card": "card1"})");
+      WriteSteps(R"({"do": "remove", "card": "card0"}, {"do": "explode", "card": "card1"})");
   EXPECT_EQ("cardsim: " + scenario + ": step 2.do: unknown verb explode\n[1]",
             Run("play " + scenario));
   EXPECT_EQ(before, Slurp());
@@ -99,16 +99,16 @@ TEST_F(Play, ReportsAnInvalidScenarioInOneLine) {
   EXPECT_EQ("cardsim: " + m_Directory.string() + ": cannot be read\n[1]",
             Run("play " + m_Directory.string()));
   EXPECT_EQ("cardsim: /dev/zero: is too large for a scenario\n[1]", Run("play /dev/zero"));
-  const std::string scenario = WrittenSteps(R"({"do": "a\nb"})");
+  const std::string scenario = WriteSteps(R"({"do": "a\nb"})");
   EXPECT_EQ(
       "cardsim: " + scenario + ": step 1.do: must be one line without control characters\n[1]",
       Run("play " + scenario));
-  Written(R"({"a\nb": 1})");
+  WriteScenario(R"({"a\nb": 1})");
   EXPECT_EQ("cardsim: " + scenario + ": file.a\\x0ab: unknown\n[1]", Run("play " + scenario));
 }
 
 TEST_F(Play, AFailedStepEndsTheScenario) {
-  const std::string scenario = WrittenSteps(R"({"do": "remove", "card": "card1"},
+  const std::string scenario = WriteSteps(R"({"do": "remove", "card": "card1"},
                       {"do": "clear", "card": "card1", "what": "FLASHBACK", "say": "all clear"})");
   EXPECT_EQ(
       "A scenario\n   0.0 s  removed card1\n"
@@ -117,7 +117,7 @@ TEST_F(Play, AFailedStepEndsTheScenario) {
 }
 
 TEST_F(Play, RejectsASpeedOutOfRange) {
-  const std::string scenario = WrittenSteps(R"({"do": "clear-failure", "what": "vsl_open"})");
+  const std::string scenario = WriteSteps(R"({"do": "clear-failure", "what": "vsl_open"})");
   for (const char* speed : {"0", "-1", "nan", "inf", "0.09", "1000001"}) {
     EXPECT_EQ("cardsim: --speed is out of range (0.1 to 1000000)\n[2]",
               Run("play --speed=" + std::string(speed) + " " + scenario));
@@ -129,7 +129,7 @@ const char* const kLongScenario =
        {"after_ms": 80000000, "do": "remove", "card": "card1"})";
 
 TEST_F(Play, CtrlCStopsItBetweenTwoSteps) {
-  const pid_t child = Start(WrittenSteps(kLongScenario));
+  const pid_t child = Start(WriteSteps(kLongScenario));
   WaitFor("raised FLASHBACK\n");
   kill(child, SIGINT);
   EXPECT_EQ(
@@ -140,7 +140,7 @@ TEST_F(Play, CtrlCStopsItBetweenTwoSteps) {
 }
 
 TEST_F(Play, SigtermStopsItBetweenTwoSteps) {
-  const pid_t child = Start(WrittenSteps(kLongScenario));
+  const pid_t child = Start(WriteSteps(kLongScenario));
   WaitFor("raised FLASHBACK\n");
   kill(child, SIGTERM);
   EXPECT_EQ(
@@ -168,11 +168,11 @@ const Example kExamples[] = {
 class Examples : public Play, public ::testing::WithParamInterface<Example> {};
 
 TEST_P(Examples, PlayToTheEndAndLeaveAHealthyCard) {
-  const std::string said =
+  const std::string output =
       Run("play --speed 1000 " CARDSIM_EXAMPLES "/" + std::string(GetParam().file));
   const std::string last = GetParam().lastLine;
-  ASSERT_GT(said.size(), last.size());
-  EXPECT_EQ(last, said.substr(said.size() - last.size()));
+  ASSERT_GT(output.size(), last.size());
+  EXPECT_EQ(last, output.substr(output.size() - last.size()));
   EXPECT_EQ(GetParam().errorsWarningsState, File().Get("card1", "current_errors") + " " +
                                                 File().Get("card1", "current_warnings") + " " +
                                                 File().Get("card1", "iom_state"));

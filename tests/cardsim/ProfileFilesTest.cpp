@@ -106,7 +106,7 @@ TEST_F(ProfileFiles, AMissingDirectoryIsReported) {
             Run("add my-odd-card"));
 }
 
-TEST_F(ProfileFiles, InASharedDirectoryMustNotHaveASecondHardLink) {
+TEST_F(ProfileFiles, AreRejectedInASharedDirectoryIfHardLinked) {
   Write("linked", kLarge);
   fs::create_hard_link(PathOf("linked"), m_Directory / "second");
   ASSERT_EQ(0, chmod(Directory().c_str(), 01777));
@@ -126,16 +126,16 @@ TEST_F(ProfileFiles, AreFoundFromTheLibrarysDirectory) {
   fs::copy(CARDSIM_LIBRARY, prefix / "lib/libvsl_abstraction.so");
   std::ofstream(prefix / "share/corvane/profiles/flash-6400g.json") << kLarge;
   EXPECT_EQ("added card0: Flash Adapter 6.4TB, /dev/fct0\n[0]",
-            RunOf(prefix / "bin/cardsim", "add flash-6400g"));
+            RunProgram(prefix / "bin/cardsim", "add flash-6400g"));
 }
 
-struct Bad {
+struct BadFile {
   const char* name;
   const char* text;
   const char* error;
 };
 
-const Bad kBad[] = {
+const BadFile kBadFiles[] = {
     {"Empty", "", ": line 1, column 1: invalid JSON"},
     {"Broken", "{broken", ": line 1, column 2: invalid JSON"},
     {"List", "[]", ": must be an object"},
@@ -163,7 +163,7 @@ const Bad kBad[] = {
      ": volumes[0].state: must be a whole number from 0 to 1"},
 };
 
-class BadProfile : public ProfileFiles, public ::testing::WithParamInterface<Bad> {};
+class BadProfile : public ProfileFiles, public ::testing::WithParamInterface<BadFile> {};
 
 TEST_P(BadProfile, IsReportedAndNothingChanges) {
   Write("odd", GetParam().text);
@@ -175,7 +175,7 @@ TEST_P(BadProfile, IsReportedAndNothingChanges) {
   EXPECT_EQ(before, Slurp());
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, BadProfile, ::testing::ValuesIn(kBad),
+INSTANTIATE_TEST_SUITE_P(Table, BadProfile, ::testing::ValuesIn(kBadFiles),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(ProfileFiles, AreReportedIfTooLarge) {
@@ -186,7 +186,7 @@ TEST_F(ProfileFiles, AreReportedIfTooLarge) {
 
 TEST_F(ProfileFiles, AreReportedIfTheyAreDirectories) {
   fs::create_directory(PathOf("odd"));
-  EXPECT_EQ("cardsim: " + PathOf("odd").string() + ": is not a regular file\n[1]", Run("add odd"));
+  EXPECT_EQ("cardsim: " + PathOf("odd").string() + ": not a regular file\n[1]", Run("add odd"));
 }
 
 TEST_F(ProfileFiles, AreReportedIfTheyAreDanglingLinks) {

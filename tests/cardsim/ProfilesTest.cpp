@@ -121,7 +121,7 @@ TEST_P(EveryKind, IsHealthyAndIdle) {
 
 TEST_P(EveryKind, IsConsistent) {
   StartWithCard(GetParam().id);
-  void* card = Opened();
+  void* card = OpenCard();
   EXPECT_EQ(GetParam().id, vsl_pci_device_id(card, &m_Error));
   EXPECT_STREQ(GetParam().board, vsl_board_name(card, &m_Error));
   EXPECT_EQ(GetParam().bytes, vsl_factory_size_bytes(card, &m_Error));
@@ -139,7 +139,7 @@ TEST_P(EveryKind, IsConsistent) {
 
 TEST_P(EveryKind, HasWearThatMatchesItsCounters) {
   StartWithCard(GetParam().id);
-  void* card = Opened();
+  void* card = OpenCard();
   const double rated = vsl_rated_endurance_tbytes(card, &m_Error) * 1099511627776.0;
   const double written = static_cast<double>(vsl_total_physical_bytes_written(card, &m_Error));
   const double remaining = static_cast<double>(vsl_rated_writes_remaining_percent(card, &m_Error));
@@ -185,7 +185,7 @@ TEST_F(Kinds, HaveNineProfiles) {
 
 TEST_F(Kinds, UnknownDeviceIdsAreAccepted) {
   StartWithCard(0x9999);
-  EXPECT_EQ(0x9999, vsl_pci_device_id(Opened(), &m_Error));
+  EXPECT_EQ(0x9999, vsl_pci_device_id(OpenCard(), &m_Error));
 }
 
 TEST_F(Kinds, AnUnknownNameIsRejected) {
@@ -221,11 +221,11 @@ TEST_F(Kinds, ANewCardInTheSlotHasANewSerialNumber) {
 
 TEST_F(Kinds, AHandleOfTheOldCardDoesNotOpenTheNewOne) {
   StartWithCard();
-  void* card = Named();
+  void* card = CreateCard();
   File().RemoveCard("card0");
   File().AddCard(0x1003);
   EXPECT_EQ(3U, vsl_open(card, &m_Error));
-  EXPECT_STREQ("the card is gone", m_Error.text);
+  EXPECT_STREQ("the card has been removed", m_Error.text);
 }
 
 }  // namespace

@@ -13,10 +13,10 @@
 class Program : public SimulatedCards {
  protected:
   // Runs `cardsim` with these arguments. Returns its output, errors and exit code as one string.
-  std::string Run(const std::string& arguments) { return RunOf(CARDSIM_PROGRAM, arguments); }
+  std::string Run(const std::string& arguments) { return RunProgram(CARDSIM_PROGRAM, arguments); }
 
   // Like `Run`, for a copy of the program.
-  std::string RunOf(const std::string& program, const std::string& arguments) {
+  std::string RunProgram(const std::string& program, const std::string& arguments) {
     const std::string out = (m_Directory / "out").string();
     const std::string err = (m_Directory / "err").string();
     const int status = std::system((program + " " + arguments + " >" + out + " 2>" + err).c_str());

@@ -41,10 +41,10 @@ TEST_F(Program, MakesFunctionsFailInAnotherProcess) {
   StartWithCard();
   EXPECT_EQ("vsl_open fails with 12: no luck\n[0]",
             Run("fail vsl_open --code 12 --text 'no luck'"));
-  EXPECT_EQ(12U, vsl_open(Named(), &m_Error));
+  EXPECT_EQ(12U, vsl_open(CreateCard(), &m_Error));
   EXPECT_STREQ("no luck", m_Error.text);
   EXPECT_EQ("vsl_open works again\n[0]", Run("clear-failure vsl_open"));
-  EXPECT_EQ(0U, vsl_open(Named(), &m_Error));
+  EXPECT_EQ(0U, vsl_open(CreateCard(), &m_Error));
 }
 
 TEST_F(Program, WritesASysfsTree) {

@@ -20,7 +20,7 @@ class Scenarios : public SimulatedCards {
 
   // Plays the steps. Returns the time and text of each step that the observer receives, one line
   // per step.
-  std::string Played(const std::string& steps) {
+  std::string PlaySteps(const std::string& steps) {
     std::string observed;
     auto file = File();
     PlayScenario(ParseScenario(WithSteps(steps)), file, 1000,
@@ -36,13 +36,13 @@ class Scenarios : public SimulatedCards {
 
 TEST_F(Scenarios, ACardIsAddedByItsProfileOrDeviceId) {
   EXPECT_EQ("0 added card3, flash-5200g\n0 added card4, 0x1008\n",
-            Played(R"({"do": "add", "what": "flash-5200g"}, {"do": "add", "what": "0x1008"})"));
+            PlaySteps(R"({"do": "add", "what": "flash-5200g"}, {"do": "add", "what": "0x1008"})"));
   EXPECT_EQ("\"Flash Adapter 5.2TB\"", File().Get("card3", "board_name"));
   EXPECT_EQ("\"Flash Adapter 3.2TB\"", File().Get("card4", "board_name"));
 }
 
 TEST_F(Scenarios, ACardIsRemoved) {
-  EXPECT_EQ("0 removed card1\n", Played(R"({"do": "remove", "card": "card1"})"));
+  EXPECT_EQ("0 removed card1\n", PlaySteps(R"({"do": "remove", "card": "card1"})"));
   EXPECT_EQ("card0\ncard2", Joined(File().Cards()));
 }
 
@@ -53,7 +53,7 @@ TEST_F(Scenarios, AttributesOfEveryTypeAreSet) {
       "0 card1: external_power_connected is true\n"
       "0 card1: iom_state is 0\n"
       "0 card1: fw_current_micro_ver is -3\n",
-      Played(R"({"do": "set", "card": "card1", "what": "temp_internal_deg_c", "to": 79.5},
+      PlaySteps(R"({"do": "set", "card": "card1", "what": "temp_internal_deg_c", "to": 79.5},
                 {"do": "set", "card": "card1", "what": "serial_number", "to": "FA 7"},
                 {"do": "set", "card": "card1", "what": "external_power_connected", "to": true},
                 {"do": "set", "card": "card1", "what": "iom_state", "to": 0},
@@ -66,50 +66,51 @@ TEST_F(Scenarios, AttributesOfEveryTypeAreSet) {
 }
 
 TEST_F(Scenarios, ANumericStringRemainsAString) {
-  Played(R"({"do": "set", "card": "card1", "what": "serial_number", "to": "5"})");
+  PlaySteps(R"({"do": "set", "card": "card1", "what": "serial_number", "to": "5"})");
   EXPECT_EQ("\"5\"", Get("serial_number"));
 }
 
 TEST_F(Scenarios, VolumesAreSet) {
-  Played(R"({"do": "set", "card": "card1", "what": "volumes", "to": [{"state": 0}]})");
+  PlaySteps(R"({"do": "set", "card": "card1", "what": "volumes", "to": [{"state": 0}]})");
   EXPECT_EQ(R"([{"state":0,"settable":true}])", Get("volumes"));
 }
 
 TEST_F(Scenarios, AnAttributeIsMadeAbsent) {
   EXPECT_EQ("0 card1: beacon_state is absent\n",
-            Played(R"({"do": "set", "card": "card1", "what": "beacon_state", "to": "absent"})"));
+            PlaySteps(R"({"do": "set", "card": "card1", "what": "beacon_state", "to": "absent"})"));
   EXPECT_EQ("absent", Get("beacon_state"));
 }
 
 TEST_F(Scenarios, BitsAreRaisedAndCleared) {
   EXPECT_EQ("0 card1: raised FLASHBACK\n0 card1: raised errors.INTERNAL_ERROR\n",
-            Played(R"({"do": "raise", "card": "card1", "what": "FLASHBACK"},
+            PlaySteps(R"({"do": "raise", "card": "card1", "what": "FLASHBACK"},
                       {"do": "raise", "card": "card1", "what": "errors.INTERNAL_ERROR"})"));
   EXPECT_EQ("257", Get("current_errors"));
   EXPECT_EQ("0 card1: cleared FLASHBACK\n",
-            Played(R"({"do": "clear", "card": "card1", "what": "FLASHBACK"})"));
+            PlaySteps(R"({"do": "clear", "card": "card1", "what": "FLASHBACK"})"));
   EXPECT_EQ("1", Get("current_errors"));
 }
 
 TEST_F(Scenarios, AFunctionFailsUntilTheFailureIsCleared) {
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
-  void* card = Named();
+  void* card = CreateCard();
   EXPECT_EQ("0 vsl_open fails with 12: no luck\n",
-            Played(R"({"do": "fail", "what": "vsl_open", "code": 12, "text": "no luck"})"));
+            PlaySteps(R"({"do": "fail", "what": "vsl_open", "code": 12, "text": "no luck"})"));
   EXPECT_EQ(12U, vsl_open(card, &m_Error));
   EXPECT_STREQ("no luck", m_Error.text);
-  EXPECT_EQ("0 vsl_open works again\n", Played(R"({"do": "clear-failure", "what": "vsl_open"})"));
+  EXPECT_EQ("0 vsl_open works again\n",
+            PlaySteps(R"({"do": "clear-failure", "what": "vsl_open"})"));
   EXPECT_EQ(0U, vsl_open(card, &m_Error));
 }
 
 TEST_F(Scenarios, AFailureNeedsNeitherCodeNorText) {
-  EXPECT_EQ("0 vsl_close fails with 1: made to fail by a scenario\n",
-            Played(R"({"do": "fail", "what": "vsl_close"})"));
+  EXPECT_EQ("0 vsl_close fails with 1: failure injected by a scenario\n",
+            PlaySteps(R"({"do": "fail", "what": "vsl_close"})"));
 }
 
-TEST_F(Scenarios, TimesCountFromTheStartOfTheScenario) {
+TEST_F(Scenarios, TimesAreRelativeToTheScenario) {
   EXPECT_EQ("1500 it warns\n3500 card1: cleared FLASHBACK\n",
-            Played(R"({"after_ms": 1500, "do": "raise", "card": "card1", "what": "FLASHBACK",
+            PlaySteps(R"({"after_ms": 1500, "do": "raise", "card": "card1", "what": "FLASHBACK",
                        "say": "it warns"},
                       {"after_ms": 2000, "do": "clear", "card": "card1", "what": "FLASHBACK"})"));
 }
@@ -126,18 +127,18 @@ TEST_F(Scenarios, TheObserverStopsThePlayBetweenTwoSteps) {
       R"({"do": "raise", "card": "card1", "what": "FLASHBACK"},
          {"after_ms": 80000000, "do": "clear", "card": "card1", "what": "FLASHBACK"})"));
   int observed = 0;
-  int asked = 0;
+  int calls = 0;
   auto file = File();
   EXPECT_EQ(1U, PlayScenario(scenario, file, 1,
                              {[&](std::uint64_t, const std::string&) { ++observed; },
-                              [&] { return ++asked == 4; }}));
+                              [&] { return ++calls == 4; }}));
   EXPECT_EQ(1, observed);
   EXPECT_EQ("256", Get("current_errors"));
 }
 
 TEST_F(Scenarios, AFailedStepIsReportedAndStopsTheScenario) {
   EXPECT_EQ("step 2 of 3 (it warns): no card named card1; did you mean card0?", ErrorOf([&] {
-              Played(R"({"do": "remove", "card": "card1"},
+              PlaySteps(R"({"do": "remove", "card": "card1"},
                   {"do": "raise", "card": "card1", "what": "FLASHBACK", "say": "it warns"},
                   {"do": "remove", "card": "card0"})");
             }));
@@ -145,7 +146,7 @@ TEST_F(Scenarios, AFailedStepIsReportedAndStopsTheScenario) {
 }
 
 TEST_F(Scenarios, AStepMayUseACardThatAnEarlierOneAdded) {
-  Played(R"({"do": "add", "what": "flash-365g"},
+  PlaySteps(R"({"do": "add", "what": "flash-365g"},
             {"do": "raise", "card": "card3", "what": "FLASHBACK"})");
   EXPECT_EQ("256", File().Get("card3", "current_errors"));
 }
@@ -160,13 +161,13 @@ TEST_F(Scenarios, AMissingStateFileIsReportedBeforeTheFirstWait) {
             }));
 }
 
-struct Bad {
+struct BadCase {
   const char* name;
   const char* text;  // a complete file, or the second step of a scenario
   const char* error;
 };
 
-const Bad kBad[] = {
+const BadCase kBadSteps[] = {
     {"NoVerb", R"({"do": "rase"})", "step 2.do: unknown verb rase; did you mean raise?"},
     {"FormerVerb", R"({"do": "heal", "what": "vsl_open"})",
      "step 2.do: unknown verb heal; did you mean clear-failure?"},
@@ -229,7 +230,7 @@ const Bad kBad[] = {
      "step 2.after_ms: the scenario lasts more than a day"},
 };
 
-class BadSteps : public Scenarios, public ::testing::WithParamInterface<Bad> {};
+class BadSteps : public Scenarios, public ::testing::WithParamInterface<BadCase> {};
 
 TEST_P(BadSteps, AreRejectedWithTheirPosition) {
   const std::string good = R"({"after_ms": 1001, "do": "remove", "card": "card1"})";
@@ -237,10 +238,10 @@ TEST_P(BadSteps, AreRejectedWithTheirPosition) {
             ErrorOf([&] { ParseScenario(WithSteps(good + "," + GetParam().text)); }));
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, BadSteps, ::testing::ValuesIn(kBad),
+INSTANTIATE_TEST_SUITE_P(Table, BadSteps, ::testing::ValuesIn(kBadSteps),
                          [](const auto& row) { return std::string(row.param.name); });
 
-const Bad kBadFiles[] = {
+const BadCase kBadFiles[] = {
     {"Empty", "", "line 1, column 1: invalid JSON"},
     {"NoJson", "{\n  ?", "line 2, column 3: invalid JSON"},
     {"HugeNumber", R"({"title": 1e999})", "contains a number that is out of range"},
@@ -255,7 +256,7 @@ const Bad kBadFiles[] = {
     {"MoreThanThat", R"({"title": "t", "step": []})", "file.step: unknown; did you mean steps?"},
 };
 
-class BadScenarios : public Scenarios, public ::testing::WithParamInterface<Bad> {};
+class BadScenarios : public Scenarios, public ::testing::WithParamInterface<BadCase> {};
 
 TEST_P(BadScenarios, AreRejectedWithTheirPosition) {
   EXPECT_EQ(GetParam().error, ErrorOf([] { ParseScenario(GetParam().text); }));

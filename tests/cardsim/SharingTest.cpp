@@ -14,7 +14,7 @@ class Sharing : public SimulatedCards {
 
 // Runs `work` in a child process. Returns the wait status.
 template <typename Work>
-int InAnotherProcess(Work work) {
+int RunInChild(Work work) {
   const pid_t child = fork();
   if (child == 0) {
     int status = 1;
@@ -32,8 +32,8 @@ int InAnotherProcess(Work work) {
 
 TEST_F(Sharing, AChangeByAnotherProcessIsVisibleAfterTheNextOpen) {
   StartWithCard();
-  void* card = Opened();
-  EXPECT_EQ(0, InAnotherProcess([this] { File().Set("card0", "temp_internal_deg_c", "66.5"); }));
+  void* card = OpenCard();
+  EXPECT_EQ(0, RunInChild([this] { File().Set("card0", "temp_internal_deg_c", "66.5"); }));
   EXPECT_EQ(51.7F, vsl_temp_internal_deg_c(card, &m_Error));
   vsl_close(card, &m_Error);
   vsl_open(card, &m_Error);
@@ -44,9 +44,9 @@ TEST_F(Sharing, ACardAddedByAnotherProcessIsFoundByName) {
   StartWithCard();
   void* card = nullptr;
   EXPECT_NE(0U, vsl_iom_create_by_name("/dev/fct1", &card, &m_Error));
-  EXPECT_EQ(0, InAnotherProcess([this] { File().AddCard(0x3001); }));
+  EXPECT_EQ(0, RunInChild([this] { File().AddCard(0x3001); }));
   EXPECT_EQ(0U, vsl_iom_create_by_name("/dev/fct1", &card, &m_Error));
-  EXPECT_EQ(0, InAnotherProcess([this] { File().RemoveCard("card1"); }));
+  EXPECT_EQ(0, RunInChild([this] { File().RemoveCard("card1"); }));
   EXPECT_NE(0U, vsl_open(card, &m_Error));
 }
 
@@ -56,10 +56,10 @@ TEST_F(Sharing, EveryOneOfManyQuickChangesIsDetected) {
   StartWithCard();
   for (int i = 100; i < 160; ++i) {
     File().Set("card0", "pci_slot_num", std::to_string(i));
-    ASSERT_EQ(i, vsl_pci_slot_num(Opened(), &m_Error));
+    ASSERT_EQ(i, vsl_pci_slot_num(OpenCard(), &m_Error));
     File().Set("card0", "pci_slot_num", "99");
     File().Set("card0", "pci_slot_num", std::to_string(i + 1));
-    ASSERT_EQ(i + 1, vsl_pci_slot_num(Opened(), &m_Error));
+    ASSERT_EQ(i + 1, vsl_pci_slot_num(OpenCard(), &m_Error));
   }
 }
 
@@ -118,7 +118,7 @@ TEST_F(Sharing, NoEditOfSeveralThreadsIsLostAndReadersSeeCompleteFiles) {
 
 TEST_F(Sharing, CallsFailWhileTheFileIsDamaged) {
   StartWithCard();
-  void* card = Named();
+  void* card = CreateCard();
   const std::string good = Slurp();
   Spill("{");
   EXPECT_EQ(2U, vsl_open(card, &m_Error));

@@ -191,13 +191,13 @@ TEST_F(StateFiles, RaisingAddsAnAbsentMask) {
 }
 
 // A damaged file, and the message that reports it.
-struct Bad {
+struct DamagedFile {
   const char* name;
   const char* text;
   const char* why;
 };
 
-const Bad kBads[] = {
+const DamagedFile kDamagedFiles[] = {
     {"Empty", "", "line 1, column 1: invalid JSON"},
     {"Torn", "{\"cardsim\": 1,\n \"cards\": [", "line 2, column 12: invalid JSON"},
     {"List", "[]", "file: must be an object"},
@@ -257,7 +257,7 @@ const Bad kBads[] = {
      "failures.vsl_open.code: must not be 0, which means success"},
 };
 
-class DamagedFiles : public SimulatedCards, public ::testing::WithParamInterface<Bad> {};
+class DamagedFiles : public SimulatedCards, public ::testing::WithParamInterface<DamagedFile> {};
 
 TEST_P(DamagedFiles, AreReportedAndNotChanged) {
   Spill(GetParam().text);
@@ -269,7 +269,7 @@ TEST_P(DamagedFiles, AreReportedAndNotChanged) {
   EXPECT_EQ(GetParam().text, Slurp());
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, DamagedFiles, ::testing::ValuesIn(kBads),
+INSTANTIATE_TEST_SUITE_P(Table, DamagedFiles, ::testing::ValuesIn(kDamagedFiles),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(StateFiles, AreNotCreatedByAccess) {
@@ -285,11 +285,11 @@ TEST_F(StateFiles, AreNotCreatedByAccess) {
 TEST_F(StateFiles, AreRejectedIfTheyAreNotRegularFiles) {
   std::filesystem::remove(Path());
   std::filesystem::create_directory(Path());
-  EXPECT_EQ(Path().string() + ": is not a regular file", ErrorOf([this] { File().Cards(); }));
+  EXPECT_EQ(Path().string() + ": not a regular file", ErrorOf([this] { File().Cards(); }));
   std::filesystem::remove(Path());
   ASSERT_EQ(0, mkfifo(Path().c_str(), 0600));
-  EXPECT_EQ(Path().string() + ": is not a regular file", ErrorOf([this] { File().Cards(); }));
-  EXPECT_EQ(Path().string() + ": is not a regular file", ErrorOf([this] { File().Create(true); }));
+  EXPECT_EQ(Path().string() + ": not a regular file", ErrorOf([this] { File().Cards(); }));
+  EXPECT_EQ(Path().string() + ": not a regular file", ErrorOf([this] { File().Create(true); }));
 }
 
 }  // namespace

@@ -9,7 +9,7 @@ class Sysfs : public SimulatedCards {
   std::filesystem::path Tree() const { return m_Directory / "sys"; }
   std::filesystem::path Devices() const { return Tree() / "bus/pci/devices"; }
 
-  // Returns address, vendor and device of each PCI device.
+  // Returns the address, vendor and device of each PCI device.
   std::string Listing() const {
     std::map<std::string, std::string> lines;
     for (const auto& entry : std::filesystem::directory_iterator(Devices())) {
@@ -45,7 +45,7 @@ TEST_F(Sysfs, ReplacesItsOwnEarlierTree) {
 
 TEST_F(Sysfs, DoesNotReplaceAForeignTree) {
   std::filesystem::create_directories(Devices() / "0000:00:00.0");
-  EXPECT_EQ(Devices().string() + ": not written by cardsim; not replaced",
+  EXPECT_EQ(Devices().string() + ": not created by cardsim; will not be replaced",
             ErrorOf([this] { File().WriteSysfs(Tree()); }));
   EXPECT_TRUE(std::filesystem::exists(Devices() / "0000:00:00.0"));
 }
@@ -54,7 +54,7 @@ TEST_F(Sysfs, RejectsTwoCardsAtOneAddress) {
   File().AddCard(0x1003);
   File().AddCard(0x1003);
   File().Set("card1", "pci_bus", "3");
-  EXPECT_EQ("card1: another card has its PCI address 0000:03:00.0",
+  EXPECT_EQ("card1: PCI address 0000:03:00.0 is already used by another card",
             ErrorOf([this] { File().WriteSysfs(Tree()); }));
 }
 

@@ -14,7 +14,7 @@ class Volumes : public SimulatedCards {
   // Returns the state of each volume, in order, followed by "s" if it can be set or "-" if it
   // cannot.
   std::string States() {
-    void* card = Named();
+    void* card = CreateCard();
     void* volume = nullptr;
     std::string text;
     while (vsl_vsu_iterate(card, &volume, 1, &m_Error)) {
@@ -32,7 +32,7 @@ TEST_F(Volumes, AreIteratedInOrder) {
 }
 
 TEST_F(Volumes, AcceptOrRejectANewState) {
-  void* card = Named();
+  void* card = CreateCard();
   void* volume = nullptr;
   std::string codes;
   while (vsl_vsu_iterate(card, &volume, 1, &m_Error)) {
@@ -43,7 +43,7 @@ TEST_F(Volumes, AcceptOrRejectANewState) {
 }
 
 TEST_F(Volumes, ShowTheNewStateImmediately) {
-  void* card = Named();
+  void* card = CreateCard();
   void* volume = nullptr;
   ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
   EXPECT_EQ(0U, vsl_set_vsu_state(volume, 0, &m_Error));
@@ -52,18 +52,18 @@ TEST_F(Volumes, ShowTheNewStateImmediately) {
 }
 
 TEST_F(Volumes, AreReportedIfTheyWereRemoved) {
-  void* card = Named();
+  void* card = CreateCard();
   void* volume = nullptr;
   ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
   File().MakeAbsent("card0", "volumes");
   EXPECT_EQ(3U, vsl_set_vsu_state(volume, 0, &m_Error));
-  EXPECT_STREQ("the unit is gone", m_Error.text);
+  EXPECT_STREQ("the unit has been removed", m_Error.text);
   EXPECT_EQ("", States());
 }
 
 TEST_F(Volumes, BelongToTheHandleThatIteratesThem) {
-  void* card = Named();
-  void* other = Named();
+  void* card = CreateCard();
+  void* other = CreateCard();
   void* volume = nullptr;
   ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
   EXPECT_FALSE(vsl_vsu_iterate(other, &volume, 1, &m_Error));

@@ -22,7 +22,7 @@ std::vector<std::string> WithZeroByte(const std::string& text) {
 }
 
 // Returns the text with its zero byte replaced by "<zero>".
-std::string Shown(std::string text) {
+std::string Visible(std::string text) {
   const auto position = text.find('\0');
   if (position != std::string::npos) text.replace(position, 1, "<zero>");
   return text;
@@ -40,7 +40,7 @@ TEST_F(ZeroBytes, AreNotAcceptedInAStateFile) {
   ASSERT_EQ("no error", ErrorOf([this] { File().Cards(); }));
   for (const std::string& text : WithZeroByte(kState)) {
     Spill(text);
-    EXPECT_NE("no error", ErrorOf([this] { File().Cards(); })) << Shown(text);
+    EXPECT_NE("no error", ErrorOf([this] { File().Cards(); })) << Visible(text);
   }
 }
 
@@ -51,7 +51,7 @@ constexpr const char* kScenario = R"({"title": "warm", "steps": [
 TEST_F(ZeroBytes, AreNotAcceptedInAScenario) {
   CardSim::ParseScenario(kScenario);
   for (const std::string& text : WithZeroByte(kScenario)) {
-    EXPECT_NE("no error", ErrorOf([&] { CardSim::ParseScenario(text); })) << Shown(text);
+    EXPECT_NE("no error", ErrorOf([&] { CardSim::ParseScenario(text); })) << Visible(text);
   }
 }
 
@@ -68,7 +68,7 @@ TEST_F(ZeroBytes, AreNotAcceptedInAProfile) {
   };
   EXPECT_EQ("no error", adding(kProfile));
   for (const std::string& text : WithZeroByte(kProfile)) {
-    EXPECT_NE("no error", adding(text)) << Shown(text);
+    EXPECT_NE("no error", adding(text)) << Visible(text);
   }
 }
 

@@ -64,41 +64,41 @@ class BlockDeviceUsers : public testing::Test {
   const fs::path m_Root = m_Directory.Path();
 };
 
-TEST_F(BlockDeviceUsers, AnUnusedCardHasNoUsers) {
+TEST_F(BlockDeviceUsers, ReportsNoneForAnUnusedCard) {
   EXPECT_EQ(UsersOf(kCard), Users{});
 }
 
-TEST_F(BlockDeviceUsers, AMountedDiskIsReportedWithItsMountPoint) {
+TEST_F(BlockDeviceUsers, ReportsAMountedDiskWithItsMountPoint) {
   Mount("40 22 252:0 / /data rw - ext4 /dev/fioa rw");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa is mounted at /data"});
 }
 
-TEST_F(BlockDeviceUsers, AMountedPartitionIsReported) {
+TEST_F(BlockDeviceUsers, ReportsAMountedPartition) {
   Mount("40 22 252:1 / /data rw shared:7 master:2 - ext4 /dev/fioa1 rw");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /data"});
 }
 
-TEST_F(BlockDeviceUsers, AnEscapedSpaceInAMountPointIsDecoded) {
+TEST_F(BlockDeviceUsers, DecodesAnEscapedSpaceInAMountPoint) {
   Mount("40 22 252:1 / /my\\040data rw - ext4 /dev/fioa1 rw");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /my data"});
 }
 
-TEST_F(BlockDeviceUsers, AFileSystemWithItsOwnDeviceNumberIsFoundByItsSource) {
+TEST_F(BlockDeviceUsers, FindsAFileSystemWithItsOwnDeviceNumberByItsSource) {
   Mount("40 22 0:45 / /pool rw - btrfs /dev/fioa1 rw,space_cache");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /pool"});
 }
 
-TEST_F(BlockDeviceUsers, ASourceThatIsNotADeviceIsIgnored) {
+TEST_F(BlockDeviceUsers, IgnoresASourceThatIsNotADevice) {
   Mount("40 22 0:46 / /net rw - nfs server:/fioa1 rw");
   EXPECT_EQ(UsersOf(kCard), Users{});
 }
 
-TEST_F(BlockDeviceUsers, SwapIsReported) {
+TEST_F(BlockDeviceUsers, ReportsSwap) {
   Write("swaps", "Filename Type Size Used Priority\n/dev/fioa1   partition\t1024\t0\t-2\n");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is used as swap"});
 }
 
-TEST_F(BlockDeviceUsers, AHolderIsReportedWithItsUsers) {
+TEST_F(BlockDeviceUsers, ReportsAHolderWithItsUsers) {
   AddDisk("devices/virtual", "dm-0", "253:0");
   Hold("fioa/fioa1", "dm-0");
   Mount("40 22 253:0 / /srv rw - xfs /dev/mapper/vg-srv rw");
@@ -112,14 +112,14 @@ TEST_F(BlockDeviceUsers, StopsAtAHolderThatHoldsItself) {
   EXPECT_EQ(UsersOf(kCard), (Users{"dm-0 is held by dm-0", "fioa is held by dm-0"}));
 }
 
-TEST_F(BlockDeviceUsers, TheDiskOfAnotherCardIsIgnored) {
+TEST_F(BlockDeviceUsers, IgnoresTheDiskOfAnotherCard) {
   AddDisk("devices/pci0000:5d/0000:5e:00.0", "fiob", "252:16");
   Mount("40 22 252:16 / /data rw - ext4 /dev/fiob rw");
   EXPECT_EQ(UsersOf(kCard), Users{});
   EXPECT_EQ(UsersOf("0000:5e:00.0"), Users{"fiob is mounted at /data"});
 }
 
-TEST_F(BlockDeviceUsers, AnAddressWithoutSegmentAndInUpperCaseIsAccepted) {
+TEST_F(BlockDeviceUsers, AcceptsAnUppercaseAddressWithoutSegment) {
   Mount("40 22 252:0 / /data rw - ext4 /dev/fioa rw");
   EXPECT_EQ(UsersOf("3b:00.0"), Users{"fioa is mounted at /data"});
   EXPECT_EQ(UsersOf("0000:3B:00.0"), Users{"fioa is mounted at /data"});
@@ -130,7 +130,7 @@ TEST_F(BlockDeviceUsers, ReportsNoneForACardWithoutAnAddress) {
   EXPECT_EQ(UsersOf(""), Users{});
 }
 
-TEST_F(BlockDeviceUsers, MalformedLinesAndMissingTablesAreIgnored) {
+TEST_F(BlockDeviceUsers, IgnoresMalformedLinesAndMissingTables) {
   Write("mounts", "\n40\n252:0 252:0 252:0 252:0\n");
   Write("swaps", "\n\n");
   EXPECT_EQ(UsersOf(kCard), Users{});

@@ -72,7 +72,7 @@ PI::CProperty Status(int value) {
 }
 
 // Values that a terminal, a table or a JSON reader could misread.
-void AddOddities(PI::CObject& adapter) {
+void AddUnusualValues(PI::CObject& adapter) {
   adapter.m_Properties.push_back(Text(PI::Property::NAME, "tab\there\x1b[31m"));
   adapter.m_Properties.push_back(Text(PI::Property::SERIAL_NUMBER, "SAME"));
   adapter.m_Properties.push_back(Text(PI::Property::FIRMWARE_VERSION,
@@ -167,7 +167,7 @@ class OddPlugin : public IPLUGINAPI {
     return PI::SUCCESS;
   }
 
-  // One event is pending from the start, and a second one arrives after the notification.
+  // One event is pending initially, and a second one arrives after the notification.
   void Work() {
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     m_Due = 2;
@@ -202,7 +202,7 @@ class OddPlugin : public IPLUGINAPI {
     for (std::uint64_t i = 0; i < 2; ++i) {
       PI::CObject adapter = MakeObject(kFirstAdapter + i, PI::OBJECT_ADAPTER);
       if (i == 0) adapter.m_Children.push_back(kFirstDrive);
-      if (Case() == "odd") AddOddities(adapter);
+      if (Case() == "odd") AddUnusualValues(adapter);
       if (Case() == "smart") adapter.m_Properties.push_back(Status(PI::Value::OK));
       objects.push_back(adapter);
     }

@@ -185,7 +185,7 @@ struct TextCase {
   json m_Json;
 };
 
-TEST(RecordJson, ConvertsAnyText) {
+TEST(RecordJson, ConvertsAnyString) {
   const TextCase cases[] = {
       {"", nullptr},  // the default, which is omitted
       {"caf\xc3\xa9", "caf\xc3\xa9"},
@@ -257,17 +257,16 @@ TEST(RecordJson, RejectsInvalidRecords) {
        "payload.number: expected an integer from 0 to 18446744073709551615"},
       {R"({"bool": 1})", "payload.bool: expected true or false"},
       {R"({"float": 3.5e38})",
-       R"(payload.float: expected a number of 32 bits, "nan", "inf" or "-inf")"},
-      {R"({"float": "Inf"})",
-       R"(payload.float: expected a number of 32 bits, "nan", "inf" or "-inf")"},
+       R"(payload.float: expected a 32-bit number, "nan", "inf" or "-inf")"},
+      {R"({"float": "Inf"})", R"(payload.float: expected a 32-bit number, "nan", "inf" or "-inf")"},
       {R"({"string": {"text": 5}})",
-       R"(payload.string.text: expected a text or {"hex": "pairs of lower-case digits"})"},
+       R"(payload.string.text: expected a string or {"hex": "..."} with pairs of lowercase hexadecimal digits)"},
       {R"({"string": {"text": {"hex": "f"}}})",
-       R"(payload.string.text: expected a text or {"hex": "pairs of lower-case digits"})"},
+       R"(payload.string.text: expected a string or {"hex": "..."} with pairs of lowercase hexadecimal digits)"},
       {R"({"string": {"text": {"hex": "FF"}}})",
-       R"(payload.string.text: expected a text or {"hex": "pairs of lower-case digits"})"},
+       R"(payload.string.text: expected a string or {"hex": "..."} with pairs of lowercase hexadecimal digits)"},
       {R"({"string": {"text": {"hex": "ff", "x": 1}}})",
-       R"(payload.string.text: expected a text or {"hex": "pairs of lower-case digits"})"},
+       R"(payload.string.text: expected a string or {"hex": "..."} with pairs of lowercase hexadecimal digits)"},
       {R"({"choice": {"allowed": 1}})", "payload.choice.allowed: expected a list"},
       {R"({"choice": {"allowed": [1, 2.5]}})",
        "payload.choice.allowed[1]: expected an integer from -2147483648 to 2147483647"},
@@ -296,7 +295,7 @@ TEST(RecordJson, RejectsAReplyWithoutAResult) {
 
 // Returns a command with `operations` nested operations. Each is in an object of the next one, and
 // each operation and object adds two levels of JSON.
-json Nested(int operations) {
+json MakeNested(int operations) {
   json operation = json::object();
   for (int i = 1; i < operations; ++i) {
     operation = {{"objects", {{{"operations", {operation}}}}}};
@@ -305,8 +304,8 @@ json Nested(int operations) {
 }
 
 TEST(RecordJson, LimitsNesting) {
-  EXPECT_EQ("accepted", WhyRejected(Nested(5)));
-  EXPECT_THAT(WhyRejected(Nested(6)), testing::EndsWith(": nested too deeply"));
+  EXPECT_EQ("accepted", WhyRejected(MakeNested(5)));
+  EXPECT_THAT(WhyRejected(MakeNested(6)), testing::EndsWith(": nested too deeply"));
 }
 
 TEST(RecordJson, ConvertsEveryFieldOfALogEntry) {
@@ -341,7 +340,7 @@ TEST(RecordJson, ConvertsEveryFieldOfACount) {
 
 TEST(RecordJson, RejectsAnEventWithTooFewPlaceholders) {
   const json event = {{"place_holders", {"one"}}};
-  EXPECT_EQ("payload.events[0].place_holders: expected a list of 14",
+  EXPECT_EQ("payload.events[0].place_holders: expected a list of 14 elements",
             WhyRejected({{"command", "EXECUTE_OPERATION"}, {"payload", {{"events", {event}}}}}));
 }
 

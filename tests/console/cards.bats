@@ -8,7 +8,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  use_short_times
+  use_short_intervals
   local detached="$BATS_FILE_TMPDIR/attach.json" name
   cp "$CARDSIM_STATE" "$detached"
   cardsim --state "$detached" set card0 iom_state 0
@@ -147,7 +147,7 @@ Nothing was changed." "$(out dry)"
 @test "locate on leaves the LED on and prints a note" {
   ended on 0
   same "a0 locate LED: off -> on" "$(out on)"
-  said on "  To keep it on: corvane-host locate a0 on --for 5m"
+  said on "  To keep the LED on: corvane-host locate a0 on --for 5m"
   same true "$(card on beacon_state)"
 }
 

@@ -132,7 +132,7 @@ destroyed" "$(cat "$BATS_FILE_TMPDIR/set.log")"
     "$BATS_FILE_TMPDIR/unset.err"
 }
 
-@test "list stops a plug-in that fails after the start" {
+@test "list stops a plug-in that fails after startup" {
   ended topology 1
   same "Initialize
 SetAdapterIDs 1 2

@@ -131,7 +131,7 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
   same "" "$(readings drive)"
 }
 
-@test "readings have units, limits and a stable card name" {
+@test "performance data has units, limits and a stable card name" {
   same "S100_temperature_celsius=48.2;78;85
 S100_reserve_space=97%;10:;;0;100
 S100_endurance_used=25%;;;0
@@ -140,12 +140,12 @@ S100_read_bytes=2199023255552c
 S100_written_bytes=1099511627776c" "$(readings card)"
 }
 
-@test "a value that a card does not report has no reading" {
+@test "a value that a card does not report has no performance data" {
   same "S200_endurance_used S200_slot_power_watts S200_read_bytes S200_written_bytes" \
     "$(readings warning | sed -n 's/^\(S200_[a-z_]*\)=.*/\1/p' | paste -sd' ')"
 }
 
-@test "cards with the same serial number have different readings" {
+@test "cards with the same serial number have different performance data" {
   same "pci:0000:3b:02.1
 pci:0000:5e:00.0" "$(readings duplicate | sed 's/_.*//' | sort -u)"
 }
@@ -220,7 +220,7 @@ corvane-host: check: the program crashed (Aborted)" "$(err crashloud)"
   same "CORVANE UNKNOWN - check: timed out after 1000 ms" "${lines[0]}"
 }
 
-@test "check releases no resource that a hanging read uses" {
+@test "check does not release resources that a hanging read uses" {
   ended stuck 3
   line stuck "CORVANE UNKNOWN - check: timed out after 1000 ms"
   same "Initialize

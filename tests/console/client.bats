@@ -10,7 +10,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  use_short_times
+  use_short_intervals
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/corvane.db"
   export SOCKET="$BATS_FILE_TMPDIR/run/corvane.sock"
   start_service main "$SOCKET"
@@ -34,7 +34,7 @@ pid_of() { cat "$BATS_FILE_TMPDIR/$1.pid"; }
 served() { corvane-host --socket "$SOCKET" "$@"; }
 direct() { CORVANE_DATABASE=:memory: corvane-host --simulate "$@"; }
 
-@test "reads through the service print the same as direct reads" {
+@test "reads through the service print the same output as direct reads" {
   local line
   local -a words
   while read -r line; do
@@ -111,7 +111,7 @@ END
   Pass --direct to load the plug-in into this process instead." "$(err none)"
 }
 
-@test "a socket without permission exits with 6" {
+@test "list exits with 6 without permission to use the socket" {
   chmod 0 "$SOCKET"
   keep denied unprivileged corvane-host --socket "$SOCKET" list
   chmod 600 "$SOCKET"
@@ -133,7 +133,7 @@ END
   ended held 4
   same "corvane-host: cannot load the plug-in: $CORVANE_DATABASE is in use by the service with process id $(pid_of main)
   Use the service: --socket $SOCKET
-  Or stop it, or pass another database with --database." "$(err held)"
+  Or stop the service, or pass another database with --database." "$(err held)"
   keep simulated host list -o json
   ended simulated 4
   valid simulated

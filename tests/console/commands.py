@@ -25,6 +25,6 @@ def arguments(help_json, overrides):
     return {**found, **overrides}
 
 
-def forms(help_json):
+def formats(help_json):
     """Returns the accepted values of --output by command."""
     return {row["name"]: row["forms"] for row in json.loads(help_json)["result"]["commands"]}

@@ -69,7 +69,7 @@ offers() {
   offers "e" events explain
 }
 
-@test "completes only options of the command" {
+@test "completes only the command's options" {
   offers "format --c" --capacity --color --confirm
   offers "list --c" --color --columns
   offers "show --f"
@@ -77,7 +77,7 @@ offers() {
   offers "events --fo" --follow --for
 }
 
-@test "completes output formats of the command" {
+@test "completes the command's output formats" {
   offers "show -o " json table tsv
   offers "get a0 -o v" value
 }
@@ -102,14 +102,14 @@ offers() {
   offers "show " plugin
 }
 
-@test "completes properties of the object; for set, only writable ones" {
+@test "completes the object's properties; for set, only writable ones" {
   offers "--simulate get a0/d0 sec" sector_size_bytes
   offers "--simulate get a0 sec"
   offers "--simulate set plugin " poll_interval=
   offers "--simulate set a0 "
 }
 
-@test "completes operations of the object" {
+@test "completes the object's operations" {
   offers "--simulate op run a0/d0 OP_" OP_FORMAT_DEVICE OP_MAKE_OFFLINE OP_MAKE_ONLINE
   offers "--simulate op check a0 OP_D" OP_DETACH
   offers "op list a0 "

@@ -142,7 +142,7 @@ class Document(api_document.Document):
         self.seen = set()
 
     def unseen(self):
-        for template, operations in self.whole["paths"].items():
+        for template, operations in self.content["paths"].items():
             for method, operation in operations.items():
                 for status in operation["responses"]:
                     if status[0] in "23":

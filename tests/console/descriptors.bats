@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# With few file descriptors or an unreadable list of cards, commands report an error instead of a
-# machine without cards.
+# With few file descriptors or an unreadable PCI device directory, commands report an error instead
+# of a machine without cards.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -18,16 +18,16 @@ setup_file() {
 
 # with_limit COMMAND LIMIT...: runs the command with each limit.
 with_limit() {
-  local command="$1" limit form=()
+  local command="$1" limit format=()
   shift
-  [ "$command" != list ] || form=(-o value)
+  [ "$command" != list ] || format=(-o value)
   # The leak check of the address sanitizer needs additional descriptors.
   local ASAN_OPTIONS="${ASAN_OPTIONS-}:detect_leaks=0"
   export ASAN_OPTIONS
   for limit; do
     # shellcheck disable=SC2016  # expanded by the inner bash
     keep "$command.$limit" bash -c 'ulimit -n "$1" && exec corvane-host "${@:2}"' bash "$limit" \
-      "$command" "${form[@]}" &
+      "$command" "${format[@]}" &
   done
   wait
 }
@@ -78,15 +78,15 @@ correct_or_error() {
   run -1 correct_or_error refused no
 }
 
-@test "the error for too few descriptors shows the required number" {
+@test "the error for too few file descriptors states how many are needed" {
   ended list.20 1
-  grep -qE "^corvane-host: cannot start the plug-in: only [0-9]+ more files can be opened, up to 64 are needed \(Too many open files\)$" \
+  grep -qE "^corvane-host: cannot start the plug-in: only [0-9]+ more files can be opened; up to 64 are needed \(Too many open files\)$" \
     "$BATS_FILE_TMPDIR/list.20.err"
   grep -qx "  Raise the limit: ulimit -n 256" "$BATS_FILE_TMPDIR/list.20.err"
   ended check.20 3
 }
 
-@test "an unreadable list of cards is an error" {
+@test "an unreadable PCI device directory is an error" {
   local sys="$BATS_TEST_TMPDIR/sys"
   mkdir -p "$sys/bus/pci"
   ln -s devices "$sys/bus/pci/devices"
@@ -95,7 +95,7 @@ correct_or_error() {
   said loop "corvane-host: cannot read $sys/bus/pci/devices: Too many levels of symbolic links"
 }
 
-@test "a list of cards without read permission exits with 6" {
+@test "list exits with 6 without permission to read the PCI devices" {
   local sys="$BATS_TEST_TMPDIR/sys"
   mkdir -p "$sys/bus/pci/devices/0000:3b:02.1"
   touch "$sys/bus/pci/devices/0000:3b:02.1/vendor"
@@ -110,7 +110,7 @@ correct_or_error() {
   said directory "corvane-host: cannot read $sys/bus/pci/devices: Permission denied"
 }
 
-@test "a machine without a PCI bus is reported as a machine without cards" {
+@test "list reports no cards on a machine without a PCI bus" {
   mkdir "$BATS_TEST_TMPDIR/sys"
   CORVANE_SYSFS="$BATS_TEST_TMPDIR/sys" keep bus corvane-host list
   ended bus 0

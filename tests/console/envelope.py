@@ -46,7 +46,7 @@ ARGUMENTS = {}  # by command, set by commands()
 OBJECTS = {"set": {"a0": "plugin"}}
 
 # Commands that do not load a plug-in.
-ALONE = {"explain", "completion", "help", "version"}
+WITHOUT_PLUGIN = {"explain", "completion", "help", "version"}
 # Commands that print a result even if the plug-in cannot be used.
 ANSWERS_ANYWAY = {"metrics"}
 # The command with the exit codes of monitoring plug-ins.
@@ -122,17 +122,17 @@ def run(cards, words, situation="", **variables):
 
 def commands():
     """Returns the output formats by command, from the program's help."""
-    own_help = subprocess.run(
+    help_json = subprocess.run(
         [f"{BUILD}/bin/corvane-host", "help", "-o", "json"], capture_output=True, check=True,
     ).stdout
-    ARGUMENTS.update(command_table.arguments(own_help, OVERRIDES))
-    return command_table.forms(own_help)
+    ARGUMENTS.update(command_table.arguments(help_json, OVERRIDES))
+    return command_table.formats(help_json)
 
 
 def expectation(situation, command):
     _, _, _, *expected = SITUATIONS[situation]
     names_object = "OBJ" in ARGUMENTS[command] or "DRIVE" in ARGUMENTS[command]
-    if command in ALONE and situation != "usage":
+    if command in WITHOUT_PLUGIN and situation != "usage":
         return 0, None
     if (situation, command) in EXCEPTIONS:
         return EXCEPTIONS[situation, command]
@@ -149,16 +149,16 @@ def documents(text):
         yield document
 
 
-def complaint(check, situation, command, form):
-    """Returns what is wrong with a run, or None."""
+def failure(check, situation, command, format_name):
+    """Runs one case and returns why it fails, or None."""
     cards, options, (adapter, drive), *_ = SITUATIONS[situation]
-    words = [*arguments_of(command, adapter, drive), "-o", form, *options]
+    words = [*arguments_of(command, adapter, drive), "-o", format_name, *options]
     done = run(cards, words, situation)
     code, identifier = expectation(situation, command)
     found = list(documents(done.stdout.decode("utf-8")))
     if done.returncode != code:
         return f"exit code {done.returncode}, expected {code}: {done.stderr.decode()}"
-    if form == "json" and len(found) != 1:
+    if format_name == "json" and len(found) != 1:
         return f"{len(found)} documents"
     if code != 0 and not found:
         return "no document"
@@ -181,65 +181,66 @@ def complaint(check, situation, command, form):
     return None
 
 
-def schema_complaint(forms):
+def schema_failure(formats):
     """Returns how the schema's commands differ from those of the program, or None."""
     schema = json.loads(SCHEMA.read_text(encoding="utf-8"))
     named = schema["properties"]["command"]["enum"]
-    if sorted(named, key=str) != sorted([*forms, None], key=str):
-        return f"values of `command`: {set(named) ^ {*forms, None} or 'one is listed twice'}"
+    if sorted(named, key=str) != sorted([*formats, None], key=str):
+        return f"values of `command`: {set(named) ^ {*formats, None} or 'one is listed twice'}"
     ruled = []
     for rule in schema["allOf"]:
         names = rule["if"]["properties"].get("command", {"enum": []})
         ruled += names.get("enum", [names.get("const")])
-    written = [name for name in forms if {"json", "jsonl"} & set(forms[name])]
+    written = [name for name in formats if {"json", "jsonl"} & set(formats[name])]
     if sorted(ruled) != sorted(written):
         return f"rules of `allOf`: {set(ruled) ^ set(written) or 'one command has two'}"
     return None
 
 
-def escape(command, form, variables):
-    words = [*arguments_of(command), *(["-o", form] if form else [])]
+def escape(command, format_name, variables):
+    words = [*arguments_of(command), *(["-o", format_name] if format_name else [])]
     done = run("escape", words, **variables)
     if done.returncode not in (0, 1):
         return f"exit code {done.returncode}: {done.stderr.decode()}"
     if b"\x1b" in done.stdout + done.stderr:
         return "an escape byte"
-    if command not in ALONE | {"set", "events", "serve"} and not done.stdout:
+    if command not in WITHOUT_PLUGIN | {"set", "events", "serve"} and not done.stdout:
         return "nothing was written"
     return None
 
 
-def schema_cases(forms):
-    yield "schema", schema_complaint, (forms,)
+def schema_cases(formats):
+    yield "schema", schema_failure, (formats,)
 
 
-def json_cases(forms):
+def json_cases(formats):
     check = jsonschema.Draft202012Validator(json.loads(SCHEMA.read_text(encoding="utf-8")))
     for situation in SITUATIONS:
-        for command, all_forms in forms.items():
-            for form in all_forms:
-                if form in ("json", "jsonl"):
-                    yield f"{situation}: {command} -o {form}", complaint, (
-                        check, situation, command, form,
+        for command, command_formats in formats.items():
+            for format_name in command_formats:
+                if format_name in ("json", "jsonl"):
+                    yield f"{situation}: {command} -o {format_name}", failure, (
+                        check, situation, command, format_name,
                     )
     # A rejected output format is reported in that format.
-    for command, all_forms in forms.items():
-        if "json" not in all_forms:
-            yield f"usage: {command} -o json", complaint, (check, "usage", command, "json")
+    for command, command_formats in formats.items():
+        if "json" not in command_formats:
+            yield f"usage: {command} -o json", failure, (check, "usage", command, "json")
 
 
-def escape_cases(forms):
+def escape_cases(formats):
     terminal = {"TERM": "xterm-256color"}
-    for command, all_forms in forms.items():
-        for form in all_forms:
-            yield f"{command} -o {form}", escape, (command, form, terminal)
+    for command, command_formats in formats.items():
+        for format_name in command_formats:
+            yield f"{command} -o {format_name}", escape, (command, format_name, terminal)
         for variables in ({**terminal, "NO_COLOR": "1"}, {"TERM": "dumb"}):
             yield f"{variables} {command}", escape, (command, None, variables)
 
 
 def main(what):
-    forms = commands()
-    cases = list({"schema": schema_cases, "json": json_cases, "escapes": escape_cases}[what](forms))
+    formats = commands()
+    make_cases = {"schema": schema_cases, "json": json_cases, "escapes": escape_cases}[what]
+    cases = list(make_cases(formats))
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(max_workers=12) as pool:
         running = [(name, pool.submit(work, *arguments)) for name, work, arguments in cases]

@@ -164,7 +164,7 @@ def run(words, situation, variable=None, value=None):
     return directory, done
 
 
-def complaint(*case):
+def failure(*case):
     words = case[0]
     directory, done = run(*case)
     written = {"standard output": done.stdout, "standard error": done.stderr}
@@ -194,18 +194,18 @@ def complaint(*case):
 
 
 def cases():
-    own_help = subprocess.run(
+    help_json = subprocess.run(
         [f"{BUILD}/bin/corvane-host", "help", "-o", "json"], capture_output=True, check=True
     ).stdout
-    arguments = commands.arguments(own_help, OVERRIDES)
-    forms = commands.forms(own_help)
-    for command, all_forms in forms.items():
+    arguments = commands.arguments(help_json, OVERRIDES)
+    formats = commands.formats(help_json)
+    for command, command_formats in formats.items():
         words = [command, *arguments[command].split()]
-        for form in all_forms:
-            yield [*words, "-o", form], "cards"
+        for format_name in command_formats:
+            yield [*words, "-o", format_name], "cards"
         for situation in SITUATIONS:
             yield words, situation
-            if "json" in all_forms and situation != "wrong output format":
+            if "json" in command_formats and situation != "wrong output format":
                 yield [*words, "-o", "json"], situation
     for words in MORE:
         yield words, "more"
@@ -221,7 +221,7 @@ def main():
     rows = list(cases())
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(max_workers=12) as pool:
-        running = [(row, pool.submit(complaint, *row)) for row in rows]
+        running = [(row, pool.submit(failure, *row)) for row in rows]
         for (words, *situation), future in running:
             problem = future.result()
             if problem:

@@ -47,7 +47,7 @@ setup_file() {
   same "30486 35034" "$(corvane-host explain REMAINING_RESERVE_SPACE -o tsv -H | cut -f2 | xargs)"
 }
 
-@test "explain shows property and unit of a property name" {
+@test "explain shows the property number, meaning and unit for a JSON field name" {
   same "30442  CHIP_TEMPERATURE  property
     means  The current temperature of the card's chip.
     name   temperature_celsius (adapter, in degrees Celsius)" \
@@ -55,11 +55,11 @@ setup_file() {
   valid term
   same '[[30442, null, [{"name": "temperature_celsius", "type": "adapter", "unit": "celsius"}]]]' \
     "$(json term '[[e[k] for k in ("number", "advice", "terms")] for e in d["result"]["entries"]]')"
-  # Adapters and drives use different properties for this name.
+  # For adapters and drives, this name stands for different properties.
   same "30035 30059" "$(corvane-host explain physical_size_bytes -o tsv -H | cut -f2 | xargs)"
 }
 
-@test "an entry without an action has no advice" {
+@test "explain omits the advice if no action is needed" {
   valid plain
   same '[["value", "Solid-state drive", null, null]]' \
     "$(json plain '[[e[k] for k in ("family", "meaning", "advice", "severity")] for e in d["result"]["entries"]]')"
@@ -73,7 +73,7 @@ setup_file() {
   same "value" "$(corvane-host explain WARNING -o tsv -H | cut -f1)"
 }
 
-@test "explain suggests a name for an unknown one" {
+@test "explain suggests a similar name for an unknown name" {
   ended unknown 3
   valid unknown
   said unknown "corvane-host: TEMPERATURE_ABOVE_WRN: not the number or name of an error, event, operation, property or value"
@@ -83,7 +83,7 @@ setup_file() {
   run -3 corvane-host explain 12345
 }
 
-@test "every column of list and tree, and every property of an object, can be explained" {
+@test "explain accepts every column of list and tree and every property of an object" {
   local name
   make_cards
   for name in $(corvane-host --simulate get a0 -o tsv -H | cut -f1) \

@@ -8,7 +8,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  use_short_times
+  use_short_intervals
   cardsim set card0 iom_format_max_size_bytes 1099511627776
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/attached.json"
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/attached.before"
@@ -122,7 +122,7 @@ a0/d0	formatted_ratio	0.8	0.8
 a0/d0	sector_size_bytes	512	512" "$(out same)"
 }
 
-@test "format of an attached card advises to detach it first" {
+@test "format of an attached card suggests detaching it first" {
   ended attached 1
   silent attached out
   said attached "corvane-host: format a0/d0: the card rejected the command (20003)"
@@ -132,6 +132,6 @@ a0/d0	sector_size_bytes	512	512" "$(out same)"
 
 @test "a format that the card rejects changes nothing" {
   ended odd 1
-  said odd "  Run it again with --trace 2,16 to see the card library's error."
+  said odd "  Run the command again with --trace 2,16 to see the card library's message."
   untouched odd
 }

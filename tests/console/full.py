@@ -34,7 +34,7 @@ OVERRIDES = {
 PRINTS_NOTHING = {"serve"}
 
 FAILED, UNKNOWN = 1, 3
-TEXT = "corvane-host: cannot write the output: No space left on device\n"
+WRITE_ERROR = "corvane-host: cannot write the output: No space left on device\n"
 
 counter = itertools.count()
 
@@ -57,18 +57,19 @@ def run(words):
     # Monitoring systems read only standard output and the exit code.
     if words[0] == "check":
         return None
-    return None if process.stderr.endswith(TEXT) else f"says: {process.stderr}"
+    return None if process.stderr.endswith(WRITE_ERROR) else f"unexpected message: {process.stderr}"
 
 
 def main():
-    own_help = subprocess.run([HOST, "help", "-o", "json"], capture_output=True, check=True).stdout
-    forms = commands.forms(own_help)
+    help_json = subprocess.run([HOST, "help", "-o", "json"], capture_output=True, check=True).stdout
+    formats = commands.formats(help_json)
     rows = []
-    for command, arguments in commands.arguments(own_help, OVERRIDES).items():
+    for command, arguments in commands.arguments(help_json, OVERRIDES).items():
         if command in PRINTS_NOTHING:
             continue
         arguments = arguments.replace("OBJ", "a0").replace("DRIVE", "a0/d0")
-        rows += [[command, *arguments.split(), "-o", form] for form in forms[command]]
+        words = [command, *arguments.split()]
+        rows += [[*words, "-o", format_name] for format_name in formats[command]]
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(max_workers=8) as pool:
         for row, problem in zip(rows, pool.map(run, rows)):

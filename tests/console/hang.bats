@@ -8,7 +8,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  use_short_times
+  use_short_intervals
   cardsim set card0 iom_state 0
   cardsim set card0 attach_ms 8000
   export TERM=xterm-256color
@@ -64,7 +64,7 @@ stuck() {
   same "of an earlier run" "$(cat "$BATS_FILE_TMPDIR/kept.prom")"
 }
 
-@test "an interrupted wait reports the last value" {
+@test "wait reports the last value when interrupted" {
   ended waiting 130
   said waiting "corvane-host: note: a0 was present"
 }

@@ -62,7 +62,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
 --ascii --color --no-input --socket --direct --plugin --simulate --database --timeout --trace --trace-file --help \
 --version" \
     "$(options format | xargs)"
-  out format | grep -q "^  -n, --dry-run  *show what would be changed, without changing it$"
+  out format | grep -q "^  -n, --dry-run  *show the changes without making them$"
   out format | tr -s ' \n' ' ' | grep -q "for scripts): table, tsv, json, jsonl -H"
 }
 

@@ -157,7 +157,7 @@ END
 }
 
 # Sets a short poll interval and short job durations, for tests that change cards.
-use_short_times() {
+use_short_intervals() {
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   local card job
   for card in card0 card1; do

@@ -237,7 +237,7 @@ before yesterday recent 3d" "$(out relative)"
   same 50 "$(out newest50 | wc -l)"
   same "Entry 19951." "$(out newest50 | head -1 | cut -f 6)"
   same "Entry 20000." "$(out newest50 | tail -1 | cut -f 6)"
-  said newest50 "corvane-host: note: showing the newest 50 events; the log has older ones"
+  said newest50 "corvane-host: note: showing the newest 50 events; the log contains older ones"
   same "Entry 19998.|Entry 19999.|Entry 20000.|" "$(words newest3)"
 }
 

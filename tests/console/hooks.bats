@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Programs that the service runs on events.
+# The service's event programs.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -9,7 +9,7 @@ setup() {
   BATS_FILE_TMPDIR="$BATS_TEST_TMPDIR"  # a machine for each test
   make_machine
   make_cards
-  use_short_times
+  use_short_intervals
   export CORVANE_DATABASE="$BATS_TEST_TMPDIR/corvane.db"
   SOCKET="$BATS_TEST_TMPDIR/run/s"
   PROGRAMS="$BATS_TEST_TMPDIR/events.d"
@@ -62,7 +62,7 @@ logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TE
   program fails 'echo "no route"; exit 4'
   start
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
-  failed() { grep -qx "corvane-host: events.d: fails: exit code 4 for event 1" "$BATS_TEST_TMPDIR/err"; }
+  failed() { grep -qx "corvane-host: events.d: fails: event 1: exit code 4" "$BATS_TEST_TMPDIR/err"; }
   eventually failed
   grep -qx "corvane-host: events.d: fails: no route" "$BATS_TEST_TMPDIR/err"
 }
@@ -73,7 +73,7 @@ logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TE
 signal.signal(signal.SIGCHLD, signal.SIG_IGN)
 os.execvp(sys.argv[1], sys.argv[1:])'
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
-  failed() { grep -qx "corvane-host: events.d: fails: exit code 4 for event 1" "$BATS_TEST_TMPDIR/err"; }
+  failed() { grep -qx "corvane-host: events.d: fails: event 1: exit code 4" "$BATS_TEST_TMPDIR/err"; }
   eventually failed
 }
 

@@ -32,7 +32,7 @@ for entry in json.load(sys.stdin)["result"]["entries"]: print(entry["meaning"]);
   unshare -m true 2>/dev/null || skip "needs unshare"
   make_machine
   make_cards
-  use_short_times
+  use_short_intervals
   cat >"$BATS_TEST_TMPDIR/journal.py" <<'END'
 import json, os, socket, subprocess, sys
 directory = sys.argv[1]
@@ -86,7 +86,7 @@ END
 @test "the service writes events to standard error if it is not connected to the journal" {
   make_machine
   make_cards
-  use_short_times
+  use_short_intervals
   corvane-host serve --simulate --socket "$BATS_TEST_TMPDIR/s" 2>"$BATS_TEST_TMPDIR/stderr" 3>&- &
   local service=$!
   eventually is_ready "$BATS_TEST_TMPDIR/s"

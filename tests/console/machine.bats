@@ -73,7 +73,7 @@ free_port() {
   python3 -c 'import socket; s = socket.create_server(("127.0.0.1", 0)); print(s.getsockname()[1])'
 }
 
-@test "the service reports readiness, its status and its stop" {
+@test "the service reports its readiness, status and stop" {
   manage
   serve --socket "$SOCKET"
   eventually reported READY=1

@@ -11,17 +11,17 @@ setup_file() {
   load service
   make_machine
   make_cards
-  use_short_times
+  use_short_intervals
   cardsim add 0x2001
   cardsim set card2 serial_number GONE
   cardsim set card2 pci_bus 100
   start_service
   cardsim remove card2
-  is_gone() {
+  is_missing() {
     ask known GET /v1/known-cards
     [ "$(json known '[c["present"] for c in d["cards"] if c["serial_number"] == "GONE"]')" = "[false]" ]
   }
-  eventually is_gone
+  eventually is_missing
 }
 
 teardown_file() {
@@ -29,7 +29,7 @@ teardown_file() {
   stop_service
 }
 
-@test "a missing card stays known, with its position" {
+@test "a missing card remains known and keeps its position" {
   ask known GET /v1/known-cards
   ended known 200
   same '[["a0", "S100", true], ["a1", "S200", true], ["a2", "GONE", false]]' \
@@ -67,7 +67,7 @@ teardown_file() {
   silent api err
 }
 
-@test "a forgotten card is no longer known" {
+@test "a forgotten card is left out of the known cards" {
   ask forgotten GET /v1/known-cards
   same '["S100", "S200"]' "$(json forgotten '[c["serial_number"] for c in d["cards"]]')"
 }

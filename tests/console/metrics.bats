@@ -135,7 +135,7 @@ corvane_adapter_status_reason adapter='S200' corvane_adapter_status_reason='TEMP
   no_series all "_reason='ATTACHED'"
 }
 
-@test "unknown values have no series, but 0 does" {
+@test "unknown values have no series, but zero values do" {
   no_series all "(temperature|reserve_space)_(celsius|ratio) adapter='S200'"
   no_series worn "power_limit.*S100"
   same "corvane_adapter_written_bytes_total adapter='S200' 0" "$(series worn 'written.*S200')"
@@ -181,7 +181,7 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
   said bus "corvane-host: note: No supported adapter was found in this machine."
 }
 
-@test "corvane_plugin_up is 0 and the exit code is not 0 if the plug-in does not start" {
+@test "corvane_plugin_up is 0 and the exit code is nonzero if the plug-in does not start" {
   local row name code
   for row in noplugin:5 noplug:5 nodriver:1; do
     IFS=: read -r name code <<<"$row"

@@ -8,7 +8,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  use_short_times
+  use_short_intervals
   keep list own list op list a0 -o tsv &
   keep listjson own list op list a0 -o json &
   keep drive own list op list a0/d0 -o json &

@@ -8,7 +8,7 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  use_short_times
+  use_short_intervals
   export TERM=xterm-256color
   local json
   # Cards are detached for formats, because an attached card rejects them.
@@ -32,7 +32,7 @@ setup_file() {
   TERM=dumb on dumb 24x120 see "[y/N]" press y press Enter ends 0 see "a0: attached -> detached" -- detach a0 &
   keep piped screen 24x120 see "[y/N]" press y press Enter ends 0 \
     -- sh -c "corvane-host --simulate='$BATS_FILE_TMPDIR/piped.json' detach a0 | cat >'$BATS_FILE_TMPDIR/piped.answer'" &
-  on right 24x120 see "Where   the locate LED of its card is blinking now" see "(Enter cancels):" \
+  on right 24x120 see "LED     the card's locate LED is blinking" see "(Enter cancels):" \
     press S10 run "cardsim --state $BATS_FILE_TMPDIR/right.json get card0 beacon_state | grep true" \
     press 0 press Enter ends 0 see "Formatting a0/d0 ... 0:" see "a0/d0: 512.0 GiB" -- format a0/d0 --capacity 50 &
   on wrong 24x120 see "(Enter cancels):" press S200 press Enter ends 4 \

@@ -74,7 +74,7 @@ class Terminal:
     def modes(self):
         return termios.tcgetattr(self.child.child_fd)
 
-    def take(self, seconds):
+    def receive(self, seconds):
         try:
             data = self.child.read_nonblocking(65536, seconds)
         except pexpect.TIMEOUT:
@@ -85,12 +85,12 @@ class Terminal:
         self.sent += data
         self.stream.feed(data)
 
-    def until(self, what, holds):
+    def wait_until(self, what, holds):
         end = time.monotonic() + TIMEOUT_SECONDS
         while not holds():
             if time.monotonic() > end:
                 self.fail(what)
-            self.take(0.05)
+            self.receive(0.05)
 
     def text(self):
         return "\n".join(line.rstrip() for line in self.screen.display)
@@ -101,7 +101,7 @@ class Terminal:
                 return self.screen.buffer[row][line.index(text)].fg != "default"
         self.fail(f"not on the screen: {text}")
 
-    def has_ended(self):
+    def has_exited(self):
         return not self.child.isalive()
 
     def code(self):
@@ -120,7 +120,7 @@ def size_of(text):
     return int(rows), int(columns)
 
 
-def fresh_modes():
+def default_modes():
     """Returns the modes of a new terminal. The program may have changed those of its terminal."""
     pair = os.openpty()
     try:
@@ -131,7 +131,7 @@ def fresh_modes():
 
 
 def play(terminal, steps):
-    modes = fresh_modes()
+    modes = default_modes()
     while steps:
         verb = steps.pop(0)
         if verb == "print":
@@ -140,9 +140,9 @@ def play(terminal, steps):
         argument = steps.pop(0)
         message = f"{verb} {argument}"
         if verb == "see":
-            terminal.until(message, lambda: argument in terminal.text())
+            terminal.wait_until(message, lambda: argument in terminal.text())
         elif verb == "gone":
-            terminal.until(message, lambda: argument not in terminal.text())
+            terminal.wait_until(message, lambda: argument not in terminal.text())
         elif verb in ("colored", "uncolored"):
             if terminal.is_colored(argument) != (verb == "colored"):
                 terminal.fail(message)
@@ -153,8 +153,8 @@ def play(terminal, steps):
         elif verb == "run":
             subprocess.run(argument, shell=True, check=True, stdout=subprocess.DEVNULL)
         elif verb == "ends":
-            terminal.until(message, terminal.has_ended)
-            terminal.take(0.2)
+            terminal.wait_until(message, terminal.has_exited)
+            terminal.receive(0.2)
             if argument not in ("any", str(terminal.code())):
                 terminal.fail(f"{message}: the program exited with {terminal.code()}")
             if terminal.modes() != modes:

@@ -162,7 +162,7 @@ teardown_file() {
   same 0 "$rc"
 }
 
-@test "a second service at the same socket is refused" {
+@test "a second service on the same socket is refused" {
   keep second host serve --socket "$SOCKET"
   ended second 1
   said second "corvane-host: cannot listen on $SOCKET: Address already in use"

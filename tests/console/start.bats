@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Failures during start, and cleanup after the program is killed.
+# Failures during startup, and cleanup after the program is killed.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -8,12 +8,13 @@ setup_file() {
   load helper
   make_machine
   make_cards
-  use_short_times
+  use_short_intervals
   rmdir "$CORVANE_SYSFS/bus/pci/devices"
   cardsim sysfs "$CORVANE_SYSFS"
 }
 
-# without_threads NAME ARGUMENTS...: keeps a run in which the plug-in cannot start threads.
+# without_threads NAME ARGUMENTS...: like keep, runs corvane-host with a plug-in that cannot start
+# threads.
 without_threads() {
   local name="$1"
   shift
@@ -23,8 +24,8 @@ without_threads() {
 
 @test "the program exits without stopping the plug-in if it cannot start a thread" {
   local log="$BATS_TEST_TMPDIR/log"
-  # Thread creation fails once the plug-in's log has its first line, which it writes during the
-  # start.
+  # Thread creation fails once the plug-in's log has its first line, which it writes during
+  # startup.
   export CONSOLE_TEST_LOG="$log" CONSOLE_TEST_NO_THREADS="$log"
   CONSOLE_TEST_PLUGIN="hang in DeInitialize" without_threads unstopped --plugin "$ODD_PLUGIN" list
   unset CONSOLE_TEST_LOG CONSOLE_TEST_NO_THREADS
@@ -34,7 +35,7 @@ without_threads() {
   same "Initialize" "$(cat "$log")"
 }
 
-@test "the error for an unreadable configuration advises to check its permissions" {
+@test "the error for an unreadable configuration suggests checking its permissions" {
   local config="$BATS_TEST_TMPDIR/config"
   mkdir "$config"
   echo PollInterval=20 >"$config/Corvane.ini"
@@ -43,15 +44,15 @@ without_threads() {
   ended denied 6
   same "corvane-host: cannot read $config/Corvane.ini: Permission denied
   Check the permissions of the file and its directories: namei -l $config/Corvane.ini
-  Run this as its owner or as root. Nothing was changed." "$(err denied)"
+  Run the command as the file's owner or as root. Nothing was changed." "$(err denied)"
 }
 
-@test "the error for an invalid configuration advises to repair or remove it" {
+@test "the error for an invalid configuration suggests repairing or removing it" {
   mkdir "$BATS_TEST_TMPDIR/config"
   printf 'PollInterval\0 [[[\n' >"$BATS_TEST_TMPDIR/config/Corvane.ini"
   CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep damaged corvane-host list
   ended damaged 1
-  same "  Repair or remove it. Nothing was changed." "$(err damaged | tail -n +2)"
+  same "  Repair or remove the file. Nothing was changed." "$(err damaged | tail -n +2)"
 }
 
 nothing_is_left() { [ -z "$(ls -A "$TMPDIR")" ]; }

@@ -198,7 +198,7 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   said property "corvane-host: a0: no property 'temperatur'"
 }
 
-@test "an interrupted wait exits with 130 and reports the last value" {
+@test "wait exits with 130 when interrupted and reports the last value" {
   ended stopped 130
   said stopped "corvane-host: note: a0 was present"
 }

@@ -44,7 +44,7 @@ OVERRIDES = {
 }
 
 # Commands that do not load a plug-in, and serve, which keeps running if its plug-in hangs.
-ALONE = {"explain", "completion", "help", "serve", "version"}
+WITHOUT_PLUGIN = {"explain", "completion", "help", "serve", "version"}
 
 START = ["hang in createIf", "hang", "hang in SetAdapterIDs"]
 NO_OBJECTS = {"plugin", "rows"}
@@ -69,7 +69,7 @@ WAITING = ["events --for 1s", "watch --for 1s", "events -f"]
 NEED_WORKER = {"wait", "watch"}
 
 TIMED_OUT, UNKNOWN, STOPPED, FAILED = 7, 3, 130, 1
-TEXT = "the plug-in does not respond"
+NO_RESPONSE = "the plug-in does not respond"
 NO_WORKER = "the plug-in could not start the thread that polls the cards; no events will arrive"
 
 counter = itertools.count()
@@ -94,14 +94,14 @@ def finish(process, words, expected, texts):
         out, err = process.communicate(timeout=TIMEOUT_SECONDS)
     except subprocess.TimeoutExpired:
         process.kill()
-        return "it does not end"
+        return "did not exit"
     if process.returncode != expected:
         return f"exit code {process.returncode}, expected {expected}: {err}"
     # Monitoring systems read standard output.
-    said = out if words[0] == "check" else err
+    output = out if words[0] == "check" else err
     for text in texts:
-        if text not in said:
-            return f"'{text}' is missing: {said}"
+        if text not in output:
+            return f"output does not contain '{text}': {output}"
     return None
 
 
@@ -109,7 +109,7 @@ def timeout(words, case):
     _, process = start(words, case)
     if words[0] == "check":
         return finish(process, words, UNKNOWN, ["timed out after 1000 ms"])
-    return finish(process, words, TIMED_OUT, [TEXT])
+    return finish(process, words, TIMED_OUT, [NO_RESPONSE])
 
 
 def interrupt(words, case):
@@ -118,23 +118,23 @@ def interrupt(words, case):
     end = time.monotonic() + TIMEOUT_SECONDS
     while not log.exists() or "hangs" not in log.read_text():
         if process.poll() is not None or time.monotonic() > end:
-            return f"does not reach '{case}': {process.communicate()[1]}"
+            return f"did not reach '{case}': {process.communicate()[1]}"
         time.sleep(0.05)
     process.send_signal(signal.SIGINT)
     if words[0] == "check":
         return finish(process, words, UNKNOWN, ["interrupted"])
-    return finish(process, words, STOPPED, [f"interrupted; {TEXT}"])
+    return finish(process, words, STOPPED, [f"interrupted; {NO_RESPONSE}"])
 
 
-def library(words):
+def hung_library(words):
     begin = time.monotonic()
     process = run(words, {})
-    expected, texts = TIMED_OUT, [TEXT]
+    expected, texts = TIMED_OUT, [NO_RESPONSE]
     if words[0] == "check":
         expected, texts = UNKNOWN, [f"timed out after {DEFAULT_LIMIT}000 ms"]
     problem = finish(process, words, expected, texts)
     if not problem and time.monotonic() - begin < DEFAULT_LIMIT:
-        return f"exits before {DEFAULT_LIMIT} s"
+        return f"exited before {DEFAULT_LIMIT} s"
     return problem
 
 
@@ -145,24 +145,24 @@ def no_worker(words):
     asan = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
     preload = {"LD_PRELOAD": os.environ["NO_PLUGIN_THREAD"], "ASAN_OPTIONS": asan}
     # The text output of check contains only the state for the monitoring system.
-    form = ["-o", "json"] if words[0] == "check" else []
-    process = run([f"--simulate={cards}", *words, *form], preload)
+    format_name = ["-o", "json"] if words[0] == "check" else []
+    process = run([f"--simulate={cards}", *words, *format_name], preload)
     if words[0] in NEED_WORKER or " ".join(words) in WAITING:
         return finish(process, words, FAILED, [f"corvane-host: cannot wait: {NO_WORKER}"])
     try:
         out, err = process.communicate(timeout=TIMEOUT_SECONDS)
     except subprocess.TimeoutExpired:
         process.kill()
-        return "it does not end"
+        return "did not exit"
     notes = (out + err).count(NO_WORKER)
     return None if notes == 1 else f"{notes} notes: {out}{err}"
 
 
 def loading():
     """Returns the commands that load a plug-in, with their arguments."""
-    own_help = subprocess.run([HOST, "help", "-o", "json"], capture_output=True, check=True).stdout
-    found = commands.arguments(own_help, OVERRIDES)
-    return {name: words for name, words in sorted(found.items()) if name not in ALONE}
+    help_json = subprocess.run([HOST, "help", "-o", "json"], capture_output=True, check=True).stdout
+    found = commands.arguments(help_json, OVERRIDES)
+    return {name: words for name, words in sorted(found.items()) if name not in WITHOUT_PLUGIN}
 
 
 def lines():
@@ -187,7 +187,7 @@ def work_of(what):
         return timeout, rows
     if what == "signal":
         return interrupt, list(cases([]))
-    work = {"library": library, "no-worker": no_worker}[what]
+    work = {"library": hung_library, "no-worker": no_worker}[what]
     return work, [(words,) for words in [*lines(), *(words.split() for words in WAITING)]]
 
 

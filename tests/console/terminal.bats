@@ -47,7 +47,7 @@ colored() { grep -q $'\x1b\\[[0-9;]*m' "$BATS_FILE_TMPDIR/$1.out"; }
   done
 }
 
-@test "NO_COLOR, a dumb terminal and --color never are respected" {
+@test "NO_COLOR, a dumb terminal and --color never disable colors" {
   local name
   for name in dumb never nocolor; do
     run ! colored "$name"

@@ -70,14 +70,14 @@ with_config() {
   grep -q "^corvane-host: cannot start the plug-in: .* (20012)$" "$BATS_FILE_TMPDIR/nodriver.err"
 }
 
-@test "a damaged file of cards is reported and not changed" {
+@test "a damaged state file of the simulator is reported and not changed" {
   ended damaged 1
   silent damaged out
   grep -q "^corvane-host: cannot simulate cards: .*damaged.json" "$BATS_FILE_TMPDIR/damaged.err"
   same '{"cards": [' "$(cat "$BATS_FILE_TMPDIR/damaged.json")"
 }
 
-@test "a missing file of cards is reported and not created" {
+@test "a missing state file of the simulator is reported and not created" {
   ended missing 1
   grep -q "^corvane-host: cannot simulate cards: .*missing.json" "$BATS_FILE_TMPDIR/missing.err"
   [ ! -e "$BATS_FILE_TMPDIR/missing.json" ]
@@ -87,7 +87,7 @@ with_config() {
   same "" "$(ls -A "$TMPDIR")"
 }
 
-@test "a damaged configuration prevents the start and is not changed" {
+@test "set reports a damaged configuration and does not change it" {
   with_config "$BATS_FILE_TMPDIR/damaged.ini" host set plugin poll_interval=30
   ended config 1
   silent config out
@@ -96,7 +96,7 @@ with_config() {
   cmp "$BATS_FILE_TMPDIR/damaged.ini" "$BATS_TEST_TMPDIR/config/Corvane.ini"
 }
 
-@test "a configuration without read permission exits with 6" {
+@test "list exits with 6 without read permission for the configuration" {
   mkdir "$BATS_TEST_TMPDIR/config"
   printf 'PollInterval=20\n' >"$BATS_TEST_TMPDIR/config/Corvane.ini"
   chmod 000 "$BATS_TEST_TMPDIR/config/Corvane.ini"

@@ -47,7 +47,7 @@ refuses() {
   loads own
 }
 
-@test "a plug-in that other users can write is refused" {
+@test "a plug-in that other users can write to is refused" {
   fresh
   chmod o+w "$plugin"
   refuses writable "$plugin can be written by other users"
@@ -58,8 +58,8 @@ refuses() {
   fresh
   chown "$STRANGER" "$plugin"
   refuses stranger "$plugin is owned by uid $STRANGER"
-  same "  Any user who can change it could run code as root.
-  Run this as its owner, or install it: sudo cmake --install build/release
+  same "  Any user who can change the file could run code as root.
+  Run the command as the owner of the file, or install it: sudo cmake --install build/release
   Or change its owner to root: chown -R root $BATS_TEST_TMPDIR/lib; chmod -R go-w $BATS_TEST_TMPDIR/lib" \
     "$(err stranger | tail -n +2)"
 }
@@ -79,8 +79,8 @@ refuses() {
   refuses directory "$BATS_TEST_TMPDIR/lib is owned by uid $STRANGER"
 }
 
-# share FILE: grants another user write access through an access list. Fails if the file system does
-# not support access lists.
+# share FILE: grants another user write access through an ACL. Fails if the file system does
+# not support ACLs.
 share() {
   python3 - "$1" "$STRANGER" <<'END'
 import os, struct, sys
@@ -92,10 +92,10 @@ os.setxattr(sys.argv[1], "system.posix_acl_access", value)
 END
 }
 
-@test "a plug-in in a directory whose access list lets another user write is refused" {
+@test "a plug-in in a directory whose ACL lets another user write is refused" {
   need_root
   fresh
-  share "$BATS_TEST_TMPDIR/lib" || skip "the file system has no access lists"
+  share "$BATS_TEST_TMPDIR/lib" || skip "the file system does not support ACLs"
   refuses list "$BATS_TEST_TMPDIR/lib can be written by other users"
 }
 
@@ -175,7 +175,7 @@ library() {
 }
 
 # In each case, the loader finds libf.so in a different way.
-@test "a library is checked however the loader finds it" {
+@test "a library is checked regardless of how the loader finds it" {
   local lib="$BATS_TEST_TMPDIR/lib" evil="$BATS_TEST_TMPDIR/evil"
   mkdir -p "$lib/front" "$lib/real"
   mkdir "$evil"

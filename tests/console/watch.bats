@@ -106,12 +106,12 @@ CTRL_CORRECTABLE_PCI_ERRORS	a0" "$(out past)"
   ended stop 0 || { err stop; false; }
 }
 
-@test "NO_COLOR and --ascii are respected" {
+@test "the screen respects NO_COLOR and --ascii" {
   ended plain 0 || { err plain; false; }
   ended ascii 0 || { err ascii; false; }
 }
 
-@test "a dumb terminal gets plain blocks" {
+@test "watch prints plain blocks on a dumb terminal" {
   ended dumb 0
   grep -q '^OBJECT NAME' "$BATS_FILE_TMPDIR/dumb.out"
   run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/dumb.out"

@@ -26,7 +26,7 @@ constexpr char Letter() {
 
 struct Field {
   std::string_view name;
-  char character;
+  char typeLetter;
   std::size_t offset;
   std::size_t end;
 };
@@ -43,7 +43,7 @@ constexpr Field kPlugin[] = {PLUGIN_FIELDS(PLUGIN_FIELD)};
 
 // A run of consecutive fields of one type.
 struct Run {
-  char character;
+  char typeLetter;
   std::size_t count;
 };
 
@@ -73,7 +73,7 @@ constexpr bool FollowsRuns(const Field (&fields)[fieldCount], const Run (&runs)[
   std::size_t at = 0;
   for (const Run& run : runs) {
     for (std::size_t i = 0; i < run.count; ++i, ++at) {
-      if (at == fieldCount || fields[at].character != run.character) return false;
+      if (at == fieldCount || fields[at].typeLetter != run.typeLetter) return false;
     }
   }
   return at == fieldCount;

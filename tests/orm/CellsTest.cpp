@@ -24,7 +24,7 @@ Everything RowWith(std::size_t column, const std::string& cell) {
 }
 
 // Returns the type and message of the exception, or an empty string.
-std::string Thrown(std::size_t column, const std::string& cell) {
+std::string ExceptionOf(std::size_t column, const std::string& cell) {
   try {
     RowWith(column, cell);
   } catch (const std::invalid_argument& exception) {
@@ -36,16 +36,16 @@ std::string Thrown(std::size_t column, const std::string& cell) {
 }
 
 TEST(Cells, ThrowStandardExceptionsForInvalidNumbers) {
-  EXPECT_EQ(Thrown(0, ""), "invalid stoi");
-  EXPECT_EQ(Thrown(0, "abc"), "invalid stoi");
-  EXPECT_EQ(Thrown(0, "2147483648"), "range stoi");
-  EXPECT_EQ(Thrown(0, "-2147483649"), "range stoi");
-  EXPECT_EQ(Thrown(3, ""), "invalid stoll");
-  EXPECT_EQ(Thrown(3, "9223372036854775808"), "range stoll");
-  EXPECT_EQ(Thrown(3, "-9223372036854775809"), "range stoll");
-  EXPECT_EQ(Thrown(4, ""), "invalid stod");
-  EXPECT_EQ(Thrown(4, "1e999"), "range stod");
-  EXPECT_EQ(Thrown(4, "1e-310"), "range stod");
+  EXPECT_EQ(ExceptionOf(0, ""), "invalid stoi");
+  EXPECT_EQ(ExceptionOf(0, "abc"), "invalid stoi");
+  EXPECT_EQ(ExceptionOf(0, "2147483648"), "range stoi");
+  EXPECT_EQ(ExceptionOf(0, "-2147483649"), "range stoi");
+  EXPECT_EQ(ExceptionOf(3, ""), "invalid stoll");
+  EXPECT_EQ(ExceptionOf(3, "9223372036854775808"), "range stoll");
+  EXPECT_EQ(ExceptionOf(3, "-9223372036854775809"), "range stoll");
+  EXPECT_EQ(ExceptionOf(4, ""), "invalid stod");
+  EXPECT_EQ(ExceptionOf(4, "1e999"), "range stod");
+  EXPECT_EQ(ExceptionOf(4, "1e-310"), "range stod");
 }
 
 TEST(Cells, AreReadUpToTheEndOfTheNumber) {
@@ -62,7 +62,7 @@ TEST(Cells, KeepTextUnchanged) {
 
 TEST(Cells, AreAbsentOnlyIfTheirTextIsNull) {
   EXPECT_EQ(RowWith(0, "NULL").id, null_int);
-  EXPECT_EQ(Thrown(0, "null"), "invalid stoi");
+  EXPECT_EQ(ExceptionOf(0, "null"), "invalid stoi");
 }
 
 TEST(Cells, AreReadInOrderRegardlessOfIndexes) {

@@ -10,7 +10,7 @@ using namespace DatabaseORM;
 
 // Returns the message of the exception that the call throws, or an empty string.
 template <class Call>
-std::string Thrown(Call call) {
+std::string ExceptionOf(Call call) {
   try {
     call();
   } catch (const DBEXCEPTION::DatabaseException& exception) {
@@ -58,14 +58,15 @@ TEST(Lookup, FindsColumnsOfAllThreeTypes) {
 TEST(Lookup, FailsForAMissingColumn) {
   auto storage = StorageOf<Item>(std::make_shared<ScriptedDatabase>());
   MapOf<Item>({})->intFields.clear();
-  EXPECT_EQ(Thrown([&] { storage.stringFromExpression(&Item::id); }), "Empty colName exception!");
+  EXPECT_EQ(ExceptionOf([&] { storage.stringFromExpression(&Item::id); }),
+            "Empty colName exception!");
 }
 
 TEST(Lookup, FailsWithDifferentMessagesForAliasAndColumn) {
   storage_t storage;
-  EXPECT_EQ(Thrown([&] { storage.extractAlias<Item>(); }),
+  EXPECT_EQ(ExceptionOf([&] { storage.extractAlias<Item>(); }),
             "Storage query exception thrown! No such model map exist.");
-  EXPECT_EQ(Thrown([&] { storage.stringFromExpression(&Item::id); }),
+  EXPECT_EQ(ExceptionOf([&] { storage.stringFromExpression(&Item::id); }),
             "Storage query exception thrown! No such model in map exist.");
 }
 

@@ -132,7 +132,7 @@ class Runner {
   }
 
   std::string Do(const Words& verb) {
-    if (verb.at(0) == "insert") return Returned(m_Storage.insert(m_Row));
+    if (verb.at(0) == "insert") return ResultLine(m_Storage.insert(m_Row));
     if (verb.at(0) == "max") return Max(verb.at(1));
     if (verb.at(0) == "update") {
       m_Storage.update(m_Row);
@@ -142,7 +142,7 @@ class Runner {
   }
 
   template <class Number>
-  std::string Returned(Number number) {
+  std::string ResultLine(Number number) {
     return "returns " + std::to_string(number) + "\n";
   }
 
@@ -151,7 +151,7 @@ class Runner {
     Row::Columns([&](const char* name, auto member) {
       using Field = std::decay_t<decltype(m_Row.*member)>;
       if constexpr (std::is_same_v<Field, int> || std::is_same_v<Field, unsigned long>) {
-        if (name == column) text = Returned(m_Storage.max(member));
+        if (name == column) text = ResultLine(m_Storage.max(member));
       }
     });
     return text;

@@ -1,6 +1,6 @@
 // An adapter's age and wear as the host reads them: lifetime, endurance, reserve, byte counters,
-// manufacture date. Time is virtual and starts at 2026-01-01 00:00; the start of the plug-in takes
-// a little over a second.
+// manufacture date. Time is virtual and starts at 2026-01-01 00:00; the plug-in's startup takes a
+// little over a second.
 
 #include <gmock/gmock.h>
 
@@ -192,7 +192,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Two", {{"reserve_status", "2"}}, RESERVE_ROW("DEPLETED")},
         Case{"Three", {{"reserve_status", "3"}}, RESERVE_ROW("HEALTHY")},
         Case{"Largest", {{"reserve_status", "4294967295"}}, RESERVE_ROW("HEALTHY")},
-        // Without the reserve space, there is no status row.
+        // Without the reserve space, the status row is left out.
         Case{"NoSpace", {{"reserve_space_pct", nullptr}, {"reserve_status", "2"}}, ABSENT}),
     NameOfCase);
 
@@ -281,14 +281,14 @@ TEST(AbsentByteCounters, HaveNoRowAndNoTrace) {
   EXPECT_THAT(host.Traces(16), IsEmpty());
 }
 
-// The counters are still read, each immediately before its conversion.
+// Both counters are still read.
 TEST(ByteCountersWithoutAUnit, HaveNoRowAndNoTrace) {
   OneCard host(Settings{{"total_physical_bytes_read", "4096"},
                         {"total_physical_bytes_written", "8192"},
                         {"rated_endurance_tbytes", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
   const std::vector<std::string> all = host.Rows(OneCard::ADAPTER);
-  const NoUnitForBytes none;
+  const ScopedUnitConversionFailure failure;
   host.Watch();
   EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_READ), ABSENT);
   EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_WRITTEN), ABSENT);

@@ -48,12 +48,12 @@ class AdapterOperations : public testing::Test {
       m_Host.Cards().Set(m_Card, attribute, value);
     }
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    Forget();
+    Clear();
   }
 
-  void Forget() {
-    m_Host.ForgetCalls();
-    m_Host.ForgetTraces();
+  void Clear() {
+    m_Host.ClearCalls();
+    m_Host.ClearTraces();
   }
 
   std::vector<std::string> Results() { return m_Host.LeveledTraces(16); }
@@ -109,7 +109,7 @@ TEST_P(CheckByState, UsesTheStateOfTheLastScan) {
       {Number::OP_DETACH, GetParam().detach},
       {Number::OP_FORCE_DETACH, GetParam().detach}};
   for (const auto& [operation, result] : wanted) {
-    Forget();
+    Clear();
     EXPECT_EQ(m_Host.Check(ADAPTER, operation), result) << operation;
     // These return paths do not write an exit line.
     EXPECT_THAT(Results(), ElementsAre("16 ENTER CheckAdapterOperation operation=" +
@@ -196,7 +196,7 @@ TEST_F(AdapterOperations, CheckTreatsAnUnreadableLocateLEDAsOff) {
       {Number::OP_LOCATE_DEVICE, 0},
       {Number::OP_STOP_LOCATE_DEVICE, Number::ERR_NO_LOCATE_STARTED}};
   for (const auto& [operation, result] : wanted) {
-    Forget();
+    Clear();
     CardSim::FailCall("vsl_beacon_state", 1, 72, "no response");
     EXPECT_EQ(m_Host.Check(ADAPTER, operation), result);
     EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0",
@@ -218,7 +218,7 @@ TEST_F(AdapterOperations, CheckAcceptsAnUnknownOperation) {
   StartWith();
   for (const std::uint32_t operation :
        {UNKNOWN_OPERATION, Number::OP_GET_EVENTS, Number::OP_FORMAT_DEVICE, 0U}) {
-    Forget();
+    Clear();
     EXPECT_EQ(m_Host.Check(ADAPTER, operation), 0U);
     EXPECT_THAT(Results(),
                 ElementsAre("16 ENTER CheckAdapterOperation operation=" + std::to_string(operation),
@@ -302,7 +302,7 @@ TEST_F(AdapterOperations, ExecuteRejectsUnknownOperations) {
   StartWith();
   for (const std::uint32_t operation :
        {UNKNOWN_OPERATION, Number::OP_GET_EVENTS, Number::OP_FORMAT_DEVICE}) {
-    Forget();
+    Clear();
     const std::string number = std::to_string(operation);
     EXPECT_EQ(m_Host.Run(ADAPTER, operation), Number::ERR_INVALID_OPERATION);
     EXPECT_THAT(m_Host.LeveledTraces(2 | 16),

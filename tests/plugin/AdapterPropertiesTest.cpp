@@ -99,13 +99,13 @@ TEST(AdapterProperties, ReplaceThePreviousContentsOfTheList) {
   ASSERT_EQ(host.Start(), 0U);
   std::vector<PI::CProperty> list(3, PI::CProperty(Property::VERSION, true));
   EXPECT_EQ(host.Execute(PI::CMD_GET_PROPERTIES, OneCard::ADAPTER, &list), 0U);
-  EXPECT_THAT(Rendered(list), ElementsAreArray(ALL_ROWS));
+  EXPECT_THAT(RenderAll(list), ElementsAreArray(ALL_ROWS));
 }
 
 TEST(AdapterProperties, CannotBeWritten) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
-  host.ForgetCalls();
+  host.ClearCalls();
   for (const RowNumbers& row : ALL_NUMBERS) {
     PI::CProperty property(static_cast<PI::_PROPERTY_ID>(row.property), true);
     property.SetValue(std::string("other"));

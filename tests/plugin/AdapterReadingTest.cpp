@@ -233,7 +233,7 @@ TEST_F(AdapterReading, KeepsThePayloadWhenTheCardCannotBeOpened) {
   EXPECT_TRUE(payload.m_Writable);
 }
 
-// The rows that need an attribute.
+// An attribute that the card lacks, and the IDs of the rows that are then omitted.
 struct MissingAttribute {
   const char* attribute;
   std::set<std::uint32_t> missing;
@@ -486,7 +486,7 @@ const FailedCall FAILED_CALLS[] = {
      Property::RATED_ENDURANCE_PERCENT,
      "RATED_ENDURANCE_PERCENT = 0 in 0..100 step 1 (sort 23105, unit 21010, fixed 0)",
      {SPACE, STATE, READ, WRITTEN, UNUSED}},
-    // With a rating of 0, there is no percentage row.
+    // With a rating of 0, the percentage row is left out.
     {"RatingForThePercentage",
      19,
      0,

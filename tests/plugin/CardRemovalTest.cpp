@@ -10,22 +10,22 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-std::string Board(int number) {
+std::string AdapterName(int number) {
   return "SanDisk Flash Adapter 785GB (" + std::to_string(number) + ")";
 }
 std::string Removed(int object, int number) {
-  return "CTRL_PNPREMOVE severity 3 object " + std::to_string(object) + " " + Board(number) +
-         " | " + Board(number);
+  return "CTRL_PNPREMOVE severity 3 object " + std::to_string(object) + " " + AdapterName(number) +
+         " | " + AdapterName(number);
 }
 std::string Added(int object, int number) {
-  return "CTRL_PNPADD severity 2 object " + std::to_string(object) + " " + Board(number) + " | " +
-         Board(number);
+  return "CTRL_PNPADD severity 2 object " + std::to_string(object) + " " + AdapterName(number) +
+         " | " + AdapterName(number);
 }
 
 class CardRemoval : public WorkerFixture {
  protected:
   Lines NextScan() {
-    AwaitScans();
+    WaitForScans();
     return Events();
   }
 };
@@ -50,7 +50,7 @@ TEST_F(CardRemoval, RequestsForAMissingCardFail) {
   AddCards(2);
   StartWatch();
   Hide(1);
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(Value(SECOND, PI::Property::STATUS), "result ERR_INVALID_OBJECT_ID");
   EXPECT_EQ(Value(SECOND_DRIVE, PI::Property::STATUS), "result ERR_INVALID_OBJECT_ID");
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), Number::ERR_INVALID_OBJECT_ID);
@@ -62,12 +62,12 @@ TEST_F(CardRemoval, AQuickPollDoesNotDetectARemovalOrAReturn) {
   AddCards(1);
   StartWatch();
   Hide(0);
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   EXPECT_EQ(Scans(), 0U);
-  AwaitScans();
+  WaitForScans();
   Events();
   Show(0);
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   EXPECT_EQ(Scans(), 1U);
 }
 
@@ -76,7 +76,7 @@ TEST_F(CardRemoval, AReturningCardHasNewIds) {
   StartWatch();
   Hide(1);
   EXPECT_THAT(NextScan(), ElementsAre(Removed(3, 2)));
-  AwaitScans(5);  // no ids are used in the meantime
+  WaitForScans(5);  // no ids are used in the meantime
   Show(1);
   EXPECT_THAT(NextScan(), ElementsAre(Added(5, 2)));
   EXPECT_THAT(Tree(), ElementsAre("object 0130000000000000 type 19006 parents children "
@@ -97,12 +97,12 @@ TEST_F(CardRemoval, OnlyTheDriveOfAnAddedCardIsTraced) {
   AddCards(2);
   StartWatch();
   Hide(1);
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(TimesOf("2 The drive is not found yet!"), IsEmpty());
   Show(1);
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(TimesOf("2 The drive is not found yet!"), SizeIs(1));
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(TimesOf("2 The drive is not found yet!"), SizeIs(1));
 }
 
@@ -110,10 +110,10 @@ TEST_F(CardRemoval, TheScanOfAReturningCardTracesOneMoreLine) {
   AddCards(2);
   StartWatch();
   Hide(1);
-  AwaitScans();
+  WaitForScans();
   Show(1);
   ClearRecords();
-  AwaitScans();
+  WaitForScans();
   const Lines lines = RecordedLines();
   const auto begin = std::find(lines.begin(), lines.end(), "2 ENTER ScanSystem(0) PhyDrive=0");
   const auto end = std::find(begin, lines.end(), "2 LEAVE ScanSystem() -> 0");
@@ -133,12 +133,12 @@ TEST_F(CardRemoval, RemovalAndReturnKeepTheirOrderInTheQueue) {
   AddCards(2);
   StartWatch();
   Hide(0);
-  AwaitScans();
+  WaitForScans();
   Show(0);
   EXPECT_THAT(NextScan(), ElementsAre(Removed(1, 1), Added(5, 1)));
 }
 
-TEST_F(CardRemoval, ReturningCardsKeepTheOrderOfTheStart) {
+TEST_F(CardRemoval, ReturningCardsKeepTheInitialOrder) {
   AddCards(3);
   StartWatch();
   Hide(0);
@@ -166,7 +166,7 @@ TEST_F(CardRemoval, AllCardsCanBeRemovedAndReturn) {
   EXPECT_THAT(m_Host.Topology(), SizeIs(5));
 }
 
-TEST_F(CardRemoval, ACardMissingAtTheStartIsNeverAdded) {
+TEST_F(CardRemoval, ACardMissingAtStartupIsNeverAdded) {
   AddCards(1);
   StartWatch();
   AddCards(1);
@@ -174,7 +174,7 @@ TEST_F(CardRemoval, ACardMissingAtTheStartIsNeverAdded) {
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
 }
 
-// The card was counted at the start, but the first scan did not find it.
+// The card was counted at startup, but the first scan did not find it.
 TEST_F(CardRemoval, ACardMissedByTheFirstScanIsAddedByTheNext) {
   AddCards(2);
   CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "timeout");
@@ -201,11 +201,11 @@ TEST_F(CardRemoval, ACardThatCannotBeOpenedUsesUpAnId) {
   AddCards(2);
   StartWatch();
   Hide(1);
-  AwaitScans();
+  WaitForScans();
   Show(1);
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   CardSim::FailCall("vsl_open", 2, 62, "unavailable");
-  AwaitScans();
+  WaitForScans();
   ASSERT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
   Events();
   EXPECT_THAT(NextScan(), ElementsAre(Added(6, 2)));
@@ -216,7 +216,7 @@ TEST_F(CardRemoval, AnAddedDetachedAdapterDoesNotRaiseADetachEvent) {
   AddCards(2);
   StartWatch();
   Hide(1);
-  AwaitScans();
+  WaitForScans();
   Events();
   Set("card1", "iom_state", "0");
   Show(1);
@@ -227,9 +227,9 @@ TEST_F(CardRemoval, AnAddedDetachedAdapterDoesNotRaiseADetachEvent) {
 TEST_F(CardRemoval, TheScanTracesACardThatCannotBeFound) {
   AddCards(2);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   CardSim::FailCall("vsl_iom_create_by_name", 2, 61, "gone");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(TimesOf("16 ScanSystem, vsl_iom_create_by_name = 61 (gone)"), SizeIs(1));
   EXPECT_THAT(TimesOf("2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"), SizeIs(1));
   EXPECT_THAT(TimesOf("2 LEAVE UpdateSystem ret = 0"), SizeIs(1));

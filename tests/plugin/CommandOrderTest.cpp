@@ -245,7 +245,7 @@ TEST_F(CommandOrder, ObjectTree) {
 }
 
 // The steps performed while the data lock is held.
-Lines Inside(Lines steps) {
+Lines StepsUnderDataLock(Lines steps) {
   const auto isOutside = [](const std::string& step) { return step.rfind("d- ", 0) != 0; };
   steps.erase(std::remove_if(steps.begin(), steps.end(), isOutside), steps.end());
   return steps;
@@ -285,7 +285,7 @@ TEST_F(CommandOrder, FailedLocateLEDSwitch) {
   CardSim::FailCall("vsl_set_beacon_state", 1, 62, "LED failure");
   EXPECT_EQ(m_Host.Run(ADAPTER, PI::OP_LOCATE_DEVICE), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(
-      Inside(AllSteps()),
+      StepsUnderDataLock(AllSteps()),
       ElementsAre(
           "d- trace 8 After m_DataLock.Wait (sg)",
           "d- trace 2 ENTER ExecuteAdapterOperation(50034) (0)",
@@ -300,7 +300,7 @@ TEST_F(CommandOrder, FormatDrive) {
   m_Host.Cards().Set("card0", "format_ms", "0");
   Start();
   EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_FORMAT_DEVICE), 0U);
-  EXPECT_THAT(Inside(AllSteps()),
+  EXPECT_THAT(StepsUnderDataLock(AllSteps()),
               ElementsAre("d- trace 8 After m_DataLock.Wait (sg)",
                           "d- trace 2 ENTER ExecutePhysicalDriveOperation()",
                           "d- call vsl_iom_create_by_name /dev/fct0",
@@ -319,7 +319,7 @@ TEST_F(CommandOrder, FailedFormat) {
   CardSim::FailCall("vsl_op_wait_for_result", 1, 62, "failed");
   EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_FORMAT_DEVICE), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(
-      Inside(AllSteps()),
+      StepsUnderDataLock(AllSteps()),
       ElementsAre("d- trace 8 After m_DataLock.Wait (sg)",
                   "d- trace 2 ENTER ExecutePhysicalDriveOperation()",
                   "d- call vsl_iom_create_by_name /dev/fct0",
@@ -336,7 +336,7 @@ TEST_F(CommandOrder, MakeUnitsOffline) {
   m_Host.Cards().Set("card0", "volumes", R"([{"state": 1, "settable": true, "refuses": false}])");
   Start();
   EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_MAKE_OFFLINE), 0U);
-  EXPECT_THAT(Inside(AllSteps()),
+  EXPECT_THAT(StepsUnderDataLock(AllSteps()),
               ElementsAre("d- trace 8 After m_DataLock.Wait (sg)",
                           "d- trace 2 ENTER ExecutePhysicalDriveOperation()",
                           "d- call vsl_iom_create_by_name /dev/fct0",
@@ -350,8 +350,8 @@ TEST_F(CommandOrder, MakeUnitsOffline) {
 // The event that wakes the worker is set only after the new interval is stored and saved, so a
 // notified host reads the new value.
 TEST(CommandOrderInSeededSchedules, NewPollInterval) {
-  InManySchedules([](Schedule schedule) {
-    SimulatedHost host(TimeOf(schedule));
+  RunInManySchedules([](Schedule schedule) {
+    SimulatedHost host(TimeModeOf(schedule));
     HostKit::SetTraceMask(0);
     host.AddCard();
     ASSERT_EQ(host.Initialize(), 0U);
@@ -360,7 +360,7 @@ TEST(CommandOrderInSeededSchedules, NewPollInterval) {
     std::atomic<bool> notified{false};
     host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) {
       file = host.ReadIni();
-      value = Shown(host, PLUGIN, PI::Property::POLL_INTERVAL);
+      value = ShownValue(host, PLUGIN, PI::Property::POLL_INTERVAL);
       notified = true;
     };
     ASSERT_EQ(host.AssignAdapterNumbers(), 0U);

@@ -31,7 +31,7 @@ constexpr std::uint64_t SECOND = 0x0130000000000003;
 // A running host with a detached and an attached card. Attach and detach take one second each.
 class TwoCardHost {
  public:
-  explicit TwoCardHost(Schedule schedule) : m_Host(TimeOf(schedule)) {
+  explicit TwoCardHost(Schedule schedule) : m_Host(TimeModeOf(schedule)) {
     // Trace lines would take up half the run time of hundreds of schedules.
     if (schedule) HostKit::SetTraceMask(0);
     m_Host.WriteIni("PollInterval=2\n");
@@ -43,7 +43,7 @@ class TwoCardHost {
     }
     EXPECT_EQ(m_Host.Start(), 0U);
     // Each call to the card library is a switch point.
-    m_Host.ForgetCalls();
+    m_Host.ClearCalls();
     CardSim::SetHook([](const CardSim::Call&) { HostKit::SwitchPoint(); });
   }
 
@@ -159,11 +159,11 @@ TEST(Concurrency, TheIntervalIsSetRepeatedlyWhileOthersRead) {
 }
 
 TEST(Concurrency, ReadsAndJobsCompleteInEverySeededSchedule) {
-  InManySchedules([](Schedule schedule) { ReadWhileJobsRun(schedule, 2); });
+  RunInManySchedules([](Schedule schedule) { ReadWhileJobsRun(schedule, 2); });
 }
 
 // A failing schedule can be reproduced from its seed.
-TEST(Concurrency, ASeedRepeatsItsSchedule) {
+TEST(Concurrency, TheSameSeedRepeatsTheSchedule) {
   const auto callsOf = [](std::uint64_t seed) {
     TwoCardHost host(seed);
     {
@@ -212,11 +212,11 @@ TEST(Concurrency, NoEventIsLostWhileTheHostCollects) {
 }
 
 TEST(Concurrency, NoEventIsLostInAnySeededSchedule) {
-  InManySchedules(CollectWhileJobsFail);
+  RunInManySchedules(CollectWhileJobsFail);
 }
 
 TEST(Concurrency, StoppingWaitsForTheJobsInEverySeededSchedule) {
-  InManySchedules([](Schedule schedule) {
+  RunInManySchedules([](Schedule schedule) {
     TwoCardHost host(schedule);
     host.Attach();
     host.Detach();

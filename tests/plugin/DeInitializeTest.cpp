@@ -1,6 +1,6 @@
 // DeInitialize: how long it waits for running jobs, and when it stops the library.
 //
-// `Initialize` alone does not start threads, so each test has only the jobs that it starts.
+// `Initialize` does not start threads, so only the jobs that a test starts are running.
 
 #include <gmock/gmock.h>
 
@@ -66,7 +66,7 @@ class DeInitialize : public testing::Test {
           {MBX::Misc::now() - start, std::to_string(line.level) + " " + line.text});
     });
     unsigned int result = 1;
-    m_Ms = MsOf([&] { result = m_Host.DeInitialize(); });
+    m_Ms = ElapsedMs([&] { result = m_Host.DeInitialize(); });
     HostKit::SetTraceSink([](const HostKit::TraceLine&) {});
     return result;
   }
@@ -89,9 +89,9 @@ class DeInitialize : public testing::Test {
 
 TEST_F(DeInitialize, StopsTheLibraryAfterAPauseIfNoThreadRuns) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  m_Host.ForgetCalls();
-  m_Host.ForgetTraces();
-  const unsigned long ms = MsOf([&] { EXPECT_EQ(m_Host.DeInitialize(), 0U); });
+  m_Host.ClearCalls();
+  m_Host.ClearTraces();
+  const unsigned long ms = ElapsedMs([&] { EXPECT_EQ(m_Host.DeInitialize(), 0U); });
   EXPECT_EQ(ms, 200U);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre("2 ENTER DeInitialize", "2 LEAVE DeInitialize"));
@@ -111,7 +111,7 @@ TEST_F(DeInitialize, KeepsTheObjects) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.DeInitialize();
   EXPECT_EQ(m_Host.Topology().size(), 5U);
-  EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::SERIAL_NUMBER), "FA00000001");
+  EXPECT_EQ(ShownValue(m_Host, m_Host.AdapterId(0), PI::Property::SERIAL_NUMBER), "FA00000001");
 }
 
 TEST_F(DeInitialize, KeepsTheEvents) {
@@ -126,13 +126,13 @@ TEST_F(DeInitialize, KeepsTheEvents) {
 TEST_F(DeInitialize, ASecondCallStopsTheLibraryAgain) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.DeInitialize();
-  m_Host.ForgetCalls();
+  m_Host.ClearCalls();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
 }
 
 // Returns how often each lock has been acquired.
-std::vector<std::uint64_t> Taken() {
+std::vector<std::uint64_t> LockCounts() {
   std::vector<std::uint64_t> taken;
   for (const HostKit::LockView& lock : HostKit::Locks()) taken.push_back(lock.taken);
   return taken;
@@ -142,21 +142,21 @@ TEST_F(DeInitialize, DoesNotAcquireALock) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);
   SleepMs(1);
-  const std::vector<std::uint64_t> before = Taken();
+  const std::vector<std::uint64_t> before = LockCounts();
   EXPECT_THAT(before, ElementsAre(1, 0));
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   m_Host.DeInitialize();
-  EXPECT_EQ(Taken(), before);
+  EXPECT_EQ(LockCounts(), before);
   EXPECT_THAT(m_Host.Traces(8), IsEmpty());
 }
 
-TEST_F(DeInitialize, BeforeInitializeDoesNotCallTheLibrary) {
+TEST_F(DeInitialize, DoesNotCallTheLibraryBeforeInitialize) {
   ASSERT_EQ(m_Host.Create(), 0U);
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
 
-// A way in which the start can fail, and the expected result.
+// A way in which startup can fail, and the expected result.
 struct FailedStart {
   const char* name;
   unsigned int result;
@@ -174,7 +174,7 @@ TEST_P(DeInitializeAfterFailure, DoesNotCallTheLibrary) {
   host.AddCard();
   GetParam().causeFailure(host);
   ASSERT_EQ(host.Initialize(), GetParam().result);
-  host.ForgetCalls();
+  host.ClearCalls();
   EXPECT_EQ(host.DeInitialize(), 0U);
   EXPECT_THAT(host.Calls(), IsEmpty());
 }
@@ -205,7 +205,7 @@ INSTANTIATE_TEST_SUITE_P(Start, DeInitializeAfterFailure, testing::ValuesIn(FAIL
 TEST_F(DeInitialize, DoesNotCallALibraryThatCouldNotBeStartedAgain) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.DeInitialize();
-  m_Host.ForgetCalls();
+  m_Host.ClearCalls();
   CardSim::FailCall("vsl_init", 1, 5, "no");
   ASSERT_EQ(m_Host.Initialize(), Number::ERR_API_INITIALIZATION_FAILED);
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
@@ -225,7 +225,7 @@ TEST_F(DeInitialize, ChecksForAJobEveryHalfSecond) {
   EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
 }
 
-TEST_F(DeInitialize, DoesNotWaitForAJobThatEndsDuringTheFirstPause) {
+TEST_F(DeInitialize, DoesNotWaitForAJobThatEndsDuringTheFirstSleep) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   HoldJobs(99, 0);
   ASSERT_EQ(Attach(), 0U);

@@ -10,7 +10,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 // Renders each event as in "CTRL_INTERNAL_ERROR object 1".
-Lines Short(const std::vector<PI::CEvent>& events) {
+Lines RenderShort(const std::vector<PI::CEvent>& events) {
   Lines texts;
   for (const PI::CEvent& event : events) {
     texts.push_back(NameOrNumber(HostKit::Family::Event, event.m_EventID) + " object " +
@@ -21,23 +21,23 @@ Lines Short(const std::vector<PI::CEvent>& events) {
 
 class Debounce : public WorkerFixture {
  protected:
-  Lines CollectAndRender() { return Short(m_Host.CollectEvents()); }
+  Lines CollectAndRender() { return RenderShort(m_Host.CollectEvents()); }
 
   // Sets the errors of a card and returns the events of the next scan.
-  Lines Errors(int card, const std::string& mask) {
+  Lines ScanWithErrors(int card, const std::string& mask) {
     Set("card" + std::to_string(card), "current_errors", mask);
-    AwaitScans();
+    WaitForScans();
     return CollectAndRender();
   }
   // Returns the events of the next scan without changing a card.
   Lines NextScan() {
-    AwaitScans();
+    WaitForScans();
     return CollectAndRender();
   }
   // Whether the next quick poll sees a difference from the stored record.
   bool PollSeesAChange() {
     const std::size_t before = Scans();
-    AwaitWakeUps();
+    WaitForWakeUps();
     return Scans() > before;
   }
 };
@@ -45,7 +45,7 @@ class Debounce : public WorkerFixture {
 TEST_F(Debounce, AcceptsAMaskInTheThirdComparison) {
   AddCards(1);
   StartWatch();
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   EXPECT_TRUE(PollSeesAChange());  // the stored mask has not changed
   EXPECT_THAT(CollectAndRender(), IsEmpty());
   EXPECT_TRUE(PollSeesAChange());
@@ -57,13 +57,13 @@ TEST_F(Debounce, ShowsStatusAndReasonsImmediately) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_errors", "3");
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(Status(FIRST), "FAILED");
   EXPECT_EQ(Reasons(FIRST), "[INTERNAL_ERROR INCOMPATIBLE_PCI_BANDWIDTH ATTACHED]");
   EXPECT_EQ(Value(FIRST_DRIVE, PI::Property::STATUS), "FAILED");
   EXPECT_THAT(CollectAndRender(), IsEmpty());
   Set("card0", "current_errors", "0");
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(Status(FIRST), "OK");
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
   EXPECT_THAT(CollectAndRender(), IsEmpty());
@@ -73,7 +73,7 @@ TEST_F(Debounce, NeedsThreeComparisonsToReturnToNormal) {
   AddCards(1);
   Set("card0", "current_errors", "1");
   StartWatch();
-  EXPECT_THAT(Errors(0, "0"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "0"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_NORMAL object 1"));
   EXPECT_FALSE(PollSeesAChange());
@@ -82,29 +82,29 @@ TEST_F(Debounce, NeedsThreeComparisonsToReturnToNormal) {
 TEST_F(Debounce, DoesNotReportAMaskSeenByOneScan) {
   AddCards(1);
   StartWatch();
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   Set("card0", "current_errors", "0");
   EXPECT_FALSE(PollSeesAChange());  // the stored mask never changed
-  AwaitScans(4);
+  WaitForScans(4);
   EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
 TEST_F(Debounce, DoesNotReportAMaskSeenByTwoScans) {
   AddCards(1);
   StartWatch();
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  EXPECT_THAT(Errors(0, "0"), IsEmpty());
-  AwaitScans(3);
+  EXPECT_THAT(ScanWithErrors(0, "0"), IsEmpty());
+  WaitForScans(3);
   EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
 TEST_F(Debounce, NeverAcceptsAFlickeringMask) {
   AddCards(1);
   StartWatch();
-  for (int i = 0; i < 6; ++i) EXPECT_THAT(Errors(0, i % 2 == 0 ? "1" : "0"), IsEmpty());
+  for (int i = 0; i < 6; ++i) EXPECT_THAT(ScanWithErrors(0, i % 2 == 0 ? "1" : "0"), IsEmpty());
   // Three comparisons are needed after the last flicker.
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
 }
@@ -112,9 +112,9 @@ TEST_F(Debounce, NeverAcceptsAFlickeringMask) {
 TEST_F(Debounce, StartsOverWithEachNewValue) {
   AddCards(1);
   StartWatch();
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
-  EXPECT_THAT(Errors(0, "3"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "3"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1",
                                       "CTRL_INCOMPATIBLE_PCI_BANDWIDTH object 1"));
@@ -123,7 +123,7 @@ TEST_F(Debounce, StartsOverWithEachNewValue) {
 TEST_F(Debounce, CountsEachMaskSeparately) {
   AddCards(1);
   StartWatch();
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   Set("card0", "current_warnings", "1");
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
@@ -133,18 +133,18 @@ TEST_F(Debounce, CountsEachMaskSeparately) {
 TEST_F(Debounce, CountsEachCardSeparately) {
   AddCards(2);
   StartWatch();
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
-  EXPECT_THAT(Errors(1, "2"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(1, "2"), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INCOMPATIBLE_PCI_BANDWIDTH object 3"));
 }
 
-// Every comparison counts, whatever difference caused it: the mask that returned to normal is also
-// added to the history.
+// Every comparison counts, regardless of the difference that caused it: the mask that returned to
+// normal is also added to the history.
 TEST_F(Debounce, CountsComparisonsCausedByOtherChanges) {
   AddCards(1);
   StartWatch();
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   Set("card0", "temp_internal_deg_c", "60");
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
@@ -155,13 +155,13 @@ TEST_F(Debounce, CountsComparisonsCausedByOtherChanges) {
 // warnings can raise in the comparison that accepts it.
 class InformationDebounce : public Debounce {
  protected:
-  void Information(const std::string& mask) { Set("card0", "current_info", mask); }
+  void SetInformation(const std::string& mask) { Set("card0", "current_info", mask); }
 };
 
 TEST_F(InformationDebounce, AcceptsTheMaskInTheThirdComparison) {
   AddCards(1);
   StartWatch();
-  Information("2");
+  SetInformation("2");
   EXPECT_TRUE(PollSeesAChange());
   EXPECT_EQ(Reasons(FIRST), "[UNACTIVATED_FIRMWARE ATTACHED]");
   EXPECT_TRUE(PollSeesAChange());
@@ -172,9 +172,9 @@ TEST_F(InformationDebounce, AcceptsTheMaskInTheThirdComparison) {
 
 TEST_F(InformationDebounce, NeedsThreeComparisonsToReturnToNormal) {
   AddCards(1);
-  Information("2");
+  SetInformation("2");
   StartWatch();
-  Information("0");
+  SetInformation("0");
   EXPECT_TRUE(PollSeesAChange());
   EXPECT_TRUE(PollSeesAChange());
   EXPECT_THAT(CollectAndRender(), IsEmpty());
@@ -186,12 +186,12 @@ TEST_F(InformationDebounce, NeedsThreeComparisonsToReturnToNormal) {
 TEST_F(InformationDebounce, DoesNotAcceptAMaskSeenByTwoScans) {
   AddCards(1);
   StartWatch();
-  Information("2");
+  SetInformation("2");
   EXPECT_TRUE(PollSeesAChange());
   EXPECT_TRUE(PollSeesAChange());
-  Information("0");
+  SetInformation("0");
   EXPECT_FALSE(PollSeesAChange());
-  AwaitScans(3);
+  WaitForScans(3);
   EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
@@ -200,9 +200,9 @@ TEST_F(InformationDebounce, DoesNotEnableInformationEventsBeforeItIsAccepted) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_warnings", "1");
-  AwaitScans();
-  Information("2");
-  AwaitScans();
+  WaitForScans();
+  SetInformation("2");
+  WaitForScans();
   EXPECT_THAT(CollectAndRender(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
   EXPECT_THAT(NextScan(), IsEmpty());
@@ -213,10 +213,10 @@ TEST_F(InformationDebounce, DoesNotEnableInformationEventsBeforeItIsAccepted) {
 TEST_F(InformationDebounce, EnablesInformationEventsOnlyInTheComparisonThatAcceptsIt) {
   AddCards(1);
   StartWatch();
-  Information("2");
-  AwaitScans();
+  SetInformation("2");
+  WaitForScans();
   Set("card0", "current_warnings", "1");
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(CollectAndRender(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
 }
@@ -229,11 +229,11 @@ TEST_F(Debounce, CountsOccurrencesWithoutADifferenceBetweenThem) {
   StartWatch();
   for (int occurrence = 1; occurrence <= 3; ++occurrence) {
     Set("card0", "current_warnings", "1");
-    AwaitScans();
+    WaitForScans();
     if (occurrence == 3) break;
     EXPECT_THAT(CollectAndRender(), IsEmpty());
     Set("card0", "current_warnings", "0");
-    AwaitScans(2);
+    WaitForScans(2);
     EXPECT_THAT(CollectAndRender(), IsEmpty());
   }
   EXPECT_THAT(CollectAndRender(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
@@ -246,10 +246,10 @@ TEST_F(Debounce, StartsOverAfterADifferenceBetweenOccurrences) {
   StartWatch();
   for (const char* temperature : {"60", "61", "62"}) {
     Set("card0", "current_warnings", "1");
-    AwaitScans();
+    WaitForScans();
     Set("card0", "current_warnings", "0");
     Set("card0", "temp_internal_deg_c", temperature);
-    AwaitScans();
+    WaitForScans();
     EXPECT_THAT(CollectAndRender(), IsEmpty());
   }
 }
@@ -257,7 +257,7 @@ TEST_F(Debounce, StartsOverAfterADifferenceBetweenOccurrences) {
 TEST_F(Debounce, KeepsTheStoredMaskWhileTheSamplesDiffer) {
   AddCards(1);
   StartWatch();
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
   // The quick polls read the error; in the third scan, the mask changes between the samples.
   int samples = 0;
@@ -268,7 +268,7 @@ TEST_F(Debounce, KeepsTheStoredMaskWhileTheSamplesDiffer) {
   EXPECT_THAT(NextScan(), IsEmpty());
   CardSim::SetHook({});
   EXPECT_EQ(Status(FIRST), "OK");
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
 }
 
 // Position 2 has recorded the error twice when its card moves up to position 1, which has not
@@ -276,7 +276,7 @@ TEST_F(Debounce, KeepsTheStoredMaskWhileTheSamplesDiffer) {
 TEST_F(Debounce, StartsOverForACardThatMovesUp) {
   AddCards(3);
   StartWatch();
-  EXPECT_THAT(Errors(2, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(2, "1"), IsEmpty());
   Hide(1);
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPREMOVE object 3"));
   EXPECT_THAT(NextScan(), IsEmpty());
@@ -287,18 +287,18 @@ TEST_F(Debounce, StartsOverForACardThatMovesUp) {
 TEST_F(Debounce, AcceptsImmediatelyAtAPositionThatSawTheSameMaskTwice) {
   AddCards(3);
   StartWatch();
-  EXPECT_THAT(Errors(1, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(1, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
   Hide(1);
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPREMOVE object 3"));
-  EXPECT_THAT(Errors(2, "1"), ElementsAre("CTRL_INTERNAL_ERROR object 5"));
+  EXPECT_THAT(ScanWithErrors(2, "1"), ElementsAre("CTRL_INTERNAL_ERROR object 5"));
 }
 
 // The first card keeps its position and its history when later cards change.
 TEST_F(Debounce, ContinuesForACardBeforeARemovedOne) {
   AddCards(2);
   StartWatch();
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   Hide(1);
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPREMOVE object 3"));
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
@@ -310,7 +310,7 @@ TEST_F(Debounce, ContinuesForACardBeforeAReturningOne) {
   StartWatch();
   Hide(1);
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPREMOVE object 3"));
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   Show(1);
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPADD object 5"));
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
@@ -323,7 +323,7 @@ TEST_F(Debounce, StartsOverForAllCardsWhenTheListIsReallocated) {
   StartWatch();
   ASSERT_EQ(m_Host.Topology().size(), 3U);
   Hide(1);
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   Show(1);
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPADD object 3"));
   EXPECT_THAT(NextScan(), IsEmpty());
@@ -342,21 +342,21 @@ TEST_F(Debounce, AcceptsTheMasksAndTheRecoveryOfANewCardImmediately) {
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPADD object 5"));
   EXPECT_EQ(Status(ObjectId(5)), "FAILED");
   EXPECT_FALSE(PollSeesAChange());
-  EXPECT_THAT(Errors(1, "0"), ElementsAre("CTRL_NORMAL object 5"));
+  EXPECT_THAT(ScanWithErrors(1, "0"), ElementsAre("CTRL_NORMAL object 5"));
 }
 
-// The history of a card found at the start is filled with its first masks.
+// The history of a card found at startup is filled with its first masks.
 TEST_F(Debounce, DoesNotImmediatelyAcceptTheRecoveryOfAnOldCard) {
   AddCards(2);
   Set("card1", "current_errors", "1");
   StartWatch();
-  EXPECT_THAT(Errors(1, "0"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(1, "0"), IsEmpty());
 }
 
 TEST_F(Debounce, IgnoresAFailedScan) {
   AddCards(2);
   StartWatch();
-  EXPECT_THAT(Errors(0, "1"), IsEmpty());
+  EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
   // The quick poll opens two cards, then the scan does.
   CardSim::FailCall("vsl_open", 4, 62, "unavailable");

@@ -27,7 +27,7 @@ class Dispatch : public testing::Test {
     m_Plugin = m_Host.PluginId();
     m_Adapter = m_Host.AdapterId(1);
     m_Drive = m_Host.DriveId(1);
-    m_Host.ForgetTraces();
+    m_Host.ClearTraces();
   }
 
   // Change counts of all objects, in the order of the tree.
@@ -79,10 +79,11 @@ TEST_F(Dispatch, IdsStartWithTheModuleNumberAndCountUp) {
 }
 
 TEST_F(Dispatch, EachKindOfObjectListsItsOwnRows) {
-  EXPECT_EQ(Shown(m_Host, m_Plugin, PI::Property::NAME), "SanDisk-Plugin");
-  EXPECT_EQ(Shown(m_Host, m_Adapter, PI::Property::OS_DEVICE), "/dev/fct1");
-  EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::OS_DEVICE), "/dev/fct0");
-  EXPECT_EQ(Shown(m_Host, m_Drive, PI::Property::UNIQUE_ID), "PCI:Bus=4&Device=0&Function=0&ID=0");
+  EXPECT_EQ(ShownValue(m_Host, m_Plugin, PI::Property::NAME), "SanDisk-Plugin");
+  EXPECT_EQ(ShownValue(m_Host, m_Adapter, PI::Property::OS_DEVICE), "/dev/fct1");
+  EXPECT_EQ(ShownValue(m_Host, m_Host.AdapterId(0), PI::Property::OS_DEVICE), "/dev/fct0");
+  EXPECT_EQ(ShownValue(m_Host, m_Drive, PI::Property::UNIQUE_ID),
+            "PCI:Bus=4&Device=0&Function=0&ID=0");
   EXPECT_EQ(m_Host.Operations(m_Plugin).size(), 1U);
   EXPECT_EQ(m_Host.Operations(m_Adapter).size(), 4U);
   EXPECT_EQ(m_Host.Operations(m_Drive).size(), 0U);
@@ -323,7 +324,7 @@ TEST_F(Dispatch, OnlyThePollIntervalOfThePluginObjectCanBeSet) {
   EXPECT_EQ(Set(m_Plugin, PI::Property::NAME), Number::ERR_INVALID_PROPERTY);
   EXPECT_THAT(ChangeCounts(), ElementsAre(0, 0, 0, 0, 0));
   EXPECT_EQ(Set(m_Plugin, PI::Property::POLL_INTERVAL), 0U);
-  EXPECT_EQ(Shown(m_Host, m_Plugin, PI::Property::POLL_INTERVAL), "20");
+  EXPECT_EQ(ShownValue(m_Host, m_Plugin, PI::Property::POLL_INTERVAL), "20");
 }
 
 TEST_F(Dispatch, AListingTracesHowManyObjectsItSearches) {
@@ -331,13 +332,13 @@ TEST_F(Dispatch, AListingTracesHowManyObjectsItSearches) {
   const char* const drives = "4 GetProperties() PhysicalDrives = 2";
   m_Host.Properties(m_Plugin);
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   m_Host.Properties(m_Adapter);
   EXPECT_THAT(CountLines("4 "), ElementsAre(adapters));
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   m_Host.Properties(m_Drive);
   EXPECT_THAT(CountLines("4 "), ElementsAre(adapters, drives));
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   m_Host.Properties(UNKNOWN_OBJECT);
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
 }
@@ -347,17 +348,17 @@ TEST_F(Dispatch, AReadTracesHowManyObjectsItSearches) {
   const char* const drives = "4 GetProperty() PhysicalDrives = 2";
   Get(m_Plugin, PI::Property::NAME);
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   Get(m_Adapter, PI::Property::NAME);
   EXPECT_THAT(CountLines("4 "), ElementsAre(adapters));
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   Get(UNKNOWN_OBJECT, PI::Property::NAME);
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
 }
 
 TEST_F(Dispatch, SettingTracesOnlyTheLock) {
   for (const std::uint64_t id : {m_Adapter, m_Drive, UNKNOWN_OBJECT}) {
-    m_Host.ForgetTraces();
+    m_Host.ClearTraces();
     Set(id, PI::Property::NAME);
     EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
   }
@@ -368,7 +369,7 @@ TEST_F(Dispatch, ListingOperationsTracesEnterTwice) {
   EXPECT_THAT(LeveledTraces(m_Host),
               ElementsAre("16 ENTER GetOperations object=0x130000000000003", BEFORE_LOCK,
                           AFTER_LOCK, "16 ENTER GetOperations ret=0"));
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   m_Host.Operations(UNKNOWN_OBJECT);
   EXPECT_THAT(LeveledTraces(m_Host),
               ElementsAre("16 ENTER GetOperations object=0x130000000000099", BEFORE_LOCK,
@@ -380,7 +381,7 @@ TEST_F(Dispatch, CheckingTracesOperationAndResult) {
   EXPECT_THAT(LeveledTraces(m_Host),
               ElementsAre("8 ENTER CheckOperation operation=50002", BEFORE_LOCK, AFTER_LOCK,
                           "8 LEAVE CheckOperation(0)"));
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   m_Host.Check(UNKNOWN_OBJECT, Number::OP_ATTACH);
   EXPECT_THAT(LeveledTraces(m_Host),
               ElementsAre("8 ENTER CheckOperation operation=50126", BEFORE_LOCK, AFTER_LOCK,

@@ -219,7 +219,7 @@ TEST(DriveConfigurableSize, IsUnchangedWhenTheModeIsRejected) {
 
 // Runs a format without parameters and returns its call that sets the smallest sector size.
 std::string SmallestSector(ScannedCard& card) {
-  card.Host().ForgetCalls();
+  card.Host().ClearCalls();
   card.Host().Run(card.Host().DriveId(0), PI::OP_FORMAT_DEVICE);
   const Lines calls = StartingWith(card.Host().Calls(), "vsl_iom_format_set_sector_size_bytes");
   return calls.size() == 1 ? calls[0] : "not set exactly once";
@@ -258,7 +258,7 @@ TEST(DriveWithoutFormatHandle, IsListedWithoutLimits) {
 // Returns how often a format to the maximum capacity sets the size mode, which it does only if
 // over-formatting is allowed.
 int ModesSetByLargestFormat(ScannedCard& card) {
-  card.Host().ForgetCalls();
+  card.Host().ClearCalls();
   PI::CProperty formatting(Property::CHOICE_PARAM, true);
   formatting.m_NameID = Property::FORMATTING;
   formatting.SetValue(PI::Value::MAXIMUM_CAPACITY, {PI::Value::MAXIMUM_CAPACITY});
@@ -301,7 +301,7 @@ TEST(DrivePair, UsesTheDevicePathOfTheCard) {
   ScannedCard card;
   ASSERT_EQ(card.Scan(), 0U);
   const std::uint64_t drive = card.Host().DriveId(0);
-  card.Host().ForgetCalls();
+  card.Host().ClearCalls();
   card.Host().Check(drive, PI::OP_MAKE_ONLINE);
   EXPECT_THAT(StartingWith(card.Host().Calls(), "vsl_iom_create_by_name"),
               ElementsAre("vsl_iom_create_by_name /dev/fct0"));

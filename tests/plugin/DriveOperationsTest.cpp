@@ -28,12 +28,12 @@ class DriveOperations : public testing::Test {
     m_Card = m_Host.AddCard();
     m_Host.Cards().Set(m_Card, "volumes", volumes);
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    Forget();
+    Clear();
   }
 
-  void Forget() {
-    m_Host.ForgetCalls();
-    m_Host.ForgetTraces();
+  void Clear() {
+    m_Host.ClearCalls();
+    m_Host.ClearTraces();
   }
 
   Lines Traces() { return m_Host.LeveledTraces(2 | 16); }
@@ -74,7 +74,7 @@ TEST_P(CheckFormat, RequiresAnAvailableDrive) {
   m_Card = m_Host.AddCard();
   m_Host.Cards().Set(m_Card, GetParam().attribute, GetParam().value);
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  Forget();
+  Clear();
   EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_FORMAT_DEVICE), GetParam().result);
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
   EXPECT_THAT(Traces(), ElementsAre("2 ENTER CheckPhysicalDriveOperation()",
@@ -122,7 +122,7 @@ TEST_P(CheckUnits, ReadsEveryUnit) {
   const std::pair<std::uint32_t, std::uint32_t> wanted[] = {
       {Number::OP_MAKE_ONLINE, GetParam().online}, {Number::OP_MAKE_OFFLINE, GetParam().offline}};
   for (const auto& [operation, result] : wanted) {
-    Forget();
+    Clear();
     EXPECT_EQ(m_Host.Check(DRIVE, operation), result) << operation;
     EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().calls));
     EXPECT_THAT(Traces(),
@@ -175,7 +175,7 @@ TEST_F(DriveOperations, CheckAcceptsAnUnknownOperation) {
   StartWith("[]");
   for (const std::uint32_t operation :
        {Number::OP_LOCATE_DEVICE, Number::OP_ATTACH, Number::OP_FORCE_DETACH, 0U}) {
-    Forget();
+    Clear();
     EXPECT_EQ(m_Host.Check(DRIVE, operation), 0U);
     EXPECT_THAT(m_Host.Calls(), IsEmpty());
     EXPECT_THAT(Traces(), ElementsAre("2 ENTER CheckPhysicalDriveOperation()",
@@ -426,7 +426,7 @@ TEST_F(DriveOperations, SwitchTheUnitsOfTheCardPermanently) {
 TEST_F(DriveOperations, FailToSwitchWhenTheCardCannotBeFound) {
   StartWith(R"([{"state": 1}])");
   for (const std::uint32_t operation : {Number::OP_MAKE_ONLINE, Number::OP_MAKE_OFFLINE}) {
-    Forget();
+    Clear();
     CardSim::FailCall("vsl_iom_create_by_name", 1, 83, "gone");
     EXPECT_EQ(m_Host.Run(DRIVE, operation), Number::ERR_COMMAND_ERROR);
     EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0"));
@@ -441,7 +441,7 @@ TEST_F(DriveOperations, FailToSwitchWhenTheCardCannotBeFound) {
 TEST_F(DriveOperations, RejectUnknownOperations) {
   StartWith("[]");
   for (const std::uint32_t operation : {Number::OP_LOCATE_DEVICE, Number::OP_ATTACH, 0U}) {
-    Forget();
+    Clear();
     EXPECT_EQ(m_Host.Run(DRIVE, operation), Number::ERR_INVALID_OPERATION);
     EXPECT_THAT(m_Host.Calls(), IsEmpty());
     EXPECT_THAT(Traces(), ElementsAre("2 ENTER ExecutePhysicalDriveOperation()",

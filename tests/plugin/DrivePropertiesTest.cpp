@@ -111,7 +111,7 @@ TEST_F(DriveProperties, ExcludeThoseOfOtherObjects) {
 TEST_F(DriveProperties, ReplaceThePreviousContentsOfTheList) {
   std::vector<PI::CProperty> list(20, PI::CProperty(Property::VERSION, true));
   EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTIES, OneCard::DRIVE, &list), 0U);
-  EXPECT_THAT(Rendered(list), ElementsAreArray(ALL_ROWS));
+  EXPECT_THAT(RenderAll(list), ElementsAreArray(ALL_ROWS));
 }
 
 TEST_F(DriveProperties, CannotBeWritten) {

@@ -38,7 +38,7 @@ TEST_F(EntryPoints, CreateReturnsThePluginAndPublishesIt) {
 
 TEST_F(EntryPoints, CreateDoesNotCallACard) {
   m_Host.AddCard();
-  m_Host.ForgetCalls();
+  m_Host.ClearCalls();
   ASSERT_EQ(m_Host.Create(), 0U);
   EXPECT_THAT(m_Host.Calls(), testing::IsEmpty());
 }
@@ -97,7 +97,7 @@ TEST_F(EntryPoints, ReleaseNeitherCallsACardNorWaits) {
   m_Host.AddCard();
   ASSERT_EQ(m_Host.Initialize(), 0U);
   ASSERT_EQ(m_Host.DeInitialize(), 0U);
-  m_Host.ForgetCalls();
+  m_Host.ClearCalls();
   const unsigned long begin = MBX::Misc::now();
   m_Host.Release();
   EXPECT_EQ(MBX::Misc::now(), begin);

@@ -13,17 +13,17 @@ using testing::SizeIs;
 constexpr const char* NAME = "SanDisk Flash Adapter 785GB (1)";
 
 // An event of the first adapter.
-std::string OfAdapter(const std::string& event, const std::string& severity) {
+std::string AdapterEvent(const std::string& event, const std::string& severity) {
   return event + " severity " + severity + " object 1 " + NAME + " | " + NAME;
 }
-std::string OfDrive(const std::string& event, const std::string& severity) {
+std::string DriveEvent(const std::string& event, const std::string& severity) {
   return event + " severity " + severity + " object 2 Flash Adapter G2 (0) | " + NAME +
          " | Flash Adapter G2 (0)";
 }
 
 class EventTable : public WorkerFixture {
  protected:
-  // A card whose masks were already set before the start.
+  // Starts with a card whose masks were already set before startup.
   void StartWith(const std::string& errors, const std::string& warnings, const std::string& info) {
     AddCards(1);
     Masks(errors, warnings, info);
@@ -38,7 +38,7 @@ class EventTable : public WorkerFixture {
   Lines EventsAfter(const std::string& errors, const std::string& warnings,
                     const std::string& info) {
     Masks(errors, warnings, info);
-    AwaitScans(3);
+    WaitForScans(3);
     return Events();
   }
 };
@@ -71,11 +71,11 @@ class EachBit : public EventTable, public testing::WithParamInterface<Bit> {};
 TEST_P(EachBit, RaisesItsEventWhenItIsSet) {
   StartWith("0", "0", "0");
   Set("card0", GetParam().mask, GetParam().value);
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(Events(), IsEmpty());
-  AwaitScans();
-  EXPECT_THAT(Events(), ElementsAre(OfAdapter(GetParam().name, GetParam().severity)));
-  AwaitScans(2);
+  WaitForScans();
+  EXPECT_THAT(Events(), ElementsAre(AdapterEvent(GetParam().name, GetParam().severity)));
+  WaitForScans(2);
   EXPECT_THAT(Events(), IsEmpty());
 }
 
@@ -85,7 +85,7 @@ TEST_P(EachBit, RaisesNothingWhenClearedWhileAnotherIsSet) {
   const char* value = GetParam().value.c_str();
   StartWith(isError ? value : "1", isError ? "1" : value, "0");
   Set("card0", GetParam().mask, "0");
-  AwaitScans(3);
+  WaitForScans(3);
   EXPECT_THAT(Events(), IsEmpty());
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 0"), SizeIs(3));
 }
@@ -93,13 +93,13 @@ TEST_P(EachBit, RaisesNothingWhenClearedWhileAnotherIsSet) {
 TEST_P(EachBit, RaisesNormalWhenTheLastIsCleared) {
   StartWith("0", "0", "0");
   Set("card0", GetParam().mask, GetParam().value);
-  AwaitScans(3);
+  WaitForScans(3);
   Events();
   Set("card0", GetParam().mask, "0");
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(Events(), IsEmpty());
-  AwaitScans();
-  EXPECT_THAT(Events(), ElementsAre(OfAdapter("CTRL_NORMAL", "2")));
+  WaitForScans();
+  EXPECT_THAT(Events(), ElementsAre(AdapterEvent("CTRL_NORMAL", "2")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Masks, EachBit, testing::ValuesIn(BITS),
@@ -108,9 +108,9 @@ INSTANTIATE_TEST_SUITE_P(Masks, EachBit, testing::ValuesIn(BITS),
 TEST_F(EventTable, IgnoredBitsNeitherRaiseEventsNorCauseAScan) {
   StartWith("0", "0", "0");
   Masks("0", "0x200", "0x1");
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   EXPECT_EQ(Scans(), 0U);
-  AwaitScans(4);
+  WaitForScans(4);
   EXPECT_THAT(Events(), IsEmpty());
   EXPECT_THAT(Notifications(), IsEmpty());
 }
@@ -118,29 +118,29 @@ TEST_F(EventTable, IgnoredBitsNeitherRaiseEventsNorCauseAScan) {
 TEST_F(EventTable, ClearingBitsWithoutAnEventRaisesNormal) {
   StartWith("0", "0", "0");
   EXPECT_THAT(EventsAfter("0x100000000", "0x20000000000", "0x4"), IsEmpty());
-  EXPECT_THAT(EventsAfter("0", "0", "0"), ElementsAre(OfAdapter("CTRL_NORMAL", "2")));
+  EXPECT_THAT(EventsAfter("0", "0", "0"), ElementsAre(AdapterEvent("CTRL_NORMAL", "2")));
 }
 
-TEST_F(EventTable, ABitSetAtTheStartDoesNotRaiseAnEvent) {
+TEST_F(EventTable, ABitSetAtStartupDoesNotRaiseAnEvent) {
   StartWith("0x1", "0x1", "0x2");
-  AwaitScans(4);
+  WaitForScans(4);
   EXPECT_THAT(Events(), IsEmpty());
 }
 
 TEST_F(EventTable, SeveralBitsRaiseErrorsFirstFromTheLowestBit) {
   StartWith("0x2", "0x1", "0");
   EXPECT_THAT(EventsAfter("0x203", "0x1007", "0"),
-              ElementsAre(OfAdapter("CTRL_INTERNAL_ERROR", "4"),
-                          OfAdapter("CTRL_NONCORRECTABLE_PCI_ERRORS", "4"),
-                          OfAdapter("CTRL_NEAR_WEARING_OUT", "3"),
-                          OfAdapter("CTRL_NONOPTIMAL_PCI_BANDWIDTH", "3"),
-                          OfAdapter("CTRL_RESERVES_DEPLETED", "3")));
+              ElementsAre(AdapterEvent("CTRL_INTERNAL_ERROR", "4"),
+                          AdapterEvent("CTRL_NONCORRECTABLE_PCI_ERRORS", "4"),
+                          AdapterEvent("CTRL_NEAR_WEARING_OUT", "3"),
+                          AdapterEvent("CTRL_NONOPTIMAL_PCI_BANDWIDTH", "3"),
+                          AdapterEvent("CTRL_RESERVES_DEPLETED", "3")));
 }
 
 TEST_F(EventTable, ABitThatReplacesAnotherRaisesOnlyItsOwnEvent) {
   StartWith("0x1", "0", "0");
   EXPECT_THAT(EventsAfter("0x2", "0", "0"),
-              ElementsAre(OfAdapter("CTRL_INCOMPATIBLE_PCI_BANDWIDTH", "4")));
+              ElementsAre(AdapterEvent("CTRL_INCOMPATIBLE_PCI_BANDWIDTH", "4")));
 }
 
 struct Information {
@@ -162,46 +162,50 @@ const Information INFORMATION[] = {
     {"RisesWithTheFirstWarning",
      {"0", "0", "0"},
      {"0", "0x1", "0x2"},
-     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_WRITE_REG_POWER", "2")}},
+     {AdapterEvent("CTRL_TEMPERATURE_ABOVE_WARN", "3"), AdapterEvent("CTRL_WRITE_REG_POWER", "2")}},
     {"RisesWithTheSecondWarning",
      {"0", "0", "0"},
      {"0", "0x2", "0x2"},
-     {OfAdapter("CTRL_NEAR_WEARING_OUT", "3"), OfAdapter("CTRL_UNACTIVATED_FIRMWARE", "2")}},
+     {AdapterEvent("CTRL_NEAR_WEARING_OUT", "3"), AdapterEvent("CTRL_UNACTIVATED_FIRMWARE", "2")}},
     {"RisesWithBothWarnings",
      {"0", "0", "0"},
      {"0", "0x3", "0x2"},
-     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_NEAR_WEARING_OUT", "3"),
-      OfAdapter("CTRL_WRITE_REG_POWER", "2"), OfAdapter("CTRL_UNACTIVATED_FIRMWARE", "2")}},
+     {AdapterEvent("CTRL_TEMPERATURE_ABOVE_WARN", "3"), AdapterEvent("CTRL_NEAR_WEARING_OUT", "3"),
+      AdapterEvent("CTRL_WRITE_REG_POWER", "2"), AdapterEvent("CTRL_UNACTIVATED_FIRMWARE", "2")}},
     {"RisesWithTheThirdWarning",
      {"0", "0", "0"},
      {"0", "0x4", "0x2"},
-     {OfAdapter("CTRL_NONOPTIMAL_PCI_BANDWIDTH", "3")}},
+     {AdapterEvent("CTRL_NONOPTIMAL_PCI_BANDWIDTH", "3")}},
     {"FallsWithTheFirstWarning",
      {"0", "0", "0x2"},
      {"0", "0x1", "0"},
-     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_WRITE_REG_POWER", "2")}},
+     {AdapterEvent("CTRL_TEMPERATURE_ABOVE_WARN", "3"), AdapterEvent("CTRL_WRITE_REG_POWER", "2")}},
     {"ChangesAnUnnamedBitWithTheFirstWarning",
      {"0", "0", "0x2"},
      {"0", "0x1", "0x6"},
-     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_WRITE_REG_POWER", "2")}},
+     {AdapterEvent("CTRL_TEMPERATURE_ABOVE_WARN", "3"), AdapterEvent("CTRL_WRITE_REG_POWER", "2")}},
     {"StaysWhileTheFirstWarningRises",
      {"0", "0", "0x2"},
      {"0", "0x1", "0x2"},
-     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3")}},
+     {AdapterEvent("CTRL_TEMPERATURE_ABOVE_WARN", "3")}},
     {"StaysClearWhileBothWarningsRise",
      {"0", "0", "0"},
      {"0", "0x3", "0"},
-     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"), OfAdapter("CTRL_NEAR_WEARING_OUT", "3")}},
-    {"FallsAndIsTheLast", {"0", "0", "0x2"}, {"0", "0", "0"}, {OfAdapter("CTRL_NORMAL", "2")}},
-    {"FallsWithTheWarnings", {"0", "0x3", "0x2"}, {"0", "0", "0"}, {OfAdapter("CTRL_NORMAL", "2")}},
+     {AdapterEvent("CTRL_TEMPERATURE_ABOVE_WARN", "3"),
+      AdapterEvent("CTRL_NEAR_WEARING_OUT", "3")}},
+    {"FallsAndIsTheLast", {"0", "0", "0x2"}, {"0", "0", "0"}, {AdapterEvent("CTRL_NORMAL", "2")}},
+    {"FallsWithTheWarnings",
+     {"0", "0x3", "0x2"},
+     {"0", "0", "0"},
+     {AdapterEvent("CTRL_NORMAL", "2")}},
     {"FallsWithAWarning", {"0", "0x1", "0x2"}, {"0", "0x1", "0"}, {}},
     {"StaysWhenTheWarningsFall", {"0", "0x1", "0x2"}, {"0", "0", "0x2"}, {}},
     {"StaysWhenTheErrorsFall", {"0x1", "0", "0x2"}, {"0", "0", "0x2"}, {}},
-    {"AllFall", {"0x1", "0x1", "0x2"}, {"0", "0", "0"}, {OfAdapter("CTRL_NORMAL", "2")}},
+    {"AllFall", {"0x1", "0x1", "0x2"}, {"0", "0", "0"}, {AdapterEvent("CTRL_NORMAL", "2")}},
     {"AnErrorBecomesAWarning",
      {"0x1", "0", "0"},
      {"0", "0x1", "0"},
-     {OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3")}},
+     {AdapterEvent("CTRL_TEMPERATURE_ABOVE_WARN", "3")}},
 };
 
 class EachInformation : public EventTable, public testing::WithParamInterface<Information> {};
@@ -220,15 +224,15 @@ TEST_F(EventTable, AnEventHasTheStoredNameOfItsAdapter) {
   StartWith("0", "0", "0");
   Set("card0", "board_name", "New Board");
   Set("card0", "iom_state", "0");
-  AwaitScans();
-  EXPECT_THAT(Events(), ElementsAre(OfAdapter("CTRL_DETACHED", "4")));
+  WaitForScans();
+  EXPECT_THAT(Events(), ElementsAre(AdapterEvent("CTRL_DETACHED", "4")));
   EXPECT_EQ(Value(FIRST, PI::Property::NAME), "\"SanDisk New Board (1)\"");
 }
 
 TEST_F(EventTable, AnEventHasTheTimeOfTheComparison) {
   StartWith("0", "0", "0");
   Set("card0", "iom_state", "0");
-  AwaitScans();
+  WaitForScans();
   PassMs(3000);
   const std::vector<PI::CEvent> events = m_Host.CollectEvents();
   ASSERT_THAT(events, SizeIs(1));
@@ -248,13 +252,13 @@ void PrintTo(const StateChange& change, std::ostream* stream) {
 }
 
 const StateChange STATE_CHANGES[] = {
-    {"AttachedToDetached", "2", "0", {OfAdapter("CTRL_DETACHED", "4")}},
-    {"DetachedToAttached", "0", "2", {OfAdapter("CTRL_ATTACHED", "2")}},
-    {"AttachingToAttached", "1", "2", {OfAdapter("CTRL_ATTACHED", "2")}},
-    {"DetachingToDetached", "3", "0", {OfAdapter("CTRL_DETACHED", "4")}},
-    {"BusyToAttached", "4", "2", {OfAdapter("CTRL_ATTACHED", "2")}},
-    {"MinimalToDetached", "5", "0", {OfAdapter("CTRL_DETACHED", "4")}},
-    {"FailedToAttached", "6", "2", {OfAdapter("CTRL_ATTACHED", "2")}},
+    {"AttachedToDetached", "2", "0", {AdapterEvent("CTRL_DETACHED", "4")}},
+    {"DetachedToAttached", "0", "2", {AdapterEvent("CTRL_ATTACHED", "2")}},
+    {"AttachingToAttached", "1", "2", {AdapterEvent("CTRL_ATTACHED", "2")}},
+    {"DetachingToDetached", "3", "0", {AdapterEvent("CTRL_DETACHED", "4")}},
+    {"BusyToAttached", "4", "2", {AdapterEvent("CTRL_ATTACHED", "2")}},
+    {"MinimalToDetached", "5", "0", {AdapterEvent("CTRL_DETACHED", "4")}},
+    {"FailedToAttached", "6", "2", {AdapterEvent("CTRL_ATTACHED", "2")}},
     {"AttachedToDetaching", "2", "3", {}},
     {"DetachedToAttaching", "0", "1", {}},
     {"AttachedToBusy", "2", "4", {}},
@@ -270,9 +274,9 @@ TEST_P(EachStateChange, RaisesItsEventImmediatelyAndOnce) {
   Set("card0", "iom_state", GetParam().before);
   StartWatch();
   Set("card0", "iom_state", GetParam().after);
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(Events(), GetParam().events);
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(Events(), IsEmpty());
 }
 
@@ -290,18 +294,18 @@ void PrintTo(const DriveChange& change, std::ostream* stream) {
 }
 
 const DriveChange DRIVE_CHANGES[] = {
-    {"Size", {"iom_format_size_bytes", "628000000000"}, {OfDrive("PD_FORMAT_CHANGED", "2")}},
-    {"SectorSize", {"sector_size_bytes", "4096"}, {OfDrive("PD_FORMAT_CHANGED", "2")}},
+    {"Size", {"iom_format_size_bytes", "628000000000"}, {DriveEvent("PD_FORMAT_CHANGED", "2")}},
+    {"SectorSize", {"sector_size_bytes", "4096"}, {DriveEvent("PD_FORMAT_CHANGED", "2")}},
     {"Both",
      {"iom_format_size_bytes", "628000000000", "sector_size_bytes", "4096"},
-     {OfDrive("PD_FORMAT_CHANGED", "2")}},
+     {DriveEvent("PD_FORMAT_CHANGED", "2")}},
     {"UnreportedFields",
      {"iom_format_size_pct", "80", "iom_format_max_sector_size_bytes", "512"},
      {}},
     {"LargestSize", {"overformat_size_bytes", "900000000000"}, {}},
     {"NameToo",
      {"sector_size_bytes", "4096", "product_name", "New Product"},
-     {OfDrive("PD_FORMAT_CHANGED", "2")}},
+     {DriveEvent("PD_FORMAT_CHANGED", "2")}},
     {"OnlyTheName", {"product_name", "New Product"}, {}},
     {"AdapterNameToo",
      {"sector_size_bytes", "4096", "board_name", "New Board"},
@@ -317,12 +321,12 @@ TEST_P(EachDriveChange, RaisesFormatChangedForSizeAndSectorSize) {
   StartWatch();
   const Lines& settings = GetParam().settings;
   for (std::size_t i = 0; i < settings.size(); i += 2) Set("card0", settings[i], settings[i + 1]);
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   EXPECT_EQ(Scans(), 0U);
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(Events(), GetParam().events);
   EXPECT_THAT(Notifications(), SizeIs(1));
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Events(), IsEmpty());
   EXPECT_THAT(Notifications(), SizeIs(1));
 }
@@ -335,12 +339,12 @@ TEST_F(EventTable, ASizeThatDiffersByLessThanAMiBRaisesNothing) {
   Set("card0", "iom_format_size_bytes", "1048576000");
   StartWatch();
   Set("card0", "iom_format_size_bytes", "1049624575");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Events(), IsEmpty());
   EXPECT_THAT(Notifications(), IsEmpty());
   Set("card0", "iom_format_size_bytes", "1049624576");
-  AwaitScans();
-  EXPECT_THAT(Events(), ElementsAre(OfDrive("PD_FORMAT_CHANGED", "2")));
+  WaitForScans();
+  EXPECT_THAT(Events(), ElementsAre(DriveEvent("PD_FORMAT_CHANGED", "2")));
 }
 
 // Adapters in the order of the scan, then removed adapters, then drives.
@@ -348,7 +352,7 @@ TEST_F(EventTable, OnePassRaisesEventsInAFixedOrder) {
   AddCards(4);
   StartWatch();
   Hide(3);
-  AwaitScans();
+  WaitForScans();
   Events();
   Hide(0);
   Show(3);
@@ -356,7 +360,7 @@ TEST_F(EventTable, OnePassRaisesEventsInAFixedOrder) {
     Set(card, "iom_state", "0");
     Set(card, "sector_size_bytes", "4096");
   }
-  AwaitScans();
+  WaitForScans();
   const std::string board = "SanDisk Flash Adapter 785GB ";
   const std::string drive = "Flash Adapter G2 (0)";
   EXPECT_THAT(
@@ -374,30 +378,30 @@ TEST_F(EventTable, OnePassRaisesEventsInAFixedOrder) {
 TEST_F(EventTable, OneAdapterRaisesEventsInAFixedOrder) {
   StartWith("0", "0", "0");
   Masks("0x1", "0x1", "0x2");
-  AwaitScans(2);
+  WaitForScans(2);
   Set("card0", "iom_state", "0");
-  AwaitScans();
-  EXPECT_THAT(Events(),
-              ElementsAre(OfAdapter("CTRL_INTERNAL_ERROR", "4"),
-                          OfAdapter("CTRL_TEMPERATURE_ABOVE_WARN", "3"),
-                          OfAdapter("CTRL_WRITE_REG_POWER", "2"), OfAdapter("CTRL_DETACHED", "4")));
+  WaitForScans();
+  EXPECT_THAT(Events(), ElementsAre(AdapterEvent("CTRL_INTERNAL_ERROR", "4"),
+                                    AdapterEvent("CTRL_TEMPERATURE_ABOVE_WARN", "3"),
+                                    AdapterEvent("CTRL_WRITE_REG_POWER", "2"),
+                                    AdapterEvent("CTRL_DETACHED", "4")));
   Masks("0", "0", "0");
-  AwaitScans(2);
+  WaitForScans(2);
   Set("card0", "iom_state", "2");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Events(),
-              ElementsAre(OfAdapter("CTRL_NORMAL", "2"), OfAdapter("CTRL_ATTACHED", "2")));
+              ElementsAre(AdapterEvent("CTRL_NORMAL", "2"), AdapterEvent("CTRL_ATTACHED", "2")));
 }
 
 TEST_F(EventTable, EventsOfSeveralPassesAreCollectedInOrderAndOnce) {
   StartWith("0", "0", "0");
   for (const char* state : {"0", "2", "0"}) {
     Set("card0", "iom_state", state);
-    AwaitScans();
+    WaitForScans();
   }
   EXPECT_THAT(Events(),
-              ElementsAre(OfAdapter("CTRL_DETACHED", "4"), OfAdapter("CTRL_ATTACHED", "2"),
-                          OfAdapter("CTRL_DETACHED", "4")));
+              ElementsAre(AdapterEvent("CTRL_DETACHED", "4"), AdapterEvent("CTRL_ATTACHED", "2"),
+                          AdapterEvent("CTRL_DETACHED", "4")));
   EXPECT_THAT(Events(), IsEmpty());
 }
 
@@ -406,8 +410,8 @@ TEST_F(EventTable, EachCardRaisesItsOwnEvents) {
   StartWatch();
   Set("card0", "current_errors", "1");
   Set("card1", "current_warnings", "1");
-  AwaitScans(3);
-  EXPECT_THAT(Events(), ElementsAre(OfAdapter("CTRL_INTERNAL_ERROR", "4"),
+  WaitForScans(3);
+  EXPECT_THAT(Events(), ElementsAre(AdapterEvent("CTRL_INTERNAL_ERROR", "4"),
                                     "CTRL_TEMPERATURE_ABOVE_WARN severity 3 object 3 SanDisk Flash "
                                     "Adapter 785GB (2) | SanDisk "
                                     "Flash Adapter 785GB (2)"));
@@ -419,7 +423,7 @@ TEST_F(EventTable, OtherChangesOfAnAdapterRaiseNothing) {
                           "pcie_slot_power_watts", "3",  "driver_version",         "9",
                           "serial_number",         "X1"};
   for (std::size_t i = 0; i < settings.size(); i += 2) Set("card0", settings[i], settings[i + 1]);
-  AwaitScans(3);
+  WaitForScans(3);
   EXPECT_THAT(Notifications(), SizeIs(1));
   EXPECT_THAT(Events(), IsEmpty());
 }

@@ -122,7 +122,7 @@ class FaultSweep : public testing::TestWithParam<Flow> {
     for (const Attribute& attribute : GetParam().card) {
       host.Cards().Set("card0", attribute.name, attribute.value);
     }
-    host.ForgetCalls();
+    host.ClearCalls();
   }
 
   static std::size_t Run(SimulatedHost& host) { return GetParam().run(host); }
@@ -136,7 +136,7 @@ class FaultSweep : public testing::TestWithParam<Flow> {
   }
 
   // The calls of a pass in which nothing fails.
-  static std::vector<Step> GoodPass(SimulatedHost& host) {
+  static std::vector<Step> PassWithoutFailures(SimulatedHost& host) {
     Prepare(host);
     EXPECT_EQ(Run(host), GetParam().good);
     ExpectNoLeaks({});
@@ -151,7 +151,7 @@ class FaultSweep : public testing::TestWithParam<Flow> {
     faults.Inject();
     EXPECT_EQ(Run(host), result);
     ExpectNoLeaks(faults);
-    EXPECT_EQ(GoodPass(host).size(), good.size());
+    EXPECT_EQ(PassWithoutFailures(host).size(), good.size());
   }
 };
 
@@ -160,7 +160,7 @@ TEST_P(FaultSweep, SurvivesEachCallFailing) {
   {
     SimulatedHost host;
     StartWithOneCard(host);
-    good = GoodPass(host);
+    good = PassWithoutFailures(host);
   }
   ASSERT_FALSE(good.empty());
   for (const Step& step : good) {
@@ -175,7 +175,7 @@ TEST_P(FaultSweepInPairs, SurvivesEachPairOfCallsFailing) {
   {
     SimulatedHost host;
     StartWithOneCard(host);
-    good = GoodPass(host);
+    good = PassWithoutFailures(host);
   }
   for (std::size_t first = 0; first < good.size(); ++first) {
     for (std::size_t second = first + 1; second < good.size(); ++second) {
@@ -359,7 +359,7 @@ std::vector<Flow> FlowsForPairs() {
 INSTANTIATE_TEST_SUITE_P(Flows, FaultSweepInPairs, testing::ValuesIn(FlowsForPairs()),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// The start creates the plug-in, so it has a separate sweep.
+// Startup creates the plug-in, so it has a separate sweep.
 
 const Flow INITIALIZE = {"Initialize",
                          {},
@@ -374,9 +374,9 @@ const Flow INITIALIZE = {"Initialize",
                           {"vsl_open", 1, Number::ERR_NO_SUPPORTED_HARDWARE}},
                          false};
 
-void ExpectAGoodStart(SimulatedHost& host) {
+void ExpectSuccessfulStart(SimulatedHost& host) {
   host.m_AdapterIDs.clear();
-  host.ForgetCalls();
+  host.ClearCalls();
   EXPECT_EQ(host.Initialize(), 0U);
   EXPECT_EQ(host.m_AdapterIDs.size(), 1U);
   EXPECT_EQ(host.Topology().size(), 3U);
@@ -389,7 +389,7 @@ void SweepStart(const Faults& faults, std::size_t result) {
   SCOPED_TRACE("failing: " + faults.Text());
   SimulatedHost host;
   host.AddCard(0x1006);
-  host.ForgetCalls();
+  host.ClearCalls();
   faults.Inject();
   EXPECT_EQ(host.Initialize(), result);
   ExpectNoLeaks(faults);
@@ -398,15 +398,15 @@ void SweepStart(const Faults& faults, std::size_t result) {
   EXPECT_EQ(last == "vsl_fini", result == Number::ERR_NO_SUPPORTED_HARDWARE) << last;
   EXPECT_EQ(host.DeInitialize(), 0U);
   host.Release();
-  ExpectAGoodStart(host);
+  ExpectSuccessfulStart(host);
 }
 
-TEST(FaultSweepOfTheStart, SurvivesEachCallFailing) {
+TEST(FaultSweepOfStartup, SurvivesEachCallFailing) {
   std::vector<Step> good;
   {
     SimulatedHost host;
     host.AddCard(0x1006);
-    host.ForgetCalls();
+    host.ClearCalls();
     ASSERT_EQ(host.Initialize(), 0U);
     good = StepsOf(CardSim::CallLog());
   }

@@ -30,7 +30,7 @@ std::ostream& operator<<(std::ostream& out, const Sectors& sectors) {
 
 class FormatParameters : public testing::TestWithParam<Sectors> {
  protected:
-  static std::vector<std::string> Listed() {
+  static std::vector<std::string> ParametersOfDrive() {
     CFusionIOPhysicalDrive drive;
     drive.m_SectorSize = GetParam().current;
     drive.m_MinSectorSize = GetParam().minimum;
@@ -47,7 +47,7 @@ class FormatParameters : public testing::TestWithParam<Sectors> {
 
 TEST_P(FormatParameters, OfferCapacitySizeAndSectors) {
   EXPECT_THAT(
-      Listed(),
+      ParametersOfDrive(),
       ElementsAre("CHOICE_PARAM = FACTORY_CAPACITY of [MAXIMUM_CAPACITY FACTORY_CAPACITY "
                   "IMPROVED_PERFORMANCE HIGH_PERFORMANCE CUSTOM] (label FORMATTING, writable 1)",
                   "RANGE_PARAM = 100 in 10..100 step 1 (label SIZE, unit 21010, writable 1)",

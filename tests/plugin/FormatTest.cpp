@@ -55,7 +55,7 @@ PI::CProperty NumberProperty(std::uint32_t name, unsigned long value) {
 }
 
 // A parameter that is identified by its id instead of its name.
-PI::CProperty Misnamed(PI::_PROPERTY_ID id, int value) {
+PI::CProperty MisnamedParameter(PI::_PROPERTY_ID id, int value) {
   PI::CProperty parameter(id, true);
   parameter.m_NameID = PI::Property::NAME;
   parameter.SetValue(value, std::vector<int>{value});
@@ -81,12 +81,12 @@ class Format : public testing::Test {
 
   void Start() {
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    Forget();
+    Clear();
   }
 
-  void Forget() {
-    m_Host.ForgetCalls();
-    m_Host.ForgetTraces();
+  void Clear() {
+    m_Host.ClearCalls();
+    m_Host.ClearTraces();
   }
 
   unsigned int Run(Parameters parameters = {}) {
@@ -215,7 +215,7 @@ const Request REQUESTS[] = {
      {Choice(PI::Property::NAME, HIGH), Range(PI::Property::POLL_INTERVAL, 20)},
      "512",
      "100"},
-    {"AnIdInsteadOfAName", {Misnamed(PI::Property::FORMATTING, HIGH)}, "512", "100"},
+    {"AnIdInsteadOfAName", {MisnamedParameter(PI::Property::FORMATTING, HIGH)}, "512", "100"},
     {"SectorsAsARange", {Range(BLOCK_SIZE, 2048)}, "2048", "100"},
     {"SectorsAsARangeBeyondTheCard", {Range(BLOCK_SIZE, 65536)}, "65536", ""},
     {"SectorsAsAText", {Text(BLOCK_SIZE, "2048")}, "512", "100"},
@@ -313,13 +313,13 @@ const Capacity CAPACITIES[] = {
 INSTANTIATE_TEST_SUITE_P(Formattings, FormatCapacity, testing::ValuesIn(CAPACITIES),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// A failing call of a format.
+// A card-library call that fails during a format.
 struct Failure {
   const char* name;
   int formatting;
   const char* function;
   std::uint32_t result;
-  Lines traces;  // about the card library
+  Lines traces;  // trace lines of the card library's level
   Lines calls;
 };
 

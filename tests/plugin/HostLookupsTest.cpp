@@ -34,7 +34,7 @@ class HostLookups : public testing::Test {
 };
 
 // A card that has a domain is not looked up.
-TEST_F(HostLookups, ListEveryAcceptedDeviceAtTheStart) {
+TEST_F(HostLookups, ListEveryAcceptedDeviceAtStartup) {
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(m_Watch.m_Calls,

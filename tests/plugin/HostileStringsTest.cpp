@@ -9,14 +9,14 @@
 #include "hostkit/EventLog.h"
 #include "tests/hostkit/database/Fixture.h"
 #include "tests/plugin/Watch.h"
-#include "tests/support/HostileTexts.h"
+#include "tests/support/InjectionStrings.h"
 #include "tests/support/RowView.h"
 
 namespace CorvaneTest {
 namespace {
 
 // The string attributes of a card.
-std::vector<std::string> Texts() {
+std::vector<std::string> StringAttributes() {
   std::vector<std::string> names;
 #define NOTE_TEXT(type, name) \
   if (std::is_same_v<type, const char*>) names.emplace_back(#name);
@@ -59,7 +59,7 @@ class HostileStrings : public WorkerFixture {
     return OtherProgram(File()).Run("SELECT type, name, sql FROM sqlite_schema ORDER BY name");
   }
 
-  void ExpectUnharmed(const std::string& after) {
+  void ExpectIntact(const std::string& after) {
     const auto events = HostKit::ReadEvents(0, 10);
     ASSERT_EQ(events.size(), 1U) << after;
     EXPECT_EQ(events[0].m_SourceName, "first") << after;
@@ -70,30 +70,31 @@ class HostileStrings : public WorkerFixture {
   }
 
   // Whether a trace line reports the result of a row's statement.
-  static bool IsOfRows(const std::string& line) {
+  static bool ReportsRowStatement(const std::string& line) {
     return line.find(" to db.") != line.npos || line.find(" in db.") != line.npos ||
            line.find(" from db.") != line.npos;
   }
 
-  // Runs the plug-in while the card has the text: at the start, when the worker sees a change of
-  // the card and of its drive, and when the card is removed.
+  // Runs the plug-in while the card reports the string: at startup, when the worker sees a change
+  // of the card and of its drive, and when the card is removed.
   void RunWith(const std::string& attribute, const std::string& text) {
     Set("card0", attribute, text);
     ASSERT_EQ(m_Host.Start(), 0U) << text;
-    ExpectUnharmed(text);
+    ExpectIntact(text);
     Set("card0", "temp_internal_deg_c", "61.5");
     Set("card0", "sector_size_bytes", "4096");
     PassMs(16'000);
-    ExpectUnharmed(text);
+    ExpectIntact(text);
     EXPECT_EQ(m_Host.Topology().size(), 5U) << text;
     Hide(0);
     PassMs(16'000);
-    ExpectUnharmed(text);
+    ExpectIntact(text);
     EXPECT_EQ(m_Host.Topology().size(), 3U) << text;
-    for (const std::string& line : m_Host.Traces(128)) EXPECT_TRUE(IsOfRows(line)) << line;
+    for (const std::string& line : m_Host.Traces(128))
+      EXPECT_TRUE(ReportsRowStatement(line)) << line;
     m_Host.DeInitialize();
     m_Host.Release();
-    m_Host.ForgetTraces();
+    m_Host.ClearTraces();
     Show(0);
     Set("card0", "temp_internal_deg_c", "50.5");
     Set("card0", "sector_size_bytes", "512");
@@ -103,21 +104,21 @@ class HostileStrings : public WorkerFixture {
   std::string m_Schema;
 };
 
-class EachText : public HostileStrings, public testing::WithParamInterface<std::string> {};
+class EachHostileString : public HostileStrings, public testing::WithParamInterface<std::string> {};
 
-TEST_P(EachText, DamagesNothing) {
-  for (const std::string& text : HostileTexts(0, kStatements)) RunWith(GetParam(), text);
+TEST_P(EachHostileString, DamagesNothing) {
+  for (const std::string& text : InjectionStrings(0, kStatements)) RunWith(GetParam(), text);
 }
 
 TEST_F(HostileStrings, DamageNothingAfterACompleteNewRow) {
   for (const int values : kValuesAfterSerialNumber) {
-    for (const std::string& text : HostileTexts(values, kStatements)) {
+    for (const std::string& text : InjectionStrings(values, kStatements)) {
       if (text.find("NULL") != text.npos) RunWith("serial_number", text);
     }
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Hostile, EachText, testing::ValuesIn(Texts()),
+INSTANTIATE_TEST_SUITE_P(Hostile, EachHostileString, testing::ValuesIn(StringAttributes()),
                          [](const auto& each) { return each.param; });
 
 }  // namespace

@@ -19,30 +19,30 @@ using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::Not;
 
-// One `Initialize`: its result, what it printed, and how long it took.
+// The result, output and duration of one call to `Initialize`.
 struct Outcome {
   unsigned int result = 0;
   std::string printed;
   unsigned long ms = 0;
 };
 
-Outcome InitializeOf(SimulatedHost& host) {
+Outcome RunInitialize(SimulatedHost& host) {
   Outcome outcome;
-  host.ForgetTraces();
+  host.ClearTraces();
   testing::internal::CaptureStdout();
-  outcome.ms = MsOf([&] { outcome.result = host.Initialize(); });
+  outcome.ms = ElapsedMs([&] { outcome.result = host.Initialize(); });
   outcome.printed = testing::internal::GetCapturedStdout();
   return outcome;
 }
 
-constexpr const char* COUNT_0 = "Corvane:  Initialize:  adapter count is 0\n";
+constexpr const char* ZERO_ADAPTERS_LINE = "Corvane:  Initialize:  adapter count is 0\n";
 
 class Initialize : public testing::Test {
  protected:
   void AddCards(int count) {
     for (int i = 0; i < count; ++i) m_Host.AddCard();
   }
-  Outcome Run() { return InitializeOf(m_Host); }
+  Outcome Run() { return RunInitialize(m_Host); }
   std::vector<PI::CObject> Objects() { return m_Host.Topology(); }
 
   SimulatedHost m_Host;
@@ -74,7 +74,7 @@ TEST_P(InitializeWithoutLock, FailsImmediatelyAndTracesItsName) {
   SimulatedHost host;
   host.AddCard();
   GetParam().fail(GetParam().ordinal);
-  const Outcome outcome = InitializeOf(host);
+  const Outcome outcome = RunInitialize(host);
   EXPECT_EQ(outcome.result, Number::ERR_LOCK_INITIALIZATION_FAILED);
   EXPECT_EQ(outcome.printed, "");
   EXPECT_EQ(outcome.ms, 0U);
@@ -114,7 +114,7 @@ TEST_F(Initialize, CreatesOneManualAndTwoAutomaticEventsAllUnset) {
 TEST_F(Initialize, DoesNotStartTheLibraryWithoutACardOnThePciBus) {
   const Outcome outcome = Run();
   EXPECT_EQ(outcome.result, Number::ERR_NO_SUPPORTED_HARDWARE);
-  EXPECT_EQ(outcome.printed, COUNT_0);
+  EXPECT_EQ(outcome.printed, ZERO_ADAPTERS_LINE);
   EXPECT_EQ(outcome.ms, 0U);
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
   EXPECT_THAT(LeveledTraces(m_Host),
@@ -166,7 +166,7 @@ TEST_P(InitializeNotReady, RetriesEverySecondForAMinute) {
   SimulatedHost host;
   host.AddCard();
   CardSim::FailCall("vsl_init", 1, 27, "not yet", GetParam().notReady);
-  const Outcome outcome = InitializeOf(host);
+  const Outcome outcome = RunInitialize(host);
   EXPECT_EQ(outcome.result, GetParam().result);
   EXPECT_EQ(outcome.ms, GetParam().ms);
   const bool good = GetParam().result == 0;
@@ -195,7 +195,7 @@ TEST_F(Initialize, GivesUpOnALibraryThatIsNeverReady) {
   CardSim::FailCall("vsl_init", 1, 27, "not yet", 1000);
   const Outcome outcome = Run();
   EXPECT_EQ(outcome.result, Number::ERR_API_INITIALIZATION_FAILED);
-  EXPECT_EQ(outcome.printed, COUNT_0);
+  EXPECT_EQ(outcome.printed, ZERO_ADAPTERS_LINE);
   EXPECT_EQ(m_Host.Calls().size(), 61U);
   EXPECT_THAT(LeveledTraces(m_Host),
               ElementsAre("16 Initialize, vsl_init = 27 (not yet)",
@@ -207,9 +207,9 @@ TEST(InitializeRetry, TreatsAnyOtherCodeAsFinal) {
     SimulatedHost host;
     host.AddCard();
     CardSim::FailCall("vsl_init", 1, code, "broken");
-    const Outcome outcome = InitializeOf(host);
+    const Outcome outcome = RunInitialize(host);
     EXPECT_EQ(outcome.result, Number::ERR_API_INITIALIZATION_FAILED);
-    EXPECT_EQ(outcome.printed, COUNT_0);
+    EXPECT_EQ(outcome.printed, ZERO_ADAPTERS_LINE);
     EXPECT_EQ(outcome.ms, 0U);
     EXPECT_THAT(host.Calls(), ElementsAre("vsl_init"));
     EXPECT_THAT(host.Traces(16),
@@ -232,9 +232,9 @@ TEST(InitializeRetry, DoesNotWaitForTheSecondStart) {
     SimulatedHost host;
     host.AddCard();
     CardSim::FailCall("vsl_init", 2, code, "again");
-    const Outcome outcome = InitializeOf(host);
+    const Outcome outcome = RunInitialize(host);
     EXPECT_EQ(outcome.result, Number::ERR_API_INITIALIZATION_FAILED);
-    EXPECT_EQ(outcome.printed, COUNT_0);
+    EXPECT_EQ(outcome.printed, ZERO_ADAPTERS_LINE);
     EXPECT_EQ(outcome.ms, 1000U);
     EXPECT_THAT(host.Calls(), ElementsAre("vsl_init", "vsl_fini", "vsl_init"));
     EXPECT_THAT(LeveledTraces(host),
@@ -252,8 +252,8 @@ TEST_F(Initialize, SkipsCardsWithoutSerialNumberOrPath) {
   const Outcome outcome = Run();
   EXPECT_EQ(outcome.result, 0U);
   EXPECT_EQ(outcome.printed, "Corvane:  Initialize:  adapter count is 1\n");
-  EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::ADAPTER_NUMBER), "0");
-  EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::OS_DEVICE), "/dev/fct2");
+  EXPECT_EQ(ShownValue(m_Host, m_Host.AdapterId(0), PI::Property::ADAPTER_NUMBER), "0");
+  EXPECT_EQ(ShownValue(m_Host, m_Host.AdapterId(0), PI::Property::OS_DEVICE), "/dev/fct2");
   Lines calls = m_Host.Calls();
   calls.resize(14);
   EXPECT_THAT(calls,
@@ -271,7 +271,7 @@ TEST_F(Initialize, StopsTheLibraryWithoutAUsableCard) {
   m_Host.Cards().MakeAbsent("card0", "serial_number");
   const Outcome outcome = Run();
   EXPECT_EQ(outcome.result, Number::ERR_NO_SUPPORTED_HARDWARE);
-  EXPECT_EQ(outcome.printed, COUNT_0);
+  EXPECT_EQ(outcome.printed, ZERO_ADAPTERS_LINE);
   EXPECT_THAT(m_Host.m_AdapterIDs, IsEmpty());
   EXPECT_THAT(
       m_Host.Calls(),
@@ -334,7 +334,7 @@ TEST_F(Initialize, PrintsTheNumberOfAdaptersNotOfDevices) {
   const Outcome outcome = Run();
   EXPECT_EQ(outcome.result, 0U);
   EXPECT_EQ(outcome.printed, "Corvane:  Initialize:  adapter count is 1\n");
-  EXPECT_EQ(Shown(m_Host, m_Host.AdapterId(0), PI::Property::ADAPTER_NUMBER), "1");
+  EXPECT_EQ(ShownValue(m_Host, m_Host.AdapterId(0), PI::Property::ADAPTER_NUMBER), "1");
 }
 
 TEST_F(Initialize, PrintsTheCountEvenWithoutTraces) {
@@ -366,7 +366,7 @@ TEST_F(Initialize, DoesNotStartAThread) {
 // Expects a start that failed in its scan, stopped the library and left only the plug-in object.
 void ExpectCleanFailure(SimulatedHost& host, const Outcome& outcome) {
   EXPECT_EQ(outcome.result, Number::ERR_NO_SUPPORTED_HARDWARE);
-  EXPECT_EQ(outcome.printed, COUNT_0);
+  EXPECT_EQ(outcome.printed, ZERO_ADAPTERS_LINE);
   EXPECT_THAT(host.m_AdapterIDs, IsEmpty());
   EXPECT_EQ(host.Calls().back(), "vsl_fini");
   EXPECT_EQ(LeveledTraces(host).back(), "2 LEAVE Initialize() -> 20001");

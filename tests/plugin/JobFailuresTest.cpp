@@ -231,12 +231,12 @@ TEST_P(EachJobFailure, IsNotBusyWhenOnlyItsThreadIsLeft) {
   const std::string trace = GetParam().trace;
   HeldTrace held("LEAVE " + trace.substr(0, trace.find(',')) + "()");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   EXPECT_FALSE(HostKit::Threads().back().ended);
   EXPECT_EQ(m_Host.Check(FIRST, GetParam().operation), 0U);
   EXPECT_EQ(m_Host.CollectEvents().size(), 1U);
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
-  held.LetGo();
+  held.Release();
   Pass(1);
 }
 
@@ -249,9 +249,9 @@ TEST_F(JobFailures, ReportTheTimeOfTheirStart) {
   HeldCall held("vsl_op_wait_for_result");
   const unsigned long start = MBX::Misc::now();
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   Pass(3000);
-  held.LetGo();
+  held.Release();
   Pass(LONGER_THAN_A_JOB_MS);
   const std::vector<PI::CEvent> events = m_Host.CollectEvents();
   ASSERT_EQ(events.size(), 1U);
@@ -305,11 +305,11 @@ TEST_F(JobFailures, ASecondAttachOfACardFailsWhileTheFirstSucceeds) {
   StartWith({DETACHED});
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(Events(), ElementsAre(ATTACH_FAILED));
-  held.LetGo();
+  held.Release();
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), ATTACHED);
   EXPECT_THAT(Events(), IsEmpty());

@@ -33,7 +33,7 @@ std::string Render(const PI::CEvent& event) {
   return NameOrNumber(HostKit::Family::Event, event.m_EventID) + " severity " +
          std::to_string(event.m_Severity) + " object " + std::to_string(event.m_ObjectID & 0xFF) +
          " at " + (event.m_Time == 0 ? "no time" : "a time") + " source " + event.m_SourceName +
-         " place " + event.m_PlaceHolders[0];
+         " placeholder " + event.m_PlaceHolders[0];
 }
 
 // A plug-in that scans its cards every two seconds.
@@ -49,11 +49,11 @@ class JobsAndScans : public testing::Test {
     }
     ASSERT_EQ(m_Host.Start(), 0U);
     Pass(SOME_SCANS_MS);
-    m_Host.ForgetCalls();
+    m_Host.ClearCalls();
   }
 
   // Returns "status activity: reasons" as of the last scan.
-  std::string Shown(std::uint64_t adapter) {
+  std::string StatusLine(std::uint64_t adapter) {
     return ValueName(Choice(adapter, STATUS)) + " " + ValueName(Choice(adapter, ACTIVITY)) + ":" +
            Reasons(adapter);
   }
@@ -89,17 +89,17 @@ class JobsAndScans : public testing::Test {
 
 TEST_F(JobsAndScans, AnAttachedCardInAnAttachJobIsAttaching) {
   StartWith({"2", "2"});
-  EXPECT_EQ(Shown(FIRST), "OK IDLE: ATTACHED");
+  EXPECT_EQ(StatusLine(FIRST), "OK IDLE: ATTACHED");
   HeldCall held("vsl_op_start");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   Pass(SOME_SCANS_MS);
-  EXPECT_EQ(Shown(FIRST), "WARNING ATTACHING: none");
-  EXPECT_EQ(Shown(SECOND), "OK IDLE: ATTACHED");
+  EXPECT_EQ(StatusLine(FIRST), "WARNING ATTACHING: none");
+  EXPECT_EQ(StatusLine(SECOND), "OK IDLE: ATTACHED");
   EXPECT_EQ(m_Host.Check(FIRST, PI::OP_DETACH), Number::ERR_GENERAL);
-  held.LetGo();
+  held.Release();
   Pass(SOME_SCANS_MS);
-  EXPECT_EQ(Shown(FIRST), "OK IDLE: ATTACHED");
+  EXPECT_EQ(StatusLine(FIRST), "OK IDLE: ATTACHED");
 }
 
 TEST_F(JobsAndScans, ADetachedCardInADetachJobIsDetaching) {
@@ -108,12 +108,12 @@ TEST_F(JobsAndScans, ADetachedCardInADetachJobIsDetaching) {
     StartWith({"0"});
     HeldCall held("vsl_op_start");
     EXPECT_EQ(m_Host.Run(FIRST, operation), 0U);
-    held.AwaitArrival();
+    held.WaitUntilReached();
     Pass(SOME_SCANS_MS);
-    EXPECT_EQ(Shown(FIRST), "WARNING DETACHING: none");
-    held.LetGo();
+    EXPECT_EQ(StatusLine(FIRST), "WARNING DETACHING: none");
+    held.Release();
     Pass(SOME_SCANS_MS);
-    EXPECT_EQ(Shown(FIRST), "WARNING IDLE: DETACHED");
+    EXPECT_EQ(StatusLine(FIRST), "WARNING IDLE: DETACHED");
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     m_Host.Cards().RemoveCard("card0");
   }
@@ -124,28 +124,28 @@ TEST_F(JobsAndScans, ADetachedCardInAnAttachJobStaysDetached) {
   StartWith({"0"});
   HeldCall held("vsl_op_start");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   Pass(SOME_SCANS_MS);
-  EXPECT_EQ(Shown(FIRST), "WARNING IDLE: DETACHED");
+  EXPECT_EQ(StatusLine(FIRST), "WARNING IDLE: DETACHED");
 }
 
 TEST_F(JobsAndScans, AnAttachedCardInADetachJobStaysAttached) {
   StartWith({"2"});
   HeldCall held("vsl_op_start");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   Pass(SOME_SCANS_MS);
-  EXPECT_EQ(Shown(FIRST), "OK IDLE: ATTACHED");
+  EXPECT_EQ(StatusLine(FIRST), "OK IDLE: ATTACHED");
 }
 
 TEST_F(JobsAndScans, ACardWithoutAStateIsNotShownAsDetaching) {
   StartWith({"2"});
   HeldCall held("vsl_op_start");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   m_Host.Cards().MakeAbsent("card0", "iom_state");
   Pass(SOME_SCANS_MS);
-  EXPECT_EQ(Shown(FIRST), "FAILED IDLE: none");
+  EXPECT_EQ(StatusLine(FIRST), "FAILED IDLE: none");
 }
 
 // A job that reaches its first step after another job has taken over its slot and ended. The device
@@ -168,14 +168,14 @@ TEST_P(JobWithoutItsSlot, DoesNotCorrectTheStateOfItsCard) {
   StartWith({GetParam().state, GetParam().other});
   HeldTrace begin("ENTER " + std::string(GetParam().name) + "(/dev/fct0)");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-  begin.AwaitArrival();
+  begin.WaitUntilReached();
   EXPECT_EQ(m_Host.Run(SECOND, GetParam().operation), 0U);
   Pass(SOME_SCANS_MS);
   HeldCall end("vsl_op_start");
-  begin.LetGo();
-  end.AwaitArrival();
+  begin.Release();
+  end.WaitUntilReached();
   Pass(SOME_SCANS_MS);
-  EXPECT_EQ(Shown(FIRST), GetParam().shown);
+  EXPECT_EQ(StatusLine(FIRST), GetParam().shown);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -194,9 +194,9 @@ TEST_F(JobsAndScans, AnAttachedCardAfterARemovedOneStaysAttached) {
   Pass(SOME_SCANS_MS);
   HeldCall held("vsl_op_start");
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   Pass(SOME_SCANS_MS);
-  EXPECT_EQ(Shown(SECOND), "OK IDLE: ATTACHED");
+  EXPECT_EQ(StatusLine(SECOND), "OK IDLE: ATTACHED");
 }
 
 TEST_F(JobsAndScans, TheScanReportsTheResultOfAJob) {
@@ -207,9 +207,9 @@ TEST_F(JobsAndScans, TheScanReportsTheResultOfAJob) {
   EXPECT_THAT(
       Events(),
       ElementsAre("CTRL_ATTACHED severity 2 object 1 at a time source SanDisk Flash Adapter 785GB "
-                  "(1) place SanDisk Flash Adapter 785GB (1)",
+                  "(1) placeholder SanDisk Flash Adapter 785GB (1)",
                   "CTRL_DETACHED severity 4 object 3 at a time source SanDisk Flash Adapter 785GB "
-                  "(2) place SanDisk Flash Adapter 785GB (2)"));
+                  "(2) placeholder SanDisk Flash Adapter 785GB (2)"));
   EXPECT_EQ(m_Host.Check(FIRST, PI::OP_DETACH), 0U);
   EXPECT_EQ(m_Host.Check(SECOND, PI::OP_ATTACH), 0U);
 }
@@ -243,17 +243,16 @@ class JobWithoutItsAdapter : public JobsAndScans {
   std::vector<std::string> m_CallsOfJob;
 };
 
-constexpr const char* FIRST_IS_GONE =
-    "CTRL_PNPREMOVE severity 3 object 1 at a time source SanDisk Flash Adapter 785GB (1) place "
-    "SanDisk "
-    "Flash "
-    "Adapter 785GB (1)";
-constexpr const char* EMPTY_FAILURE = "UNDEFINED severity 0 object 0 at no time source  place ";
+constexpr const char* FIRST_CARD_REMOVED =
+    "CTRL_PNPREMOVE severity 3 object 1 at a time source SanDisk Flash Adapter 785GB (1) "
+    "placeholder SanDisk Flash Adapter 785GB (1)";
+constexpr const char* EMPTY_FAILURE =
+    "UNDEFINED severity 0 object 0 at no time source  placeholder ";
 
 TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventWhenItsCardHasBeenRemoved) {
   LoseCard([this] { m_Host.Cards().RemoveCard("card0"); });
   EXPECT_THAT(m_CallsOfJob, ElementsAre("vsl_iom_create_by_name /dev/fct0"));
-  EXPECT_THAT(Events(), ElementsAre(FIRST_IS_GONE, EMPTY_FAILURE));
+  EXPECT_THAT(Events(), ElementsAre(FIRST_CARD_REMOVED, EMPTY_FAILURE));
 }
 
 // The scan does not find the card, but the job does. Only the scans report events for the card.
@@ -270,7 +269,7 @@ TEST_F(JobWithoutItsAdapter, StillAttachesItsCard) {
   EXPECT_EQ(m_Host.Cards().Get("card0", "iom_state"), "2");
   const std::vector<std::string> events = Events();
   ASSERT_EQ(events.size(), 2U);
-  EXPECT_EQ(events[0], FIRST_IS_GONE);
+  EXPECT_EQ(events[0], FIRST_CARD_REMOVED);
   EXPECT_THAT(events[1], testing::StartsWith("CTRL_PNPADD "));
 }
 

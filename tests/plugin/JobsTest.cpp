@@ -96,7 +96,7 @@ TEST_P(EachJob, TracesItsStartAndItsEnd) {
 }
 
 // The job does not hold a lock during any call. Its device is stored before the first call and
-// cleared after the last one. The trace line about the start of the thread precedes the start.
+// cleared after the last one. The line that traces the start of the thread is written beforehand.
 TEST_P(EachJob, RunsItsStepsInOrder) {
   StartWith({GetParam().before}, "0");
   const std::string name = GetParam().name;
@@ -129,16 +129,16 @@ TEST_P(EachJob, IsNotBusyOnceTheThreadOfItsSlotHasEnded) {
   StartWith({GetParam().before, GetParam().before}, "0");
   HeldTrace begin("ENTER " + std::string(GetParam().name) + "(/dev/fct0)");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-  begin.AwaitArrival();
+  begin.WaitUntilReached();
   EXPECT_EQ(m_Host.Run(SECOND, GetParam().operation), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card1"), GetParam().after);
   HeldCall end("vsl_op_wait_for_result");
-  begin.LetGo();
-  end.AwaitArrival();
+  begin.Release();
+  end.WaitUntilReached();
   EXPECT_EQ(m_Host.Check(FIRST, GetParam().operation), 0U);
   EXPECT_EQ(m_Host.Check(SECOND, GetParam().operation), 0U);
-  end.LetGo();
+  end.Release();
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
@@ -148,14 +148,14 @@ TEST_P(EachJob, ReturnsImmediatelyAndRunsWithoutALock) {
   HeldCall held("vsl_op_wait_for_result");
   const std::int64_t begin = HostKit::SteadyNowNs();
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   EXPECT_EQ(HostKit::SteadyNowNs(), begin);
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
   EXPECT_EQ(m_Host.Topology().size(), 3U);
   EXPECT_FALSE(m_Host.Properties(FIRST).empty());
   EXPECT_FALSE(m_Host.Properties(FIRST_DRIVE).empty());
   EXPECT_THAT(m_Host.CollectEvents(), IsEmpty());
-  held.LetGo();
+  held.Release();
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
@@ -174,10 +174,10 @@ TEST_P(EachJob, IsBusyFromItsFirstStep) {
     Pass(1);
     HeldTrace held(line);
     ASSERT_EQ(host.Run(FIRST, GetParam().operation), 0U);
-    held.AwaitArrival();
+    held.WaitUntilReached();
     for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
     EXPECT_EQ(host.Check(FIRST, GetParam().operation), checked) << line;
-    held.LetGo();
+    held.Release();
     Pass(LONGER_THAN_A_JOB_MS);
   }
 }
@@ -228,7 +228,7 @@ struct Busy {
   const char* name;
   std::uint32_t running;
   const char* before;  // state of the card with the job and of the other card
-  std::array<std::uint32_t, 3> while_running;  // checks for attach, detach, forced detach
+  std::array<std::uint32_t, 3> whileRunning;  // checks for attach, detach, forced detach
   std::array<std::uint32_t, 3> afterwards;
 };
 
@@ -249,10 +249,10 @@ TEST_P(BusyCheck, BlocksItsSlotForEveryCardButNotTheOtherSlot) {
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(Checks(FIRST), GetParam().afterwards);
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().running), 0U);
-  held.AwaitArrival();
-  EXPECT_EQ(Checks(FIRST), GetParam().while_running);
-  EXPECT_EQ(Checks(SECOND), GetParam().while_running);
-  held.LetGo();
+  held.WaitUntilReached();
+  EXPECT_EQ(Checks(FIRST), GetParam().whileRunning);
+  EXPECT_EQ(Checks(SECOND), GetParam().whileRunning);
+  held.Release();
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(Checks(SECOND), GetParam().afterwards);
 }
@@ -280,13 +280,13 @@ TEST_F(Jobs, TraceTheExitOfABusyCheck) {
   StartWith({DETACHED});
   HeldCall held("vsl_op_start");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  held.AwaitArrival();
-  m_Host.ForgetTraces();
+  held.WaitUntilReached();
+  m_Host.ClearTraces();
   EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), Number::ERR_ADAPTER_BUSY);
   EXPECT_THAT(m_Host.LeveledTraces(16),
               ElementsAre("16 ENTER CheckAdapterOperation operation=50126",
                           "16 LEAVE CheckAdapterOperation -> 20031"));
-  held.LetGo();
+  held.Release();
   Pass(LONGER_THAN_A_JOB_MS);
 }
 
@@ -319,13 +319,13 @@ TEST_F(Jobs, AttachAndDetachRunSimultaneouslyOnTwoCards) {
   StartWith({DETACHED, ATTACHED, ATTACHED});
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   EXPECT_EQ(m_Host.Check(THIRD, PI::OP_DETACH), 0U);
   EXPECT_EQ(m_Host.Run(THIRD, PI::OP_DETACH), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card2"), DETACHED);
   EXPECT_EQ(StateOf("card0"), "1");
-  held.LetGo();
+  held.Release();
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), ATTACHED);
   EXPECT_THAT(Events(), IsEmpty());
@@ -337,10 +337,10 @@ TEST_F(Jobs, AreNotBusyWhenOnlyTheirThreadIsLeft) {
   StartWith({DETACHED}, "0");
   HeldTrace held("LEAVE Attach()");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), 0U);
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
-  held.LetGo();
+  held.Release();
   Pass(1);
 }
 
@@ -348,13 +348,13 @@ TEST_F(Jobs, BothSucceedWhenStartedAgainWhileRunning) {
   StartWith({DETACHED, DETACHED});
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card1"), ATTACHED);
   // The slot belongs to the second job, which has ended.
   EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), 0U);
-  held.LetGo();
+  held.Release();
   Pass(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), ATTACHED);
   EXPECT_THAT(Events(), IsEmpty());
@@ -365,7 +365,7 @@ TEST_F(Jobs, DelayTheStopInStepsOfHalfASecond) {
   StartWith({DETACHED, ATTACHED}, "8000");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 0U);
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   const unsigned long begin = MBX::Misc::now();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   EXPECT_EQ(MBX::Misc::now() - begin, 8200U);
@@ -383,7 +383,7 @@ TEST_F(Jobs, DelayTheStopInStepsOfHalfASecond) {
 TEST_F(Jobs, DelayTheStopByAtMost25Seconds) {
   StartWith({DETACHED}, "40000");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   const unsigned long begin = MBX::Misc::now();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   EXPECT_EQ(MBX::Misc::now() - begin, 25200U);

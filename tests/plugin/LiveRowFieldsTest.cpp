@@ -22,7 +22,7 @@ const Cells LIVE_COLUMNS = {
     "pd_writes_remaining_percent=", "pd_write_throttling="};
 
 // The cells of the live columns.
-Cells LiveOf(const Cells& row) {
+Cells LiveCells(const Cells& row) {
   Cells live;
   for (const std::string& cell : row) {
     for (const std::string& column : LIVE_COLUMNS) {
@@ -54,7 +54,7 @@ TEST_P(LiveRowFields, AreReadFromTheCard) {
   host.Set(GetParam().settings);
   ASSERT_EQ(host.Initialize(), 0U);
   ASSERT_THAT(DriveRows(), SizeIs(1));
-  EXPECT_THAT(LiveOf(DriveRows()[0]), ElementsAreArray(GetParam().live));
+  EXPECT_THAT(LiveCells(DriveRows()[0]), ElementsAreArray(GetParam().live));
   EXPECT_THAT(DriveRows()[0], IsSupersetOf({"pd_serial_number=S100", "pd_reserve_warning=12"}));
 }
 
@@ -113,7 +113,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"OnePercent",
              {{"total_physical_bytes_written", "1099511627776"}},
              Live("2029-12-31", "8760", "1", "97.0", READ, "1073741824.0", "80", NO_THROTTLING)},
-        // With a rating of 0, there is no percentage; the other fields are present.
+        // With a rating of 0, only the percentage is left out.
         Case{"RatingOfZero",
              {{"rated_endurance_tbytes", "0"}},
              Live("2029-12-31", "8760", nullptr, "97.0", READ, WRITTEN, "80", NO_THROTTLING)},
@@ -145,8 +145,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 class RowCalls : public testing::Test {
  protected:
-  // Returns the card calls between the end of the first scan and the end of the start.
-  Cells After(const Settings& more = {}) {
+  // Returns the card calls between the end of the first scan and the end of startup.
+  Cells CallsForRows(const Settings& more = {}) {
     m_Host.Set(PlainCard());
     m_Host.Set(more);
     HostKit::SetTraceSink([](const HostKit::TraceLine& line) {
@@ -172,7 +172,7 @@ Cells operator+(Cells first, const Cells& second) {
 
 TEST_F(RowCalls, CreateAHandleAndDoNotOpenTheCard) {
   EXPECT_THAT(
-      After(),
+      CallsForRows(),
       ElementsAreArray(
           OF_AN_ADAPTER +
           Cells{"vsl_iom_create_by_name /dev/fct0", "vsl_has_rated_endurance_tbytes card#1",
@@ -184,36 +184,36 @@ TEST_F(RowCalls, CreateAHandleAndDoNotOpenTheCard) {
 }
 
 TEST_F(RowCalls, LeakTheirHandle) {
-  After();
+  CallsForRows();
   EXPECT_THAT(CardSim::OpenHandles(), ElementsAre("card#1"));
 }
 
 TEST_F(RowCalls, StopAtTheFirstMissingAttribute) {
-  EXPECT_THAT(After({{"rated_endurance_tbytes", nullptr}}),
+  EXPECT_THAT(CallsForRows({{"rated_endurance_tbytes", nullptr}}),
               ElementsAreArray(OF_AN_ADAPTER + Cells{"vsl_iom_create_by_name /dev/fct0",
                                                      "vsl_has_rated_endurance_tbytes card#1"}));
 }
 
 TEST_F(RowCalls, CreateAHandleEvenWithoutAFirstUse) {
   EXPECT_THAT(
-      After({{"first_use_ts", nullptr}}),
+      CallsForRows({{"first_use_ts", nullptr}}),
       ElementsAre("vsl_has_total_physical_bytes_read null",
                   "vsl_has_total_physical_bytes_written null",
                   "vsl_has_rated_endurance_tbytes null", "vsl_iom_create_by_name /dev/fct0"));
 }
 
 TEST_F(RowCalls, DoNotReadAMissingReserve) {
-  const Cells calls = After({{"reserve_space_pct", nullptr}});
+  const Cells calls = CallsForRows({{"reserve_space_pct", nullptr}});
   EXPECT_THAT(calls, Contains("vsl_has_reserve_space_pct card#1"));
   EXPECT_THAT(calls, Not(Contains("vsl_reserve_space_pct card#1")));
 }
 
 TEST_F(RowCalls, UseTheLibraryCorrectly) {
-  After();
+  CallsForRows();
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_F(RowCalls, TraceNothingForAnAdapter) {
+TEST_F(RowCalls, DoNotTraceAdapterProperties) {
   m_Host.Set(PlainCard());
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(m_Host.Traces(16), Not(Contains(StartsWith("GetAdapterProperties"))));
@@ -226,7 +226,7 @@ TEST(CardThatCannotBeFound, KeepsItsRowWithoutLiveFields) {
   CardSim::FailCall("vsl_iom_create_by_name", 2, 5, "failed");
   ASSERT_EQ(host.Initialize(), 0U);
   ASSERT_THAT(DriveRows(), SizeIs(1));
-  EXPECT_THAT(LiveOf(DriveRows()[0]), IsEmpty());
+  EXPECT_THAT(LiveCells(DriveRows()[0]), IsEmpty());
   EXPECT_THAT(DriveRows()[0], Contains("pd_reserve_warning=12"));
   EXPECT_EQ(host.Calls().back(), "vsl_iom_create_by_name /dev/fct0");
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
@@ -250,7 +250,7 @@ TEST(LiveFieldsOverTime, AreReadAgainAtEachScan) {
   host.Set({{"total_physical_bytes_read", "4096"}, {"reserve_space_pct", "50.0"}});
   HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 7'500'000'000'000);
   EXPECT_THAT(
-      LiveOf(DriveRows().at(0)),
+      LiveCells(DriveRows().at(0)),
       IsSupersetOf({"pd_bytes_read_ki_b=4", "pd_remaining_reserve=50.0", "pd_hours_of_use=8762"}));
 }
 
@@ -259,10 +259,10 @@ TEST(LiveFieldsOverTime, BecomeNullWhenTheCardNoLongerHasThem) {
   const DatabaseLife database;
   host.WriteIni("PollInterval=2\n");
   ASSERT_EQ(host.Start(), 0U);
-  ASSERT_THAT(LiveOf(DriveRows().at(0)), SizeIs(8));
+  ASSERT_THAT(LiveCells(DriveRows().at(0)), SizeIs(8));
   host.Set({{"rated_endurance_tbytes", nullptr}});
   HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 10'000'000'000);
-  EXPECT_THAT(LiveOf(DriveRows().at(0)), IsEmpty());
+  EXPECT_THAT(LiveCells(DriveRows().at(0)), IsEmpty());
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
 }
 

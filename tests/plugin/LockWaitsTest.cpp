@@ -16,7 +16,7 @@ using testing::SizeIs;
 
 constexpr std::int64_t A_DAY_MS = 86'400'000;
 
-class LockWaits : public WorkerFixture {
+class LockWait : public WorkerFixture {
  protected:
   void StartWithADetachedCard() {
     AddCards(1);
@@ -27,21 +27,21 @@ class LockWaits : public WorkerFixture {
   static bool JobHasEnded() { return HostKit::Threads().at(1).ended; }
 };
 
-TEST_F(LockWaits, OfACommandLastUntilAScanHasEnded) {
+TEST_F(LockWait, CommandWaitsForScan) {
   StartWithADetachedCard();
   HeldCall scan("vsl_pci_device_id");
-  scan.AwaitArrival();
+  scan.WaitUntilReached();
   std::atomic<std::size_t> objects{0};
   {
     const HostThread host([&] { objects = m_Host.Topology().size(); });
     Pass(A_DAY_MS);
     EXPECT_EQ(objects, 0U);
-    scan.LetGo();
+    scan.Release();
   }
   EXPECT_EQ(objects, 3U);
 }
 
-TEST_F(LockWaits, OfTheWorkerLastUntilACommandHasEnded) {
+TEST_F(LockWait, WorkerWaitsForCommand) {
   StartWithADetachedCard();
   Set("card0", "format_ms", std::to_string(A_DAY_MS));
   {
@@ -51,54 +51,54 @@ TEST_F(LockWaits, OfTheWorkerLastUntilACommandHasEnded) {
   }
 }
 
-TEST_F(LockWaits, OfAJobForTheDataLockLastUntilAScanHasEnded) {
+TEST_F(LockWait, JobWaitsForDataLockDuringScan) {
   StartWithADetachedCard();
   HeldTrace job("ENTER Attach(/dev/fct0)");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  job.AwaitArrival();
+  job.WaitUntilReached();
   HeldCall scan("vsl_pci_device_id");
-  scan.AwaitArrival();
-  job.LetGo();
+  scan.WaitUntilReached();
+  job.Release();
   Pass(A_DAY_MS);
   EXPECT_EQ(State(), "0");
-  scan.LetGo();
+  scan.Release();
   Pass(10000);
   EXPECT_EQ(State(), "2");
 }
 
-TEST_F(LockWaits, OfAJobForTheEventsLockLastUntilAScanHasEnded) {
+TEST_F(LockWait, JobWaitsForEventsLockDuringScan) {
   StartWithADetachedCard();
   CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
   HeldCall job("vsl_iom_attach_create");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  job.AwaitArrival();
+  job.WaitUntilReached();
   HeldTrace scan("Before ScanSystem()");
-  scan.AwaitArrival();
-  job.LetGo();
+  scan.WaitUntilReached();
+  job.Release();
   Pass(A_DAY_MS);
   EXPECT_FALSE(JobHasEnded());
-  scan.LetGo();
+  scan.Release();
   Pass(100);
   EXPECT_TRUE(JobHasEnded());
   EXPECT_THAT(Events(), SizeIs(1));
 }
 
 // A job holds the events' lock while it queues its failure.
-class LockWaitsForAJob : public LockWaits {
+class LockHeldByJob : public LockWait {
  protected:
   void StartWithAJob() {
     StartWithADetachedCard();
     CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
     m_pJob = std::make_unique<HeldTrace>("After m_EventsLock.Wait (sg)");
     ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-    m_pJob->AwaitArrival();
+    m_pJob->WaitUntilReached();
   }
   void TearDown() override { m_pJob.reset(); }
 
   std::unique_ptr<HeldTrace> m_pJob;
 };
 
-TEST_F(LockWaitsForAJob, OfACollectingHostLastUntilTheEventIsQueued) {
+TEST_F(LockHeldByJob, DelaysACollectingHostUntilTheEventIsQueued) {
   StartWithAJob();
   std::atomic<bool> done{false};
   Lines events;
@@ -109,20 +109,20 @@ TEST_F(LockWaitsForAJob, OfACollectingHostLastUntilTheEventIsQueued) {
     });
     Pass(A_DAY_MS);
     EXPECT_FALSE(done);
-    m_pJob->LetGo();
+    m_pJob->Release();
   }
   EXPECT_THAT(events, SizeIs(1));
 }
 
 // If the scan gave up its wait, the worker would start another pass.
-TEST_F(LockWaitsForAJob, OfAScanLastUntilTheEventIsQueued) {
+TEST_F(LockHeldByJob, DelaysAScanUntilTheEventIsQueued) {
   StartWithAJob();
   Pass(20000);
   const std::uint64_t passes = HostKit::Locks().at(0).taken;
   Pass(A_DAY_MS);
   EXPECT_EQ(HostKit::Locks().at(0).taken, passes);
   EXPECT_EQ(HostKit::Locks().at(0).depth, 1U);
-  m_pJob->LetGo();
+  m_pJob->Release();
   Pass(100);
   EXPECT_THAT(Notifications(), SizeIs(1));
 }

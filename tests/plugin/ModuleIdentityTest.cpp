@@ -157,7 +157,7 @@ TEST(Tracing, ShowsModuleSourceAndFunctionOfALine) {
   // Filling a row traces the same text.
   EXPECT_EQ(OriginOf(host, "ENTER AdapterGetProperties (0)"),
             "Corvane CorvaneAdapter SetDatabaseObjectProperties");
-  host.ForgetTraces();
+  host.ClearTraces();
   host.Topology();
   host.Operations(OneCard::PLUGIN);
   EXPECT_EQ(OriginOf(host, "ENTER GetTopology"), "Corvane CorvanePlugin GetTopology");

@@ -28,7 +28,7 @@ class Notification : public WorkerFixture {
 TEST_F(Notification, IsNotSentWhenNothingHasChanged) {
   AddCards(2);
   StartWatch();
-  AwaitScans(3);
+  WaitForScans(3);
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), SizeIs(3));
   EXPECT_THAT(Notifications(), IsEmpty());
 }
@@ -38,7 +38,7 @@ TEST_F(Notification, IsSentAfterAChangeWithoutAnEvent) {
   AddCards(1);
   StartWatch();
   Set("card0", "temp_internal_deg_c", "60.5");
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(Notifications(), ElementsAre(15036U));
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 0"), ElementsAre(15036U));
   EXPECT_THAT(Events(), IsEmpty());
@@ -48,7 +48,7 @@ TEST_F(Notification, IsSentAfterAChangeOfOnlyADrive) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_format_max_sector_size_bytes", "2048");
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(Notifications(), ElementsAre(15036U));
   EXPECT_THAT(Events(), IsEmpty());
 }
@@ -58,7 +58,7 @@ TEST_F(Notification, IsSentForEachScanOfAMaskNotYetAccepted) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_errors", "1");
-  AwaitScans(3);
+  WaitForScans(3);
   PassMs(9000);
   EXPECT_THAT(Notifications(), ElementsAre(5024U, 10048U, 15072U));
 }
@@ -67,31 +67,31 @@ TEST_F(Notification, IsSentAfterAChangeSeenByAQuickPoll) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "0");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Notifications(), ElementsAre(5024U));
   EXPECT_THAT(Events(), SizeIs(1));
 }
 
 TEST_F(Notification, IsNotSentAfterOnlyAQuickPollWithAQueuedEvent) {
   StartWithAnEventWaiting();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   EXPECT_EQ(Scans(), 0U);
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
 TEST_F(Notification, IsSentForTheEventOfAJobAtTheNextScan) {
   StartWithAnEventWaiting();
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), ElementsAre(15036U));
   EXPECT_THAT(Notifications(), ElementsAre(15036U));
 }
 
 TEST_F(Notification, IsSentAtEveryScanUntilTheEventsAreCollected) {
   StartWithAnEventWaiting();
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(Notifications(), ElementsAre(15036U, 30072U));
   EXPECT_THAT(Events(), SizeIs(1));
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(Notifications(), SizeIs(2));
 }
 
@@ -99,18 +99,18 @@ TEST_F(Notification, IsNotSentAfterAFailedScan) {
   AddCards(1);
   StartWatch();
   Set("card0", "temp_internal_deg_c", "60.5");
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
 TEST_F(Notification, IsSentAfterAFailedScanWithAQueuedEvent) {
   StartWithAnEventWaiting();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
   EXPECT_THAT(Notifications(), ElementsAre(15024U));
 }
@@ -123,12 +123,12 @@ TEST_F(Notification, IsNotSentForAnEventThatIsQueuedAfterTheScan) {
   CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
   HeldCall job("vsl_iom_attach_create");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  job.AwaitArrival();
+  job.WaitUntilReached();
   HeldTrace scan("After m_EventsLock.Release ()");
-  scan.AwaitArrival();
-  job.LetGo();
+  scan.WaitUntilReached();
+  job.Release();
   Pass(10);
-  scan.LetGo();
+  scan.Release();
   Settle();
   EXPECT_THAT(Notifications(), IsEmpty());
   PassMs(16000);
@@ -199,10 +199,10 @@ TEST_F(Notification, IsSentOnceForTwoRequestsThatArriveTogether) {
   interval.SetValue(20, 2, 255, 1);
   // The worker is held at the first notification; two more requests are merged into one.
   EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, PLUGIN, &interval), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, PLUGIN, &interval), 0U);
   EXPECT_EQ(m_Host.Execute(PI::CMD_SET_PROPERTY, PLUGIN, &interval), 0U);
-  held.LetGo();
+  held.Release();
   PassMs(1);
   EXPECT_THAT(Notifications(), SizeIs(2));
 }
@@ -218,7 +218,7 @@ TEST_F(Notification, LetsTheHostCollectImmediately) {
     objects = m_Host.Topology().size();
   };
   Set("card0", "iom_state", "0");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(collected, SizeIs(1));
   EXPECT_EQ(objects, 3U);
   EXPECT_THAT(Events(), IsEmpty());

@@ -86,7 +86,7 @@ TEST_F(NullHandleRow, IsTheSameRowAsWithoutValues) {
 
 // The converted byte counts are not used.
 TEST_F(NullHandleRow, IsTheSameWithoutAUnitForItsBytes) {
-  const NoUnitForBytes none;
+  const ScopedUnitConversionFailure failure;
   ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
   EXPECT_THAT(LiveLines(),
               ElementsAre(std::string("16 ") + READ_LINE, std::string("16 ") + ENDURANCE_LINE));
@@ -134,7 +134,7 @@ TEST_F(NullHandleRow, TracesOneLineWithoutBytesRead) {
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + ENDURANCE_LINE));
 }
 
-// With a rating of 0, there is no percentage.
+// With a rating of 0, the percentage is left out.
 TEST_F(NullHandleRow, DoesNotTraceTheEnduranceForARatingOfZero) {
   m_Answers.rated_endurance_tbytes = 0;
   ASSERT_EQ(m_Host.Initialize(), 0U);

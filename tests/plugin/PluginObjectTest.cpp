@@ -56,7 +56,7 @@ class PluginObject : public testing::Test {
   std::uint64_t ChangeCount() { return m_Host.ObjectOf(OneCard::PLUGIN).m_ChangeCount; }
 
   // Whether the event that wakes the worker is set.
-  static bool WakesTheWorker() { return HostKit::Events()[PRIVATE_EVENT - 1].set; }
+  static bool WakeEventIsSet() { return HostKit::Events()[PRIVATE_EVENT - 1].set; }
 
   // Runs two jobs that fail at their first call and queue one event each; waits until both have
   // ended.
@@ -66,7 +66,7 @@ class PluginObject : public testing::Test {
       EXPECT_EQ(m_Host.Run(OneCard::ADAPTER, operation), 0U);
       HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 1'000'000'000);
     }
-    m_Host.ForgetTraces();
+    m_Host.ClearTraces();
   }
 
   // Returns the numbers of the collected events, or the result of a failed request.
@@ -120,7 +120,7 @@ TEST_F(PluginObject, OmitsThePropertiesOfOtherObjects) {
 TEST_F(PluginObject, ReplacesThePreviousContentsOfTheLists) {
   std::vector<PI::CProperty> properties(9, PI::CProperty(PI::Property::STATUS, true));
   EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTIES, OneCard::PLUGIN, &properties), 0U);
-  EXPECT_THAT(Rendered(properties), ElementsAreArray(ALL_ROWS));
+  EXPECT_THAT(RenderAll(properties), ElementsAreArray(ALL_ROWS));
   std::vector<PI::COperation> operations(4);
   EXPECT_EQ(m_Host.Execute(PI::CMD_GET_OPERATIONS, OneCard::PLUGIN, &operations), 0U);
   EXPECT_EQ(operations.size(), 1U);
@@ -144,13 +144,13 @@ TEST(PluginObjectAtStart, ShowsTheConfiguredInterval) {
   EXPECT_EQ(host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(77));
 }
 
-// The interval that the host sends with its limits, and the interval that is used and saved.
+// The interval that the host sends with its limits, and the interval that must be used and saved.
 struct Setting {
   const char* name;
   int value;
   int minimum;
   int maximum;
-  int saved;
+  int expected;
 };
 
 void PrintTo(const Setting& each, std::ostream* out) {
@@ -164,9 +164,9 @@ TEST_P(PollIntervalSetTo, IsClampedToTheLimitsOfTheRequest) {
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_EQ(host.SetPollInterval(setting.value, setting.minimum, setting.maximum), 0U);
-  EXPECT_EQ(host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(setting.saved));
-  EXPECT_THAT(host.ReadIni(),
-              testing::MatchesRegex("PollInterval *= *" + std::to_string(setting.saved) + "\n?"));
+  EXPECT_EQ(host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(setting.expected));
+  EXPECT_THAT(host.ReadIni(), testing::MatchesRegex("PollInterval *= *" +
+                                                    std::to_string(setting.expected) + "\n?"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -179,20 +179,20 @@ INSTANTIATE_TEST_SUITE_P(
         // The host decides the limits.
         Setting{"RaisedMaximum", 300, 2, 400, 300},
         Setting{"AboveTheRaisedMaximum", 401, 2, 400, 400}, Setting{"LoweredMinimum", 1, 1, 255, 1},
-        // If the limits are crossed, the maximum wins.
-        Setting{"CrossedLimitsFromBelow", 10, 50, 20, 20},
-        Setting{"CrossedLimitsFromWithin", 30, 50, 20, 20},
-        Setting{"CrossedLimitsFromAbove", 60, 50, 20, 20}, Setting{"NoLimitsAtAll", 0, 0, 0, 0},
+        // If the minimum exceeds the maximum, the maximum wins.
+        Setting{"InvertedLimitsFromBelow", 10, 50, 20, 20},
+        Setting{"InvertedLimitsFromWithin", 30, 50, 20, 20},
+        Setting{"InvertedLimitsFromAbove", 60, 50, 20, 20}, Setting{"NoLimitsAtAll", 0, 0, 0, 0},
         // Compared as signed numbers.
         Setting{"NegativeMinimum", 5, -10, 255, 5}, Setting{"NegativeMaximum", 5, 2, -7, -7}),
     [](const auto& each) { return each.param.name; });
 
 TEST_F(PluginObject, CountsANewIntervalAsAChangeAndWakesTheWorker) {
   const std::uint64_t before = ChangeCount();
-  ASSERT_FALSE(WakesTheWorker());
+  ASSERT_FALSE(WakeEventIsSet());
   EXPECT_EQ(m_Host.SetPollInterval(30), 0U);
   EXPECT_EQ(ChangeCount(), before + 1);
-  EXPECT_TRUE(WakesTheWorker());
+  EXPECT_TRUE(WakeEventIsSet());
 }
 
 TEST_F(PluginObject, ClampsTheSavedIntervalAtTheNextStart) {
@@ -227,7 +227,7 @@ TEST_F(PluginObject, KeepsANewIntervalThatCannotBeWritten) {
   EXPECT_EQ(m_Host.SetPollInterval(30), 3U);
   EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(30));
   EXPECT_GT(ChangeCount(), before);
-  EXPECT_TRUE(WakesTheWorker());
+  EXPECT_TRUE(WakeEventIsSet());
 }
 
 TEST_F(PluginObject, RejectsSettingAnyOtherProperty) {
@@ -243,7 +243,7 @@ TEST_F(PluginObject, RejectsSettingAnyOtherProperty) {
         << id;
   }
   EXPECT_EQ(ChangeCount(), before);
-  EXPECT_FALSE(WakesTheWorker());
+  EXPECT_FALSE(WakeEventIsSet());
   EXPECT_FALSE(std::filesystem::exists(m_Host.IniFile()));
   EXPECT_EQ(m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL), PollRow(15));
 }

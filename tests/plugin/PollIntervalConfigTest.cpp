@@ -24,7 +24,7 @@ TEST_P(PollIntervalConfig, IsShownByThePluginObject) {
   host.AddCard();
   host.WriteIni(GetParam().ini);
   ASSERT_EQ(host.Initialize(), 0U);
-  EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), GetParam().seconds);
+  EXPECT_EQ(ShownValue(host, host.PluginId(), PI::Property::POLL_INTERVAL), GetParam().seconds);
 }
 
 constexpr IniCase INI_CASES[] = {
@@ -65,14 +65,14 @@ TEST(PollIntervalFile, IsReadBeyondAZeroByte) {
   host.AddCard();
   host.WriteIni(std::string("PollInterval=30\0 40\n", 20));
   ASSERT_EQ(host.Initialize(), 0U);
-  EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), "15");
+  EXPECT_EQ(ShownValue(host, host.PluginId(), PI::Property::POLL_INTERVAL), "15");
 }
 
 TEST(PollIntervalFile, IsFifteenSecondsWithoutAFile) {
   SimulatedHost host;
   host.AddCard();
   ASSERT_EQ(host.Initialize(), 0U);
-  EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), "15");
+  EXPECT_EQ(ShownValue(host, host.PluginId(), PI::Property::POLL_INTERVAL), "15");
 }
 
 TEST(PollIntervalFile, IsReadWhenThePluginIsCreated) {
@@ -82,10 +82,10 @@ TEST(PollIntervalFile, IsReadWhenThePluginIsCreated) {
   ASSERT_EQ(host.Create(), 0U);
   host.WriteIni("PollInterval=40\n");
   ASSERT_EQ(host.Initialize(), 0U);
-  EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), "30");
+  EXPECT_EQ(ShownValue(host, host.PluginId(), PI::Property::POLL_INTERVAL), "30");
 }
 
-TEST(PollIntervalFile, IsNotWrittenAtTheStart) {
+TEST(PollIntervalFile, IsNotWrittenAtStartup) {
   SimulatedHost host;
   host.AddCard();
   host.WriteIni("PollInterval=300\n");
@@ -101,7 +101,7 @@ TEST(PollIntervalFile, IsReadAgainForTheNextPlugin) {
   host.Release();
   host.WriteIni("");
   ASSERT_EQ(host.Initialize(), 0U);
-  EXPECT_EQ(Shown(host, host.PluginId(), PI::Property::POLL_INTERVAL), "15");
+  EXPECT_EQ(ShownValue(host, host.PluginId(), PI::Property::POLL_INTERVAL), "15");
 }
 
 }  // namespace

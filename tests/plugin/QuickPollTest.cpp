@@ -14,7 +14,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 // The calls of a quick poll for a card that has every attribute.
-Lines PollOf(const std::string& path, const std::string& card) {
+Lines CallsOfPoll(const std::string& path, const std::string& card) {
   Lines calls = {"vsl_iom_create_by_name " + path, "vsl_open " + card};
   for (const std::string mask : {"current_errors ", "current_warnings ", "current_info "}) {
     calls.push_back("vsl_has_" + mask + card);
@@ -38,11 +38,12 @@ class QuickPoll : public WorkerFixture {
   // Clears the record and waits for the next wake-up.
   void Poll() {
     ClearRecords();
-    AwaitWakeUps();
+    WaitForWakeUps();
   }
-  bool PollScans() {
+  // Waits for the next wake-up and returns whether it started a scan.
+  bool NextPollStartsScan() {
     const std::size_t before = Scans();
-    AwaitWakeUps();
+    WaitForWakeUps();
     return Scans() == before + 1;
   }
   void ExpectNoLeaks() {
@@ -56,7 +57,7 @@ TEST_F(QuickPoll, ReadsOnlyTheMasksAndTheState) {
   AddCards(1);
   StartWatch();
   Poll();
-  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(PollOf("/dev/fct0", "card#1")));
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(CallsOfPoll("/dev/fct0", "card#1")));
   ExpectNoLeaks();
 }
 
@@ -64,15 +65,15 @@ TEST_F(QuickPoll, ReadsTheCardsInOrder) {
   AddCards(3);
   StartWatch();
   Poll();
-  EXPECT_THAT(m_Host.Calls(),
-              ElementsAreArray(PollOf("/dev/fct0", "card#1") + PollOf("/dev/fct1", "card#2") +
-                               PollOf("/dev/fct2", "card#3")));
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(CallsOfPoll("/dev/fct0", "card#1") +
+                                               CallsOfPoll("/dev/fct1", "card#2") +
+                                               CallsOfPoll("/dev/fct2", "card#3")));
   ExpectNoLeaks();
 }
 
 TEST_F(QuickPoll, DoesNotReadMissingAttributes) {
   AddCards(1);
-  WithoutMasks("card0");
+  RemoveMasks("card0");
   m_Host.Cards().MakeAbsent("card0", "iom_state");
   StartWatch();
   Poll();
@@ -102,7 +103,7 @@ TEST_F(QuickPoll, HoldsOnlyTheDataLock) {
   CardSim::SetHook([&](const CardSim::Call& call) {
     if (call.function == "vsl_iom_state") locks = HostKit::Locks();
   });
-  AwaitWakeUps();
+  WaitForWakeUps();
   ASSERT_THAT(locks, SizeIs(2));
   EXPECT_EQ(locks[0].depth, 1U);
   EXPECT_EQ(locks[1].depth, 0U);
@@ -123,11 +124,11 @@ TEST_F(QuickPoll, ScansImmediatelyAfterAChangeWithoutReleasingTheObjects) {
   EXPECT_THAT(TimesOf("8 Before m_DataLock.Wait(INFINITE)"), SizeIs(1));
   const Lines calls = m_Host.Calls();
   const Lines poll(calls.begin(), calls.begin() + 24);
-  EXPECT_THAT(poll, ElementsAreArray(PollOf("/dev/fct0", "card#1")));
+  EXPECT_THAT(poll, ElementsAreArray(CallsOfPoll("/dev/fct0", "card#1")));
   EXPECT_EQ(calls[24], "vsl_iom_create_by_name /dev/fct0");
 }
 
-// Each card is read completely, even after a change was seen on an earlier one.
+// All cards are read completely, even if an earlier card has changed.
 TEST_F(QuickPoll, ContinuesAfterTheFirstChange) {
   AddCards(3);
   StartWatch();
@@ -137,16 +138,16 @@ TEST_F(QuickPoll, ContinuesAfterTheFirstChange) {
   ASSERT_EQ(Scans(), 1U);
   Lines calls = m_Host.Calls();
   calls.resize(3 * 24);
-  EXPECT_THAT(calls,
-              ElementsAreArray(PollOf("/dev/fct0", "card#1") + PollOf("/dev/fct1", "card#2") +
-                               PollOf("/dev/fct2", "card#3")));
+  EXPECT_THAT(calls, ElementsAreArray(CallsOfPoll("/dev/fct0", "card#1") +
+                                      CallsOfPoll("/dev/fct1", "card#2") +
+                                      CallsOfPoll("/dev/fct2", "card#3")));
 }
 
 struct Change {
   const char* name;
   const char* attribute;
   const char* value;
-  bool seen;
+  bool startsScan;
 };
 
 void PrintTo(const Change& change, std::ostream* stream) {
@@ -158,7 +159,7 @@ const Change CHANGES[] = {
     {"UnnamedError", "current_errors", "0x400", true},
     {"Warning", "current_warnings", "1", true},
     {"UnnamedWarning", "current_warnings", "0x2000", true},
-    {"WarningNextToTheIgnoredOne", "current_warnings", "0x100", true},
+    {"AdjacentToIgnoredWarning", "current_warnings", "0x100", true},
     {"IgnoredWarning", "current_warnings", "0x200", false},
     {"Info", "current_info", "2", true},
     {"IgnoredInfo", "current_info", "1", false},
@@ -179,22 +180,22 @@ TEST_P(EachChange, StartsAScanIfExpected) {
   AddCards(1);
   StartWatch();
   Set("card0", GetParam().attribute, GetParam().value);
-  EXPECT_EQ(PollScans(), GetParam().seen);
+  EXPECT_EQ(NextPollStartsScan(), GetParam().startsScan);
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_P(EachChange, OnALaterCardStartsAScanIfExpected) {
+TEST_P(EachChange, StartsAScanForALaterCardIfExpected) {
   AddCards(2);
   StartWatch();
   Set("card1", GetParam().attribute, GetParam().value);
-  EXPECT_EQ(PollScans(), GetParam().seen);
+  EXPECT_EQ(NextPollStartsScan(), GetParam().startsScan);
 }
 
-TEST_P(EachChange, OnAnEarlierCardStartsAScanIfExpected) {
+TEST_P(EachChange, StartsAScanForAnEarlierCardIfExpected) {
   AddCards(2);
   StartWatch();
   Set("card0", GetParam().attribute, GetParam().value);
-  EXPECT_EQ(PollScans(), GetParam().seen);
+  EXPECT_EQ(NextPollStartsScan(), GetParam().startsScan);
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, EachChange, testing::ValuesIn(CHANGES),
@@ -204,9 +205,9 @@ TEST_F(QuickPoll, TreatsAMissingStateAsDetached) {
   AddCards(1);
   StartWatch();
   m_Host.Cards().MakeAbsent("card0", "iom_state");
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Status(FIRST), "FAILED");
-  EXPECT_FALSE(PollScans());  // the scan also treated it as detached
+  EXPECT_FALSE(NextPollStartsScan());  // the scan also treated it as detached
 }
 
 TEST_F(QuickPoll, IgnoresAMaskThatIsNoLongerPresent) {
@@ -214,7 +215,7 @@ TEST_F(QuickPoll, IgnoresAMaskThatIsNoLongerPresent) {
   Set("card0", "current_errors", "1");
   StartWatch();
   m_Host.Cards().MakeAbsent("card0", "current_errors");
-  EXPECT_FALSE(PollScans());
+  EXPECT_FALSE(NextPollStartsScan());
 }
 
 class OddSample : public QuickPoll, public testing::WithParamInterface<int> {};
@@ -227,7 +228,7 @@ TEST_P(OddSample, LeavesTheMaskUnchanged) {
     if (call.function != "vsl_current_errors") return;
     m_Host.Cards().Set("card0", "current_errors", ++sample == GetParam() ? "1" : "0");
   });
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_EQ(Scans(), 0U);
   EXPECT_EQ(sample, 5);
 }
@@ -243,7 +244,7 @@ TEST_F(QuickPoll, SeesTheOtherMasksWhenOneIsUnsettled) {
     if (call.function != "vsl_current_errors") return;
     m_Host.Cards().Set("card0", "current_errors", ++sample % 2 == 1 ? "1" : "0");
   });
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
 }
 
 TEST_F(QuickPoll, SkipsACardThatCannotBeFound) {
@@ -252,9 +253,9 @@ TEST_F(QuickPoll, SkipsACardThatCannotBeFound) {
   Set("card0", "iom_state", "0");
   CardSim::Reset();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(Lines{"vsl_iom_create_by_name /dev/fct0"} +
-                                               PollOf("/dev/fct1", "card#1")));
+                                               CallsOfPoll("/dev/fct1", "card#1")));
   EXPECT_THAT(TimesOf("16 Worker, vsl_iom_create_by_name = 61 (gone)"), SizeIs(1));
   EXPECT_EQ(Scans(), 0U);
   ExpectNoLeaks();
@@ -266,10 +267,10 @@ TEST_F(QuickPoll, SkipsACardThatCannotBeOpened) {
   Set("card0", "iom_state", "0");
   CardSim::Reset();
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(Lines{"vsl_iom_create_by_name /dev/fct0",
                                                      "vsl_open card#1", "vsl_destroy card#1"} +
-                                               PollOf("/dev/fct1", "card#2")));
+                                               CallsOfPoll("/dev/fct1", "card#2")));
   EXPECT_THAT(TimesOf("16 Worker, vsl_open = 62 (unavailable)"), SizeIs(1));
   EXPECT_EQ(Scans(), 0U);
   ExpectNoLeaks();
@@ -281,7 +282,7 @@ TEST_F(QuickPoll, SeesAChangeAfterASkippedCard) {
   Set("card1", "iom_state", "0");
   CardSim::Reset();
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_EQ(Scans(), 1U);
 }
 
@@ -290,9 +291,9 @@ TEST_F(QuickPoll, PollsASkippedCardAgainNextTime) {
   StartWatch();
   Set("card0", "iom_state", "0");
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_EQ(Scans(), 0U);
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_EQ(Scans(), 1U);
 }
 
@@ -301,13 +302,13 @@ TEST_F(QuickPoll, PollsOnlyTheRemainingAdapters) {
   AddCards(3);
   StartWatch();
   Hide(1);
-  AwaitScans();
+  WaitForScans();
   Poll();
-  EXPECT_THAT(m_Host.Calls(),
-              ElementsAreArray(PollOf("/dev/fct0", "card#1") + PollOf("/dev/fct2", "card#2")));
+  EXPECT_THAT(m_Host.Calls(), ElementsAreArray(CallsOfPoll("/dev/fct0", "card#1") +
+                                               CallsOfPoll("/dev/fct2", "card#2")));
   Hide(0);
   Hide(2);
-  AwaitScans();
+  WaitForScans();
   Poll();
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
   EXPECT_EQ(Scans(), 0U);
@@ -320,7 +321,7 @@ TEST_F(QuickPoll, DoesNotChangeTheObjects) {
   Set("card0", "current_errors", "1");
   // The scan that the poll requests cannot acquire its lock.
   HostKit::FailLockWait(2, 1);
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_EQ(Scans(), 0U);
   EXPECT_EQ(Tree(), before);
   EXPECT_EQ(ChangeCount(FIRST), 0U);
@@ -340,7 +341,7 @@ class QuickPollDuringAJob : public QuickPoll {
     }
     m_pHeld = std::make_unique<HeldCall>("vsl_op_wait_for_result");
     ASSERT_EQ(m_Host.Run(adapter, operation), 0U);
-    m_pHeld->AwaitArrival();
+    m_pHeld->WaitUntilReached();
   }
   void TearDown() override { m_pHeld.reset(); }
 
@@ -353,12 +354,12 @@ TEST_F(QuickPollDuringAJob, AnAttachedCardInAnAttachJobCountsAsAttaching) {
   StartWatch();
   StartHeld(FIRST, PI::OP_ATTACH);
   Set("card0", "iom_state", "1");
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Activity(FIRST), "ATTACHING");
   Set("card0", "iom_state", "2");
-  EXPECT_FALSE(PollScans());
-  m_pHeld->LetGo();
-  EXPECT_TRUE(PollScans());
+  EXPECT_FALSE(NextPollStartsScan());
+  m_pHeld->Release();
+  EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Activity(FIRST), "IDLE");
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
 }
@@ -367,12 +368,12 @@ TEST_F(QuickPollDuringAJob, ADetachedCardInADetachJobCountsAsDetaching) {
   AddCards(1);
   StartWatch();
   StartHeld(FIRST, PI::OP_DETACH);
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Activity(FIRST), "DETACHING");
   Set("card0", "iom_state", "0");
-  EXPECT_FALSE(PollScans());
-  m_pHeld->LetGo();
-  EXPECT_TRUE(PollScans());
+  EXPECT_FALSE(NextPollStartsScan());
+  m_pHeld->Release();
+  EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Reasons(FIRST), "[DETACHED]");
 }
 
@@ -380,9 +381,9 @@ TEST_F(QuickPollDuringAJob, ADetachedCardInAForcedDetachJobCountsAsDetaching) {
   AddCards(1);
   StartWatch();
   StartHeld(FIRST, PI::OP_FORCE_DETACH);
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
   Set("card0", "iom_state", "0");
-  EXPECT_FALSE(PollScans());
+  EXPECT_FALSE(NextPollStartsScan());
 }
 
 // The scan also uses the corrected state, so poll and scan agree regardless of their order.
@@ -392,10 +393,10 @@ TEST_F(QuickPollDuringAJob, DoesNotRequestAScanEachTimeWhileTheJobRuns) {
   StartWatch("255");
   StartHeld(FIRST, PI::OP_ATTACH);
   Set("card0", "iom_state", "2");
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Activity(FIRST), "ATTACHING");
-  EXPECT_FALSE(PollScans());
-  EXPECT_FALSE(PollScans());
+  EXPECT_FALSE(NextPollStartsScan());
+  EXPECT_FALSE(NextPollStartsScan());
 }
 
 struct NoCorrection {
@@ -427,9 +428,9 @@ TEST_P(EachUncorrectedState, CountsAsRead) {
   Set("card0", "iom_state", GetParam().initial);
   StartWatch();
   StartHeld(FIRST, GetParam().operation);
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
   Set("card0", "iom_state", GetParam().later);
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
 }
 
 INSTANTIATE_TEST_SUITE_P(States, EachUncorrectedState, testing::ValuesIn(NO_CORRECTIONS),
@@ -441,9 +442,9 @@ TEST_F(QuickPollDuringAJob, AJobDoesNotCorrectAnotherCard) {
   Set("card1", "iom_state", "1");
   StartWatch();
   StartHeld(FIRST, PI::OP_ATTACH);
-  EXPECT_TRUE(PollScans());  // the job's own card
+  EXPECT_TRUE(NextPollStartsScan());  // the job's own card
   Set("card1", "iom_state", "2");
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Reasons(SECOND), "[ATTACHED]");
 }
 
@@ -455,9 +456,9 @@ TEST_P(EachDetachJob, DoesNotCorrectAnotherCard) {
   Set("card1", "iom_state", "3");
   StartWatch();
   StartHeld(FIRST, GetParam());
-  EXPECT_TRUE(PollScans());  // the job's own card
+  EXPECT_TRUE(NextPollStartsScan());  // the job's own card
   Set("card1", "iom_state", "0");
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Reasons(SECOND), "[DETACHED]");
 }
 
@@ -465,11 +466,11 @@ TEST_P(EachDetachJob, DoesNotCorrectAMissingState) {
   AddCards(1);
   StartWatch();
   StartHeld(FIRST, GetParam());
-  EXPECT_TRUE(PollScans());  // for the state detaching
+  EXPECT_TRUE(NextPollStartsScan());  // for the detaching state
   m_Host.Cards().MakeAbsent("card0", "iom_state");
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Status(FIRST), "FAILED");
-  EXPECT_FALSE(PollScans());
+  EXPECT_FALSE(NextPollStartsScan());
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, EachDetachJob,
@@ -482,9 +483,9 @@ TEST_F(QuickPollDuringAJob, AnEndedJobDoesNotCorrectTheState) {
   StartWatch();
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   Settle();
-  EXPECT_TRUE(PollScans());
+  EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
-  EXPECT_FALSE(PollScans());
+  EXPECT_FALSE(NextPollStartsScan());
 }
 
 }  // namespace

@@ -29,13 +29,13 @@ TEST_F(RescanIdentity, TheTreeKeepsItsObjectsAcrossChanges) {
   AddCards(2);
   StartWatch();
   const Lines before = Tree();
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_EQ(Tree(), before);
   Set("card0", "serial_number", "new one");
   Set("card0", "pci_bus", "77");
   Set("card1", "current_errors", "1");
   Set("card1", "sector_size_bytes", "4096");
-  AwaitScans(4);
+  WaitForScans(4);
   EXPECT_EQ(Tree(), before);
 }
 
@@ -48,14 +48,14 @@ TEST_F(RescanIdentity, EachAdapterIsListedOnceUnderThePlugIn) {
     EXPECT_THAT(m_Host.ObjectOf(SECOND).m_Parents, ElementsAre(PLUGIN));
     EXPECT_THAT(m_Host.ObjectOf(SECOND).m_Children, ElementsAre(SECOND_DRIVE));
     EXPECT_THAT(m_Host.ObjectOf(SECOND_DRIVE).m_Parents, ElementsAre(SECOND));
-    AwaitScans();
+    WaitForScans();
   }
 }
 
 TEST_F(RescanIdentity, AQuickPollDoesNotCountAsAChange) {
   AddCards(2);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   EXPECT_THAT(Counts(), ElementsAre(0U, 0U, 0U, 0U, 0U));
 }
 
@@ -63,9 +63,9 @@ TEST_F(RescanIdentity, AQuickPollDoesNotCountAsAChange) {
 TEST_F(RescanIdentity, AScanWithoutAChangeCountsForPlugInAndAdapters) {
   AddCards(2);
   StartWatch();
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Counts(), ElementsAre(1U, 1U, 1U, 0U, 0U));
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(Counts(), ElementsAre(3U, 3U, 3U, 0U, 0U));
 }
 
@@ -74,7 +74,7 @@ TEST_F(RescanIdentity, AScanWithAChangeCountsTheSame) {
   StartWatch();
   Set("card1", "iom_state", "0");
   Set("card1", "sector_size_bytes", "4096");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Events(), SizeIs(2));
   EXPECT_THAT(Counts(), ElementsAre(1U, 1U, 1U, 0U, 0U));
 }
@@ -82,9 +82,9 @@ TEST_F(RescanIdentity, AScanWithAChangeCountsTheSame) {
 TEST_F(RescanIdentity, AFailedScanCountsOnlyForThePlugIn) {
   AddCards(2);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   CardSim::FailCall("vsl_open", 2, 62, "unavailable");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Counts(), ElementsAre(1U, 0U, 0U, 0U, 0U));
 }
 
@@ -93,15 +93,15 @@ TEST_F(RescanIdentity, ARemovedOrAddedCardCountsOnceMoreForThePlugIn) {
   StartWatch();
   Hide(1);
   Hide(2);
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Counts(), ElementsAre(3U, 1U, 0U));
   Show(2);
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Counts(), ElementsAre(5U, 2U, 1U, 0U, 0U));
   // One card is added and one removed in the same scan.
   Show(1);
   Hide(2);
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Counts(), ElementsAre(8U, 3U, 1U, 0U, 0U));
 }
 
@@ -112,10 +112,10 @@ TEST_F(RescanIdentity, CountsRaisedByTheHostAreKept) {
     Value(object, PI::Property::NAME);  // reading one property counts
   }
   EXPECT_THAT(Counts(), ElementsAre(1U, 2U, 3U));
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Counts(), ElementsAre(2U, 3U, 3U));
   Set("card0", "sector_size_bytes", "4096");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Counts(), ElementsAre(3U, 4U, 3U));
 }
 
@@ -124,7 +124,7 @@ TEST_F(RescanIdentity, CardsAfterARemovedOneKeepTheirIds) {
   AddCards(3);
   StartWatch();
   Hide(0);
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(m_Host.ObjectOf(PLUGIN).m_Children,
             (std::vector<std::uint64_t>{ObjectId(3), ObjectId(5)}));
   EXPECT_EQ(Value(ObjectId(3), PI::Property::SERIAL_NUMBER), "\"FA00000002\"");
@@ -132,7 +132,7 @@ TEST_F(RescanIdentity, CardsAfterARemovedOneKeepTheirIds) {
   EXPECT_EQ(Value(ObjectId(5), PI::Property::OS_DEVICE), "\"/dev/fct2\"");
   EXPECT_EQ(Value(ObjectId(6), PI::Property::UNIQUE_ID), "\"PCI:Bus=5&Device=0&Function=0&ID=0\"");
   Events();
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(Events(), IsEmpty());
   EXPECT_THAT(Notifications(), SizeIs(1));
 }
@@ -141,7 +141,7 @@ TEST_F(RescanIdentity, NamesAreKept) {
   AddCards(1);
   m_Host.AddCard(0x3001);
   StartWatch();
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(Notifications(), IsEmpty());
   EXPECT_EQ(Value(FIRST, PI::Property::NAME), "\"SanDisk Flash Adapter 785GB (1)\"");
   EXPECT_EQ(Value(SECOND, PI::Property::NAME), "\"MOLT EP PX600 (2)\"");
@@ -175,7 +175,7 @@ TEST_P(EachUnstableMask, KeepsItsStoredValue) {
     if (call.function != std::string("vsl_") + GetParam().name) return;
     m_Host.Cards().Set("card0", GetParam().name, ++sample % 2 == 0 ? "0" : "4");
   });
-  AwaitScans(3);
+  WaitForScans(3);
   EXPECT_EQ(Status(FIRST), GetParam().status);
   EXPECT_EQ(Reasons(FIRST), GetParam().reasons);
   EXPECT_THAT(Events(), IsEmpty());
@@ -187,26 +187,26 @@ TEST_P(EachUnstableMask, IsClearWhenItCannotBeRead) {
   AddCards(1);
   Set("card0", GetParam().name, GetParam().stored);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   ASSERT_EQ(Reasons(FIRST), GetParam().reasons);
   CardSim::FailCall(std::string("vsl_") + GetParam().name, 1, 62, "unreadable", 5);
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(Status(FIRST), "OK");
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
   EXPECT_THAT(RecordedLines(), Not(Contains(testing::HasSubstr("unreadable"))));
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(Reasons(FIRST), GetParam().reasons);
 }
 
 INSTANTIATE_TEST_SUITE_P(Masks, EachUnstableMask, testing::ValuesIn(UNSTABLE_MASKS),
                          [](const auto& each) { return std::string(each.param.name); });
 
-// The locate LED is switched off only at the start.
+// The locate LED is switched off only at startup.
 TEST_F(RescanIdentity, ALocateLEDThatIsOnStaysOn) {
   AddCards(1);
   StartWatch();
   Set("card0", "beacon_state", "true");
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(m_Host.Calls(), Contains("vsl_has_beacon_state card#3"));
   EXPECT_THAT(m_Host.Calls(), Not(Contains(StartsWith("vsl_set_beacon_state"))));
   EXPECT_EQ(m_Host.Cards().Get("card0", "beacon_state"), "true");
@@ -215,7 +215,7 @@ TEST_F(RescanIdentity, ALocateLEDThatIsOnStaysOn) {
 TEST_F(RescanIdentity, TracesThatItIsNotTheFirstScan) {
   AddCards(2);
   StartWatch();
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(TimesOf("2 ENTER ScanSystem(0) PhyDrive=0"), SizeIs(1));
   EXPECT_THAT(TimesOf("2 LEAVE ScanSystem() -> 0"), SizeIs(1));
 }
@@ -224,8 +224,8 @@ TEST_F(RescanIdentity, TracesThatItIsNotTheFirstScan) {
 TEST_F(RescanIdentity, ARescanMakesTheCallsOfTheFirstScanExceptForTheLocateLED) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
-  m_Host.ForgetCalls();
+  WaitForWakeUps(2);
+  m_Host.ClearCalls();
   Lines calls;
   m_OnLine = [&](const std::string& line) {
     if (line == "16 After ScanSystem() ret = 0") calls = CardSim::CallTexts();
@@ -290,12 +290,12 @@ class JobAfterARemovedCard : public RescanIdentity {
     }
     StartWatch();
     Hide(0);
-    AwaitScans();
+    WaitForScans();
   }
   void HoldAttach(std::uint64_t adapter) {
     m_pHeld = std::make_unique<HeldCall>("vsl_op_wait_for_result");
     ASSERT_EQ(m_Host.Run(adapter, PI::OP_ATTACH), 0U);
-    m_pHeld->AwaitArrival();
+    m_pHeld->WaitUntilReached();
   }
   void TearDown() override { m_pHeld.reset(); }
 
@@ -305,18 +305,18 @@ class JobAfterARemovedCard : public RescanIdentity {
 TEST_F(JobAfterARemovedCard, CorrectsTheCardWhoseIndexIsThePositionOfTheAdapter) {
   HoldAttach(ObjectId(5));  // of card 2, now at position 1
   Set("card1", "iom_state", "2");
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(Activity(ObjectId(3)), "ATTACHING");
 }
 
 TEST_F(JobAfterARemovedCard, DoesNotCorrectBeyondTheEndOfTheList) {
   HoldAttach(ObjectId(5));
   Set("card2", "iom_state", "2");
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(Activity(ObjectId(5)), "IDLE");
   EXPECT_EQ(Reasons(ObjectId(5)), "[ATTACHED]");
   // The quick poll uses the adapter's path, so it sees a change each time.
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), SizeIs(1));
 }
 

@@ -28,7 +28,7 @@ constexpr const char* DRIVE_INSERTED = "PD (Flash Adapter G2 (0)) inserted to db
 constexpr const char* DRIVE_UPDATED = "PD (Flash Adapter G2 (0)) updated in db.";
 constexpr const char* PLUGIN_INSERTED = "Plugin FusionIO inserted to db.";
 
-// " (Storage query exception thrown! (statement rejected))"
+// Returns, for example, " (Storage query exception thrown! (statement rejected))".
 std::string Because(const std::string& reason) {
   return " (Storage query exception thrown! (" + reason + "))";
 }
@@ -64,7 +64,7 @@ class RowFailures : public WorkerFixture {
   void SetTemperature(const char* celsius) { Set("card0", "temp_internal_deg_c", celsius); }
   void ScanOnce() {
     m_DatabaseLines.clear();
-    AwaitScans();
+    WaitForScans();
   }
   std::string File() { return (m_Host.Directory() / "rows.db").string(); }
 
@@ -100,7 +100,7 @@ TEST_F(RowFailures, AFailedDriveInsertIsTracedAndTheOthersContinue) {
   EXPECT_THAT(Counts(), ElementsAre("1", "0", "1"));
 }
 
-TEST_F(RowFailures, AFailedPlugInInsertIsTracedAndTheStartSucceeds) {
+TEST_F(RowFailures, AFailedPlugInInsertIsTracedAndStartupSucceeds) {
   AddCards(1);
   Reject("INSERT", PLUGIN_ROWS);
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -113,7 +113,7 @@ TEST_F(RowFailures, AFailedPlugInDeletionIsTracedAndTheResultIsUnchanged) {
   AddCards(1);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.DeInitialize();
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   Reject("DELETE", PLUGIN_ROWS);
   CardSim::FailCall("vsl_open", 1, 5, "statement rejected");
   EXPECT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs),
@@ -286,7 +286,7 @@ class UnusableFile : public RowFailures, public testing::WithParamInterface<File
   const uid_t m_Before = geteuid();
 };
 
-TEST_P(UnusableFile, DoesNotPreventAStart) {
+TEST_P(UnusableFile, DoesNotPreventStartup) {
   AddCards(1);
   SwitchToUnusableFile();
   ASSERT_EQ(m_Host.Start(), 0U);

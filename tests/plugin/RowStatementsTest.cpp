@@ -38,11 +38,11 @@ class TwoCards : public WorkerFixture {
   }
   void ScanOnce() {
     m_DatabaseLines.clear();
-    AwaitScans();
+    WaitForScans();
   }
 
   // Returns each statement up to the name of the table, such as "SELECT * FROM host_drive_rows".
-  Cells Sent() const {
+  Cells SentStatements() const {
     Cells shortened;
     for (const std::string& sql : m_Statements.Statements()) {
       shortened.push_back(sql.substr(0, sql.find("_rows") + 5));
@@ -86,10 +86,10 @@ class RowStatements : public TwoCards {
       "( ad.ad_adapter_number = '" + NumberOf(3) + "') AND ( ad.ad_host_name = 'localhost') ";
 };
 
-TEST_F(RowStatements, AtTheStartReadEachKeyAndInsert) {
+TEST_F(RowStatements, ReadEachKeyAndInsertAtStartup) {
   m_Statements.Begin();
   StartWatch();
-  EXPECT_THAT(Sent(),
+  EXPECT_THAT(SentStatements(),
               ElementsAre("SELECT MAX(ID) FROM host_adapter_rows", "INSERT INTO host_adapter_rows",
                           "SELECT MAX(ID) FROM host_drive_rows", "INSERT INTO host_drive_rows",
                           "SELECT MAX(ID) FROM host_adapter_rows", "INSERT INTO host_adapter_rows",
@@ -97,33 +97,35 @@ TEST_F(RowStatements, AtTheStartReadEachKeyAndInsert) {
                           "SELECT MAX(ID) FROM host_plugin_rows", "INSERT INTO host_plugin_rows"));
 }
 
-TEST_F(RowStatements, AtAChangeFindEachRowAndUpdateIt) {
+TEST_F(RowStatements, FindAndUpdateEachRowAfterAChange) {
   StartWatch();
   SetTemperature("60.0");
   m_Statements.Begin();
   ScanOnce();
-  EXPECT_THAT(Sent(), ElementsAre("SELECT * FROM host_adapter_rows", "UPDATE host_adapter_rows",
-                                  "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
-                                  "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows"));
+  EXPECT_THAT(SentStatements(),
+              ElementsAre("SELECT * FROM host_adapter_rows", "UPDATE host_adapter_rows",
+                          "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
+                          "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows"));
 }
 
-TEST_F(RowStatements, AtRemovalDeleteOnlyTheAdapter) {
+TEST_F(RowStatements, DeleteOnlyTheAdapterAfterRemoval) {
   StartWatch();
   Hide(1);
   m_Statements.Begin();
   ScanOnce();
-  EXPECT_THAT(Sent(), ElementsAre("DELETE FROM host_adapter_rows", "SELECT * FROM host_drive_rows",
-                                  "UPDATE host_drive_rows"));
+  EXPECT_THAT(SentStatements(),
+              ElementsAre("DELETE FROM host_adapter_rows", "SELECT * FROM host_drive_rows",
+                          "UPDATE host_drive_rows"));
 }
 
-TEST_F(RowStatements, AtArrivalInsertBothRows) {
+TEST_F(RowStatements, InsertBothRowsAfterArrival) {
   StartWatch();
   Hide(1);
-  AwaitScans();
+  WaitForScans();
   Show(1);
   m_Statements.Begin();
   ScanOnce();
-  EXPECT_THAT(Sent(),
+  EXPECT_THAT(SentStatements(),
               ElementsAre("SELECT MAX(ID) FROM host_adapter_rows", "INSERT INTO host_adapter_rows",
                           "SELECT MAX(ID) FROM host_drive_rows", "INSERT INTO host_drive_rows",
                           "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
@@ -197,10 +199,11 @@ TEST_F(TwinRows, AreFoundAndUpdatedOnceForEachAdapter) {
   StartWatch();
   m_Statements.Begin();
   ScanOnce();
-  EXPECT_THAT(Sent(), ElementsAre("SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
-                                  "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
-                                  "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
-                                  "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows"));
+  EXPECT_THAT(SentStatements(),
+              ElementsAre("SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
+                          "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
+                          "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows",
+                          "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows"));
 }
 
 TEST_F(TwinRows, AreSearchedForEachAdapterAlsoIfThereAreNone) {
@@ -208,7 +211,7 @@ TEST_F(TwinRows, AreSearchedForEachAdapterAlsoIfThereAreNone) {
   Query("DELETE FROM host_drive_rows");
   m_Statements.Begin();
   ScanOnce();
-  EXPECT_THAT(Sent(),
+  EXPECT_THAT(SentStatements(),
               ElementsAre("SELECT * FROM host_drive_rows", "SELECT * FROM host_drive_rows",
                           "SELECT * FROM host_drive_rows", "SELECT * FROM host_drive_rows"));
 }
@@ -238,7 +241,7 @@ class OneRejection : public TwoCards, public testing::WithParamInterface<Rejecte
     EXPECT_THAT(FailuresIn(lines), ElementsAre(HasSubstr(GetParam().line)));
     EXPECT_EQ(Rows(), GetParam().rows);
   }
-  void ExpectGoodScan() {
+  void ExpectSuccessfulScan() {
     ScanOnce();
     EXPECT_THAT(FailuresIn(m_DatabaseLines), IsEmpty());
     EXPECT_EQ(Rows(), GetParam().later);
@@ -251,15 +254,15 @@ class OneRejection : public TwoCards, public testing::WithParamInterface<Rejecte
                              return std::string(each.param.name);                      \
                            })
 
-class RejectionAtTheStart : public OneRejection {};
+class RejectionAtStartup : public OneRejection {};
 
-TEST_P(RejectionAtTheStart, CostsOneRow) {
+TEST_P(RejectionAtStartup, CostsOneRow) {
   RejectStatement();
   StartWatch();
   EXPECT_THAT(m_Host.m_AdapterIDs, SizeIs(2));
   EXPECT_THAT(m_Host.Topology(), SizeIs(5));
   ExpectRejected(m_Host.Traces(128));
-  ExpectGoodScan();
+  ExpectSuccessfulScan();
 }
 
 constexpr const char* WITHOUT_A1 = "A S2 50, D S1 512, D S2 512, P";
@@ -268,7 +271,7 @@ constexpr const char* WITHOUT_A2 = "A S1 50, D S1 512, D S2 512, P";
 constexpr const char* WITHOUT_D2 = "A S1 50, A S2 50, D S1 512, P";
 constexpr const char* WITHOUT_P = "A S1 50, A S2 50, D S1 512, D S2 512";
 
-ALL_CASES(RejectionAtTheStart,
+ALL_CASES(RejectionAtStartup,
           RejectedStatement{"FirstAdaptersKey", 1, "inserting Adapter", WITHOUT_A1, WITHOUT_A1},
           RejectedStatement{"FirstAdapter", 2, "inserting Adapter", WITHOUT_A1, WITHOUT_A1},
           RejectedStatement{"FirstDrivesKey", 3, "inserting PD", WITHOUT_D1, WITHOUT_D1},
@@ -288,7 +291,7 @@ class RejectionAtAChange : public OneRejection {};
 TEST_P(RejectionAtAChange, CostsOneRowUntilTheNextChange) {
   StartWatch();
   SetTemperature("60.0");
-  AwaitScans();
+  WaitForScans();
   SetTemperature("70.0");
   SetSectors("4096");
   RejectStatement();
@@ -296,7 +299,7 @@ TEST_P(RejectionAtAChange, CostsOneRowUntilTheNextChange) {
   ExpectRejected(m_DatabaseLines);
   EXPECT_THAT(Events(), ElementsAre(HasSubstr("object 2 "), HasSubstr("object 4 ")));
   SetTemperature("80.0");
-  ExpectGoodScan();
+  ExpectSuccessfulScan();
 }
 
 constexpr const char* CHANGED = "A S1 70, A S2 50, D S1 4096, D S2 4096, P";
@@ -325,7 +328,7 @@ TEST_P(RejectionAtRemoval, CostsOneRowUntilTheNextScan) {
   ScanOnce();
   ExpectRejected(m_DatabaseLines);
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
-  ExpectGoodScan();
+  ExpectSuccessfulScan();
 }
 
 // The row of the removed adapter remains.
@@ -344,14 +347,14 @@ class RejectionAtArrival : public OneRejection {};
 TEST_P(RejectionAtArrival, CostsOneRow) {
   StartWatch();
   Hide(1);
-  AwaitScans();
+  WaitForScans();
   Show(1);
   SetSectors("4096");
   RejectStatement();
   ScanOnce();
   ExpectRejected(m_DatabaseLines);
   EXPECT_THAT(m_Host.Topology(), SizeIs(5));
-  ExpectGoodScan();
+  ExpectSuccessfulScan();
 }
 
 // The drive's first row still exists and is the row that is updated.
@@ -378,7 +381,7 @@ ALL_CASES(RejectionAtArrival,
 
 class OtherFailure : public TwoCards, public testing::WithParamInterface<std::size_t> {};
 
-TEST_P(OtherFailure, IsPassedToTheHostAndReleasesTheLocks) {
+TEST_P(OtherFailure, PropagatesToTheHostAndReleasesTheLocks) {
   m_Statements.BeginFailing(GetParam(), std::runtime_error("other failure"));
   EXPECT_THROW(
       try { m_Host.Initialize(); } catch (const std::runtime_error& error) {

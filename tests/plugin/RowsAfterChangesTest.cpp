@@ -36,7 +36,7 @@ class RowsAfterChanges : public WorkerFixture {
   }
   void ScanOnce() {
     m_DatabaseLines.clear();
-    AwaitScans();
+    WaitForScans();
   }
   static Cells Temperatures() { return Column(ADAPTER_ROWS, "ad_temperature"); }
   // Returns the start of the trace lines about an adapter's row.
@@ -66,7 +66,7 @@ TEST_F(RowsAfterChanges, AnAdaptersRowIsOneScanBehind) {
 TEST_F(RowsAfterChanges, AnAdaptersRowIsNotWrittenUntilTheNextChange) {
   Run(1);
   SetTemperature(0, "60.0");
-  AwaitScans(4);
+  WaitForScans(4);
   EXPECT_THAT(Temperatures(), ElementsAre("50"));
 }
 
@@ -176,7 +176,7 @@ TEST_F(RowsAfterChanges, AFailedDrivesRowIsUpToDate) {
 TEST_F(RowsAfterChanges, ThePlugInsRowIsNotChanged) {
   Run(1);
   ASSERT_EQ(m_Host.SetPollInterval(30), 0U);
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_THAT(Column(PLUGIN_ROWS, "pi_poll_interval"), ElementsAre("15"));
 }
 
@@ -193,7 +193,7 @@ TEST_F(RowsAfterChanges, TheAdapterRowOfARemovedCardIsDeletedAndTheDriveRowKept)
 TEST_F(RowsAfterChanges, AReturningCardGetsNewRows) {
   Run(2);
   Hide(1);
-  AwaitScans();
+  WaitForScans();
   Show(1);
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines, ElementsAre(Adapter(2) + "inserted to db.", DRIVE_INSERTED,
@@ -206,9 +206,9 @@ TEST_F(RowsAfterChanges, AReturningCardGetsNewRows) {
 TEST_F(RowsAfterChanges, TheFirstOfTwoRowsOfADriveIsUpdated) {
   Run(2);
   Hide(1);
-  AwaitScans();
+  WaitForScans();
   Show(1);
-  AwaitScans();
+  WaitForScans();
   Set("card1", "sector_size_bytes", "4096");
   ScanOnce();
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("512", "4096", "512"));
@@ -288,7 +288,7 @@ TEST_F(RowsAfterChanges, CardsWithOneSerialNumberAllUpdateTheFirstRow) {
 TEST_F(RowsAfterChanges, AScanInsertsThenUpdatesThenRemovesAdapterRows) {
   Run(3);
   Hide(2);
-  AwaitScans();
+  WaitForScans();
   Show(2);
   Hide(1);
   SetTemperature(0, "60.0");

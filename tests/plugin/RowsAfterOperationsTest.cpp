@@ -30,11 +30,11 @@ class RowsAfterOperations : public WorkerFixture {
   // Changes the temperature, which is a change outside the plug-in.
   void ChangeTemperature(const char* celsius) {
     Set("card0", "temp_internal_deg_c", celsius);
-    AwaitScans();
+    WaitForScans();
   }
   std::string CardState() { return m_Host.Cards().Get("card0", "iom_state"); }
 
-  // Renders status, reasons, activity and temperature of the adapter, and status, sector size,
+  // Renders the adapter's status, reasons, activity and temperature, and the status, sector size,
   // factory size and largest size of the drive.
   static std::string Rows() {
     const auto rendered = [](const char* table, const Cells& columns) {
@@ -56,7 +56,7 @@ class RowsAfterOperations : public WorkerFixture {
 TEST_F(RowsAfterOperations, ShowADetachAtTheNextChange) {
   RunWith("2");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_EQ(CardState(), "0");
   EXPECT_EQ(Rows(), "adapter OK ATTACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
   ChangeTemperature("60.0");
@@ -69,7 +69,7 @@ TEST_F(RowsAfterOperations, ShowAnAttachAtTheNextChange) {
   RunWith("0");
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_EQ(CardState(), "2");
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
   ChangeTemperature("60.0");
@@ -81,7 +81,7 @@ TEST_F(RowsAfterOperations, ShowALongAttachAsAttachingFirst) {
   RunWith("0");
   Set("card0", "attach_ms", "60000");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_EQ(CardState(), "1");
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
   PassMs(90000);
@@ -98,7 +98,7 @@ TEST_F(RowsAfterOperations, ShowTheSectorsOfAFormatAtTheNextScan) {
   sectors.SetValue(BYTES_4096, std::vector<int>{BYTES_4096});
   ASSERT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_FORMAT_DEVICE, {sectors}), 0U);
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 4096 1048576 2097152");
   ChangeTemperature("60.0");
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 4096 1048576 2097152");
@@ -110,7 +110,7 @@ TEST_F(RowsAfterOperations, AreUnchangedAfterAFailedFormat) {
   RunWith("0");
   CardSim::FailCall("vsl_op_wait_for_result", 1, 5, "failed");
   EXPECT_NE(m_Host.Run(FIRST_DRIVE, PI::OP_FORMAT_DEVICE), 0U);
-  AwaitScans(2);
+  WaitForScans(2);
   EXPECT_EQ(Rows(), "adapter WARNING DETACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
 }
 

@@ -299,7 +299,7 @@ TEST_F(FailedStart, LeavesTheTablesEmptyWhenNoCardHandleCanBeCreated) {
 TEST_F(FailedStart, DeletesThePlugInRowOfAnEarlierStart) {
   ASSERT_EQ(Start(), 0U);
   m_Host.DeInitialize();
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone", 100);
   ASSERT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs),
             Number::ERR_NO_SUPPORTED_HARDWARE);
@@ -311,7 +311,7 @@ TEST_F(FailedStart, DeletesOnlyThePlugInRowOfAnEarlierStart) {
   ASSERT_EQ(Start(), 0U);
   Query("INSERT INTO host_plugin_rows (pi_plugin_name) VALUES ('Another')");
   m_Host.DeInitialize();
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   CardSim::FailCall("vsl_open", 1, 5, "failed");
   ASSERT_EQ(m_Host.Execute(PI::CMD_INITIALIZE, 0, &m_Host.m_AdapterIDs),
             Number::ERR_NO_SUPPORTED_HARDWARE);

@@ -179,7 +179,8 @@ TEST(ScanCalls, ContinueWithoutThePcieAdapter) {
   EXPECT_EQ(*(at + 1), "vsl_has_temp_internal_warn_deg_c card#1");
 }
 
-TEST(ScanCalls, ContinueWhenTheLocateLEDOrTheSizeModeFails) {
+// Failures to set the locate LED or the size mode, or to close the card, are ignored.
+TEST(ScanCalls, ContinueAfterIgnoredFailures) {
   Lines normalCalls;
   {
     ScannedCard workingCard;
@@ -192,8 +193,7 @@ TEST(ScanCalls, ContinueWhenTheLocateLEDOrTheSizeModeFails) {
   EXPECT_THAT(LogOf(failingCard.Host()).calls, ElementsAreArray(normalCalls));
 }
 
-// Failures of these calls are ignored.
-TEST(ScanCalls, TraceNothingWhenTheLocateLEDOrTheSizeModeFails) {
+TEST(ScanCalls, DoNotTraceIgnoredFailures) {
   ScannedCard card;
   CardSim::FailCall("vsl_set_beacon_state", 1, 12, "busy");
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 12, "busy");

@@ -140,7 +140,7 @@ class ScanFailedRead : public testing::TestWithParam<FailedRead> {
       value == NONE ? m_Card.Without(attribute) : m_Card.Set(attribute, value);
     }
   }
-  std::string Shown() {
+  std::string RenderedValue() {
     const PI::_PROPERTY_ID property = GetParam().property;
     return GetParam().object == Of::Adapter ? m_Card.Adapter(property) : m_Card.Drive(property);
   }
@@ -152,7 +152,7 @@ TEST_P(ScanFailedRead, UsesTheValueThatTheLibraryReturns) {
   SetAttribute();
   CardSim::FailCall(GetParam().function, 1, 12, "unreadable", GetParam().times);
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Shown(), GetParam().shown);
+  EXPECT_EQ(RenderedValue(), GetParam().shown);
   EXPECT_THAT(m_Card.Host().Traces(), Each(Not(HasSubstr("unreadable"))));
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
@@ -160,7 +160,7 @@ TEST_P(ScanFailedRead, UsesTheValueThatTheLibraryReturns) {
 TEST_P(ScanFailedRead, ShowsAnotherValueIfTheReadSucceeds) {
   SetAttribute();
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_NE(Shown(), GetParam().shown);
+  EXPECT_NE(RenderedValue(), GetParam().shown);
 }
 
 INSTANTIATE_TEST_SUITE_P(Reads, ScanFailedRead, testing::ValuesIn(FAILED_READS),
@@ -171,7 +171,7 @@ TEST(ScanFailedReads, MakeTheSmallestSectorZero) {
   ScannedCard card;
   CardSim::FailCall("vsl_iom_format_min_sector_size_bytes", 1, 12, "unreadable");
   ASSERT_EQ(card.Scan(), 0U);
-  card.Host().ForgetCalls();
+  card.Host().ClearCalls();
   card.Host().Run(card.Host().DriveId(0), PI::OP_FORMAT_DEVICE);
   EXPECT_THAT(StartingWith(card.Host().Calls(), "vsl_iom_format_set_sector_size_bytes"),
               ElementsAre("vsl_iom_format_set_sector_size_bytes format#1 0"));

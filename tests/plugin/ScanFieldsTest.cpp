@@ -204,7 +204,7 @@ TEST(ScanExternalPower, IsReadOnlyWhenPowerIsNeeded) {
 
 // The three attributes that a scan traces.
 
-TEST(ScanAges, AreTracedInMilliseconds) {
+TEST(ScanLifetimeAttributes, AreTracedInMilliseconds) {
   ScannedCard card;
   card.Set("first_use_ts", "1").Set("origin_ts", "1331035200");
   card.Set("reserve_warning_threshold_percent", "12.75");
@@ -215,7 +215,7 @@ TEST(ScanAges, AreTracedInMilliseconds) {
                           "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 12"));
 }
 
-TEST(ScanAges, AreNotTracedWhenTheyAreAbsent) {
+TEST(ScanLifetimeAttributes, AreNotTracedWhenTheyAreAbsent) {
   ScannedCard card;
   card.Without("first_use_ts").Without("origin_ts").Without("reserve_warning_threshold_percent");
   ASSERT_EQ(card.Scan(), 0U);
@@ -224,7 +224,7 @@ TEST(ScanAges, AreNotTracedWhenTheyAreAbsent) {
 
 // The locate LED.
 
-TEST(ScanLocateLED, IsSwitchedOffAtTheStart) {
+TEST(ScanLocateLED, IsSwitchedOffAtStartup) {
   ScannedCard card;
   card.Set("beacon_state", "true");
   ASSERT_EQ(card.Scan(), 0U);

@@ -61,12 +61,12 @@ TEST_P(ScanWithoutAFamily, HasNeitherModelNorDriver) {
   host.Cards().Set(unlisted, "product_name", "Odd One");
   ASSERT_EQ(host.Start(), 0U);
   const std::uint64_t adapter = host.AdapterId(1);
-  EXPECT_EQ(Shown(host, adapter, Property::PRODUCT), "");
-  EXPECT_EQ(Shown(host, adapter, Property::DRIVER_NAME), "");
-  EXPECT_EQ(Shown(host, adapter, Property::NAME), "SanDisk  (2)");
-  EXPECT_EQ(Shown(host, adapter, Property::STATUS), "OK");
-  EXPECT_EQ(Shown(host, adapter, Property::UNIQUE_ID), "PCI:Bus=4&Device=0&Function=0");
-  EXPECT_EQ(Shown(host, host.DriveId(1), Property::NAME), "Odd One (0)");
+  EXPECT_EQ(ShownValue(host, adapter, Property::PRODUCT), "");
+  EXPECT_EQ(ShownValue(host, adapter, Property::DRIVER_NAME), "");
+  EXPECT_EQ(ShownValue(host, adapter, Property::NAME), "SanDisk  (2)");
+  EXPECT_EQ(ShownValue(host, adapter, Property::STATUS), "OK");
+  EXPECT_EQ(ShownValue(host, adapter, Property::UNIQUE_ID), "PCI:Bus=4&Device=0&Function=0");
+  EXPECT_EQ(ShownValue(host, host.DriveId(1), Property::NAME), "Odd One (0)");
 }
 
 TEST_P(ScanWithoutAFamily, KeepsAnUnknownSegment) {
@@ -74,10 +74,10 @@ TEST_P(ScanWithoutAFamily, KeepsAnUnknownSegment) {
   SimulatedHost& host = card.Host();
   host.Cards().MakeAbsent(host.AddCard(GetParam()), "pci_domain");
   ASSERT_EQ(host.Initialize(), 0U);
-  EXPECT_EQ(Shown(host, host.AdapterId(1), Property::PCI_SEGMENT), ALL_ONES);
-  EXPECT_EQ(Shown(host, host.AdapterId(1), Property::UNIQUE_ID),
+  EXPECT_EQ(ShownValue(host, host.AdapterId(1), Property::PCI_SEGMENT), ALL_ONES);
+  EXPECT_EQ(ShownValue(host, host.AdapterId(1), Property::UNIQUE_ID),
             "PCI:Segment=18446744073709551615&Bus=4&Device=0&Function=0");
-  EXPECT_EQ(Shown(host, host.DriveId(1), Property::UNIQUE_ID),
+  EXPECT_EQ(ShownValue(host, host.DriveId(1), Property::UNIQUE_ID),
             "PCI:Segment=18446744073709551615&Bus=4&Device=0&Function=0&ID=0");
 }
 
@@ -184,8 +184,8 @@ TEST(ScanSegment, IsLookedUpByTheNumberOfTheCard) {
   HideSegment(host, second, "2");
   host.Cards().MakeAbsent(card.Name(), "pci_domain");
   ASSERT_EQ(host.Initialize(), 0U);
-  EXPECT_EQ(Shown(host, host.AdapterId(0), Property::PCI_SEGMENT), "1");
-  EXPECT_EQ(Shown(host, host.AdapterId(1), Property::PCI_SEGMENT), "2");
+  EXPECT_EQ(ShownValue(host, host.AdapterId(0), Property::PCI_SEGMENT), "1");
+  EXPECT_EQ(ShownValue(host, host.AdapterId(1), Property::PCI_SEGMENT), "2");
 }
 
 // The second card is looked up as the second of its family, which has only one.
@@ -194,8 +194,9 @@ TEST(ScanSegment, IsLookedUpWithinTheFamily) {
   SimulatedHost& host = card.Host();
   HideSegment(host, host.AddCard(0x3001), "2");
   ASSERT_EQ(host.Initialize(), 0U);
-  EXPECT_EQ(Shown(host, host.AdapterId(1), Property::PCI_SEGMENT), "0");
-  EXPECT_EQ(Shown(host, host.AdapterId(1), Property::UNIQUE_ID), "PCI:Bus=4&Device=0&Function=0");
+  EXPECT_EQ(ShownValue(host, host.AdapterId(1), Property::PCI_SEGMENT), "0");
+  EXPECT_EQ(ShownValue(host, host.AdapterId(1), Property::UNIQUE_ID),
+            "PCI:Bus=4&Device=0&Function=0");
 }
 
 TEST(ScanSegment, IsFoundForTheSecondFamily) {
@@ -205,7 +206,7 @@ TEST(ScanSegment, IsFoundForTheSecondFamily) {
   EXPECT_EQ(card.Adapter(Property::PCI_SEGMENT), "3");
 }
 
-// The host's number among all adapters.
+// The global number that the host assigns to each adapter.
 
 TEST(ScanGlobalNumber, IsTheSameForALocationInEveryScan) {
   auto& numbers = PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs;
@@ -252,7 +253,7 @@ class ScanWithASkippedCard : public testing::Test {
     Lines indexes;
     for (const PI::CObject& object : m_Host.Topology()) {
       if (object.m_ObjectType != PI::OBJECT_ADAPTER) continue;
-      indexes.push_back(Shown(m_Host, object.m_ID, Property::ADAPTER_NUMBER));
+      indexes.push_back(ShownValue(m_Host, object.m_ID, Property::ADAPTER_NUMBER));
     }
     return indexes;
   }

@@ -29,8 +29,8 @@ class ScanOrder : public WorkerFixture {
     m_OnNotify = nullptr;
   }
   // Returns the steps of the next wake-up.
-  Lines Next() {
-    AwaitWakeUps();
+  Lines StepsOfNextWakeUp() {
+    WaitForWakeUps();
     return Steps(m_Journal.PluginEntries());
   }
 
@@ -66,7 +66,7 @@ Lines PassWithScan(const std::vector<Lines>& steps, const Lines& notify = NOTIFY
 }
 
 // The steps of a successful scan of one card.
-Lines ScanOf(const std::string& path, const std::string& number) {
+Lines CallsOfScan(const std::string& path, const std::string& number) {
   const std::string card = "card#" + number;
   const std::string adapter = "adapter#" + number;
   const std::string format = "format#" + number;
@@ -104,59 +104,62 @@ constexpr const char* SECOND_NAME = "SanDisk Flash Adapter 785GB (2)";
 TEST_F(ScanOrder, ChangeWithAnEvent) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   Set("card0", "iom_state", "0");
   m_Journal.CollectEvents();
   BeginJournal();
-  EXPECT_THAT(Next(), ElementsAreArray(PassWithScan(
-                          {ScanOf("/dev/fct0", "1"),
-                           END_SCAN,
-                           {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
-                           QUEUE,
-                           {"de event CTRL_DETACHED"},
-                           UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
-                           UpdateDriveRow("/dev/fct0"),
-                           END_UPDATE})));
+  EXPECT_THAT(StepsOfNextWakeUp(),
+              ElementsAreArray(
+                  PassWithScan({CallsOfScan("/dev/fct0", "1"),
+                                END_SCAN,
+                                {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
+                                QUEUE,
+                                {"de event CTRL_DETACHED"},
+                                UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
+                                UpdateDriveRow("/dev/fct0"),
+                                END_UPDATE})));
 }
 
 TEST_F(ScanOrder, UpdatesOnlyDriveRowsWhenNothingChanged) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   BeginJournal();
-  EXPECT_THAT(Next(), ElementsAreArray(PassWithScan(
-                          {ScanOf("/dev/fct0", "1"),
-                           END_SCAN,
-                           {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
-                           UpdateDriveRow("/dev/fct0"),
-                           {"de trace 2 LEAVE UpdateSystem ret = 20000",
-                            "de trace 16 After UpdateSystem() ret = 20000"}},
-                          {})));
+  EXPECT_THAT(StepsOfNextWakeUp(),
+              ElementsAreArray(
+                  PassWithScan({CallsOfScan("/dev/fct0", "1"),
+                                END_SCAN,
+                                {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
+                                UpdateDriveRow("/dev/fct0"),
+                                {"de trace 2 LEAVE UpdateSystem ret = 20000",
+                                 "de trace 16 After UpdateSystem() ret = 20000"}},
+                               {})));
 }
 
 // Changed adapters come before removed adapters, and adapters before drives.
 TEST_F(ScanOrder, RemovedCardAndChangedCard) {
   AddCards(2);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   Set("card0", "iom_state", "0");
   m_Journal.CollectEvents();
   BeginJournal();
   CardSim::FailCall("vsl_iom_create_by_name", 2, 61, "gone");
-  EXPECT_THAT(Next(), ElementsAreArray(PassWithScan(
-                          {ScanOf("/dev/fct0", "1"),
-                           {"de call vsl_iom_create_by_name /dev/fct1",
-                            "de trace 16 ScanSystem, vsl_iom_create_by_name = 61 (gone)"},
-                           END_SCAN,
-                           {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
-                           QUEUE,
-                           {"de event CTRL_DETACHED", "de event CTRL_PNPREMOVE"},
-                           UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
-                           {"de sql DELETE FROM host_adapter_rows",
-                            std::string("de trace 128 Adapter (") + SECOND_NAME + ") (" +
-                                NumberOf(4) + ") removed from db."},
-                           UpdateDriveRow("/dev/fct0"),
-                           END_UPDATE})));
+  EXPECT_THAT(StepsOfNextWakeUp(),
+              ElementsAreArray(
+                  PassWithScan({CallsOfScan("/dev/fct0", "1"),
+                                {"de call vsl_iom_create_by_name /dev/fct1",
+                                 "de trace 16 ScanSystem, vsl_iom_create_by_name = 61 (gone)"},
+                                END_SCAN,
+                                {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
+                                QUEUE,
+                                {"de event CTRL_DETACHED", "de event CTRL_PNPREMOVE"},
+                                UpdateAdapterRow("0", FIRST_NAME, NumberOf(3)),
+                                {"de sql DELETE FROM host_adapter_rows",
+                                 std::string("de trace 128 Adapter (") + SECOND_NAME + ") (" +
+                                     NumberOf(4) + ") removed from db."},
+                                UpdateDriveRow("/dev/fct0"),
+                                END_UPDATE})));
 }
 
 // The journal shows queued events at the next call, which is a read for the first row. Added
@@ -165,19 +168,19 @@ TEST_F(ScanOrder, AddedCardAndChangedCard) {
   AddCards(2);
   StartWatch();
   Hide(1);
-  AwaitScans();
-  AwaitWakeUps(2);
+  WaitForScans();
+  WaitForWakeUps(2);
   Events();
   Show(1);
   Set("card0", "iom_state", "0");
   m_Journal.CollectEvents();
   BeginJournal();
-  Lines second = ScanOf("/dev/fct1", "2");
+  Lines second = CallsOfScan("/dev/fct1", "2");
   second.insert(second.end() - 2, "de trace 2 The drive is not found yet!");
   EXPECT_THAT(
-      Next(),
+      StepsOfNextWakeUp(),
       ElementsAreArray(PassWithScan(
-          {ScanOf("/dev/fct0", "1"),
+          {CallsOfScan("/dev/fct0", "1"),
            second,
            END_SCAN,
            {"de trace 2 ENTER UpdateSystem for 2 adapter, 2 physicalDrives"},
@@ -203,7 +206,7 @@ TEST_F(ScanOrder, QuickPollWithAChange) {
   StartWatch();
   Set("card0", "iom_state", "0");
   BeginJournal();
-  Lines steps = Next();
+  Lines steps = StepsOfNextWakeUp();
   const Lines begin(steps.begin(), steps.begin() + 14);
   EXPECT_THAT(begin, ElementsAreArray(Joined(
                          {WAKE_UP,
@@ -223,7 +226,7 @@ TEST_F(ScanOrder, QuickPollOfCardsThatCannotBeOpened) {
   CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   EXPECT_THAT(
-      Next(),
+      StepsOfNextWakeUp(),
       ElementsAreArray(Joined(
           {WAKE_UP,
            TAKE_DATA,
@@ -243,10 +246,10 @@ TEST_F(ScanOrder, FailedScanWithAQueuedEvent) {
   StartWatch();
   CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
   ASSERT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   BeginJournal();
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
-  EXPECT_THAT(Next(),
+  EXPECT_THAT(StepsOfNextWakeUp(),
               ElementsAreArray(PassWithScan(
                   {{"de call vsl_iom_create_by_name /dev/fct0", "de call vsl_open card#1",
                     "de trace 16 ScanSystem, vsl_open = 62 (unavailable)",
@@ -256,10 +259,10 @@ TEST_F(ScanOrder, FailedScanWithAQueuedEvent) {
 TEST_F(ScanOrder, CardWithoutAFormatJob) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   BeginJournal();
   CardSim::FailCall("vsl_iom_format_create", 1, 63, "no format");
-  Lines scan = Next();
+  Lines scan = StepsOfNextWakeUp();
   const auto create = std::find(scan.begin(), scan.end(), "de call vsl_iom_format_create card#1");
   ASSERT_GE(scan.end() - create, 4);
   const Lines after(create, create + 4);
@@ -269,12 +272,12 @@ TEST_F(ScanOrder, CardWithoutAFormatJob) {
 }
 
 // Each value is traced immediately after it is read.
-TEST_F(ScanOrder, AgesAndTheirTraces) {
+TEST_F(ScanOrder, LifetimeAttributesAndTheirTraces) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   BeginJournal();
-  AwaitWakeUps();
+  WaitForWakeUps();
   const Lines entries = m_Journal.PluginEntries();
   const auto begin =
       std::find(entries.begin(), entries.end(), "de call vsl_has_first_use_ts card#1");

@@ -116,7 +116,7 @@ TEST(ScanStatus, ListsReasonsOfErrorsOrWarningsThenOfInformation) {
 
 // Masks that change while they are sampled. The hook runs before the call, so the given sample,
 // counted from 1, is the first to have the new value.
-class ScanFlicker : public testing::Test {
+class StatusFlicker : public testing::Test {
  protected:
   void ChangeAt(const std::string& mask, unsigned int sample, const std::string& value) {
     m_Changes.push_back({"vsl_" + mask, sample, mask, value});
@@ -144,7 +144,7 @@ class ScanFlicker : public testing::Test {
   ScannedCard m_Card;
 };
 
-TEST_F(ScanFlicker, InOneSampleKeepsThePreviousValue) {
+TEST_F(StatusFlicker, KeepsThePreviousValueIfOneSampleDiffers) {
   m_Card.Set("current_errors", "0x1");
   ChangeAt("current_errors", 3, "0x3");
   ChangeAt("current_errors", 4, "0x1");
@@ -152,35 +152,35 @@ TEST_F(ScanFlicker, InOneSampleKeepsThePreviousValue) {
   EXPECT_EQ(Status(), "OK: ATTACHED");
 }
 
-TEST_F(ScanFlicker, InTheFirstSampleKeepsThePreviousValue) {
+TEST_F(StatusFlicker, KeepsThePreviousValueIfTheFirstSampleDiffers) {
   m_Card.Set("current_warnings", "0x1");
   ChangeAt("current_warnings", 2, "0x2");
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Status(), "OK: ATTACHED");
 }
 
-TEST_F(ScanFlicker, InTheLastSampleKeepsThePreviousValue) {
+TEST_F(StatusFlicker, KeepsThePreviousValueIfTheLastSampleDiffers) {
   m_Card.Set("current_info", "0x2");
   ChangeAt("current_info", 5, "0x0");
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Status(), "OK: ATTACHED");
 }
 
-TEST_F(ScanFlicker, BeforeTheFirstSampleDoesNotCount) {
+TEST_F(StatusFlicker, IsIgnoredBeforeTheFirstSample) {
   m_Card.Set("current_errors", "0x1");
   ChangeAt("current_errors", 1, "0x100");
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Status(), "FAILED: FLASHBACK ATTACHED");
 }
 
-TEST_F(ScanFlicker, InOneMaskDoesNotAffectTheOthers) {
+TEST_F(StatusFlicker, OnlyAffectsItsOwnMask) {
   m_Card.Set("current_errors", "0x1").Set("current_warnings", "0x1").Set("current_info", "0x2");
   ChangeAt("current_errors", 5, "0x2");
   ASSERT_EQ(m_Card.Scan(), 0U);
   EXPECT_EQ(Status(), "WARNING: TEMPERATURE_ABOVE_WARN UNACTIVATED_FIRMWARE ATTACHED");
 }
 
-TEST_F(ScanFlicker, OfIgnoredBitsDoesNotCount) {
+TEST_F(StatusFlicker, IsDisregardedInIgnoredBits) {
   m_Card.Set("current_warnings", "0x1").Set("current_info", "0x2");
   ChangeAt("current_warnings", 3, "0x201");
   ChangeAt("current_info", 3, "0x3");
@@ -188,7 +188,7 @@ TEST_F(ScanFlicker, OfIgnoredBitsDoesNotCount) {
   EXPECT_EQ(Status(), "WARNING: TEMPERATURE_ABOVE_WARN UNACTIVATED_FIRMWARE ATTACHED");
 }
 
-TEST_F(ScanFlicker, OfTheSameBitsAmongTheErrorsCounts) {
+TEST_F(StatusFlicker, IsDetectedInErrorBitsThatOtherMasksIgnore) {
   m_Card.Set("current_errors", "0x2");
   ChangeAt("current_errors", 3, "0x202");
   ASSERT_EQ(m_Card.Scan(), 0U);
@@ -210,7 +210,7 @@ TEST(ScanSamples, AreTakenAMillisecondApart) {
 TEST(ScanSamples, AreNotTakenForAMissingMask) {
   ScannedCard card;
   card.Without("current_warnings");
-  EXPECT_EQ(MsOf([&] { ASSERT_EQ(card.Scan(), 0U); }), 1008U);
+  EXPECT_EQ(ElapsedMs([&] { ASSERT_EQ(card.Scan(), 0U); }), 1008U);
   EXPECT_THAT(StartingWith(card.Host().Calls(), "vsl_current_warnings"), IsEmpty());
   EXPECT_EQ(Count(card.Host().Calls(), "vsl_current_info card#1"), 5);
 }

@@ -55,7 +55,7 @@ inline std::string ValueOf(const PI::CProperty& property) {
 }
 
 // Returns the value of a property in the complete list, or "absent".
-inline std::string Shown(SimulatedHost& host, std::uint64_t object, PI::_PROPERTY_ID id) {
+inline std::string ShownValue(SimulatedHost& host, std::uint64_t object, PI::_PROPERTY_ID id) {
   for (const PI::CProperty& property : host.Properties(object)) {
     if (property.m_PropertyID == id) return ValueOf(property);
   }
@@ -81,12 +81,12 @@ class ScannedCard {
 
   // Runs `Initialize` and returns its result. Earlier traces are cleared.
   unsigned int Scan() {
-    m_Host.ForgetTraces();
+    m_Host.ClearTraces();
     return m_Host.Initialize();
   }
 
-  std::string Adapter(PI::_PROPERTY_ID id) { return Shown(m_Host, m_Host.AdapterId(0), id); }
-  std::string Drive(PI::_PROPERTY_ID id) { return Shown(m_Host, m_Host.DriveId(0), id); }
+  std::string Adapter(PI::_PROPERTY_ID id) { return ShownValue(m_Host, m_Host.AdapterId(0), id); }
+  std::string Drive(PI::_PROPERTY_ID id) { return ShownValue(m_Host, m_Host.DriveId(0), id); }
 
  private:
   SimulatedHost m_Host;
@@ -145,7 +145,7 @@ inline void SleepMs(unsigned int milliseconds) {
 
 // Returns the virtual time that `action` takes, in milliseconds.
 template <class Action>
-unsigned long MsOf(Action action) {
+unsigned long ElapsedMs(Action action) {
   const unsigned long begin = MBX::Misc::now();
   action();
   return MBX::Misc::now() - begin;

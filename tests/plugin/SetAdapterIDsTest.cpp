@@ -129,7 +129,7 @@ TEST_F(SetAdapterIDs, EachAdapterGetsItsOwnNumber) {
   ids[0].m_Bus = 4;
   EXPECT_EQ(Assign(ids), 0U);
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (10)");
-  EXPECT_EQ(Shown(m_Card.Host(), m_Card.Host().AdapterId(1), PI::Property::NAME),
+  EXPECT_EQ(ShownValue(m_Card.Host(), m_Card.Host().AdapterId(1), PI::Property::NAME),
             "SanDisk Flash Adapter 1.3TB (11)");
 }
 
@@ -187,7 +187,7 @@ TEST(SetAdapterIDsByModel, ACardOfAnUnknownFamilyIsFoundByASegmentOfAllOnes) {
   ASSERT_EQ(card.Host().m_AdapterIDs.size(), 2U);
   EXPECT_EQ(card.Host().m_AdapterIDs[1].m_Segment, 0xFFFFFFFFU);
   ASSERT_EQ(card.Host().AssignAdapterNumbers(), 0U);
-  EXPECT_EQ(Shown(card.Host(), card.Host().AdapterId(1), PI::Property::NAME), "SanDisk  (2)");
+  EXPECT_EQ(ShownValue(card.Host(), card.Host().AdapterId(1), PI::Property::NAME), "SanDisk  (2)");
 }
 
 TEST_F(SetAdapterIDs, DoesNotChangeTheHostsListOrTheDrivesName) {
@@ -209,8 +209,8 @@ TEST_F(SetAdapterIDs, DoesNotCountAsAChange) {
 
 TEST_F(SetAdapterIDs, NeitherAcquiresALockNorCallsACard) {
   ASSERT_EQ(m_Card.Scan(), 0U);
-  m_Card.Host().ForgetCalls();
-  m_Card.Host().ForgetTraces();
+  m_Card.Host().ClearCalls();
+  m_Card.Host().ClearTraces();
   EXPECT_EQ(HostKit::Locks()[0].taken, 1U);  // the scan
   EXPECT_EQ(Assign({Entry(7)}), 0U);
   EXPECT_EQ(HostKit::Locks()[0].taken, 1U);

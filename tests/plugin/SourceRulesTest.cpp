@@ -105,7 +105,7 @@ TEST(SourceRules, TheCardLibraryIsCalledInOnePlace) {
 TEST(SourceRules, NothingSetsTheForceWorkerEvent) {
   EXPECT_THAT(Matching(LinesOf({"Corvane/Src"}), std::regex("m_ForceWorker")),
               ElementsAre("Corvane.h:   MBX::Threading::CEvent m_ForceWorker;",
-                          "CorvanePlugin.cpp:          Initialized(\"m_ForceWorker\", "
+                          "CorvanePlugin.cpp:          CheckInitialized(\"m_ForceWorker\", "
                           "m_ForceWorker.Init(false, false)) &&",
                           "CorvanePlugin.cpp:       TRACE(TRACE_FLOW, \"Worker() m_ForceWorker "
                           "event received, force scan\");",

@@ -1,5 +1,5 @@
-// A thread that cannot be started: the host does not get an error, the stop does not wait, and the
-// next start succeeds.
+// A thread that cannot be started: no error is returned to the host, the stop does not wait, and
+// the next start succeeds.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/Numbers.h"
@@ -166,12 +166,12 @@ TEST_P(EachJobWithoutAThread, TakesTheSlotOfTheRunningJob) {
   StartWith(2);
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(Run(FIRST), 0U);
-  held.AwaitArrival();
+  held.WaitUntilReached();
   EXPECT_EQ(Check(SECOND), Number::ERR_ADAPTER_BUSY);
   HostKit::FailThreadCreate(1);
   EXPECT_EQ(Run(SECOND), 0U);
   EXPECT_EQ(Check(SECOND), 0U);
-  held.LetGo();
+  held.Release();
   PassMs(10000);
   EXPECT_EQ(m_Host.Cards().Get("card0", "iom_state"), GetParam().after);
   EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), GetParam().before);

@@ -47,7 +47,7 @@ TEST(Topology, ShowsThePluginThenAdaptersThenDrives) {
                           "object 0130000000000004 type 19018 parents 0130000000000003 children"));
 }
 
-// A card that cannot be found at the start has no objects, and the later cards keep their order.
+// A card that cannot be found at startup has no objects, and the later cards keep their order.
 TEST(Topology, ShowsTheCardsInTheOrderOfTheirControlDevices) {
   SimulatedHost host;
   for (int i = 0; i < 3; ++i) host.AddCard();
@@ -97,14 +97,14 @@ class TopologyOfOneCard : public testing::Test {
                   {"rated_endurance_tbytes", "100"}}};
 };
 
-TEST_F(TopologyOfOneCard, CarriesThePropertiesOfEachObject) {
+TEST_F(TopologyOfOneCard, ContainsThePropertiesOfEachObject) {
   for (const PI::CObject& object : m_Host.Topology()) {
     EXPECT_FALSE(object.m_Properties.empty()) << object.m_ID;
-    EXPECT_THAT(Rendered(object.m_Properties), ElementsAreArray(m_Host.Rows(object.m_ID)));
+    EXPECT_THAT(RenderAll(object.m_Properties), ElementsAreArray(m_Host.Rows(object.m_ID)));
   }
 }
 
-TEST_F(TopologyOfOneCard, CarriesTheOperationsOfEachObject) {
+TEST_F(TopologyOfOneCard, ContainsTheOperationsOfEachObject) {
   const std::vector<PI::CObject> objects = m_Host.Topology();
   ASSERT_EQ(objects.size(), 3U);
   EXPECT_THAT(OperationsOf(objects[0]), ElementsAre(Number::OP_GET_EVENTS));
@@ -147,7 +147,7 @@ TEST_F(TopologyOfOneCard, IsCompleteForAnyObjectId) {
 }
 
 // Reading one property counts as a change of its object; reading the tree does not.
-TEST_F(TopologyOfOneCard, CarriesTheChangeCounts) {
+TEST_F(TopologyOfOneCard, ReportsChangeCounts) {
   const auto counts = [this] {
     std::vector<std::uint64_t> numbers;
     for (const PI::CObject& object : m_Host.Topology()) numbers.push_back(object.m_ChangeCount);
@@ -162,7 +162,7 @@ TEST_F(TopologyOfOneCard, CarriesTheChangeCounts) {
   EXPECT_THAT(counts(), ElementsAre(1U, 1U, 2U));
 }
 
-TEST_F(TopologyOfOneCard, DoesNotShowAnyObjectAsLocked) {
+TEST_F(TopologyOfOneCard, ReportsAllObjectsAsUnlocked) {
   std::vector<bool> locked;
   for (const PI::CObject& object : m_Host.Topology()) locked.push_back(object.m_Locked);
   EXPECT_THAT(locked, ElementsAre(false, false, false));
@@ -192,7 +192,7 @@ TEST_F(TopologyOfOneCard, DoesNotScan) {
   m_Host.AddCard();
   const std::vector<PI::CObject> objects = m_Host.Topology();
   ASSERT_EQ(objects.size(), 3U);
-  const std::vector<std::string> rows = Rendered(objects[1].m_Properties);
+  const std::vector<std::string> rows = RenderAll(objects[1].m_Properties);
   EXPECT_THAT(rows, testing::Contains(R"(PRODUCT = "Flash Adapter 785GB" (sort 23102))"));
   const std::vector<std::string> calls = m_Host.Calls();
   EXPECT_EQ(std::count(calls.begin(), calls.end(), "vsl_open card#1"), 1);

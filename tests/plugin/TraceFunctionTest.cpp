@@ -28,7 +28,7 @@ using NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL;
 using NAMESPACE_Corvane::IPLUGINAPI_IMPL;
 using testing::IsEmpty;
 
-// A text with its placeholders, and all functions that write it.
+// A trace message with its placeholders, and all functions that write it.
 struct Row {
   const char* m_Text;
   std::vector<const char*> m_Functions;
@@ -233,7 +233,7 @@ constexpr std::uint64_t ADAPTER = PLUGIN + 1;
 constexpr std::uint64_t DRIVE = PLUGIN + 2;
 constexpr std::uint64_t UNKNOWN_OBJECT = PLUGIN + 99;
 
-// Whether the line matches the text with any value in place of each placeholder.
+// Whether the line matches the message with any value in place of each placeholder.
 bool Fits(const char* text, const char* line) {
   for (; *text != '\0'; ++text, ++line) {
     const std::string placeholder(text, 0, 2);
@@ -275,7 +275,8 @@ class FailingDatabase {
   const std::shared_ptr<DatabaseWrapper::DatabaseDAO> m_pReal;
 };
 
-// The event that nothing in the plug-in sets. An explicit instantiation can name a private member.
+// Gives access to `m_ForceWorker`, an event that the plug-in never sets itself. Access is not
+// checked in an explicit instantiation.
 struct ForceWorkerMember {
   using Type = MBX::Threading::CEvent IPLUGINAPI_IMPL::*;
   friend Type Open(ForceWorkerMember);

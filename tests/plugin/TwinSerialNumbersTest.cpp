@@ -19,15 +19,15 @@ class TwinSerialNumbers : public WorkerFixture {
     StartWatch();
     Hide(0);
     Hide(1);
-    AwaitScans();
+    WaitForScans();
     for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "TWIN");
     Show(0);
     Show(1);
     Events();
     ClearRecords();
-    AwaitScans();
+    WaitForScans();
   }
-  // Returns object and adapter number of each row.
+  // Returns the object and adapter number of each row.
   static Cells TwinRows() {
     return Query(
         "SELECT pd_object_id, pd_adapter_number FROM host_drive_rows WHERE pd_serial_number = "
@@ -74,10 +74,10 @@ TEST_F(TwinSerialNumbers, TheNextScanCountsAsAChangeAndTheOneAfterItDoesNot) {
   ReturnTwins();
   Events();
   EXPECT_THAT(Notifications(), SizeIs(1));
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Notifications(), SizeIs(2));
   EXPECT_THAT(Events(), IsEmpty());
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Notifications(), SizeIs(2));
 }
 

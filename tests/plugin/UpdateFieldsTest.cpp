@@ -150,14 +150,14 @@ TEST_P(EachField, CountsAsAChangeIfExpected) {
   AddCards(1);
   Apply(GetParam().before);
   StartWatch();
-  AwaitScans();
+  WaitForScans();
   ASSERT_THAT(Notifications(), IsEmpty());
   Apply(GetParam().after);
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Notifications(), SizeIs(GetParam().counts ? 1 : 0));
   // The change is stored, so it counts once.
   Events();
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Notifications(), SizeIs(GetParam().counts ? 1 : 0));
 }
 

@@ -33,7 +33,7 @@ constexpr std::uint64_t FIRST_DRIVE = ObjectId(2);
 constexpr std::uint64_t SECOND = ObjectId(3);
 constexpr std::uint64_t SECOND_DRIVE = ObjectId(4);
 
-// Renders name, severity, counter of the object's id, source name, and the placeholders up to the
+// Renders the name, severity, counter of the object's id, source name, and placeholders up to the
 // last one that is not empty: "CTRL_DETACHED severity 4 object 1 SanDisk Flash Adapter 785GB (1) |
 // SanDisk Flash Adapter 785GB (1)".
 inline std::string EventText(const PI::CEvent& event) {
@@ -54,7 +54,7 @@ class WorkerFixture : public testing::Test {
     for (int i = 0; i < count; ++i) m_Host.AddCard(0x1003);
   }
   // Removes the masks of the card, so that a quick poll takes no time.
-  void WithoutMasks(const std::string& card) {
+  void RemoveMasks(const std::string& card) {
     for (const char* mask : {"current_errors", "current_warnings", "current_info"}) {
       m_Host.Cards().MakeAbsent(card, mask);
     }
@@ -75,8 +75,8 @@ class WorkerFixture : public testing::Test {
   void StartWatch(const std::string& pollInterval = "15", unsigned int initialized = 0) {
     m_Host.WriteIni("PollInterval=" + pollInterval + "\n");
     ASSERT_EQ(m_Host.Initialize(), initialized);
-    m_Host.Plugin()->m_HostNotify = [this](IPLUGINAPI* plugin) { Notified(plugin); };
-    m_Host.ForgetCalls();
+    m_Host.Plugin()->m_HostNotify = [this](IPLUGINAPI* plugin) { RecordNotification(plugin); };
+    m_Host.ClearCalls();
     m_Begin = MBX::Misc::now();
     HostKit::SetTraceSink([this](const HostKit::TraceLine& line) { Keep(line); });
     ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);
@@ -92,8 +92,8 @@ class WorkerFixture : public testing::Test {
   unsigned long NowMs() const { return MBX::Misc::now() - m_Begin; }
 
   // Waits until the worker has handled `count` more wake-ups, or completed `count` more scans.
-  void AwaitWakeUps(std::size_t count = 1) { Await("2 Worker() before restart interval", count); }
-  void AwaitScans(std::size_t count = 1) { Await("4 Worker() after bscan", count); }
+  void WaitForWakeUps(std::size_t count = 1) { Await("2 Worker() before restart interval", count); }
+  void WaitForScans(std::size_t count = 1) { Await("4 Worker() after bscan", count); }
 
   std::size_t Scans() const { return TimesOf("4 Worker() after bscan").size(); }
   // The start time of each scan.
@@ -123,7 +123,7 @@ class WorkerFixture : public testing::Test {
     return lines;
   }
   void ClearRecords() {
-    m_Host.ForgetCalls();
+    m_Host.ClearCalls();
     ClearLines();
   }
   // Clears only the record; the hook and the failures of the card library remain.
@@ -186,7 +186,7 @@ class WorkerFixture : public testing::Test {
     m_LineTimes.push_back(ms);
   }
 
-  void Notified(const IPLUGINAPI* plugin) {
+  void RecordNotification(const IPLUGINAPI* plugin) {
     if (m_OneWorker) ExpectNoLockHeld();
     EXPECT_EQ(plugin, m_Host.Plugin());
     const unsigned long ms = NowMs();

@@ -37,7 +37,7 @@ void Natively(void (*scenario)(Schedule)) {
 // Three cards at the shortest interval, and the events that the host has collected.
 class ThreeCardHost {
  public:
-  explicit ThreeCardHost(Schedule schedule) : m_Host(TimeOf(schedule)) {
+  explicit ThreeCardHost(Schedule schedule) : m_Host(TimeModeOf(schedule)) {
     // Trace lines would take up half the run time of hundreds of schedules.
     HostKit::SetTraceMask(0);
     m_Host.WriteIni("PollInterval=2\n");
@@ -49,7 +49,7 @@ class ThreeCardHost {
     m_Host.Plugin()->m_HostNotify = [this](IPLUGINAPI*) { ++m_Notifications; };
     EXPECT_EQ(m_Host.AssignAdapterNumbers(), 0U);
     // Each call to the card library is a switch point.
-    m_Host.ForgetCalls();
+    m_Host.ClearCalls();
     CardSim::SetHook([](const CardSim::Call&) { HostKit::SwitchPoint(); });
   }
 
@@ -129,7 +129,7 @@ TEST(WorkerConcurrency, EachEventIsCollectedOnce) {
 }
 
 TEST(WorkerConcurrency, EachEventIsCollectedOnceInEverySeededSchedule) {
-  InManySchedules(CollectWhileWorkerAndJobsAppend);
+  RunInManySchedules(CollectWhileWorkerAndJobsAppend);
 }
 
 // One thread collects, so that the events keep the order of the queue.
@@ -160,7 +160,7 @@ TEST(WorkerConcurrency, EventsKeepTheirOrder) {
 }
 
 TEST(WorkerConcurrency, EventsKeepTheirOrderInEverySeededSchedule) {
-  InManySchedules(CollectInOrder);
+  RunInManySchedules(CollectInOrder);
 }
 
 // Expects a consistent tree, in which every link refers to an object.
@@ -208,7 +208,7 @@ TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturn) {
 }
 
 TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturnInEverySeededSchedule) {
-  InManySchedules(ReadWhileCardsAreRemovedAndReturn);
+  RunInManySchedules(ReadWhileCardsAreRemovedAndReturn);
 }
 
 // The host collects events in the callback while other threads change the interval and operate
@@ -248,7 +248,7 @@ TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallback) {
 }
 
 TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallbackInEverySeededSchedule) {
-  InManySchedules(NotifyAndOperate);
+  RunInManySchedules(NotifyAndOperate);
 }
 
 // A stop at any time while the worker runs.
@@ -262,7 +262,7 @@ void StopAtAnyTime(Schedule schedule) {
 }
 
 TEST(WorkerConcurrency, AStopEndsTheWorkerInEverySeededSchedule) {
-  InManySchedules(StopAtAnyTime);
+  RunInManySchedules(StopAtAnyTime);
 }
 
 }  // namespace

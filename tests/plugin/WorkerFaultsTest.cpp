@@ -22,7 +22,7 @@ class WorkerFaults : public WorkerFixture {
   void StartBeforeAScan() {
     AddCards(2);
     StartWatch();
-    AwaitWakeUps(2);
+    WaitForWakeUps(2);
   }
   void ExpectNoMisuseOrHeldLock() {
     EXPECT_THAT(CardSim::Misuse(), IsEmpty());
@@ -89,7 +89,7 @@ TEST_F(WorkerFaults, TracesItsStartAndItsEnd) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_errors", "1");
-  AwaitWakeUps();
+  WaitForWakeUps();
   PassMs(10);
   EXPECT_EQ(RecordedLines()[0].substr(0, 1), "2");
   EXPECT_THAT(TimesOf("2 ENTER Worker()"), ElementsAre(0U));
@@ -105,9 +105,9 @@ TEST_F(WorkerFaults, TracesItsStartAndItsEnd) {
 TEST_F(WorkerFaults, TracesAScanWithoutAChange) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   ClearRecords();
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_THAT(
       RecordedLines(),
       ElementsAreArray(Joined(
@@ -127,10 +127,10 @@ TEST_F(WorkerFaults, TracesAScanWithoutAChange) {
 TEST_F(WorkerFaults, TracesAScanWithEvents) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   Set("card0", "iom_state", "0");
   ClearRecords();
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_THAT(
       RecordedLines(),
       ElementsAreArray(Joined(
@@ -150,10 +150,10 @@ TEST_F(WorkerFaults, TracesAScanWithEvents) {
 TEST_F(WorkerFaults, TracesAScanWithAChangeAndNoEvent) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   Set("card0", "temp_internal_deg_c", "60");
   ClearRecords();
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_THAT(RecordedLines(), Not(Contains("8 Before m_EventsLock.Wait (sg)")));
   EXPECT_THAT(RecordedLines(), Contains("2 LEAVE UpdateSystem ret = 0"));
 }
@@ -161,10 +161,10 @@ TEST_F(WorkerFaults, TracesAScanWithAChangeAndNoEvent) {
 TEST_F(WorkerFaults, TracesAFailedScan) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   ClearRecords();
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_THAT(
       RecordedLines(),
       ElementsAreArray(Joined({WAKE_UP,
@@ -199,13 +199,13 @@ TEST_F(WorkerFaults, AScanThatFailsInTheMiddleLeavesTheObjectsAndEmptiesTheRelat
   const Lines before = Tree();
   Set("card0", "board_name", "Other");
   CardSim::FailCall("vsl_open", 2, 62, "unavailable");
-  AwaitScans();
+  WaitForScans();
   Lines expected = before;
   expected[0] = "object 0130000000000000 type 19006 parents children";
   EXPECT_EQ(Tree(), expected);
   EXPECT_EQ(Value(FIRST, PI::Property::PRODUCT), "\"Flash Adapter 785GB\"");
   EXPECT_THAT(TimesOf("16 Before UpdateSystem()"), IsEmpty());
-  AwaitScans();
+  WaitForScans();
   EXPECT_EQ(Tree(), before);
   EXPECT_EQ(Value(FIRST, PI::Property::PRODUCT), "\"Other\"");
   ExpectNoMisuseOrHeldLock();
@@ -214,9 +214,9 @@ TEST_F(WorkerFaults, AScanThatFailsInTheMiddleLeavesTheObjectsAndEmptiesTheRelat
 TEST_F(WorkerFaults, TheScanAfterAFailedOneIsAFullIntervalLater) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
-  AwaitScans(2);
+  WaitForScans(2);
   // The failed scan took no time: the time is 15,024 ms plus three thirds of the interval, two of
   // them with quick polls.
   EXPECT_THAT(ScanTimes(), ElementsAre(15024U, 30048U));
@@ -227,9 +227,9 @@ TEST_F(WorkerFaults, AQuickPollRetriesAFailedScan) {
   StartWatch();
   Set("card0", "iom_state", "0");
   CardSim::FailCall("vsl_open", 2, 62, "unavailable");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Events(), IsEmpty());
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_THAT(Events(), SizeIs(1));
 }
 
@@ -238,20 +238,20 @@ TEST_F(WorkerFaults, APollIsSkippedIfTheDataLockFails) {
   StartWatch();
   ClearRecords();
   HostKit::FailLockWait(1, 1);
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_THAT(RecordedLines(), ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, REST})));
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
   EXPECT_EQ(HostKit::Locks()[0].depth, 0U);
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_THAT(m_Host.Calls(), SizeIs(24));
 }
 
 TEST_F(WorkerFaults, ADueScanWaitsForTheDataLock) {
   StartBeforeAScan();
   HostKit::FailLockWait(1, 1);
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_EQ(Scans(), 0U);
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_EQ(Scans(), 1U);
 }
 
@@ -261,14 +261,14 @@ TEST_F(WorkerFaults, AScanIsPostponedIfTheEventsLockFails) {
   Set("card0", "iom_state", "0");
   ClearRecords();
   HostKit::FailLockWait(2, 1);
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_THAT(RecordedLines(),
               ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, TAKE_EVENTS, RELEASE_DATA, REST})));
   EXPECT_THAT(Notifications(), IsEmpty());
   ClearRecords();
   // The next pass must scan without a quick poll, which would no longer see a change.
   Set("card0", "iom_state", "2");
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_EQ(Scans(), 1U);
   EXPECT_EQ(m_Host.Calls()[2], "vsl_has_pci_bus card#1");
   ExpectNoMisuseOrHeldLock();
@@ -277,13 +277,13 @@ TEST_F(WorkerFaults, AScanIsPostponedIfTheEventsLockFails) {
 TEST_F(WorkerFaults, TheEventsLockCanBeUnavailableForSeveralWakeUps) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   for (int i = 0; i < 5; ++i) {
     HostKit::FailLockWait(2, 1);
-    AwaitWakeUps();
+    WaitForWakeUps();
     EXPECT_EQ(Scans(), 0U);
   }
-  AwaitWakeUps();
+  WaitForWakeUps();
   EXPECT_EQ(Scans(), 1U);
 }
 
@@ -294,11 +294,11 @@ class FailingScan : public WorkerFixture {
   void Begin() {
     AddCards(2);
     StartWatch();
-    AwaitWakeUps(2);
+    WaitForWakeUps(2);
     m_OnLine = [this](const std::string& line) {
       if (line.rfind("16 After ScanSystem()", 0) == 0) m_Handles = CardSim::OpenHandles();
     };
-    m_Host.ForgetCalls();
+    m_Host.ClearCalls();
   }
   std::map<std::string, unsigned int> CallsOfAScan() {
     Begin();
@@ -307,18 +307,18 @@ class FailingScan : public WorkerFixture {
       if (line != "16 After ScanSystem() ret = 0") return;
       for (const CardSim::Call& call : CardSim::CallLog()) ++counts[call.function];
     };
-    AwaitScans();
+    WaitForScans();
     return counts;
   }
   void FailOnce(const std::string& function, unsigned int nth) {
     Begin();
     CardSim::FailCall(function, nth, 62, "unavailable");
-    AwaitScans();
+    WaitForScans();
     EXPECT_THAT(m_Handles, SizeIs(function == "vsl_destroy" ? 1 : 0));
     EXPECT_THAT(CardSim::Misuse(), SizeIs(function == "vsl_close" ? 1 : 0));
     ExpectNoLockHeld();
     // Further scans restore the tree, but a card that could not be found has new ids.
-    AwaitScans(2);
+    WaitForScans(2);
     ASSERT_THAT(m_Host.Topology(), SizeIs(5));
     for (const std::uint64_t adapter : m_Host.ObjectOf(PLUGIN).m_Children) {
       EXPECT_EQ(Status(adapter), "OK");
@@ -349,7 +349,7 @@ TEST(WorkerFaultSweep, SurvivesTheFailureOfEachCallOfAScan) {
 TEST_F(WorkerFaults, AStopDuringAScanLetsItFinish) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   Set("card0", "iom_state", "0");
   CardSim::SetHook([](const CardSim::Call& call) {
     if (call.function == "vsl_has_pci_bus") Pass(2000);
@@ -394,7 +394,7 @@ TEST_F(WorkerFaults, AStoppedWorkerDoesNotCallTheHost) {
   StartWatch();
   Set("card0", "iom_state", "0");
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
-  m_Host.ForgetCalls();
+  m_Host.ClearCalls();
   PassMs(60000);
   EXPECT_THAT(Notifications(), IsEmpty());
   EXPECT_THAT(m_Host.Calls(), IsEmpty());

@@ -58,7 +58,7 @@ class EachPollInterval : public WorkerTiming, public testing::WithParamInterface
 
 TEST_P(EachPollInterval, PollsEveryThirdAndScansEveryFullInterval) {
   AddCards(GetParam().cards);
-  if (!GetParam().masks) WithoutMasks("card0");
+  if (!GetParam().masks) RemoveMasks("card0");
   StartWatch(GetParam().pollInterval);
   PassMs(static_cast<std::int64_t>(GetParam().wakeUps.back()) + 100);
   EXPECT_THAT(WakeUpTimes(), ElementsAreArray(GetParam().wakeUps));
@@ -71,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(Intervals, EachPollInterval, testing::ValuesIn(TIMINGS)
 TEST_F(WorkerTiming, AScanAfterAQuickPollRestartsTheInterval) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps();
+  WaitForWakeUps();
   Set("card0", "iom_state", "4");
   // The quick poll at 10,012 ms sees the change and takes 12 ms, as does the scan.
   PassMs(28000);
@@ -82,7 +82,7 @@ TEST_F(WorkerTiming, AScanAfterAQuickPollRestartsTheInterval) {
 // At 37,000 ms, exactly one interval has passed since the reads, which is not yet enough.
 TEST_F(WorkerTiming, TheNextScanIsDueAnIntervalAfterTheReadsOfTheLast) {
   AddCards(1);
-  WithoutMasks("card0");
+  RemoveMasks("card0");
   StartWatch();
   CardSim::SetHook([](const CardSim::Call& call) {
     if (call.function == "vsl_has_pci_bus") Pass(2000);
@@ -97,7 +97,7 @@ TEST_F(WorkerTiming, TheNextScanIsDueAnIntervalAfterTheReadsOfTheLast) {
 TEST_F(WorkerTiming, WritingTheRowsDoesNotPostponeTheNextScan) {
   const DatabaseLife database;
   AddCards(1);
-  WithoutMasks("card0");
+  RemoveMasks("card0");
   StartWatch();
   StatementWatch statements;
   statements.OnStatement([](const std::string&) { Pass(500); });
@@ -130,7 +130,7 @@ TEST_F(WorkerTiming, ALongerIntervalAppliesFromTheWakeUpThatItCauses) {
 // Sets the interval after it has been restarted several times, and again later.
 TEST_F(WorkerTiming, ANewIntervalAppliesAfterEarlierRestarts) {
   AddCards(1);
-  WithoutMasks("card0");
+  RemoveMasks("card0");
   StartWatch("15");
   PassMs(12000);
   EXPECT_EQ(m_Host.SetPollInterval(30), 0U);
@@ -154,9 +154,9 @@ TEST_F(WorkerTiming, AnOperationOfADriveDelaysTheNextQuickPoll) {
 TEST_F(WorkerTiming, AnOverdueScanRunsAtAnotherWakeUp) {
   AddCards(1);
   StartWatch();
-  AwaitWakeUps(2);
+  WaitForWakeUps(2);
   HostKit::FailLockWait(1, 1);
-  AwaitWakeUps();  // at 15,024 ms, when a scan is due and the data lock is unavailable
+  WaitForWakeUps();  // at 15,024 ms, when a scan is due and the data lock is unavailable
   EXPECT_THAT(ScanTimes(), IsEmpty());
   EXPECT_EQ(m_Host.SetPollInterval(255), 0U);
   PassMs(85100);
@@ -215,17 +215,17 @@ TEST_F(OddInterval, ZeroNeitherSpinsNorStopsTheWorker) {
   EXPECT_THAT(WakeUpTimes(), IsEmpty());
 }
 
-TEST_F(OddInterval, OfOneSecondIsKept) {
+TEST_F(OddInterval, OneSecondIsKept) {
   StartWith(1);
   PassMs(1100);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(1333U, 1678U, 2023U));
-  // The times are counted from the start. The next interval has also elapsed at the third wake-up.
+  // The times are counted from startup. The next interval has also elapsed at the third wake-up.
   EXPECT_THAT(ScanTimes(), ElementsAre(1333U));
   PassMs(300);
   EXPECT_THAT(ScanTimes(), ElementsAre(1333U, 2368U));
 }
 
-TEST_F(OddInterval, AboveTheLimitIsKept) {
+TEST_F(OddInterval, MoreThanTheLimitIsKept) {
   StartWith(300);
   PassMs(310000);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(101000U, 201012U, 301024U));
@@ -233,7 +233,7 @@ TEST_F(OddInterval, AboveTheLimitIsKept) {
 }
 
 // In 32 bits of milliseconds, 4,294,968 s would be 0.7 s.
-TEST_F(OddInterval, OfManyDaysDoesNotOverflow) {
+TEST_F(OddInterval, ManyDaysDoNotOverflow) {
   StartWith(4294968);
   PassMs(std::int64_t{3} * 1431656000 - 5000);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(1431657000U, 2863313012U));

@@ -1,4 +1,4 @@
-// A host whose working directory has been deleted. Its database is elsewhere, and neither a start
+// A host whose working directory has been deleted. Its database is elsewhere, and neither startup
 // nor reopening the file may terminate the process.
 
 #include <fcntl.h>
@@ -77,7 +77,7 @@ TEST_F(WorkingDirectory, CanBeDeletedBeforeTheWorkerReopensItsFile) {
   Delete();
   std::filesystem::remove_all(std::filesystem::path(File()).parent_path());
   Set("card0", "temp_internal_deg_c", "60.0");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(Counts(), ElementsAre("0", "0", "0"));
   EXPECT_TRUE(std::filesystem::exists(File()));
   EXPECT_EQ(m_Host.Topology().size(), 3U);

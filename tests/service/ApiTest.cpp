@@ -1,4 +1,4 @@
-// Requests that the plug-in does not answer in time.
+// Requests to which the plug-in does not respond in time.
 
 #include <gmock/gmock.h>
 #include <signal.h>
@@ -28,7 +28,7 @@ class Api : public CorvaneTest::CollectorFixture {
     if (m_Process > 0) kill(m_Process, SIGCONT);
   }
 
-  void StartAndStopTheProcess() {
+  void StartAndSuspendProcess() {
     m_Host.AddCard();
     Start(Settings());
     m_Process = AwaitObjects(3)->m_Plugin.m_Process;
@@ -86,20 +86,20 @@ class Api : public CorvaneTest::CollectorFixture {
 };
 
 TEST_F(Api, TimesOutWithoutANewSnapshot) {
-  StartAndStopTheProcess();
+  StartAndSuspendProcess();
   Http::Request request;
   request.m_Query["fresh"] = "1";
   EXPECT_EQ("504 TIMED_OUT", StatusOf(Http::Method::Get, "/v1/cards", request));
 }
 
-TEST_F(Api, TimesOutWithAPluginThatDoesNotAnswer) {
-  StartAndStopTheProcess();
+TEST_F(Api, TimesOutIfThePluginDoesNotRespond) {
+  StartAndSuspendProcess();
   Http::Request request;
   request.m_Body = R"({"command": "CHECK_OPERATION", "payload": {"operation_id": 1}})";
   EXPECT_EQ("504 TIMED_OUT", StatusOf(Http::Method::Post, "/v1/session", request));
 }
 
-TEST_F(Api, TimesOutWithAChangeThatHangsAndReplacesThePlugin) {
+TEST_F(Api, TimesOutAndReplacesThePluginIfAChangeHangs) {
   const std::filesystem::path log = m_Host.Directory() / "commands";
   const ScopedVariable behavior("CONSOLE_TEST_PLUGIN", "hang in SetProperty");
   const ScopedVariable logged("CONSOLE_TEST_LOG", log.string());
@@ -120,8 +120,8 @@ TEST_F(Api, TimesOutWithAChangeThatHangsAndReplacesThePlugin) {
   AwaitUpAfter(m_Store.Get()->m_Plugin.m_Starts);
 }
 
-// The database is not read for a client that has left while its request was queued.
-TEST_F(Api, DoesNotReadTheDatabaseForAClientThatHasLeft) {
+// The database is not read for a client that has disconnected while its request was queued.
+TEST_F(Api, DoesNotReadTheDatabaseForADisconnectedClient) {
   Start(Settings());
   const Service::ApiContext api = Context();
   std::promise<void> end;

@@ -22,8 +22,8 @@ class CollectorFixture : public testing::Test {
     settings.m_Program = CORVANE_HOST;
     settings.m_PluginFile = CORVANE_PLUGIN;
     settings.m_RefreshInterval = std::chrono::milliseconds(200);
-    settings.m_FirstPause = std::chrono::milliseconds(20);
-    settings.m_LongestPause = std::chrono::milliseconds(100);
+    settings.m_InitialBackoff = std::chrono::milliseconds(20);
+    settings.m_MaxBackoff = std::chrono::milliseconds(100);
     return settings;
   }
 
@@ -31,7 +31,7 @@ class CollectorFixture : public testing::Test {
     m_pCollector = std::make_unique<Service::Collector>(settings, m_Store);
   }
 
-  // Waits for the first snapshot that satisfies the predicate.
+  // Waits for the first snapshot that satisfies the predicate. Fails the test after `kTimeout`.
   Service::SnapshotPtr Await(const std::function<bool(const Service::Snapshot&)>& holds) {
     const Console::Deadline deadline(kTimeout);
     Service::SnapshotPtr snapshot = m_Store.Get();

@@ -25,26 +25,27 @@ using std::chrono::milliseconds;
 
 using Collector = CollectorFixture;
 
-// A collector with a clock of the test, and a plug-in that reports nothing on its own.
+// A collector with a clock that the test controls and a plug-in that reports nothing on its own.
 class ProgressFixture : public CollectorFixture {
  protected:
   ~ProgressFixture() override { m_pCollector.reset(); }
 
   void StartWithOwnClock(Service::CollectorSettings settings) {
     settings.m_PluginFile = ODD_PLUGIN;
-    settings.m_CallTimeout = std::chrono::minutes(30);  // real time: never over here
+    settings.m_CallTimeout =
+        std::chrono::minutes(30);  // measured in real time, so it never expires here
     settings.m_Now = [this] {
-      ++m_Reads;
+      ++m_ClockReads;
       return Service::ProgressWatch::Clock::time_point(std::chrono::seconds(m_Elapsed));
     };
     Start(settings);
     m_Process = AwaitObjects(5)->m_Plugin.m_Process;
     EXPECT_TRUE(m_pCollector->Refresh(Deadline(kTimeout)));
   }
-  void StopTheProcess() const { kill(m_Process, SIGSTOP); }
-  void ContinueTheProcess() const { kill(m_Process, SIGCONT); }
+  void SuspendProcess() const { kill(m_Process, SIGSTOP); }
+  void ResumeProcess() const { kill(m_Process, SIGCONT); }
   void Advance(std::chrono::minutes time) { m_Elapsed += std::chrono::seconds(time).count(); }
-  // Until it waits for a call.
+  // Waits until the collector waits for a call.
   void AwaitCall() const {
     while (m_Store.Get()->m_Number !=
            m_Store.AwaitNewer(m_Store.Get()->m_Number, Deadline(milliseconds(2000)))->m_Number) {
@@ -57,13 +58,14 @@ class ProgressFixture : public CollectorFixture {
     }
     return m_pCollector->IsStuck() == isStuck;
   }
-  // Whether it gets a reply.
+  // Whether the format gets a reply.
   bool Format() const {
     PI::COperation operation;
     operation.m_OperationID = PI::OP_FORMAT_DEVICE;
     return m_pCollector->Call({PI::CMD_EXECUTE_OPERATION, 0, operation}, Deadline()).has_value();
   }
-  // It runs when the collector, whose step takes too long, is not stuck any more.
+  // Starts a format while the collector is stuck. The collector stops being stuck once the format
+  // is running.
   std::future<bool> StartFormat() {
     while (!m_pCollector->IsStuck()) Advance(std::chrono::hours(100));
     auto format = std::async(std::launch::async, [this] { return Format(); });
@@ -71,12 +73,12 @@ class ProgressFixture : public CollectorFixture {
     return format;
   }
 
-  std::atomic<int> m_Reads{0};  // of the clock
+  std::atomic<int> m_ClockReads{0};
   std::atomic<std::chrono::seconds::rep> m_Elapsed{0};
   pid_t m_Process = 0;
 };
 
-using Progress = ProgressFixture;
+using CollectorProgress = ProgressFixture;
 
 TEST_F(Collector, PublishesTheCards) {
   m_Host.AddCard();
@@ -96,23 +98,23 @@ TEST_F(Collector, PublishesAMachineWithoutCards) {
   EXPECT_FALSE(snapshot->m_HasCards);
 }
 
-TEST_F(Collector, FindsTheFirstCardOfAMachine) {
+TEST_F(Collector, FindsTheFirstCard) {
   Start(Settings());
   Await([](const auto& it) { return it.m_Plugin.m_IsUp; });
   m_Host.AddCard();
   EXPECT_TRUE(AwaitObjects(3)->m_HasCards);
 }
 
-TEST_F(Collector, DoesNotPauseBeforeItSearchesForCardsAgain) {
+TEST_F(Collector, SearchesForCardsAgainWithoutBackoff) {
   Service::CollectorSettings settings = Settings();
-  settings.m_FirstPause = settings.m_LongestPause = std::chrono::hours(1);
+  settings.m_InitialBackoff = settings.m_MaxBackoff = std::chrono::hours(1);
   Start(settings);
   Await([](const auto& it) { return it.m_Plugin.m_Starts == 3; });
   m_Host.AddCard();
   AwaitObjects(3);
 }
 
-TEST_F(Collector, ReadsAMachineWithoutCards) {
+TEST_F(Collector, RefreshesOnAMachineWithoutCards) {
   Service::CollectorSettings settings = Settings();
   settings.m_RefreshInterval = kTimeout;
   Start(settings);
@@ -126,7 +128,7 @@ TEST_F(Collector, ReadsAMachineWithoutCards) {
   EXPECT_EQ(3U, m_Store.Get()->m_Objects.size());
 }
 
-TEST_F(Collector, CallsThePluginOfAMachineWithoutCards) {
+TEST_F(Collector, ExecutesCommandsOnAMachineWithoutCards) {
   Start(Settings());
   Await([](const auto& it) { return it.m_Plugin.m_IsUp; });
   const Console::PluginCommand command = {PI::CMD_GET_TOPOLOGY, 0, std::vector<PI::CObject>()};
@@ -143,7 +145,7 @@ TEST_F(Collector, RestartsAKilledProcess) {
   const pid_t first = AwaitObjects(3)->m_Plugin.m_Process;
   kill(first, SIGKILL);
   const SnapshotPtr down = Await([](const auto& it) { return !it.m_Plugin.m_IsUp; });
-  EXPECT_EQ("the plug-in process has ended", down->m_Plugin.m_Reason);
+  EXPECT_EQ("the plug-in process has exited", down->m_Plugin.m_Reason);
   EXPECT_EQ(3U, down->m_Objects.size());  // as they were last read
   const SnapshotPtr up = Await([](const auto& it) { return it.m_Plugin.m_IsUp; });
   EXPECT_EQ(2U, up->m_Plugin.m_Starts);
@@ -151,7 +153,7 @@ TEST_F(Collector, RestartsAKilledProcess) {
   EXPECT_EQ(3U, up->m_Objects.size());
 }
 
-TEST_F(Collector, ReplacesAProcessThatDoesNotAnswer) {
+TEST_F(Collector, ReplacesAProcessThatDoesNotRespond) {
   m_Host.AddCard();
   Service::CollectorSettings settings = Settings();
   Start(settings);
@@ -170,58 +172,58 @@ TEST_F(Collector, ReplacesAProcessThatDoesNotAnswer) {
 
 // A process that does not respond within the timeout is replaced, so waiting for that timeout
 // counts as progress.
-TEST_F(Progress, IsStuckOnlyAfterTheTimeoutsOfItsCalls) {
+TEST_F(CollectorProgress, IsStuckOnlyAfterTheTimeoutsOfItsCalls) {
   StartWithOwnClock(Settings());
-  StopTheProcess();
+  SuspendProcess();
   AwaitCall();
   Advance(std::chrono::minutes(100));
   EXPECT_TRUE(BecomesStuck(false));
   Advance(std::chrono::minutes(121));
   EXPECT_TRUE(BecomesStuck(true));
-  ContinueTheProcess();
+  ResumeProcess();
   EXPECT_TRUE(BecomesStuck(false));
 }
 
-TEST_F(Progress, IsNotStuckWhileItWaitsForAFormat) {
+TEST_F(CollectorProgress, IsNotStuckWhileItWaitsForAFormat) {
   StartWithOwnClock(Settings());
-  StopTheProcess();
+  SuspendProcess();
   AwaitCall();
   auto format = StartFormat();
-  ContinueTheProcess();
+  ResumeProcess();
   EXPECT_TRUE(format.get());
   EXPECT_TRUE(m_pCollector->Refresh(Deadline(kTimeout)));
 }
 
-TEST_F(Progress, EndsAFormatWhenItStops) {
+TEST_F(CollectorProgress, AbandonsAFormatOnStop) {
   StartWithOwnClock(Settings());
-  StopTheProcess();
+  SuspendProcess();
   AwaitCall();
   auto format = StartFormat();
   auto stop = std::async(std::launch::async, [this] { m_pCollector->Stop(); });
   EXPECT_EQ(std::future_status::ready, format.wait_for(kTimeout));
-  ContinueTheProcess();
+  ResumeProcess();
   EXPECT_FALSE(format.get());
   stop.get();
   EXPECT_FALSE(Format());
 }
 
-TEST_F(Progress, CallsNothingDuringAFormat) {
+TEST_F(CollectorProgress, DoesNotCallThePluginDuringAFormat) {
   Service::CollectorSettings settings = Settings();
   settings.m_RefreshInterval = kTimeout;
   StartWithOwnClock(settings);
-  StopTheProcess();
+  SuspendProcess();
   auto format = StartFormat();
   const std::uint64_t published = m_Store.Get()->m_Number;
-  // Each time that it is woken, it begins a new step.
-  const int reads = m_Reads + 20;
+  // The collector starts a new step, and reads the clock, each time that it wakes.
+  const int reads = m_ClockReads + 20;
   const Deadline deadline(kTimeout);
-  while (m_Reads < reads && !deadline.IsOver()) {
+  while (m_ClockReads < reads && !deadline.IsOver()) {
     m_pCollector->RequestRefresh();
     std::this_thread::sleep_for(milliseconds(1));
   }
-  EXPECT_GE(m_Reads, reads);
+  EXPECT_GE(m_ClockReads, reads);
   EXPECT_EQ(published, m_Store.Get()->m_Number);
-  ContinueTheProcess();
+  ResumeProcess();
   EXPECT_TRUE(format.get());
   EXPECT_TRUE(m_pCollector->Refresh(Deadline(kTimeout)));
 }
@@ -248,7 +250,7 @@ TEST_F(Collector, ForwardsEvents) {
   EXPECT_THAT(events, testing::ElementsAre(CorvaneTest::Number::CTRL_PNPREMOVE));
 }
 
-TEST_F(Collector, ReportsAPluginThatCannotBeLoadedAndTriesAgain) {
+TEST_F(Collector, ReportsAPluginThatCannotBeLoadedAndRetries) {
   Service::CollectorSettings settings = Settings();
   settings.m_PluginFile = m_Host.Directory() / "missing.so";
   Start(settings);
@@ -270,7 +272,7 @@ TEST_F(Collector, ReadsTheCardsOnRequest) {
   }
 }
 
-TEST_F(Collector, CannotReadTheCardsWithoutAPlugin) {
+TEST_F(Collector, RefusesARefreshWithoutAPlugin) {
   Service::CollectorSettings settings = Settings();
   settings.m_PluginFile = m_Host.Directory() / "missing.so";
   Start(settings);

@@ -21,7 +21,7 @@ using Service::StateStore;
 using Service::StateThread;
 using testing::ElementsAre;
 
-// Typed here, not taken from the tables under test.
+// Repeated here instead of being taken from the tables under test.
 constexpr std::uint32_t kWarm = 10967;
 constexpr std::uint32_t kRemoved = 11094;
 
@@ -66,7 +66,7 @@ TEST_F(EventAnnouncer, WritesEventsToTheJournal) {
   EXPECT_THAT(Journal(), ElementsAre(kWarm, kRemoved));
 }
 
-TEST_F(EventAnnouncer, WritesThemAlsoIfTheDatabaseIsTooSlow) {
+TEST_F(EventAnnouncer, WritesEventsToTheJournalEvenIfTheDatabaseIsSlow) {
   std::atomic<bool> isBusy{false};
   std::promise<void> goOn;
   const auto wait = [&isBusy, end = goOn.get_future().share()](StateStore&) {

@@ -177,7 +177,7 @@ TEST_F(EventFeed, DoesNotSendAnEventBeforeItsSnapshot) {
   EXPECT_EQ(1, m_pFeed->Newest());
 }
 
-TEST_F(EventFeed, SendsAnEventOfAnEarlierSnapshotWhenItIsAsked) {
+TEST_F(EventFeed, SendsAnEventOfAnEarlierSnapshotOnRequest) {
   Start();
   const auto client = Connect();
   client->ReadUntil("\"up\"");
@@ -248,7 +248,7 @@ TEST_F(EventFeed, ReportsTheGapInATrimmedLog) {
   }
 }
 
-TEST_F(EventFeed, StartsOverAfterANumberFromAnotherLog) {
+TEST_F(EventFeed, RestartsAfterANumberFromAnotherLog) {
   Log(2);
   Start();
   const auto client = Connect("3");
@@ -314,7 +314,7 @@ TEST_F(EventFeed, HasALimitForEachKindOfClient) {
   }
 }
 
-TEST_F(EventFeed, ForgetsDisconnectedClients) {
+TEST_F(EventFeed, RemovesDisconnectedClients) {
   Start();
   for (int i = 0; i < 3; ++i) Connect()->ReadUntil("\"up\"");
   LogAndPublish(1);

@@ -39,9 +39,9 @@ class EventTailFixture : public testing::Test {
   std::optional<ScopedVariable> m_NewDatabase;
 };
 
-using EventTailOfALog = EventTailFixture;
+using LogTail = EventTailFixture;
 
-TEST_F(EventTailOfALog, StartsAfterTheNewestEntry) {
+TEST_F(LogTail, StartsAfterTheNewestEntry) {
   Log(3);
   EventTail tail(std::nullopt);
   EXPECT_THAT(Read(tail), IsEmpty());
@@ -51,7 +51,7 @@ TEST_F(EventTailOfALog, StartsAfterTheNewestEntry) {
   EXPECT_THAT(Read(tail), IsEmpty());
 }
 
-TEST_F(EventTailOfALog, ContinuesAfterANumber) {
+TEST_F(LogTail, ContinuesAfterANumber) {
   Log(5);
   EventTail tail(3);
   EXPECT_THAT(Read(tail), ElementsAre(4, 5));
@@ -59,14 +59,14 @@ TEST_F(EventTailOfALog, ContinuesAfterANumber) {
   EXPECT_THAT(Read(tail), ElementsAre(6));
 }
 
-TEST_F(EventTailOfALog, ReadsEntriesAddedToAnEmptyLog) {
+TEST_F(LogTail, ReadsEntriesAddedToAnEmptyLog) {
   EventTail tail(std::nullopt);
   EXPECT_THAT(Read(tail), IsEmpty());
   Log(1);
   EXPECT_THAT(Read(tail), ElementsAre(1));
 }
 
-TEST_F(EventTailOfALog, ReadsAnyNumberOfEntries) {
+TEST_F(LogTail, ReadsAnyNumberOfEntries) {
   Log(10);
   EventTail tail(10);
   EXPECT_THAT(Read(tail), IsEmpty());
@@ -77,7 +77,7 @@ TEST_F(EventTailOfALog, ReadsAnyNumberOfEntries) {
   EXPECT_EQ(1010, numbers.back());
 }
 
-TEST_F(EventTailOfALog, ReadsALogThatReplacesAnother) {
+TEST_F(LogTail, ReadsALogThatReplacesAnother) {
   Log(3);
   EventTail tail(std::nullopt);
   EXPECT_THAT(Read(tail), IsEmpty());
@@ -86,7 +86,7 @@ TEST_F(EventTailOfALog, ReadsALogThatReplacesAnother) {
   EXPECT_THAT(Read(tail), ElementsAre(1, 2));
 }
 
-TEST_F(EventTailOfALog, StartsAtTheEndOfALogThatWasReplacedEarlier) {
+TEST_F(LogTail, StartsAtTheEndOfALogThatWasReplacedEarlier) {
   Log(3);
   EventTail tail(500);
   EXPECT_THAT(Read(tail), IsEmpty());

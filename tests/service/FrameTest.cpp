@@ -32,7 +32,7 @@ class Frame : public testing::Test {
   Base::Descriptor m_There;
 };
 
-TEST_F(Frame, ArrivesAsItWasSent) {
+TEST_F(Frame, IsReceivedUnchanged) {
   FrameWriter writer(m_There.Get());
   const std::vector<json> documents = {
       json::object(), nullptr, {{"text", std::string("\0\n\xc3\xa9", 4)}}, 18446744073709551615U};
@@ -76,12 +76,12 @@ TEST_F(Frame, DoesNotMixWithFramesOfOtherThreads) {
   for (std::thread& sender : senders) sender.join();
 }
 
-TEST_F(Frame, IsMissingAtTheEndOfTheStream) {
+TEST_F(Frame, IsEmptyAtTheEndOfTheStream) {
   m_There.Close();
   EXPECT_EQ(std::nullopt, ReadFrame(m_Here.Get()));
 }
 
-TEST_F(Frame, IsMissingWhenTheStreamEndsInsideIt) {
+TEST_F(Frame, IsEmptyIfTheStreamEndsWithinIt) {
   SendBytes(std::string("\0\0\0\5\"ab", 7));
   m_There.Close();
   EXPECT_EQ(std::nullopt, ReadFrame(m_Here.Get()));

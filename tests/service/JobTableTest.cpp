@@ -10,10 +10,10 @@ using Service::Job;
 using Service::JobState;
 using Service::JobTable;
 
-std::string Ids(const std::vector<Job>& jobs) {
-  std::string ids;
-  for (const Job& job : jobs) ids += (ids.empty() ? "" : " ") + job.m_Operation;
-  return ids;
+std::string Operations(const std::vector<Job>& jobs) {
+  std::string operations;
+  for (const Job& job : jobs) operations += (operations.empty() ? "" : " ") + job.m_Operation;
+  return operations;
 }
 
 TEST(JobTable, HasOneRunningJobPerCard) {
@@ -45,7 +45,7 @@ TEST(JobTable, ListsTheNewestFirst) {
   table.Begin("S1", "one", false);
   table.Begin("S2", "two", false);
   table.Begin("S3", "three", false);
-  EXPECT_EQ("three two one", Ids(table.List()));
+  EXPECT_EQ("three two one", Operations(table.List()));
 }
 
 TEST(JobTable, RemovesAJobThatCouldNotBeStarted) {

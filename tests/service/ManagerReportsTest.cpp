@@ -82,7 +82,7 @@ TEST_F(Readiness, IsNotReportedByAReloadBeforeTheFirstSnapshot) {
   EXPECT_THAT(m_Sent, IsEmpty());
 }
 
-TEST_F(Readiness, HasNoWatchdogByDefault) {
+TEST_F(Readiness, IsReportedWithoutAWatchdog) {
   PublishUp();
   Update();
   EXPECT_THAT(Update(std::chrono::hours(1)), IsEmpty());
@@ -111,14 +111,14 @@ class Watchdog : public ManagerReportsFixture {
   Watchdog() : ManagerReportsFixture(seconds(30)) {}
 };
 
-TEST_F(Watchdog, IsFedThreeTimesWithinTheLimit) {
+TEST_F(Watchdog, IsNotifiedThreeTimesPerTimeout) {
   EXPECT_THAT(Update(), ElementsAre("WATCHDOG=1"));
   EXPECT_THAT(Update(milliseconds(9999)), IsEmpty());
   EXPECT_THAT(Update(milliseconds(1)), ElementsAre("WATCHDOG=1"));
 }
 
 // The timeout of a hanging read normally ends it. The service is restarted only if that fails.
-TEST_F(Watchdog, IsNotFedWhileTheCollectorIsStuck) {
+TEST_F(Watchdog, IsNotNotifiedWhileTheCollectorIsStuck) {
   m_Progress.Begin(seconds(120));
   EXPECT_THAT(Update(seconds(150)), ElementsAre("WATCHDOG=1"));
   EXPECT_THAT(Update(seconds(10)), IsEmpty());
@@ -127,7 +127,7 @@ TEST_F(Watchdog, IsNotFedWhileTheCollectorIsStuck) {
   EXPECT_THAT(Update(), ElementsAre("WATCHDOG=1"));
 }
 
-TEST(Interval, IsShorterWithAShortWatchdog) {
+TEST(Interval, IsShortForAShortWatchdogTimeout) {
   Service::SnapshotStore store;
   ManagerReports reports(store,
                          {[](const std::string&) {}, [] { return false; }, milliseconds(600)});

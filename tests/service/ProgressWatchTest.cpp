@@ -8,7 +8,7 @@ using Service::ProgressWatch;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// A progress watch whose clock the test sets.
+// A progress watch with a clock that the test controls.
 struct Watch {
   void Pass(milliseconds time) { m_Now += time; }
 

@@ -9,13 +9,13 @@
 namespace {
 
 using nlohmann::json;
-using Service::ObjectionTo;
-using Service::ObjectionToParameter;
+using Service::ParameterError;
+using Service::ValidationError;
 
 struct BodyRow {
   const char* m_Schema;
   const char* m_Body;
-  const char* m_Prefix;  // of the objection; null if accepted
+  const char* m_Prefix;  // of the error; null if accepted
 };
 
 const BodyRow kBodies[] = {
@@ -45,13 +45,13 @@ const BodyRow kBodies[] = {
     {"SessionCommand", R"({"command": "X", "payload": [{}]})", nullptr},
 };
 
-TEST(Schemas, CheckBodies) {
+TEST(Schemas, ValidateBodies) {
   for (const BodyRow& row : kBodies) {
-    const auto objection = ObjectionTo(json::parse(row.m_Body), row.m_Schema);
-    EXPECT_EQ(row.m_Prefix != nullptr, objection.has_value()) << row.m_Schema << row.m_Body;
-    if (row.m_Prefix == nullptr || !objection) continue;
-    EXPECT_EQ(row.m_Prefix, objection->substr(0, std::string(row.m_Prefix).size())) << row.m_Body;
-    EXPECT_GT(objection->size(), std::string(row.m_Prefix).size()) << row.m_Body;
+    const auto error = ValidationError(json::parse(row.m_Body), row.m_Schema);
+    EXPECT_EQ(row.m_Prefix != nullptr, error.has_value()) << row.m_Schema << row.m_Body;
+    if (row.m_Prefix == nullptr || !error) continue;
+    EXPECT_EQ(row.m_Prefix, error->substr(0, std::string(row.m_Prefix).size())) << row.m_Body;
+    EXPECT_GT(error->size(), std::string(row.m_Prefix).size()) << row.m_Body;
   }
 }
 
@@ -79,12 +79,12 @@ const ParameterRow kParameters[] = {
     {"since", std::string(65, 'x'), false},
 };
 
-TEST(Schemas, CheckParameters) {
+TEST(Schemas, ValidateParameters) {
   for (const ParameterRow& row : kParameters) {
-    const auto objection = ObjectionToParameter(row.m_Name, row.m_Text);
-    EXPECT_EQ(!row.m_IsValid, objection.has_value()) << row.m_Name << "=" << row.m_Text;
-    if (row.m_IsValid || !objection) continue;
-    EXPECT_EQ(0U, objection->find(std::string(row.m_Name) + ": ")) << *objection;
+    const auto error = ParameterError(row.m_Name, row.m_Text);
+    EXPECT_EQ(!row.m_IsValid, error.has_value()) << row.m_Name << "=" << row.m_Text;
+    if (row.m_IsValid || !error) continue;
+    EXPECT_EQ(0U, error->find(std::string(row.m_Name) + ": ")) << *error;
   }
 }
 

@@ -13,15 +13,15 @@ using Console::Deadline;
 using Service::Worker;
 using std::chrono::milliseconds;
 
-// The process is stopped, so that no call gets a reply until the test resumes it.
+// The process is suspended, so that no call gets a reply until the test resumes it.
 class FormatFixture : public CorvaneTest::CollectorFixture {
  protected:
   FormatFixture() : m_Worker(CORVANE_HOST, CORVANE_PLUGIN, Deadline(CorvaneTest::kTimeout)) {
     kill(m_Worker.ProcessId(), SIGSTOP);
   }
-  ~FormatFixture() override { Continue(); }
+  ~FormatFixture() override { Resume(); }
 
-  void Continue() const {
+  void Resume() const {
     if (m_Worker.IsAlive()) kill(m_Worker.ProcessId(), SIGCONT);
   }
 
@@ -44,40 +44,39 @@ class FormatFixture : public CorvaneTest::CollectorFixture {
   Worker m_Worker;
 };
 
-using DuringAFormat = FormatFixture;
-using WithoutAFormat = FormatFixture;
-using AfterItsEnd = FormatFixture;
+using WorkerCall = FormatFixture;
+using WorkerProcess = FormatFixture;
 
-TEST_F(DuringAFormat, ACallMayWaitLongerThanItsDeadline) {
+TEST_F(WorkerCall, MayWaitBeyondItsDeadlineDuringAFormat) {
   auto format = StartFormat();
   auto read = std::async(std::launch::async, [this] {
     return Call(Deadline(milliseconds(20)), Worker::DuringFormat::Wait);
   });
   EXPECT_EQ(std::future_status::timeout, read.wait_for(milliseconds(200)));
-  Continue();
+  Resume();
   EXPECT_TRUE(format.get());
   EXPECT_TRUE(read.get());
   EXPECT_FALSE(m_Worker.IsFormatting());
 }
 
-TEST_F(DuringAFormat, OtherCallsGiveUpAtTheirDeadline) {
+TEST_F(WorkerCall, CanGiveUpAtItsDeadlineDuringAFormat) {
   auto format = StartFormat();
   EXPECT_FALSE(Call(Deadline(milliseconds(20)), Worker::DuringFormat::GiveUp));
-  Continue();
+  Resume();
   EXPECT_TRUE(format.get());
 }
 
-TEST_F(DuringAFormat, ACallWithoutADeadlineIsNotOne) {
+TEST_F(WorkerCall, WithoutADeadlineDoesNotCountAsAFormat) {
   auto call = std::async(std::launch::async,
                          [this] { return Call(Deadline(), Worker::DuringFormat::GiveUp); });
   EXPECT_FALSE(Call(Deadline(milliseconds(200)), Worker::DuringFormat::GiveUp));
   EXPECT_FALSE(m_Worker.IsFormatting());
-  Continue();
+  Resume();
   EXPECT_TRUE(call.get());
 }
 
-TEST_F(AfterItsEnd, TheProcessIsGone) {
-  Continue();
+TEST_F(WorkerProcess, HasExitedAfterFinish) {
+  Resume();
   const pid_t process = m_Worker.ProcessId();
   m_Worker.Finish();
   EXPECT_EQ(-1, kill(process, 0));
@@ -86,7 +85,7 @@ TEST_F(AfterItsEnd, TheProcessIsGone) {
   m_Worker.Finish();
 }
 
-TEST_F(WithoutAFormat, ACallGivesUpAtItsDeadline) {
+TEST_F(WorkerCall, GivesUpAtItsDeadlineWithoutAFormat) {
   EXPECT_FALSE(Call(Deadline(milliseconds(20)), Worker::DuringFormat::Wait));
 }
 

@@ -1,5 +1,5 @@
-// Preloaded: adds the seconds in the file CORVANE_SOAK_CLOCK to the wall clock. Other clocks are
-// not changed.
+// A library to preload. Adds the seconds in the file CORVANE_SOAK_CLOCK to the wall clock; other
+// clocks are unchanged.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/time.h>

@@ -12,16 +12,16 @@ class Document:
     """The OpenAPI document. Its checks raise ValueError or jsonschema.ValidationError."""
 
     def __init__(self, client):
-        self.whole = client.get("/v1/openapi.json")
+        self.content = client.get("/v1/openapi.json")
         self.validators = {}
 
     def common(self):
-        return self.whole["components"]["responses"]["Common"]["x-problems"]
+        return self.content["components"]["responses"]["Common"]["x-problems"]
 
     def operation(self, method, path):
-        """The template of the path and its operation; both None if there is none."""
+        """Returns the path's template and operation, or None for both if the path is unknown."""
         segments = path.split("?", 1)[0].split("/")
-        for template, operations in self.whole["paths"].items():
+        for template, operations in self.content["paths"].items():
             names = template.split("/")
             fits = len(names) == len(segments) and all(
                 name.startswith("{") or name == segment for name, segment in zip(names, segments))
@@ -30,9 +30,9 @@ class Document:
         return None, None
 
     def resolved(self, part):
-        """A part of the document, or what its reference names."""
+        """Returns the part, with references resolved."""
         while "$ref" in part:
-            found = self.whole
+            found = self.content
             for name in part["$ref"].split("/")[1:]:
                 found = found[name]
             part = found
@@ -41,21 +41,21 @@ class Document:
     def validator(self, schema):
         key = json.dumps(schema)
         if key not in self.validators:
-            whole = {**schema, "components": self.whole["components"]}
-            self.validators[key] = jsonschema.Draft202012Validator(whole)
+            complete = {**schema, "components": self.content["components"]}
+            self.validators[key] = jsonschema.Draft202012Validator(complete)
         return self.validators[key]
 
     def check(self, instance, schema):
         self.validator(schema).validate(instance)
 
     def check_response(self, operation, response):
-        """The status, media type and content are those of the operation."""
+        """Checks that the document allows this status, media type and content for the operation."""
         if str(response.status) not in operation["responses"]:
-            raise ValueError(f"the document does not have the status {response.status}")
+            raise ValueError(f"the document does not contain the status {response.status}")
         described = operation["responses"][str(response.status)].get("content")
         if described is None:
             if response.content:
-                raise ValueError("the document does not have this content")
+                raise ValueError("the document does not contain this content")
             return
         if response.media_type not in described:
             raise ValueError(f"{response.media_type} is not in the document")
@@ -63,10 +63,11 @@ class Document:
             self.check(json.loads(response.content), described[response.media_type]["schema"])
 
     def check_problem(self, operation, response):
-        """A problem that the operation, or any request, can have. Returns its id."""
+        """Checks that the document allows this problem for the operation or for any request.
+        Returns the id of the problem."""
         problem = json.loads(response.content)
         self.check(problem, {"$ref": "#/components/schemas/Problem"})
         allowed = self.common() + (operation["x-problems"] if operation else [])
         if problem["status"] != response.status or not has(allowed, response.status, problem["id"]):
-            raise ValueError(f"the document does not have {response.status} {problem['id']}")
+            raise ValueError(f"the document does not contain {response.status} {problem['id']}")
         return problem["id"]

@@ -5,13 +5,13 @@ import json
 import socket
 
 PROBLEM = "application/problem+json"
-TIMEOUT = 120  # of one request, in seconds
+TIMEOUT = 120  # per request, in seconds
 
 Response = collections.namedtuple("Response", "status media_type content")
 
 
 class Connection(http.client.HTTPConnection):
-    """Can send several requests, one after the other."""
+    """A connection that can be reused for several requests."""
 
     def __init__(self, path, timeout=TIMEOUT):
         super().__init__("service", timeout=timeout)
@@ -23,14 +23,14 @@ class Connection(http.client.HTTPConnection):
         self.sock.connect(self.path)
 
     def exchange(self, method, path, body=None, headers=None):
-        """Sends a request and returns its response. Of a stream, returns only the first line."""
+        """Sends a request and returns its response. For a stream, returns only the first line."""
         headers = dict(headers or {})
         if body is not None:
             headers.setdefault("Content-Type", "application/json")
         try:
             self.request(method, path, body, headers)
         except BrokenPipeError:
-            pass  # refused before all of it was sent
+            pass  # rejected before the complete request was sent
         response = self.getresponse()
         media_type = (response.getheader("Content-Type") or "").split(";")[0]
         is_stream = media_type == "text/event-stream"
@@ -39,7 +39,7 @@ class Connection(http.client.HTTPConnection):
 
 
 class Client:
-    """Sends each request on a connection of its own. Any thread may call its members."""
+    """Sends each request on a separate connection. Thread-safe."""
 
     def __init__(self, path):
         self.path = str(path)
@@ -52,7 +52,7 @@ class Client:
             connection.close()
 
     def get(self, path):
-        """The document at that path. Raises ValueError unless the status is 200."""
+        """Returns the document at that path. Raises ValueError unless the status is 200."""
         response = self.send("GET", path)
         if response.status != 200:
             raise ValueError(f"GET {path}: {response.status}: {response.content[:200]}")

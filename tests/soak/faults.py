@@ -1,6 +1,6 @@
-"""Faults of the machine under a running service. During each one, reads from the snapshot succeed
-and all others succeed or give a documented reason. Afterwards the service works again, and each
-change of a card is one event.
+"""Injects faults of the machine while a service is running. During a fault, reads from the snapshot
+succeed, and other reads succeed or return a documented problem. After the fault, the service works
+again, and each change of a card has been logged as one event.
 
 Usage: faults.py BUILD SECONDS [FAULT...]    BUILD: directory of the built programs
   SECONDS   duration of each fault; default FAULT: all
@@ -24,18 +24,18 @@ import changes
 import client
 from machine import Failure, Machine, eventually
 
-# These come from memory, so nothing can make them fail.
+# Served from memory, so they cannot fail.
 FROM_SNAPSHOT = ("/healthz", "/v1/cards", "/v1/cards/S0", "/v1/cards/S1/drives/0", "/v1/plugin",
                  "/v1/jobs", "/v1/openapi.json")
 OTHERS = ("/readyz", "/metrics", "/v1/status", "/v1/events", "/v1/known-cards",
           "/v1/acknowledgments", "/v1/session/events", "/v1/session/event-counts",
           "/v1/cards/S0/history?field=temperature_celsius")
-NO_MORE = 3  # descriptors: those that are open stay open
+NO_MORE = 3  # descriptor limit at which none can be opened; open ones remain open
 DETACH = 0  # a position in changes.ALTERNATIONS
 
 
 class Setting:
-    """A machine whose service runs and knows its cards."""
+    """A machine with a running service that has stored the cards."""
 
     def __init__(self, machine, seconds):
         self.machine = machine
@@ -51,7 +51,7 @@ class Setting:
         self.document = api_document.Document(self.machine.client)
 
     def read_all(self, exchange=None, accepted=()):
-        """Reads everything and checks the responses. Reads from the snapshot may only have the
+        """Reads all resources and checks the responses. Reads from the snapshot may return only the
         accepted problems."""
         exchange = exchange or self.machine.client.send
         for path in FROM_SNAPSHOT + OTHERS:
@@ -74,7 +74,7 @@ class Setting:
             raise Failure(text)
 
     def read_on(self, exchange=None, accepted=(), share=1):
-        """Reads for that share of the fault's duration, at least twice."""
+        """Reads for `share` of the fault's duration, at least twice."""
         end = time.monotonic() + self.seconds * share
         self.read_all(exchange, accepted)
         while time.monotonic() < end:
@@ -83,10 +83,10 @@ class Setting:
         self.read_all(exchange, accepted)
 
     def recover(self):
-        """After the fault: everything can be read, and the change made during it and another one
-        are in the log."""
+        """Checks that all resources can be read after the fault, and that the log contains both the
+        change made during the fault and a new one."""
         self.machine.await_ready()
-        if self.changes.made:
+        if self.changes.expected:
             self.changes.await_log()
         self.changes.make(DETACH)
         self.changes.await_log()
@@ -96,7 +96,7 @@ class Setting:
 
 
 def hung_library(setting):
-    """The card library waits for a lock in each call."""
+    """Each call of the card library waits for a lock."""
     with open(f"{setting.machine.card_file}.lock", "r+b") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
         setting.read_on()
@@ -121,8 +121,8 @@ def locked_database(setting):
 
 
 def locked_at_start(setting):
-    """The service cannot compare the cards with the log when it starts, and the lock is released
-    when it has just failed to log a change."""
+    """Locks the database while the service starts, so that it cannot compare the cards with the
+    log. Releases the lock shortly after the service has failed to log a change."""
     machine = setting.machine
     machine.stop()
     other = sqlite3.connect(machine.database, isolation_level=None, timeout=60)
@@ -133,7 +133,7 @@ def locked_at_start(setting):
         setting.changes.make(DETACH)
         eventually("the change is announced",
                    lambda: " was detached" in machine.log.read_text(encoding="utf-8"))
-        time.sleep(0.2)  # it need not be exact: at any moment, the event must be logged once
+        time.sleep(0.2)  # not critical: the event must be logged once whenever the lock is released
         other.execute("ROLLBACK")
 
 
@@ -143,7 +143,7 @@ def files_of(database):
 
 
 def damaged_database(setting):
-    """The log starts again with the new file."""
+    """The service starts a new log in a new file."""
     with open(setting.machine.database, "r+b") as file:
         size = file.seek(0, os.SEEK_END)
         file.seek(100)
@@ -155,7 +155,7 @@ def damaged_database(setting):
 
 
 def deleted_database(setting):
-    """The log starts again with the new file."""
+    """The service starts a new log in a new file."""
     for path in files_of(setting.machine.database):
         path.unlink()
     setting.changes.make(DETACH)
@@ -163,7 +163,7 @@ def deleted_database(setting):
 
 
 def fill(directory):
-    """Writes until nothing more fits, in ever smaller pieces."""
+    """Fills the file system, in successively smaller pieces."""
     path = directory / "filler"
     with open(path, "wb", buffering=0) as file:
         for piece in (65536, 4096, 1):
@@ -181,7 +181,7 @@ def full_disk(setting):
 
 
 def limited_files(setting):
-    """No file can grow: a full disk without a file system for it."""
+    """Limits the size of files, which resembles a full disk but needs no separate file system."""
     machine = setting.machine
     limits = [machine.limit(pid, resource.RLIMIT_FSIZE, 4096)
               for pid in (machine.front.pid, machine.worker())]
@@ -192,7 +192,8 @@ def limited_files(setting):
 
 
 def few_descriptors(setting):
-    """Of the service. A connection that is open still works; others wait or are refused."""
+    """Limits the descriptors of the service. An open connection still works; new ones wait or are
+    refused."""
     machine = setting.machine
     kept = client.Connection(machine.client.path)
     kept.exchange("GET", "/healthz")
@@ -211,7 +212,8 @@ def few_descriptors(setting):
 
 
 def few_descriptors_of_worker(setting):
-    """Depending on how many there are, the plug-in reports the cards as removed."""
+    """Limits the descriptors of the plug-in process. With some limits, the plug-in reports the
+    cards as removed."""
     machine = setting.machine
     worker = machine.worker()
     in_use = len(os.listdir(f"/proc/{worker}/fd"))
@@ -225,12 +227,12 @@ def few_descriptors_of_worker(setting):
         removed = sorted(serial for event, serial in log if event == changes.REMOVED)
         added = sorted(serial for event, serial in log if event == changes.ADDED)
         return removed == added and machine.client.send("GET", "/v1/cards/S0").status == 200
-    eventually("each removed card is back", are_back)
-    setting.changes.made = setting.changes.log()
+    eventually("each removed card was added again", are_back)
+    setting.changes.expected = setting.changes.log()
 
 
 def shifted_clock(setting):
-    """Forward by a day, then back by two."""
+    """Sets the clock forward by a day, then back by two."""
     clock = pathlib.Path(setting.machine.environment["CORVANE_SOAK_CLOCK"])
     for shift in ("86400", "-86400"):
         clock.write_text(shift, encoding="ascii")
@@ -272,7 +274,7 @@ def shift_clock(machine, build):
 
 
 def play(name, build, seconds):
-    """Returns what was done. Raises Failure."""
+    """Runs one fault. Returns a summary. Raises Failure."""
     with Machine(build, changes.CARDS) as machine, contextlib.ExitStack() as stack:
         if name == "full_disk" and not stack.enter_context(small_disk(machine.database.parent)):
             return "skipped: no file system can be mounted here"
@@ -283,7 +285,7 @@ def play(name, build, seconds):
         setting.start()
         FAULTS[name](setting)
         setting.recover()
-        return f"{setting.reads} reads, {len(setting.changes.made)} events"
+        return f"{setting.reads} reads, {len(setting.changes.expected)} events"
 
 
 def main(build, seconds, names):

@@ -1,8 +1,8 @@
-"""Uses a service for some time: polling, events, jobs, and streams that are opened and closed.
-Its memory, descriptors, threads and database must not grow.
+"""Puts load on a service: polling, events, jobs, and streams that are opened and closed. The
+memory, descriptors, threads and database of the service must not grow.
 
 Usage: flat.py BUILD MINUTES [SEED]    BUILD: directory of the built programs
-  Of less than 5 minutes, only descriptors and threads are compared.
+  In runs shorter than 5 minutes, only descriptors and threads are compared.
 """
 import contextlib
 import os
@@ -14,20 +14,21 @@ import time
 
 import changes
 from client import Connection
-from load import CUT, Clients
+from load import CONNECTION_ERRORS, Clients
 from machine import Failure, Machine
 
-# Before the first measurement: the service fills its caches and its ring of a thousand jobs.
-WARM_UP = 0.25  # of the time
-SAMPLES = 90  # after that
+# Share of the duration before the first sample, in which the service fills its caches and its list
+# of a thousand jobs.
+WARM_UP = 0.25
+SAMPLES = 90
 
-# How much more the last third of the samples may use than the first one, by their medians. The log
-# and the history grow by a few KiB per minute until they are full.
+# Allowed growth of the median from the first third of the samples to the last. The log and the
+# history grow by a few KiB per minute until they are full.
 TOLERANCES = {"memory_kib": 2048, "descriptors": 3, "threads": 3, "database_kib": 512}
-# The plug-in leaves a handle to the card library each time that it writes a drive's row.
+# The plug-in leaks a handle of the card library each time that it writes the row of a drive.
 WORKER_KIB_PER_MINUTE = 600
-SLOW = ("memory_kib", "database_kib")  # compared after 5 minutes and more
-WAL_KIB = 8192  # the log of the database is reused from 4 MiB on
+SLOW = ("memory_kib", "database_kib")  # compared only in runs of 5 minutes or more
+WAL_KIB = 8192  # maximum size; SQLite reuses the write-ahead log after a checkpoint at 4 MiB
 
 
 def open_streams(machine, rng, stopping):
@@ -35,16 +36,16 @@ def open_streams(machine, rng, stopping):
     while not stopping.wait(0.2):
         streams = [Connection(machine.client.path) for _ in range(rng.randrange(1, 9))]
         for stream in streams:
-            with contextlib.suppress(*CUT):
+            with contextlib.suppress(*CONNECTION_ERRORS):
                 stream.exchange("GET", "/v1/events/stream")
         for stream in streams:
             stream.close()
 
 
 def make_changes(machine, rng, stopping):
-    made = changes.Changes(machine)
+    source = changes.Changes(machine)
     while not stopping.wait(rng.uniform(1, 5)):
-        made.make(0)
+        source.make(0)
 
 
 def size_kib(path):
@@ -61,7 +62,7 @@ def sample(machine):
 
 
 def measure(machine, minutes):
-    """The samples after the warm-up."""
+    """Returns the samples after the warm-up."""
     seconds = minutes * 60
     time.sleep(seconds * WARM_UP)
     samples = []
@@ -72,21 +73,21 @@ def measure(machine, minutes):
 
 
 def tolerance(process, kind, minutes):
-    """Of the growth from the first third of the samples to the last one, whose middles are half the
-    time apart."""
+    """Returns the allowed growth from the first third of the samples to the last. The middles of
+    these thirds are half of `minutes` apart."""
     handles = WORKER_KIB_PER_MINUTE * minutes / 2
     return TOLERANCES[kind] + (handles if (process, kind) == ("worker", "memory_kib") else 0)
 
 
 def compare(samples, minutes):
-    """Prints the use in each third, and returns what has grown."""
+    """Prints the median usage in each third. Returns the names of the resources that have grown."""
     is_long = minutes >= 5 and not os.environ.get("CORVANE_SANITIZE")
     third = len(samples) // 3
     grown = []
     for name in samples[0]:
         values = [each[name] for each in samples]
         parts = [statistics.median(values[start:start + third]) for start in (0, third, 2 * third)]
-        print(f"{name}: " + ", ".join(f"{part:g}" for part in parts) + f"; most {max(values)}")
+        print(f"{name}: " + ", ".join(f"{part:g}" for part in parts) + f"; maximum {max(values)}")
         process, kind = name.split()
         if kind == "wal_kib":
             if max(values) > WAL_KIB:

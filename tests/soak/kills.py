@@ -1,6 +1,7 @@
 """Kills the processes of a service at random moments under load. Each round makes one change of a
-card, which must be one event. At the end, each event is once in the log and once in the stream, the
-locate LED is as the service reports it, no job is running, and the database is intact.
+card, which must cause exactly one event. At the end, the log and the stream must contain each event
+once, the locate LED must be in the reported state, no job may be running, and the database must be
+intact.
 
 Usage: kills.py BUILD ROUNDS [SEED]    BUILD: directory of the built programs
 """
@@ -16,8 +17,8 @@ import changes
 from load import Clients
 from machine import Failure, Machine, eventually
 
-# Longest pause between a change and the signal. The plug-in notices a change within about 2 s.
-LONGEST_DELAY = 2.5
+# Maximum delay between a change and the signal. The plug-in detects a change within about 2 s.
+MAX_DELAY = 2.5
 
 
 def send(pid, number):
@@ -74,8 +75,8 @@ class Run:
 
     def play(self, number):
         action = self.rng.choice(ACTIONS)
-        delay = self.rng.uniform(0, LONGEST_DELAY)
-        # The plug-in looks for new cards only when it starts.
+        delay = self.rng.uniform(0, MAX_DELAY)
+        # A suspended plug-in does not detect a new card, because only its start does.
         count = len(changes.ALTERNATIONS) - (1 if action is suspend_worker else 0)
         change = self.changes.make(self.rng.randrange(count))
         self.round = f"round {number}: {change}; {action.__name__} after {delay:.2f} s"
@@ -95,15 +96,16 @@ class Run:
         self.check_led()
         self.changes.await_log()
         stream = self.clients.stream
-        eventually("the stream has every event", lambda: stream.last >= len(self.changes.made))
+        eventually("the stream contains every event",
+                   lambda: stream.last >= len(self.changes.expected))
         stream.stopping.set()
-        if stream.last != len(self.changes.made) or self.clients.failures:
+        if stream.last != len(self.changes.expected) or self.clients.failures:
             raise Failure("\n".join([f"{stream.last} events in the stream",
                                      *self.clients.failures]))
         self.check_database()
 
     def run_job(self, operation, body):
-        """Runs a job on the card with the LED, and returns its result."""
+        """Runs a job on the card whose LED the clients switch. Returns the result of the job."""
         client = self.machine.client
         path = f"/v1/cards/{self.clients.led_card}/operations/{operation}"
         response = client.send("POST", path, body)
@@ -120,12 +122,13 @@ class Run:
         return {"true": "on", "false": "off"}[self.machine.cardsim("get", "card2", "beacon_state")]
 
     def check_led(self):
-        """As the kills left it, and after each change."""
+        """Compares the reported state of the LED with the actual one, now and after each change."""
         for operation in (None, "locate", "stop-locate"):
             changed = self.run_job(operation, "{}")["after"] if operation else self.led()
             reported = self.run_job("locate", '{"dry_run": true}')["before"]
             if not changed == reported == self.led():
-                raise Failure(f"locate LED: {changed}, reported {reported}, is {self.led()}")
+                raise Failure(f"locate LED: set to {changed}, reported as {reported}, "
+                              f"is {self.led()}")
 
     def check_database(self):
         with contextlib.closing(self.machine.open_database()) as file:
@@ -150,7 +153,7 @@ def main(build, rounds, seed):
         finally:
             run.clients.stopping.set()
             run.clients.stream.stopping.set()
-        print(f"{rounds} kills, {len(run.changes.made)} events, each once in the log and in "
+        print(f"{rounds} kills, {len(run.changes.expected)} events, each once in the log and in "
               f"{run.clients.stream.connections} connections of the stream; "
               f"{next(run.clients.requests)} requests")
     return 0

@@ -9,10 +9,10 @@ from client import Connection
 
 PATHS = ("/v1/cards", "/v1/status", "/metrics", "/v1/events?limit=20", "/v1/cards/S0",
          "/v1/known-cards", "/v1/jobs", "/readyz", "/healthz")
-PAUSE = 0.02
+INTERVAL = 0.02
 
-# What a client sees when the service is killed.
-CUT = (OSError, http.client.HTTPException)
+# Errors that a client gets when the service is killed.
+CONNECTION_ERRORS = (OSError, http.client.HTTPException)
 
 
 class Clients:
@@ -34,16 +34,16 @@ class Clients:
             thread.start()
 
     def stop(self):
-        """Ends all threads except for the stream's."""
+        """Stops all threads except the stream's."""
         self.stopping.set()
         for thread in self.threads:
             thread.join()
 
     def repeat(self, work):
         for count in itertools.count():
-            if self.stopping.wait(PAUSE):
+            if self.stopping.wait(INTERVAL):
                 return
-            with contextlib.suppress(*CUT):
+            with contextlib.suppress(*CONNECTION_ERRORS):
                 work(count)
 
     def send(self, accepted, method, path, body=None):
@@ -62,39 +62,40 @@ class Clients:
         response = self.send((202, 409, 503), "POST",
                              f"/v1/cards/{self.led_card}/operations/{name}", "{}")
         job = json.loads(response.content).get("id") if response.status == 202 else None
-        while job and not self.stopping.wait(PAUSE):
-            # The jobs end with the service.
+        while job and not self.stopping.wait(INTERVAL):
+            # After a restart, the service no longer has the job.
             response = self.send((200, 404), "GET", f"/v1/jobs/{job}")
             if response.status == 404 or json.loads(response.content)["state"] != "RUNNING":
                 return
 
     def set_interval(self, _):
-        """Leaves the poll interval at 2. Each change makes the plug-in wait for a third of it
-        again, so that more frequent ones would keep it from polling."""
+        """Sets the poll interval to 2 again. After each change, the plug-in waits for a third of
+        the interval, so more frequent changes would keep it from polling."""
         self.send((200, 503, 504), "PATCH", "/v1/plugin", '{"poll_interval": 2}')
         self.stopping.wait(3)
 
     def warm(self, count):
-        """The plug-in compares status bits only while other values change."""
+        """Changes the temperature, because the plug-in compares status bits only if other values
+        have changed."""
         self.machine.set(1, "temp_internal_deg_c", 40 + count % 20 / 2)
         self.stopping.wait(0.5)
 
 
 class Follower(threading.Thread):
-    """Receives the events from the first one on; after a cut, it resumes after the last one."""
+    """Receives all events. After a lost connection, resumes after the last event received."""
 
     def __init__(self, path, failures):
         super().__init__(daemon=True)
         self.path = path
         self.failures = failures
-        self.last = 0  # number of the newest event that it has received
+        self.last = 0  # number of the newest event received
         self.connections = 0
         self.stopping = threading.Event()
 
     def run(self):
-        while not self.stopping.wait(PAUSE):
+        while not self.stopping.wait(INTERVAL):
             connection = Connection(self.path)
-            with contextlib.suppress(*CUT):
+            with contextlib.suppress(*CONNECTION_ERRORS):
                 self.follow(connection)
             connection.close()
 
@@ -113,10 +114,10 @@ class Follower(threading.Thread):
             if name:
                 fields[name] = value
                 continue
-            self.take(fields)
+            self.handle(fields)
             fields = {}
 
-    def take(self, fields):
+    def handle(self, fields):
         if fields.get("event") == "gap":
             self.failures.append(f"a gap after event {self.last}: {fields}")
         if fields.get("event") != "event":

@@ -1,4 +1,4 @@
-"""A machine with simulated cards and a service, in a directory of its own."""
+"""A machine with simulated cards and a service, in a temporary directory."""
 import collections
 import contextlib
 import os
@@ -14,19 +14,19 @@ import time
 
 import client
 
-# Of a wait for something that happens in seconds: even a very slow machine takes less.
+# Timeout of a wait for something that happens within seconds; long enough for a slow machine.
 PATIENCE = 600
 STOP_TIMEOUT = 45  # of the service's unit
 
-KINDS = ("0x2001", "0x3001", "0x2001", "0x2001")  # of the cards
+KINDS = ("0x2001", "0x3001", "0x2001", "0x2001")  # device ids of the cards
 
 
 class Failure(Exception):
-    """What went wrong, in one or more lines."""
+    """The reason for a failed test, in one or more lines."""
 
 
 def eventually(what, condition, patience=PATIENCE):
-    """Waits until the condition is true, and returns its value. `what` names it in a failure."""
+    """Waits until the condition is true, and returns its value. A failure contains `what`."""
     end = time.monotonic() + patience
     while not (value := condition()):
         if time.monotonic() > end:
@@ -35,8 +35,8 @@ def eventually(what, condition, patience=PATIENCE):
     return value
 
 
-def gone(pid):
-    """Whether a process has ended."""
+def has_exited(pid):
+    """Whether a process has exited."""
     try:
         stat = pathlib.Path(f"/proc/{pid}/stat").read_text(encoding="utf-8")
     except (FileNotFoundError, ProcessLookupError):
@@ -48,7 +48,7 @@ Usage = collections.namedtuple("Usage", "memory_kib descriptors threads")
 
 
 def usage(pid):
-    """The resident memory, descriptors and threads of a process."""
+    """Returns the resident memory, descriptors and threads of a process."""
     status = pathlib.Path(f"/proc/{pid}/status").read_text(encoding="utf-8")
     values = dict(line.split(":\t", 1) for line in status.splitlines() if ":\t" in line)
     return Usage(int(values["VmRSS"].split()[0]), len(os.listdir(f"/proc/{pid}/fd")),
@@ -56,7 +56,7 @@ def usage(pid):
 
 
 class Machine:
-    """Its cards are card0, card1, ... with the serial numbers S0, S1, ...; the plug-in polls them
+    """The cards are card0, card1, ... with the serial numbers S0, S1, ...; the plug-in polls them
     every 2 seconds, and jobs are short. Use as a context manager, which stops the service and
     removes the directory."""
 
@@ -67,7 +67,7 @@ class Machine:
         self.database = self.directory / "state" / "corvane.db"
         self.log = self.directory / "serve.err"
         self.client = client.Client(self.directory / "run" / "s")
-        self.front = None  # the process of the service
+        self.front = None  # the service's main process
         self.environment = self.make_environment()
         self.make_cards(cards)
 
@@ -108,7 +108,7 @@ class Machine:
     # The cards
 
     def cardsim(self, *words):
-        """Runs the simulator's program. Raises Failure if it fails."""
+        """Runs cardsim. Raises Failure if it fails."""
         done = subprocess.run([self.programs / "cardsim", *words], env=self.environment,
                               capture_output=True, text=True, check=False)
         if done.returncode != 0:
@@ -129,54 +129,55 @@ class Machine:
                 env=self.environment, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
 
     def start(self):
-        """Starts the service and waits until its plug-in runs."""
+        """Starts the service and waits until its plug-in is running."""
         self.launch()
         self.await_ready()
 
     def is_ready(self):
         if self.front.poll() is not None:
-            raise Failure(f"the service has ended with {self.front.returncode}: {self.log_tail()}")
+            raise Failure(f"the service has exited with code {self.front.returncode}: "
+                          f"{self.log_tail()}")
         try:
             return self.client.send("GET", "/readyz").status == 200
         except OSError:
             return False
 
     def await_ready(self):
-        eventually("the plug-in runs", self.is_ready)
+        eventually("the plug-in is running", self.is_ready)
 
     def worker(self):
-        """The process id of the plug-in process; None if none runs."""
+        """Returns the process id of the plug-in process, or None if it is not running."""
         found = subprocess.run(["pgrep", "-P", str(self.front.pid), "-f", "plugin-process"],
                                capture_output=True, text=True, check=False).stdout.split()
         return int(found[0]) if found else None
 
     def usage(self):
-        """Of both processes, by their names."""
+        """Returns the usage of both processes by name."""
         return {"front": usage(self.front.pid), "worker": usage(self.worker())}
 
     def steady_usage(self):
-        """The usage of both processes once it is the same in two measurements, a second apart."""
+        """Returns the usage of both processes once two measurements, a second apart, are equal."""
         last = None
         end = time.monotonic() + PATIENCE
         while (now := self.usage()) != last:
             if time.monotonic() > end:
-                raise Failure(f"the use of resources is not steady: {now}")
+                raise Failure(f"the resource usage is not stable: {now}")
             last = now
             time.sleep(1)
         return now
 
     def reap(self, worker):
-        """After the end of the front: waits for the plug-in process as the service manager does,
-        which kills it after a while."""
+        """Waits until both processes have exited. Like the service manager, kills the plug-in
+        process after `STOP_TIMEOUT`."""
         self.front.wait()
         end = time.monotonic() + STOP_TIMEOUT
-        while worker is not None and not gone(worker):
+        while worker is not None and not has_exited(worker):
             if time.monotonic() > end:
                 os.kill(worker, signal.SIGKILL)
             time.sleep(0.01)
 
     def stop(self):
-        """Stops the service if it runs."""
+        """Stops the service if it is running."""
         if self.front is None or self.front.poll() is not None:
             return
         self.front.terminate()
@@ -187,11 +188,12 @@ class Machine:
             self.front.wait()
 
     def open_database(self):
-        """For reading; the caller closes it. Raises sqlite3.OperationalError if it is missing."""
+        """Opens the database read-only; the caller must close it. Raises
+        sqlite3.OperationalError if the file is missing."""
         return sqlite3.connect(f"file:{self.database}?mode=ro", uri=True, timeout=60)
 
     def limit(self, pid, kind, soft):
-        """Changes a limit of a running process. Returns what restores it."""
+        """Changes a limit of a running process. Returns a function that restores it."""
         before = resource.prlimit(pid, kind)
         resource.prlimit(pid, kind, (soft, before[1]))
         return lambda: resource.prlimit(pid, kind, before)

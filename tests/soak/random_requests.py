@@ -1,6 +1,6 @@
 """Sends random requests to a service with simulated cards, and checks each response against the API
-document. Afterwards the service has no job left and uses no more descriptors, threads or memory
-than before.
+document. Afterwards, no job may be running, and the service must not use more descriptors, threads
+or memory than before.
 
 Usage: random_requests.py BUILD COUNT [SEED]    BUILD: directory of the built programs
 """
@@ -19,20 +19,20 @@ import client
 import request_strategies
 from machine import Machine, eventually
 
-MOST_FAILURES = 10
-# Growth of the resident memory from the first third of the requests to the end. The newest thousand
-# jobs are kept with their results, and so are responses to keys.
+MAX_FAILURES = 10
+# Allowed growth of the resident memory from the first third of the requests to the end. The service
+# keeps the newest thousand jobs with their results, and the responses to idempotency keys.
 MEMORY_KIB = 6 * 1024
-# Of a response: commands that wait for a card give up after 30 s.
-LONGEST_RESPONSE = 60
+# Timeout of a response in seconds. Commands that wait for a card give up after 30 s.
+MAX_RESPONSE_TIME = 60
 
 
 def check(document, request, response):
     """Raises ValueError or jsonschema.ValidationError."""
     if response.status >= 500:
-        raise ValueError("an error of a healthy service")
+        raise ValueError("a server error without a fault")
     if request.flaws and response.status < 400:
-        raise ValueError("accepted in spite of " + ", ".join(sorted(request.flaws)))
+        raise ValueError("accepted despite " + ", ".join(sorted(request.flaws)))
     template, operation = document.operation(request.method, request.path)
     if response.media_type == client.PROBLEM:
         document.check_problem(operation, response)
@@ -53,7 +53,7 @@ class Run:
         self.before = None
 
     def send(self, request):
-        if len(self.failures) >= MOST_FAILURES:
+        if len(self.failures) >= MAX_FAILURES:
             return
         self.done += 1
         response = None
@@ -62,14 +62,14 @@ class Run:
             response = self.machine.client.send(*request[:4])
             self.statuses[response.status] += 1
             check(self.document, request, response)
-            if time.monotonic() - begin > LONGEST_RESPONSE:
+            if time.monotonic() - begin > MAX_RESPONSE_TIME:
                 raise ValueError(f"response after {time.monotonic() - begin:.0f} s")
             if self.machine.front.poll() is not None:
-                raise ValueError("the service has ended")
+                raise ValueError("the service has exited")
         except (ValueError, OSError, jsonschema.ValidationError) as error:
             self.report(request, response, error)
         if self.done == self.count // 3:
-            self.before = self.settled()
+            self.before = self.steady_usage()
 
     def report(self, request, response, error):
         text = (f"request {self.done}: {str(error).splitlines()[0]}\n  {request.method} "
@@ -78,13 +78,13 @@ class Run:
             text += f"\n  {response.status} {response.content[:300]}"
         self.failures.append(text)
 
-    def settled(self):
-        """The usage of both processes when all jobs have ended and all connections are closed."""
+    def steady_usage(self):
+        """Returns the usage of both processes once no job is running and no connection is open."""
         eventually("no job is running", lambda: not self.machine.client.running_jobs())
         return self.machine.steady_usage()
 
     def compare(self):
-        after = self.settled()
+        after = self.steady_usage()
         for name, before in self.before.items():
             now = after[name]
             print(f"{name}: {before.memory_kib} KiB, {before.descriptors} descriptors, "
@@ -98,19 +98,19 @@ class Run:
                 self.failures.append(f"{name}: more memory")
 
 
-def make_gone_card(machine):
+def make_removed_card(machine):
     machine.cardsim("add", "0x2001")
     machine.set(4, "serial_number", "GONE")
     machine.start()
     machine.cardsim("remove", "card4")
-    eventually("the removed card is gone", lambda: any(
+    eventually("the removed card is missing", lambda: any(
         not card["present"] for card in machine.client.get("/v1/known-cards")["cards"]))
 
 
 def main(build, count, seed):
     print(f"random requests: {count}, seed {seed}", flush=True)
     with Machine(build) as machine:
-        make_gone_card(machine)
+        make_removed_card(machine)
         run = Run(machine, count)
         set_hypothesis_home_dir(machine.directory / "hypothesis")  # not in the current directory
         processes = machine.front.pid, machine.worker()

@@ -1,4 +1,4 @@
-"""Random requests, made from the service's OpenAPI document."""
+"""Random requests, generated from the service's OpenAPI document."""
 import collections
 import json
 import string
@@ -6,10 +6,10 @@ import urllib.parse
 
 from hypothesis import strategies as st
 
-# `flaws` are the reasons why the service must refuse the request; empty if it may accept it.
+# `flaws` are the reasons for which the service must refuse the request; empty if it may accept it.
 Request = collections.namedtuple("Request", "method path body headers flaws")
 
-# Values that reach further into the service than random text. GONE is a card that was removed.
+# Values that pass more of the service's checks than random text does. GONE is a removed card.
 KNOWN = {
     "serial": ["S0", "S1", "S2", "S3", "GONE", "S9"],
     "drive": ["0", "0", "0", "1", "00", "-0"],
@@ -31,9 +31,9 @@ KNOWN = {
     "limit": ["0", "1", "10"],
 }
 
-ODD_TEXTS = ["", ".", "..", "...", "%", "%%", "%zz", "%00", "%2e%2e", "%2f", "%ff", "%c0%af", "a/b",
-             "/", "//", "\\", "\0", "é", "\u202e", "\U0001f600", "x" * 300, "x" * 7000, "--help",
-             "-1", "0x0", "1e9", "9" * 30, "null", "'; DROP TABLE host_known_cards; --"]
+ODD_STRINGS = ["", ".", "..", "...", "%", "%%", "%zz", "%00", "%2e%2e", "%2f", "%ff", "%c0%af",
+               "a/b", "/", "//", "\\", "\0", "é", "\u202e", "\U0001f600", "x" * 300, "x" * 7000,
+               "--help", "-1", "0x0", "1e9", "9" * 30, "null", "'; DROP TABLE host_known_cards; --"]
 
 JSON_VALUES = st.recursive(
     st.none() | st.booleans() | st.integers() | st.floats(allow_nan=False, allow_infinity=False) |
@@ -41,23 +41,23 @@ JSON_VALUES = st.recursive(
     lambda inner: st.lists(inner, max_size=3) |
     st.dictionaries(st.text(max_size=8), inner, max_size=3), max_leaves=8)
 
-TEXTS = st.sampled_from(ODD_TEXTS) | st.text(max_size=30)
+STRINGS = st.sampled_from(ODD_STRINGS) | st.text(max_size=30)
 PLAIN_NAMES = st.text(string.ascii_lowercase + "_", min_size=1, max_size=12)
 
 
 def once_in(count):
-    """True once in so many times. Random integers would be small more often."""
+    """True with a probability of 1 in `count`. Random integers would favor small values."""
     return st.sampled_from([False] * (count - 1) + [True])
 
 
 @st.composite
 def mostly(draw, usual, other, one_in=6):
-    """A value of `usual`; one in so many is a value of `other`."""
+    """Draws from `other` with a probability of 1 in `one_in`, and from `usual` otherwise."""
     return draw(other if draw(once_in(one_in)) else usual)
 
 
 def known_or(name, strategy):
-    """Mostly one of the known values, if that parameter or field has any."""
+    """Mostly draws known values of the parameter or field, if it has any."""
     known = KNOWN.get(name)
     return mostly(st.sampled_from(known), strategy) if known else strategy
 
@@ -91,7 +91,7 @@ def damaged(draw, values):
     value = dict(draw(values))
     edit = draw(st.sampled_from(["replace", "remove", "add"]))
     if edit == "add" or not value:
-        value[draw(TEXTS)] = draw(JSON_VALUES)
+        value[draw(STRINGS)] = draw(JSON_VALUES)
     elif edit == "remove":
         del value[draw(st.sampled_from(sorted(value)))]
     else:
@@ -103,7 +103,7 @@ def deep(depth):
     return "[" * depth + "]" * depth
 
 
-def body_texts(document, schema):
+def bodies(document, schema):
     valid = instances(document, schema)
     nested = st.sampled_from([10, 1000, 30000]).map(deep)
     odd = st.one_of(
@@ -121,8 +121,8 @@ def reject(constant):
 
 
 def is_refused(document, schema, body):
-    """Whether the service must refuse that body. False if unknown: what Python reads as JSON
-    differs in details such as depth."""
+    """Whether the service must refuse the body. False if unknown: the JSON parsers of Python and
+    the service differ in details such as the nesting depth."""
     try:
         value = json.loads(body, parse_constant=reject)
     except RecursionError:
@@ -134,13 +134,13 @@ def is_refused(document, schema, body):
 
 @st.composite
 def paths(draw, document, template):
-    """The template with values, which may contain anything that a request line can."""
+    """Fills in the template with values of any characters that a request line can contain."""
     segments = []
     for name in template.split("/"):
         if name.startswith("{"):
             is_of_drive = name == "{operation}" and "{drive}" in template
             kind = "operation of a drive" if is_of_drive else name[1:-1]
-            text = draw(known_or(kind, TEXTS))
+            text = draw(known_or(kind, STRINGS))
             safe = draw(st.sampled_from(["", "", "%/.:;@&=+$,!*'()"]))
             name = urllib.parse.quote(text, safe=safe)
         segments.append(name)
@@ -149,17 +149,17 @@ def paths(draw, document, template):
 
 @st.composite
 def queries(draw, document, operation):
-    """The text of a query, and its flaws."""
+    """Draws a query string and its flaws."""
     pairs, flaws = [], set()
     parameters = [document.resolved(each) for each in operation.get("parameters", [])]
     for parameter in (each for each in parameters if each["in"] == "query"):
         if draw(st.booleans()):
             valid = instances(document, parameter["schema"], parameter["name"])
-            pairs.append((parameter["name"], str(draw(mostly(valid, TEXTS)))))
+            pairs.append((parameter["name"], str(draw(mostly(valid, STRINGS)))))
     names = {each["name"] for each in parameters}
     flaw = draw(mostly(st.none(), st.sampled_from(["unknown", "repeated"]), 10))
     if flaw == "unknown" and (name := draw(PLAIN_NAMES)) not in names:
-        pairs.append((name, draw(TEXTS)))
+        pairs.append((name, draw(STRINGS)))
         flaws.add("an unknown query parameter")
     if flaw == "repeated" and pairs:
         pairs.append(pairs[0])
@@ -167,7 +167,7 @@ def queries(draw, document, operation):
     return urllib.parse.urlencode(pairs, quote_via=urllib.parse.quote), flaws
 
 
-HEADER_TEXTS = mostly(
+HEADER_VALUES = mostly(
     st.sampled_from([b"*", b'"x"', b"0", b"1", b"k", b'W/"1"']),
     st.binary(max_size=20).filter(lambda it: not set(it) & {0, 10, 13}))
 HEADER_NAMES = st.sampled_from(["If-None-Match", "Idempotency-Key", "Last-Event-ID", "Accept"])
@@ -175,19 +175,19 @@ HEADER_NAMES = st.sampled_from(["If-None-Match", "Idempotency-Key", "Last-Event-
 
 def headers():
     """Header fields, except those that describe the body."""
-    return mostly(st.just({}), st.dictionaries(HEADER_NAMES, HEADER_TEXTS, min_size=1), 3)
+    return mostly(st.just({}), st.dictionaries(HEADER_NAMES, HEADER_VALUES, min_size=1), 3)
 
 
 @st.composite
 def of_operation(draw, document, template, method):
-    operation = document.whole["paths"][template][method]
+    operation = document.content["paths"][template][method]
     path = draw(paths(document, template))
     query, flaws = draw(queries(document, operation))
     fields = dict(draw(headers()))
     body = None
     if "requestBody" in operation:
         schema = operation["requestBody"]["content"]["application/json"]["schema"]
-        body = draw(body_texts(document, schema))
+        body = draw(bodies(document, schema))
         if is_refused(document, schema, body):
             flaws.add("an invalid body")
         if draw(once_in(20)):
@@ -204,15 +204,16 @@ def of_operation(draw, document, template, method):
 
 @st.composite
 def of_any_path(draw):
-    """A request that the document does not have."""
-    segments = draw(st.lists(TEXTS | st.sampled_from(["v1", "cards", "S0", "events"]), max_size=5))
+    """A request that the document does not contain."""
+    segments = draw(st.lists(STRINGS | st.sampled_from(["v1", "cards", "S0", "events"]),
+                             max_size=5))
     path = "/" + urllib.parse.quote("/".join(segments), safe="%/.:;@&=+$,!*'()?")
     method = draw(st.sampled_from(["GET", "POST", "PUT", "PATCH", "DELETE", "OPTIONS"]))
     return Request(method, path, None, draw(headers()), frozenset())
 
 
 def requests(document):
-    """Every operation of the document with the same probability, and some other requests."""
+    """Requests for all operations of the document, with equal probability, and other requests."""
     operations = [of_operation(document, template, method)
-                  for template, methods in document.whole["paths"].items() for method in methods]
+                  for template, methods in document.content["paths"].items() for method in methods]
     return st.one_of(*operations, of_any_path())

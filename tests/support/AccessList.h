@@ -1,4 +1,4 @@
-// Access lists that let another user write to a file.
+// POSIX ACLs that let another user write to a file.
 #pragma once
 
 #include <sys/xattr.h>
@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <filesystem>
 
-// Grants `user` write access through a POSIX access list. The list has the kernel's format: the
+// Grants `user` write access through a POSIX ACL. The ACL has the kernel's format: the
 // version, then the tag, permissions and user of each entry. Returns false if the file system does
-// not support access lists.
+// not support ACLs.
 // clang-format off
 inline bool ShareByAccessList(const std::filesystem::path& file, std::uint32_t user = 65534) {
   constexpr std::uint32_t kNone = 0xFFFFFFFF;

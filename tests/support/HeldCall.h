@@ -19,25 +19,25 @@ inline void Pass(std::int64_t milliseconds) {
 class Barrier {
  public:
   Barrier() {
-    m_Arrived.Init(false, true);
-    m_LetGo.Init(false, true);
+    m_Reached.Init(false, true);
+    m_Released.Init(false, true);
   }
 
   // Called by the thread to be held.
   void Hold() {
     if (m_Used.exchange(true)) return;
-    m_Arrived.Set();
-    m_LetGo.Wait(MBX::Threading::WAIT_INFINITE);
+    m_Reached.Set();
+    m_Released.Wait(MBX::Threading::WAIT_INFINITE);
   }
 
   // Called by the test.
-  void AwaitArrival() { m_Arrived.Wait(MBX::Threading::WAIT_INFINITE); }
-  void LetGo() { m_LetGo.Set(); }
+  void WaitUntilReached() { m_Reached.Wait(MBX::Threading::WAIT_INFINITE); }
+  void Release() { m_Released.Set(); }
 
  private:
   std::atomic<bool> m_Used{false};
-  MBX::Threading::CEvent m_Arrived;
-  MBX::Threading::CEvent m_LetGo;
+  MBX::Threading::CEvent m_Reached;
+  MBX::Threading::CEvent m_Released;
 };
 
 // Blocks the first call of a card-library function before it runs. Occupies the simulator's hook
@@ -50,14 +50,14 @@ class HeldCall {
     });
   }
   ~HeldCall() {
-    m_Barrier.LetGo();
+    m_Barrier.Release();
     CardSim::SetHook({});
   }
   HeldCall(const HeldCall&) = delete;
   HeldCall& operator=(const HeldCall&) = delete;
 
-  void AwaitArrival() { m_Barrier.AwaitArrival(); }
-  void LetGo() { m_Barrier.LetGo(); }
+  void WaitUntilReached() { m_Barrier.WaitUntilReached(); }
+  void Release() { m_Barrier.Release(); }
 
  private:
   Barrier m_Barrier;

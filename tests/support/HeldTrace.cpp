@@ -32,7 +32,7 @@ HeldTrace::HeldTrace(const std::string& text) {
 }
 
 HeldTrace::~HeldTrace() {
-  m_Barrier.LetGo();
+  m_Barrier.Release();
   HostKit::SetTraceSink({});
 }
 

@@ -18,8 +18,8 @@ class HeldTrace {
   HeldTrace(const HeldTrace&) = delete;
   HeldTrace& operator=(const HeldTrace&) = delete;
 
-  void AwaitArrival() { m_Barrier.AwaitArrival(); }
-  void LetGo() { m_Barrier.LetGo(); }
+  void WaitUntilReached() { m_Barrier.WaitUntilReached(); }
+  void Release() { m_Barrier.Release(); }
 
  private:
   Barrier m_Barrier;

@@ -42,7 +42,7 @@ class HostThread {
 using Schedule = std::optional<std::uint64_t>;
 constexpr Schedule NATIVE = std::nullopt;
 
-inline std::function<void()> TimeOf(Schedule schedule) {
+inline std::function<void()> TimeModeOf(Schedule schedule) {
   if (!schedule) return HostKit::UseVirtualTime;
   return [seed = *schedule] { HostKit::UseSeededSchedule(seed); };
 }
@@ -54,9 +54,9 @@ struct Seeds {
 
 // Returns the seeds 1 to 100, or those in CORVANE_SCHEDULES: "40" for 1 to 40, "217-217" to repeat
 // one. Throws `std::invalid_argument` for anything else.
-inline Seeds WantedSeeds() {
-  const char* wanted = std::getenv("CORVANE_SCHEDULES");
-  const std::string text = wanted == nullptr ? "100" : wanted;
+inline Seeds SelectedSeeds() {
+  const char* value = std::getenv("CORVANE_SCHEDULES");
+  const std::string text = value == nullptr ? "100" : value;
   const std::size_t dash = text.find('-');
   const Seeds seeds = dash == std::string::npos
                           ? Seeds{1, std::stoull(text)}
@@ -66,8 +66,8 @@ inline Seeds WantedSeeds() {
 }
 
 // Runs the scenario in each schedule until the first failure, and prints its seed.
-inline void InManySchedules(const std::function<void(Schedule)>& scenario) {
-  const Seeds seeds = WantedSeeds();
+inline void RunInManySchedules(const std::function<void(Schedule)>& scenario) {
+  const Seeds seeds = SelectedSeeds();
   for (std::uint64_t seed = seeds.m_First; seed <= seeds.m_Last; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     scenario(seed);

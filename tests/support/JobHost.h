@@ -42,12 +42,12 @@ class JobHost : public testing::Test {
     }
     ASSERT_EQ(m_Host.Start(), 0U);
     Pass(1);
-    Forget();
+    Clear();
   }
 
-  void Forget() {
-    m_Host.ForgetCalls();
-    m_Host.ForgetTraces();
+  void Clear() {
+    m_Host.ClearCalls();
+    m_Host.ClearTraces();
   }
 
   std::string StateOf(const char* card) { return m_Host.Cards().Get(card, "iom_state"); }

@@ -42,11 +42,11 @@ NullHandleAnswers::~NullHandleAnswers() {
   g_pAnswers = nullptr;
 }
 
-NoUnitForBytes::NoUnitForBytes() {
+ScopedUnitConversionFailure::ScopedUnitConversionFailure() {
   g_NoUnitForBytes = true;
 }
 
-NoUnitForBytes::~NoUnitForBytes() {
+ScopedUnitConversionFailure::~ScopedUnitConversionFailure() {
   g_NoUnitForBytes = false;
 }
 

@@ -36,12 +36,12 @@ class NullHandleAnswers {
 
 // Makes the host's conversion of byte counts fail but set its outputs, until destroyed. Only one
 // instance may exist at a time.
-class NoUnitForBytes {
+class ScopedUnitConversionFailure {
  public:
-  NoUnitForBytes();
-  ~NoUnitForBytes();
-  NoUnitForBytes(const NoUnitForBytes&) = delete;
-  NoUnitForBytes& operator=(const NoUnitForBytes&) = delete;
+  ScopedUnitConversionFailure();
+  ~ScopedUnitConversionFailure();
+  ScopedUnitConversionFailure(const ScopedUnitConversionFailure&) = delete;
+  ScopedUnitConversionFailure& operator=(const ScopedUnitConversionFailure&) = delete;
 };
 
 }  // namespace CorvaneTest

@@ -14,7 +14,7 @@ namespace CorvaneTest {
 // Attribute and value as JSON text; a null value makes the attribute absent.
 using Settings = std::vector<std::pair<const char*, const char*>>;
 
-inline std::vector<std::string> Rendered(const std::vector<PI::CProperty>& properties) {
+inline std::vector<std::string> RenderAll(const std::vector<PI::CProperty>& properties) {
   std::vector<std::string> rows;
   for (const PI::CProperty& property : properties) rows.push_back(Render(property));
   return rows;
@@ -42,7 +42,7 @@ class OneCard : public SimulatedHost {
   }
 
   // All properties of the object, rendered.
-  std::vector<std::string> Rows(std::uint64_t object) { return Rendered(Properties(object)); }
+  std::vector<std::string> Rows(std::uint64_t object) { return RenderAll(Properties(object)); }
 
   // One property, rendered, or "result ERR_GENERAL" if there is none.
   std::string Row(std::uint64_t object, std::uint32_t propertyId) {
@@ -62,8 +62,8 @@ class OneCard : public SimulatedHost {
 
   // Clears `Calls` and `Traces`.
   void Watch() {
-    ForgetCalls();
-    ForgetTraces();
+    ClearCalls();
+    ClearTraces();
   }
 
   // Trace lines with their levels, such as "2 ENTER GetTopology".

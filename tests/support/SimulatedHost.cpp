@@ -109,7 +109,7 @@ SimulatedHost::SimulatedHost(const std::function<void()>& pickTime)
   HostKit::ResetLedger();
   HostKit::SetTraceSink(KeepTrace);
   HostKit::SetTraceMask(~std::uint32_t{0});
-  ForgetTraces();
+  ClearTraces();
   std::filesystem::create_directory(m_Directory / "config");
   const auto set = [](const char* name, const std::filesystem::path& path) {
     setenv(name, path.c_str(), 1);
@@ -295,7 +295,7 @@ std::vector<std::string> SimulatedHost::LeveledTraces(unsigned int mask) const {
   return texts;
 }
 
-void SimulatedHost::ForgetTraces() {
+void SimulatedHost::ClearTraces() {
   const std::lock_guard<std::mutex> guard(g_TraceMutex);
   g_Traces.clear();
 }

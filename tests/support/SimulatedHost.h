@@ -70,9 +70,9 @@ class SimulatedHost {
                    std::vector<PI::CProperty> parameters = {});
   std::vector<PI::CEvent> CollectEvents();
 
-  // Card-library calls since the last `ForgetCalls`.
+  // Card-library calls since the last `ClearCalls`.
   std::vector<std::string> Calls() const { return CardSim::CallTexts(); }
-  void ForgetCalls() { CardSim::Reset(); }
+  void ClearCalls() { CardSim::Reset(); }
 
   // Texts of the recorded trace lines, of one level, or of all levels for 0.
   std::vector<std::string> Traces(unsigned int level = 0) const;
@@ -80,7 +80,7 @@ class SimulatedHost {
   // The lines of all levels in the mask, each preceded by its level: "16 ScanSystem, vsl_open = 5
   // (no)".
   std::vector<std::string> LeveledTraces(unsigned int mask) const;
-  void ForgetTraces();
+  void ClearTraces();
 
  private:
   std::filesystem::path m_Directory;

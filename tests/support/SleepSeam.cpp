@@ -72,15 +72,15 @@ int RealTimedWait(pthread_cond_t* condition, pthread_mutex_t* mutex, const times
 
 extern "C" SEAM_API int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
                                                const timespec* until) {
-  return HostKit::OnKitTime() ? KitTimedWait(mutex, *until)
-                              : RealTimedWait(condition, mutex, until);
+  return HostKit::IsOnKitTime() ? KitTimedWait(mutex, *until)
+                                : RealTimedWait(condition, mutex, until);
 }
 
 namespace boost {
 namespace chrono {
 
 SEAM_API steady_clock::time_point steady_clock::now() BOOST_NOEXCEPT {
-  if (HostKit::OnKitTime()) return time_point(nanoseconds(HostKit::SteadyNowNs()));
+  if (HostKit::IsOnKitTime()) return time_point(nanoseconds(HostKit::SteadyNowNs()));
   timespec time{};
   clock_gettime(CLOCK_MONOTONIC, &time);
   return time_point(nanoseconds(Nanoseconds(time)));

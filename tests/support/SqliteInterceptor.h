@@ -18,7 +18,7 @@ class SqliteInterceptor {
   SqliteInterceptor& operator=(const SqliteInterceptor&) = delete;
 
   // Runs a statement on the newest connection: that of the plug-ins, if the kit has just opened its
-  // database. Afterwards, statements on that connection are no longer restricted.
+  // database. Afterwards, statements on that connection run without restrictions.
   static void Run(const char* sql) {
     sqlite3_set_authorizer(Newest(), nullptr, nullptr);
     if (sqlite3_exec(Newest(), sql, nullptr, nullptr, nullptr) != SQLITE_OK) {

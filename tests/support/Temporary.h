@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-// Sets an environment variable until destroyed, or unsets it if there is no value.
+// Sets an environment variable until destroyed, or unsets it if no value is given.
 class ScopedVariable {
  public:
   ScopedVariable(const char* name, const std::optional<std::string>& value) : m_Name(name) {

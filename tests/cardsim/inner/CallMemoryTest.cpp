@@ -59,17 +59,17 @@ struct Call {
   std::string function;
   const char* state;  // of the card, before the call
   void (*prepare)(CallHandles&);
-  vsl_code (*make)(CallHandles&);  // also checks a value that is read
-  bool needsMemory = true;         // if false, it may succeed without memory
+  vsl_code (*call)(CallHandles&);  // returns 0 if the call succeeds and returns the expected value
+  bool needsMemory = true;         // false if the call may succeed when an allocation fails
 };
 
-void Nothing(CallHandles&) {}
+void NoPreparation(CallHandles&) {}
 
 const Call kCalls[] = {
-    {"Init", "vsl_init", "2", Nothing, [](CallHandles& t) { return vsl_init(0, &t.err); }},
-    {"Iterate", "vsl_iom_iterate", "2", Nothing,
+    {"Init", "vsl_init", "2", NoPreparation, [](CallHandles& t) { return vsl_init(0, &t.err); }},
+    {"Iterate", "vsl_iom_iterate", "2", NoPreparation,
      [](CallHandles& t) { return CodeOf(vsl_iom_iterate(&t.iterated, 1, &t.err)); }},
-    {"CreateByName", "vsl_iom_create_by_name", "2", Nothing,
+    {"CreateByName", "vsl_iom_create_by_name", "2", NoPreparation,
      [](CallHandles& t) { return vsl_iom_create_by_name("/dev/fct0", &t.created, &t.err); }},
     {"Open", "vsl_open", "2",
      [](CallHandles& t) {
@@ -77,19 +77,19 @@ const Call kCalls[] = {
        CardSim::StateFile(CardSim::StateFile::DefaultPath()).Raise("card1", "FLASHBACK");
      },
      [](CallHandles& t) { return vsl_open(t.card, &t.err); }},
-    {"Adapter", "vsl_adapter_create", "2", Nothing,
+    {"Adapter", "vsl_adapter_create", "2", NoPreparation,
      [](CallHandles& t) { return vsl_adapter_create(t.card, &t.created, &t.err); }},
-    {"BeaconOn", "vsl_set_beacon_state", "2", Nothing,
+    {"BeaconOn", "vsl_set_beacon_state", "2", NoPreparation,
      [](CallHandles& t) { return vsl_set_beacon_state(t.card, 1, &t.err); }},
     {"NextVolume", "vsl_vsu_iterate", "2", NextVolume,
      [](CallHandles& t) { return CodeOf(vsl_vsu_iterate(t.card, &t.volume, 1, &t.err)); }},
     {"SetVolume", "vsl_set_vsu_state", "2", NextVolume,
      [](CallHandles& t) { return vsl_set_vsu_state(t.volume, 0, &t.err); }},
-    {"CreateAttach", "vsl_iom_attach_create", "0", Nothing,
+    {"CreateAttach", "vsl_iom_attach_create", "0", NoPreparation,
      [](CallHandles& t) { return vsl_iom_attach_create(t.card, &t.created, &t.err); }},
-    {"CreateDetach", "vsl_iom_detach_create", "2", Nothing,
+    {"CreateDetach", "vsl_iom_detach_create", "2", NoPreparation,
      [](CallHandles& t) { return vsl_iom_detach_create(t.card, &t.created, &t.err); }},
-    {"CreateFormat", "vsl_iom_format_create", "0", Nothing,
+    {"CreateFormat", "vsl_iom_format_create", "0", NoPreparation,
      [](CallHandles& t) { return vsl_iom_format_create(t.card, &t.created, &t.err); }},
     {"FormatSize", "vsl_iom_format_set_size_bytes", "0", FormatCard,
      [](CallHandles& t) { return vsl_iom_format_set_size_bytes(t.job, 4096, &t.err); }},
@@ -104,8 +104,8 @@ const Call kCalls[] = {
      [](CallHandles& t) { return vsl_op_start(t.job, &t.err); }},
     {"StartFormat", "vsl_op_start", "0", FormatCard,
      [](CallHandles& t) { return vsl_op_start(t.job, &t.err); }},
-    {"Close", "vsl_close", "2", Nothing, [](CallHandles& t) { return vsl_close(t.card, &t.err); },
-     false},
+    {"Close", "vsl_close", "2", NoPreparation,
+     [](CallHandles& t) { return vsl_close(t.card, &t.err); }, false},
     {"PciDeviceId", "vsl_pci_device_id", "2",
      [](CallHandles& t) { SetAttribute(t, "pci_device_id", "4099"); },
      [](CallHandles& t) { return CodeOf(vsl_pci_device_id(t.card, &t.err) == 4099); }},
@@ -131,7 +131,7 @@ const Call kCalls[] = {
 template <class T>
 constexpr const char* kText = std::is_same_v<T, bool> ? "true" : "1";
 template <>
-constexpr const char* kText<const char*> = "a text of many letters, longer than a short string";
+constexpr const char* kText<const char*> = "a string too long for the internal buffer";
 
 template <class T>
 bool IsExpected(T value) {
@@ -193,7 +193,7 @@ class CallMemory : public SimulatedCards {
  protected:
   // Restarts the library and opens the card in this state. Cards with few attributes keep the
   // number of allocations low.
-  CallHandles Fresh(const char* state) {
+  CallHandles RestartWith(const char* state) {
     vsl_fini();
     CardSim::Reset();
     Spill(std::string(R"({"cardsim": 1, "next_id": 3, "failures": {}, "cards": [
@@ -217,14 +217,14 @@ class CallMemory : public SimulatedCards {
                 vsl_code& code) {
     handles.err.text[0] = '\0';
     CorvaneTest::BeginShortage(successes, kind);
-    code = call.make(handles);
+    code = call.call(handles);
     return CorvaneTest::EndShortage();
   }
 
   void Sweep(const Call& call, Shortage kind) {
     int failures = 0;
     for (;; ++failures) {
-      CallHandles handles = Fresh(call.state);
+      CallHandles handles = RestartWith(call.state);
       call.prepare(handles);
       ASSERT_STREQ("", handles.err.text);
       const std::string before = Slurp();
@@ -239,7 +239,7 @@ class CallMemory : public SimulatedCards {
       ASSERT_STREQ("out of memory", handles.err.text) << failures;
       ASSERT_EQ(before, Slurp()) << failures;
       ASSERT_EQ(open, Joined(CardSim::OpenHandles())) << failures;
-      ASSERT_EQ(0U, call.make(handles)) << failures << handles.err.text;
+      ASSERT_EQ(0U, call.call(handles)) << failures << handles.err.text;
       ASSERT_EQ("", Joined(CardSim::Misuse())) << failures;
     }
     EXPECT_TRUE(failures > 0 || !call.needsMemory);
@@ -301,7 +301,7 @@ class FinishedJobs : public CallMemory, public ::testing::WithParamInterface<Sho
 TEST_P(FinishedJobs, AFormatWithoutMemoryReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
-    CallHandles handles = Fresh("0");
+    CallHandles handles = RestartWith("0");
     StartFormat(handles);
     ASSERT_TRUE(IsMarked());
     CorvaneTest::BeginShortage(failures, GetParam());
@@ -325,7 +325,7 @@ TEST_P(FinishedJobs, AFormatWithoutMemoryReleasesTheCard) {
 TEST_P(FinishedJobs, DestroyingAJobWithoutMemoryReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
-    CallHandles handles = Fresh("0");
+    CallHandles handles = RestartWith("0");
     StartFormat(handles);
     CorvaneTest::BeginShortage(failures, GetParam());
     const vsl_code code = vsl_destroy(&handles.job, nullptr);
@@ -340,7 +340,7 @@ TEST_P(FinishedJobs, DestroyingAJobWithoutMemoryReleasesTheCard) {
 }
 
 TEST_P(FinishedJobs, FiniSucceedsWithoutMemory) {
-  Fresh("2");
+  RestartWith("2");
   CorvaneTest::BeginShortage(0, GetParam());
   vsl_fini();
   CorvaneTest::EndShortage();
@@ -358,7 +358,7 @@ TEST_F(CallMemory, AStatusMaskKeepsItsLastValueWithoutMemory) {
   int lost = 0;
   int kept = 0;
   for (bool wasShort = true; wasShort;) {
-    CallHandles handles = Fresh("2");
+    CallHandles handles = RestartWith("2");
     File().Raise("card1", "FLASHBACK");
     CorvaneTest::BeginShortage(lost + kept, Shortage::AllFail);
     const bool has = vsl_has_current_errors(handles.card, &handles.err);

@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kOthers = "can be written by other users";
 
 // Some tests require root, because they create files of another user.
-class Planted : public SimulatedCards {
+class PlantedFiles : public SimulatedCards {
  protected:
   std::string Cards() {
     return ErrorOf([this] { File().Cards(); });
@@ -23,7 +23,7 @@ class Planted : public SimulatedCards {
   std::string ForRoot(const std::string& error) const { return IsRoot() ? error : "no error"; }
 };
 
-TEST_F(Planted, LinksOfTheSameUserAreFollowedAndKept) {
+TEST_F(PlantedFiles, LinksOfTheSameUserAreFollowedAndKept) {
   const auto real = m_Directory / "real";
   std::filesystem::create_directory(real);
   std::filesystem::rename(Path(), real / "other.json");
@@ -35,13 +35,13 @@ TEST_F(Planted, LinksOfTheSameUserAreFollowedAndKept) {
   EXPECT_TRUE(std::filesystem::exists(real / "other.json.lock"));
 }
 
-TEST_F(Planted, ALoopOfLinksIsReported) {
+TEST_F(PlantedFiles, ALoopOfLinksIsReported) {
   std::filesystem::remove(Path());
   std::filesystem::create_symlink("cards.json", Path());
   EXPECT_EQ(Path().string() + ": Too many levels of symbolic links", Cards());
 }
 
-TEST_F(Planted, ALinkNamedLikeTheLockIsNotFollowed) {
+TEST_F(PlantedFiles, ALinkNamedLikeTheLockIsNotFollowed) {
   const auto lock = Path().string() + ".lock";
   const auto victim = m_Directory / "victim";
   std::filesystem::remove(lock);
@@ -51,7 +51,7 @@ TEST_F(Planted, ALinkNamedLikeTheLockIsNotFollowed) {
   EXPECT_EQ("no error", Cards());
 }
 
-TEST_F(Planted, ALinkNamedLikeTheDraftIsReplaced) {
+TEST_F(PlantedFiles, ALinkNamedLikeTheDraftIsReplaced) {
   const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_symlink(victim, Path().string() + ".new");
@@ -60,7 +60,7 @@ TEST_F(Planted, ALinkNamedLikeTheDraftIsReplaced) {
   EXPECT_FALSE(std::filesystem::is_symlink(Path()));
 }
 
-TEST_F(Planted, RootRejectsADirectoryThatOthersCanWrite) {
+TEST_F(PlantedFiles, RootRejectsADirectoryThatOthersCanWrite) {
   chmod(m_Directory.c_str(), 0777);
   const std::string why =
       Path().string() + ": not trusted: " + m_Directory.string() + " " + kOthers;
@@ -74,26 +74,26 @@ TEST_F(Planted, RootRejectsADirectoryThatOthersCanWrite) {
   EXPECT_EQ("no error", Edit());
 }
 
-TEST_F(Planted, RootRejectsAFileThatOthersCanWrite) {
+TEST_F(PlantedFiles, RootRejectsAFileThatOthersCanWrite) {
   chmod(Path().c_str(), 0666);
   EXPECT_EQ(ForRoot(Path().string() + ": not trusted: the file " + kOthers), Cards());
 }
 
-TEST_F(Planted, RootRejectsAFileOrDirectoryWithAnAccessListForOthers) {
-  if (!ShareByAccessList(Path())) GTEST_SKIP() << "the file system has no access lists";
+TEST_F(PlantedFiles, RootRejectsAFileOrDirectoryWithAnAccessListForOthers) {
+  if (!ShareByAccessList(Path())) GTEST_SKIP() << "the file system does not support ACLs";
   EXPECT_EQ(ForRoot(Path().string() + ": not trusted: the file " + kOthers), Cards());
   ASSERT_TRUE(ShareByAccessList(m_Directory));
   EXPECT_EQ(ForRoot(Path().string() + ": not trusted: " + m_Directory.string() + " " + kOthers),
             Edit());
 }
 
-TEST_F(Planted, AFileWithASecondHardLinkInASharedDirectoryIsRejected) {
+TEST_F(PlantedFiles, AFileWithASecondHardLinkInASharedDirectoryIsRejected) {
   chmod(m_Directory.c_str(), 01777);
   std::filesystem::create_hard_link(Path(), m_Directory / "second");
   EXPECT_EQ(Path().string() + ": not trusted: the file has a second hard link", Cards());
 }
 
-TEST_F(Planted, RootRejectsAFileAndALinkOfAnotherUser) {
+TEST_F(PlantedFiles, RootRejectsAFileAndALinkOfAnotherUser) {
   if (!IsRoot()) GTEST_SKIP() << "only root can change the owner of files";
   ASSERT_EQ(0, chown(Path().c_str(), 65534, 65534));
   EXPECT_EQ(Path().string() + ": not trusted: the file is owned by uid 65534", Edit());
@@ -107,7 +107,7 @@ TEST_F(Planted, RootRejectsAFileAndALinkOfAnotherUser) {
             ErrorOf([&] { CardSim::StateFile(link).Cards(); }));
 }
 
-TEST_F(Planted, AMarkerThatIsALinkIsNotFollowed) {
+TEST_F(PlantedFiles, AMarkerThatIsALinkIsNotFollowed) {
   const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_directories(m_Directory / "sys/bus/pci");
@@ -118,10 +118,10 @@ TEST_F(Planted, AMarkerThatIsALinkIsNotFollowed) {
 }
 
 // A directory of another user, with links to a directory of root at several depths.
-class PlantedPaths : public Planted, public ::testing::WithParamInterface<const char*> {
+class PlantedPaths : public PlantedFiles, public ::testing::WithParamInterface<const char*> {
  protected:
   void SetUp() override {
-    Planted::SetUp();
+    PlantedFiles::SetUp();
     if (!IsRoot()) GTEST_SKIP() << "only root can change the owner of files";
     std::filesystem::create_directories(Theirs() / "one/two");
     std::filesystem::create_directory(Victim());
@@ -159,7 +159,7 @@ INSTANTIATE_TEST_SUITE_P(Table, PlantedPaths,
                          ::testing::Values(".", "link", "one", "one/link", "one/two",
                                            "one/two/link", "none"));
 
-TEST_F(Planted, MissingDirectoriesAreCreatedThroughLinksOfTheSameUser) {
+TEST_F(PlantedFiles, MissingDirectoriesAreCreatedThroughLinksOfTheSameUser) {
   std::filesystem::create_directory(m_Directory / "real");
   std::filesystem::create_directory_symlink("real", m_Directory / "way");
   const auto file = m_Directory / "way/a/../b/cards.json";
@@ -167,7 +167,7 @@ TEST_F(Planted, MissingDirectoriesAreCreatedThroughLinksOfTheSameUser) {
   EXPECT_TRUE(std::filesystem::exists(m_Directory / "real/b/cards.json"));
 }
 
-TEST_F(Planted, ADevicesDirectoryThatIsALinkIsReplaced) {
+TEST_F(PlantedFiles, ADevicesDirectoryThatIsALinkIsReplaced) {
   File().AddCard(0x1003);
   const auto victim = m_Directory / "victim";
   std::filesystem::create_directories(victim);
@@ -180,21 +180,21 @@ TEST_F(Planted, ADevicesDirectoryThatIsALinkIsReplaced) {
   EXPECT_FALSE(std::filesystem::is_symlink(devices));
 }
 
-TEST_F(Planted, AMarkerThatIsALinkToARegularFileIsRejected) {
+TEST_F(PlantedFiles, AMarkerThatIsALinkToARegularFileIsRejected) {
   const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_directories(m_Directory / "sys/bus/pci");
   std::filesystem::create_symlink(victim, m_Directory / "sys/bus/pci/.cardsim");
-  EXPECT_EQ((m_Directory / "sys/bus/pci/.cardsim").string() + ": is not a regular file",
+  EXPECT_EQ((m_Directory / "sys/bus/pci/.cardsim").string() + ": not a regular file",
             ErrorOf([this] { File().WriteSysfs(m_Directory / "sys"); }));
   EXPECT_EQ("precious", Slurp(victim));
 }
 
-TEST_F(Planted, AMarkerThatIsAPipeIsRejected) {
+TEST_F(PlantedFiles, AMarkerThatIsAPipeIsRejected) {
   std::filesystem::create_directories(m_Directory / "sys/bus/pci");
-  const auto mark = m_Directory / "sys/bus/pci/.cardsim";
-  ASSERT_EQ(0, mkfifo(mark.c_str(), 0600));
-  EXPECT_EQ(mark.string() + ": is not a regular file",
+  const auto marker = m_Directory / "sys/bus/pci/.cardsim";
+  ASSERT_EQ(0, mkfifo(marker.c_str(), 0600));
+  EXPECT_EQ(marker.string() + ": not a regular file",
             ErrorOf([this] { File().WriteSysfs(m_Directory / "sys"); }));
 }
 
@@ -207,7 +207,7 @@ std::vector<std::filesystem::path> SourceFiles() {
   return files;
 }
 
-TEST(Environment, IsReadOnlyBySecureGetenv) {
+TEST(Environment, IsAccessedOnlyThroughSecureGetenv) {
   const std::regex plain("[^_]getenv\\(");
   int files = 0;
   for (const auto& path : SourceFiles()) {
@@ -219,7 +219,7 @@ TEST(Environment, IsReadOnlyBySecureGetenv) {
   EXPECT_GT(files, 40);
 }
 
-TEST(Errors, AreNeverPrintedUnescaped) {
+TEST(Errors, AreAlwaysEscaped) {
   const std::regex raw("(printf|puts|<<)[^;]*what\\(\\)");
   EXPECT_TRUE(std::regex_search("fprintf(stderr, text,\n error.what());", raw));
   int files = 0;

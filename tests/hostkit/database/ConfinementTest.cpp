@@ -1,4 +1,4 @@
-// Restrictions on the statements of plug-ins, including SQL injected through a card's text.
+// Restrictions on the statements of plug-ins, including SQL injected through a card's strings.
 #include <chrono>
 #include <iterator>
 #include <sstream>
@@ -6,7 +6,7 @@
 #include "hostkit/EventCounts.h"
 #include "hostkit/EventLog.h"
 #include "tests/hostkit/database/Fixture.h"
-#include "tests/support/HostileTexts.h"
+#include "tests/support/InjectionStrings.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ class Confinement : public HostDatabaseTest {
   }
 
   // Expects that the host's tables are unchanged and still usable.
-  void ExpectUnharmed(const std::string& after) {
+  void ExpectIntact(const std::string& after) {
     const auto events = HostKit::ReadEvents(0, 10);
     ASSERT_EQ(events.size(), 1U) << after;
     EXPECT_EQ(events[0].m_SourceName, "first") << after;
@@ -57,14 +57,14 @@ class Confinement : public HostDatabaseTest {
 TEST_F(Confinement, AllowsAccessOnlyToRowsOfPlugins) {
   for (const std::string& statement : ForbiddenStatements()) {
     EXPECT_NE(FailureOf(statement), "") << statement;
-    ExpectUnharmed(statement);
+    ExpectIntact(statement);
     EXPECT_NE(FailureOf("SELECT 1; " + statement + "; SELECT 2"), "") << statement;
-    ExpectUnharmed(statement);
+    ExpectIntact(statement);
   }
   for (const std::string& expression : ForbiddenExpressions()) {
     EXPECT_NE(FailureOf("SELECT " + expression), "") << expression;
     EXPECT_NE(FailureOf("UPDATE host_adapter_rows SET ad_name = " + expression), "") << expression;
-    ExpectUnharmed(expression);
+    ExpectIntact(expression);
   }
 }
 
@@ -109,7 +109,7 @@ TEST_F(Confinement, RejectsFunctionsThatTheLayerDoesNotUse) {
   EXPECT_EQ(FailureOf("SELECT 1 GLOB 2"), "not authorized to use function: GLOB");
 }
 
-// A file of an earlier version may contain triggers that were injected through a card's text.
+// A file of an earlier version may contain triggers that were injected through a card's strings.
 TEST_F(Confinement, DropsForeignTriggersOfTheHostsTables) {
   Use(":memory:");
   OtherProgram(File()).Run(
@@ -201,7 +201,7 @@ TEST_F(Confinement, AbortsAStatementThatTakesTooLong) {
       FailureOf("INSERT INTO host_plugin_rows (pi_object_id) SELECT a.ID " + std::string(product)),
       "a statement takes too long");
   EXPECT_EQ(Counts(), "adapters 31 drives 0 plugins 0");
-  ExpectUnharmed("a long statement");
+  ExpectIntact("a long statement");
 }
 
 // Nested queries whose compile time doubles with each level.
@@ -219,7 +219,7 @@ TEST_F(Confinement, RejectsQueriesThatGrowExponentially) {
   EXPECT_EQ(FailureOf(DoublingQueries(3)), "");
   EXPECT_EQ(FailureOf(DoublingQueries(18)), "out of memory");
   EXPECT_EQ(FailureOf(DoublingQueries(40)), "out of memory");
-  ExpectUnharmed("queries that double");
+  ExpectIntact("queries that double");
 }
 
 // SQLite's query planner compares each OR term with many others.
@@ -250,7 +250,7 @@ TEST_F(Confinement, RejectsAStatementWithTooManyTokens) {
   EXPECT_EQ(FailureOf("SELECT \"" + std::string(16'381, '.') + "\""), "");
   EXPECT_EQ(FailureOf("SELECT \"" + std::string(16'382, '.') + "\""),
             "a statement contains too many tokens");
-  ExpectUnharmed("many alternatives");
+  ExpectIntact("many alternatives");
 }
 
 TEST_F(Confinement, LimitsTheQueriesOfACall) {
@@ -273,7 +273,7 @@ TEST_F(Confinement, LimitsTheMemoryOfSorting) {
   EXPECT_EQ(FailureOf("SELECT a.ID FROM host_adapter_rows a, host_adapter_rows b "
                       "ORDER BY a.ad_name || b.ad_name"),
             "");
-  ExpectUnharmed("a large sort");
+  ExpectIntact("a large sort");
 }
 
 TEST_F(Confinement, LimitsTheLengthOfAStatement) {
@@ -290,7 +290,7 @@ TEST_F(Confinement, LimitsTheSizeOfAResult) {
   EXPECT_EQ(FailureOf("SELECT a.ad_name FROM host_adapter_rows a, host_adapter_rows b, "
                       "host_adapter_rows c"),
             "the result is too large");
-  ExpectUnharmed("a large result");
+  ExpectIntact("a large result");
 }
 
 TEST_F(Confinement, LimitsTheLengthOfAString) {
@@ -356,24 +356,24 @@ TEST_F(Confinement, RejectsResultsThatTheLayerCannotRead) {
 }
 
 // Passes each hostile string to each kind of statement that the layer sends.
-TEST_F(Confinement, WithstandsHostileTextsInAnInsert) {
+TEST_F(Confinement, WithstandsInjectionInAnInsert) {
   struct Case {
     std::string Plugin::*field;
     int valuesAfter;
   };
   for (const Case& each :
        {Case{&Plugin::apiVersion, 9}, Case{&Plugin::pluginName, 7}, Case{&Plugin::vendor, 1}}) {
-    for (const std::string& text : HostileTexts(each.valuesAfter)) {
+    for (const std::string& text : InjectionStrings(each.valuesAfter)) {
       auto row = APlugin();
       row.*each.field = text;
       RunIgnoringRejection([&] { m_pStorage->insert(row); });
-      ExpectUnharmed(text);
+      ExpectIntact(text);
     }
   }
 }
 
-TEST_F(Confinement, WithstandsHostileTextsInAnUpdate) {
-  for (const std::string& text : HostileTexts(0)) {
+TEST_F(Confinement, WithstandsInjectionInAnUpdate) {
+  for (const std::string& text : InjectionStrings(0)) {
     for (const auto field : {&Adapter::serialNumber, &Adapter::name, &Adapter::firmwareVersion,
                              &Adapter::driverVersion, &Adapter::hostName}) {
       auto row = AnAdapter(1);
@@ -381,12 +381,12 @@ TEST_F(Confinement, WithstandsHostileTextsInAnUpdate) {
       row.*field = text;
       RunIgnoringRejection([&] { m_pStorage->update(row); });
     }
-    ExpectUnharmed(text);
+    ExpectIntact(text);
   }
 }
 
-TEST_F(Confinement, WithstandsHostileTextsInAQuery) {
-  for (const std::string& text : HostileTexts(0)) {
+TEST_F(Confinement, WithstandsInjectionInAQuery) {
+  for (const std::string& text : InjectionStrings(0)) {
     RunIgnoringRejection([&] {
       m_pStorage->get_all<PD>(
           where(is_equal(&PD::serialNumber, text) and is_equal(&PD::hostName, "localhost")));
@@ -395,17 +395,17 @@ TEST_F(Confinement, WithstandsHostileTextsInAQuery) {
         [&] { m_pStorage->get_all<Plugin>(where(is_equal(&Plugin::pluginName, text))); });
     RunIgnoringRejection(
         [&] { m_pStorage->get_all<Adapter>(where(is_equal(&Adapter::name, text))); });
-    ExpectUnharmed(text);
+    ExpectIntact(text);
   }
 }
 
-TEST_F(Confinement, WithstandsHostileTextsInADelete) {
-  for (const std::string& text : HostileTexts(0)) {
+TEST_F(Confinement, WithstandsInjectionInADelete) {
+  for (const std::string& text : InjectionStrings(0)) {
     RunIgnoringRejection(
         [&] { m_pStorage->remove_all<Plugin>(where(is_equal(&Plugin::pluginName, text))); });
     RunIgnoringRejection(
         [&] { m_pStorage->remove_all<Adapter>(where(is_equal(&Adapter::name, text))); });
-    ExpectUnharmed(text);
+    ExpectIntact(text);
   }
 }
 

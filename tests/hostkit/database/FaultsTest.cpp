@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kRead = "SELECT 1";
 constexpr const char* kWrite = "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"Skatra\")";
 
-class Faults : public HostDatabaseTest {
+class FaultyDatabase : public HostDatabaseTest {
  protected:
   // Closes the file until the next call to `Use`.
   void CloseFile() { Use(":memory:"); }
@@ -32,7 +32,7 @@ class Faults : public HostDatabaseTest {
   }
 };
 
-TEST_F(Faults, AFileThatIsNotADatabaseIsReportedAndNotChanged) {
+TEST_F(FaultyDatabase, AFileThatIsNotADatabaseIsReportedAndNotChanged) {
   CloseFile();
   const std::string text = "These are my notes, and they are longer than a header of any file.\n";
   WriteText(File(), text + text);
@@ -43,7 +43,7 @@ TEST_F(Faults, AFileThatIsNotADatabaseIsReportedAndNotChanged) {
   EXPECT_EQ(ReadText(File()), text + text);
 }
 
-TEST_F(Faults, WorksOnceAFileThatIsNotADatabaseIsRemoved) {
+TEST_F(FaultyDatabase, WorksOnceAFileThatIsNotADatabaseIsRemoved) {
   CloseFile();
   WriteText(File(), std::string(500, 'x'));
   Use(File().string());
@@ -52,7 +52,7 @@ TEST_F(Faults, WorksOnceAFileThatIsNotADatabaseIsRemoved) {
   ExpectWorking();
 }
 
-TEST_F(Faults, ADamagedFileIsReportedAndNotChanged) {
+TEST_F(FaultyDatabase, ADamagedFileIsReportedAndNotChanged) {
   m_pStorage->insert(AnAdapter(1));
   AppendEvent(PI::CEvent());
   CloseFile();
@@ -69,7 +69,7 @@ TEST_F(Faults, ADamagedFileIsReportedAndNotChanged) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-TEST_F(Faults, ATruncatedFileIsReportedAndNotChanged) {
+TEST_F(FaultyDatabase, ATruncatedFileIsReportedAndNotChanged) {
   CloseFile();
   const auto half = std::filesystem::file_size(File()) / 2;
   std::filesystem::resize_file(File(), half);
@@ -81,14 +81,14 @@ TEST_F(Faults, ATruncatedFileIsReportedAndNotChanged) {
   EXPECT_EQ(ReadText(File()), truncated);
 }
 
-TEST_F(Faults, AnEmptyFileBecomesADatabase) {
+TEST_F(FaultyDatabase, AnEmptyFileBecomesADatabase) {
   CloseFile();
   WriteText(File(), "");
   Use(File().string());
   ExpectWorking();
 }
 
-TEST_F(Faults, ADirectoryInPlaceOfTheFileIsReported) {
+TEST_F(FaultyDatabase, ADirectoryInPlaceOfTheFileIsReported) {
   CloseFile();
   std::filesystem::remove(File());
   std::filesystem::create_directory(File());
@@ -98,7 +98,7 @@ TEST_F(Faults, ADirectoryInPlaceOfTheFileIsReported) {
   ExpectWorking();
 }
 
-TEST_F(Faults, AFileInPlaceOfTheDirectoryIsReported) {
+TEST_F(FaultyDatabase, AFileInPlaceOfTheDirectoryIsReported) {
   const auto directory = m_Directory.Path() / "directory";
   WriteText(directory, "x");
   Use((directory / "corvane.db").string());
@@ -107,7 +107,7 @@ TEST_F(Faults, AFileInPlaceOfTheDirectoryIsReported) {
   ExpectWorking();
 }
 
-TEST_F(Faults, ARemovedFileIsRecreated) {
+TEST_F(FaultyDatabase, ARemovedFileIsRecreated) {
   m_pStorage->insert(AnAdapter(1));
   std::filesystem::remove_all(File().parent_path());
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
@@ -115,7 +115,7 @@ TEST_F(Faults, ARemovedFileIsRecreated) {
   EXPECT_EQ(OtherProgram(File()).Run("SELECT ad_adapter_number FROM host_adapter_rows"), "2");
 }
 
-TEST_F(Faults, AFileThatReplacesTheOpenOneIsUsedWithoutItsRows) {
+TEST_F(FaultyDatabase, AFileThatReplacesTheOpenOneIsUsedWithoutItsRows) {
   m_pStorage->insert(AnAdapter(1));
   AppendEvent(PI::CEvent());
   Use((m_Directory.Path() / "second.db").string());
@@ -126,7 +126,7 @@ TEST_F(Faults, AFileThatReplacesTheOpenOneIsUsedWithoutItsRows) {
   EXPECT_EQ(OtherProgram(m_Directory.Path() / "second.db").Run("PRAGMA integrity_check"), "ok");
 }
 
-TEST_F(Faults, WorksAfterAnotherProgramReleasesItsLock) {
+TEST_F(FaultyDatabase, WorksAfterAnotherProgramReleasesItsLock) {
   OtherProgram other(File());
   other.Run("BEGIN IMMEDIATE");
   EXPECT_EQ(FailureOf(kRead), "");
@@ -135,7 +135,7 @@ TEST_F(Faults, WorksAfterAnotherProgramReleasesItsLock) {
   ExpectWorking();
 }
 
-TEST_F(Faults, ClearsTheRowsAfterALockDuringTheStart) {
+TEST_F(FaultyDatabase, ClearsTheRowsOnceAStartupLockIsReleased) {
   m_pStorage->insert(AnAdapter(1));
   CloseFile();
   OtherProgram other(File());
@@ -147,7 +147,7 @@ TEST_F(Faults, ClearsTheRowsAfterALockDuringTheStart) {
   ExpectWorking();
 }
 
-TEST_F(Faults, WaitsForAShortLock) {
+TEST_F(FaultyDatabase, WaitsForAShortLock) {
   OtherProgram other(File());
   // Repeat the test if a busy machine delayed this thread, which made the lock too long.
   for (;;) {
@@ -165,7 +165,7 @@ TEST_F(Faults, WaitsForAShortLock) {
   }
 }
 
-TEST_F(Faults, WorksAfterTheDatabaseWasFull) {
+TEST_F(FaultyDatabase, WorksAfterTheDatabaseWasFull) {
   const SqliteInterceptor interceptor;
   Restart();
   AppendEvent(PI::CEvent());
@@ -179,7 +179,7 @@ TEST_F(Faults, WorksAfterTheDatabaseWasFull) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-TEST_F(Faults, WorksAfterTheDiskWasFull) {
+TEST_F(FaultyDatabase, WorksAfterTheDiskWasFull) {
   AppendEvent(PI::CEvent());
   m_pStorage->insert(AnAdapter(1));
   {
@@ -192,7 +192,7 @@ TEST_F(Faults, WorksAfterTheDiskWasFull) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-TEST_F(Faults, AReadOnlyFileIsReported) {
+TEST_F(FaultyDatabase, AReadOnlyFileIsReported) {
   m_pStorage->insert(AnAdapter(1));
   CloseFile();
   LetAllUsersRead(File());
@@ -202,7 +202,7 @@ TEST_F(Faults, AReadOnlyFileIsReported) {
   EXPECT_EQ(FailureOf(kWrite), "attempt to write a readonly database");
 }
 
-TEST_F(Faults, WorksOnceAReadOnlyFileIsWritable) {
+TEST_F(FaultyDatabase, WorksOnceAReadOnlyFileIsWritable) {
   CloseFile();
   using std::filesystem::perms;
   std::filesystem::permissions(File(), perms::owner_read);
@@ -215,7 +215,7 @@ TEST_F(Faults, WorksOnceAReadOnlyFileIsWritable) {
   ExpectWorking();
 }
 
-TEST_F(Faults, AReadOnlyDirectoryIsReported) {
+TEST_F(FaultyDatabase, AReadOnlyDirectoryIsReported) {
   std::filesystem::permissions(m_Directory.Path(), std::filesystem::perms::all);
   const auto directory = m_Directory.Path() / "closed";
   std::filesystem::create_directory(directory);

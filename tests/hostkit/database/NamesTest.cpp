@@ -8,7 +8,7 @@
 namespace {
 
 // The strings that a plug-in writes for any card.
-std::vector<std::string> FixedTexts() {
+std::vector<std::string> FixedStrings() {
 #define VALUE_NAME(name, number, text, ...) text,
   return {PI_VALUES(VALUE_NAME) "localhost",
           "SanDisk",
@@ -40,10 +40,10 @@ class Names : public HostDatabaseTest {
   }
 };
 
-TEST_F(Names, DifferFromFixedTexts) {
+TEST_F(Names, DifferFromFixedStrings) {
   const auto taken = ReservedNames();
   EXPECT_GT(taken.size(), 149U + 69U + 11U - 3U);
-  for (const std::string& text : FixedTexts()) {
+  for (const std::string& text : FixedStrings()) {
     EXPECT_TRUE(std::none_of(taken.begin(), taken.end(), [&](const auto& name) {
       return boost::iequals(name, text);
     })) << text;
@@ -51,10 +51,10 @@ TEST_F(Names, DifferFromFixedTexts) {
 }
 
 // Checks the same through the statements that plug-ins use.
-TEST_F(Names, DoNotChangeFixedTexts) {
+TEST_F(Names, DoNotChangeFixedStrings) {
   m_pStorage->insert(AnAdapter(1));
   auto row = Find(*m_pStorage, 1).at(0);
-  for (const std::string& text : FixedTexts()) {
+  for (const std::string& text : FixedStrings()) {
     row.statusName = text;
     row.statusReasonNames = {text};
     m_pStorage->update(row);

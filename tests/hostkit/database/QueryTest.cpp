@@ -18,7 +18,7 @@ TEST_F(Query, ReturnsCellsOfAllTypesAsText) {
 
 TEST_F(Query, RunsSeveralStatementsInOrder) {
   EXPECT_EQ(HostDatabaseTest::Query("INSERT INTO host_plugin_rows (pi_object_id) VALUES (1);"
-                                    "SELECT pi_object_id FROM host_plugin_rows; -- a word\n"
+                                    "SELECT pi_object_id FROM host_plugin_rows; -- a comment\n"
                                     "UPDATE host_plugin_rows SET pi_object_id = 2; ;"
                                     "SELECT pi_object_id FROM host_plugin_rows"),
             (Cells{"1", "2"}));
@@ -29,7 +29,7 @@ TEST_F(Query, ReturnsAnEmptyListForAnEmptyString) {
   EXPECT_EQ(HostDatabaseTest::Query(" -- nothing to do"), Cells());
 }
 
-TEST_F(Query, AcceptsThePragmaForForeignKeys) {
+TEST_F(Query, AcceptsTheForeignKeysPragma) {
   EXPECT_EQ(HostDatabaseTest::Query("PRAGMA foreign_keys = ON; SELECT 5"), Cells{"5"});
 }
 
@@ -39,7 +39,7 @@ TEST_F(Query, StopsAtTheStatementThatFails) {
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 1");
 }
 
-TEST_F(Query, FailsWithTheErrorMessageOfTheLibrary) {
+TEST_F(Query, ReportsTheErrorMessageFromSqlite) {
   EXPECT_EQ(FailureOf("SELEC 1"), "near \"SELEC\": syntax error");
   EXPECT_EQ(FailureOf("SELECT 'open"), "unrecognized token: \"'open\"");
 }

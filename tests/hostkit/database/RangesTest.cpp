@@ -120,8 +120,8 @@ TEST_F(Ranges, LimitTheNextKey) {
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
 }
 
-// Uses a table from the first version, with a key that is now out of range.
-TEST_F(Ranges, ApplyToAFileOfTheFirstVersion) {
+// Uses a table from the first schema version, with a key that is now out of range.
+TEST_F(Ranges, ApplyToAFileWithTheFirstSchema) {
   AppendEvent(PI::CEvent());
   const auto sqlOf = [this](const std::string& table) {
     return m_Other.Run("SELECT sql FROM sqlite_schema WHERE name = '" + table + "'");

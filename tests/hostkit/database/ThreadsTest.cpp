@@ -14,7 +14,7 @@ constexpr int kThreads = 4;
 constexpr int kRounds = 50;
 
 template <class Work>
-void OnThreads(Work work) {
+void RunOnThreads(Work work) {
   std::vector<std::thread> threads;
   for (int number = 0; number < kThreads; ++number) threads.emplace_back(work, number);
   for (auto& thread : threads) thread.join();
@@ -24,12 +24,12 @@ class Threads : public HostDatabaseTest {};
 
 TEST_F(Threads, ShareOneStorage) {
   std::atomic<int> different = 0;
-  OnThreads([&](int) { different += getDatabasePointer() == m_pStorage ? 0 : 1; });
+  RunOnThreads([&](int) { different += getDatabasePointer() == m_pStorage ? 0 : 1; });
   EXPECT_EQ(different, 0);
 }
 
 TEST_F(Threads, RunStatementsAndLogEventsConcurrently) {
-  OnThreads([&](int number) {
+  RunOnThreads([&](int number) {
     for (int round = 0; round < kRounds; ++round) {
       m_pStorage->dao->query("INSERT INTO host_adapter_rows (ad_adapter_number) VALUES (" +
                              std::to_string(number) + ")");
@@ -42,7 +42,7 @@ TEST_F(Threads, RunStatementsAndLogEventsConcurrently) {
 }
 
 TEST_F(Threads, LogEventsDuringRestarts) {
-  OnThreads([&](int number) {
+  RunOnThreads([&](int number) {
     for (int round = 0; round < kRounds; ++round) {
       if (number == 0) {
         HostKit::ReopenDatabase();

@@ -12,8 +12,8 @@ class Values : public HostDatabaseTest {
  protected:
   Values() { m_pStorage->insert(AnAdapter(1)); }
 
-  // Updates a row with the name and reads it back. Returns the name, or "(rejected)".
-  std::string Updated(const std::string& name) {
+  // Updates a row with the name. Returns the name as read back, or "(rejected)".
+  std::string UpdateName(const std::string& name) {
     auto row = AnAdapter(1);
     row.id = 1;
     row.name = name;
@@ -25,7 +25,8 @@ class Values : public HostDatabaseTest {
     return Find(*m_pStorage, 1).at(0).name;
   }
 
-  std::string Inserted(const std::string& name) {
+  // Inserts a row with the name. Returns the name as read back, or "(rejected)".
+  std::string InsertName(const std::string& name) {
     auto row = AnAdapter(2);
     row.name = name;
     try {
@@ -44,21 +45,21 @@ TEST_F(Values, AreReadUnchanged) {
         std::string("; DROP TABLE host_adapter_rows;"), std::string("  "), std::string("true"),
         std::string("\xFF\xFE not UTF-8"), std::string("null"), std::string("42"),
         std::string(1'000'000, 'x')}) {
-    EXPECT_EQ(Updated(text), text);
+    EXPECT_EQ(UpdateName(text), text);
   }
 }
 
 TEST_F(Values, AreNullIfTheTextIsNull) {
-  EXPECT_EQ(Updated("NULL"), "NULL");
+  EXPECT_EQ(UpdateName("NULL"), "NULL");
   EXPECT_EQ(Query("SELECT ad_name IS NULL FROM host_adapter_rows"), std::vector<std::string>{"1"});
 }
 
 TEST_F(Values, AreRejectedWithADoubleQuote) {
   for (const char* text : {"\"", "12\" shelf", "a\"b\"c", "ends in\""}) {
-    EXPECT_EQ(Updated(text), "(rejected)") << text;
-    EXPECT_EQ(Inserted(text), "(rejected)") << text;
+    EXPECT_EQ(UpdateName(text), "(rejected)") << text;
+    EXPECT_EQ(InsertName(text), "(rejected)") << text;
   }
-  EXPECT_EQ(Updated("the next one"), "the next one");
+  EXPECT_EQ(UpdateName("the next one"), "the next one");
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
 }
 
@@ -70,8 +71,8 @@ TEST_F(Values, AreChangedByPairsOfDoubleQuotes) {
   };
   for (const Case& each : {Case{"x\"\"y", "x\"y"}, Case{"\"\"", "\""}, Case{"\"\"\"\"", "\"\""},
                            Case{"12\"\" shelf", "12\" shelf"}, Case{"a\" || \"b", "ab"}}) {
-    EXPECT_EQ(Updated(each.text), each.stored);
-    EXPECT_EQ(Inserted(each.text), each.stored);
+    EXPECT_EQ(UpdateName(each.text), each.stored);
+    EXPECT_EQ(InsertName(each.text), each.stored);
     Query("DELETE FROM host_adapter_rows WHERE ad_adapter_number = 2");
   }
 }
@@ -95,32 +96,32 @@ TEST_F(Values, CannotBeQueriedWithASingleQuote) {
 }
 
 // An UPDATE interprets a string with the name of a column as the column; an INSERT does not.
-TEST_F(Values, NamedLikeAColumnAreReplacedByItsValue) {
-  EXPECT_EQ(Updated("ad_host_name"), "localhost");
-  EXPECT_EQ(Updated("AD_Adapter_Number"), "1");
-  EXPECT_EQ(Updated("id"), "1");
-  EXPECT_EQ(Updated("rowid"), "1");
-  EXPECT_EQ(Inserted("ad_host_name"), "ad_host_name");
+TEST_F(Values, ReplacesAValueThatEqualsAColumnName) {
+  EXPECT_EQ(UpdateName("ad_host_name"), "localhost");
+  EXPECT_EQ(UpdateName("AD_Adapter_Number"), "1");
+  EXPECT_EQ(UpdateName("id"), "1");
+  EXPECT_EQ(UpdateName("rowid"), "1");
+  EXPECT_EQ(InsertName("ad_host_name"), "ad_host_name");
 }
 
-TEST_F(Values, NamedLikeATableAreKept) {
-  EXPECT_EQ(Updated("host_adapter_rows"), "host_adapter_rows");
-  EXPECT_EQ(Updated("ad"), "ad");
+TEST_F(Values, KeepsAValueThatEqualsATableName) {
+  EXPECT_EQ(UpdateName("host_adapter_rows"), "host_adapter_rows");
+  EXPECT_EQ(UpdateName("ad"), "ad");
 }
 
-// Injected SQL can read and change rows, but nothing outside their tables.
-TEST_F(Values, ThatBreakOutOfTheirQuotesAreConfined) {
+// Injected SQL can read and change rows of the plug-in's tables, but cannot access anything else.
+TEST_F(Values, ConfinesInjectedSql) {
   const auto other = m_Directory.Path() / "other.db";
-  EXPECT_EQ(Updated("x\" WHERE 0; DELETE FROM host_adapter_rows WHERE ID = 5; --"), "NULL");
-  EXPECT_EQ(Updated("x\" WHERE 0; ATTACH '" + other.string() + "' AS o; --"), "(rejected)");
+  EXPECT_EQ(UpdateName("x\" WHERE 0; DELETE FROM host_adapter_rows WHERE ID = 5; --"), "NULL");
+  EXPECT_EQ(UpdateName("x\" WHERE 0; ATTACH '" + other.string() + "' AS o; --"), "(rejected)");
   EXPECT_FALSE(std::filesystem::exists(other));
 }
 
-TEST_F(Values, AreRejectedWithANulCharacter) {
-  EXPECT_EQ(Updated(std::string("a\0b", 3)), "(rejected)");
+TEST_F(Values, RejectsNulCharacters) {
+  EXPECT_EQ(UpdateName(std::string("a\0b", 3)), "(rejected)");
 }
 
-TEST_F(Values, InListsAreSplitAtQuestionMarks) {
+TEST_F(Values, SplitsListsAtQuestionMarks) {
   auto row = AnAdapter(1);
   row.id = 1;
   row.statusReasonNames = {"a?b", "", "c"};
@@ -128,7 +129,7 @@ TEST_F(Values, InListsAreSplitAtQuestionMarks) {
   EXPECT_EQ(Find(*m_pStorage, 1).at(0).statusReasonNames, (string_list{"a", "b", "c"}));
 }
 
-TEST_F(Values, ThatAreInfiniteOrNanAreRejected) {
+TEST_F(Values, RejectsInfinityAndNan) {
   PD drive;
   drive.objectId = 1;
   for (const double value : {HUGE_VAL, -HUGE_VAL, std::nan("")}) {

@@ -38,7 +38,7 @@ TEST_F(WithoutMemory, AFailedEventReleasesTheFile) {
 TEST_F(WithoutMemory, AStatementFailsWithADatabaseException) {
   const std::string sql =
       "DELETE FROM host_plugin_rows;"
-      "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"a text that is long\");"
+      "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"a string on the heap\");"
       "SELECT * FROM host_plugin_rows pi";
   int failures = 0;
   for (bool done = false; !done;) {
@@ -60,7 +60,7 @@ TEST_F(WithoutMemory, AStatementFailsWithADatabaseException) {
 }
 
 // The messages of other failures can have any length, and copying them requires memory.
-TEST_F(WithoutMemory, AnotherFailureBecomesADatabaseException) {
+TEST_F(WithoutMemory, OtherExceptionsBecomeDatabaseExceptions) {
   const std::runtime_error failure(std::string(1000, 'x'));
   for (const bool hasMemory : {true, false}) {
     std::string text;

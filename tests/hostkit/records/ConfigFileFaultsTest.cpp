@@ -90,7 +90,7 @@ TEST(ConfigFileFaults, ADirectoryThatRejectsNewFilesPreventsWriting) {
 
 // Runs `work` in a child process and returns its result.
 template <class Work>
-int InChild(Work work) {
+int RunInChild(Work work) {
   std::fflush(nullptr);  // so that the child does not repeat buffered output of the parent
   const pid_t child = fork();
   if (child == 0) _exit(work());
@@ -102,7 +102,7 @@ int InChild(Work work) {
 TEST(ConfigFileFaults, AFullDiskLeavesOnlyTheOldFile) {
   const ConfigDirectory config;
   WriteText(config.Ini(), "PollInterval=20\n");
-  const int result = InChild([&config] {
+  const int result = RunInChild([&config] {
     const rlimit full = {4, 4};
     std::signal(SIGXFSZ, SIG_IGN);
     if (setrlimit(RLIMIT_FSIZE, &full) != 0) return 99;
@@ -116,7 +116,7 @@ TEST(ConfigFileFaults, AFullDiskLeavesOnlyTheOldFile) {
 TEST(ConfigFileFaults, RunningOutOfDescriptorsKeepsTheOldFile) {
   const ConfigDirectory config;
   WriteText(config.Ini(), "PollInterval=20\n");
-  const int result = InChild([&config] {
+  const int result = RunInChild([&config] {
     const rlimit none = {0, 0};
     if (setrlimit(RLIMIT_NOFILE, &none) != 0) return 99;
     return static_cast<int>(config.Write("PollInterval", "30"));

@@ -14,7 +14,7 @@ TEST_F(ConfigFileTrust, AnotherUsersIniFileIsUnreadableAndNotChanged) {
   const auto shared = Directory("shared", 01777);
   config.MoveTo(shared);
   WriteText(shared / "Corvane.ini", "PollInterval=7\n");
-  WithOwner(shared / "Corvane.ini");
+  ChangeOwner(shared / "Corvane.ini");
   EXPECT_EQ(config.Read("PollInterval"), "unreadable");
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_EQ(ReadText(shared / "Corvane.ini"), "PollInterval=7\n");
@@ -36,7 +36,7 @@ TEST_F(ConfigFileTrust, AnotherUsersLinkIsNotFollowed) {
   const auto shared = Directory("shared", 01777);
   const auto own = Directory("own", 0755);
   WriteText(own / "target", "PollInterval=7\n");
-  WithOwner(Link(own / "target", shared / "Corvane.ini"));
+  ChangeOwner(Link(own / "target", shared / "Corvane.ini"));
   config.MoveTo(shared);
   EXPECT_EQ(config.Read("PollInterval"), "unreadable");
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);

@@ -61,7 +61,7 @@ std::string MessageOf(std::uint32_t number) {
   return HostKit::MessageOf(event);
 }
 
-bool Names(const std::string& message, const char* what) {
+bool Mentions(const std::string& message, const char* what) {
   return message.find(what) != std::string::npos;
 }
 
@@ -84,9 +84,9 @@ TEST(EventRegistry, HasOnlyReportedEvents) {
 TEST(EventRegistry, MessagesNameTheObjectsOfTheEvent) {
   for (const ReportedEvent& row : AllReported()) {
     const std::string message = MessageOf(row.number);
-    EXPECT_EQ(Names(message, "<card>"), row.about != About::Nothing) << message;
-    EXPECT_EQ(Names(message, "<drive>"), row.about == About::Drive) << message;
-    EXPECT_FALSE(Names(message, "%")) << message;
+    EXPECT_EQ(Mentions(message, "<card>"), row.about != About::Nothing) << message;
+    EXPECT_EQ(Mentions(message, "<drive>"), row.about == About::Drive) << message;
+    EXPECT_FALSE(Mentions(message, "%")) << message;
   }
 }
 
@@ -131,7 +131,7 @@ TEST(EventRegistry, AnEventHasTheAdviceOfItsReason) {
 struct ReportedReason {
   std::uint32_t reason;
   std::uint32_t event;   // reports the start of the reason; 0 if there is none
-  std::uint32_t status;  // the best possible status of an adapter with this reason
+  std::uint32_t status;  // the least severe status that the reason allows
 };
 
 #define REPORTED_BIT(mask, bit, reason, event, status) {Typed::reason, Typed::event, Typed::status},
@@ -198,7 +198,7 @@ TEST(EventRegistry, NoOtherEventHasAReason) {
   EXPECT_EQ(secondary, std::set<std::uint32_t>{Typed::CTRL_WRITE_REG_POWER});
 }
 
-TEST(EventRegistry, ReturnsTheBestStatusOfEachReason) {
+TEST(EventRegistry, ReturnsTheLeastSevereStatusOfEachReason) {
   std::map<std::uint32_t, std::uint32_t> wanted, known;
   for (const ReportedReason& row : kReasons) wanted.emplace(row.reason, row.status);
   for (std::uint32_t value = 0; value < kEnd; ++value) {
@@ -259,14 +259,14 @@ TEST(Advice, ExistsOnlyForValuesThatAreReasons) {
   EXPECT_EQ(HostKit::AdviceOf(Family::Value, kNoValue), "");
 }
 
-TEST(Meanings, AreSentencesForAllButPlainValues) {
+TEST(Meanings, AreSentencesExceptForValuesThatAreNotReasons) {
   for (const auto& [family, numbers] : kNumbers) {
     for (const std::uint32_t number : numbers) {
       const std::string meaning = HostKit::MeaningOf(family, number);
-      const bool plain =
+      const bool isNotAReason =
           family == Family::Value && HostKit::AdviceOf(Family::Value, number).empty();
       EXPECT_NE(meaning, "") << number;
-      EXPECT_TRUE(plain || IsASentence(meaning)) << number << ' ' << meaning;
+      EXPECT_TRUE(isNotAReason || IsASentence(meaning)) << number << ' ' << meaning;
     }
     EXPECT_EQ(HostKit::MeaningOf(family, kNoNumber), "");
   }

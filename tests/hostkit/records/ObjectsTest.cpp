@@ -116,7 +116,7 @@ TEST(Event, IsEmptyByDefault) {
   for (const std::string& text : event.m_PlaceHolders) EXPECT_EQ(text, "");
 }
 
-TEST(Event, CopyHasTheTexts) {
+TEST(Event, CopyHasTheStrings) {
   PI::CEvent event;
   event.m_EventID = PI::Event::PD_FORMAT_CHANGED;
   event.m_Time = 1700000000000;

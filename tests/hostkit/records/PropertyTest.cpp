@@ -16,12 +16,12 @@ static_assert(HostKit::VALUE_TYPE_MULTI_CHOICE == 6 && HostKit::VALUE_TYPE_RANGE
 
 using Numbers = std::vector<int>;
 
-PI::CProperty Fresh() {
+PI::CProperty NewProperty() {
   return PI::CProperty(PI::Property::PCI_BUS, false);
 }
 
 TEST(Property, HasItsOwnIdAsNameByDefault) {
-  const PI::CProperty property = Fresh();
+  const PI::CProperty property = NewProperty();
   EXPECT_EQ(property.m_PropertyID, PI::Property::PCI_BUS);
   EXPECT_EQ(property.m_NameID, PI::Property::PCI_BUS);
   EXPECT_FALSE(property.m_Writable);
@@ -29,7 +29,7 @@ TEST(Property, HasItsOwnIdAsNameByDefault) {
 }
 
 TEST(Property, HasTheDisplayDefaultsOfTheHost) {
-  const PI::CProperty property = Fresh();
+  const PI::CProperty property = NewProperty();
   EXPECT_EQ(property.m_Visible, 1U);
   EXPECT_EQ(property.m_SortKey, 0U);
   EXPECT_EQ(property.m_Indicator, 0U);
@@ -40,7 +40,7 @@ TEST(Property, HasTheDisplayDefaultsOfTheHost) {
 }
 
 TEST(Property, HasEmptyValuesByDefault) {
-  const auto value = Fresh().m_Value;
+  const auto value = NewProperty().m_Value;
   EXPECT_EQ(value.m_Choice.m_Value, 0);
   EXPECT_TRUE(value.m_Choice.m_Allowed.empty());
   EXPECT_EQ(value.m_String.m_Text, "");
@@ -52,7 +52,7 @@ TEST(Property, HasEmptyValuesByDefault) {
 }
 
 TEST(Property, HoldsStrings) {
-  PI::CProperty property = Fresh();
+  PI::CProperty property = NewProperty();
   property.SetValue("literal");
   EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_STRING);
   EXPECT_EQ(property.m_Value.m_String.m_Text, "literal");
@@ -64,7 +64,7 @@ TEST(Property, HoldsStrings) {
 }
 
 TEST(Property, HoldsScalars) {
-  PI::CProperty property = Fresh();
+  PI::CProperty property = NewProperty();
   property.SetValue(true);
   EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_BOOL);
   EXPECT_TRUE(property.m_Value.m_Bool);
@@ -77,7 +77,7 @@ TEST(Property, HoldsScalars) {
 }
 
 TEST(Property, ReturnsAChoice) {
-  PI::CProperty property = Fresh();
+  PI::CProperty property = NewProperty();
   const Numbers allowed = {PI::Value::OK, PI::Value::WARNING, PI::Value::FAILED};
   property.SetValue(PI::Value::WARNING, allowed);
   EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_CHOICE);
@@ -90,7 +90,7 @@ TEST(Property, ReturnsAChoice) {
 }
 
 TEST(Property, ReturnsARange) {
-  PI::CProperty property = Fresh();
+  PI::CProperty property = NewProperty();
   property.SetValue(15, 2, 255, 1U);
   EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_RANGE);
 
@@ -104,17 +104,17 @@ TEST(Property, ReturnsARange) {
 }
 
 TEST(Property, KeepsAValueOutsideItsRange) {
-  PI::CProperty property = Fresh();
+  PI::CProperty property = NewProperty();
   int value = 0;
-  for (const int odd : {-1, 101, INT_MIN, INT_MAX}) {
-    property.SetValue(odd, 0, 100, 1U);
+  for (const int outside : {-1, 101, INT_MIN, INT_MAX}) {
+    property.SetValue(outside, 0, 100, 1U);
     property.GetValueRange(value);
-    EXPECT_EQ(value, odd);
+    EXPECT_EQ(value, outside);
   }
 }
 
 TEST(Property, CopiesBothSetsOfAMultiChoice) {
-  PI::CProperty property = Fresh();
+  PI::CProperty property = NewProperty();
   Numbers values = {PI::Value::DETACHED, PI::Value::ATTACHED};
   Numbers allowed = {PI::Value::DETACHED, PI::Value::STOPPED, PI::Value::ATTACHED};
   property.SetValue(values, allowed);
@@ -128,7 +128,7 @@ TEST(Property, CopiesBothSetsOfAMultiChoice) {
 }
 
 TEST(Property, HasTheValueTypeOfTheLastSetter) {
-  PI::CProperty property = Fresh();
+  PI::CProperty property = NewProperty();
   property.SetValue(1, Numbers{1, 2});
   property.SetValue("text");
   EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_STRING);
@@ -145,7 +145,7 @@ TEST(Property, CopyHasAllFields) {
   property.SetValue(PI::Value::MAXIMUM_CAPACITY,
                     Numbers{PI::Value::MAXIMUM_CAPACITY, PI::Value::FACTORY_CAPACITY});
 
-  PI::CProperty copy = Fresh();
+  PI::CProperty copy = NewProperty();
   copy = PI::CProperty(property);
   EXPECT_EQ(copy.m_PropertyID, PI::Property::SIZE);
   EXPECT_EQ(copy.m_NameID, PI::ShortName::ID);

@@ -155,18 +155,18 @@ TEST_P(Cancellation, MayBeRequestedTwiceAndIsRecorded) {
 TEST_P(Cancellation, LeavesTheEventToTheOtherWaiter) {
   ReadyEvent event;
   unsigned int result = 0;
-  Job stays([&] { result = event.Wait(WAIT_INFINITE); });
-  Job goes([&] { event.Wait(WAIT_INFINITE); });
+  Job waiting([&] { result = event.Wait(WAIT_INFINITE); });
+  Job canceled([&] { event.Wait(WAIT_INFINITE); });
   Sleep(5);
-  goes->Cancel();
-  goes->Wait(WAIT_INFINITE);
+  canceled->Cancel();
+  canceled->Wait(WAIT_INFINITE);
   event.Set();
-  stays->Wait(WAIT_INFINITE);
+  waiting->Wait(WAIT_INFINITE);
   EXPECT_EQ(WAIT_SUCCEEDED, result);
 }
 
-// A line is sent to the sink by a destructor, which cancellation must not interrupt.
-TEST_P(Cancellation, DoesNotCutATraceLine) {
+// A destructor sends the line to the sink; cancellation must not interrupt it.
+TEST_P(Cancellation, DoesNotInterruptATraceLine) {
   MBX::Misc::CModuleInfo module(1, "Module", "1", nullptr, nullptr);
   ReadyEvent inSink, canceled;
   std::string seen;

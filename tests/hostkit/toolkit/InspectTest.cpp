@@ -129,7 +129,7 @@ TEST_P(Inspect, MakesTheNthWaitOfAnExistingOrFutureLockFail) {
   EXPECT_EQ("10101", results);
 }
 
-TEST_P(Inspect, ForgetsFailuresOnReset) {
+TEST_P(Inspect, ClearsFailuresOnReset) {
   ReadyLock lock;
   HostKit::FailLockWait(1, 1);
   HostKit::FailThreadCreate(1);

@@ -8,7 +8,7 @@ namespace {
 
 class Lock : public EveryTimeMode {
  protected:
-  // Returns the result of a wait in another thread, which releases the lock if it gets it.
+  // Returns the result of a wait in another thread, which releases the lock if the wait succeeded.
   static unsigned int TryElsewhere(Native_OS::CFastMutex& lock, unsigned int timeoutMs = 0) {
     unsigned int result = 0;
     Job job([&] {

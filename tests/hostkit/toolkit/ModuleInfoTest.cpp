@@ -37,7 +37,7 @@ TEST_F(ModuleInfo, FollowsTheTraceMaskWhileLoaded) {
   EXPECT_EQ(4U, late.m_TraceMask);
 }
 
-// The trace mask of the first module in a process, by the value of CORVANE_TRACE.
+// A value of CORVANE_TRACE and the trace mask that the first module in a process then has.
 struct StartCase {
   const char* variable;
   std::uint32_t mask;

@@ -39,7 +39,7 @@ class SeededSchedule : public testing::Test {
 
   // Lets two threads take two locks in opposite order. Returns the deadlock report, or an empty
   // string if no deadlock occurred.
-  static std::string Inversion(std::uint64_t seed) {
+  static std::string RunLockInversion(std::uint64_t seed) {
     HostKit::UseSeededSchedule(seed);
     HostKit::ResetLedger();
     std::string waits;
@@ -73,16 +73,16 @@ TEST_F(SeededSchedule, DiffersBetweenSeeds) {
 
 TEST_F(SeededSchedule, FindsALockInversion) {
   int found = 0;
-  for (std::uint64_t seed = 0; seed < 300; ++seed) found += Inversion(seed).empty() ? 0 : 1;
+  for (std::uint64_t seed = 0; seed < 300; ++seed) found += RunLockInversion(seed).empty() ? 0 : 1;
   EXPECT_GT(found, 0);
   EXPECT_LT(found, 300);
 }
 
 TEST_F(SeededSchedule, ReplaysADeadlockAndReportsTheOwnersOfLocks) {
   std::uint64_t seed = 0;
-  while (Inversion(seed).empty()) ASSERT_LT(++seed, 300U);
-  const std::string waits = Inversion(seed);
-  EXPECT_EQ(waits, Inversion(seed));
+  while (RunLockInversion(seed).empty()) ASSERT_LT(++seed, 300U);
+  const std::string waits = RunLockInversion(seed);
+  EXPECT_EQ(waits, RunLockInversion(seed));
   EXPECT_THAT(waits, testing::HasSubstr("thread 1 waits for lock 2, held by thread 2"));
   EXPECT_THAT(waits, testing::HasSubstr("thread 2 waits for lock 1, held by thread 1"));
   EXPECT_THAT(waits, testing::HasSubstr("main waits for the end of thread 1"));
@@ -139,7 +139,7 @@ TEST_F(SeededSchedule, IncludesThreadsThatRegister) {
     }
     left = true;
   });
-  // The thread needs turns until it has left the schedule, so joining it earlier would block both
+  // The thread needs turns to leave the schedule, so joining it before it has left would block both
   // threads.
   while (!left) {
     together = together || inside;

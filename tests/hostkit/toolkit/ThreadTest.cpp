@@ -89,7 +89,7 @@ TEST_P(Thread, CountsFailedStarts) {
 }
 
 // FailThreadCreate counts only starts that would have succeeded.
-TEST_P(Thread, FailsTheRequestedStarts) {
+TEST_P(Thread, FailsTheSelectedStarts) {
   HostKit::FailThreadCreate(2);
   HostKit::FailThreadCreate(4);
   std::string results;

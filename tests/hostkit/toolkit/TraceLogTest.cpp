@@ -228,7 +228,7 @@ TEST_F(TraceLogDeathTest, EscapesTheNameOfAFullFile) {
   fs::remove(file);
 }
 
-// The path is that of a directory, which cannot be opened for writing.
+// The path is a directory, which cannot be opened for writing.
 TEST_F(TraceLogDeathTest, EscapesTheNameFromTheEnvironment) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   const fs::path directory = fs::current_path() / "trace\x1b[31m\n\u202e";

@@ -1,5 +1,5 @@
-// The list of the cards that were found at the start. Scans use only its positions and paths, so
-// the test reads the list in the plug-in.
+// The list of the cards that were found at startup. Scans use only its positions and paths, so the
+// test reads the list in the plug-in.
 
 #include <gmock/gmock.h>
 
@@ -18,7 +18,7 @@ OPEN_MEMBER(ControlDevicePathsMember, m_ControlDevicePaths,
 
 using testing::ElementsAre;
 
-// Renders number and path of each entry, such as "0 /dev/fct1".
+// Renders the number and path of each entry, such as "0 /dev/fct1".
 std::vector<std::string> ControlDevicePaths() {
   std::vector<std::string> texts;
   for (const auto& entry : ThePlugin().*Open(ControlDevicePathsMember())) {

@@ -131,7 +131,7 @@ class LockObjectsInAFailedScan : public LockObjects {
     std::vector<std::string> marks;
     m_Host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) { marks.push_back(Marks()); };
     CardSim::FailCall("vsl_open", 1, 62, "unavailable", 1000);
-    m_Host.ForgetTraces();
+    m_Host.ClearTraces();
     Pass(3000);
     EXPECT_THAT(m_Host.Traces(16), testing::Contains("After ScanSystem() ret = 20003").Times(1));
     m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) {};

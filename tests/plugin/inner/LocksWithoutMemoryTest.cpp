@@ -1,6 +1,6 @@
-// Locks that are released before the end of a block, in the case that memory runs out: whichever
-// allocation fails, the next command can acquire the lock. The exception would terminate the
-// process on a thread of the plug-in, so the thread's steps run on the test's own thread.
+// Running out of memory while a lock is held that is released before the end of a block: regardless
+// of which allocation fails, the next command can acquire the lock. The exception would terminate
+// the process on a thread of the plug-in, so the thread's steps run on the test's own thread.
 
 #include <gmock/gmock.h>
 
@@ -99,7 +99,8 @@ struct MemoryCase {
   Shortage shortage;
 };
 
-class EachAllocation : public LocksWithoutMemory, public testing::WithParamInterface<MemoryCase> {
+class EachAllocationFailure : public LocksWithoutMemory,
+                              public testing::WithParamInterface<MemoryCase> {
  protected:
   // Fails each allocation of the step in turn, until none is left, and returns their number.
   // `prepare` runs before each attempt and `check` after it, both without failures.
@@ -130,12 +131,12 @@ class EachAllocation : public LocksWithoutMemory, public testing::WithParamInter
     } catch (const std::bad_alloc&) {
     }
     HostKit::SetTraceMask(kNoTraces);
-    m_Host.ForgetTraces();
+    m_Host.ClearTraces();
     return count == 0 ? failing : std::min(count, failing);
   }
 };
 
-TEST_P(EachAllocation, OfCollectingEventsReleasesTheLockAndKeepsTheEvents) {
+TEST_P(EachAllocationFailure, ReleasesTheLockAndKeepsCollectedEvents) {
   PI::CEvent event;
   event.m_SourceName = "a name that does not fit into the string itself";
   PI::COperation operation;
@@ -153,7 +154,7 @@ TEST_P(EachAllocation, OfCollectingEventsReleasesTheLockAndKeepsTheEvents) {
   EXPECT_EQ(EventsForTheNextCommand(), 2U);
 }
 
-TEST_P(EachAllocation, OfAPollReleasesBothLocks) {
+TEST_P(EachAllocationFailure, ReleasesBothLocksOfAPoll) {
   m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) {};
   const auto prepare = [&] {
     // Each pass finds a change and raises an event.
@@ -168,7 +169,7 @@ TEST_P(EachAllocation, OfAPollReleasesBothLocks) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-TEST_P(EachAllocation, OfAJobReleasesItsLocks) {
+TEST_P(EachAllocationFailure, ReleasesTheLocksOfAJob) {
   ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);  // so that the failure has a name
   Pass(1);
   CardSim::FailCall("vsl_op_start", 1, 5, "no", 1000);
@@ -181,7 +182,7 @@ TEST_P(EachAllocation, OfAJobReleasesItsLocks) {
   EXPECT_EQ(EventsForTheNextCommand(), 4U);
 }
 
-INSTANTIATE_TEST_SUITE_P(LocksWithoutMemory, EachAllocation,
+INSTANTIATE_TEST_SUITE_P(LocksWithoutMemory, EachAllocationFailure,
                          testing::Values(MemoryCase{"Untraced", kNoTraces, Shortage::OneFails},
                                          MemoryCase{"Traced", kAllTraces, Shortage::OneFails},
                                          MemoryCase{"TracedToTheEnd", kAllTraces,
@@ -195,7 +196,7 @@ TEST_F(LocksWithoutMemory, AnInterruptedPollTracesItsReleases) {
   };
   getDatabasePointer()->dao = std::make_shared<Broken>();
   HostKit::SetTraceMask(kLockTraces);
-  m_Host.ForgetTraces();
+  m_Host.ClearTraces();
   EXPECT_THROW(PollBy(Open(PollMember())), std::logic_error);
   ExpectNoLockHeld();
   EXPECT_THAT(

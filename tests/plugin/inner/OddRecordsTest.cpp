@@ -29,12 +29,12 @@ class OddRecords : public testing::Test {
   static std::vector<std::string> RowsOf(CFusionIOAdapter& adapter, unsigned int propertyId) {
     std::vector<PI::CProperty> properties;
     EXPECT_EQ((ThePlugin().*Open(AdapterPropertiesMember()))(adapter, properties, propertyId), 0U);
-    return Rendered(properties);
+    return RenderAll(properties);
   }
   static std::vector<std::string> RowsOf(CFusionIOPhysicalDrive& drive, unsigned int propertyId) {
     std::vector<PI::CProperty> properties;
     EXPECT_EQ((ThePlugin().*Open(DrivePropertiesMember()))(drive, properties, propertyId), 0U);
-    return Rendered(properties);
+    return RenderAll(properties);
   }
 
   OneCard m_Host;

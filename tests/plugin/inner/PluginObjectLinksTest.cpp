@@ -16,14 +16,14 @@ class PluginObjectLinks : public WorkerFixture {
   void StartWithAParent() {
     AddCards(2);
     StartWatch();
-    AwaitWakeUps(2);
+    WaitForWakeUps(2);
     PluginObject().m_Parents = {7};
   }
 };
 
 TEST_F(PluginObjectLinks, AreTheAdaptersAfterAScan) {
   StartWithAParent();
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(PluginObject().m_Parents, IsEmpty());
   EXPECT_THAT(PluginObject().m_Children, ElementsAre(FIRST, SECOND));
 }
@@ -31,7 +31,7 @@ TEST_F(PluginObjectLinks, AreTheAdaptersAfterAScan) {
 TEST_F(PluginObjectLinks, AreRemovedByAFailedScan) {
   StartWithAParent();
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
-  AwaitScans();
+  WaitForScans();
   EXPECT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), testing::SizeIs(1));
   EXPECT_THAT(PluginObject().m_Parents, IsEmpty());
   EXPECT_THAT(PluginObject().m_Children, IsEmpty());

@@ -128,7 +128,7 @@ TEST_F(RowOperations, FindTheInsertedRowOfAnAdapterWithANegativeNumber) {
 }
 
 // Returns the type and message of the exception that `run` throws, or an empty string.
-std::string Thrown(const std::function<void()>& run) {
+std::string ExceptionOf(const std::function<void()>& run) {
   try {
     run();
   } catch (const std::invalid_argument& exception) {
@@ -147,8 +147,8 @@ TEST_F(RowOperations, PassOnTheExceptionForAKeyThatCannotBeRead) {
     SCOPED_TRACE(key);
     m_Statements.OnResult([key = key](const std::string&, Cells& cells) { cells.at(0) = key; });
     m_Statements.Begin();
-    EXPECT_EQ(Thrown([] { Call(UpdateAdapter(), Adapters().at(0)); }), thrown);
-    EXPECT_EQ(Thrown([] { Call(UpdateDrive(), Drives().at(0)); }), thrown);
+    EXPECT_EQ(ExceptionOf([] { Call(UpdateAdapter(), Adapters().at(0)); }), thrown);
+    EXPECT_EQ(ExceptionOf([] { Call(UpdateDrive(), Drives().at(0)); }), thrown);
     EXPECT_THAT(m_Statements.Statements(),
                 ElementsAre(StartsWith("SELECT * FROM host_adapter_rows"),
                             StartsWith("SELECT * FROM host_drive_rows")));

@@ -1,5 +1,5 @@
-// Properties and operations are created for each request. The stored objects keep none; otherwise
-// the next tree would include them and grow with each request.
+// Properties and operations are created for each request. They must not be stored in the objects;
+// otherwise the next topology would include them and grow with each request.
 
 #include <gmock/gmock.h>
 
@@ -14,7 +14,7 @@ namespace CorvaneTest {
 namespace {
 
 // Renders the lists of the stored objects that are not empty.
-std::string KeptLists() {
+std::string NonemptyLists() {
   std::string kept;
   const auto check = [&kept](const std::string& object, const PI::CObject& stored) {
     if (!stored.m_Properties.empty()) kept += object + " properties,";
@@ -40,12 +40,12 @@ class StoredObjects : public testing::Test {
   OneCard m_Host;
 };
 
-TEST_F(StoredObjects, KeepNothingOfTheTree) {
+TEST_F(StoredObjects, HaveNoListsAfterATopologyRequest) {
   ASSERT_EQ(m_Host.Topology().size(), 3U);
-  EXPECT_EQ(KeptLists(), "");
+  EXPECT_EQ(NonemptyLists(), "");
 }
 
-TEST_F(StoredObjects, KeepNothingOfTheirProperties) {
+TEST_F(StoredObjects, HaveNoListsAfterPropertyRequests) {
   for (const std::uint64_t object : OBJECTS) {
     EXPECT_FALSE(m_Host.Properties(object).empty());
     PI::CProperty property(PI::Property::UNDEFINED, false);
@@ -53,10 +53,10 @@ TEST_F(StoredObjects, KeepNothingOfTheirProperties) {
     m_Host.Execute(PI::CMD_SET_PROPERTY, object, &property);
   }
   EXPECT_EQ(m_Host.SetPollInterval(3), 0U);
-  EXPECT_EQ(KeptLists(), "");
+  EXPECT_EQ(NonemptyLists(), "");
 }
 
-TEST_F(StoredObjects, KeepNothingOfTheirOperations) {
+TEST_F(StoredObjects, HaveNoListsAfterOperationRequests) {
   for (const std::uint64_t object : OBJECTS) {
     m_Host.Operations(object);
     for (const std::uint32_t operation :
@@ -66,15 +66,15 @@ TEST_F(StoredObjects, KeepNothingOfTheirOperations) {
     }
   }
   m_Host.Run(OneCard::ADAPTER, PI::OP_LOCATE_DEVICE);
-  EXPECT_EQ(KeptLists(), "");
+  EXPECT_EQ(NonemptyLists(), "");
 }
 
-TEST_F(StoredObjects, KeepNothingAcrossAScanThatChangesThem) {
+TEST_F(StoredObjects, HaveNoListsAfterAScanThatChangesThem) {
   m_Host.Topology();
   m_Host.Set({{"board_name", "Other"}, {"sector_size_bytes", "4096"}});
   Pass(5000);
   ASSERT_EQ(Adapters().at(0).m_BoardName, "Other");
-  EXPECT_EQ(KeptLists(), "");
+  EXPECT_EQ(NonemptyLists(), "");
 }
 
 }  // namespace

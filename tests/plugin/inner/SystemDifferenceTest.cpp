@@ -56,7 +56,7 @@ Records Cards(const std::vector<std::uint32_t>& cards) {
   return records;
 }
 
-SystemDifference Compared(const Records& stored, const Records& scanned) {
+SystemDifference CompareRecords(const Records& stored, const Records& scanned) {
   return Compare(stored.adapters, stored.drives, scanned.adapters, scanned.drives, NOW);
 }
 
@@ -70,7 +70,7 @@ std::vector<std::string> Names(const SystemDifference& difference) {
   for (const auto& each : difference.m_ChangedDrives) texts.push_back("~" + each.m_Name);
   return texts;
 }
-// Renders name, severity and object, such as "CTRL_PNPADD/2 of 11".
+// Renders each event's name, severity and object, such as "CTRL_PNPADD/2 of 11".
 std::vector<std::string> Events(const SystemDifference& difference) {
   std::vector<std::string> texts;
   for (const PI::CEvent& event : difference.m_Events) {
@@ -97,7 +97,7 @@ TEST_P(EachDifference, HasItsRecordsAndEvents) {
   Records stored = Cards({1, 2});
   Records scanned = stored;
   GetParam().change(stored, scanned);
-  const SystemDifference difference = Compared(stored, scanned);
+  const SystemDifference difference = CompareRecords(stored, scanned);
   EXPECT_EQ(Names(difference), GetParam().records);
   EXPECT_EQ(Events(difference), GetParam().events);
   EXPECT_EQ(difference.Any(), !GetParam().records.empty());
@@ -266,7 +266,7 @@ TEST(SystemDifference, SetsTimeAndStoredNameInEventsOfAnAdapter) {
   Records scanned = stored;
   scanned.adapters[0].m_Name = "renamed";
   scanned.adapters[0].m_StatusReasons = {PI::Value::DETACHED};
-  const SystemDifference difference = Compared(stored, scanned);
+  const SystemDifference difference = CompareRecords(stored, scanned);
   ASSERT_THAT(difference.m_Events, SizeIs(1));
   const PI::CEvent& event = difference.m_Events[0];
   EXPECT_EQ(event.m_Time, NOW);
@@ -280,7 +280,7 @@ TEST(SystemDifference, SetsTheScannedAdapterNameInEventsOfADrive) {
   scanned.adapters[0].m_Name = "renamed";
   scanned.drives[0].m_Name = "renamed too";
   scanned.drives[0].m_SectorSize = 4096;
-  const SystemDifference difference = Compared(stored, scanned);
+  const SystemDifference difference = CompareRecords(stored, scanned);
   ASSERT_THAT(difference.m_Events, SizeIs(1));
   const PI::CEvent& event = difference.m_Events[0];
   EXPECT_EQ(event.m_Time, NOW);
@@ -289,7 +289,7 @@ TEST(SystemDifference, SetsTheScannedAdapterNameInEventsOfADrive) {
   EXPECT_EQ(event.m_PlaceHolders.at(1), "D1");
 }
 
-// The stored record has the new masks in its histories; the scanned record has the settled masks.
+// The stored record has the new masks in its histories; the scanned record has the debounced masks.
 TEST(SystemDifference, EntersUnsettledMasksOnlyInTheHistories) {
   Records stored = Cards({1});
   CFusionIOAdapter& before = stored.adapters[0];
@@ -298,7 +298,7 @@ TEST(SystemDifference, EntersUnsettledMasksOnlyInTheHistories) {
   before.m_FlagHistoryIndex.m_Value = 1;
   Records scanned = stored;
   Show(scanned.adapters[0], 8, 16, 32);
-  const SystemDifference difference = Compared(stored, scanned);
+  const SystemDifference difference = CompareRecords(stored, scanned);
   ASSERT_THAT(difference.m_ChangedAdapters, SizeIs(1));
   const CFusionIOAdapter& old = difference.m_ChangedAdapters[0].m_Before;
   EXPECT_THAT(old.m_ErrorHistory.m_Value, ElementsAre(0, 8, 0));
@@ -319,15 +319,14 @@ TEST(SystemDifference, ReusesTheSlotsOfTheHistoriesInTurn) {
   stored.adapters[0].m_FlagHistoryIndex.m_Value = 2;
   Records scanned = stored;
   Show(scanned.adapters[0], 1, 0, 0);
-  const SystemDifference difference = Compared(stored, scanned);
+  const SystemDifference difference = CompareRecords(stored, scanned);
   ASSERT_THAT(difference.m_ChangedAdapters, SizeIs(1));
   EXPECT_THAT(difference.m_ChangedAdapters[0].m_Before.m_ErrorHistory.m_Value,
               ElementsAre(0, 0, 1));
   EXPECT_EQ(difference.m_ChangedAdapters[0].m_Before.m_FlagHistoryIndex.m_Value, 0U);
 }
 
-// Two equal masks out of three are not enough, whichever two they are. The mask of the scan is the
-// third.
+// Two equal masks out of three are not enough, in any order. The mask of the scan is the third.
 TEST(SystemDifference, KeepsTheStoredMaskUntilThreeAreEqual) {
   for (const std::size_t odd : {0U, 1U, 2U}) {
     Records stored = Cards({1});
@@ -340,7 +339,7 @@ TEST(SystemDifference, KeepsTheStoredMaskUntilThreeAreEqual) {
     Records scanned = stored;
     const std::uint64_t mask = odd == 2 ? 8 : 4;
     Show(scanned.adapters[0], mask, mask, mask);
-    const SystemDifference difference = Compared(stored, scanned);
+    const SystemDifference difference = CompareRecords(stored, scanned);
     ASSERT_THAT(difference.m_ChangedAdapters, SizeIs(1));
     EXPECT_EQ(difference.m_ChangedAdapters[0].m_After.m_ErrorFlags, 0U) << odd;
     EXPECT_EQ(difference.m_ChangedAdapters[0].m_After.m_WarningFlags, 0U) << odd;
@@ -353,7 +352,7 @@ TEST(SystemDifference, AssignsTheAdaptersGlobalNumberToAnAddedDrive) {
   const Records stored = Cards({1});
   Records scanned = Cards({1, 2});
   scanned.drives[1].m_GlobalNumber = 99;
-  const SystemDifference difference = Compared(stored, scanned);
+  const SystemDifference difference = CompareRecords(stored, scanned);
   ASSERT_THAT(difference.m_AddedDrives, SizeIs(1));
   EXPECT_EQ(difference.m_AddedDrives[0].m_GlobalNumber, 32U);
 }
@@ -365,7 +364,7 @@ TEST(SystemDifference, FindsTheDriveOfAnAddedAdapterByItsSerialNumber) {
   scanned.adapters.pop_back();
   scanned.drives[1].m_SerialNumber = "S9";
   scanned.drives[2].m_SerialNumber = "S2";
-  EXPECT_THAT(Names(Compared(stored, scanned)), ElementsAre("+A2", "+D3"));
+  EXPECT_THAT(Names(CompareRecords(stored, scanned)), ElementsAre("+A2", "+D3"));
 }
 
 // A drive that takes over another number is compared with that number.
@@ -374,7 +373,7 @@ TEST(SystemDifference, ComparesADriveWithTheNumberThatItTookOver) {
   Records scanned = Cards({1});
   scanned.adapters.push_back(Adapter(2));
   scanned.adapters[1].m_SerialNumber = "S1";
-  EXPECT_THAT(Names(Compared(stored, scanned)), ElementsAre("+A2", "+D1", "~D1"));
+  EXPECT_THAT(Names(CompareRecords(stored, scanned)), ElementsAre("+A2", "+D1", "~D1"));
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ class UpdateSystem : public testing::Test {
     m_ScannedDrives.push_back(drive);
   }
 
-  // Renders event and object of each collected event.
+  // Renders the event and object of each collected event.
   std::vector<std::string> Events() {
     std::vector<std::string> texts;
     for (const PI::CEvent& event : m_Host.CollectEvents()) {

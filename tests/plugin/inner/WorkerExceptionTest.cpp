@@ -36,7 +36,7 @@ class WorkerException : public testing::Test {
   OneCard m_Host;
 };
 
-TEST_F(WorkerException, OfTheHostIsNotCaught) {
+TEST_F(WorkerException, FromTheHostIsNotCaught) {
   m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) { throw std::logic_error("from the host"); };
   EXPECT_THROW(Run(), std::logic_error);
 }

@@ -19,7 +19,7 @@
 
 namespace ClientTest {
 
-// What the service does after a request.
+// The behavior of the service after a request.
 struct Behavior {
   std::string m_Bytes;          // sent as the reply
   bool m_KeepsSilence = false;  // leaves the connection open after the reply

@@ -68,7 +68,7 @@ std::optional<Console::Failure> FailureOf(const std::function<void()>& call) {
   return std::nullopt;
 }
 
-TEST_F(ServiceSession, KnowsThePluginOfTheService) {
+TEST_F(ServiceSession, ReportsThePluginOfTheService) {
   const Service::ServiceSession& session = Connect({});
   EXPECT_EQ("/p.so", session.Info().m_File);
   EXPECT_EQ(7U, session.Info().m_ModuleID);
@@ -115,7 +115,7 @@ const BadReply kBadReplies[] = {
      {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"result\": 0"},
      ExitCode::Failed,
      "SERVICE_REPLY_INVALID",
-     "{} sent an unusable reply: it ends early"},
+     "{} sent an unusable reply: it is truncated"},
     {"Html", ClientTest::Reply(200, "text/html", "<html></html>"), ExitCode::Failed,
      "SERVICE_REPLY_INVALID", "{} sent an unusable reply: [json.exception.parse_error.101]"},
     {"HtmlOfAnError", ClientTest::Reply(404, "text/html", "<html></html>"), ExitCode::Failed,
@@ -150,7 +150,7 @@ const BadReply kBadReplies[] = {
 
 class BadReplies : public ServiceSession, public testing::WithParamInterface<BadReply> {};
 
-TEST_P(BadReplies, AreFailures) {
+TEST_P(BadReplies, FailARequest) {
   Service::ServiceSession& session = Connect(GetParam().m_Behavior);
   const auto failure = FailureOf([&] { session.Topology(); });
   ASSERT_TRUE(failure);
@@ -161,15 +161,15 @@ TEST_P(BadReplies, AreFailures) {
   EXPECT_EQ(0U, failure->m_Text.find(text)) << failure->m_Text;
 }
 
-TEST_P(BadReplies, AreFailuresOfTheFirstRequest) {
+TEST_P(BadReplies, FailTheFirstRequest) {
   const auto failure =
       FailureOf([&] { Start([](const std::string&) { return GetParam().m_Behavior; }); });
   ASSERT_TRUE(failure);
-  const bool isOtherText = std::string(GetParam().m_Name) == "NoResult" ||
-                           std::string(GetParam().m_Name) == "AnotherVersion";
+  const bool hasOtherText = std::string(GetParam().m_Name) == "NoResult" ||
+                            std::string(GetParam().m_Name) == "AnotherVersion";
   EXPECT_EQ(GetParam().m_Code, failure->m_Code);
   EXPECT_EQ(GetParam().m_Id, failure->m_Id);
-  if (isOtherText) {
+  if (hasOtherText) {
     EXPECT_THAT(failure->m_Text, HasSubstr("plugin"));
   }
 }
@@ -210,7 +210,8 @@ TEST_F(ServiceSession, GivesUpAtTheDeadline) {
   EXPECT_EQ(ExitCode::TimedOut, failure->m_Code);
   EXPECT_EQ("TIMED_OUT", failure->m_Id);
   EXPECT_EQ(Name() + " does not respond", failure->m_Text);
-  EXPECT_THAT(failure->m_Advice, ElementsAre("If it is only slow, pass a longer --timeout."));
+  EXPECT_THAT(failure->m_Advice,
+              ElementsAre("If the service is only slow, pass a longer --timeout."));
 }
 
 TEST_F(ServiceSession, WarnsThatAChangeMayStillTakeEffect) {
@@ -332,7 +333,7 @@ TEST_F(ServiceSession, ReconnectsAfterTheEndOfTheStream) {
               ElementsAre("GET /v1/session", "GET /v1/events/stream", "GET /v1/events/stream"));
 }
 
-TEST_F(ServiceSession, PausesBeforeItConnectsAgain) {
+TEST_F(ServiceSession, WaitsBeforeItConnectsAgain) {
   Service::ServiceSession& session = Connect({kStream});
   EXPECT_TRUE(session.WaitForNotification(milliseconds(60000)));
   const auto begin = std::chrono::steady_clock::now();
@@ -341,7 +342,7 @@ TEST_F(ServiceSession, PausesBeforeItConnectsAgain) {
   EXPECT_LE(milliseconds(200), std::chrono::steady_clock::now() - begin);
 }
 
-TEST_F(ServiceSession, StopsPausingForAKey) {
+TEST_F(ServiceSession, StopsWaitingToReconnectWhenADescriptorIsReady) {
   Service::ServiceSession& session = Connect({kStream});
   EXPECT_TRUE(session.WaitForNotification(milliseconds(60000)));
   const Console::Notifier key;
@@ -373,9 +374,9 @@ TEST(HttpClient, AcceptsBodiesUpToTheLimit) {
   Service::HttpRequest request;
   request.m_Path = "/";
   Service::HttpClient enough(service.Socket(), 8);
-  EXPECT_EQ("12345678", enough.Ask(request, Console::Deadline())->m_Body);
+  EXPECT_EQ("12345678", enough.Send(request, Console::Deadline())->m_Body);
   Service::HttpClient tooShort(service.Socket(), 7);
-  const auto failure = FailureOf([&] { tooShort.Ask(request, Console::Deadline()); });
+  const auto failure = FailureOf([&] { tooShort.Send(request, Console::Deadline()); });
   ASSERT_TRUE(failure);
   EXPECT_EQ("SERVICE_REPLY_INVALID", failure->m_Id);
   EXPECT_THAT(failure->m_Text, HasSubstr("it is too long"));

@@ -91,7 +91,7 @@ class EventProgramsFixture : public testing::Test {
 
 using EventPrograms = EventProgramsFixture;
 
-TEST_F(EventPrograms, RunByNameForAnEvent) {
+TEST_F(EventPrograms, RunInOrderOfTheirNames) {
   for (const char* const name : {"30-c", "10-a", "20-b"}) {
     AddScript(name, "echo \"$CORVANE_NUMBER ${0##*/}\" >>$OUT/lines");
   }
@@ -117,24 +117,24 @@ TEST_F(EventPrograms, RunAgainForTheNextEvent) {
               UnorderedElementsAre("1", "2", "3", "4", "5", "6", "7", "8", "9", "10"));
 }
 
-TEST_F(EventPrograms, RunAfterOneThatFailed) {
+TEST_F(EventPrograms, RunAfterAProgramThatFailed) {
   AddScript("10-fails", "echo wrong; exit 2");
   AddScript("20-works", "echo $CORVANE_NUMBER >>$OUT/lines");
   Start();
   Take(1);
   EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
-  EXPECT_THAT(Reports(), ElementsAre("events.d: 10-fails: wrong",
-                                     "events.d: 10-fails: exit code 2 for event 1"));
+  EXPECT_THAT(Reports(),
+              ElementsAre("events.d: 10-fails: wrong", "events.d: 10-fails: event 1: exit code 2"));
 }
 
-TEST_F(EventPrograms, RunAfterOneThatHung) {
+TEST_F(EventPrograms, RunAfterAProgramThatHung) {
   m_Settings.m_Timeout = milliseconds(1000);
   AddScript("10-hangs", "sleep 1000");
   AddScript("20-works", "echo $CORVANE_NUMBER >>$OUT/lines");
   Start();
   Take(1);
   EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
-  EXPECT_THAT(Reports(), ElementsAre("events.d: 10-hangs: killed after 1 s for event 1"));
+  EXPECT_THAT(Reports(), ElementsAre("events.d: 10-hangs: event 1: killed after 1 s"));
 }
 
 TEST_F(EventPrograms, RunFourAtATime) {
@@ -171,7 +171,7 @@ TEST_F(EventPrograms, DoNotRunIfTheNumberCannotBeRecorded) {
   EXPECT_FALSE(std::filesystem::exists(m_Directory.Path() / "lines"));
 }
 
-TEST_F(EventPrograms, NeedNoStateFile) {
+TEST_F(EventPrograms, DoNotRequireAStateFile) {
   m_Settings.m_StateFile.clear();
   AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines");
   Start();
@@ -190,8 +190,8 @@ TEST_F(EventPrograms, AreKilledOnStop) {
   EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
   Stop();
   EXPECT_THAT(Reports(),
-              ElementsAre("events.d: program: killed because the service is stopping for event 1"));
-  EXPECT_EQ("1\n", ReadText(State()));  // the second one is left for the next start
+              ElementsAre("events.d: program: event 1: killed because the service is stopping"));
+  EXPECT_EQ("1\n", ReadText(State()));  // event 2 is left for the next start
 }
 
 TEST_F(EventPrograms, MayFinishDuringStop) {
@@ -254,7 +254,7 @@ TEST_F(EventPrograms, HaveNoLastNumberIfTheStateFileIsInvalid) {
   std::_Exit(4);
 }
 
-TEST_F(EventPrograms, FailWithoutAllThreads) {
+TEST_F(EventPrograms, CannotStartWithoutAllThreads) {
   EXPECT_EXIT(StartWithOneThread(m_Settings), testing::ExitedWithCode(0), "");
 }
 

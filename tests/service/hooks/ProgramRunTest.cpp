@@ -26,7 +26,7 @@ using testing::HasSubstr;
 class ProgramRunFixture : public testing::Test {
  protected:
   // Returns a run of a script with this body.
-  Hooks::ProgramRun RunOf(const std::string& body) {
+  Hooks::ProgramRun MakeRun(const std::string& body) {
     Hooks::ProgramRun run;
     run.m_File = WriteScript(m_Directory.Path() / "program", body);
     run.m_Environment = {"PATH=/usr/bin:/bin"};
@@ -49,7 +49,7 @@ class ProgramRunFixture : public testing::Test {
 
 using ProgramRun = ProgramRunFixture;
 
-TEST_F(ProgramRun, ReportsHowItEnded) {
+TEST_F(ProgramRun, ReportsTheFailure) {
   struct {
     const char* m_Body;
     const char* m_Failure;
@@ -62,7 +62,7 @@ TEST_F(ProgramRun, ReportsHowItEnded) {
   };
   const auto before = signal(SIGPIPE, SIG_IGN);
   for (const auto& each : cases) {
-    EXPECT_EQ(each.m_Failure, Hooks::Run(RunOf(each.m_Body)).m_Failure) << each.m_Body;
+    EXPECT_EQ(each.m_Failure, Hooks::Run(MakeRun(each.m_Body)).m_Failure) << each.m_Body;
   }
   signal(SIGPIPE, before);
 }
@@ -74,36 +74,36 @@ TEST_F(ProgramRun, ReportsAMissingProgram) {
 }
 
 TEST_F(ProgramRun, CapturesBothStreams) {
-  EXPECT_EQ("out\nerr\n", Hooks::Run(RunOf("echo out; echo err >&2")).m_Output);
+  EXPECT_EQ("out\nerr\n", Hooks::Run(MakeRun("echo out; echo err >&2")).m_Output);
 }
 
 TEST_F(ProgramRun, PassesTheInput) {
-  Hooks::ProgramRun run = RunOf("cat");
+  Hooks::ProgramRun run = MakeRun("cat");
   run.m_Input = "{\"a\":1}\n";
   EXPECT_EQ("{\"a\":1}\n", Hooks::Run(run).m_Output);
 }
 
-TEST_F(ProgramRun, NeedNotReadTheInput) {
-  Hooks::ProgramRun run = RunOf("exit 0");
+TEST_F(ProgramRun, AllowsUnreadInput) {
+  Hooks::ProgramRun run = MakeRun("exit 0");
   run.m_Input = std::string(1 << 20, 'x');
   EXPECT_EQ("", Hooks::Run(run).m_Failure);
 }
 
 TEST_F(ProgramRun, HasOnlyTheGivenEnvironment) {
   const ScopedVariable secret("CORVANE_TEST_SECRET", "secret");
-  Hooks::ProgramRun run = RunOf("echo \"${CORVANE_TEST_SECRET-unset} $GIVEN\"; pwd");
+  Hooks::ProgramRun run = MakeRun("echo \"${CORVANE_TEST_SECRET-unset} $GIVEN\"; pwd");
   run.m_Environment.emplace_back("GIVEN=a b");
   EXPECT_EQ("unset a b\n/\n", Hooks::Run(run).m_Output);
 }
 
 TEST_F(ProgramRun, KeepsTheFirst16KiBOfTheOutput) {
-  const auto result = Hooks::Run(RunOf("head -c 1000000 /dev/zero | tr '\\0' x"));
+  const auto result = Hooks::Run(MakeRun("head -c 1000000 /dev/zero | tr '\\0' x"));
   EXPECT_EQ(std::string(16384, 'x'), result.m_Output);
   EXPECT_EQ("", result.m_Failure);
 }
 
 TEST_F(ProgramRun, IsKilledAtTheTimeoutWithItsGroup) {
-  Hooks::ProgramRun run = RunOf("sleep 1000 & echo $!; wait");
+  Hooks::ProgramRun run = MakeRun("sleep 1000 & echo $!; wait");
   run.m_Timeout = milliseconds(1500);
   const auto result = Hooks::Run(run);
   EXPECT_EQ("killed after 1.5 s", result.m_Failure);
@@ -112,7 +112,7 @@ TEST_F(ProgramRun, IsKilledAtTheTimeoutWithItsGroup) {
 }
 
 TEST_F(ProgramRun, LeavesNoProcessOfItsGroupBehind) {
-  const auto result = Hooks::Run(RunOf("sleep 1000 & echo $!"));
+  const auto result = Hooks::Run(MakeRun("sleep 1000 & echo $!"));
   EXPECT_EQ("", result.m_Failure);
   ASSERT_THAT(result.m_Output, HasSubstr("\n"));
   EXPECT_TRUE(Ends(result.m_Output.substr(0, result.m_Output.find('\n'))));
@@ -120,7 +120,7 @@ TEST_F(ProgramRun, LeavesNoProcessOfItsGroupBehind) {
 
 TEST_F(ProgramRun, IsKilledWhenTheServiceStops) {
   const Console::Notifier stop;
-  Hooks::ProgramRun run = RunOf("sleep 1000");
+  Hooks::ProgramRun run = MakeRun("sleep 1000");
   run.m_Stop = stop.Number();
   stop.Notify();
   EXPECT_EQ("killed because the service is stopping", Hooks::Run(run).m_Failure);
@@ -159,10 +159,10 @@ class Debugger {
   const pid_t m_Process;
 };
 
-TEST_F(ProgramRun, IsLeftIfItCannotBeKilled) {
+TEST_F(ProgramRun, IsAbandonedIfItCannotBeKilled) {
   const std::filesystem::path file = m_Directory.Path() / "number";
   const Console::Notifier stop;
-  Hooks::ProgramRun run = RunOf("echo $$; echo $$ >" + file.string() + "; exec sleep 1000");
+  Hooks::ProgramRun run = MakeRun("echo $$; echo $$ >" + file.string() + "; exec sleep 1000");
   run.m_Stop = stop.Number();
   Hooks::ProgramResult result;
   {

@@ -74,7 +74,7 @@ TEST(Permission, CanBeReplacedWhileTheServerRuns) {
   EXPECT_EQ("200 403 403 403", Statuses(server));
 }
 
-TEST(Permission, ToChangeIsKnownToHandlers) {
+TEST(Permission, IsVisibleToHandlers) {
   const std::vector<Route> routes = {
       {Method::Get, "/may", Access::Anyone,
        [](const Request& request) { return Text(request.m_MayChange ? "yes" : "no"); }}};
@@ -104,7 +104,7 @@ TEST(Permission, CountsSupplementaryGroups) {
   Peer peer;
   peer.m_User = kStranger;
   peer.m_Group = kStranger;
-  peer.m_OtherGroups = {1, kReaders};
+  peer.m_SupplementaryGroups = {1, kReaders};
   EXPECT_TRUE(MayUse({{0}, kReaders, kChangers}, peer, false));
   EXPECT_FALSE(MayUse({{0}, kReaders, kChangers}, peer, true));
   EXPECT_TRUE(MayUse({{0}, {}, kReaders}, peer, true));
@@ -154,7 +154,7 @@ TEST(Permission, FollowsThePeerProcess) {
   }
 }
 
-TEST(Permission, OfTheSocketFileKeepsOthersOut) {
+TEST(SocketFile, IsAccessibleToItsGroupOnly) {
   if (geteuid() != 0) GTEST_SKIP() << "must be run as root, to connect as other users";
   const TemporaryDirectory directory;
   std::filesystem::permissions(directory.Path(), std::filesystem::perms(0711));
@@ -184,7 +184,7 @@ TEST(Peer, HasTheCredentialsOfTheProcess) {
   EXPECT_EQ(getpid(), peer.m_Process);
   std::vector<gid_t> groups(static_cast<std::size_t>(getgroups(0, nullptr)));
   getgroups(static_cast<int>(groups.size()), groups.data());
-  EXPECT_THAT(peer.m_OtherGroups, testing::UnorderedElementsAreArray(groups));
+  EXPECT_THAT(peer.m_SupplementaryGroups, testing::UnorderedElementsAreArray(groups));
 
   Client(server, Transport::Tcp).Get("/");
   EXPECT_TRUE(peer.m_IsTcp);

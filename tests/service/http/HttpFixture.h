@@ -43,7 +43,7 @@ inline bool Await(const std::function<bool()>& predicate) {
 
 // A response as a client sees it.
 struct Result {
-  long m_Status = 0;                             // 0 if there is no response
+  long m_Status = 0;                             // 0 without a response
   std::map<std::string, std::string> m_Headers;  // names in lower case
   std::string m_Body;
 

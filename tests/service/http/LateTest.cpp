@@ -22,8 +22,8 @@ std::vector<Http::Route> Only(Http::Handler handler) {
   return {{Method::Get, "/", Access::Anyone, std::move(handler)}, TextRoute("/text", "a text")};
 }
 
-// A handler that hands its responder to the test.
-class Kept {
+// A handler that passes its responder to the test.
+class ResponderHandler {
  public:
   std::vector<Http::Route> Routes() {
     return Only([this](const Request&) {
@@ -39,33 +39,33 @@ class Kept {
   std::promise<std::unique_ptr<Responder>> m_Responder;
 };
 
-// A client that has sent a request, and the responder that its handler has kept.
+// A client that has sent a request, and the responder for its response.
 struct WaitingRequest {
-  Kept m_Kept;
-  TestServer m_Server{m_Kept.Routes()};
+  ResponderHandler m_Handler;
+  TestServer m_Server{m_Handler.Routes()};
   RawClient m_Client{m_Server};
   std::unique_ptr<Responder> m_Responder;
 
   WaitingRequest() {
     m_Client.Send(kGet);
-    m_Responder = m_Kept.Take();
+    m_Responder = m_Handler.Take();
   }
 };
 
-TEST(Late, ResponseIsSentWhenItIsComplete) {
+TEST(LateResponse, IsSentWhenComplete) {
   WaitingRequest request;
   EXPECT_EQ(200, Client(request.m_Server).Get("/text").m_Status);
   EXPECT_FALSE(request.m_Client.HasEnded());
-  EXPECT_FALSE(request.m_Responder->IsGone());
+  EXPECT_FALSE(request.m_Responder->HasEnded());
   request.m_Responder->Complete(MakeResponse(202, "text/plain", "late"));
   request.m_Responder->Complete(MakeResponse(500, "text/plain", "later still"));
   EXPECT_EQ(202, RawClient::Parse(request.m_Client.ReadUntil("late")).m_Status);
-  EXPECT_TRUE(Await([&request] { return request.m_Responder->IsGone(); }));
+  EXPECT_TRUE(Await([&request] { return request.m_Responder->HasEnded(); }));
   request.m_Client.Send("GET /text HTTP/1.1\r\nHost: x\r\n\r\n");
   EXPECT_EQ("a text", RawClient::Parse(request.m_Client.ReadUntil("a text")).m_Body);
 }
 
-TEST(Late, ResponseMayBeCompleteBeforeTheHandlerReturns) {
+TEST(LateResponse, MayBeCompleteBeforeTheHandlerReturns) {
   const TestServer server(Only([](const Request&) {
     Responder responder;
     responder.Complete(MakeResponse(200, "text/plain", "early"));
@@ -74,20 +74,20 @@ TEST(Late, ResponseMayBeCompleteBeforeTheHandlerReturns) {
   EXPECT_EQ("early", Client(server).Get("/").m_Body);
 }
 
-TEST(Late, MissingResponseIsAnUnexpectedError) {
+TEST(LateResponse, IsAnUnexpectedErrorIfMissing) {
   const TestServer server(Only([](const Request&) { return Responder().Promise(); }));
   EXPECT_EQ("500 UNEXPECTED", Client(server).Get("/").Short());
 }
 
-TEST(Late, ResponseForAClosedConnectionIsDropped) {
+TEST(LateResponse, IsDroppedIfTheConnectionIsClosed) {
   WaitingRequest request;
   request.m_Client.Close();
-  EXPECT_TRUE(Await([&request] { return request.m_Responder->IsGone(); }));
+  EXPECT_TRUE(Await([&request] { return request.m_Responder->HasEnded(); }));
   request.m_Responder->Complete(MakeResponse(200, "text/plain", "x"));
   EXPECT_EQ(200, Client(request.m_Server).Get("/text").m_Status);
 }
 
-TEST(Late, ResponseReachesAClientThatHasFinishedSending) {
+TEST(LateResponse, ReachesAClientThatHasFinishedSending) {
   WaitingRequest request;
   request.m_Client.EndSending();
   std::this_thread::sleep_for(milliseconds(100));  // during several checks of the connection
@@ -95,7 +95,7 @@ TEST(Late, ResponseReachesAClientThatHasFinishedSending) {
   EXPECT_EQ("late", RawClient::Parse(request.m_Client.ReadUntil("late")).m_Body);
 }
 
-TEST(Late, ResponsesMayComeFromManyThreads) {
+TEST(LateResponse, MayComeFromAnyThread) {
   std::vector<std::thread> threads;
   std::mutex lock;
   std::vector<std::thread> workers;
@@ -120,18 +120,18 @@ TEST(Late, ResponsesMayComeFromManyThreads) {
 }
 
 // Repeated, because the server may stop before or after it starts to wait for the response.
-TEST(Late, ResponseIsRefusedWhenTheServerStops) {
+TEST(LateResponse, IsRefusedWhenTheServerStops) {
   for (int round = 0; round < 20; ++round) {
     WaitingRequest request;
     request.m_Server.Stop();
-    EXPECT_TRUE(request.m_Responder->IsGone());
+    EXPECT_TRUE(request.m_Responder->HasEnded());
     request.m_Responder->Complete(MakeResponse(200, "text/plain", "x"));
     const long status = RawClient::Parse(request.m_Client.ReadToEnd()).m_Status;
     EXPECT_TRUE(status == 503 || status == 0) << status;
   }
 }
 
-// A handler whose streams the test holds, newest last.
+// A handler that opens a stream for each request, and its streams, newest last.
 class Streams {
  public:
   explicit Streams(std::size_t bytes = 65536) : m_Bytes(bytes) {}
@@ -164,7 +164,7 @@ class Streams {
   std::atomic<int> m_Ended{0};
 };
 
-TEST(Streaming, SendsEachTextImmediately) {
+TEST(Streaming, SendsEachPartImmediately) {
   Streams streams;
   const TestServer server(streams.Routes());
   RawClient client(server);
@@ -181,7 +181,7 @@ TEST(Streaming, SendsEachTextImmediately) {
   EXPECT_EQ(0, streams.Ended());
 }
 
-TEST(Streaming, EndsAfterTheTextsSent) {
+TEST(Streaming, EndsAfterTheLastPart) {
   Streams streams;
   const TestServer server(streams.Routes());
   std::thread sender([&streams] {
@@ -198,7 +198,7 @@ TEST(Streaming, EndsAfterTheTextsSent) {
   EXPECT_TRUE(Await([&streams] { return streams.Ended() == 1; }));
 }
 
-TEST(Streaming, MergesTextsOfManyThreads) {
+TEST(Streaming, MergesPartsOfManyThreads) {
   Streams streams(10000000);
   const TestServer server(streams.Routes());
   std::thread sender([&streams] {
@@ -219,7 +219,7 @@ TEST(Streaming, MergesTextsOfManyThreads) {
   EXPECT_EQ(expected, body);
 }
 
-TEST(Streaming, DetectsThatAClientIsGone) {
+TEST(Streaming, DetectsADisconnectedClient) {
   Streams streams;
   const TestServer server(streams.Routes());
   std::size_t count = 0;
@@ -250,12 +250,12 @@ TEST(Streaming, DisconnectsASlowReader) {
   EXPECT_LT(accepted, 100000000U);
   EXPECT_FALSE(stream->Send(""));
   EXPECT_TRUE(Await([&streams] { return streams.Ended() == 1; }));
-  // The body has no regular end, so the client knows that it is incomplete.
+  // The body lacks its last chunk, so the client detects that it is incomplete.
   const std::string received = client.ReadToEnd();
   EXPECT_NE("0\r\n\r\n", received.substr(received.size() - 5));
 }
 
-TEST(Streaming, OverflowBeforeTheStartLeavesTheBodyIncomplete) {
+TEST(Streaming, LeavesTheBodyIncompleteAfterAnEarlyOverflow) {
   const TestServer server(Only([](const Request&) -> Reply {
     auto stream = std::make_shared<Stream>(10);
     stream->Send("123456");
@@ -267,7 +267,7 @@ TEST(Streaming, OverflowBeforeTheStartLeavesTheBodyIncomplete) {
   EXPECT_THAT(client.ReadToEnd(), testing::Not(testing::EndsWith("0\r\n\r\n")));
 }
 
-TEST(Streaming, AcceptsTextsUpToItsBufferSize) {
+TEST(Streaming, AcceptsPartsUpToItsBufferSize) {
   Stream stream(10);
   EXPECT_TRUE(stream.Send("12345"));
   EXPECT_TRUE(stream.Send("67890"));

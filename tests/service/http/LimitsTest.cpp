@@ -47,24 +47,24 @@ std::string ShortAfter(const TestServer& server, const std::string& request) {
   return RawClient::Parse(client.ReadToEnd()).Short();
 }
 
-TEST(Limit, OfRequestTimeIs10Seconds) {
+TEST(RequestTimeLimit, Is10Seconds) {
   EXPECT_EQ(milliseconds(10000), Limits().m_RequestTime);
 }
 
-TEST(Limit, OfConnectionsIs256And16PerAddress) {
+TEST(ConnectionLimit, Is256And16PerAddress) {
   EXPECT_EQ(256U, Limits().m_Connections);
   EXPECT_EQ(16U, Limits().m_ConnectionsPerAddress);
   EXPECT_EQ(64U, Limits().m_Streams);
 }
 
-TEST(Limit, OfHeadersIs8KiB) {
+TEST(HeaderLimit, Is8KiB) {
   const TestServer server(Routes());
   EXPECT_EQ("200", ShortAfter(server, RequestOf(8192)));
   EXPECT_EQ("431 HEADERS_TOO_LARGE", ShortAfter(server, RequestOf(8193)));
   EXPECT_EQ("431", ShortAfter(server, RequestOf(1000000)));
 }
 
-TEST(Limit, OfHeadersIncludesThePath) {
+TEST(HeaderLimit, IncludesThePath) {
   const TestServer server(Routes());
   const auto ask = [&server](std::size_t size) {
     return AskRaw(server, "GET /" + std::string(size, 'x') + " HTTP/1.1\r\nHost: x").Short();
@@ -73,7 +73,7 @@ TEST(Limit, OfHeadersIncludesThePath) {
   EXPECT_EQ("431 HEADERS_TOO_LARGE", ask(9000));
 }
 
-TEST(Limit, OfABodyIs64KiB) {
+TEST(BodyLimit, Is64KiB) {
   const TestServer server(Routes());
   Client client(server);
   const std::string most(65536, ' ');
@@ -86,7 +86,7 @@ TEST(Limit, OfABodyIs64KiB) {
   EXPECT_EQ("65536", client.Send("POST", "/length", most, asking).m_Body);
 }
 
-TEST(Limit, OfABodyIsCheckedBeforeItIsSent) {
+TEST(BodyLimit, IsCheckedBeforeTheBodyIsSent) {
   const TestServer server(Routes());
   const std::string head = "POST /length HTTP/1.1\r\nHost: x\r\nContent-Type: application/json\r\n";
   EXPECT_EQ("413 BODY_TOO_LARGE", ShortAfter(server, head + "Content-Length: 65537\r\n\r\n"));
@@ -101,7 +101,7 @@ bool IsServed(RawClient& client) {
   return client.ReadUntil("a text").find("a text") != std::string::npos;
 }
 
-TEST(Limit, OfConnectionsCountsAllListeners) {
+TEST(ConnectionLimit, CountsAllListeners) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_Connections = 3; }));
   RawClient first(server, Transport::Tcp);
   RawClient second(server);
@@ -119,7 +119,7 @@ TEST(Limit, OfConnectionsCountsAllListeners) {
   EXPECT_FALSE(second.HasEnded());
 }
 
-TEST(Limit, OfConnectionsPerAddressIsForTcpOnly) {
+TEST(ConnectionLimit, PerAddressAppliesToTcpOnly) {
   const TestServer server(Routes(),
                           With([](Limits& limits) { limits.m_ConnectionsPerAddress = 2; }));
   std::vector<std::unique_ptr<RawClient>> clients;
@@ -137,7 +137,7 @@ TEST(Limit, OfConnectionsPerAddressIsForTcpOnly) {
 }
 
 // The server could still read what the client sent before the server refused the connection.
-TEST(Limit, OfConnectionsPreventsRequestsOfRefusedClients) {
+TEST(ConnectionLimit, PreventsRequestsOfRefusedClients) {
   std::atomic<int> runs{0};
   const std::vector<Route> routes = {{Method::Get, "/count", Access::Anyone, [&](const Request&) {
                                         ++runs;
@@ -153,7 +153,7 @@ TEST(Limit, OfConnectionsPreventsRequestsOfRefusedClients) {
   EXPECT_EQ(0, runs);
 }
 
-TEST(Limit, OfRequestTimeClosesSilentConnections) {
+TEST(RequestTimeLimit, ClosesSilentConnections) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
   for (const Transport transport : {Transport::Unix, Transport::Tcp}) {
     RawClient client(server, transport);
@@ -162,14 +162,14 @@ TEST(Limit, OfRequestTimeClosesSilentConnections) {
 }
 
 // Each byte is activity, so an idle timeout would never close this connection.
-TEST(Limit, OfRequestTimeClosesConnectionsWithSlowHeaders) {
+TEST(RequestTimeLimit, ClosesConnectionsWithSlowHeaders) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
   const RawClient client(server);
   client.Send("GET /text HTTP/1.1\r\nHost: x\r\nX-Fill: ");
   EXPECT_TRUE(Await([&client] { return !client.Send("x"); }));
 }
 
-TEST(Limit, OfRequestTimeClosesConnectionsWithSlowBodies) {
+TEST(RequestTimeLimit, ClosesConnectionsWithSlowBodies) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
   const RawClient client(server);
   client.Send(
@@ -178,15 +178,15 @@ TEST(Limit, OfRequestTimeClosesConnectionsWithSlowBodies) {
   EXPECT_TRUE(Await([&client] { return !client.Send("x"); }));
 }
 
-TEST(Limit, OfRequestTimeClosesConnectionsBetweenRequests) {
+TEST(RequestTimeLimit, ClosesConnectionsBetweenRequests) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
   RawClient client(server);
   client.Send("GET /text HTTP/1.1\r\nHost: x\r\n\r\n");
   EXPECT_EQ(200, RawClient::Parse(client.ReadToEnd()).m_Status);
 }
 
-// Takes long enough for many checks of the limit.
-TEST(Limit, OfRequestTimeKeepsConnectionsWithinIt) {
+// The request is slow enough for many checks of the limit.
+TEST(RequestTimeLimit, KeepsConnectionsWithinIt) {
   const TestServer server(Routes());
   RawClient client(server);
   for (const char byte : std::string("GET /text HTTP/1.1\r\nHost: x\r\n\r\n")) {
@@ -196,7 +196,7 @@ TEST(Limit, OfRequestTimeKeepsConnectionsWithinIt) {
   EXPECT_EQ("a text", RawClient::Parse(client.ReadUntil("a text")).m_Body);
 }
 
-TEST(Limit, OfResponseTimeClosesConnectionsThatDoNotRead) {
+TEST(ResponseTimeLimit, ClosesConnectionsThatDoNotRead) {
   const TestServer server(Routes(), With([](Limits& limits) { limits.m_ResponseTime = kShort; }));
   RawClient client(server);
   client.Send("GET /long HTTP/1.1\r\nHost: x\r\n\r\n");
@@ -205,7 +205,7 @@ TEST(Limit, OfResponseTimeClosesConnectionsThatDoNotRead) {
   EXPECT_LT(client.ReadToEnd().size(), 30000000U);
 }
 
-TEST(Limit, OfConnectionsSurvivesAFlood) {
+TEST(ConnectionLimit, SurvivesAFlood) {
   const TestServer server(Routes(),
                           With([](Limits& limits) { limits.m_ConnectionsPerAddress = 4; }));
   for (int i = 0; i < 1000; ++i) {

@@ -55,7 +55,7 @@ TEST(ListenUnix, SetsModeAndGroup) {
   EXPECT_EQ(getegid(), StatusOf(path).st_gid);
 }
 
-TEST(ListenUnix, SetsAnotherGroup) {
+TEST(ListenUnix, SetsTheGivenGroup) {
   if (geteuid() != 0) GTEST_SKIP() << "must be run as root, to change the group of a file";
   const TemporaryDirectory directory;
   const std::string path = directory.Path() / "socket";
@@ -93,7 +93,7 @@ TEST(ListenUnix, RefusesAFileThatIsNotASocket) {
 }
 
 // Any user who may read the directory can lock it.
-TEST(ListenUnix, StartsInALockedDirectory) {
+TEST(ListenUnix, ListensInALockedDirectory) {
   const TemporaryDirectory directory;
   const Base::Descriptor held(open(directory.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   ASSERT_EQ(0, flock(held.Get(), LOCK_EX));
@@ -102,14 +102,14 @@ TEST(ListenUnix, StartsInALockedDirectory) {
   EXPECT_TRUE(Connects(path));
 }
 
-TEST(ListenUnix, ThrowsTheReason) {
+TEST(ListenUnix, ThrowsTheSystemError) {
   const TemporaryDirectory directory;
   EXPECT_EQ(ENOENT, ErrorOf([&] { ListenUnix(directory.Path() / "a/b", 0600, std::nullopt); }));
   EXPECT_EQ(ENAMETOOLONG,
             ErrorOf([&] { ListenUnix(directory.Path() / std::string(200, 'x'), 0600, {}); }));
 }
 
-TEST(ListenTcp, ListensAtAnAddressAndAPort) {
+TEST(ListenTcp, ListensOnAnAddressAndPort) {
   const Base::Descriptor socket = ListenTcp("127.0.0.1", 0);
   EXPECT_NE(0, PortOf(socket));
   EXPECT_EQ(EADDRINUSE, ErrorOf([&socket] { ListenTcp("127.0.0.1", PortOf(socket)); }));

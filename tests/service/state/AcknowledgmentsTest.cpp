@@ -26,7 +26,7 @@ class Acknowledgments : public StateTest::StoreTest {
   }
 };
 
-TEST_F(Acknowledgments, KeepAllTheirFields) {
+TEST_F(Acknowledgments, KeepAllFields) {
   EXPECT_EQ(Acknowledge("S0", "TEMPERATURE_ABOVE_WARN", kStart + kHour), AcknowledgeResult::Done);
   RestartService();
   const auto all = m_Store.Acknowledgments(kStart);
@@ -39,7 +39,7 @@ TEST_F(Acknowledgments, KeepAllTheirFields) {
   EXPECT_EQ(all[0].m_Note, "fan ordered");
 }
 
-TEST_F(Acknowledgments, ExpireAtTheirTime) {
+TEST_F(Acknowledgments, ExpireAtTheirExpiryTime) {
   Acknowledge("S0", "FLASHBACK", kStart + kHour);
   Acknowledge("S1", "MISSING");
   EXPECT_EQ(At(kStart + kHour - 1), "S0 FLASHBACK, S1 MISSING");
@@ -47,7 +47,7 @@ TEST_F(Acknowledgments, ExpireAtTheirTime) {
   EXPECT_EQ(At(kStart), "S0 FLASHBACK, S1 MISSING");  // after the clock was set back
 }
 
-TEST_F(Acknowledgments, NeverExpireIfTheirTimeIsTheMaximum) {
+TEST_F(Acknowledgments, NeverExpireAtTheMaximumExpiryTime) {
   Acknowledge("S0", "FLASHBACK", 18446744073709551615U);
   EXPECT_EQ(At(9223372036854775806U), "S0 FLASHBACK");
 }
@@ -90,7 +90,7 @@ TEST_F(Acknowledgments, AreRemovedWithTheirCard) {
   EXPECT_EQ(At(kStart), "S1 MISSING");
 }
 
-TEST_F(Acknowledgments, KeepTextsUnchanged) {
+TEST_F(Acknowledgments, KeepStringsUnchanged) {
   const std::string odd("a'b\"c; DROP TABLE host_state\xff\0d", 31);
   m_Store.Acknowledge({"S0", "MISSING", odd, kStart, std::nullopt, odd});
   const auto all = m_Store.Acknowledgments(kStart);

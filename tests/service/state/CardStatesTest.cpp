@@ -179,7 +179,7 @@ TEST(StatesOf, OmitsCardsWithoutASerialNumber) {
   EXPECT_EQ(StatesOf({With({}), With({V::FLASHBACK})}).at("S1").m_Reasons.size(), 0U);
 }
 
-class Applied : public testing::Test {
+class MissingEvents : public testing::Test {
  protected:
   void Event(std::uint32_t number, const char* serial = "S1") {
     HostKit::LoggedEvent event{};
@@ -201,7 +201,7 @@ class Applied : public testing::Test {
   Service::Absences m_Absences;
 };
 
-TEST_F(Applied, AReasonWithItsEventIsNotLoggedAgain) {
+TEST_F(MissingEvents, DoNotIncludeALoggedReason) {
   Event(kWarm);
   EXPECT_EQ(Missing({With({V::ATTACHED, V::TEMPERATURE_ABOVE_WARN})}), "");
   Event(kNormal);
@@ -209,7 +209,7 @@ TEST_F(Applied, AReasonWithItsEventIsNotLoggedAgain) {
   EXPECT_EQ(Missing({With({V::ATTACHED, V::TEMPERATURE_ABOVE_WARN})}), OfS1({kWarm}));
 }
 
-TEST_F(Applied, AttachedAndDetachedExcludeEachOther) {
+TEST_F(MissingEvents, TreatAttachedAndDetachedAsExclusive) {
   Event(kDetached);
   EXPECT_EQ(Missing({With({V::DETACHED})}), "");
   EXPECT_EQ(Missing({With({V::ATTACHED})}), OfS1({kAttached}));
@@ -217,13 +217,13 @@ TEST_F(Applied, AttachedAndDetachedExcludeEachOther) {
   EXPECT_EQ(Missing({With({V::ATTACHED})}), "");
 }
 
-TEST_F(Applied, ARemovedCardIsAddedAgain) {
+TEST_F(MissingEvents, IncludeTheReturnOfARemovedCard) {
   Event(kRemoved);
   EXPECT_EQ(Missing({}), "");
   EXPECT_EQ(Missing({With({V::ATTACHED})}), OfS1({kAdded}));
 }
 
-TEST_F(Applied, AnAddedCardHasItsFirstReasonsWithoutEvents) {
+TEST_F(MissingEvents, DoNotIncludeTheFirstReasonsOfAnAddedCard) {
   Event(kAdded, "S2");
   EXPECT_EQ(Missing({With({V::ATTACHED}), With({V::FLASHBACK}, "S2")}), "");
   Observe(1000, {With({V::ATTACHED}), With({V::FLASHBACK}, "S2")});
@@ -231,12 +231,12 @@ TEST_F(Applied, AnAddedCardHasItsFirstReasonsWithoutEvents) {
   EXPECT_EQ(Missing({With({V::ATTACHED}), With({}, "S2")}), "10980 S2");
 }
 
-TEST_F(Applied, AnObservedReasonWithoutItsEventIsMissing) {
+TEST_F(MissingEvents, IncludeAnObservedReasonThatWasNotLogged) {
   Observe(1000, {With({V::ATTACHED, V::FLASHBACK})});
   EXPECT_EQ(Missing({With({V::ATTACHED, V::FLASHBACK})}), OfS1({kFlashback}));
 }
 
-TEST_F(Applied, AReasonThatIsAbsentForAMinuteCanAppearAgain) {
+TEST_F(MissingEvents, IncludeAReasonThatReturnsAfterAMinute) {
   Event(kFlashback);
   Event(kWarm);
   Observe(1000, {With({V::FLASHBACK})});
@@ -246,7 +246,7 @@ TEST_F(Applied, AReasonThatIsAbsentForAMinuteCanAppearAgain) {
   EXPECT_EQ(Missing({With({V::FLASHBACK, V::TEMPERATURE_ABOVE_WARN})}), OfS1({kWarm}));
 }
 
-TEST_F(Applied, AReasonThatReturnsWithinAMinuteHasNotEnded) {
+TEST_F(MissingEvents, DoNotIncludeAReasonThatReturnsWithinAMinute) {
   Event(kFlashback);
   Observe(1000, {With({})});
   Observe(50000, {With({V::FLASHBACK})});
@@ -254,12 +254,12 @@ TEST_F(Applied, AReasonThatReturnsWithinAMinuteHasNotEnded) {
   EXPECT_EQ(Missing({With({V::FLASHBACK})}), "");
 }
 
-TEST_F(Applied, ABusyCardIsAttachedAgain) {
+TEST_F(MissingEvents, IncludeTheAttachmentOfABusyCard) {
   Observe(1000, {With({})});
   EXPECT_EQ(Missing({With({V::ATTACHED})}), OfS1({kAttached}));
 }
 
-TEST_F(Applied, AFormatWithItsEventIsNotLoggedAgain) {
+TEST_F(MissingEvents, DoNotIncludeALoggedFormat) {
   m_Logged = StatesOf({WithLayout(1000, 512)});
   Observe(1000, {WithLayout(2000, 512)});
   EXPECT_EQ(Missing({WithLayout(2000, 512)}), OfS1({kFormatChanged}));
@@ -269,7 +269,7 @@ TEST_F(Applied, AFormatWithItsEventIsNotLoggedAgain) {
   EXPECT_EQ(Missing({WithLayout(1000, 512)}), OfS1({kFormatChanged}));
 }
 
-TEST_F(Applied, EventsOfUnknownObjectsChangeNothing) {
+TEST_F(MissingEvents, IgnoreEventsOfUnknownObjects) {
   Event(kWarm, "");
   Event(kWarm, "S9");
   EXPECT_EQ(m_Logged.size(), 1U);

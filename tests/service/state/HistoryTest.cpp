@@ -32,8 +32,8 @@ class History : public StateTest::StoreTest {
     return {serial, Service::FindHistoryField(field), from, to, step};
   }
 
-  // Renders each point as "0:00 48.2", with hours and minutes since the start, or as "0:00 40..50
-  // ~45" (minimum, maximum, mean).
+  // Renders each point as "0:00 48.2", with hours and minutes since `kStart`, or as "0:00
+  // 40..50 ~45" (minimum, maximum, mean).
   static std::string Texts(const HistorySeries& series) {
     std::string text;
     for (const auto& point : series.m_Points) {

@@ -54,7 +54,7 @@ TEST_F(KnownCards, KeepTheirLastSlotAndSize) {
   EXPECT_EQ(known.m_Name, "Card S0");
 }
 
-TEST_F(KnownCards, KeepTheTimesWhenTheyWereSeen) {
+TEST_F(KnownCards, KeepTheirFirstAndLastSeenTimes) {
   Record(kStart, CardsOf({"S0"}));
   Record(kStart + kMinute, CardsOf({"S0"}));
   EXPECT_EQ(m_Store.Cards().at(0).m_LastSeen, kStart + kMinute);
@@ -66,7 +66,7 @@ TEST_F(KnownCards, KeepTheTimesWhenTheyWereSeen) {
   EXPECT_EQ(known.m_LastSeen, kStart + kMinute + 50);
 }
 
-TEST_F(KnownCards, WereLastSeenBeforeARestart) {
+TEST_F(KnownCards, KeepTheirLastSeenTimeAcrossARestart) {
   Record(kStart, CardsOf({"S0"}));
   RestartService();
   Record(kStart + 90 * kMinute, {});
@@ -106,7 +106,7 @@ TEST_F(KnownCards, ReuseThePositionOfAForgottenCardIfItWasTheHighest) {
   EXPECT_EQ(Known(), "a0 S0, a1 S2");
 }
 
-TEST_F(KnownCards, HaveALimit) {
+TEST_F(KnownCards, AreLimitedTo1024) {
   std::vector<std::string> serials;
   for (int i = 0; i < 1025; ++i) serials.push_back("S" + std::to_string(i));
   Record(kStart, CardsOf(serials));
@@ -130,8 +130,8 @@ TEST_F(KnownCards, IgnoreForeignTriggersAndViews) {
   EXPECT_EQ(other.Run("SELECT COUNT(*) FROM host_known_cards"), "2");
 }
 
-// Runs the statements as a forged card's statements would run.
-TEST_F(KnownCards, AreOutOfReachOfPlugins) {
+// Runs the statements in the same way as SQL that a forged card has injected.
+TEST_F(KnownCards, CannotBeAccessedByPluginStatements) {
   Record(kStart, CardsOf({"S0"}));
   for (const char* table : {"host_known_cards", "host_state", "host_acknowledgments",
                             "host_history_minutes", "host_history_hours"}) {

@@ -52,7 +52,7 @@ class MissedEvents : public StateTest::StoreTest {
   std::uint64_t m_Time = kStart;
 };
 
-TEST_F(MissedEvents, AreNoneInANewFile) {
+TEST_F(MissedEvents, AreNotLoggedInANewDatabase) {
   EXPECT_TRUE(RecordFirst({With({V::FLASHBACK})}).empty());
   EXPECT_EQ(LogText(), "");
 }
@@ -87,7 +87,7 @@ TEST_F(MissedEvents, ExcludeDeliveredEvents) {
   EXPECT_EQ(LogText(), "10965 S0");
 }
 
-TEST_F(MissedEvents, ExcludeEventsDeliveredJustBeforeTheKill) {
+TEST_F(MissedEvents, ExcludeEventsDeliveredJustBeforeAKill) {
   RecordFirst({With({})});
   Log(kFlashback);  // without an observation after it
   RecordFirst({With({V::FLASHBACK})});
@@ -113,7 +113,7 @@ TEST_F(MissedEvents, ExcludeEventsLoggedAfterAnObservation) {
   EXPECT_EQ(LogText(), "10965 S0");
 }
 
-TEST_F(MissedEvents, AreNotReadAgainFromTheLog) {
+TEST_F(MissedEvents, ExcludeEventsAlreadyReadFromTheLog) {
   RecordFirst({With({V::FLASHBACK})});
   const std::int64_t before = HostKit::NewestEventNumber();
   Log(kWarm);  // by the plug-in that has just started, before its first observation is recorded

@@ -6,7 +6,7 @@
 #include <stdlib.h>
 
 static void NeedsACard(const char* function) {
-  fprintf(stderr, "%s was called, and there is no card\n", function);
+  fprintf(stderr, "%s was called without a card\n", function);
   abort();
 }
 

@@ -12,7 +12,7 @@
 namespace {
 
 [[noreturn]] void NeedsACard(const char* function) {
-  std::fprintf(stderr, "%s was called, and there is no card\n", function);
+  std::fprintf(stderr, "%s was called without a card\n", function);
   std::abort();
 }
 
@@ -150,7 +150,7 @@ unsigned long long Misc::now() {
       std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
 }
 
-// Enables all trace levels from the start.
+// Enables all trace levels at startup.
 Misc::CModuleInfo::CModuleInfo(unsigned int module, const char* name, const char* version,
                                Language_Support::CLanguageSupport::CLngFile*,
                                Language_Support::CLanguageSupport::ERROR_MSG_LIST*)

@@ -1,4 +1,4 @@
-#include "cardsim/api/LentText.h"
+#include "cardsim/api/ReturnedString.h"
 
 #include <algorithm>
 #include <cstring>
@@ -26,14 +26,14 @@ constexpr std::size_t kMinRoom = 8;
 
 }  // namespace
 
-LentText::LentText(std::string_view text)
+ReturnedString::ReturnedString(std::string_view text)
     : m_Text(new char[std::max(text.size() + 1, kMinRoom)]),
       m_Room(std::max(text.size() + 1, kMinRoom)) {
   std::memcpy(m_Text.get(), text.data(), text.size());
   m_Text[text.size()] = '\0';
 }
 
-void ExpiredTexts::Expire(LentText& text) noexcept {
+void ExpiredStrings::Expire(ReturnedString& text) noexcept {
   if (text.m_Text == nullptr) return;
   std::memset(text.m_Text.get(), kOverwritten, text.m_Room - 1);
   text.m_Text[text.m_Room - 1] = '\0';
@@ -41,7 +41,7 @@ void ExpiredTexts::Expire(LentText& text) noexcept {
     m_Texts[m_Next] = std::move(text.m_Text);
     m_Next = (m_Next + 1) % m_Texts.size();
   }
-  text = LentText();
+  text = ReturnedString();
 }
 
 }  // namespace CardSim

@@ -11,12 +11,12 @@ namespace {
 #endif
 #endif
 
-class LentTexts : public SimulatedCards {
+class ReturnedStrings : public SimulatedCards {
  protected:
   void SetUp() override {
     SimulatedCards::SetUp();
     StartWithCard();
-    m_Card = Opened();
+    m_Card = OpenCard();
   }
 
   const char* Serial() { return vsl_serial_number(m_Card, &m_Error); }
@@ -24,9 +24,9 @@ class LentTexts : public SimulatedCards {
   void* m_Card = nullptr;
 };
 
-TEST_F(LentTexts, SurviveCallsOnOtherHandles) {
+TEST_F(ReturnedStrings, SurviveCallsOnOtherHandles) {
   const char* text = Serial();
-  void* other = Opened();
+  void* other = OpenCard();
   void* iterated = nullptr;
   vsl_iom_iterate(&iterated, 1, &m_Error);
   EXPECT_STREQ("Flash Adapter 785GB", vsl_board_name(other, &m_Error));
@@ -35,8 +35,8 @@ TEST_F(LentTexts, SurviveCallsOnOtherHandles) {
   EXPECT_STREQ("FA00000001", text);
 }
 
-TEST_F(LentTexts, AreIndependentBetweenHandles) {
-  void* other = Opened();
+TEST_F(ReturnedStrings, AreIndependentBetweenHandles) {
+  void* other = OpenCard();
   const char* first = Serial();
   const char* second = vsl_board_name(other, &m_Error);
   EXPECT_STREQ("FA00000001", first);
@@ -46,18 +46,18 @@ TEST_F(LentTexts, AreIndependentBetweenHandles) {
 #ifndef TEXTS_ARE_FREED
 
 // A call that makes the handle's string expire.
-struct Next {
+struct ExpiringCall {
   const char* name;
   void (*call)(void* card, vsl_error_record* err);
 };
 
-const Next kNexts[] = {
+const ExpiringCall kExpiringCalls[] = {
     {"Has", [](void* card, vsl_error_record* err) { vsl_has_serial_number(card, err); }},
     {"SameText", [](void* card, vsl_error_record* err) { vsl_serial_number(card, err); }},
     {"OtherText", [](void* card, vsl_error_record* err) { vsl_board_name(card, err); }},
     {"Number", [](void* card, vsl_error_record* err) { vsl_iom_state(card, err); }},
     {"Refused", [](void* card, vsl_error_record* err) { vsl_op_start(card, err); }},
-    {"OrderedToFail",
+    {"InjectedFailure",
      [](void* card, vsl_error_record* err) {
        CardSim::FailCall("vsl_pci_bus", 1, 5, "requested");
        vsl_pci_bus(card, err);
@@ -70,23 +70,24 @@ const Next kNexts[] = {
      }},
     {"Close", [](void* card, vsl_error_record* err) { vsl_close(card, err); }},
     {"Destroy", [](void* card, vsl_error_record* err) { vsl_destroy(&card, err); }},
-    {"EndOfTheLibrary", [](void*, vsl_error_record*) { vsl_fini(); }},
+    {"LibraryShutdown", [](void*, vsl_error_record*) { vsl_fini(); }},
     {"Reset", [](void*, vsl_error_record*) { CardSim::Reset(); }},
 };
 
-class ExpiredTexts : public LentTexts, public ::testing::WithParamInterface<Next> {};
+class ExpiredStrings : public ReturnedStrings,
+                       public ::testing::WithParamInterface<ExpiringCall> {};
 
-TEST_P(ExpiredTexts, AreOverwritten) {
+TEST_P(ExpiredStrings, AreOverwritten) {
   const char* text = Serial();
   ASSERT_STREQ("FA00000001", text);
   GetParam().call(m_Card, &m_Error);
   EXPECT_STREQ("~~~~~~~~~~", text);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ExpiredTexts, ::testing::ValuesIn(kNexts),
+INSTANTIATE_TEST_SUITE_P(Table, ExpiredStrings, ::testing::ValuesIn(kExpiringCalls),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(LentTexts, ExpireAtTheNextStepOfAnIteration) {
+TEST_F(ReturnedStrings, ExpireAtTheNextStepOfAnIteration) {
   void* iterated = nullptr;
   ASSERT_TRUE(vsl_iom_iterate(&iterated, 1, &m_Error));
   const char* path = vsl_device_path(iterated, &m_Error);
@@ -95,16 +96,16 @@ TEST_F(LentTexts, ExpireAtTheNextStepOfAnIteration) {
   EXPECT_STREQ("~~~~~~~~~", path);
 }
 
-TEST_F(LentTexts, AreOverwrittenEvenIfEmpty) {
+TEST_F(ReturnedStrings, AreOverwrittenEvenIfEmpty) {
   File().Set("card0", "board_name", "");
-  void* card = Opened();
+  void* card = OpenCard();
   const char* text = vsl_board_name(card, &m_Error);
   ASSERT_STREQ("", text);
   vsl_has_board_name(card, &m_Error);
   EXPECT_STREQ("~~~~~~~", text);
 }
 
-TEST_F(LentTexts, RemainOverwritten) {
+TEST_F(ReturnedStrings, RemainOverwritten) {
   const char* text = Serial();
   for (int i = 0; i < 50; ++i) Serial();
   EXPECT_STREQ("~~~~~~~~~~", text);
@@ -112,7 +113,7 @@ TEST_F(LentTexts, RemainOverwritten) {
 
 #else
 
-TEST_F(LentTexts, AreReportedByTheSanitizerAfterTheyExpire) {
+TEST_F(ReturnedStrings, AreReportedByTheSanitizerAfterTheyExpire) {
   const char* text = Serial();
   EXPECT_DEATH(
       {

@@ -13,14 +13,14 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-struct SpoiledCell {
+struct CorruptedCell {
   const char* name;
   const char* sql;
   const char* repair;
   const char* reason;
 };
 
-void PrintTo(const SpoiledCell& each, std::ostream* out) {
+void PrintTo(const CorruptedCell& each, std::ostream* out) {
   *out << each.name;
 }
 
@@ -30,9 +30,9 @@ void PrintTo(const SpoiledCell& each, std::ostream* out) {
   "UPDATE sqlite_schema SET sql = REPLACE(sql, 'STRICT', '') WHERE name = 'host_adapter_rows';" \
   "PRAGMA writable_schema = RESET;"
 
-class SpoiledCells : public WorkerFixture, public testing::WithParamInterface<SpoiledCell> {
+class CorruptedCells : public WorkerFixture, public testing::WithParamInterface<CorruptedCell> {
  protected:
-  SpoiledCells() {
+  CorruptedCells() {
     AddCards(1);
     DatabaseLife::Begin(File());
     m_OnLine = [this](const std::string& line) {
@@ -47,14 +47,14 @@ class SpoiledCells : public WorkerFixture, public testing::WithParamInterface<Sp
     m_DatabaseLines.clear();
     Set("card0", "temp_internal_deg_c", celsius);
     Set("card0", "sector_size_bytes", sectorSize);
-    AwaitScans();
+    WaitForScans();
   }
 
   const DatabaseLife m_Database;
   Cells m_DatabaseLines;
 };
 
-TEST_P(SpoiledCells, DoNotStopTheWorker) {
+TEST_P(CorruptedCells, DoNotStopTheWorker) {
   StartWatch();
   OtherProgram other(File());
   other.Run(std::string("PRAGMA ignore_check_constraints = 1;") + GetParam().sql);
@@ -69,30 +69,30 @@ TEST_P(SpoiledCells, DoNotStopTheWorker) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, SpoiledCells,
+    All, CorruptedCells,
     testing::Values(
-        SpoiledCell{"Key", "UPDATE host_adapter_rows SET ID = 2147483648",
-                    "UPDATE host_adapter_rows SET ID = 1",
-                    "(a cell of host_adapter_rows.ID cannot be read)"},
-        SpoiledCell{"Int", "UPDATE host_adapter_rows SET ad_temperature = 2147483648",
-                    "UPDATE host_adapter_rows SET ad_temperature = NULL",
-                    "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
-        SpoiledCell{"Double", "UPDATE host_drive_rows SET pd_remaining_reserve = 1e-310",
-                    "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
-                    "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
-        SpoiledCell{"LargestDouble",
-                    "UPDATE host_drive_rows SET pd_remaining_reserve = 1.7976931348623157e308",
-                    "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
-                    "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
-        SpoiledCell{"Text", WITHOUT_TYPES "UPDATE host_adapter_rows SET ad_temperature = 'warm'",
-                    "UPDATE host_adapter_rows SET ad_temperature = NULL",
-                    "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
-        SpoiledCell{"Empty", WITHOUT_TYPES "UPDATE host_adapter_rows SET ad_object_id = ''",
-                    "UPDATE host_adapter_rows SET ad_object_id = NULL",
-                    "(a cell of host_adapter_rows.ad_object_id cannot be read)"},
-        SpoiledCell{"Column", "ALTER TABLE host_adapter_rows DROP COLUMN ad_vendor",
-                    "ALTER TABLE host_adapter_rows ADD COLUMN ad_vendor TEXT",
-                    "(the result has incomplete rows of host_adapter_rows)"}),
+        CorruptedCell{"Key", "UPDATE host_adapter_rows SET ID = 2147483648",
+                      "UPDATE host_adapter_rows SET ID = 1",
+                      "(a cell of host_adapter_rows.ID cannot be read)"},
+        CorruptedCell{"Int", "UPDATE host_adapter_rows SET ad_temperature = 2147483648",
+                      "UPDATE host_adapter_rows SET ad_temperature = NULL",
+                      "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
+        CorruptedCell{"Double", "UPDATE host_drive_rows SET pd_remaining_reserve = 1e-310",
+                      "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
+                      "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
+        CorruptedCell{"LargestDouble",
+                      "UPDATE host_drive_rows SET pd_remaining_reserve = 1.7976931348623157e308",
+                      "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
+                      "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
+        CorruptedCell{"Text", WITHOUT_TYPES "UPDATE host_adapter_rows SET ad_temperature = 'warm'",
+                      "UPDATE host_adapter_rows SET ad_temperature = NULL",
+                      "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
+        CorruptedCell{"Empty", WITHOUT_TYPES "UPDATE host_adapter_rows SET ad_object_id = ''",
+                      "UPDATE host_adapter_rows SET ad_object_id = NULL",
+                      "(a cell of host_adapter_rows.ad_object_id cannot be read)"},
+        CorruptedCell{"Column", "ALTER TABLE host_adapter_rows DROP COLUMN ad_vendor",
+                      "ALTER TABLE host_adapter_rows ADD COLUMN ad_vendor TEXT",
+                      "(the result has incomplete rows of host_adapter_rows)"}),
     [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Names with which a forged card could attack the host's database.
+// Strings with which a forged card could attack the host's database.
 #pragma once
 
 #include <string>
@@ -90,8 +90,8 @@ inline std::string Repeated(const std::string& text, int count) {
 }
 
 // Returns strings that break out of the double quotes of an INSERT (with `valuesAfter` values after
-// the text) or of an UPDATE, or out of the single quotes of a condition.
-inline std::vector<std::string> HostileTexts(
+// the string) or of an UPDATE, or out of the single quotes of a condition.
+inline std::vector<std::string> InjectionStrings(
     int valuesAfter, const std::vector<std::string>& statements = ForbiddenStatements()) {
   const std::string rest = valuesAfter == 0 ? "" : ", " + Repeated("NULL", valuesAfter);
   std::vector<std::string> texts;
