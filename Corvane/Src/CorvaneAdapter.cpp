@@ -470,8 +470,8 @@ unsigned int IPLUGINAPI_IMPL::GetAdapterOperations(CFusionIOAdapter& adapter,
   return PI::SUCCESS;
 }
 
-// A job of the same kind on any card makes the adapter busy. Otherwise the result depends on the
-// state found by the last scan, and the exit is not traced.
+// For attach and detach, the adapter is busy while a job of the same kind runs on any card. If none
+// runs, the result depends on the state found by the last scan, and no LEAVE line is traced.
 unsigned int IPLUGINAPI_IMPL::CheckAdapterOperation(CFusionIOAdapter& adapter,
                                                     PI::COperation& operation) {
   TRACE(TRACE_RESULT, "ENTER CheckAdapterOperation operation=%d", operation.m_OperationID);

@@ -101,9 +101,9 @@ class CORVANE_SCOPED_LOCK ManualLock {
   ~ManualLock() CORVANE_RELEASE() CORVANE_UNLOCKED {
     if (!m_Held) return;
     const CancellationBlocked blocked;
-    TraceUnlessThatFails(m_Before);
+    TryTrace(m_Before);
     m_Lock.Release();
-    TraceUnlessThatFails(m_After);
+    TryTrace(m_After);
   }
   ManualLock(const ManualLock&) = delete;
   ManualLock& operator=(const ManualLock&) = delete;
@@ -123,7 +123,7 @@ class CORVANE_SCOPED_LOCK ManualLock {
   }
 
  private:
-  void TraceUnlessThatFails(const char* text) const {
+  void TryTrace(const char* text) const {
     try {
       if (Traced(TRACE_LOCK)) TraceFeed::Send(TRACE_LOCK, m_Site, text);
     } catch (...) {

@@ -60,37 +60,37 @@ const JobRow& RowOf(HandleKind kind) {
   for (const JobRow& row : kJobRows) {
     if (row.kind == kind) return row;
   }
-  throw Refusal{kBadHandle, "no job"};
+  throw Refusal{kBadHandle, "not a job handle"};
 }
 
 void SetState(Card& card, std::uint64_t state) {
   At(card.values, Attribute::iom_state) = state;
 }
 
-bool Holds(const Card& card, const JobMark& mark) {
+bool HasJob(const Card& card, const JobMark& mark) {
   return card.job && card.job->owner == mark.owner && card.job->number == mark.number;
 }
 
-// Ends the job when its wait ends, even if a canceled thread unwinds. Resets the card unless the
-// job completed.
-class EndOfWait {
+// Ends the job when the wait for it ends, including when cancellation unwinds the stack. Restores
+// the card's previous state unless the job completed.
+class WaitedJob {
  public:
-  EndOfWait(StorePtr store, std::uint64_t job) : m_Store(std::move(store)), m_Job(job) {}
-  ~EndOfWait() {
-    if (m_IsDone) {
+  WaitedJob(StorePtr store, std::uint64_t job) : m_Store(std::move(store)), m_Job(job) {}
+  ~WaitedJob() {
+    if (m_IsCompleted) {
       EndJob(m_Job);
     } else {
       AbandonJob(m_Store, m_Job);
     }
   }
-  EndOfWait(const EndOfWait&) = delete;
-  EndOfWait& operator=(const EndOfWait&) = delete;
-  void Done() { m_IsDone = true; }
+  WaitedJob(const WaitedJob&) = delete;
+  WaitedJob& operator=(const WaitedJob&) = delete;
+  void SetCompleted() { m_IsCompleted = true; }
 
  private:
   const StorePtr m_Store;
   const std::uint64_t m_Job;
-  bool m_IsDone = false;
+  bool m_IsCompleted = false;
 };
 
 }  // namespace
@@ -127,7 +127,7 @@ void WaitForJob(Session& session, Handle& handle) {
   const JobRow& row = RowOf(handle.kind);
   const JobPlan plan = handle.plan;
   if (plan.phase != JobPhase::Started) throw Refusal{kWrongState, "no job is running"};
-  EndOfWait end(session.Store(), plan.mark.number);
+  WaitedJob end(session.Store(), plan.mark.number);
   // Prevents another call from waiting for the job.
   handle.plan.phase = JobPhase::Ended;
   session.Unlock();
@@ -135,14 +135,14 @@ void WaitForJob(Session& session, Handle& handle) {
     boost::this_thread::sleep_for(boost::chrono::milliseconds(plan.milliseconds));
   }
   session.EditCardUnlocked(handle.cardId, [&](Card& card) {
-    if (!Holds(card, plan.mark))
+    if (!HasJob(card, plan.mark))
       throw Refusal{kWrongState, "the card's state was changed while the job ran"};
     card.job.reset();
     SetState(card, row.after);
     row.apply(card, plan);
     return true;
   });
-  end.Done();
+  end.SetCompleted();
 }
 
 void AbandonJob(const StorePtr& store, std::uint64_t job) noexcept {

@@ -53,7 +53,8 @@ void Keep(FileVersion& loaded, Base::Descriptor file, const struct stat& status)
   loaded.mtimeNanoseconds = status.st_mtim.tv_nsec;
 }
 
-// Resets the cards of jobs whose process has exited. Returns whether it reset any.
+// Restores the previous state of the cards of jobs whose process has exited. Returns whether it
+// restored any.
 bool DropDeadJobs(State& state) {
   bool dropped = false;
   for (Card& card : state.cards) {

@@ -78,8 +78,9 @@ bool CanPrompt(const Options& options) {
 }
 
 bool CanRewriteLine() {
-  const char* kind = secure_getenv("TERM");
-  return isatty(STDERR_FILENO) != 0 && kind != nullptr && std::strcmp(kind, "dumb") != 0;
+  const char* terminalType = secure_getenv("TERM");
+  return isatty(STDERR_FILENO) != 0 && terminalType != nullptr &&
+         std::strcmp(terminalType, "dumb") != 0;
 }
 
 std::string PromptLine(const std::string& question) {

@@ -150,7 +150,8 @@ Failure CheckFailure(const std::string& what, const OperationRow* row, const std
     std::string why = refusal.m_Why;
     if (error == PI::ERR_GENERAL && row != nullptr && *row->m_WrongStateReason != '\0')
       why = row->m_WrongStateReason;
-    if (error == PI::ERR_GENERAL && !state.empty()) why += fmt::format(", but it is {}", state);
+    if (error == PI::ERR_GENERAL && !state.empty())
+      why += fmt::format("; current state: {}", state);
     std::vector<std::string> advice;
     if (refusal.m_Advice != nullptr) advice.emplace_back(refusal.m_Advice);
     advice.emplace_back("Nothing was changed.");

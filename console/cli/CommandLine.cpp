@@ -140,9 +140,9 @@ void StoreAll(const CLI::App& app, Options& options) {
 bool WantsColor(const Options& options, bool terminal) {
   if (options.m_Color != "auto") return options.m_Color == "always";
   const char* noColor = secure_getenv("NO_COLOR");
-  const char* kind = secure_getenv("TERM");
+  const char* terminalType = secure_getenv("TERM");
   if (noColor != nullptr && *noColor != '\0') return false;
-  return terminal && kind != nullptr && std::strcmp(kind, "dumb") != 0;
+  return terminal && terminalType != nullptr && std::strcmp(terminalType, "dumb") != 0;
 }
 
 }  // namespace

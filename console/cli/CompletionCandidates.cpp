@@ -30,7 +30,7 @@ struct Line {
   Words m_Before;                       // all words before the last
   std::string m_Last;                   // the word to complete
   std::string m_OptionPrefix;           // the part of m_Last before the value, such as "--output="
-  const OptionRow* m_Option = nullptr;  // the option whose value is to be completed, or null
+  const OptionRow* m_Option = nullptr;  // the option whose value is being completed, or null
   std::string m_Verb;                   // the command as typed
   const Command* m_Command = nullptr;   // null if m_Verb is empty or unknown
   Words m_Arguments;                    // the complete words after the command

@@ -13,10 +13,10 @@ namespace Console {
 
 struct Candidate {
   std::string m_Word;  // the complete word that would replace the last one
-  std::string m_Meaning;
+  std::string m_Description;
 };
 
-// The only candidate if the shell is to complete file names.
+// The only candidate if the shell should complete file names.
 inline constexpr const char* kFilesWord = ":files";
 
 // Reads the objects with the options of the unfinished line; may throw.

@@ -8,7 +8,8 @@ namespace {
 
 std::string FormatCandidate(const Candidate& candidate) {
   const std::string word = Base::Printable(candidate.m_Word);
-  return candidate.m_Meaning.empty() ? word : word + "\t" + Base::Printable(candidate.m_Meaning);
+  return candidate.m_Description.empty() ? word
+                                         : word + "\t" + Base::Printable(candidate.m_Description);
 }
 
 CommandResult Run(Context& context) {

@@ -36,7 +36,7 @@ Json ReasonJson(const Reason& reason) {
   return json;
 }
 
-// An object with its health, and the time since which it has had this health, if known.
+// An object with its health, and the time at which its current status started, if known.
 struct StatusEntry {
   const Object* m_pObject;
   Health m_Health;

@@ -42,8 +42,8 @@ void PluginSession::Load(const std::filesystem::path& file) {
 
 // Returns whether the call has returned by the deadline. A time limit requires a thread: if none
 // can be started, retries until the deadline and then throws `Failure`.
-bool PluginSession::CallWhenThreadsAreFree(const std::function<std::uint32_t()>& call,
-                                           const Deadline& deadline) {
+bool PluginSession::CallWithThreadRetry(const std::function<std::uint32_t()>& call,
+                                        const Deadline& deadline) {
   constexpr std::chrono::milliseconds kPause(100);
   while (true) {
     try {
@@ -55,7 +55,8 @@ bool PluginSession::CallWhenThreadsAreFree(const std::function<std::uint32_t()>&
   }
 }
 
-// The command already has its result, so a plug-in that does not stop only adds a note.
+// Failing to stop the plug-in is reported as a note, because the command has already succeeded or
+// failed.
 void PluginSession::Stop() {
   if (!m_pLoaded) return;
   // The plug-in waits up to 25 seconds for its jobs; without a job, it only has to finish a scan.
@@ -67,7 +68,7 @@ void PluginSession::Stop() {
   };
   const Deadline deadline(timeout);
   try {
-    if (CallWhenThreadsAreFree(call, deadline)) return;
+    if (CallWithThreadRetry(call, deadline)) return;
   } catch (const Failure& failure) {
     AbandonThreads();
     m_Diagnostics.Note("PLUGIN_LEFT_RUNNING",
@@ -75,7 +76,7 @@ void PluginSession::Stop() {
                        failure.m_Advice);
     return;
   } catch (const std::exception&) {
-    return;  // thrown by the plug-in, which has been unloaded
+    return;  // the call threw an exception, and unwinding it has unloaded the plug-in
   }
   m_Diagnostics.Note("PLUGIN_LEFT_RUNNING", "the plug-in does not stop; exiting anyway",
                      {"A card or its driver may be hung; check the kernel log."});

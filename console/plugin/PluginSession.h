@@ -41,8 +41,8 @@ class PluginSession : public CommandSession {
 
   void Load(const std::filesystem::path& file);
   void Stop();
-  static bool CallWhenThreadsAreFree(const std::function<std::uint32_t()>& call,
-                                     const Deadline& deadline);
+  static bool CallWithThreadRetry(const std::function<std::uint32_t()>& call,
+                                  const Deadline& deadline);
   std::optional<PluginReply> Call(PluginCommand command, const Deadline& deadline,
                                   OnStop onStop) override;
   void Abandon() override;

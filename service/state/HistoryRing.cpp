@@ -36,7 +36,7 @@ struct HourSummary {
   FieldSummary m_Fields[kHistoryFieldCount];
 };
 
-// By hour and position.
+// The key is the hour and the card's position.
 using HourSummaries = std::map<std::pair<std::int64_t, std::int64_t>, HourSummary>;
 
 std::string Placeholders(std::size_t count) {
@@ -45,7 +45,7 @@ std::string Placeholders(std::size_t count) {
   return text;
 }
 
-// Returns the first row of the minute with this number. Each minute has `kPositions` rows.
+// Returns the ID of the first row of minute number `minute`. Each minute has `kPositions` rows.
 std::int64_t FirstRow(std::int64_t minute) {
   return minute % kMinutesKept * kPositions;
 }

@@ -89,7 +89,7 @@ void Describe(const Object& adapter, const CardState& state, KnownCard& card) {
   if (const auto size = SizeOf(state)) card.m_SizeBytes = size;
 }
 
-// Updates the rows of known cards with an observation.
+// Updates the rows of known cards from an observation.
 class CardUpdate {
  public:
   CardUpdate(Connection& connection, const Observation& observation, const CardStates& observed,
@@ -99,7 +99,7 @@ class CardUpdate {
         m_Observed(observed),
         m_Rows(rows),
         m_NextPosition(ReadNumber(connection, StateNumber::NextPosition)) {
-    for (const auto& [serial, row] : rows) {  // another program may have changed the number
+    for (const auto& [serial, row] : rows) {  // another program may have changed the stored value
       m_NextPosition = std::max(m_NextPosition, row.m_Card.m_Position + 1);
     }
   }

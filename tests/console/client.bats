@@ -75,7 +75,7 @@ END
   silent watch err
 }
 
-@test "metrics through the service contain the same card values" {
+@test "metrics through the service contain the same card values as direct metrics" {
   keep served served metrics
   keep direct direct metrics
   ended served 0

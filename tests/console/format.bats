@@ -68,7 +68,7 @@ Nothing was changed." "$(out dry)"
     'd["result"]["before"].update(sector_size_bytes="512")' 'd.update(command="attach")'
 }
 
-@test "format refuses without the serial number, even with --yes" {
+@test "format is refused without the serial number, even with --yes" {
   local name
   for name in refused yes; do
     ended "$name" 4

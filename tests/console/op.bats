@@ -53,6 +53,7 @@ setup_file() {
     "$(json can '[d["result"][k] for k in ("operation", "possible", "error")]')"
   same '[4, false, 20000, "ERR_GENERAL"]' \
     "$(json cannot '[d["exit_code"], d["result"]["possible"], d["result"]["error"], d["messages"][0]["id"]]')"
+  said cannot "corvane-host: OP_ATTACH a0: only a detached card can be attached; current state: attached (20000)"
   untouched list
 }
 

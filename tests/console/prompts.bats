@@ -151,10 +151,10 @@ as_before() {
 @test "a dry run does not prompt and changes nothing" {
   played dry
   untouched dry
-  run ! grep -q "Enter stops" "$BATS_FILE_TMPDIR/dry.out"
+  run ! grep -q "Enter cancels" "$BATS_FILE_TMPDIR/dry.out"
 }
 
-@test "format refuses without a terminal and with --no-input" {
+@test "format is refused without a terminal or with --no-input" {
   ended script 4
   said script "  Nothing was changed."
   played noinput noquestion

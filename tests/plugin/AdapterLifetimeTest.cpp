@@ -77,7 +77,7 @@ INSTANTIATE_TEST_SUITE_P(
              R"(ESTIMATED_LIFETIME = "2026-01-05" (sort 23045))"},
         // 80 of 100 units written in 8760 hours leave 2190 hours, although the card reports less
         // wear.
-        Case{"BytesCountToo", Wear(A_YEAR_AGO, "87960930222080", "100", "90.0"),
+        Case{"BytesWritten", Wear(A_YEAR_AGO, "87960930222080", "100", "90.0"),
              R"(ESTIMATED_LIFETIME = "2026-04-02" (sort 23045))"},
         Case{"WornOut", Wear(A_YEAR_AGO, "0", "100", "0.0"),
              R"(ESTIMATED_LIFETIME = "2026-01-01" (sort 23045))"},

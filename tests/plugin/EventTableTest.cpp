@@ -296,18 +296,18 @@ void PrintTo(const DriveChange& change, std::ostream* stream) {
 const DriveChange DRIVE_CHANGES[] = {
     {"Size", {"iom_format_size_bytes", "628000000000"}, {DriveEvent("PD_FORMAT_CHANGED", "2")}},
     {"SectorSize", {"sector_size_bytes", "4096"}, {DriveEvent("PD_FORMAT_CHANGED", "2")}},
-    {"Both",
+    {"SizeAndSectorSize",
      {"iom_format_size_bytes", "628000000000", "sector_size_bytes", "4096"},
      {DriveEvent("PD_FORMAT_CHANGED", "2")}},
     {"UnreportedFields",
      {"iom_format_size_pct", "80", "iom_format_max_sector_size_bytes", "512"},
      {}},
     {"LargestSize", {"overformat_size_bytes", "900000000000"}, {}},
-    {"NameToo",
+    {"SectorSizeAndProductName",
      {"sector_size_bytes", "4096", "product_name", "New Product"},
      {DriveEvent("PD_FORMAT_CHANGED", "2")}},
-    {"OnlyTheName", {"product_name", "New Product"}, {}},
-    {"AdapterNameToo",
+    {"ProductName", {"product_name", "New Product"}, {}},
+    {"SectorSizeAndBoardName",
      {"sector_size_bytes", "4096", "board_name", "New Board"},
      {"PD_FORMAT_CHANGED severity 2 object 2 Flash Adapter G2 (0) | SanDisk New Board (1) | Flash "
       "Adapter G2 "

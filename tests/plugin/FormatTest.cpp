@@ -225,16 +225,19 @@ const Request REQUESTS[] = {
     {"SectorsOf2K", {Choice(BLOCK_SIZE, PI::Value::_2K)}, "2048", "100"},
     {"SectorsOf4K", {Choice(BLOCK_SIZE, PI::Value::_4K)}, "4096", "100"},
     {"SectorsOf8K", {Choice(BLOCK_SIZE, PI::Value::_8K)}, "8192", "100"},
-    {"SectorsOfAnUnknownChoice",
+    {"SectorSizeUnknown",
      {Choice(BLOCK_SIZE, PI::Value::_8K), Choice(BLOCK_SIZE, PI::Value::_8K + 1)},
      "512",
      "100"},
-    {"SectorsTwice", {Choice(BLOCK_SIZE, PI::Value::_2K), Range(BLOCK_SIZE, 4096)}, "4096", "100"},
-    {"SectorsTwiceReversed",
+    {"SectorSizeTwice",
+     {Choice(BLOCK_SIZE, PI::Value::_2K), Range(BLOCK_SIZE, 4096)},
+     "4096",
+     "100"},
+    {"SectorSizeTwiceReversed",
      {Range(BLOCK_SIZE, 4096), Choice(BLOCK_SIZE, PI::Value::_2K)},
      "2048",
      "100"},
-    {"Everything",
+    {"AllParameters",
      {Choice(FORMATTING, CUSTOM), Range(SIZE, 75), Choice(BLOCK_SIZE, PI::Value::_4K)},
      "4096",
      "75"},
@@ -246,8 +249,8 @@ INSTANTIATE_TEST_SUITE_P(Parameters, FormatRequest, testing::ValuesIn(REQUESTS),
 struct Capacity {
   const char* name;
   int formatting;
-  Lines ordinary;    // size requests to a card that cannot be over-formatted
-  Lines overformat;  // size requests to a card that can
+  Lines ordinary;    // size requests if the card disallows over-formatting
+  Lines overformat;  // size requests if the card allows it
 };
 
 std::ostream& operator<<(std::ostream& out, const Capacity& capacity) {

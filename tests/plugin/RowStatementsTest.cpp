@@ -41,7 +41,7 @@ class TwoCards : public WorkerFixture {
     WaitForScans();
   }
 
-  // Returns each statement up to the name of the table, such as "SELECT * FROM host_drive_rows".
+  // Returns each statement, cut off after the table name, such as "SELECT * FROM host_drive_rows".
   Cells SentStatements() const {
     Cells shortened;
     for (const std::string& sql : m_Statements.Statements()) {

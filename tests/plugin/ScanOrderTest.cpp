@@ -57,12 +57,12 @@ const Lines FREE_BOTH = {
     "d- trace 8 After m_EventsLock.Release ()", "d- trace 8 Before m_DataLock.Release ()",
     "-- trace 8 After m_DataLock.Release ()"};
 const Lines NOTIFY = {"-- notify"};
-const Lines REST = {"-- trace 2 Worker() before restart interval"};
+const Lines RESTART_INTERVAL = {"-- trace 2 Worker() before restart interval"};
 
 // A pass with a scan. `steps` come between the start of the scan and the release of the locks.
 Lines PassWithScan(const std::vector<Lines>& steps, const Lines& notify = NOTIFY) {
-  return Joined(
-      {WAKE_UP, TAKE_DATA, TAKE_EVENTS, BEGIN_SCAN, Joined(steps), FREE_BOTH, notify, REST});
+  return Joined({WAKE_UP, TAKE_DATA, TAKE_EVENTS, BEGIN_SCAN, Joined(steps), FREE_BOTH, notify,
+                 RESTART_INTERVAL});
 }
 
 // The steps of a successful scan of one card.
@@ -235,7 +235,7 @@ TEST_F(ScanOrder, QuickPollOfCardsThatCannotBeOpened) {
             "d- call vsl_iom_create_by_name /dev/fct1", "d- call vsl_open card#1",
             "d- trace 16 Worker, vsl_open = 62 (unavailable)", "d- call vsl_destroy card#1",
             "d- trace 8 Before m_DataLock.Release ()", "-- trace 8 After m_DataLock.Release ()"},
-           REST})));
+           RESTART_INTERVAL})));
 }
 
 // The card's handle is destroyed after the failure is traced. The host is notified because an event
@@ -294,15 +294,16 @@ TEST_F(ScanOrder, LifetimeAttributesAndTheirTraces) {
 }
 
 // The host is notified before the worker waits again, and no lock is acquired in between.
-TEST_F(ScanOrder, WakeUpForTheHost) {
+TEST_F(ScanOrder, PrivateEventAfterAnOperation) {
   AddCards(1);
   StartWatch();
   BeginJournal();
   ASSERT_EQ(m_Host.Run(FIRST_DRIVE, PI::OP_MAKE_OFFLINE), 0U);
   Settle();
-  EXPECT_THAT(m_Journal.PluginEntries(),
-              ElementsAreArray(
-                  Joined({{"-- trace 4 Worker() m_PrivateEvent event received"}, NOTIFY, REST})));
+  EXPECT_THAT(
+      m_Journal.PluginEntries(),
+      ElementsAreArray(Joined(
+          {{"-- trace 4 Worker() m_PrivateEvent event received"}, NOTIFY, RESTART_INTERVAL})));
 }
 
 }  // namespace

@@ -70,7 +70,7 @@ const Lines TAKE_EVENTS = {"8 Before m_EventsLock.Wait(INFINITE)",
 const Lines RELEASE_EVENTS = {"8 Before m_EventsLock.Release ()",
                               "8 After m_EventsLock.Release ()"};
 const Lines RELEASE_DATA = {"8 Before m_DataLock.Release ()", "8 After m_DataLock.Release ()"};
-const Lines REST = {"2 Worker() before restart interval"};
+const Lines RESTART_INTERVAL = {"2 Worker() before restart interval"};
 const Lines SCAN = {"16 Before ScanSystem()",
                     "2 ENTER ScanSystem(0) PhyDrive=0",
                     "16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
@@ -120,7 +120,7 @@ TEST_F(WorkerFaults, TracesAScanWithoutAChange) {
             "4 Worker() after bscan"},
            RELEASE_EVENTS,
            RELEASE_DATA,
-           REST})));
+           RESTART_INTERVAL})));
 }
 
 // Events are appended under the lock that the worker already holds.
@@ -144,7 +144,7 @@ TEST_F(WorkerFaults, TracesAScanWithEvents) {
             "4 Worker() after bscan"},
            RELEASE_EVENTS,
            RELEASE_DATA,
-           REST})));
+           RESTART_INTERVAL})));
 }
 
 TEST_F(WorkerFaults, TracesAScanWithAChangeAndNoEvent) {
@@ -175,12 +175,12 @@ TEST_F(WorkerFaults, TracesAFailedScan) {
                                 "16 After ScanSystem() ret = 20003", "4 Worker() after bscan"},
                                RELEASE_EVENTS,
                                RELEASE_DATA,
-                               REST})));
+                               RESTART_INTERVAL})));
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                           "vsl_destroy card#1"));
 }
 
-TEST_F(WorkerFaults, TracesAWakeUpForTheHost) {
+TEST_F(WorkerFaults, TracesThePrivateEventAfterAnOperation) {
   AddCards(1);
   StartWatch();
   ClearRecords();
@@ -194,7 +194,7 @@ TEST_F(WorkerFaults, TracesAWakeUpForTheHost) {
   EXPECT_THAT(TimesOf("8 Before m_DataLock.Wait(INFINITE)"), IsEmpty());
 }
 
-TEST_F(WorkerFaults, AScanThatFailsInTheMiddleLeavesTheObjectsAndEmptiesTheRelations) {
+TEST_F(WorkerFaults, AScanThatFailsMidwayKeepsTheObjectsAndClearsTheRelations) {
   StartBeforeAScan();
   const Lines before = Tree();
   Set("card0", "board_name", "Other");
@@ -239,7 +239,7 @@ TEST_F(WorkerFaults, APollIsSkippedIfTheDataLockFails) {
   ClearRecords();
   HostKit::FailLockWait(1, 1);
   WaitForWakeUps();
-  EXPECT_THAT(RecordedLines(), ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, REST})));
+  EXPECT_THAT(RecordedLines(), ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, RESTART_INTERVAL})));
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
   EXPECT_EQ(HostKit::Locks()[0].depth, 0U);
   WaitForWakeUps();
@@ -262,8 +262,9 @@ TEST_F(WorkerFaults, AScanIsPostponedIfTheEventsLockFails) {
   ClearRecords();
   HostKit::FailLockWait(2, 1);
   WaitForWakeUps();
-  EXPECT_THAT(RecordedLines(),
-              ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, TAKE_EVENTS, RELEASE_DATA, REST})));
+  EXPECT_THAT(
+      RecordedLines(),
+      ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, TAKE_EVENTS, RELEASE_DATA, RESTART_INTERVAL})));
   EXPECT_THAT(Notifications(), IsEmpty());
   ClearRecords();
   // The next pass must scan without a quick poll, which would no longer see a change.

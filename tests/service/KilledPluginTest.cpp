@@ -77,7 +77,7 @@ class KilledPlugin : public CorvaneTest::CollectorFixture {
     AwaitRecord();
   }
 
-  // The ids of the logged events: "10984, 10983".
+  // Renders the IDs of the logged events as "10984, 10983".
   std::string LogText() const {
     std::string text;
     for (const HostKit::LoggedEvent& event : HostKit::ReadEvents(0, 1000)) {
@@ -85,7 +85,7 @@ class KilledPlugin : public CorvaneTest::CollectorFixture {
     }
     return text;
   }
-  static std::string Texts(const std::vector<std::uint32_t>& events) {
+  static std::string IDList(const std::vector<std::uint32_t>& events) {
     std::string text;
     for (const std::uint32_t event : events) {
       text += (text.empty() ? "" : ", ") + std::to_string(event);
@@ -99,22 +99,22 @@ class KilledPlugin : public CorvaneTest::CollectorFixture {
   Service::StateThread m_State{[](const std::string& cause) { ADD_FAILURE() << cause; }};
 };
 
-TEST_F(KilledPlugin, LosesNoUnreportedEvent) {
+TEST_F(KilledPlugin, LogsEventsThatWereNotReported) {
   StartService();
   m_Host.Cards().Raise(m_Card, "TEMPERATURE_ABOVE_WARN");
   Kill();
-  EXPECT_EQ(LogText(), Texts({kWarm}));
+  EXPECT_EQ(LogText(), IDList({kWarm}));
   m_Host.Cards().Clear(m_Card, "TEMPERATURE_ABOVE_WARN");
   Kill();
-  EXPECT_EQ(LogText(), Texts({kWarm, kNormal}));
+  EXPECT_EQ(LogText(), IDList({kWarm, kNormal}));
   m_Host.Cards().RemoveCard(m_Card);
   Kill();
-  EXPECT_EQ(LogText(), Texts({kWarm, kNormal, kRemoved}));
+  EXPECT_EQ(LogText(), IDList({kWarm, kNormal, kRemoved}));
   m_Host.AddCard();
   Kill();
-  EXPECT_EQ(LogText(), Texts({kWarm, kNormal, kRemoved, kAdded}));
+  EXPECT_EQ(LogText(), IDList({kWarm, kNormal, kRemoved, kAdded}));
   Kill();
-  EXPECT_EQ(LogText(), Texts({kWarm, kNormal, kRemoved, kAdded}));
+  EXPECT_EQ(LogText(), IDList({kWarm, kNormal, kRemoved, kAdded}));
 }
 
 // The plug-in notices a detached card within its poll interval. Depending on the round, it is
@@ -128,7 +128,7 @@ TEST_F(KilledPlugin, LogsEachChangeOnceWheneverItIsKilled) {
     expected.push_back(isDetached ? kDetached : kAttached);
     std::this_thread::sleep_for(milliseconds(round * 150));
     Kill();
-    EXPECT_EQ(LogText(), Texts(expected)) << "round " << round;
+    EXPECT_EQ(LogText(), IDList(expected)) << "round " << round;
   }
 }
 

@@ -222,27 +222,27 @@ class CallMemory : public SimulatedCards {
   }
 
   void Sweep(const Call& call, Shortage kind) {
-    int failures = 0;
-    for (;; ++failures) {
+    int allocation = 0;
+    for (;; ++allocation) {
       CallHandles handles = RestartWith(call.state);
       call.prepare(handles);
       ASSERT_STREQ("", handles.err.text);
       const std::string before = Slurp();
       const std::string open = Joined(CardSim::OpenHandles());
       vsl_code code = 0;
-      if (!RunShort(call, handles, failures, kind, code)) {
+      if (!RunShort(call, handles, allocation, kind, code)) {
         ASSERT_EQ(0U, code) << handles.err.text;
         break;
       }
       if (!call.needsMemory && code == 0) continue;
-      ASSERT_NE(0U, code) << "allocation " << failures;
-      ASSERT_STREQ("out of memory", handles.err.text) << failures;
-      ASSERT_EQ(before, Slurp()) << failures;
-      ASSERT_EQ(open, Joined(CardSim::OpenHandles())) << failures;
-      ASSERT_EQ(0U, call.call(handles)) << failures << handles.err.text;
-      ASSERT_EQ("", Joined(CardSim::Misuse())) << failures;
+      ASSERT_NE(0U, code) << "allocation " << allocation;
+      ASSERT_STREQ("out of memory", handles.err.text) << allocation;
+      ASSERT_EQ(before, Slurp()) << allocation;
+      ASSERT_EQ(open, Joined(CardSim::OpenHandles())) << allocation;
+      ASSERT_EQ(0U, call.call(handles)) << allocation << handles.err.text;
+      ASSERT_EQ("", Joined(CardSim::Misuse())) << allocation;
     }
-    EXPECT_TRUE(failures > 0 || !call.needsMemory);
+    EXPECT_TRUE(allocation > 0 || !call.needsMemory);
   }
 };
 

@@ -120,7 +120,7 @@ void Show(CFusionIOAdapter& adapter, std::uint64_t errors, std::uint64_t warning
 
 const Case CASES[] = {
     {"Nothing", [](Records&, Records&) {}, {}, {}},
-    {"OnlyTheHistories",
+    {"Histories",
      [](Records&, Records& scanned) { SeenTwice(scanned.adapters[0], 1, 1, 1); },
      {},
      {}},
@@ -200,7 +200,7 @@ const Case CASES[] = {
      {"~A1"},
      {"CTRL_TEMPERATURE_ABOVE_WARN/3 of 11", "CTRL_NEAR_WEARING_OUT/3 of 11",
       "CTRL_WRITE_REG_POWER/2 of 11", "CTRL_UNACTIVATED_FIRMWARE/2 of 11"}},
-    {"OnlyTheInformation",
+    {"Information",
      [](Records& stored, Records& scanned) {
        SeenTwice(stored.adapters[0], 0, 0, 2);
        Show(scanned.adapters[0], 0, 0, 2);
