@@ -127,7 +127,7 @@ std::string CheckReadingText(const CheckReading& r) {
   return text;
 }
 
-// Replaces bars, because a bar starts the performance data.
+// Replaces vertical bars, because a vertical bar starts the performance data.
 std::string WithoutBars(const std::string& text) {
   return boost::replace_all_copy(text, "|", "/");
 }

@@ -46,7 +46,7 @@ struct CheckResult {
 // derived only from the status that the plug-in reports. The model must outlive the result.
 CheckResult CheckObjects(const Model& model, const Object* top);
 
-// Returns the reason for the state, on one line and without bars.
+// Returns the reason for the state, on one line and without vertical bars.
 std::string Summary(const CheckResult& check, bool ascii);
 
 // Returns the complete output: the first line with the readings, then the lines of the objects.

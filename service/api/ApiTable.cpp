@@ -48,19 +48,19 @@ const ProblemRow kReusedKey = {422, "IDEMPOTENCY_KEY_REUSED",
 const ProblemRow kNoJob = {404, "NO_SUCH_JOB", "No such job."};
 const ProblemRow kNoLog = {500, "NO_EVENT_LOG", "The event log cannot be read."};
 const ProblemRow kInvalidEventId = {400, "EVENT_ID_INVALID",
-                                    "Last-Event-ID is not the number of an event."};
+                                    "Last-Event-ID is not a valid event number."};
 const ProblemRow kTooManyStreams = {503, "STREAM_REFUSED", "Too many streams are open."};
 const ProblemRow kUnknownCard = {404, "UNKNOWN_CARD", "The card has never been seen."};
 const ProblemRow kPresent = {409, "CARD_PRESENT", "The card is present."};
 const ProblemRow kUnknownReason = {400, "UNKNOWN_REASON", "No such reason."};
 const ProblemRow kNotAcknowledged = {404, "NOT_ACKNOWLEDGED", "The reason is not acknowledged."};
 const ProblemRow kNoDatabase = {500, "DATABASE_UNUSABLE", "The database cannot be used."};
-const ProblemRow kReserved = {409, "RESERVED", "Only the service may use this command."};
+const ProblemRow kReserved = {409, "RESERVED", "This command is reserved for the service."};
 
 // Problems of resources that read objects and accept "fresh" in the query.
 const std::vector<ProblemRow> kObjectProblems = {kInvalidQuery, kDown, kBusy, kTimedOut};
-const std::vector<ProblemRow> kOneObjectProblems = {kInvalidQuery, kNoObject, kDown, kBusy,
-                                                    kTimedOut};
+const std::vector<ProblemRow> kSingleObjectProblems = {kInvalidQuery, kNoObject, kDown, kBusy,
+                                                       kTimedOut};
 const std::vector<ProblemRow> kOperationProblems = {
     kInvalidBody, kNoObject, kNoOperation, kNotConfirmed, kJobRunning, kReusedKey, kDown, kBusy};
 
@@ -111,7 +111,7 @@ const std::vector<ApiRow> kRows = {
      "one card",
      GetCard,
      {kDocument, kUnchanged},
-     kOneObjectProblems,
+     kSingleObjectProblems,
      {"fresh"}},
     {Method::Delete,
      "/v1/cards/{serial}",
@@ -182,7 +182,7 @@ const std::vector<ApiRow> kRows = {
      "one drive",
      GetDrive,
      {kDocument, kUnchanged},
-     kOneObjectProblems,
+     kSingleObjectProblems,
      {"fresh"}},
     {Method::Post,
      "/v1/cards/{serial}/drives/{drive}/operations/{operation}",

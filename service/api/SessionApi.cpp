@@ -229,7 +229,7 @@ Http::Reply GetEventStream(const ApiContext& api, const Http::Request& request) 
   if (after == nullptr) return api.m_Feed.Open(std::nullopt);
   const auto number = Console::ReadNumber<std::int64_t>(*after);
   if (number && *number >= 0) return api.m_Feed.Open(number);
-  return MakeProblem(400, "EVENT_ID_INVALID", "Last-Event-ID is not the number of an event");
+  return MakeProblem(400, "EVENT_ID_INVALID", "Last-Event-ID is not a valid event number");
 }
 
 }  // namespace Service

@@ -119,7 +119,7 @@ void RemoveStale(const std::string& path) {
 
 }  // namespace
 
-// The group and mode are set before listen(), because no client can connect before that.
+// No client can connect until listen() is called, so the group and mode are set first.
 Base::Descriptor ListenUnix(const std::filesystem::path& path, mode_t mode,
                             std::optional<gid_t> group) {
   Address address = UnixAddress(path);
@@ -133,8 +133,8 @@ Base::Descriptor ListenUnix(const std::filesystem::path& path, mode_t mode,
 }
 
 void ShareSocket(const std::filesystem::path& path, mode_t mode, std::optional<gid_t> group) {
-  constexpr auto kSameUser = static_cast<uid_t>(-1);
-  Check(!group || lchown(path.c_str(), kSameUser, *group) == 0, path);
+  constexpr auto kKeepOwner = static_cast<uid_t>(-1);
+  Check(!group || lchown(path.c_str(), kKeepOwner, *group) == 0, path);
   Check(chmod(path.c_str(), mode) == 0, path);
 }
 

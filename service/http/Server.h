@@ -21,7 +21,7 @@ class Server {
   // never be reached, and `std::runtime_error` if the server cannot be started.
   Server(std::vector<Route> routes, Settings settings, std::vector<Base::Descriptor> listeners);
   // Waits for running handlers. Requests that wait for a response get a 503, if the client reads it
-  // immediately; streams are cut.
+  // immediately; streams are dropped.
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;

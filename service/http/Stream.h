@@ -12,8 +12,8 @@
 
 namespace Http {
 
-// The functions of the first group are thread-safe and may be called before and after the handler
-// returns the stream.
+// `Send` and `Close` are thread-safe and may be called before and after the handler returns the
+// stream.
 class Stream : public Unfinished {
  public:
   using Callback = std::function<void()>;
@@ -21,9 +21,9 @@ class Stream : public Unfinished {
   // Queues up to `bytes` bytes for a slow reader.
   explicit Stream(std::size_t bytes, std::string contentType = "text/event-stream");
 
-  // Queues `text`. Returns false if the stream has ended: the client has disconnected or was cut
-  // off, the stream was closed, or the server is stopping. Text that does not fit cuts the
-  // connection, and the client has to resume. An empty queue accepts text of any length.
+  // Queues `text`. Returns false if the stream has ended: the connection was lost or dropped, the
+  // stream was closed, or the server is stopping. If the text does not fit, the connection is
+  // dropped, and the client has to resume. An empty queue accepts text of any length.
   bool Send(std::string_view text);
   // Ends the stream after the queued text.
   void Close();
@@ -38,7 +38,8 @@ class Stream : public Unfinished {
 
   // Called by the server.
   const std::string& ContentType() const { return m_ContentType; }
-  // Moves up to `size` bytes. Returns 0 if none are queued now, empty if no more will follow.
+  // Moves up to `size` bytes from the queue to `into`. Returns 0 if none are queued now, or empty
+  // if no more will follow.
   std::optional<std::size_t> Take(char* into, std::size_t size);
   // Whether the stream was cut, so that the client must not see a regular end.
   bool IsCut() const;

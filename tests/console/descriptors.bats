@@ -69,7 +69,7 @@ correct_or_error() {
   done
   echo "Too many open files" >"$BATS_FILE_TMPDIR/list.no.err"
   run -0 correct_or_error list no
-  # A wrong result with the exit code of a correct one, and a result instead of an error.
+  # Wrong output with the expected exit code, and success where the run without a limit fails.
   echo "$(rc list)" >"$BATS_FILE_TMPDIR/list.no.rc"
   run -1 correct_or_error list no
   echo 7 >"$BATS_FILE_TMPDIR/refused.rc"

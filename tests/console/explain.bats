@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# explain: meanings and actions for numbers and names.
+# explain: the meaning of numbers and names, and advice.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -22,7 +22,7 @@ setup_file() {
   same "operation OP_FORMAT_DEVICE" "$(out bare | cut -f 1,3 | tr '\t' ' ')"
 }
 
-@test "explain shows meaning, severity and action of an event" {
+@test "explain shows the meaning, severity and advice of an event" {
   ended event 0
   same "10967  CTRL_TEMPERATURE_ABOVE_WARN  event, warning
     means  The temperature of adapter NAME is above its warning threshold.
@@ -55,7 +55,7 @@ setup_file() {
   valid term
   same '[[30442, null, [{"name": "temperature_celsius", "type": "adapter", "unit": "celsius"}]]]' \
     "$(json term '[[e[k] for k in ("number", "advice", "terms")] for e in d["result"]["entries"]]')"
-  # For adapters and drives, this name stands for different properties.
+  # This name refers to one property of adapters and another of drives.
   same "30035 30059" "$(corvane-host explain physical_size_bytes -o tsv -H | cut -f2 | xargs)"
 }
 

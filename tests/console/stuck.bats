@@ -21,7 +21,7 @@ every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/stuck.py" "$1"; }
   every signal
 }
 
-@test "a result is printed even if the plug-in does not stop" {
+@test "list prints its result even if the plug-in does not stop" {
   CONSOLE_TEST_PLUGIN="hang in DeInitialize" keep stop \
     timeout 100 corvane-host --plugin "$ODD_PLUGIN" list -o value
   ended stop 0
@@ -39,8 +39,8 @@ a1
   said set "  The command may still take effect; check with show."
 }
 
-# with_hung_library COMMAND...: runs the command while the card library waits for the lock of the
-# cards.
+# with_hung_library COMMAND...: runs the command while the simulator's state file is locked, so that
+# the card library hangs.
 with_hung_library() {
   local sys="$BATS_TEST_TMPDIR/sys"
   cardsim sysfs "$sys"

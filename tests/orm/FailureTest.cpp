@@ -28,7 +28,7 @@ const std::vector<NamedCall> kCalls = {
     {"remove_all",
      [](storage_t& storage) { storage.remove_all<Item>(where(is_equal(&Item::name, "x"))); }}};
 
-TEST(Failure, IsNotConvertedIfItsExceptionTypeDiffers) {
+TEST(Failure, IsNotConvertedUnlessItIsADatabaseException) {
   for (const auto& [name, call] : kCalls) {
     SCOPED_TRACE(name);
     const auto database = std::make_shared<ScriptedDatabase>();
@@ -46,7 +46,7 @@ TEST(Failure, IsNotConvertedIfItsExceptionTypeDiffers) {
   }
 }
 
-TEST(Failure, IsNotConvertedWhileReadingTheKeyIfItsExceptionTypeDiffers) {
+TEST(Failure, IsNotConvertedWhileReadingTheKeyUnlessItIsADatabaseException) {
   const auto database = std::make_shared<ScriptedDatabase>();
   TableSetup setup;
   setup.autoKey = true;

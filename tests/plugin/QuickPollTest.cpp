@@ -218,9 +218,9 @@ TEST_F(QuickPoll, IgnoresAMaskThatIsNoLongerPresent) {
   EXPECT_FALSE(NextPollStartsScan());
 }
 
-class OddSample : public QuickPoll, public testing::WithParamInterface<int> {};
+class OutlierSample : public QuickPoll, public testing::WithParamInterface<int> {};
 
-TEST_P(OddSample, LeavesTheMaskUnchanged) {
+TEST_P(OutlierSample, LeavesTheMaskUnchanged) {
   AddCards(1);
   StartWatch();
   int sample = 0;
@@ -233,9 +233,9 @@ TEST_P(OddSample, LeavesTheMaskUnchanged) {
   EXPECT_EQ(sample, 5);
 }
 
-INSTANTIATE_TEST_SUITE_P(Samples, OddSample, testing::Range(1, 6));
+INSTANTIATE_TEST_SUITE_P(Samples, OutlierSample, testing::Range(1, 6));
 
-TEST_F(QuickPoll, SeesTheOtherMasksWhenOneIsUnsettled) {
+TEST_F(QuickPoll, DetectsChangesInOtherMasksWhenOneIsUnsettled) {
   AddCards(1);
   StartWatch();
   Set("card0", "current_warnings", "1");
@@ -276,7 +276,7 @@ TEST_F(QuickPoll, SkipsACardThatCannotBeOpened) {
   ExpectNoLeaks();
 }
 
-TEST_F(QuickPoll, SeesAChangeAfterASkippedCard) {
+TEST_F(QuickPoll, DetectsAChangeAfterASkippedCard) {
   AddCards(2);
   StartWatch();
   Set("card1", "iom_state", "0");

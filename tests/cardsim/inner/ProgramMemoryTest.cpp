@@ -26,18 +26,18 @@ struct Verb {
 
 // DIRECTORY is replaced by the test's directory.
 const Verb kVerbs[] = {
-    {"NewOverAnOldFile", {"new", "--force"}, true},
+    {"NewReplacesFile", {"new", "--force"}, true},
     {"Add", {"add", "0x1003"}, true},
     {"Remove", {"remove", "card1"}, true},
     {"List", {"list"}, false},
-    {"SetText", {"set", "card0", "serial_number", "a serial number of many letters"}, true},
+    {"SetText", {"set", "card0", "serial_number", "a very long serial number"}, true},
     {"SetNumber", {"set", "card0", "temp_internal_deg_c", "81.5"}, true},
     {"SetVolumes", {"set", "card0", "volumes", "[{\"state\": 0}, {\"state\": 1}]"}, true},
     {"SetAbsent", {"set", "card0", "beacon_state", "absent"}, true},
     {"Get", {"get", "card0", "driver_version"}, false},
     {"Raise", {"raise", "card0", "TEMPERATURE_ABOVE_WARN"}, true},
     {"Clear", {"clear", "card1", "errors.FLASHBACK"}, true},
-    {"Fail", {"fail", "vsl_open", "--code", "12", "--text", "a text of many letters"}, true},
+    {"Fail", {"fail", "vsl_open", "--code", "12", "--text", "a very long failure text"}, true},
     {"ClearFailure", {"clear-failure", "vsl_close"}, true},
     {"Sysfs", {"sysfs", "DIRECTORY/sys"}, false},
     {"Play", {"play", "DIRECTORY/scenario.json", "--speed", "1000000"}, true},
@@ -50,7 +50,7 @@ struct Outcome {
   bool wasShort;
 };
 
-// noexcept, so that an exception that leaves `main` terminates the process.
+// noexcept, so that an exception that escapes `main` terminates the process.
 int RunMain(int count, char** words) noexcept {
   return CardsimMain(count, words);
 }
@@ -59,17 +59,17 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
  protected:
   void SetUp() override {
     SimulatedCards::SetUp();
-    // Cards with few attributes have few allocations to fail.
+    // Cards with few attributes keep the number of allocations to test small.
     m_Before = R"({"cardsim": 1, "next_id": 3, "cards": [
         {"name": "card0", "id": 1, "serial_number": "FA1", "pci_bus": 3, "iom_state": 2,
-         "driver_version": "3.4.9 of many letters", "temp_internal_deg_c": 51.7,
+         "driver_version": "3.4.9 with a long suffix", "temp_internal_deg_c": 51.7,
          "beacon_state": false, "current_warnings": 0},
         {"name": "card1", "id": 2, "current_errors": 256, "pci_bus": 4}],
         "failures": {"vsl_close": {"code": 5, "text": "fails for a while"}}})";
     Spill(m_Before);
     std::ofstream(m_Directory / "scenario.json")
-        << R"({"title": "A scenario of many letters", "steps": [
-        {"do": "raise", "card": "card0", "what": "FLASHBACK", "say": "a word of many letters"},
+        << R"({"title": "A scenario with a long title", "steps": [
+        {"do": "raise", "card": "card0", "what": "FLASHBACK", "say": "a very long message text"},
         {"after_ms": 1, "do": "set", "card": "card1", "what": "board_name", "to": "another board"},
         {"do": "fail", "what": "vsl_open"}]})";
     void* shared =

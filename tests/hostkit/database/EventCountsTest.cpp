@@ -41,7 +41,7 @@ TEST_F(EventCounts, DistinguishEventsAndSeverities) {
             "CTRL_TEMPERATURE_ABOVE_WARN/3 2, CTRL_TEMPERATURE_ABOVE_WARN/4 1, CTRL_NORMAL/2 1");
 }
 
-TEST_F(EventCounts, SurviveARestartAndTheRotationOfTheLog) {
+TEST_F(EventCounts, SurviveARestartAndLogRotation) {
   Log(PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, PI::SEVERITY_WARNING, 1);
   Restart();
   OtherProgram(File()).Run("DELETE FROM host_event_log");
@@ -50,7 +50,7 @@ TEST_F(EventCounts, SurviveARestartAndTheRotationOfTheLog) {
   EXPECT_EQ(Counts(), "CTRL_TEMPERATURE_ABOVE_WARN/3 2");
 }
 
-TEST_F(EventCounts, IncludeTheEventsOfALogWithoutCounts) {
+TEST_F(EventCounts, AreRebuiltFromTheLogIfTheirTableIsMissing) {
   Log(PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, PI::SEVERITY_WARNING, 3);
   OtherProgram(File()).Run("DROP TRIGGER host_event_counted; DROP TABLE host_event_counts");
   Restart();
