@@ -59,11 +59,11 @@ class CARDSIM_API StateFile {
   void Create(bool overwrite = false);
 
   // Adds a card with this PCI device ID in the first free slot and returns the card's name: card0,
-  // card1, ... Uses the built-in profile with that ID, or else a file in the profile directory. If
-  // no profile has the ID, the card is like flash-365g with that ID.
+  // card1, ... Uses the built-in profile with that ID, or else one from the profile directory. If
+  // there is none, uses flash-365g with that ID.
   std::string AddCard(std::uint16_t deviceId);
-  // Adds a card of the kind with this profile name, such as "flash-1300g", or device ID, which is
-  // always hexadecimal: "0x1003" or "1003".
+  // Adds a card. `kind` is a profile name, such as "flash-1300g", or a hexadecimal PCI device ID:
+  // "0x1003" or "1003".
   std::string AddCard(const std::string& kind);
   // Adds `count` cards in one change and returns their names. Throws without adding a card if there
   // are not enough free slots.
@@ -81,10 +81,11 @@ class CARDSIM_API StateFile {
   // Returns the names of all cards, in the order of the file.
   std::vector<std::string> Cards() const;
 
-  // Sets an attribute. Attributes are named as in the card library without vsl_: "serial_number",
-  // "temp_internal_deg_c", "iom_format_size_pct", "current_warnings". `value` is JSON; for a string
-  // attribute, anything that is not a JSON string is taken literally. Unsigned numbers may also be
-  // hexadecimal, such as 0x1003. Units are those of the card library. Further attributes:
+  // Sets an attribute. Attribute names are those of the card library without the vsl_ prefix:
+  // "serial_number", "temp_internal_deg_c", "iom_format_size_pct", "current_warnings". `value` is
+  // JSON; for a string attribute, anything that is not a JSON string is taken literally. Unsigned
+  // numbers may also be hexadecimal, such as 0x1003. Units are those of the card library.
+  // Additional attributes:
   //
   //   pci_device_id, reserve_status     values that have no `vsl_has_` function
   //   iom_format_size_mode              true if a format has size modes
@@ -92,8 +93,8 @@ class CARDSIM_API StateFile {
   //   attach_ms, detach_ms, format_ms   duration of the jobs, in milliseconds
   //   in_use                            if true, a detach without force fails
   //   volumes                           [{"state": 1, "settable": true, "refuses": false}, ...]:
-  //                                     "settable": false rejects any change of state,
-  //                                     "refuses": true rejects each new state
+  //                                     "settable": false: the state cannot be set;
+  //                                     "refuses": true: setting it always fails
   //
   // Setting `iom_state` also aborts a running job of the card; waiting for that job then fails.
   void Set(const std::string& card, const std::string& attribute, const std::string& value);

@@ -31,7 +31,7 @@ struct LoggedEvent {
 
 // Returns the log entry for an event, including its message. Number, serial number and object type
 // are not set.
-HOST_API LoggedEvent WordEvent(const PI::CEvent& event);
+HOST_API LoggedEvent LogEntryFor(const PI::CEvent& event);
 
 // Appends all entries with new numbers, or none on failure. Ignores `m_Number`.
 HOST_API void AppendEvents(const std::vector<LoggedEvent>& events);

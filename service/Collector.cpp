@@ -132,7 +132,7 @@ bool Collector::IsStuck() const {
   return !worker || !worker->MayWaitForFormat();
 }
 
-std::size_t Collector::LostThreads() const {
+std::size_t Collector::FailedThreads() const {
   const std::shared_ptr<Worker> worker = Running();
   return worker ? worker->FailedThreads() : 0;
 }
@@ -207,7 +207,7 @@ void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
   snapshot.m_Plugin.m_IsUp = true;
   snapshot.m_Plugin.m_Starts = m_Starts;
   snapshot.m_Plugin.m_Process = session.ProcessId();
-  snapshot.m_Plugin.m_LostThreads = session.LostThreads();
+  snapshot.m_Plugin.m_FailedThreads = session.FailedThreads();
   snapshot.m_Plugin.m_StartDuration = session.StartDuration();
   m_Store.Publish(std::move(snapshot));
   ForwardObservation(m_Store.Get(), logPosition);

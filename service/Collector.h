@@ -69,7 +69,7 @@ class Collector {
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
                                            const Console::Deadline& deadline) const;
   // Number of threads that the running plug-in failed to start. Thread-safe.
-  std::size_t LostThreads() const;
+  std::size_t FailedThreads() const;
   // Whether a plug-in is running, so that `Call` can succeed. Thread-safe.
   bool IsRunning() const { return Running() != nullptr; }
 

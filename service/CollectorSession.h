@@ -22,7 +22,7 @@ class CollectorSession : public Console::CommandSession {
 
   Console::PluginInfo Info() const override { return m_Snapshot->m_Info; }
   bool HasCards() const override { return m_Snapshot->m_HasCards; }
-  std::size_t LostThreads() const override { return m_Collector.LostThreads(); }
+  std::size_t FailedThreads() const override { return m_Collector.FailedThreads(); }
   // Returns the events that the collector has logged since the last call, or since the session was
   // created.
   std::vector<HostKit::LoggedEvent> CollectEvents() override;

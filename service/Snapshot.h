@@ -28,7 +28,7 @@ struct PluginState {
   std::string m_Reason;        // why it is not up; empty while it first starts
   std::uint64_t m_Starts = 0;  // number of process starts, including failed ones
   pid_t m_Process = -1;        // process ID of the last successful start
-  std::size_t m_LostThreads = 0;
+  std::size_t m_FailedThreads = 0;
   std::chrono::duration<double> m_StartDuration{0};
 };
 

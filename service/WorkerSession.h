@@ -16,7 +16,7 @@ class WorkerSession : public Console::CommandSession {
 
   pid_t ProcessId() const { return m_Worker.ProcessId(); }
   Console::PluginInfo Info() const override { return m_Worker.Info(); }
-  std::size_t LostThreads() const override { return m_Worker.FailedThreads(); }
+  std::size_t FailedThreads() const override { return m_Worker.FailedThreads(); }
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds timeout,
                            const Console::WaitSet& also) override;

@@ -348,7 +348,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // Used without a lock: only by the commands that start and stop the worker, which the host sends
   // one at a time.
   ThreadSlot m_pWorkerThread;
-  std::vector<ThreadSlot> m_LostWorkers;  // still running, but no command refers to them
+  std::vector<ThreadSlot> m_EarlierWorkers;  // still running, but no command refers to them
 
   // Written with `m_DataLock` held. The worker reads it without the lock; it can use the old or the
   // new value.

@@ -167,8 +167,8 @@ unsigned int IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& a
   m_AdapterIDs.insert(m_AdapterIDs.end(), adapterIDs.begin(), adapterIDs.end());
   NameAdapters();
   using Work = MBX::Delegates_and_Calls::TDelegateR0<IPLUGINAPI_IMPL, unsigned int>;
-  // An earlier worker continues to run, so keep its thread object.
-  m_LostWorkers.push_back(std::move(m_pWorkerThread));
+  // If the host calls this again, the earlier worker keeps running, so keep its thread object.
+  m_EarlierWorkers.push_back(std::move(m_pWorkerThread));
   m_pWorkerThread = std::make_unique<MBX::Threading::CThread>();
   m_pWorkerThread->Create(Work(this, &IPLUGINAPI_IMPL::Worker), false);
   return PI::SUCCESS;

@@ -216,10 +216,10 @@ Change PerformOperation(Context& context, const Model& model, const Object& obje
   }
   PI::COperation operation = Record(row);
   const auto start = std::chrono::steady_clock::now();
-  const std::size_t lost = session.LostThreads();
+  const std::size_t failed = session.FailedThreads();
   const std::uint32_t result = session.ExecuteOperation(object.m_ID, operation);
   if (result != PI::SUCCESS) throw PluginFailure(ActionText(row, object), result);
-  if (session.LostThreads() > lost) throw NoThreadFailure(row, object);
+  if (session.FailedThreads() > failed) throw NoThreadFailure(row, object);
   if (row.m_FailedEvent != 0) {
     session.SetDeadline(Deadline(start + timeout));
     AwaitJob(context, object, row, timeout);

@@ -46,7 +46,7 @@ std::vector<LoggedEvent> EventLogClient::Record(const std::vector<PI::CEvent>& e
   for (const PI::CEvent& event : events) {
     const auto known = m_Origins.find(event.m_ObjectID);
     const Origin origin = known == m_Origins.end() ? Origin() : known->second;
-    logged.push_back(HostKit::WordEvent(event));
+    logged.push_back(HostKit::LogEntryFor(event));
     logged.back().m_SerialNumber = origin.m_SerialNumber;
     logged.back().m_ObjectType = origin.m_ObjectType;
   }

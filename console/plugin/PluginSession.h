@@ -24,7 +24,7 @@ class PluginSession : public CommandSession {
   ~PluginSession() override;
 
   PluginInfo Info() const override { return m_Info; }
-  std::size_t LostThreads() const override { return HostKit::FailedThreads() - m_FailedBefore; }
+  std::size_t FailedThreads() const override { return HostKit::FailedThreads() - m_FailedBefore; }
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& also) override;
 

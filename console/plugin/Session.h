@@ -40,7 +40,7 @@ class Session {
 
   // Returns the number of threads that the plug-in failed to start. If the thread that polls the
   // cards is one of them, no events arrive.
-  virtual std::size_t LostThreads() const = 0;
+  virtual std::size_t FailedThreads() const = 0;
 
   // Returns the time that the plug-in took to start, including its first scan of all cards.
   virtual std::chrono::duration<double> StartDuration() const = 0;

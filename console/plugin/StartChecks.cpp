@@ -39,7 +39,7 @@ struct CloseDirectory {
 
 }  // namespace
 
-void RequireDescriptors() {
+void RequireFreeDescriptors() {
   std::vector<Base::Descriptor> reserve;
   while (reserve.size() < kNeeded) {
     Base::Descriptor next(open("/dev/null", O_RDONLY | O_CLOEXEC));

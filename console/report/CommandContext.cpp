@@ -116,13 +116,13 @@ Context Context::With(const Options& options) const {
 
 Session& Context::Open() {
   if (m_pSession) return *m_pSession;
-  if (Start().LostThreads() > 0) m_Diagnostics.Note(kNoWorker, kWhyNoWorker, {kThreadAdvice});
+  if (Start().FailedThreads() > 0) m_Diagnostics.Note(kNoWorker, kWhyNoWorker, {kThreadAdvice});
   return *m_pSession;
 }
 
 Session& Context::OpenToWait() {
   if (!m_pSession) Start();
-  if (m_pSession->LostThreads() == 0) return *m_pSession;
+  if (m_pSession->FailedThreads() == 0) return *m_pSession;
   throw Failure(ExitCode::Failed, kNoWorker, "cannot wait", kWhyNoWorker, {kThreadAdvice});
 }
 
@@ -141,7 +141,7 @@ Session& Context::Start() {
 }
 
 void Context::PrepareForPlugin() {
-  RequireDescriptors();
+  RequireFreeDescriptors();
   StartTracing(m_Options);
   RequireReadableConfig();
   if (!m_Options.m_Database.empty()) setenv("CORVANE_DATABASE", m_Options.m_Database.c_str(), 1);

@@ -71,7 +71,7 @@ void Append(Connection& connection, const LoggedEvent& event) {
 
 }  // namespace
 
-LoggedEvent WordEvent(const PI::CEvent& event) {
+LoggedEvent LogEntryFor(const PI::CEvent& event) {
   LoggedEvent worded{};
   worded.m_Time = event.m_Time;
   worded.m_Severity = event.m_Severity;

@@ -29,8 +29,8 @@ HOST_API void WithOwnTablesToRead(const OwnTablesUse& use);
 
 // Creates a table if it is missing. Drops any triggers and indexes that were added to the table,
 // and a view with its name. Call in a transaction.
-HOST_API void MakeOwnTable(Connection& connection, const std::string& table,
-                           const std::string& sql);
+HOST_API void EnsureOwnTable(Connection& connection, const std::string& table,
+                             const std::string& sql);
 
 // Like the function in hostkit/EventLog.h, within the caller's transaction.
 HOST_API void AppendEvents(Connection& connection, const std::vector<LoggedEvent>& events);

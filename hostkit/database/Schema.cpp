@@ -36,19 +36,19 @@ const TableShape kRunTable = {
 // In earlier versions of the host, a string from a card could create triggers, which would also run
 // in this host, indexes that reject a second event, and views with the name of a table. SQL ignores
 // the case of names. The tables of the log themselves are never dropped.
-constexpr const char* kForeignToLog =
+constexpr const char* kUnexpectedInLog =
     "SELECT type, name FROM sqlite_schema WHERE type <> 'table' AND name = ?1 COLLATE NOCASE "
     "OR type = 'trigger' AND sql <> ?2 "
     "AND (tbl_name = ?1 COLLATE NOCASE OR name = 'host_event_counted' COLLATE NOCASE) "
     "OR type = 'index' AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE";
 // For tables of the host that have no triggers or indexes and are kept across versions of the host.
-constexpr const char* kForeignToOwn =
+constexpr const char* kUnexpectedInOwn =
     "SELECT type, name FROM sqlite_schema "
     "WHERE type IN ('index', 'trigger') AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE "
     "OR name = ?1 COLLATE NOCASE AND type <> 'table'";
 // The tables of rows have no triggers or indexes. A table with other columns is dropped: another
 // version of the host created it, and its rows belong to another run.
-constexpr const char* kForeignToRows =
+constexpr const char* kUnexpectedInRows =
     "SELECT type, name FROM sqlite_schema "
     "WHERE type IN ('index', 'trigger') AND tbl_name = ?1 COLLATE NOCASE "
     "OR name = ?1 COLLATE NOCASE AND (type <> 'table' OR sql <> ?2)";
@@ -90,10 +90,10 @@ std::string Quoted(const std::string& name) {
   return '"' + boost::replace_all_copy(name, "\"", "\"\"") + '"';
 }
 
-// Drops the objects that the query returns. IF EXISTS, because dropping a table or view also drops
-// its triggers and indexes.
-void DropForeign(Connection& connection, const char* query, const std::string& table,
-                 const std::string& ownSql) {
+// Drops the objects that `query` returns. Dropping a table or view also drops its triggers and
+// indexes, so they may no longer exist.
+void DropUnexpected(Connection& connection, const char* query, const std::string& table,
+                    const std::string& ownSql) {
   std::vector<std::string> drops;
   Statement statement = connection.Prepare(query);
   statement.Bind(table);
@@ -104,13 +104,13 @@ void DropForeign(Connection& connection, const char* query, const std::string& t
   for (const std::string& drop : drops) connection.Run(drop);
 }
 
-void MakeCountingTrigger(Connection& connection) {
+void EnsureCountingTrigger(Connection& connection) {
   Statement own = connection.Prepare("SELECT 1 FROM sqlite_schema WHERE sql = ?");
   if (!own.Bind(kCountingTrigger).Step()) connection.Run(kCountingTrigger);
 }
 
-void MakeRowTable(Connection& connection, const TableShape& shape) {
-  DropForeign(connection, kForeignToRows, shape.m_Name, shape.m_Sql);
+void EnsureRowTable(Connection& connection, const TableShape& shape) {
+  DropUnexpected(connection, kUnexpectedInRows, shape.m_Name, shape.m_Sql);
   if (SqlOf(connection, shape.m_Name).empty()) connection.Run(shape.m_Sql);
 }
 
@@ -145,25 +145,25 @@ void BeginRun(Connection& connection, std::int64_t run, Connection* pSource) {
 void PrepareOwnTables(Connection& connection) {
   InTransaction(connection, [&] {
     for (const char* table : {"host_event_log", "host_event_counts"}) {
-      DropForeign(connection, kForeignToLog, table, kCountingTrigger);
+      DropUnexpected(connection, kUnexpectedInLog, table, kCountingTrigger);
     }
     connection.Run(kOwnTables);
     AddColumnsToEventLog(connection);
     connection.Run(kEventCounts);
-    MakeCountingTrigger(connection);
+    EnsureCountingTrigger(connection);
   });
 }
 
 void PrepareRowTables(Connection& connection, std::int64_t run, Connection* pSource) {
   InTransaction(connection, [&] {
-    MakeRowTable(connection, kRunTable);
-    for (const TableShape& shape : RowTables()) MakeRowTable(connection, shape);
+    EnsureRowTable(connection, kRunTable);
+    for (const TableShape& shape : RowTables()) EnsureRowTable(connection, shape);
     if (!IsOfRun(connection, run)) BeginRun(connection, run, pSource);
   });
 }
 
-void MakeOwnTable(Connection& connection, const std::string& table, const std::string& sql) {
-  DropForeign(connection, kForeignToOwn, table, "");
+void EnsureOwnTable(Connection& connection, const std::string& table, const std::string& sql) {
+  DropUnexpected(connection, kUnexpectedInOwn, table, "");
   if (SqlOf(connection, table).empty()) connection.Run(sql);
 }
 

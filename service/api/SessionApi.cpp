@@ -116,7 +116,7 @@ Response SessionInfo(const ApiContext& api, const Snapshot& snapshot) {
                         {"up", plugin.m_IsUp},
                         {"reason", plugin.m_Reason},
                         {"has_cards", snapshot.m_HasCards},
-                        {"lost_threads", plugin.m_LostThreads},
+                        {"failed_threads", plugin.m_FailedThreads},
                         {"start_seconds", plugin.m_StartDuration.count()},
                         {"newest_event", api.m_Feed.Newest()}});
 }

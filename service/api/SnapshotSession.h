@@ -18,7 +18,7 @@ class SnapshotSession : public Console::Session {
 
   Console::PluginInfo Info() const override { return m_Snapshot->m_Info; }
   bool HasCards() const override { return m_Snapshot->m_HasCards; }
-  std::size_t LostThreads() const override { return m_Snapshot->m_Plugin.m_LostThreads; }
+  std::size_t FailedThreads() const override { return m_Snapshot->m_Plugin.m_FailedThreads; }
   std::chrono::duration<double> StartDuration() const override {
     return m_Snapshot->m_Plugin.m_StartDuration;
   }

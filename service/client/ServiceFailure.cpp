@@ -53,7 +53,7 @@ Failure NoServiceFailure(const std::filesystem::path& socket) {
 
 Failure ServiceEndedFailure(const std::filesystem::path& socket, bool mayHaveChanged) {
   return Failure(ExitCode::Failed, "SERVICE_ENDED",
-                 fmt::format("{} has closed the connection", AtSocket(socket)),
+                 fmt::format("{} closed the connection", AtSocket(socket)),
                  AdviceFor(mayHaveChanged, kWithoutService));
 }
 

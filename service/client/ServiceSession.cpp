@@ -73,7 +73,7 @@ ServiceSession::State ServiceSession::ReadState() {
     state.m_IsUp = json.at("up").get<bool>();
     state.m_Reason = json.at("reason").get<std::string>();
     state.m_HasCards = json.at("has_cards").get<bool>();
-    state.m_LostThreads = json.at("lost_threads").get<std::size_t>();
+    state.m_FailedThreads = json.at("failed_threads").get<std::size_t>();
     state.m_StartDuration = std::chrono::duration<double>(json.at("start_seconds").get<double>());
     state.m_NewestEvent = json.at("newest_event").get<std::int64_t>();
     return state;

@@ -28,7 +28,7 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   Console::PluginInfo Info() const override { return m_State.m_Info; }
   bool IsShared() const override { return true; }
   bool HasCards() const override { return m_State.m_HasCards; }
-  std::size_t LostThreads() const override { return m_State.m_LostThreads; }
+  std::size_t FailedThreads() const override { return m_State.m_FailedThreads; }
   std::chrono::duration<double> StartDuration() const override { return m_State.m_StartDuration; }
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
   std::vector<Console::LoggedEvent> CollectEvents() override;
@@ -42,7 +42,7 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
     bool m_IsUp = false;
     std::string m_Reason;
     bool m_HasCards = false;
-    std::size_t m_LostThreads = 0;
+    std::size_t m_FailedThreads = 0;
     std::chrono::duration<double> m_StartDuration{0};
     std::int64_t m_NewestEvent = 0;
   };

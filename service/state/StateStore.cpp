@@ -42,7 +42,7 @@ void ApplyLog(Connection& connection, std::int64_t position, CardStates& logged)
 std::vector<LoggedEvent> FormatEvents(const std::vector<StateEvent>& events) {
   std::vector<LoggedEvent> formatted;
   for (const StateEvent& event : events) {
-    formatted.push_back(HostKit::WordEvent(event.m_Event));
+    formatted.push_back(HostKit::LogEntryFor(event.m_Event));
     formatted.back().m_SerialNumber = event.m_SerialNumber;
     formatted.back().m_ObjectType = event.m_ObjectType;
   }

@@ -54,7 +54,8 @@ void PrepareStateTables(Connection& connection) {
   InTransaction(connection, [&connection] {
     for (const StateTable& table : kStateTables) {
       const std::string name = table.m_Name;
-      MakeOwnTable(connection, name, "CREATE TABLE " + name + " (" + table.m_Columns + ") STRICT");
+      EnsureOwnTable(connection, name,
+                     "CREATE TABLE " + name + " (" + table.m_Columns + ") STRICT");
     }
   });
 }

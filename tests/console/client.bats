@@ -257,7 +257,7 @@ for line in sys.stdin:
   kill -KILL "$(pid_of ending)"
   wait "$pid" || rc=$?
   same 1 "$rc"
-  grep -qxF "corvane-host: the service at $socket has closed the connection" "$BATS_FILE_TMPDIR/cut.err"
+  grep -qxF "corvane-host: the service at $socket closed the connection" "$BATS_FILE_TMPDIR/cut.err"
 }
 
 @test "a log that cannot be read is reported" {

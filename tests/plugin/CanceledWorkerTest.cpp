@@ -16,7 +16,7 @@ class CanceledWorker : public WorkerFixture {
     AddCards(1);
     StartWatch();
     CardSim::SetHook([function](const CardSim::Call& call) {
-      if (call.function == function) Pass(120000);
+      if (call.function == function) SleepFor(120000);
     });
     PassMs(20000);
     ClearRecords();

@@ -61,7 +61,7 @@ class TwoCardHost {
                 AnyOf(0U, Number::ERR_GENERAL, Number::ERR_ADAPTER_BUSY));
     EXPECT_THAT(m_Host.Check(SECOND, PI::OP_DETACH),
                 AnyOf(0U, Number::ERR_GENERAL, Number::ERR_ADAPTER_BUSY));
-    Pass(150);
+    SleepFor(150);
   }
 
   // The numbers of the queued events, in order.
@@ -101,7 +101,7 @@ void ReadWhileJobsRun(Schedule schedule, int rounds) {
     host.Attach();
     host.Detach();
   }
-  Pass(5000);
+  SleepFor(5000);
   host.ExpectBothCardsChanged();
   EXPECT_THAT(host.Events(), UnorderedElementsAre(Number::CTRL_ATTACHED, Number::CTRL_DETACHED));
   host.StopAndExpectNoLeaks();
@@ -131,7 +131,7 @@ TEST(Concurrency, ChecksRunWhileJobsStartAndEnd) {
     }
     done = true;
   }
-  Pass(100);
+  SleepFor(100);
   EXPECT_EQ(host.Events(), std::vector<std::uint32_t>(300, Number::CTRL_ATTACH_FAILED));
   host.StopAndExpectNoLeaks();
 }
@@ -172,7 +172,7 @@ TEST(Concurrency, TheSameSeedRepeatsTheSchedule) {
       host.Attach();
       host.Detach();
     }
-    Pass(5000);
+    SleepFor(5000);
     return host.m_Host.Calls();
   };
   std::set<std::vector<std::string>> schedules;
@@ -194,13 +194,13 @@ void CollectWhileJobsFail(Schedule schedule) {
     const HostThread collector([&] {
       for (int i = 0; i < 20; ++i) {
         for (const std::uint32_t event : host.Events()) seen.insert(event);
-        Pass(50);
+        SleepFor(50);
       }
     });
     host.Attach();
     host.Detach();
   }
-  Pass(5000);
+  SleepFor(5000);
   for (const std::uint32_t event : host.Events()) seen.insert(event);
   EXPECT_EQ(seen.count(Number::CTRL_ATTACH_FAILED), 1U);
   EXPECT_EQ(seen.count(Number::CTRL_DETACH_FAILED), 1U);

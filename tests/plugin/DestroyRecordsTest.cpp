@@ -36,7 +36,7 @@ TEST(DestroyRecords, ArePassedByAQuickPoll) {
   OneCard host;
   ASSERT_EQ(host.Start(), 0U);
   DestroyWatch watch;
-  Pass(5100);
+  SleepFor(5100);
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
 }
 
@@ -45,7 +45,7 @@ TEST(DestroyRecords, ArePassedByAQuickPollOfACardThatCannotBeOpened) {
   ASSERT_EQ(host.Start(), 0U);
   DestroyWatch watch;
   CardSim::FailCall("vsl_open", 1, 5, "no");
-  Pass(5100);
+  SleepFor(5100);
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
 }
 
@@ -86,7 +86,7 @@ TEST_F(DestroyRecordsOfJobs, AreNotPassed) {
        {Number::OP_DETACH, Number::OP_ATTACH, Number::OP_FORCE_DETACH}) {
     watch.Take();
     EXPECT_EQ(m_Host.Run(FIRST, operation), 0U);
-    Pass(LONGER_THAN_A_JOB_MS);
+    SleepFor(LONGER_THAN_A_JOB_MS);
     EXPECT_THAT(watch.Take(), ElementsAre(NONE, NONE)) << operation;
   }
 }

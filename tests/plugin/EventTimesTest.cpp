@@ -90,7 +90,7 @@ const EventSource EVENT_SOURCES[] = {
 class EventTimes : public WorkerFixture {
  protected:
   void SetUp() override {
-    m_Statements.OnStatement([](const std::string&) { Pass(100); });
+    m_Statements.OnStatement([](const std::string&) { SleepFor(100); });
   }
   // Renders the events, such as "CTRL_INTERNAL_ERROR at 5024", in queue order.
   Lines CollectAndRender() {
@@ -155,10 +155,10 @@ TEST_P(EachFailingJob, HasTheTimeWhenTheJobReadTheObjects) {
   CardSim::FailCall("vsl_op_wait_for_result", 1, 62, "failed");
   unsigned long released = 0;
   CardSim::SetHook([&](const CardSim::Call& call) {
-    if (call.function == "vsl_op_wait_for_result") Pass(700);
+    if (call.function == "vsl_op_wait_for_result") SleepFor(700);
     if (call.function != "vsl_close" || released != 0) return;
     EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-    Pass(3000);
+    SleepFor(3000);
     released = NowMs();
   });
   m_Host.Properties(FIRST);

@@ -220,7 +220,7 @@ std::size_t FormatToTheMaximum(SimulatedHost& host) {
 auto Job(std::uint32_t operation) {
   return [operation](SimulatedHost& host) {
     EXPECT_EQ(host.Run(ADAPTER, operation), 0U);
-    Pass(10000);
+    SleepFor(10000);
     PI::COperation collect;
     collect.m_OperationID = PI::OP_GET_EVENTS;
     EXPECT_EQ(host.Execute(PI::CMD_EXECUTE_OPERATION, PLUGIN, &collect), 0U);

@@ -49,7 +49,7 @@ class HostileStrings : public WorkerFixture {
     DatabaseLife::Begin(File());
     PI::CEvent event;
     event.m_SourceName = "first";
-    HostKit::AppendEvents({HostKit::WordEvent(event)});
+    HostKit::AppendEvents({HostKit::LogEntryFor(event)});
     m_Schema = Schema();
     AddCards(2);
   }

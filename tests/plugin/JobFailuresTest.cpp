@@ -157,7 +157,7 @@ TEST_P(EachJobFailure, PostsOneEventAndDestroysItsHandles) {
   CardSim::FailCall(GetParam().function, 1, 62, "failed");
   const unsigned long now = MBX::Misc::now();
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().calls));
   EXPECT_THAT(m_Host.Traces(16), testing::Contains(std::string(GetParam().trace)).Times(1));
   const std::vector<PI::CEvent> events = m_Host.CollectEvents();
@@ -173,12 +173,12 @@ TEST_P(EachJobFailure, DoesNotAffectTheNextJob) {
   StartWith({GetParam().before});
   CardSim::FailCall(GetParam().function, 1, 62, "failed");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), GetParam().before);
   EXPECT_EQ(m_Host.CollectEvents().size(), 1U);
   EXPECT_EQ(m_Host.Check(FIRST, GetParam().operation), 0U);
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_NE(StateOf("card0"), GetParam().before);
   EXPECT_THAT(Events(), IsEmpty());
 }
@@ -218,7 +218,7 @@ TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
   journal.Begin();
   CardSim::FailCall(GetParam().function, 1, 62, "failed");
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(journal.PluginEntries(), ElementsAreArray(expected));
   journal.ObserveNow();
   EXPECT_THAT(journal.Entries(), testing::Contains(event).Times(1));
@@ -237,7 +237,7 @@ TEST_P(EachJobFailure, IsNotBusyWhenOnlyItsThreadIsLeft) {
   EXPECT_EQ(m_Host.CollectEvents().size(), 1U);
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   held.Release();
-  Pass(1);
+  SleepFor(1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, EachJobFailure, testing::ValuesIn(JOB_FAILURES),
@@ -250,9 +250,9 @@ TEST_F(JobFailures, ReportTheTimeOfTheirStart) {
   const unsigned long start = MBX::Misc::now();
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   held.WaitUntilReached();
-  Pass(3000);
+  SleepFor(3000);
   held.Release();
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   const std::vector<PI::CEvent> events = m_Host.CollectEvents();
   ASSERT_EQ(events.size(), 1U);
   EXPECT_EQ(events[0].m_Time, start);
@@ -261,7 +261,7 @@ TEST_F(JobFailures, ReportTheTimeOfTheirStart) {
 TEST_F(JobFailures, AttachingAnAttachedCardIsAcceptedAndFailsLater) {
   StartWith({ATTACHED});
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(Events(), ElementsAre(ATTACH_FAILED));
   EXPECT_EQ(StateOf("card0"), ATTACHED);
 }
@@ -270,10 +270,10 @@ TEST_F(JobFailures, OnlyForceDetachesACardInUse) {
   StartWith({ATTACHED});
   m_Host.Cards().Set("card0", "in_use", "true");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(Events(), ElementsAre(DETACH_FAILED));
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_FORCE_DETACH), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(Events(), IsEmpty());
   EXPECT_EQ(StateOf("card0"), DETACHED);
 }
@@ -283,7 +283,7 @@ TEST_F(JobFailures, OmitTheNameOfAnUnnamedAdapter) {
   m_Host.AddCard();
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(Events(),
               ElementsAre("CTRL_ATTACH_FAILED severity 4 object 1 source ||||||||||||||"));
 }
@@ -292,7 +292,7 @@ TEST_F(JobFailures, ReportTheirOwnCard) {
   StartWith({DETACHED, DETACHED});
   CardSim::FailCall("vsl_op_start", 1, 64, "no");
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(m_Host.Calls().front(), "vsl_iom_create_by_name /dev/fct1");
   EXPECT_THAT(
       Events(),
@@ -307,10 +307,10 @@ TEST_F(JobFailures, ASecondAttachOfACardFailsWhileTheFirstSucceeds) {
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   held.WaitUntilReached();
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(Events(), ElementsAre(ATTACH_FAILED));
   held.Release();
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), ATTACHED);
   EXPECT_THAT(Events(), IsEmpty());
 }

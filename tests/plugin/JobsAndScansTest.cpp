@@ -48,7 +48,7 @@ class JobsAndScans : public testing::Test {
       m_Host.Cards().Set(card, "detach_ms", "0");
     }
     ASSERT_EQ(m_Host.Start(), 0U);
-    Pass(SOME_SCANS_MS);
+    SleepFor(SOME_SCANS_MS);
     m_Host.ClearCalls();
   }
 
@@ -93,12 +93,12 @@ TEST_F(JobsAndScans, AnAttachedCardInAnAttachJobIsAttaching) {
   HeldCall held("vsl_op_start");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   held.WaitUntilReached();
-  Pass(SOME_SCANS_MS);
+  SleepFor(SOME_SCANS_MS);
   EXPECT_EQ(StatusLine(FIRST), "WARNING ATTACHING: none");
   EXPECT_EQ(StatusLine(SECOND), "OK IDLE: ATTACHED");
   EXPECT_EQ(m_Host.Check(FIRST, PI::OP_DETACH), Number::ERR_GENERAL);
   held.Release();
-  Pass(SOME_SCANS_MS);
+  SleepFor(SOME_SCANS_MS);
   EXPECT_EQ(StatusLine(FIRST), "OK IDLE: ATTACHED");
 }
 
@@ -109,10 +109,10 @@ TEST_F(JobsAndScans, ADetachedCardInADetachJobIsDetaching) {
     HeldCall held("vsl_op_start");
     EXPECT_EQ(m_Host.Run(FIRST, operation), 0U);
     held.WaitUntilReached();
-    Pass(SOME_SCANS_MS);
+    SleepFor(SOME_SCANS_MS);
     EXPECT_EQ(StatusLine(FIRST), "WARNING DETACHING: none");
     held.Release();
-    Pass(SOME_SCANS_MS);
+    SleepFor(SOME_SCANS_MS);
     EXPECT_EQ(StatusLine(FIRST), "WARNING IDLE: DETACHED");
     EXPECT_EQ(m_Host.DeInitialize(), 0U);
     m_Host.Cards().RemoveCard("card0");
@@ -125,7 +125,7 @@ TEST_F(JobsAndScans, ADetachedCardInAnAttachJobStaysDetached) {
   HeldCall held("vsl_op_start");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   held.WaitUntilReached();
-  Pass(SOME_SCANS_MS);
+  SleepFor(SOME_SCANS_MS);
   EXPECT_EQ(StatusLine(FIRST), "WARNING IDLE: DETACHED");
 }
 
@@ -134,7 +134,7 @@ TEST_F(JobsAndScans, AnAttachedCardInADetachJobStaysAttached) {
   HeldCall held("vsl_op_start");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
   held.WaitUntilReached();
-  Pass(SOME_SCANS_MS);
+  SleepFor(SOME_SCANS_MS);
   EXPECT_EQ(StatusLine(FIRST), "OK IDLE: ATTACHED");
 }
 
@@ -144,7 +144,7 @@ TEST_F(JobsAndScans, ACardWithoutAStateIsNotShownAsDetaching) {
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
   held.WaitUntilReached();
   m_Host.Cards().MakeAbsent("card0", "iom_state");
-  Pass(SOME_SCANS_MS);
+  SleepFor(SOME_SCANS_MS);
   EXPECT_EQ(StatusLine(FIRST), "FAILED IDLE: none");
 }
 
@@ -170,11 +170,11 @@ TEST_P(JobWithoutItsSlot, DoesNotCorrectTheStateOfItsCard) {
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   begin.WaitUntilReached();
   EXPECT_EQ(m_Host.Run(SECOND, GetParam().operation), 0U);
-  Pass(SOME_SCANS_MS);
+  SleepFor(SOME_SCANS_MS);
   HeldCall end("vsl_op_start");
   begin.Release();
   end.WaitUntilReached();
-  Pass(SOME_SCANS_MS);
+  SleepFor(SOME_SCANS_MS);
   EXPECT_EQ(StatusLine(FIRST), GetParam().shown);
 }
 
@@ -191,11 +191,11 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(JobsAndScans, AnAttachedCardAfterARemovedOneStaysAttached) {
   StartWith({"2", "2"});
   m_Host.Cards().RemoveCard("card0");
-  Pass(SOME_SCANS_MS);
+  SleepFor(SOME_SCANS_MS);
   HeldCall held("vsl_op_start");
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
   held.WaitUntilReached();
-  Pass(SOME_SCANS_MS);
+  SleepFor(SOME_SCANS_MS);
   EXPECT_EQ(StatusLine(SECOND), "OK IDLE: ATTACHED");
 }
 
@@ -203,7 +203,7 @@ TEST_F(JobsAndScans, TheScanReportsTheResultOfAJob) {
   StartWith({"0", "2"});
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 0U);
-  Pass(SOME_SCANS_MS);
+  SleepFor(SOME_SCANS_MS);
   EXPECT_THAT(
       Events(),
       ElementsAre("CTRL_ATTACHED severity 2 object 1 at a time source SanDisk Flash Adapter 785GB "
@@ -235,7 +235,7 @@ class JobWithoutItsAdapter : public JobsAndScans {
       EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
       loseCard();
     });
-    Pass(SOME_SCANS_MS);
+    SleepFor(SOME_SCANS_MS);
     CardSim::SetHook({});
     EXPECT_TRUE(done);
   }

@@ -77,7 +77,7 @@ class EachJob : public Jobs, public testing::WithParamInterface<Job> {};
 TEST_P(EachJob, ChangesTheCardWithoutQueuingAnEvent) {
   StartWith({GetParam().before});
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().calls));
   EXPECT_EQ(StateOf("card0"), GetParam().after);
   EXPECT_THAT(Events(), IsEmpty());
@@ -89,7 +89,7 @@ TEST_P(EachJob, ChangesTheCardWithoutQueuingAnEvent) {
 TEST_P(EachJob, TracesItsStartAndItsEnd) {
   StartWith({GetParam().before});
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(m_Host.LeveledTraces(2 | 16), testing::UnorderedElementsAreArray(GetParam().traces));
   EXPECT_EQ(m_Host.Traces(2).front(), GetParam().traces.front().substr(2));
   EXPECT_EQ(m_Host.Traces(2).back(), GetParam().traces.back().substr(2));
@@ -115,7 +115,7 @@ TEST_P(EachJob, RunsItsStepsInOrder) {
   });
   journal.Begin();
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(journal.PluginEntries(), ElementsAreArray(expected));
   const Lines all = journal.Entries();
   const auto announced = std::find(all.begin(), all.end(), "d- trace " + GetParam().traces[1]);
@@ -131,7 +131,7 @@ TEST_P(EachJob, IsNotBusyOnceTheThreadOfItsSlotHasEnded) {
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   begin.WaitUntilReached();
   EXPECT_EQ(m_Host.Run(SECOND, GetParam().operation), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card1"), GetParam().after);
   HeldCall end("vsl_op_wait_for_result");
   begin.Release();
@@ -139,7 +139,7 @@ TEST_P(EachJob, IsNotBusyOnceTheThreadOfItsSlotHasEnded) {
   EXPECT_EQ(m_Host.Check(FIRST, GetParam().operation), 0U);
   EXPECT_EQ(m_Host.Check(SECOND, GetParam().operation), 0U);
   end.Release();
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
 
@@ -156,7 +156,7 @@ TEST_P(EachJob, ReturnsImmediatelyAndRunsWithoutALock) {
   EXPECT_FALSE(m_Host.Properties(FIRST_DRIVE).empty());
   EXPECT_THAT(m_Host.CollectEvents(), IsEmpty());
   held.Release();
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
 
@@ -171,14 +171,14 @@ TEST_P(EachJob, IsBusyFromItsFirstStep) {
     host.WriteIni("PollInterval=255\n");
     host.Cards().Set(host.AddCard(), "iom_state", GetParam().before);
     ASSERT_EQ(host.Start(), 0U);
-    Pass(1);
+    SleepFor(1);
     HeldTrace held(line);
     ASSERT_EQ(host.Run(FIRST, GetParam().operation), 0U);
     held.WaitUntilReached();
     for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.owner, "");
     EXPECT_EQ(host.Check(FIRST, GetParam().operation), checked) << line;
     held.Release();
-    Pass(LONGER_THAN_A_JOB_MS);
+    SleepFor(LONGER_THAN_A_JOB_MS);
   }
 }
 
@@ -191,12 +191,12 @@ TEST_P(EachJob, IsBusyWhileItWaitsForTheDataLock) {
     CardSim::SetHook({});
     EXPECT_EQ(HostKit::Locks()[0].owner, "main");
     EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
-    Pass(1000);
+    SleepFor(1000);
     checked = m_Host.Check(FIRST, GetParam().operation);
   });
   m_Host.Properties(FIRST);
   EXPECT_EQ(checked, Number::ERR_ADAPTER_BUSY);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
 
@@ -208,7 +208,7 @@ TEST_F(Jobs, TraceEachLockStep) {
   StartWith({DETACHED});
   CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   Lines lines;
   for (const std::string& line : m_Host.LeveledTraces(2 | 8 | 16)) {
     const bool ofTheCommand = line.find("m_DataLock.Wait (sg)") != std::string::npos ||
@@ -253,7 +253,7 @@ TEST_P(BusyCheck, BlocksItsSlotForEveryCardButNotTheOtherSlot) {
   EXPECT_EQ(Checks(FIRST), GetParam().whileRunning);
   EXPECT_EQ(Checks(SECOND), GetParam().whileRunning);
   held.Release();
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(Checks(SECOND), GetParam().afterwards);
 }
 
@@ -287,7 +287,7 @@ TEST_F(Jobs, TraceTheExitOfABusyCheck) {
               ElementsAre("16 ENTER CheckAdapterOperation operation=50126",
                           "16 LEAVE CheckAdapterOperation -> 20031"));
   held.Release();
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
 }
 
 // Renders the threads of this test's plug-in, without the threads that earlier tests abandoned
@@ -305,12 +305,12 @@ Lines Threads() {
 TEST_F(Jobs, AForcedDetachTakesTheSlotOfAnEndedDetach) {
   StartWith({ATTACHED, ATTACHED});
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(Threads(), ElementsAre("1 runs", "2 ended"));
   EXPECT_EQ(m_Host.Check(SECOND, PI::OP_FORCE_DETACH), 0U);
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_FORCE_DETACH), 0U);
   EXPECT_THAT(Threads(), ElementsAre("1 runs", "3 runs"));
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_THAT(Threads(), ElementsAre("1 runs", "3 ended"));
   EXPECT_EQ(StateOf("card1"), DETACHED);
 }
@@ -322,11 +322,11 @@ TEST_F(Jobs, AttachAndDetachRunSimultaneouslyOnTwoCards) {
   held.WaitUntilReached();
   EXPECT_EQ(m_Host.Check(THIRD, PI::OP_DETACH), 0U);
   EXPECT_EQ(m_Host.Run(THIRD, PI::OP_DETACH), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card2"), DETACHED);
   EXPECT_EQ(StateOf("card0"), "1");
   held.Release();
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), ATTACHED);
   EXPECT_THAT(Events(), IsEmpty());
 }
@@ -341,7 +341,7 @@ TEST_F(Jobs, AreNotBusyWhenOnlyTheirThreadIsLeft) {
   EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), 0U);
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   held.Release();
-  Pass(1);
+  SleepFor(1);
 }
 
 TEST_F(Jobs, BothSucceedWhenStartedAgainWhileRunning) {
@@ -350,12 +350,12 @@ TEST_F(Jobs, BothSucceedWhenStartedAgainWhileRunning) {
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   held.WaitUntilReached();
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card1"), ATTACHED);
   // The slot belongs to the second job, which has ended.
   EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), 0U);
   held.Release();
-  Pass(LONGER_THAN_A_JOB_MS);
+  SleepFor(LONGER_THAN_A_JOB_MS);
   EXPECT_EQ(StateOf("card0"), ATTACHED);
   EXPECT_THAT(Events(), IsEmpty());
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
@@ -391,7 +391,7 @@ TEST_F(Jobs, DelayTheStopByAtMost25Seconds) {
   EXPECT_THAT(lines, testing::Contains("Wait for termination... (Attach)").Times(51));
   EXPECT_THAT(lines, testing::Contains("Kill Attach").Times(1));
   // The abandoned job continues on its card and ends normally.
-  Pass(20000);
+  SleepFor(20000);
   EXPECT_EQ(m_Host.Traces(2).back(), "LEAVE Attach()");
 }
 

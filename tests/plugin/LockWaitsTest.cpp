@@ -34,7 +34,7 @@ TEST_F(LockWait, CommandWaitsForScan) {
   std::atomic<std::size_t> objects{0};
   {
     const HostThread host([&] { objects = m_Host.Topology().size(); });
-    Pass(A_DAY_MS);
+    SleepFor(A_DAY_MS);
     EXPECT_EQ(objects, 0U);
     scan.Release();
   }
@@ -59,10 +59,10 @@ TEST_F(LockWait, JobWaitsForDataLockDuringScan) {
   HeldCall scan("vsl_pci_device_id");
   scan.WaitUntilReached();
   job.Release();
-  Pass(A_DAY_MS);
+  SleepFor(A_DAY_MS);
   EXPECT_EQ(State(), "0");
   scan.Release();
-  Pass(10000);
+  SleepFor(10000);
   EXPECT_EQ(State(), "2");
 }
 
@@ -75,10 +75,10 @@ TEST_F(LockWait, JobWaitsForEventsLockDuringScan) {
   HeldTrace scan("Before ScanSystem()");
   scan.WaitUntilReached();
   job.Release();
-  Pass(A_DAY_MS);
+  SleepFor(A_DAY_MS);
   EXPECT_FALSE(JobHasEnded());
   scan.Release();
-  Pass(100);
+  SleepFor(100);
   EXPECT_TRUE(JobHasEnded());
   EXPECT_THAT(Events(), SizeIs(1));
 }
@@ -107,7 +107,7 @@ TEST_F(LockHeldByJob, DelaysACollectingHostUntilTheEventIsQueued) {
       events = Events();
       done = true;
     });
-    Pass(A_DAY_MS);
+    SleepFor(A_DAY_MS);
     EXPECT_FALSE(done);
     m_pJob->Release();
   }
@@ -117,13 +117,13 @@ TEST_F(LockHeldByJob, DelaysACollectingHostUntilTheEventIsQueued) {
 // If the scan gave up its wait, the worker would start another pass.
 TEST_F(LockHeldByJob, DelaysAScanUntilTheEventIsQueued) {
   StartWithAJob();
-  Pass(20000);
+  SleepFor(20000);
   const std::uint64_t passes = HostKit::Locks().at(0).taken;
-  Pass(A_DAY_MS);
+  SleepFor(A_DAY_MS);
   EXPECT_EQ(HostKit::Locks().at(0).taken, passes);
   EXPECT_EQ(HostKit::Locks().at(0).depth, 1U);
   m_pJob->Release();
-  Pass(100);
+  SleepFor(100);
   EXPECT_THAT(Notifications(), SizeIs(1));
 }
 

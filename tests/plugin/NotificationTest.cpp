@@ -127,7 +127,7 @@ TEST_F(Notification, IsNotSentForAnEventThatIsQueuedAfterTheScan) {
   HeldTrace scan("After m_EventsLock.Release ()");
   scan.WaitUntilReached();
   job.Release();
-  Pass(10);
+  SleepFor(10);
   scan.Release();
   Settle();
   EXPECT_THAT(Notifications(), IsEmpty());
@@ -227,7 +227,7 @@ TEST_F(Notification, LetsTheHostCollectImmediately) {
 TEST_F(Notification, DoesNotBlockTheHostDuringALongCallback) {
   AddCards(1);
   StartWatch();
-  m_OnNotify = [] { Pass(60000); };
+  m_OnNotify = [] { SleepFor(60000); };
   Set("card0", "iom_state", "0");
   PassMs(6000);
   ASSERT_THAT(Notifications(), ElementsAre(5024U));

@@ -39,7 +39,7 @@ TEST_F(RescanIdentity, TheTreeKeepsItsObjectsAcrossChanges) {
   EXPECT_EQ(Tree(), before);
 }
 
-TEST_F(RescanIdentity, EachAdapterIsListedOnceUnderThePlugIn) {
+TEST_F(RescanIdentity, EachAdapterIsListedOnceUnderThePlugin) {
   AddCards(2);
   StartWatch();
   for (int scan = 0; scan < 3; ++scan) {
@@ -60,7 +60,7 @@ TEST_F(RescanIdentity, AQuickPollDoesNotCountAsAChange) {
 }
 
 // Each scan counts as a change of the plug-in and of the adapters, but not of a drive.
-TEST_F(RescanIdentity, AScanWithoutAChangeCountsForPlugInAndAdapters) {
+TEST_F(RescanIdentity, AScanWithoutAChangeCountsForPluginAndAdapters) {
   AddCards(2);
   StartWatch();
   WaitForScans();
@@ -79,7 +79,7 @@ TEST_F(RescanIdentity, AScanWithAChangeCountsTheSame) {
   EXPECT_THAT(Counts(), ElementsAre(1U, 1U, 1U, 0U, 0U));
 }
 
-TEST_F(RescanIdentity, AFailedScanCountsOnlyForThePlugIn) {
+TEST_F(RescanIdentity, AFailedScanCountsOnlyForThePlugin) {
   AddCards(2);
   StartWatch();
   WaitForWakeUps(2);
@@ -88,7 +88,7 @@ TEST_F(RescanIdentity, AFailedScanCountsOnlyForThePlugIn) {
   EXPECT_THAT(Counts(), ElementsAre(1U, 0U, 0U, 0U, 0U));
 }
 
-TEST_F(RescanIdentity, ARemovedOrAddedCardCountsOnceMoreForThePlugIn) {
+TEST_F(RescanIdentity, ARemovedOrAddedCardCountsOnceMoreForThePlugin) {
   AddCards(3);
   StartWatch();
   Hide(1);

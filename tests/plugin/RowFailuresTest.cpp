@@ -100,7 +100,7 @@ TEST_F(RowFailures, AFailedDriveInsertIsTracedAndTheOthersContinue) {
   EXPECT_THAT(Counts(), ElementsAre("1", "0", "1"));
 }
 
-TEST_F(RowFailures, AFailedPlugInInsertIsTracedAndStartupSucceeds) {
+TEST_F(RowFailures, AFailedPluginInsertIsTracedAndStartupSucceeds) {
   AddCards(1);
   Reject("INSERT", PLUGIN_ROWS);
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -109,7 +109,7 @@ TEST_F(RowFailures, AFailedPlugInInsertIsTracedAndStartupSucceeds) {
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "0"));
 }
 
-TEST_F(RowFailures, AFailedPlugInDeletionIsTracedAndTheResultIsUnchanged) {
+TEST_F(RowFailures, AFailedPluginDeletionIsTracedAndTheResultIsUnchanged) {
   AddCards(1);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   m_Host.DeInitialize();

@@ -164,7 +164,7 @@ TEST_F(RowStatements, DeleteAnAdapterByNumberAndHost) {
                 "') AND ( ad_host_name = 'localhost') ");
 }
 
-TEST_F(RowStatements, DeleteThePlugInByName) {
+TEST_F(RowStatements, DeleteThePluginByName) {
   CardSim::FailCall("vsl_open", 1, 5, "statement rejected");
   ASSERT_EQ(m_Host.Initialize(), Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(m_Statements.Statements(),
@@ -280,9 +280,9 @@ ALL_CASES(RejectionAtStartup,
           RejectedStatement{"SecondAdapter", 6, "inserting Adapter", WITHOUT_A2, WITHOUT_A2},
           RejectedStatement{"SecondDrivesKey", 7, "inserting PD", WITHOUT_D2, WITHOUT_D2},
           RejectedStatement{"SecondDrive", 8, "inserting PD", WITHOUT_D2, WITHOUT_D2},
-          RejectedStatement{"PlugInsKey", 9, "Plugin FusionIO inserted to db. (", WITHOUT_P,
+          RejectedStatement{"PluginKey", 9, "Plugin FusionIO inserted to db. (", WITHOUT_P,
                             WITHOUT_P},
-          RejectedStatement{"PlugIn", 10, "Plugin FusionIO inserted to db. (", WITHOUT_P,
+          RejectedStatement{"Plugin", 10, "Plugin FusionIO inserted to db. (", WITHOUT_P,
                             WITHOUT_P});
 
 class RejectionAtAChange : public OneRejection {};

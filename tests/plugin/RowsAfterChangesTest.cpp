@@ -173,14 +173,14 @@ TEST_F(RowsAfterChanges, AFailedDrivesRowIsUpToDate) {
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_status_name"), ElementsAre("FAILED"));
 }
 
-TEST_F(RowsAfterChanges, ThePlugInsRowIsNotChanged) {
+TEST_F(RowsAfterChanges, ThePluginRowIsNotUpdated) {
   Run(1);
   ASSERT_EQ(m_Host.SetPollInterval(30), 0U);
   WaitForScans(2);
   EXPECT_THAT(Column(PLUGIN_ROWS, "pi_poll_interval"), ElementsAre("15"));
 }
 
-TEST_F(RowsAfterChanges, TheAdapterRowOfARemovedCardIsDeletedAndTheDriveRowKept) {
+TEST_F(RowsAfterChanges, RemovingACardDeletesItsAdapterRowAndKeepsItsDriveRow) {
   Run(2);
   const std::vector<Cells> drives = DriveRows();
   Hide(1);

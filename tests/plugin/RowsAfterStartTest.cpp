@@ -68,7 +68,7 @@ TEST_F(RowsAfterStart, ADriveHasExactlyItsFields) {
                                               "pd_write_throttling=40252"}));
 }
 
-TEST_F(RowsAfterStart, ThePlugInHasExactlyItsFields) {
+TEST_F(RowsAfterStart, ThePluginHasExactlyItsFields) {
   m_Host.WriteIni("PollInterval=20\n");
   ASSERT_EQ(Start(), 0U);
   EXPECT_THAT(PluginRows(),
@@ -296,7 +296,7 @@ TEST_F(FailedStart, LeavesTheTablesEmptyWhenNoCardHandleCanBeCreated) {
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
 
-TEST_F(FailedStart, DeletesThePlugInRowOfAnEarlierStart) {
+TEST_F(FailedStart, DeletesThePluginRowOfAnEarlierStart) {
   ASSERT_EQ(Start(), 0U);
   m_Host.DeInitialize();
   m_Host.ClearTraces();
@@ -307,7 +307,7 @@ TEST_F(FailedStart, DeletesThePlugInRowOfAnEarlierStart) {
   EXPECT_THAT(m_Host.Traces(128), ElementsAre("Plugin SanDisk removed from db."));
 }
 
-TEST_F(FailedStart, DeletesOnlyThePlugInRowOfAnEarlierStart) {
+TEST_F(FailedStart, DeletesOnlyThePluginRowOfAnEarlierStart) {
   ASSERT_EQ(Start(), 0U);
   Query("INSERT INTO host_plugin_rows (pi_plugin_name) VALUES ('Another')");
   m_Host.DeInitialize();

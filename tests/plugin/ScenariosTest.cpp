@@ -24,7 +24,7 @@ std::vector<std::string> EventsOf(const std::string& scenario) {
   const CardSim::PlayObserver observer = {[](std::uint64_t, const std::string&) {},
                                           [] { return false; }};
   CardSim::PlayScenario(CardSim::ReadScenario(file), host.Cards(), 1, observer);
-  Pass(10000);
+  SleepFor(10000);
   std::vector<std::string> names;
   for (const PI::CEvent& event : host.CollectEvents()) {
     names.push_back(HostKit::NameOf(HostKit::Family::Event, event.m_EventID));

@@ -319,7 +319,7 @@ void RequestEverything(SimulatedHost& host) {
     host.Operations(object);
   }
   host.SetPollInterval(7);
-  Pass(1);
+  SleepFor(1);
   host.Check(ADAPTER, PI::OP_LOCATE_DEVICE);
   host.Run(ADAPTER, PI::OP_LOCATE_DEVICE);
   host.Run(ADAPTER, PI::OP_FORMAT_DEVICE);
@@ -332,13 +332,13 @@ void RequestEverything(SimulatedHost& host) {
 void ChangeCards(SimulatedHost& host) {
   StartWatching(host, 2);
   host.Cards().Set("card0", "iom_state", "0");
-  Pass(10000);
+  SleepFor(10000);
   for (const char* path : {"/dev/hidden", "/dev/fct1"}) {
     host.Cards().Set("card1", "device_path", std::string("\"") + path + '"');
-    Pass(10000);
+    SleepFor(10000);
   }
   (g_p_IPLUGINAPI_IMPL->*Open(ForceWorkerMember())).Set();
-  Pass(1);
+  SleepFor(1);
   Stop(host);
 }
 
@@ -355,7 +355,7 @@ void FillRowsWithoutCards(SimulatedHost& host) {
 constexpr std::uint32_t JOBS[] = {PI::OP_ATTACH, PI::OP_DETACH, PI::OP_FORCE_DETACH};
 
 // Runs each job once for each of its calls, with that call failing.
-void LetJobsFail(SimulatedHost& host) {
+void FailJobs(SimulatedHost& host) {
   StartWatching(host, 1, "PollInterval=255\n");
   const char* const calls[] = {"vsl_iom_create_by_name", "vsl_iom_attach_create",
                                "vsl_iom_detach_create",  "vsl_iom_detach_set_force",
@@ -365,14 +365,14 @@ void LetJobsFail(SimulatedHost& host) {
       host.Cards().Set("card0", "iom_state", job == PI::OP_ATTACH ? "0" : "2");
       host.Cards().Fail(call, 5, "no");
       host.Run(ADAPTER, job);
-      Pass(20000);
+      SleepFor(20000);
       host.Cards().ClearFailure(call);
     }
   }
   Stop(host);
 }
 
-void LetRequestsFail(SimulatedHost& host) {
+void FailRequests(SimulatedHost& host) {
   StartWatching(host, 1);
   const auto failing = [&](const char* call, const std::function<void()>& requests) {
     host.Cards().Fail(call, 5, "no");
@@ -398,18 +398,18 @@ void LetRequestsFail(SimulatedHost& host) {
     });
   }
   for (const char* call : {"vsl_iom_create_by_name", "vsl_open", "vsl_iom_format_create"}) {
-    failing(call, [] { Pass(10000); });
-    Pass(10000);
+    failing(call, [] { SleepFor(10000); });
+    SleepFor(10000);
   }
   Stop(host);
 }
 
-void LetTheDatabaseFail(SimulatedHost& host) {
+void FailTheDatabase(SimulatedHost& host) {
   const FailingDatabase failingDatabase;
   StartWatching(host, 2);
   host.Cards().Set("card0", "iom_state", "0");
   host.Cards().Set("card1", "device_path", "\"/dev/hidden\"");
-  Pass(10000);
+  SleepFor(10000);
   Stop(host);
 }
 
@@ -438,28 +438,28 @@ void FailToCreateALock(SimulatedHost& host) {
 
 void FailALockWait(SimulatedHost& host) {
   StartWatching(host, 1);
-  Pass(1);
+  SleepFor(1);
   constexpr std::size_t eventsLock = 2;
   HostKit::FailLockWait(eventsLock, 1);
-  Pass(10000);
+  SleepFor(10000);
   Stop(host);
 }
 
-void StopWhileAllAreBusy(SimulatedHost& host) {
+void StopWhileJobsRun(SimulatedHost& host) {
   StartWatching(host, 2);
   host.Cards().Set("card0", "iom_state", "0");
   host.Cards().Set("card0", "attach_ms", "90000");
   host.Cards().Set("card1", "detach_ms", "90000");
-  Pass(10000);
+  SleepFor(10000);
   host.Run(ADAPTER, PI::OP_ATTACH);
   host.Run(ADAPTER + 2, PI::OP_DETACH);
-  Pass(1);
+  SleepFor(1);
   CardSim::SetHook([](const CardSim::Call& call) {
-    if (call.function == "vsl_open") Pass(60000);
+    if (call.function == "vsl_open") SleepFor(60000);
   });
-  Pass(10000);
+  SleepFor(10000);
   host.DeInitialize();
-  Pass(100000);
+  SleepFor(100000);
   host.Release();
 }
 
@@ -468,12 +468,12 @@ const Scenario SCENARIOS[] = {
     RequestEverything,
     ChangeCards,
     FillRowsWithoutCards,
-    LetJobsFail,
-    LetRequestsFail,
-    LetTheDatabaseFail,
+    FailJobs,
+    FailRequests,
+    FailTheDatabase,
     FailToStart,
     FailALockWait,
-    StopWhileAllAreBusy,
+    StopWhileJobsRun,
     FailToCreateALock<HostKit::FailLockInit, 1>,
     FailToCreateALock<HostKit::FailLockInit, 2>,
     FailToCreateALock<HostKit::FailEventInit, 1>,
@@ -539,7 +539,7 @@ class TraceFunction : public testing::Test {
   }
 };
 
-TEST_F(TraceFunction, EachLineShowsTheFunctionThatItReports) {
+TEST_F(TraceFunction, EachLineNamesTheExpectedFunction) {
   using Seen = std::set<std::string>;
   std::map<const Row*, Seen> seen;
   Seen unknown;
@@ -569,8 +569,8 @@ TEST_F(TraceFunction, EachLineShowsTheFunctionThatItReports) {
   }
 }
 
-// Detects lines that are added later and that no scenario reaches.
-TEST_F(TraceFunction, EveryLineOfTheSourcesIsReached) {
+// Detects a trace call that was added without a scenario that reaches it.
+TEST_F(TraceFunction, EveryTraceCallIsReached) {
   for (const auto& [source, rows] : TABLE) {
     const std::vector<Site> sites = SitesOf(source);
     EXPECT_GE(sites.size(), 10U) << source;

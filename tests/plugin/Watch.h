@@ -86,7 +86,7 @@ class WorkerFixture : public testing::Test {
   // Lets every thread run until it waits.
   static void Settle() { HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 1); }
   static void PassMs(std::int64_t milliseconds) {
-    Pass(milliseconds);
+    SleepFor(milliseconds);
     Settle();
   }
   unsigned long NowMs() const { return MBX::Misc::now() - m_Begin; }
@@ -200,7 +200,7 @@ class WorkerFixture : public testing::Test {
   void Await(const std::string& line, std::size_t count) {
     const std::size_t wanted = TimesOf(line).size() + count;
     constexpr int kMaxAttempts = 100000;
-    for (int i = 0; i < kMaxAttempts && TimesOf(line).size() < wanted; ++i) Pass(10);
+    for (int i = 0; i < kMaxAttempts && TimesOf(line).size() < wanted; ++i) SleepFor(10);
     ASSERT_GE(TimesOf(line).size(), wanted) << line;
     Settle();
   }

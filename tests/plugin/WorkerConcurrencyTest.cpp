@@ -69,7 +69,7 @@ class ThreeCardHost {
   // Waits until `count` events of the object have been collected.
   void AwaitSeen(std::uint64_t object, std::size_t count) {
     constexpr int kMaxAttempts = 1000;
-    for (int i = 0; i < kMaxAttempts && Seen(object).size() < count; ++i) Pass(100);
+    for (int i = 0; i < kMaxAttempts && Seen(object).size() < count; ++i) SleepFor(100);
   }
 
   // Stops the plug-in and expects that its threads have ended without being canceled.
@@ -100,7 +100,7 @@ void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
   const auto collect = [&] {
     while (!done) {
       host.Collect();
-      Pass(70);
+      SleepFor(70);
     }
   };
   {
@@ -114,7 +114,7 @@ void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
     }
     done = true;
   }
-  Pass(5000);
+  SleepFor(5000);
   host.Collect();
   EXPECT_THAT(host.Seen(FIRST).size(), 3U);
   EXPECT_THAT(host.Seen(SECOND),
@@ -141,7 +141,7 @@ void CollectInOrder(Schedule schedule) {
     const HostThread collector([&] {
       while (!done) {
         host.Collect();
-        Pass(50);
+        SleepFor(50);
       }
     });
     for (std::size_t turn = 1; turn <= 4; ++turn) {
@@ -188,7 +188,7 @@ void ReadWhileCardsAreRemovedAndReturn(Schedule schedule) {
       ExpectConsistentTree(host.m_Host.Topology());
       for (const std::uint64_t id : {PLUGIN, FIRST, FIRST_DRIVE}) host.m_Host.Properties(id);
       host.m_Host.Check(FIRST, PI::OP_DETACH);
-      Pass(130);
+      SleepFor(130);
     }
   };
   {
@@ -196,7 +196,7 @@ void ReadWhileCardsAreRemovedAndReturn(Schedule schedule) {
     const HostThread second(read);
     for (const char* path : {"/dev/hidden", "/dev/fct2", "/dev/hidden", "/dev/fct2"}) {
       host.m_Host.Cards().Set("card2", "device_path", path);
-      Pass(3000);
+      SleepFor(3000);
     }
     done = true;
   }
@@ -226,13 +226,13 @@ void NotifyAndOperate(Schedule schedule) {
         EXPECT_EQ(
             host.m_Host.Run(FIRST_DRIVE, i % 2 == 0 ? PI::OP_MAKE_OFFLINE : PI::OP_MAKE_ONLINE),
             0U);
-        Pass(300);
+        SleepFor(300);
       }
     });
     const HostThread configure([&] {
       for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(host.m_Host.SetPollInterval(2 + i), 0U);
-        Pass(400);
+        SleepFor(400);
       }
     });
     host.m_Host.Cards().Set("card0", "iom_state", "0");
@@ -255,7 +255,7 @@ TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallbackInEverySeededSchedule
 void StopAtAnyTime(Schedule schedule) {
   ThreeCardHost host(schedule);
   host.m_Host.Cards().Set("card0", "iom_state", "0");
-  Pass(static_cast<std::int64_t>(schedule.value_or(7) * 13 % 2100));
+  SleepFor(static_cast<std::int64_t>(schedule.value_or(7) * 13 % 2100));
   host.StopAndExpectCleanExit();
   EXPECT_EQ(host.m_Host.Calls().back(), "vsl_fini");
   host.m_Host.Release();

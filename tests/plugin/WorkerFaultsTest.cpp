@@ -46,7 +46,7 @@ class WorkerFaults : public WorkerFixture {
     AddCards(1);
     StartWatch();
     CardSim::SetHook([function](const CardSim::Call& call) {
-      if (call.function == function) Pass(60000);
+      if (call.function == function) SleepFor(60000);
     });
     PassMs(5500);
     const unsigned long begin = NowMs();
@@ -318,7 +318,7 @@ class FailingScan : public WorkerFixture {
     EXPECT_THAT(m_Handles, SizeIs(function == "vsl_destroy" ? 1 : 0));
     EXPECT_THAT(CardSim::Misuse(), SizeIs(function == "vsl_close" ? 1 : 0));
     ExpectNoLockHeld();
-    // Further scans restore the tree, but a card that could not be found has new ids.
+    // Later scans restore the tree, but a card that could not be found has new ids.
     WaitForScans(2);
     ASSERT_THAT(m_Host.Topology(), SizeIs(5));
     for (const std::uint64_t adapter : m_Host.ObjectOf(PLUGIN).m_Children) {
@@ -353,7 +353,7 @@ TEST_F(WorkerFaults, AStopDuringAScanLetsItFinish) {
   WaitForWakeUps(2);
   Set("card0", "iom_state", "0");
   CardSim::SetHook([](const CardSim::Call& call) {
-    if (call.function == "vsl_has_pci_bus") Pass(2000);
+    if (call.function == "vsl_has_pci_bus") SleepFor(2000);
   });
   PassMs(15100 - static_cast<std::int64_t>(NowMs()));
   const unsigned long begin = NowMs();
@@ -461,7 +461,7 @@ TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsAndAbandonsThemInOrder) {
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   EXPECT_EQ(m_Host.Run(SECOND, PI::OP_DETACH), 0U);
   CardSim::SetHook([](const CardSim::Call& call) {
-    if (call.function == "vsl_open") Pass(60000);
+    if (call.function == "vsl_open") SleepFor(60000);
   });
   PassMs(5500);
   ClearLines();

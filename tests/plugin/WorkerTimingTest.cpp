@@ -85,7 +85,7 @@ TEST_F(WorkerTiming, TheNextScanIsDueAnIntervalAfterTheReadsOfTheLast) {
   RemoveMasks("card0");
   StartWatch();
   CardSim::SetHook([](const CardSim::Call& call) {
-    if (call.function == "vsl_has_pci_bus") Pass(2000);
+    if (call.function == "vsl_has_pci_bus") SleepFor(2000);
   });
   PassMs(44500);
   EXPECT_THAT(WakeUpTimes(),
@@ -100,7 +100,7 @@ TEST_F(WorkerTiming, WritingTheRowsDoesNotPostponeTheNextScan) {
   RemoveMasks("card0");
   StartWatch();
   StatementWatch statements;
-  statements.OnStatement([](const std::string&) { Pass(500); });
+  statements.OnStatement([](const std::string&) { SleepFor(500); });
   PassMs(38000);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U, 10000U, 15000U, 20000U, 26000U, 31000U, 36000U));
   EXPECT_THAT(ScanTimes(), ElementsAre(20000U, 36000U));

@@ -10,7 +10,7 @@ using std::chrono::seconds;
 
 // A progress watch with a clock that the test controls.
 struct Watch {
-  void Pass(milliseconds time) { m_Now += time; }
+  void Advance(milliseconds time) { m_Now += time; }
 
   ProgressWatch::Clock::time_point m_Now;
   ProgressWatch m_Progress{[this] { return m_Now; }};
@@ -18,29 +18,29 @@ struct Watch {
 
 TEST(ProgressWatch, AllowsTheFirstStep30Seconds) {
   Watch watch;
-  watch.Pass(seconds(30));
+  watch.Advance(seconds(30));
   EXPECT_FALSE(watch.m_Progress.IsStuck());
-  watch.Pass(milliseconds(1));
+  watch.Advance(milliseconds(1));
   EXPECT_TRUE(watch.m_Progress.IsStuck());
 }
 
 TEST(ProgressWatch, AllowsAStepItsTimeoutAnd30Seconds) {
   Watch watch;
   watch.m_Progress.Begin(seconds(100));
-  watch.Pass(seconds(130));
+  watch.Advance(seconds(130));
   EXPECT_FALSE(watch.m_Progress.IsStuck());
-  watch.Pass(milliseconds(1));
+  watch.Advance(milliseconds(1));
   EXPECT_TRUE(watch.m_Progress.IsStuck());
 }
 
 TEST(ProgressWatch, RestartsWithTheNextStep) {
   Watch watch;
   watch.m_Progress.Begin(seconds(100));
-  watch.Pass(seconds(200));
+  watch.Advance(seconds(200));
   EXPECT_TRUE(watch.m_Progress.IsStuck());
   watch.m_Progress.Begin(seconds(1));
   EXPECT_FALSE(watch.m_Progress.IsStuck());
-  watch.Pass(seconds(32));
+  watch.Advance(seconds(32));
   EXPECT_TRUE(watch.m_Progress.IsStuck());
 }
 

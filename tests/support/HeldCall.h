@@ -11,7 +11,7 @@
 namespace CorvaneTest {
 
 // Sleeps on the kit's clock, which may be virtual.
-inline void Pass(std::int64_t milliseconds) {
+inline void SleepFor(std::int64_t milliseconds) {
   HostKit::SleepUntilNs(HostKit::SteadyNowNs() + milliseconds * 1'000'000);
 }
 

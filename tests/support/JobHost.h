@@ -41,7 +41,7 @@ class JobHost : public testing::Test {
       m_Host.Cards().Set(card, "detach_ms", milliseconds);
     }
     ASSERT_EQ(m_Host.Start(), 0U);
-    Pass(1);
+    SleepFor(1);
     Clear();
   }
 

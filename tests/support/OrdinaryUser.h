@@ -24,7 +24,7 @@ class OrdinaryUser {
 
 // Makes the file readable by all users and writable by none. All users can create files in its
 // directory and the directory above.
-inline void LetAllUsersRead(const std::filesystem::path& file) {
+inline void MakeWorldReadable(const std::filesystem::path& file) {
   using std::filesystem::perms;
   std::filesystem::permissions(file.parent_path().parent_path(), perms::all);
   std::filesystem::permissions(file.parent_path(), perms::all);

@@ -104,10 +104,10 @@ TEST_F(EventLog, DropsTheOldestEventWhenFull) {
 }
 
 TEST_F(EventLog, KeepsSerialNumberAndObjectType) {
-  HostKit::LoggedEvent event = HostKit::WordEvent(Overheated(1000, "a"));
+  HostKit::LoggedEvent event = HostKit::LogEntryFor(Overheated(1000, "a"));
   event.m_SerialNumber = "S'100\"";
   event.m_ObjectType = PI::OBJECT_ADAPTER;
-  HostKit::AppendEvents({event, HostKit::WordEvent(Overheated(2000, "b"))});
+  HostKit::AppendEvents({event, HostKit::LogEntryFor(Overheated(2000, "b"))});
   const auto events = HostKit::ReadEvents(0, 10);
   ASSERT_EQ(events.size(), 2U);
   EXPECT_EQ(events[0].m_SerialNumber, "S'100\"");

@@ -195,7 +195,7 @@ TEST_F(FaultyDatabase, WorksAfterTheDiskWasFull) {
 TEST_F(FaultyDatabase, AReadOnlyFileIsReported) {
   m_pStorage->insert(AnAdapter(1));
   CloseFile();
-  LetAllUsersRead(File());
+  MakeWorldReadable(File());
   const OrdinaryUser user;
   Use(File().string());
   EXPECT_EQ(FailureOf(kRead), "attempt to write a readonly database");

@@ -68,7 +68,7 @@ std::string HostDatabaseTest::Counts() {
 }
 
 void AppendEvent(const PI::CEvent& event) {
-  HostKit::AppendEvents({HostKit::WordEvent(event)});
+  HostKit::AppendEvents({HostKit::LogEntryFor(event)});
 }
 
 Adapter AnAdapter(int number) {

@@ -45,7 +45,7 @@ std::string Run(const std::string& command) {
   if (word == "open") getDatabasePointer();
   if (word == "fill") Fill(std::stoi(rest));
   if (word == "name") SetName(rest);
-  if (word == "log") HostKit::AppendEvents({HostKit::WordEvent(PI::CEvent())});
+  if (word == "log") HostKit::AppendEvents({HostKit::LogEntryFor(PI::CEvent())});
   if (word == "count") {
     return getDatabasePointer()->dao->query("SELECT COUNT(*) FROM host_adapter_rows").at(0);
   }

@@ -29,16 +29,17 @@ class DatabaseTrust : public HostDatabaseTest {
     ASSERT_EQ(lchown(file.c_str(), kOtherUser, kOtherUser), 0);
   }
 
-  // Returns the errors of a plug-in's statement and of an event, as one string if they are equal.
+  // Runs a statement of a plug-in and appends an event. Returns both errors, as one string if they
+  // are equal; empty if both succeed.
   std::string Failure() {
-    const std::string ofRows = FailureOf("SELECT COUNT(*) FROM host_adapter_rows");
-    std::string ofEvents;
+    const std::string rowError = FailureOf("SELECT COUNT(*) FROM host_adapter_rows");
+    std::string eventError;
     try {
       AppendEvent(PI::CEvent());
     } catch (const DBEXCEPTION::DatabaseException& exception) {
-      ofEvents = exception.what();
+      eventError = exception.what();
     }
-    return ofRows == ofEvents ? ofRows : ofRows + " and " + ofEvents;
+    return rowError == eventError ? rowError : rowError + " and " + eventError;
   }
 
   fs::path m_Shared;

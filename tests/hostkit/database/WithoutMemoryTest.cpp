@@ -17,7 +17,7 @@ using CorvaneTest::Shortage;
 class WithoutMemory : public HostDatabaseTest {};
 
 TEST_F(WithoutMemory, AFailedEventReleasesTheFile) {
-  const std::vector<HostKit::LoggedEvent> events = {HostKit::WordEvent(PI::CEvent())};
+  const std::vector<HostKit::LoggedEvent> events = {HostKit::LogEntryFor(PI::CEvent())};
   int failures = 0;
   for (bool done = false; !done;) {
     BeginShortage(failures, Shortage::OneFails);

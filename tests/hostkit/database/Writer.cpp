@@ -14,6 +14,6 @@ int main() {
     storage->insert(row);
     PI::CEvent event;
     event.m_SourceName = std::to_string(row.adapterNumber);
-    HostKit::AppendEvents({HostKit::WordEvent(event)});
+    HostKit::AppendEvents({HostKit::LogEntryFor(event)});
   }
 }

@@ -7,7 +7,7 @@ using namespace MBX::Threading;
 
 namespace {
 
-// A thread object whose thread runs until `LetEnd` is called.
+// A thread object whose thread runs until `AllowEnd` is called.
 class Thread : public EveryTimeMode {
  protected:
   using Delegate = MBX::Delegates_and_Calls::TDelegateR0<Thread, unsigned int>;
@@ -21,7 +21,7 @@ class Thread : public EveryTimeMode {
   int Create(bool suspended = false) {
     return m_pThread->Create(Delegate(this, &Thread::Run), suspended);
   }
-  void LetEnd() { m_MayEnd.Set(); }
+  void AllowEnd() { m_MayEnd.Set(); }
 
   ReadyEvent m_MayEnd, m_Done;
   std::unique_ptr<CThread> m_pThread = std::make_unique<CThread>();
@@ -42,7 +42,7 @@ TEST_P(Thread, RunsUntilItsCallReturns) {
   EXPECT_NE(0UL, m_pThread->GetHandle());
   EXPECT_EQ(WAIT_TIMED_OUT, m_pThread->Wait(0));
   EXPECT_EQ(WAIT_TIMED_OUT, m_pThread->Wait(5));
-  LetEnd();
+  AllowEnd();
   EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(WAIT_INFINITE));
   EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(0));
   EXPECT_NE(0UL, m_pThread->GetHandle());
@@ -51,7 +51,7 @@ TEST_P(Thread, RunsUntilItsCallReturns) {
 TEST_P(Thread, CannotBeCreatedTwice) {
   EXPECT_EQ(1, Create());
   EXPECT_EQ(0, Create());
-  LetEnd();
+  AllowEnd();
   EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(WAIT_INFINITE));
   EXPECT_EQ(0, Create());
 }
@@ -71,7 +71,7 @@ TEST_P(Thread, CanBeStartedAfterAFailedStart) {
   HostKit::FailThreadCreate(1);
   EXPECT_EQ(0, Create());
   EXPECT_EQ(1, Create());
-  LetEnd();
+  AllowEnd();
   EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(WAIT_INFINITE));
   EXPECT_EQ(WAIT_SUCCEEDED, m_Done.Wait(0));
 }
@@ -81,7 +81,7 @@ TEST_P(Thread, CountsFailedStarts) {
   HostKit::FailThreadCreate(2);
   EXPECT_EQ(1, Create());
   EXPECT_EQ(before, HostKit::FailedThreads());
-  LetEnd();
+  AllowEnd();
   m_pThread->Wait(WAIT_INFINITE);
   m_pThread = std::make_unique<CThread>();
   EXPECT_EQ(0, Create());
@@ -94,7 +94,7 @@ TEST_P(Thread, FailsTheSelectedStarts) {
   HostKit::FailThreadCreate(4);
   std::string results;
   for (int i = 0; i < 5; ++i) {
-    LetEnd();
+    AllowEnd();
     m_pThread = std::make_unique<CThread>();
     EXPECT_EQ(0, Create(true));
     results += std::to_string(Create());
@@ -109,7 +109,7 @@ TEST_P(Thread, FailsTheSelectedStarts) {
 TEST_P(Thread, CountsCancelRequests) {
   EXPECT_EQ(1, Create());
   EXPECT_EQ(0U, HostKit::Threads()[0].cancelRequests);
-  LetEnd();
+  AllowEnd();
   EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(WAIT_INFINITE));
   m_pThread->Cancel();
   m_pThread->Cancel();
@@ -124,7 +124,7 @@ TEST_P(Thread, CanBeDeletedBeforeItIsCreated) {
 
 TEST_P(Thread, CanBeDeletedAfterItExits) {
   EXPECT_EQ(1, Create());
-  LetEnd();
+  AllowEnd();
   EXPECT_EQ(WAIT_SUCCEEDED, m_pThread->Wait(WAIT_INFINITE));
   m_pThread.reset();
   m_Done.Wait(WAIT_INFINITE);
@@ -135,7 +135,7 @@ TEST_P(Thread, ContinuesIfDeletedWhileItRuns) {
   m_pThread.reset();
   ASSERT_EQ(1U, HostKit::Threads().size());
   EXPECT_FALSE(HostKit::Threads()[0].ended);
-  LetEnd();
+  AllowEnd();
   EXPECT_EQ(WAIT_SUCCEEDED, m_Done.Wait(WAIT_INFINITE));
   while (!HostKit::Threads().empty()) Sleep(1);
 }
@@ -146,7 +146,7 @@ TEST_P(Thread, MayHaveSeveralWaiters) {
   {
     const Job first([&] { results[0] = m_pThread->Wait(WAIT_INFINITE); });
     const Job second([&] { results[1] = m_pThread->Wait(WAIT_INFINITE); });
-    LetEnd();
+    AllowEnd();
   }
   EXPECT_EQ(WAIT_SUCCEEDED, results[0]);
   EXPECT_EQ(WAIT_SUCCEEDED, results[1]);

@@ -42,10 +42,10 @@ TEST(ControlDevicePaths, AreKeptWhenCardsAreRemovedAndAdded) {
   host.WriteIni("PollInterval=2\n");
   ASSERT_EQ(host.Start(), 0U);
   host.Cards().RemoveCard("card0");
-  Pass(5000);
+  SleepFor(5000);
   ASSERT_EQ(host.Topology().size(), 3U);
   host.AddCard();
-  Pass(5000);
+  SleepFor(5000);
   EXPECT_THAT(ControlDevicePaths(), ElementsAre("0 /dev/fct0", "1 /dev/fct1"));
 }
 

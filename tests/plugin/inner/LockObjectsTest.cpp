@@ -26,7 +26,7 @@ class LockObjects : public testing::Test {
     m_Host.WriteIni("PollInterval=255\n");
     for (int i = 0; i < 3; ++i) m_Host.AddCard();
     ASSERT_EQ(m_Host.Start(), 0U);
-    Pass(1);
+    SleepFor(1);
   }
 
   static unsigned int Lock(int adapter, int drive) {
@@ -87,7 +87,7 @@ TEST_F(LockObjects, IsUndoneBeforeTheHostIsCalled) {
   std::string marks;
   m_Host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) { marks = Marks(); };
   EXPECT_EQ(m_Host.SetPollInterval(200), 0U);
-  Pass(1);
+  SleepFor(1);
   EXPECT_EQ(marks, "-------");
 }
 
@@ -95,19 +95,19 @@ TEST_F(LockObjects, IsUndoneBeforeTheHostIsCalled) {
 // host is notified.
 TEST_F(LockObjects, IsUndoneByAScanThatCallsTheHost) {
   EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
-  Pass(5000);
+  SleepFor(5000);
   EXPECT_EQ(Lock(-1, -1), 0U);
-  Pass(5000);
+  SleepFor(5000);
   EXPECT_EQ(Marks(), "L------");
   m_Host.Cards().Set("card0", "board_name", "Other");
-  Pass(5000);
+  SleepFor(5000);
   EXPECT_EQ(Marks(), "-------");
 }
 
 // The marks are removed before other threads can acquire the lock.
 TEST_F(LockObjects, IsUndoneByAScanBeforeTheDataLockIsReleased) {
   EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
-  Pass(1);
+  SleepFor(1);
   EXPECT_EQ(Lock(-1, -1), 0U);
   m_Host.Cards().Set("card0", "board_name", "Other");
   bool scanned = false;
@@ -118,7 +118,7 @@ TEST_F(LockObjects, IsUndoneByAScanBeforeTheDataLockIsReleased) {
       locked.push_back(PluginObject().m_Locked);
     }
   });
-  Pass(2500);
+  SleepFor(2500);
   HostKit::SetTraceSink({});
   EXPECT_THAT(locked, ElementsAre(false));
 }
@@ -132,7 +132,7 @@ class LockObjectsInAFailedScan : public LockObjects {
     m_Host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) { marks.push_back(Marks()); };
     CardSim::FailCall("vsl_open", 1, 62, "unavailable", 1000);
     m_Host.ClearTraces();
-    Pass(3000);
+    SleepFor(3000);
     EXPECT_THAT(m_Host.Traces(16), testing::Contains("After ScanSystem() ret = 20003").Times(1));
     m_Host.Plugin()->m_HostNotify = [](IPLUGINAPI*) {};
     return marks;
@@ -141,7 +141,7 @@ class LockObjectsInAFailedScan : public LockObjects {
 
 TEST_F(LockObjectsInAFailedScan, IsKeptWithoutAnEvent) {
   EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
-  Pass(1);
+  SleepFor(1);
   EXPECT_EQ(Lock(-1, -1), 0U);
   EXPECT_THAT(MarksAtNotifications(), testing::IsEmpty());
   EXPECT_EQ(Marks(), "LLLLLLL");
@@ -151,7 +151,7 @@ TEST_F(LockObjectsInAFailedScan, IsUndoneWithAQueuedEvent) {
   EXPECT_EQ(m_Host.SetPollInterval(2), 0U);
   CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed");
   EXPECT_EQ(m_Host.Run(m_Host.AdapterId(0), PI::OP_ATTACH), 0U);
-  Pass(1);
+  SleepFor(1);
   EXPECT_EQ(Lock(-1, -1), 0U);
   EXPECT_THAT(MarksAtNotifications(), ElementsAre("-------"));
 }

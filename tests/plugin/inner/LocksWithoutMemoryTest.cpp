@@ -171,7 +171,7 @@ TEST_P(EachAllocationFailure, ReleasesBothLocksOfAPoll) {
 
 TEST_P(EachAllocationFailure, ReleasesTheLocksOfAJob) {
   ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);  // so that the failure has a name
-  Pass(1);
+  SleepFor(1);
   CardSim::FailCall("vsl_op_start", 1, 5, "no", 1000);
   const std::string device = "/dev/fct0";
   const std::vector<std::string> before = CardSim::OpenHandles();

@@ -98,7 +98,7 @@ TEST_F(RowOperations, DoNothingToDeleteADrive) {
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
 }
 
-TEST_F(RowOperations, DoNothingToUpdateThePlugIn) {
+TEST_F(RowOperations, DoNothingToUpdateThePlugin) {
   EXPECT_EQ(Call(UpdatePlugin(), PluginObject()), 0U);
   EXPECT_THAT(m_Statements.Statements(), IsEmpty());
   EXPECT_THAT(m_Host.Traces(), IsEmpty());

@@ -72,7 +72,7 @@ TEST_F(StoredObjects, HaveNoListsAfterOperationRequests) {
 TEST_F(StoredObjects, HaveNoListsAfterAScanThatChangesThem) {
   m_Host.Topology();
   m_Host.Set({{"board_name", "Other"}, {"sector_size_bytes", "4096"}});
-  Pass(5000);
+  SleepFor(5000);
   ASSERT_EQ(Adapters().at(0).m_BoardName, "Other");
   EXPECT_EQ(NonemptyLists(), "");
 }

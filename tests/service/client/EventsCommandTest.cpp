@@ -21,7 +21,7 @@ ClientTest::Behavior Respond(const std::string& request) {
   if (request.rfind("GET /v1/session HTTP", 0) == 0) {
     return ClientTest::Json(
         R"({"plugin": {"file": "/p.so", "module_id": 7, "interface_version": 2}, "up": true,)"
-        R"( "reason": "", "has_cards": true, "lost_threads": 0, "start_seconds": 1.5,)"
+        R"( "reason": "", "has_cards": true, "failed_threads": 0, "start_seconds": 1.5,)"
         R"( "newest_event": 7})");
   }
   if (request.rfind("POST /v1/session HTTP", 0) == 0) {

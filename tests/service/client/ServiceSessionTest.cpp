@@ -26,7 +26,7 @@ using testing::HasSubstr;
 
 constexpr const char* kState =
     R"({"plugin": {"file": "/p.so", "module_id": 7, "interface_version": 2}, "up": true,)"
-    R"( "reason": "", "has_cards": true, "lost_threads": 1, "start_seconds": 1.5,)"
+    R"( "reason": "", "has_cards": true, "failed_threads": 1, "start_seconds": 1.5,)"
     R"( "newest_event": 3})";
 constexpr const char* kTopology = R"({"result": 0, "payload": [{"id": 5}]})";
 
@@ -74,7 +74,7 @@ TEST_F(ServiceSession, ReportsThePluginOfTheService) {
   EXPECT_EQ(7U, session.Info().m_ModuleID);
   EXPECT_EQ(2U, session.Info().m_InterfaceVersion);
   EXPECT_TRUE(session.HasCards());
-  EXPECT_EQ(1U, session.LostThreads());
+  EXPECT_EQ(1U, session.FailedThreads());
   EXPECT_EQ(1.5, session.StartDuration().count());
 }
 
@@ -105,20 +105,20 @@ std::ostream& operator<<(std::ostream& out, const BadReply& row) {
 }
 
 const BadReply kBadReplies[] = {
-    {"Closed", {}, ExitCode::Failed, "SERVICE_ENDED", "{} has closed the connection"},
-    {"HalfAHead",
+    {"Closed", {}, ExitCode::Failed, "SERVICE_ENDED", "{} closed the connection"},
+    {"TruncatedHead",
      {"HTTP/1.1 200 OK\r\nContent-"},
      ExitCode::Failed,
      "SERVICE_REPLY_INVALID",
      "{} sent an unusable reply: [json.exception.parse_error.101]"},
-    {"HalfABody",
+    {"TruncatedBody",
      {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"result\": 0"},
      ExitCode::Failed,
      "SERVICE_REPLY_INVALID",
      "{} sent an unusable reply: it is truncated"},
     {"Html", ClientTest::Reply(200, "text/html", "<html></html>"), ExitCode::Failed,
      "SERVICE_REPLY_INVALID", "{} sent an unusable reply: [json.exception.parse_error.101]"},
-    {"HtmlOfAnError", ClientTest::Reply(404, "text/html", "<html></html>"), ExitCode::Failed,
+    {"HtmlError", ClientTest::Reply(404, "text/html", "<html></html>"), ExitCode::Failed,
      "SERVICE_REPLY_INVALID", "{} sent an unusable reply: status 404"},
     {"NotHttp",
      {"SSH-2.0-OpenSSH_9.2\r\n\r\n"},
@@ -185,7 +185,7 @@ TEST_F(ServiceSession, ReportsAServiceThatWasKilled) {
   ASSERT_TRUE(failure);
   EXPECT_EQ(ExitCode::Failed, failure->m_Code);
   EXPECT_EQ("SERVICE_ENDED", failure->m_Id);
-  EXPECT_EQ(Name() + " has closed the connection", failure->m_Text);
+  EXPECT_EQ(Name() + " closed the connection", failure->m_Text);
   EXPECT_THAT(failure->m_Advice,
               ElementsAre("Pass --direct to load the plug-in into this process instead."));
 }

@@ -146,7 +146,7 @@ TEST(EventsBetween, DescribesTheCard) {
   EXPECT_EQ(event.m_ObjectID, 0x0130000000000001UL);
   EXPECT_EQ(event.m_SourceName, "Card S1");
   EXPECT_EQ(event.m_Severity, PI::SEVERITY_INFORMATION);
-  EXPECT_EQ(HostKit::WordEvent(event).m_Message, "Adapter Card S1 was added.");
+  EXPECT_EQ(HostKit::LogEntryFor(event).m_Message, "Adapter Card S1 was added.");
   EXPECT_EQ(events[0].m_ObjectType, 19038U);
 }
 
@@ -157,7 +157,7 @@ TEST(EventsBetween, DescribesTheDrive) {
   const PI::CEvent& event = events[0].m_Event;
   EXPECT_EQ(event.m_ObjectID, 0x0130000000000002UL);
   EXPECT_EQ(event.m_SourceName, "Drive S1");
-  EXPECT_EQ(HostKit::WordEvent(event).m_Message,
+  EXPECT_EQ(HostKit::LogEntryFor(event).m_Message,
             "On adapter Card S1, the format of drive Drive S1 has changed.");
   EXPECT_EQ(events[0].m_ObjectType, 19018U);
 }

@@ -115,7 +115,7 @@ TEST_F(StateStoreFaults, ReportsADamagedFileAndReplacesItOnceRemoved) {
 
 TEST_F(StateStoreFaults, ReadsAReadOnlyFile) {
   Use(":memory:");
-  LetAllUsersRead(File());
+  MakeWorldReadable(File());
   {
     const OrdinaryUser user;
     Use(File().string());

@@ -34,7 +34,7 @@ class MissedEvents : public StateTest::StoreTest {
   static void Log(PI::_EVENT_ID number, const char* serial = "S0") {
     PI::CEvent event;
     event.m_EventID = number;
-    HostKit::LoggedEvent logged = HostKit::WordEvent(event);
+    HostKit::LoggedEvent logged = HostKit::LogEntryFor(event);
     logged.m_SerialNumber = serial;
     HostKit::AppendEvents({logged});
   }
