@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "console/base/Failure.h"
-#include "console/base/Timestamp.h"
 #include "host/Database.h"
 #include "hostkit/database/OwnTables.h"
 
@@ -202,7 +201,7 @@ void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
   snapshot.m_Refreshes = refreshes;
   snapshot.m_HasCards = session.HasCards();
   snapshot.m_Objects = session.Topology();
-  snapshot.m_ObservedAt = Clock::now();
+  snapshot.m_Times = session.Times();
   snapshot.m_Info = session.Info();
   snapshot.m_Plugin.m_IsUp = true;
   snapshot.m_Plugin.m_Starts = m_Starts;
@@ -217,7 +216,7 @@ void Collector::ForwardObservation(const SnapshotPtr& snapshot,
                                    std::optional<std::int64_t> logPosition) {
   if (!m_Settings.m_OnObservation || !logPosition) return;
   Observation observation;
-  observation.m_Time = Console::MillisecondsOf(snapshot->m_ObservedAt);
+  observation.m_Time = snapshot->m_Times.m_ObservedAt;
   observation.m_IsFirst = !m_HasForwarded;
   observation.m_LogPosition = *logPosition;
   observation.m_pObjects = {snapshot, &snapshot->m_Objects};

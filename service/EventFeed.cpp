@@ -4,7 +4,6 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "console/base/Timestamp.h"
 #include "console/model/Model.h"
 #include "console/render/CommandResult.h"
 #include "console/report/EventMatcher.h"
@@ -32,6 +31,7 @@ class Writer {
         m_Model(snapshot.m_Objects),
         m_Matcher(m_Model) {
     if (snapshot.HasReport()) m_Envelope.m_Plugin = snapshot.m_Info;
+    m_Envelope.m_ObservedAt = snapshot.m_Times.m_ObservedAt;
   }
 
   std::string Write(const LoggedEvent& event) const {
@@ -49,10 +49,7 @@ class Writer {
 
 std::string SnapshotMessage(const Snapshot& snapshot, std::int64_t number) {
   Json json = {{"number", snapshot.m_Number}};
-  json["observed_at"] = nullptr;
-  if (snapshot.HasReport()) {
-    json["observed_at"] = Console::TimeText(Console::MillisecondsOf(snapshot.m_ObservedAt));
-  }
+  json["observed_at"] = Console::TimeJson(snapshot.m_Times.m_ObservedAt);
   json["up"] = snapshot.m_Plugin.m_IsUp;
   return Message("snapshot", number, json.dump());
 }

@@ -39,14 +39,14 @@ struct Snapshot {
   // Returns null if no object has that id.
   const PI::CObject* Find(std::uint64_t id) const;
 
-  std::uint64_t m_Run = 0;         // identifies the run of the service
-  std::uint64_t m_Number = 0;      // increases with each snapshot; 0: nothing has been read yet
-  std::uint64_t m_Refreshes = 0;   // number of refresh requests that it satisfies
-  Clock::time_point m_ObservedAt;  // when `m_Objects` was read
+  std::uint64_t m_Run = 0;        // identifies the run of the service
+  std::uint64_t m_Number = 0;     // increases with each snapshot; 0: nothing has been read yet
+  std::uint64_t m_Refreshes = 0;  // number of refresh requests that it satisfies
   Console::PluginInfo m_Info;
   PluginState m_Plugin;
   bool m_HasCards = false;
   std::vector<PI::CObject> m_Objects;  // as last reported by a plug-in
+  Console::CardTimes m_Times;          // of `m_Objects`
 };
 
 using SnapshotPtr = std::shared_ptr<const Snapshot>;

@@ -50,7 +50,7 @@ Paths DefaultSockets() {
 }
 
 void RequirePlugin(const SessionRequest& request, const Service::ServiceSession& session) {
-  if (session.IsPluginUp()) return;
+  if (session.IsUp()) return;
   if (AllCommands().Require(request.m_Command).m_NeedsPlugin) {
     throw Failure(ExitCode::PluginUnusable, "PLUGIN_DOWN", "the plug-in of the service is down",
                   session.Reason());

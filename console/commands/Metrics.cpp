@@ -2,6 +2,7 @@
 #include <optional>
 
 #include "console/base/TextFile.h"
+#include "console/base/Timestamp.h"
 #include "console/cli/CommandTable.h"
 #include "console/render/CommandResult.h"
 #include "console/render/MetricFamilies.h"
@@ -51,8 +52,12 @@ CommandResult Run(Context& context) {
   const std::optional<Model> model = ReadObjects(context, result);
   MetricInput input;
   if (model) {
+    const Session& session = context.Open();
     input.m_pModel = &*model;
-    input.m_StartSeconds = context.Open().StartDuration().count();
+    input.m_IsUp = session.IsUp();
+    input.m_StartSeconds = session.StartDuration().count();
+    input.m_ScannedAt = session.Times().m_ScannedAt;
+    input.m_Now = NowMs();
   }
   input.m_Events = context.EventLog().Count();
   const std::vector<Family> families = CollectMetrics(input);

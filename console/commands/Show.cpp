@@ -8,6 +8,7 @@
 #include "console/model/PropertyName.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
+#include "console/render/ObjectTable.h"
 #include "console/report/CommandContext.h"
 #include "hostkit/Texts.h"
 
@@ -86,6 +87,9 @@ Table TableOf(const Model& model, const Object& object, bool ascii) {
   add("id", TextCell(IdText(object.m_ID)));
   add("parents", TextCell(Links(model, object.m_Parents)));
   add("children", TextCell(Links(model, object.m_Children)));
+  if (object.m_Kind == Kind::Adapter) {
+    add("last_read_at", ObjectCell(model, object, "last_read_at", ascii));
+  }
   for (const Field& field : FieldsOf(object.m_Kind)) {
     add(field.m_Name, ValueCell(ReadField(object, field), ascii));
   }

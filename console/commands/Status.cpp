@@ -52,8 +52,8 @@ Json HealthJson(const StatusEntry& entry) {
                {"ok", IsHealthy(health.m_Status)}};
   PutValue(json, "status", health.m_Status);
   PutValue(json, "activity", health.m_Activity);
-  json["since"] = nullptr;
-  if (entry.m_Since) json["since"] = TimeText(*entry.m_Since);
+  json["since"] = TimeJson(entry.m_Since.value_or(0));
+  if (object.m_Kind == Kind::Adapter) json["last_read_at"] = TimeJson(object.m_LastRead);
   json["reasons"] = Json::array();
   for (const Reason& reason : health.m_Reasons) json["reasons"].push_back(ReasonJson(reason));
   return json;

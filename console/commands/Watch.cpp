@@ -98,6 +98,13 @@ CommandResult Block(const LiveModel& live, std::size_t seen, const Style& style)
   return block;
 }
 
+// Returns what changes count for a new block: the objects, without the times of the readings.
+Json WithoutTimes(const Json& block) {
+  Json shown = block;
+  for (Json& object : shown["objects"]) object.erase("last_read_at");
+  return shown;
+}
+
 // Prints a block after each change, or after a poll interval without a change.
 void PrintBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
   std::size_t seen = 0;
@@ -105,11 +112,12 @@ void PrintBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
   auto due = steady_clock::now();
   while (!context.HasLostReader()) {
     CommandResult block = Block(live, seen, context.m_Style);
-    if (block.m_Json != shown || steady_clock::now() >= due) {
+    const Json current = WithoutTimes(block.m_Json);
+    if (current != shown || steady_clock::now() >= due) {
       block.m_Text = TimeText(NowMs()) + "\n" + *block.m_Text + "\n";
       context.Emit(block, true);
       seen = live.EventCount();
-      shown = block.m_Json;
+      shown = current;
       shown["events"] = Json::array();
       due = steady_clock::now() + live.PollInterval();
     }

@@ -70,7 +70,7 @@ bool Object::SupportsOperation(std::uint32_t operation) const {
                      [&](const PI::COperation& o) { return o.m_OperationID == operation; });
 }
 
-Model::Model(const std::vector<PI::CObject>& topology) {
+Model::Model(const std::vector<PI::CObject>& topology, const CardTimes& times) {
   std::vector<bool> placed(topology.size(), false);
   std::optional<std::size_t> plugin;
   for (std::size_t i = 0; i < topology.size(); ++i) {
@@ -99,6 +99,7 @@ Model::Model(const std::vector<PI::CObject>& topology) {
     const bool drive = topology[i].m_ObjectType == PI::OBJECT_PHYSICAL_DRIVE;
     Add(topology[i], drive ? Kind::Drive : Kind::Other, IdText(topology[i].m_ID), std::nullopt);
   }
+  for (Object& object : m_Objects) object.m_LastRead = times.ReadAt(object.m_ID);
 }
 
 void Model::Add(const PI::CObject& record, Kind kind, std::string selector,

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "console/model/CardTimes.h"
 #include "host/PluginInterface.h"
 
 namespace Console {
@@ -29,6 +30,8 @@ struct Object {
   std::vector<PI::CProperty> m_Properties;
   std::vector<PI::COperation> m_Operations;
   std::optional<std::size_t> m_Owner;  // index of the object above this one
+  // Adapters: when the card was last read, in milliseconds since the epoch; 0: unknown.
+  std::uint64_t m_LastRead = 0;
 
   // Returns the first property with that number, or null.
   const PI::CProperty* Find(std::uint32_t property) const;
@@ -41,7 +44,7 @@ std::string IdText(std::uint64_t id);
 
 class Model {
  public:
-  explicit Model(const std::vector<PI::CObject>& topology);
+  explicit Model(const std::vector<PI::CObject>& topology, const CardTimes& times = {});
 
   // In the order of the tree: the plug-in, then each adapter followed by its drives, then objects
   // outside the tree.

@@ -4,6 +4,7 @@
 
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
+#include "console/base/Timestamp.h"
 
 namespace Console {
 namespace {
@@ -81,6 +82,7 @@ std::vector<PI::CObject> CommandSession::Topology() {
   auto objects =
       Require<std::vector<PI::CObject>>("cannot read the topology", PI::CMD_GET_TOPOLOGY, 0);
   if (!objects.empty()) m_PluginID = objects.front().m_ID;
+  m_TimeTracker.Update(objects, NowMs());
   m_EventLog.RememberObjects(objects);
   return objects;
 }

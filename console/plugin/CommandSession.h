@@ -20,6 +20,7 @@ class CommandSession : public Session {
   std::chrono::duration<double> StartDuration() const override { return m_StartDuration; }
   void SetDeadline(const Deadline& deadline) override { m_Limits.m_Total = deadline; }
   std::vector<PI::CObject> Topology() override;
+  const CardTimes& Times() const override { return m_TimeTracker.Times(); }
   std::vector<PI::CProperty> Properties(std::uint64_t object) override;
   std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) override;
   std::uint32_t SetProperty(std::uint64_t object, PI::CProperty& property) override;
@@ -67,6 +68,7 @@ class CommandSession : public Session {
   TimeLimits m_Limits;
   bool m_HasExecutedOperation = false;
   std::uint64_t m_PluginID = 0;  // 0: unknown
+  CardTimeTracker m_TimeTracker;
   bool m_HasCards = false;
   std::chrono::duration<double> m_StartDuration{0};
 };

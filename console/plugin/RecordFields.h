@@ -1,6 +1,7 @@
 // The fields of each plug-in and event log record, for both reading and writing.
 #pragma once
 
+#include "console/model/CardTimes.h"
 #include "host/PluginInterface.h"
 #include "hostkit/EventCounts.h"
 #include "hostkit/EventLog.h"
@@ -102,6 +103,25 @@ struct RecordFields<PI::CEvent> {
     visit("time", record.m_Time);
     visit("source_name", record.m_SourceName);
     visit("place_holders", record.m_PlaceHolders);
+  }
+};
+
+template <>
+struct RecordFields<CardTime> {
+  template <class Record, class Visitor>
+  static void Visit(Record& record, Visitor&& visit) {
+    visit("adapter", record.m_Adapter);
+    visit("read_ms", record.m_ReadAt);
+  }
+};
+
+template <>
+struct RecordFields<CardTimes> {
+  template <class Record, class Visitor>
+  static void Visit(Record& record, Visitor&& visit) {
+    visit("observed_ms", record.m_ObservedAt);
+    visit("scanned_ms", record.m_ScannedAt);
+    visit("cards", record.m_Cards);
   }
 };
 

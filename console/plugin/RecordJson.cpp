@@ -331,6 +331,16 @@ PluginInfo PluginInfoFromJson(const Json& json) {
   return info;
 }
 
+Json ToJson(const CardTimes& times) {
+  return Write(times);
+}
+
+CardTimes CardTimesFromJson(const Json& json) {
+  CardTimes times;
+  Read(json, times, {});
+  return times;
+}
+
 Json ToJson(const HostKit::LoggedEvent& event) {
   return Write(event);
 }

@@ -38,6 +38,10 @@ nlohmann::ordered_json ToJson(const PluginInfo& info);
 // Throws `RecordError`.
 PluginInfo PluginInfoFromJson(const nlohmann::json& json);
 
+// Convert the times of objects; decoding throws `RecordError`.
+nlohmann::json ToJson(const CardTimes& times);
+CardTimes CardTimesFromJson(const nlohmann::json& json);
+
 // Convert an entry of the event log; decoding throws `RecordError`.
 nlohmann::json ToJson(const HostKit::LoggedEvent& event);
 HostKit::LoggedEvent LoggedEventFromJson(const nlohmann::json& json);

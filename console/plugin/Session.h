@@ -9,6 +9,7 @@
 
 #include "console/base/Deadline.h"
 #include "console/base/StopSignals.h"
+#include "console/model/CardTimes.h"
 #include "host/PluginInterface.h"
 #include "hostkit/EventLog.h"
 
@@ -34,6 +35,9 @@ class Session {
   // Whether the plug-in belongs to a service, which keeps it loaded and logs all events.
   virtual bool IsShared() const { return false; }
 
+  // Whether the plug-in is running. If not, reads return its last report.
+  virtual bool IsUp() const { return true; }
+
   // Whether the plug-in found a card that it supports. Without cards, reads still work and return
   // only the plug-in object.
   virtual bool HasCards() const = 0;
@@ -53,6 +57,8 @@ class Session {
   // Returns the plug-in object, all adapters and all drives, in this order, with properties and
   // operations.
   virtual std::vector<PI::CObject> Topology() = 0;
+  // Returns the times that belong to the objects that `Topology` returned last.
+  virtual const CardTimes& Times() const = 0;
   // Returns all current properties of the object, including hidden ones, in the plug-in's order.
   virtual std::vector<PI::CProperty> Properties(std::uint64_t object) = 0;
   // Returns the record of one property; empty if the object does not currently have the property.

@@ -10,7 +10,7 @@ namespace Console {
 namespace {
 
 constexpr int kFormatMajor = 1;
-constexpr int kFormatMinor = 0;
+constexpr int kFormatMinor = 1;
 
 // JSON readers that store numbers as doubles keep all digits of integers up to this one.
 constexpr std::uint64_t kExactInDouble = 1ULL << 53;
@@ -79,6 +79,7 @@ std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool on
       {"format", {{"name", "corvane-host"}, {"major", kFormatMajor}, {"minor", kFormatMinor}}},
       {"command", envelope.m_Command.empty() ? Json() : Json(envelope.m_Command)},
       {"time", TimeText(NowMs())},
+      {"observed_at", TimeJson(envelope.m_ObservedAt)},
       {"plugin", envelope.m_Plugin ? ToJson(*envelope.m_Plugin) : Json()},
       {"exit_code", static_cast<int>(envelope.m_Code)},
       {"messages", messages},
@@ -95,6 +96,10 @@ void PutValue(Json& into, const std::string& name, const Value& value) {
   if (number != nullptr && *number > kExactInDouble) into[name + "_s"] = std::to_string(*number);
 }
 
+Json TimeJson(std::uint64_t milliseconds) {
+  return milliseconds == 0 ? Json() : Json(TimeText(milliseconds));
+}
+
 Json ObjectJson(const Model& model, const Object& object) {
   Json json = {{"object", object.m_Selector},
                {"type", KindName(object.m_Kind)},
@@ -103,6 +108,7 @@ Json ObjectJson(const Model& model, const Object& object) {
                {"children", IdsJson(object.m_Children)}};
   json["owner"] = nullptr;
   if (const Object* owner = model.OwnerOf(object)) json["owner"] = owner->m_Selector;
+  if (object.m_Kind == Kind::Adapter) json["last_read_at"] = TimeJson(object.m_LastRead);
   for (const Field& field : FieldsOf(object.m_Kind)) {
     PutValue(json, field.m_Name, ReadField(object, field));
   }

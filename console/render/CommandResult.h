@@ -1,6 +1,7 @@
 // The result of a command, and its rendering in all output formats.
 #pragma once
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -33,6 +34,8 @@ struct Envelope {
   std::optional<PluginInfo> m_Plugin;
   std::vector<Message> m_Messages;
   ExitCode m_Code = ExitCode::Done;
+  // When the plug-in reported the objects, in milliseconds since the epoch; 0: it has not.
+  std::uint64_t m_ObservedAt = 0;
 };
 
 // Renders a result in `format`: "table", "tree", "tsv", "json", "jsonl" or "value".
@@ -45,6 +48,9 @@ std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool on
 // Adds a value as `name`. If it is an integer that a double may not store exactly, also adds its
 // text as NAME_s.
 void PutValue(Json& into, const std::string& name, const Value& value);
+
+// Returns a time as RFC 3339 text, or null if it is 0.
+Json TimeJson(std::uint64_t milliseconds);
 
 // Returns an object with all fields of its kind; unknown values are null.
 Json ObjectJson(const Model& model, const Object& object);

@@ -55,7 +55,7 @@ std::string LabelText(const std::string& text) {
 
 std::vector<const Object*> ObjectsOfKind(const Source& source, Kind kind) {
   std::vector<const Object*> objects;
-  if (source.m_Observed.m_pModel == nullptr) return objects;
+  if (!source.m_Observed.m_IsUp) return objects;
   for (const Object& object : source.m_Observed.m_pModel->Objects()) {
     if (object.m_Kind == kind) objects.push_back(&object);
   }
@@ -101,16 +101,16 @@ void AddMissing(std::vector<std::string>& all, const std::vector<std::string>& c
 // Functions that gather the samples of the rows in `kMetrics`.
 
 Samples PluginUp(const MetricRow&, const Source& source) {
-  return {{{}, source.m_Observed.m_pModel == nullptr ? "0" : "1"}};
+  return {{{}, source.m_Observed.m_IsUp ? "1" : "0"}};
 }
 
 Samples AdapterCount(const MetricRow&, const Source& source) {
-  if (source.m_Observed.m_pModel == nullptr) return {};
+  if (!source.m_Observed.m_IsUp) return {};
   return {{{}, fmt::format("{}", ObjectsOfKind(source, Kind::Adapter).size())}};
 }
 
 Samples StartSeconds(const MetricRow&, const Source& source) {
-  if (source.m_Observed.m_pModel == nullptr) return {};
+  if (!source.m_Observed.m_IsUp) return {};
   return {{{}, fmt::format("{:.6f}", source.m_Observed.m_StartSeconds)}};
 }
 
@@ -213,6 +213,28 @@ Samples Events(const MetricRow&, const Source& source) {
   return samples;
 }
 
+// Returns seconds; 0 if the clock has been set back.
+std::string AgeText(std::uint64_t time, const Source& source) {
+  const std::uint64_t now = std::max(source.m_Observed.m_Now, time);
+  return fmt::format("{:.3f}", static_cast<double>(now - time) / 1000);
+}
+
+// Also reported for the last objects of a plug-in that is not running.
+Samples ReadingAges(const MetricRow&, const Source& source) {
+  Samples samples;
+  if (source.m_Observed.m_pModel == nullptr) return samples;
+  for (const Object& object : source.m_Observed.m_pModel->Objects()) {
+    if (object.m_Kind != Kind::Adapter || object.m_LastRead == 0) continue;
+    samples.push_back({IdentityOf(object, source), AgeText(object.m_LastRead, source)});
+  }
+  return samples;
+}
+
+Samples ScanAge(const MetricRow&, const Source& source) {
+  if (source.m_Observed.m_ScannedAt == 0) return {};
+  return {{{}, AgeText(source.m_Observed.m_ScannedAt, source)}};
+}
+
 constexpr Kind A = Kind::Adapter;
 constexpr Kind D = Kind::Drive;
 constexpr MetricType G = MetricType::Gauge;
@@ -233,6 +255,8 @@ constexpr MetricRow kMetrics[] = {
      "Status of the adapter."},
     {"adapter_status_reason",                S, "",        Reasons,      "status_reasons",
      "Reasons for the adapter's status; all 0 when it is attached and healthy."},
+    {"adapter_reading_age_seconds",          G, "seconds", ReadingAges,  nullptr,
+     "Time since the adapter was last read successfully."},
     {"adapter_temperature_celsius",          G, "celsius", Numbers<A>,   "temperature_celsius",
      "Temperature of the adapter's controller."},
     {"adapter_temperature_warning_celsius",  G, "celsius", Numbers<A>,   "temperature_warning_celsius",
@@ -271,6 +295,8 @@ constexpr MetricRow kMetrics[] = {
      "Events written to the host's log; events are logged only while a host runs."},
     {"scan_last_duration_seconds",           G, "seconds", StartSeconds, nullptr,
      "Duration of the plug-in's start, including the first scan of all cards."},
+    {"scan_last_age_seconds",                G, "seconds", ScanAge,      nullptr,
+     "Time since the last scan in which the plug-in could read all cards."},
 };
 // clang-format on
 

@@ -1,6 +1,7 @@
 // Metrics of the cards, generated from one table of families.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,7 +32,11 @@ struct Family {
 // The input for the metrics.
 struct MetricInput {
   const Model* m_pModel = nullptr;  // null: the plug-in cannot be used
-  double m_StartSeconds = 0;        // duration of the plug-in's start, including its first scan
+  // Whether the plug-in is running. If not, only the ages of the last readings are reported.
+  bool m_IsUp = false;
+  std::uint64_t m_ScannedAt = 0;  // last successful scan, in milliseconds since the epoch; 0: none
+  std::uint64_t m_Now = 0;        // in milliseconds since the epoch
+  double m_StartSeconds = 0;      // duration of the plug-in's start, including its first scan
   std::vector<HostKit::EventCount> m_Events;
 };
 

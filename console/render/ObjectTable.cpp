@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "console/base/Failure.h"
+#include "console/base/Timestamp.h"
 #include "console/model/FieldTable.h"
 #include "console/render/HealthCells.h"
 
@@ -16,6 +17,10 @@ std::string Ids(const std::vector<std::uint64_t>& ids) {
   std::vector<std::string> texts;
   for (const std::uint64_t id : ids) texts.push_back(IdText(id));
   return texts.empty() ? "-" : fmt::format("{}", fmt::join(texts, ","));
+}
+
+std::string TimeOrDash(std::uint64_t milliseconds) {
+  return milliseconds == 0 ? "-" : TimeText(milliseconds);
 }
 
 // Columns whose value comes from the object itself instead of a property.
@@ -31,6 +36,7 @@ const OwnColumn kOwnColumns[] = {
     {"id", "ID", [](const Object& o) { return IdText(o.m_ID); }},
     {"parents", "PARENTS", [](const Object& o) { return Ids(o.m_Parents); }},
     {"children", "CHILDREN", [](const Object& o) { return Ids(o.m_Children); }},
+    {"last_read_at", "LAST READ", [](const Object& o) { return TimeOrDash(o.m_LastRead); }},
 };
 
 constexpr Kind kKinds[] = {Kind::Adapter, Kind::Drive, Kind::Plugin};

@@ -163,7 +163,14 @@ void Context::LoadPlugin() {
   if (!m_pSession->HasCards()) RequireReadableBus();
 }
 
+Model Context::Objects() {
+  Session& session = Open();
+  const std::vector<PI::CObject> topology = session.Topology();
+  return Model(topology, session.Times());
+}
+
 void Context::Close() {
+  if (m_pSession) m_ObservedAt = m_pSession->Times().m_ObservedAt;
   m_pSession.reset();
   m_pSimulation.reset();
 }
@@ -186,7 +193,8 @@ bool Context::HasLostReader() const {
 }
 
 Envelope Context::EnvelopeFor(ExitCode code) const {
-  return {m_Command, m_Plugin, m_Diagnostics.Messages(), code};
+  return {m_Command, m_Plugin, m_Diagnostics.Messages(), code,
+          m_pSession ? m_pSession->Times().m_ObservedAt : m_ObservedAt};
 }
 
 }  // namespace Console

@@ -1,6 +1,7 @@
 // The context of a running command: its options, session, event log and output.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -59,7 +60,7 @@ class Context {
   // Stops the plug-in if it is running. The result is written after that.
   void Close();
   // Returns the current objects.
-  Model Objects() { return Model(Open().Topology()); }
+  Model Objects();
 
   // Returns the plug-in file that the options select.
   std::filesystem::path PluginFile() const;
@@ -95,6 +96,7 @@ class Context {
   TimeLimits m_Limits;
   const SessionFactory m_Factory;
   std::optional<PluginInfo> m_Plugin;
+  std::uint64_t m_ObservedAt = 0;  // by the session that was closed
   std::unique_ptr<Simulation> m_pSimulation;
   std::unique_ptr<Session> m_pSession;
 };

@@ -55,7 +55,8 @@ bool LiveModel::Wait(milliseconds timeout, const WaitSet& extra) {
 // each event reports, and the event is shown with its object's current selector.
 void LiveModel::Read() {
   const std::vector<LoggedEvent> events = m_Session.CollectEvents();
-  m_Model = Model(m_Session.Topology());
+  const std::vector<PI::CObject> topology = m_Session.Topology();
+  m_Model = Model(topology, m_Session.Times());
   for (const LoggedEvent& event : events) Remember(m_Model.Find(event.m_ObjectID), event);
   RememberTemperatures();
   m_PollInterval = PollIntervalOf(m_Model);

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <functional>
-#include <memory>
 #include <string>
 #include <utility>
 
@@ -83,12 +82,8 @@ Reply GetEvents(const ApiContext& api, const Request& request) {
 }
 
 Reply GetMetrics(const ApiContext& api, const Request&) {
-  return AnswerFromDatabase(api, [&api] {
-    SnapshotPtr snapshot = api.m_Store.Get();
-    // Omits stale values, because they would look current.
-    if (!snapshot->m_Plugin.m_IsUp) snapshot = std::make_shared<Snapshot>();
-    return DocumentOf(api, snapshot, {"metrics"}, kOpenMetrics);
-  });
+  return AnswerFromDatabase(
+      api, [&api] { return DocumentOf(api, api.m_Store.Get(), {"metrics"}, kOpenMetrics); });
 }
 
 Reply GetHealth(const ApiContext&, const Request&) {

@@ -31,6 +31,14 @@ Response MakeReply(const PluginReply& reply) {
   return Http::MakeResponse(200, kJsonType, JsonText(Console::ToJson(reply)));
 }
 
+// Adds the times to a topology.
+Response MakeSnapshotReply(const Snapshot& snapshot, const PluginCommand& command,
+                           const PluginReply& reply) {
+  Json json = Console::ToJson(reply);
+  if (command.m_Command == PI::CMD_GET_TOPOLOGY) json["times"] = Console::ToJson(snapshot.m_Times);
+  return Http::MakeResponse(200, kJsonType, JsonText(json));
+}
+
 // Returns the property from the snapshot. If it is missing, the reply contains the unchanged
 // request, as from the plug-in.
 PluginReply ReadProperty(const PI::CObject& object, const PluginCommand& command) {
@@ -105,8 +113,9 @@ Response CallPlugin(const ApiContext& api, const PluginCommand& command) {
 // Reads the cards again before replying.
 Response ReadFresh(const ApiContext& api, const PluginCommand& command) {
   if (auto problem = Refresh(api)) return *problem;
-  const auto reply = ReadSnapshot(*api.m_Store.Get(), command);
-  return reply ? MakeReply(*reply) : CallPlugin(api, command);
+  const SnapshotPtr snapshot = api.m_Store.Get();
+  const auto reply = ReadSnapshot(*snapshot, command);
+  return reply ? MakeSnapshotReply(*snapshot, command, *reply) : CallPlugin(api, command);
 }
 
 Response SessionInfo(const ApiContext& api, const Snapshot& snapshot) {
@@ -191,7 +200,9 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
   if (!snapshot->HasReport()) return MakeDownProblem(snapshot->m_Plugin);
   const bool isFresh = Http::Find(request.m_Query, "fresh") != nullptr && !IsChange(command);
   if (isFresh) return AnswerLater(api, [&api, command] { return ReadFresh(api, command); });
-  if (const auto reply = ReadSnapshot(*snapshot, command)) return MakeReply(*reply);
+  if (const auto reply = ReadSnapshot(*snapshot, command)) {
+    return MakeSnapshotReply(*snapshot, command, *reply);
+  }
   if (IsChange(command)) LogChange(request.m_Peer, ChangeText(command));
   return AnswerLater(api,
                      [&api, command = std::move(command)] { return CallPlugin(api, command); });

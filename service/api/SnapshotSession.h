@@ -17,6 +17,7 @@ class SnapshotSession : public Console::Session {
   explicit SnapshotSession(SnapshotPtr snapshot);
 
   Console::PluginInfo Info() const override { return m_Snapshot->m_Info; }
+  bool IsUp() const override { return m_Snapshot->m_Plugin.m_IsUp; }
   bool HasCards() const override { return m_Snapshot->m_HasCards; }
   std::size_t FailedThreads() const override { return m_Snapshot->m_Plugin.m_FailedThreads; }
   std::chrono::duration<double> StartDuration() const override {
@@ -24,6 +25,7 @@ class SnapshotSession : public Console::Session {
   }
   void SetDeadline(const Console::Deadline&) override {}
   std::vector<PI::CObject> Topology() override { return m_Snapshot->m_Objects; }
+  const Console::CardTimes& Times() const override { return m_Snapshot->m_Times; }
   std::vector<PI::CProperty> Properties(std::uint64_t object) override;
   std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) override;
   std::uint32_t SetProperty(std::uint64_t object, PI::CProperty& property) override;

@@ -90,9 +90,14 @@ std::optional<Console::PluginReply> ServiceSession::Call(Console::PluginCommand 
   if (request.m_IsChange) request.m_Path = kSession;
   request.m_Body = Console::ToJson(command).dump();
   request.m_OnStop = onStop;
-  const Json json = RequestJson(request, deadline);
-  return ParseReply(m_Client.Socket(),
-                    [&] { return Console::ReplyFromJson(command.m_Command, json); });
+  Json json = RequestJson(request, deadline);
+  return ParseReply(m_Client.Socket(), [&] {
+    if (const auto times = json.find("times"); times != json.end()) {
+      m_Times = Console::CardTimesFromJson(*times);
+      json.erase(times);
+    }
+    return Console::ReplyFromJson(command.m_Command, json);
+  });
 }
 
 // Reads the state again, because the plug-in may have failed to start a thread. If that fails, the

@@ -21,8 +21,8 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
                  const Console::TimeLimits& limits);
   ~ServiceSession() override;
 
-  // Whether the plug-in is running. If not, `Reason` returns why, and reads return its last report.
-  bool IsPluginUp() const { return m_State.m_IsUp; }
+  bool IsUp() const override { return m_State.m_IsUp; }
+  // Returns why the plug-in is not running.
   const std::string& Reason() const { return m_State.m_Reason; }
 
   Console::PluginInfo Info() const override { return m_State.m_Info; }
@@ -30,6 +30,7 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   bool HasCards() const override { return m_State.m_HasCards; }
   std::size_t FailedThreads() const override { return m_State.m_FailedThreads; }
   std::chrono::duration<double> StartDuration() const override { return m_State.m_StartDuration; }
+  const Console::CardTimes& Times() const override { return m_Times; }
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
   std::vector<Console::LoggedEvent> CollectEvents() override;
   using Session::WaitForNotification;
@@ -64,6 +65,7 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   HttpClient m_Client;
   EventStream m_Stream;
   State m_State;
+  Console::CardTimes m_Times;  // of the last topology
   // Number of the newest event that was returned, or that existed before the session.
   std::int64_t m_Seen;
 };

@@ -64,6 +64,7 @@ corvane_adapters gauge -
 corvane_adapter info -
 corvane_adapter_status stateset -
 corvane_adapter_status_reason stateset -
+corvane_adapter_reading_age_seconds gauge seconds
 corvane_adapter_temperature_celsius gauge celsius
 corvane_adapter_temperature_warning_celsius gauge celsius
 corvane_adapter_temperature_critical_celsius gauge celsius
@@ -82,7 +83,8 @@ corvane_drive_physical_size_bytes gauge bytes
 corvane_drive_formatted_size_bytes gauge bytes
 corvane_drive_sector_size_bytes gauge bytes
 corvane_events counter -
-corvane_scan_last_duration_seconds gauge seconds" "$(metrics families all)"
+corvane_scan_last_duration_seconds gauge seconds
+corvane_scan_last_age_seconds gauge seconds" "$(metrics families all)"
   same "# EOF" "$(out all | tail -1)"
 }
 
