@@ -45,6 +45,13 @@ std::string FailureText(const Invocation& invocation, const Failure& failure,
   return invocation.m_Monitored ? CheckText(failure) : std::string();
 }
 
+// Monitoring systems show the first line of either stream, so `check` prints diagnostics only if
+// standard output cannot be written.
+Verbosity VerbosityOf(const Invocation& invocation) {
+  if (invocation.m_Monitored && !invocation.m_Options.m_Verbose) return Verbosity::Nothing;
+  return invocation.m_Options.m_Quiet ? Verbosity::Errors : Verbosity::All;
+}
+
 ExitCode Report(const Invocation& invocation, const Failure& failure, const Context* context,
                 Diagnostics& diagnostics, ResultStream& stream) {
   const ExitCode code = invocation.m_Monitored ? ExitCode::Unknown : failure.m_Code;
@@ -54,8 +61,11 @@ ExitCode Report(const Invocation& invocation, const Failure& failure, const Cont
   if (context != nullptr) envelope = context->EnvelopeFor(code);
   try {
     stream.Write(FailureText(invocation, failure, envelope));
-  } catch (const Failure&) {
-    // Standard output cannot be written; the failure has been reported on standard error.
+  } catch (const Failure& unwritten) {
+    // All other commands have already reported a failure on standard error.
+    if (VerbosityOf(invocation) == Verbosity::Nothing) {
+      Diagnostics(Verbosity::Errors).Error(unwritten.m_Id, unwritten.m_Text);
+    }
   }
   return code;
 }
@@ -64,12 +74,6 @@ Failure AsFailure(const std::exception& e) {
   if (const auto* failure = dynamic_cast<const Failure*>(&e)) return *failure;
   if (dynamic_cast<const Stopped*>(&e) != nullptr) return StopFailure(e.what());
   return Failure(ExitCode::Failed, "UNEXPECTED", e.what());
-}
-
-// Monitoring systems show the first line of either stream, so `check` prints no diagnostics.
-Verbosity VerbosityOf(const Invocation& invocation) {
-  if (invocation.m_Monitored && !invocation.m_Options.m_Verbose) return Verbosity::Nothing;
-  return invocation.m_Options.m_Quiet ? Verbosity::Errors : Verbosity::All;
 }
 
 }  // namespace

@@ -246,6 +246,7 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 
 @test "the exit code is 0 to 3 even if the output cannot be written" {
   ended full 3
+  same "corvane-host: cannot write the output: No space left on device" "$(err full)"
 }
 
 @test "the argument check of another command does not select the check command" {
