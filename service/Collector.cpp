@@ -79,7 +79,9 @@ bool Collector::RunPlugin() {
                                                Console::Deadline(m_Settings.m_CallTimeout));
   Console::TimeLimits limits;
   limits.m_Call = m_Settings.m_CallTimeout;
+  const bool hadUnlogged = m_EventLog.HasUnlogged();
   WorkerSession session(*worker, m_EventLog, limits);
+  ForwardEvents({}, hadUnlogged);
   SetRunning(worker);
   bool needsRestart = false;
   try {
@@ -163,6 +165,12 @@ bool Collector::Refresh(const Console::Deadline& deadline) const {
   return snapshot->m_Refreshes >= request;
 }
 
+void Collector::ForwardEvents(const std::vector<HostKit::LoggedEvent>& events,
+                              bool hadUnlogged) const {
+  const bool isLogged = hadUnlogged && !m_EventLog.HasUnlogged();
+  if (m_Settings.m_OnEvents && (isLogged || !events.empty())) m_Settings.m_OnEvents(events);
+}
+
 // Returns true if the plug-in has no cards.
 bool Collector::Follow(Worker& worker, WorkerSession& session) {
   Publish(session, m_Refreshes);
@@ -184,8 +192,8 @@ bool Collector::Follow(Worker& worker, WorkerSession& session) {
       if (m_IsStopping) return false;
       continue;
     }
-    const std::vector<HostKit::LoggedEvent> events = session.CollectEvents();
-    if (m_Settings.m_OnEvents && !events.empty()) m_Settings.m_OnEvents(events);
+    const bool hadUnlogged = m_EventLog.HasUnlogged();
+    ForwardEvents(session.CollectEvents(), hadUnlogged);
     if (m_IsStopping) return false;
     if (!session.HasCards()) return true;
     Publish(session, refreshes);

@@ -37,8 +37,9 @@ struct CollectorSettings {
   std::function<bool(const Observation&)> m_OnObservation;
   // The clock of `Collector::IsStuck`.
   std::function<ProgressWatch::Clock::time_point()> m_Now = &ProgressWatch::Clock::now;
-  // Receives the plug-in's events after they were logged. Called on the collector's thread; must
-  // not block for long or throw.
+  // Receives the plug-in's events after they were logged, or could not be logged yet. Called
+  // without events when earlier ones have been logged after all. Called on the collector's thread;
+  // must not block for long or throw.
   std::function<void(const std::vector<HostKit::LoggedEvent>&)> m_OnEvents = nullptr;
 };
 
@@ -77,6 +78,7 @@ class Collector {
   void Run();
   bool RunPlugin();
   void AwaitCalls(const std::shared_ptr<Worker>& worker);
+  void ForwardEvents(const std::vector<HostKit::LoggedEvent>& events, bool hadUnlogged) const;
   bool Follow(Worker& worker, WorkerSession& session);
   void Publish(WorkerSession& session, std::uint64_t refreshes);
   void ForwardObservation(const SnapshotPtr& snapshot, std::optional<std::int64_t> logPosition);

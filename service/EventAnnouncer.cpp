@@ -11,26 +11,32 @@ EventAnnouncer::EventAnnouncer(StateThread& state, EventFeed& feed, EventHooks* 
     : m_State(state), m_Feed(feed), m_Hooks(hooks), m_Log(std::move(log)) {}
 
 // The state thread announces all events in the order of the log. If its queue is full, the events
-// go straight to the journal, and the programs, which read the log, get them with the next events.
-void EventAnnouncer::Announce(const Events& events) const {
+// go straight to the journal, and the programs, which read the log, get them with the next
+// observation.
+void EventAnnouncer::Announce(const Events& events) {
   const auto announce = [this, events](const auto&) {
     for (const HostKit::LoggedEvent& event : events) m_Log(event);
     if (m_Hooks != nullptr) m_Hooks->OnEvents();
   };
   if (m_State.Read([](StateStore&) { return true; }, announce)) return;
   for (const HostKit::LoggedEvent& event : events) m_Log(event);
+  m_HasWaiting = true;
 }
 
 // The state thread reports failures.
-bool EventAnnouncer::Record(const Observation& observation) const {
-  const auto announce = [this](const StateOutcome<Events>& outcome) {
-    if (!outcome.m_Result || outcome.m_Result->empty()) return;
-    for (const HostKit::LoggedEvent& event : *outcome.m_Result) m_Log(event);
-    if (m_Hooks != nullptr) m_Hooks->OnEvents();
-    m_Feed.ReadLog();  // the snapshot that shows these events is already published
+bool EventAnnouncer::Record(const Observation& observation) {
+  const auto announce = [this, hasWaiting = m_HasWaiting](const StateOutcome<Events>& outcome) {
+    const bool hasNew = outcome.m_Result && !outcome.m_Result->empty();
+    if (hasNew) {
+      for (const HostKit::LoggedEvent& event : *outcome.m_Result) m_Log(event);
+    }
+    if ((hasNew || hasWaiting) && m_Hooks != nullptr) m_Hooks->OnEvents();
+    if (hasNew) m_Feed.ReadLog();  // the snapshot that shows these events is already published
   };
-  return m_State.Change([observation](StateStore& store) { return store.Record(observation); },
-                        announce);
+  const bool isAccepted = m_State.Change(
+      [observation](StateStore& store) { return store.Record(observation); }, announce);
+  if (isAccepted) m_HasWaiting = false;
+  return isAccepted;
 }
 
 }  // namespace Service

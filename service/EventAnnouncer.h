@@ -20,17 +20,19 @@ class EventAnnouncer {
   EventAnnouncer(StateThread& state, EventFeed& feed, EventHooks* hooks,
                  std::function<void(const HostKit::LoggedEvent&)> log);
 
-  // Announces events reported by the plug-in; streams get them with the next snapshot.
-  void Announce(const std::vector<HostKit::LoggedEvent>& events) const;
+  // Announces events reported by the plug-in; streams get them with the next snapshot. The programs
+  // get all events that are in the log by then, so `events` may be empty after a late entry.
+  void Announce(const std::vector<HostKit::LoggedEvent>& events);
   // Records the observation, and announces events that it adds to the log because no plug-in
   // reported them. Returns false if the state thread did not accept it.
-  bool Record(const Observation& observation) const;
+  bool Record(const Observation& observation);
 
  private:
   StateThread& m_State;
   EventFeed& m_Feed;
   EventHooks* const m_Hooks;
   const std::function<void(const HostKit::LoggedEvent&)> m_Log;
+  bool m_HasWaiting = false;  // the programs do not have the newest entries yet
 };
 
 }  // namespace Service

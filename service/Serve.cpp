@@ -67,7 +67,7 @@ void PassTracing(const Console::Options& options) {
   if (!options.m_TraceFile.empty()) setenv("CORVANE_TRACE_FILE", options.m_TraceFile.c_str(), 1);
 }
 
-CollectorSettings SettingsOf(const Console::Context& context, const EventAnnouncer& announcer) {
+CollectorSettings SettingsOf(const Console::Context& context, EventAnnouncer& announcer) {
   CollectorSettings settings;
   settings.m_OnEvents = [&announcer](const std::vector<HostKit::LoggedEvent>& events) {
     announcer.Announce(events);
@@ -122,7 +122,7 @@ struct Running {
   SnapshotStore m_Store;
   EventFeed m_Feed;
   const std::unique_ptr<EventHooks> m_Hooks;
-  const EventAnnouncer m_Announcer;  // outlives the queued tasks of the state thread
+  EventAnnouncer m_Announcer;  // outlives the queued tasks of the state thread
   // Destroyed after the collector, so that its last observation is stored.
   StateThread m_State{ReportState};
   Collector m_Collector;

@@ -136,6 +136,61 @@ os.execvp(sys.argv[1], sys.argv[1:])'
   same "" "$(sort "$LINES" | uniq -d)"
 }
 
+# hold_database: locks the database against writes until `release_database`.
+hold_database() {
+  python3 - "$CORVANE_DATABASE" "$BATS_TEST_TMPDIR/held" "$BATS_TEST_TMPDIR/release" 3>&- <<'END' &
+import os, sqlite3, sys, time
+database, held, release = sys.argv[1:]
+connection = sqlite3.connect(database, timeout=60, isolation_level=None)
+connection.execute("BEGIN EXCLUSIVE")
+open(held, "w").close()
+while not os.path.exists(release):
+    time.sleep(0.05)
+connection.execute("ROLLBACK")
+END
+  eventually test -e "$BATS_TEST_TMPDIR/held"
+}
+release_database() {
+  : >"$BATS_TEST_TMPDIR/release"
+  wait "$!"
+}
+is_unlogged() { grep -q "cannot use the event log" "$BATS_TEST_TMPDIR/err"; }
+
+@test "programs run as soon as an event that could not be logged is logged" {
+  program notify 'echo "$CORVANE_EVENT" >>"$LINES"'
+  start
+  hold_database
+  cardsim raise card0 TEMPERATURE_ABOVE_WARN
+  eventually is_unlogged
+  release_database
+  eventually has_lines 1
+  end TERM
+  same CTRL_TEMPERATURE_ABOVE_WARN "$(cat "$LINES")"
+}
+
+@test "programs run for an event that is logged after the plug-in process has died" {
+  program notify 'echo "$CORVANE_EVENT" >>"$LINES"'
+  start
+  hold_database
+  cardsim raise card0 TEMPERATURE_ABOVE_WARN
+  eventually is_unlogged
+  pkill -KILL -P "$(cat "$BATS_TEST_TMPDIR/pid")" -f plugin-process
+  release_database
+  eventually has_lines 1
+  end TERM
+  same CTRL_TEMPERATURE_ABOVE_WARN "$(cat "$LINES")"
+}
+
+@test "programs run for an event that occurred while the plug-in process was dead" {
+  program notify 'echo "$CORVANE_EVENT" >>"$LINES"'
+  start
+  pkill -KILL -P "$(cat "$BATS_TEST_TMPDIR/pid")" -f plugin-process
+  cardsim raise card0 TEMPERATURE_ABOVE_WARN
+  eventually has_lines 1
+  end TERM
+  same CTRL_TEMPERATURE_ABOVE_WARN "$(cat "$LINES")"
+}
+
 @test "the example programs send mail and post documents" {
   command -v curl >/dev/null || skip "needs curl"
   local examples="$CORVANE_SOURCE/service/hooks/examples" port
