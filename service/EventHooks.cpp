@@ -29,8 +29,7 @@ Hooks::ProgramSettings SettingsOf(const std::filesystem::path& directory,
 Hooks::Event MakeEvent(const Console::EventMatcher& matcher, const HostKit::LoggedEvent& event) {
   Hooks::Event made;
   made.m_Number = event.m_Number;
-  made.m_Document["number"] = event.m_Number;
-  made.m_Document.update(Console::EventJson(matcher.Find(event), event));
+  made.m_Document = Console::EventJson(matcher.Find(event), event);
   return made;
 }
 

@@ -27,6 +27,8 @@ struct Options {
   bool m_Follow = false;
   std::string m_For;
   std::string m_Since;
+  std::string m_After;
+  std::string m_EventSeverity;
   std::string m_Limit;
   std::string m_Timeout;
   std::string m_TextFile;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
 #include <optional>
 
 #include "console/base/Deadline.h"
@@ -11,6 +12,7 @@
 #include "console/base/StopSignals.h"
 #include "console/base/Timestamp.h"
 #include "console/cli/CommandTable.h"
+#include "console/model/EventSeverity.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
@@ -27,23 +29,33 @@ constexpr std::size_t kDefaultLimit = 50;
 // Which part of the log to show.
 struct EventQuery {
   std::uint64_t m_Since = 0;
+  std::optional<std::int64_t> m_After;
   std::size_t m_Limit = kDefaultLimit;
 };
 
-// The default limit does not apply with --since.
+std::int64_t ParseNumber(const char* option, const std::string& text, std::int64_t maximum) {
+  const auto number = ReadNumber<std::int64_t>(text);
+  if (number && *number >= 0 && *number <= maximum) return *number;
+  throw UsageFailure(fmt::format("{}: invalid number '{}'", option, text),
+                     {fmt::format("For example: {} 200", option)});
+}
+
+// The default limit does not apply with --since or --after.
 EventQuery QueryOf(const Options& options) {
   EventQuery query;
   if (!options.m_Since.empty()) {
     query.m_Since = ParseTimestamp("--since", options.m_Since, NowMs());
     query.m_Limit = EventLogClient::kAll;
   }
-  if (options.m_Limit.empty()) return query;
-  const auto limit = ReadNumber<std::size_t>(options.m_Limit);
-  if (!limit || *limit > EventLogClient::kAll) {
-    throw UsageFailure(fmt::format("--limit: invalid number '{}'", options.m_Limit),
-                       {"For example: --limit 200"});
+  if (!options.m_After.empty()) {
+    query.m_After =
+        ParseNumber("--after", options.m_After, std::numeric_limits<std::int64_t>::max());
+    query.m_Limit = EventLogClient::kAll;
   }
-  query.m_Limit = *limit;
+  if (!options.m_Limit.empty()) {
+    query.m_Limit =
+        static_cast<std::size_t>(ParseNumber("--limit", options.m_Limit, EventLogClient::kAll));
+  }
   return query;
 }
 
@@ -53,24 +65,28 @@ struct EventEntry {
   LoggedEvent m_Event;
 };
 
-// Selects the events of OBJ and of the objects below it. Events of a removed card are found by
-// serial number or former name, or by id if the event has no serial number.
+// Selects the events of a severity, and those of OBJ and of the objects below it. Events of a
+// removed card are found by serial number or former name, or by id if the event has no serial
+// number.
 class Filter {
  public:
-  explicit Filter(std::string text) : m_Text(std::move(text)) {}
+  // `text` names the object; an empty string selects all objects or severities.
+  Filter(std::string text, std::string severity)
+      : m_Text(std::move(text)), m_Severity(std::move(severity)) {}
 
-  bool IsNone() const { return m_Text.empty(); }
+  bool IsNone() const { return m_Text.empty() && m_Severity.empty(); }
 
   // Looks for removed cards in the events. Throws `Failure` if no object has or had the name.
   void Choose(const Model& model, const std::vector<LoggedEvent>& log,
               const std::vector<LoggedEvent>& fresh) {
-    if (IsNone()) return;
+    if (m_Text.empty()) return;
     const bool isRemoved = FindObject(model, m_Text) == nullptr && (IsIn(log) || IsIn(fresh));
     if (!isRemoved) m_Selector = Select(model, m_Text).m_Selector;
   }
 
   bool Fits(const Model& model, const EventEntry& entry) const {
-    if (IsNone()) return true;
+    if (!m_Severity.empty() && SeverityName(entry.m_Event.m_Severity) != m_Severity) return false;
+    if (m_Text.empty()) return true;
     if (m_Selector.empty()) return IsNamed(entry.m_Event);
     for (const Object* at = entry.m_pObject; at != nullptr; at = model.OwnerOf(*at)) {
       if (at->m_Selector == m_Selector) return true;
@@ -90,6 +106,7 @@ class Filter {
   }
 
   const std::string m_Text;
+  const std::string m_Severity;
   std::string m_Selector;  // empty: the object was removed
 };
 
@@ -131,16 +148,32 @@ void NoteOlderEvents(Diagnostics& diagnostics, std::size_t shown) {
                    {"Pass --limit N or --since 2d to see more."});
 }
 
-void DropBefore(std::vector<EventEntry>& events, std::uint64_t since) {
-  events.erase(
-      std::remove_if(events.begin(), events.end(),
-                     [since](const EventEntry& entry) { return entry.m_Event.m_Time < since; }),
-      events.end());
+// Drops events before the start of the query.
+void DropEarlier(std::vector<EventEntry>& events, const EventQuery& query) {
+  const auto isEarlier = [&query](const EventEntry& entry) {
+    return entry.m_Event.m_Time < query.m_Since ||
+           (query.m_After && entry.m_Event.m_Number <= *query.m_After);
+  };
+  events.erase(std::remove_if(events.begin(), events.end(), isEarlier), events.end());
 }
 
-void DropOldest(std::vector<EventEntry>& events, std::size_t limit) {
-  const std::size_t surplus = events.size() - std::min(events.size(), limit);
-  events.erase(events.begin(), events.begin() + static_cast<std::ptrdiff_t>(surplus));
+// Drops the oldest events, or the newest ones with --after, so that the next page starts after the
+// last event.
+void ApplyLimit(std::vector<EventEntry>& events, const EventQuery& query) {
+  const auto limit = static_cast<std::ptrdiff_t>(std::min(events.size(), query.m_Limit));
+  if (query.m_After) {
+    events.erase(events.begin() + limit, events.end());
+  } else {
+    events.erase(events.begin(), events.end() - limit);
+  }
+}
+
+// Reads one event more than requested, to detect whether there are older events. A removed card is
+// found by any of its events.
+std::vector<LoggedEvent> ReadLog(Context& context, const EventQuery& query, const Filter& filter) {
+  const bool needsAll = query.m_After || !filter.IsNone();
+  return needsAll ? context.EventLog().ReadOrThrow(0, EventLogClient::kAll)
+                  : context.EventLog().ReadOrThrow(query.m_Since, query.m_Limit + 1);
 }
 
 // Returns the events of the log and the pending events. Events are read before objects, so that
@@ -148,20 +181,19 @@ void DropOldest(std::vector<EventEntry>& events, std::size_t limit) {
 // read again after the pending events, because events logged in between would never be shown.
 CommandResult Begin(Context& context, const EventQuery& query, Filter& filter) {
   Session& session = context.Open();
-  // Read one event more than requested, to detect whether there are older events. A removed card is
-  // found by any of its events.
-  const std::vector<LoggedEvent> log =
-      filter.IsNone() ? context.EventLog().ReadOrThrow(query.m_Since, query.m_Limit + 1)
-                      : context.EventLog().ReadOrThrow(0, EventLogClient::kAll);
-  const std::vector<LoggedEvent> fresh = session.CollectEvents();
+  // Pending events get their numbers when they are logged.
+  if (query.m_After) session.CollectEvents();
+  const std::vector<LoggedEvent> log = ReadLog(context, query, filter);
+  std::vector<LoggedEvent> fresh;
+  if (!query.m_After) fresh = session.CollectEvents();
   const Model model = context.Objects();
   filter.Choose(model, log, fresh);
   const EventMatcher matcher(model);
   std::vector<EventEntry> events = SelectEvents(
       log, model, filter, [&](const LoggedEvent& event) { return matcher.Find(event); });
-  DropBefore(events, query.m_Since);
+  DropEarlier(events, query);
   const bool hasOlder = events.size() > query.m_Limit;
-  DropOldest(events, query.m_Limit);
+  ApplyLimit(events, query);
   if (hasOlder && context.m_Options.m_Limit.empty())
     NoteOlderEvents(context.m_Diagnostics, query.m_Limit);
   const std::vector<EventEntry> now = SelectNewEvents(fresh, model, filter);
@@ -210,7 +242,8 @@ void NoteNoEvents(Context& context) {
 CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
   const EventQuery query = QueryOf(options);
-  Filter filter(context.m_Arguments.empty() ? std::string() : context.m_Arguments[0]);
+  Filter filter(context.m_Arguments.empty() ? std::string() : context.m_Arguments[0],
+                options.m_EventSeverity);
   if (!options.m_Follow && options.m_For.empty()) {
     CommandResult result = Begin(context, query, filter);
     if (result.m_Table.m_Rows.empty()) NoteNoEvents(context);
@@ -234,13 +267,14 @@ Command EventsCommand() {
   command.m_Max = 1;
   command.m_Summary = "show the event log; -f follows new events";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
-  command.m_Options = {"--follow", "--since", "--limit", "--for"};
+  command.m_Options = {"--follow", "--since", "--after", "--severity", "--limit", "--for"};
   command.m_Run = Run;
   command.m_Description =
       "Shows the host's event log, oldest event first. The log contains the events of all runs of "
       "this program with the same database. explain shows what to do about an event number.";
   command.m_Examples = {
       {"events --since yesterday", "show events since the start of yesterday", true},
+      {"events --after 120 --limit 100 -o json", "read the log in pages, for a script"},
       {"events -f", "follow new events"}};
   return command;
 }

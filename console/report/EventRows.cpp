@@ -36,7 +36,8 @@ Row EventRow(const Object* object, const LoggedEvent& event) {
 }
 
 Json EventJson(const Object* object, const LoggedEvent& event) {
-  Json json = {{"time", TimeText(event.m_Time)},
+  Json json = {{"number", event.m_Number == 0 ? Json() : Json(event.m_Number)},
+               {"time", TimeText(event.m_Time)},
                {"severity", SeverityName(event.m_Severity)},
                {"event_id", event.m_EventID},
                {"event", HostKit::NameOf(HostKit::Family::Event, event.m_EventID)},

@@ -35,6 +35,7 @@ const ResponseRow kJob = {202, "The job that runs the operation.", kJsonType, "J
 
 const ProblemRow kDown = {503, "PLUGIN_DOWN", "The plug-in is not running."};
 const ProblemRow kNoObject = {404, "NO_SUCH_OBJECT", "No such card or drive."};
+const ProblemRow kAmbiguous = {404, "AMBIGUOUS", "The name matches more than one object."};
 const ProblemRow kTimedOut = {504, "TIMED_OUT", "The plug-in does not respond."};
 const ProblemRow kBusy = {503, "TOO_MANY_CALLS", "Too many commands are waiting for the plug-in."};
 const ProblemRow kInvalidQuery = {400, "QUERY_INVALID", "A value in the query is invalid."};
@@ -234,8 +235,8 @@ const std::vector<ApiRow> kRows = {
      "the event log",
      GetEvents,
      {kDocument},
-     {kInvalidQuery, kUsage, kDown, kBusy, kNoLog},
-     {"since", "limit"}},
+     {kInvalidQuery, kUsage, kNoObject, kAmbiguous, kDown, kBusy, kNoLog},
+     {"since", "after", "object", "severity", "limit"}},
     {Method::Get,
      "/v1/events/stream",
      Access::Read,

@@ -73,10 +73,18 @@ Reply GetStatus(const ApiContext& api, const Request&) {
   });
 }
 
-// Query parameters are named after the command's options.
+// All other query parameters are named after the command's options.
 Reply GetEvents(const ApiContext& api, const Request& request) {
   Words words = {"events", "-o", "json"};
-  for (const auto& [name, value] : request.m_Query) words.push_back("--" + name + "=" + value);
+  Words object;
+  for (const auto& [name, value] : request.m_Query) {
+    if (name == "object") {
+      object = {"--", value};
+    } else {
+      words.push_back("--" + name + "=" + value);
+    }
+  }
+  words.insert(words.end(), object.begin(), object.end());
   return AnswerFromDatabase(api,
                             [&api, words] { return DocumentOf(api, api.m_Store.Get(), words); });
 }

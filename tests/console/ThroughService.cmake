@@ -25,6 +25,7 @@ set(NOT_THROUGH_SERVICE
   "man|needs no plug-in"
   "metrics|a service whose plug-in does not start is never ready; client.bats compares metrics"
   "readings|tests the service itself"
+  "paging|tests the service itself"
   "prompts|asks before it uses the plug-in; op confirms through the service"
   "rows|the service does not support the rows command"
   "serve|tests the service itself"

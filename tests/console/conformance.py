@@ -81,7 +81,9 @@ ROWS = [
     ("GET", "/v1/status", None, {}, 200, None),
     ("GET", "/v1/events", None, {}, 200, None),
     ("GET", "/v1/events?since=1h&limit=10", None, {}, 200, None),
+    ("GET", "/v1/events?after=0&limit=10&object=S100&severity=warning", None, {}, 200, None),
     ("GET", "/v1/events?limit=-1", None, {}, 400, "QUERY_INVALID"),
+    ("GET", "/v1/events?object=S101", None, {}, 404, "NO_SUCH_OBJECT"),
     ("GET", "/v1/events?since=never", None, {}, 400, "USAGE"),
     ("GET", "/v1/plugin", None, {}, 200, None),
     ("PATCH", "/v1/plugin", {"poll_interval": 15}, {}, 200, None),
@@ -118,6 +120,7 @@ ROWS = [
 
 # Problems that other tests exercise, because they require a service in another state.
 ELSEWHERE = {
+    "AMBIGUOUS": "paging.bats: a name of several objects is ambiguous",
     "DATABASE_UNUSABLE": "memory.bats: an unusable database is reported, and cards are still served",
     "PLUGIN_DOWN": "serve.bats: a plug-in that cannot be loaded is reported",
     "TOO_MANY_CALLS": "jobs.bats: at most 32 commands wait for the plug-in",
