@@ -211,7 +211,7 @@ CommandResult Collect(Context& context, const Filter& filter) {
 // closed the output; throws on a stop signal.
 CommandResult Follow(Context& context, const EventQuery& query, Filter& filter,
                      const std::optional<milliseconds>& duration) {
-  Session& session = context.OpenToWait();
+  Session& session = context.OpenToFollow();
   const Deadline deadline(duration);
   session.SetDeadline(deadline);
   bool first = true;

@@ -143,7 +143,7 @@ CommandResult Run(Context& context) {
   std::FILE* const out = context.Stream().File();
   const bool wantsScreen = options.m_OutputFormat.empty() && Screen::IsSupported(out);
   if (wantsScreen) RequireQuietTrace(options);
-  Session& session = context.OpenToWait();
+  Session& session = context.OpenToFollow();
   std::vector<LoggedEvent> past;
   if (wantsScreen) past = context.EventLog().Read(0, LiveModel::kMaxEvents);
   const Deadline deadline(duration);

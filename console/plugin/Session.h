@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,12 @@ class Session {
 
   // Whether the plug-in belongs to a service, which keeps it loaded and logs all events.
   virtual bool IsShared() const { return false; }
+
+  // Makes the session outlast its service: when the connection is lost, `onLost` is called, and
+  // `WaitForNotification` connects again. Until then, `Topology` returns the last objects, and
+  // `CollectEvents` no events; afterwards it continues after the last event that it returned. Has
+  // no effect on a session without a service.
+  virtual void KeepConnected(std::function<void()> /*onLost*/) {}
 
   // Whether the plug-in is running. If not, reads return its last report.
   virtual bool IsUp() const { return true; }

@@ -126,6 +126,14 @@ Session& Context::OpenToWait() {
   throw Failure(ExitCode::Failed, kNoWorker, "cannot wait", kWhyNoWorker, {kThreadAdvice});
 }
 
+Session& Context::OpenToFollow() {
+  Session& session = OpenToWait();
+  session.KeepConnected([this] {
+    m_Diagnostics.Note("SERVICE_LOST", "the connection to the service was lost; reconnecting");
+  });
+  return session;
+}
+
 Session& Context::Start() {
   if (m_Factory) {
     m_pSession = m_Factory({m_Command, m_Options, m_Diagnostics, m_EventLog, m_Limits});

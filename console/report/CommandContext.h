@@ -57,6 +57,9 @@ class Context {
   // Like `Open`, for a command that waits for events. Throws `Failure` if no events can arrive
   // because the plug-in could not start the thread that polls the cards.
   Session& OpenToWait();
+  // Like `OpenToWait`, for a command that continues when the service is restarted. A lost
+  // connection is reported as a note.
+  Session& OpenToFollow();
   // Stops the plug-in if it is running. The result is written after that.
   void Close();
   // Returns the current objects.

@@ -7,18 +7,10 @@
 #include "console/base/Deadline.h"
 #include "console/base/Failure.h"
 #include "service/client/HttpClient.h"
+#include "service/client/Pause.h"
 #include "service/client/ServiceFailure.h"
 
 namespace Service {
-namespace {
-
-// Returns false if the pause ended early: a stop signal arrived or one of `also` is ready.
-bool Pause(std::chrono::milliseconds time, const Console::WaitSet& also) {
-  if (Console::WaitReadable(also.m_Readable, time, {-1, also.m_Reader})) return false;
-  return !Console::HasLostReader(also.m_Reader) && !Console::IsStopRequested();
-}
-
-}  // namespace
 
 // Members are destroyed in reverse order, so the transfer is destroyed first.
 struct EventStream::Connection {
@@ -83,21 +75,20 @@ void EventStream::Connect(std::int64_t after) {
 
 // Processes what has arrived. The end of the stream also counts as a change.
 bool EventStream::HasChanges() {
-  Connection& connection = *m_Connection;
   int running = 0;
-  curl_multi_perform(connection.m_Multi.get(), &running);
-  if (const auto code = TakeResult(connection.m_Multi)) {
-    ThrowIfRefused(*code);
-    m_Connection.reset();
+  curl_multi_perform(m_Connection->m_Multi.get(), &running);
+  if (const auto code = TakeResult(m_Connection->m_Multi)) {
+    const std::shared_ptr<Connection> ended = std::move(m_Connection);
+    ThrowIfRefused(*ended, *code);
     return true;
   }
-  return std::exchange(connection.m_HasChanges, false);
+  return std::exchange(m_Connection->m_HasChanges, false);
 }
 
-void EventStream::ThrowIfRefused(CURLcode code) const {
-  const long status = m_Connection->Status();
+void EventStream::ThrowIfRefused(const Connection& ended, CURLcode code) const {
+  const long status = ended.Status();
   if (code == CURLE_OK && status != 200) {
-    throw ProblemFailure({status, m_Connection->m_Text}, m_Socket);
+    throw ProblemFailure({status, ended.m_Text}, m_Socket);
   }
   if (code == CURLE_WRITE_ERROR) throw InvalidReplyFailure(m_Socket, "a line is too long");
   if (status != 200) throw ServiceEndedFailure(m_Socket, false);

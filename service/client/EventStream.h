@@ -32,7 +32,7 @@ class EventStream {
 
   void Connect(std::int64_t after);
   bool HasChanges();
-  void ThrowIfRefused(CURLcode code) const;
+  void ThrowIfRefused(const Connection& ended, CURLcode code) const;
 
   const std::filesystem::path m_Socket;
   std::shared_ptr<Connection> m_Connection;  // null: not connected

@@ -98,10 +98,9 @@ std::optional<CURLcode> HttpClient::Perform(const HttpRequest& request,
 void HttpClient::ThrowFor(CURLcode code, const HttpRequest& request) const {
   if (code == CURLE_COULDNT_CONNECT && !m_HasAnswered) throw NoServiceFailure(m_Socket);
   if (code == CURLE_COULDNT_CONNECT || code == CURLE_GOT_NOTHING || code == CURLE_RECV_ERROR ||
-      code == CURLE_SEND_ERROR) {
+      code == CURLE_SEND_ERROR || code == CURLE_PARTIAL_FILE) {
     throw ServiceEndedFailure(m_Socket, request.m_IsChange && code != CURLE_COULDNT_CONNECT);
   }
-  if (code == CURLE_PARTIAL_FILE) throw InvalidReplyFailure(m_Socket, "it is truncated");
   if (code == CURLE_WRITE_ERROR) throw InvalidReplyFailure(m_Socket, "it is too long");
   throw InvalidReplyFailure(m_Socket, curl_easy_strerror(code));
 }

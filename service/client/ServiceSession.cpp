@@ -2,11 +2,14 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <set>
 #include <utility>
 
 #include "console/base/CallWithTimeout.h"
 #include "console/base/Failure.h"
 #include "console/plugin/RecordJson.h"
+#include "service/client/Pause.h"
 #include "service/client/ServiceFailure.h"
 
 namespace Service {
@@ -19,6 +22,10 @@ using Json = nlohmann::json;
 namespace {
 
 constexpr const char* kSession = "/v1/session";
+
+// Pauses between attempts to connect again. Each is twice as long as the one before.
+constexpr std::chrono::milliseconds kFirstPause(100);
+constexpr std::chrono::milliseconds kLongestPause(5000);
 
 // A reply that cannot be parsed comes from another program or version.
 template <class Parse>
@@ -121,17 +128,87 @@ std::vector<LoggedEvent> ServiceSession::ReadLog(const std::string& query) {
     for (const Json& each : json.at("events")) {
       events.push_back(Console::LoggedEventFromJson(each));
     }
-    m_Seen = json.at("newest").get<std::int64_t>();
+    // A service that has not read its log yet reports 0.
+    const auto newest = json.at("newest").get<std::int64_t>();
+    if (newest != 0) m_Seen = newest;
     return events;
   });
 }
 
+// The events of a replaced log are numbered from 1 again.
+std::vector<LoggedEvent> ServiceSession::ReadNewEvents() {
+  const std::int64_t seen = m_Seen;
+  std::vector<LoggedEvent> events = ReadLog(fmt::format("after={}", seen));
+  return m_Seen < seen ? ReadLog("after=0") : events;
+}
+
 std::vector<LoggedEvent> ServiceSession::CollectEvents() {
   try {
-    return ReadLog(fmt::format("after={}", m_Seen));
+    return ReadNewEvents();
   } catch (const Failure& failure) {
-    if (failure.m_Id != Console::kNoEventLog) throw;
+    if (IsLoss(failure)) {
+      Lose();
+    } else if (failure.m_Id != Console::kNoEventLog) {
+      throw;
+    }
     return {};
+  }
+}
+
+std::vector<PI::CObject> ServiceSession::Topology() {
+  try {
+    std::vector<PI::CObject> objects = CommandSession::Topology();
+    if (m_OnLost) m_LastObjects = objects;
+    return objects;
+  } catch (const Failure& failure) {
+    if (!IsLoss(failure) || m_LastObjects.empty()) throw;
+    Lose();
+    return m_LastObjects;
+  }
+}
+
+// A service whose plug-in has reported objects reports its plug-in as down only after a restart.
+bool ServiceSession::IsLoss(const Failure& failure) const {
+  static const std::set<std::string> losses = {kNoService, "SERVICE_ENDED", "STOPPING",
+                                               "PLUGIN_DOWN"};
+  return m_OnLost && losses.count(failure.m_Id) > 0;
+}
+
+void ServiceSession::Lose() {
+  if (m_IsLost) return;
+  m_IsLost = true;
+  m_Pause = kFirstPause;
+  m_NextAttempt = Deadline(m_Pause);
+  m_OnLost();
+}
+
+// Returns true as soon as the session is connected, and false on timeout, on a stop signal or if
+// one of `also` is ready.
+bool ServiceSession::Reconnect(std::chrono::milliseconds timeout, const Console::WaitSet& also) {
+  const Deadline deadline(timeout);
+  while (Pause(deadline.Earlier(m_NextAttempt).Left(), also) && m_NextAttempt.IsOver()) {
+    if (IsReady()) {
+      m_IsLost = false;
+      return true;
+    }
+    m_Pause = std::min(m_Pause * 2, kLongestPause);
+    m_NextAttempt = Deadline(m_Pause);
+  }
+  return false;
+}
+
+bool ServiceSession::IsReady() {
+  constexpr std::chrono::milliseconds kTimeout(5000);
+  HttpRequest request;
+  request.m_Path = "/readyz";
+  try {
+    const auto reply = m_Client.Send(request, Deadline(kTimeout));
+    if (!reply || reply->m_Status != 200) return false;
+    m_State = ReadState();
+    return true;
+  } catch (const Failure& failure) {
+    if (!IsLoss(failure) && failure.m_Code != Console::ExitCode::TimedOut) throw;
+    return false;
   }
 }
 
@@ -154,7 +231,14 @@ std::vector<HostKit::EventCount> ServiceSession::CountEvents() {
 
 bool ServiceSession::WaitForNotification(std::chrono::milliseconds timeout,
                                          const Console::WaitSet& also) {
-  return m_Stream.Wait(m_Seen, timeout, also);
+  if (m_IsLost) return Reconnect(timeout, also);
+  try {
+    return m_Stream.Wait(m_Seen, timeout, also);
+  } catch (const Failure& failure) {
+    if (!IsLoss(failure)) throw;
+    Lose();
+    return false;
+  }
 }
 
 }  // namespace Service

@@ -1,10 +1,17 @@
 // A session with the plug-in of a service.
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "console/base/Deadline.h"
+#include "console/base/Failure.h"
 #include "console/plugin/CommandSession.h"
 #include "service/client/EventStream.h"
 #include "service/client/HttpClient.h"
@@ -30,6 +37,8 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   bool HasCards() const override { return m_State.m_HasCards; }
   std::size_t FailedThreads() const override { return m_State.m_FailedThreads; }
   std::chrono::duration<double> StartDuration() const override { return m_State.m_StartDuration; }
+  void KeepConnected(std::function<void()> onLost) override { m_OnLost = std::move(onLost); }
+  std::vector<PI::CObject> Topology() override;
   const Console::CardTimes& Times() const override { return m_Times; }
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
   std::vector<Console::LoggedEvent> CollectEvents() override;
@@ -52,6 +61,11 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   nlohmann::json RequestJson(const HttpRequest& request, const Console::Deadline& deadline);
   State ReadState();
   std::vector<Console::LoggedEvent> ReadLog(const std::string& query);
+  std::vector<Console::LoggedEvent> ReadNewEvents();
+  bool IsLoss(const Console::Failure& failure) const;
+  void Lose();
+  bool Reconnect(std::chrono::milliseconds timeout, const Console::WaitSet& also);
+  bool IsReady();
 
   std::optional<Console::PluginReply> Call(Console::PluginCommand command,
                                            const Console::Deadline& deadline,
@@ -68,6 +82,12 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   Console::CardTimes m_Times;  // of the last topology
   // Number of the newest event that was returned, or that existed before the session.
   std::int64_t m_Seen;
+
+  std::function<void()> m_OnLost;  // null: the session ends with the connection
+  std::vector<PI::CObject> m_LastObjects;
+  bool m_IsLost = false;
+  std::chrono::milliseconds m_Pause{0};  // before the next attempt to connect
+  Console::Deadline m_NextAttempt;
 };
 
 }  // namespace Service

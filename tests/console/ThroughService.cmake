@@ -27,6 +27,7 @@ set(NOT_THROUGH_SERVICE
   "readings|tests the service itself"
   "paging|tests the service itself"
   "prompts|asks before it uses the plug-in; op confirms through the service"
+  "reconnect|tests the service itself"
   "rows|the service does not support the rows command"
   "serve|tests the service itself"
   "start|tests the start of an in-process plug-in"

@@ -253,7 +253,7 @@ for line in sys.stdin:
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/ending.db"
   local socket="$BATS_FILE_TMPDIR/ending.sock" pid rc=0
   start_service ending "$socket"
-  corvane-host --socket "$socket" events -v -f >"$BATS_FILE_TMPDIR/cut.out" 2>"$BATS_FILE_TMPDIR/cut.err" 3>&- &
+  corvane-host --socket "$socket" wait a0 gone -v >"$BATS_FILE_TMPDIR/cut.out" 2>"$BATS_FILE_TMPDIR/cut.err" 3>&- &
   pid=$!
   eventually grep -q "using the service" "$BATS_FILE_TMPDIR/cut.err"
   kill -KILL "$(pid_of ending)"

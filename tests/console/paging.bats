@@ -17,9 +17,9 @@ setup_file() {
   local rows=() number
   for number in $(seq 12); do
     case $((number % 6)) in
-      3) rows+=("2026-11-20T05:31:$number 2 10967 1 'Card' 'text $number' S200 19038") ;;
-      0) rows+=("2026-11-20T05:31:$number 3 10967 1 'Drive' 'text $number' S200 19018") ;;
-      *) rows+=("2026-11-20T05:31:$number 1 10980 1 'Card' 'text $number' S100 19038") ;;
+      3) rows+=("2026-11-20T05:31:$number 3 10967 1 'Card' 'text $number' S200 19038") ;;
+      0) rows+=("2026-11-20T05:31:$number 4 10967 1 'Drive' 'text $number' S200 19018") ;;
+      *) rows+=("2026-11-20T05:31:$number 2 10980 1 'Card' 'text $number' S100 19038") ;;
     esac
   done
   enter "$CORVANE_DATABASE" "${rows[@]}"

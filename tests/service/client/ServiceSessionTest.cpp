@@ -114,8 +114,8 @@ const BadReply kBadReplies[] = {
     {"TruncatedBody",
      {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"result\": 0"},
      ExitCode::Failed,
-     "SERVICE_REPLY_INVALID",
-     "{} sent an unusable reply: it is truncated"},
+     "SERVICE_ENDED",
+     "{} has closed the connection"},
     {"Html", ClientTest::Reply(200, "text/html", "<html></html>"), ExitCode::Failed,
      "SERVICE_REPLY_INVALID", "{} sent an unusable reply: [json.exception.parse_error.101]"},
     {"HtmlError", ClientTest::Reply(404, "text/html", "<html></html>"), ExitCode::Failed,
@@ -367,6 +367,67 @@ TEST_F(ServiceSession, ReportsAServiceThatExitsDuringAWait) {
   const auto failure = FailureOf([&] { session.WaitForNotification(milliseconds(60000)); });
   ASSERT_TRUE(failure);
   EXPECT_EQ("SERVICE_ENDED", failure->m_Id);
+}
+
+TEST_F(ServiceSession, KeepsTheLastObjectsWhileTheConnectionIsLost) {
+  Service::ServiceSession& session = Connect(ClientTest::Json(kTopology));
+  int losses = 0;
+  session.KeepConnected([&losses] { ++losses; });
+  session.Topology();
+  m_pService->Stop();
+  EXPECT_THAT(session.CollectEvents(), testing::IsEmpty());
+  const auto objects = session.Topology();
+  ASSERT_EQ(1U, objects.size());
+  EXPECT_EQ(5U, objects[0].m_ID);
+  EXPECT_FALSE(session.WaitForNotification(milliseconds(500)));
+  EXPECT_EQ(1, losses);
+}
+
+TEST_F(ServiceSession, StopsWaitingForTheServiceWhenADescriptorIsReady) {
+  Service::ServiceSession& session = Connect(ClientTest::Json(kTopology));
+  session.KeepConnected([] {});
+  session.Topology();
+  m_pService->Stop();
+  session.CollectEvents();
+  const Console::Notifier key;
+  key.Notify();
+  EXPECT_FALSE(session.WaitForNotification(milliseconds(3600000), {key.Number(), -1}));
+}
+
+TEST_F(ServiceSession, ReportsALostConnectionWithoutObjects) {
+  Service::ServiceSession& session = Connect(ClientTest::Json(kTopology));
+  session.KeepConnected([] {});
+  m_pService->Stop();
+  const auto failure = FailureOf([&] { session.Topology(); });
+  ASSERT_TRUE(failure);
+  EXPECT_EQ("SERVICE_ENDED", failure->m_Id);
+}
+
+// The new service has not read its log yet when it replies first.
+TEST_F(ServiceSession, ResumesAfterTheLastEventOfTheFormerService) {
+  int replies = 0;
+  Service::ServiceSession& session = Start([&replies](const std::string& request) {
+    if (IsState(request)) return ClientTest::Json(kState);
+    ++replies;
+    return ClientTest::Json(replies == 1 ? R"({"newest": 0, "events": []})"
+                                         : R"({"newest": 4, "events": [{"number": 4}]})");
+  });
+  EXPECT_EQ(0U, session.CollectEvents().size());
+  EXPECT_EQ(1U, session.CollectEvents().size());
+  EXPECT_THAT(m_pService->Requests(),
+              ElementsAre("GET /v1/session", "GET /v1/session/events?after=3",
+                          "GET /v1/session/events?after=3"));
+}
+
+TEST_F(ServiceSession, ReadsAReplacedLogFromItsStart) {
+  Service::ServiceSession& session = Start([](const std::string& request) {
+    if (IsState(request)) return ClientTest::Json(kState);
+    const bool isStart = request.find("after=0 ") != request.npos;
+    return ClientTest::Json(isStart ? R"({"newest": 2, "events": [{"number": 1}, {"number": 2}]})"
+                                    : R"({"newest": 2, "events": []})");
+  });
+  EXPECT_EQ(2U, session.CollectEvents().size());
+  EXPECT_EQ(0U, session.CollectEvents().size());
 }
 
 TEST(HttpClient, AcceptsBodiesUpToTheLimit) {
