@@ -3,6 +3,7 @@
 set(THROUGH_SERVICE inspect op format)
 
 set(NOT_THROUGH_SERVICE
+  "browser|tests the service itself"
   "cards|starts the plug-in on machines with and without cards"
   "change|compares the calls and configuration files of an in-process plug-in"
   "check|most runs use the test plug-in"
