@@ -14,6 +14,7 @@ set(NOT_THROUGH_SERVICE
   "escapes|prints strings of an in-process plug-in"
   "events|uses the test plug-in"
   "explain|needs no plug-in"
+  "flood|tests the service itself"
   "forms|already covered by inspect, which reads the same values"
   "hang|uses an in-process plug-in that hangs"
   "help|needs no plug-in"

@@ -73,6 +73,11 @@ unprivileged() {
   "${drop[@]}" "$@"
 }
 
+# free_port: prints a TCP port that is currently free.
+free_port() {
+  python3 -c 'import socket; s = socket.create_server(("127.0.0.1", 0)); print(s.getsockname()[1])'
+}
+
 # eventually COMMAND...: repeats the command until it succeeds.
 eventually() { until "$@"; do sleep 0.05; done; }
 

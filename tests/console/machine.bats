@@ -68,11 +68,6 @@ tcp_sockets() {
     while read -r inode; do awk -v inode="$inode" '$10 == inode' /proc/net/tcp /proc/net/tcp6 2>/dev/null; done
 }
 
-# free_port: prints a TCP port that is currently free.
-free_port() {
-  python3 -c 'import socket; s = socket.create_server(("127.0.0.1", 0)); print(s.getsockname()[1])'
-}
-
 @test "the service reports its readiness, status and stop" {
   manage
   serve --socket "$SOCKET"
