@@ -89,7 +89,7 @@ TEST_F(Collector, PublishesTheCards) {
   EXPECT_EQ(1U, snapshot->m_Plugin.m_Starts);
   EXPECT_TRUE(snapshot->m_HasCards);
   EXPECT_EQ(CORVANE_PLUGIN, snapshot->m_Info.m_File);
-  EXPECT_GT(snapshot->m_Times.m_ObservedAt, 0);
+  EXPECT_GT(snapshot->m_Times.m_ObservedAt, 0U);
 }
 
 TEST_F(Collector, PublishesAMachineWithoutCards) {
