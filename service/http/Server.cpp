@@ -130,7 +130,12 @@ class Server::Daemon {
     if (copy >= 0) close(copy);
     throw std::runtime_error("the HTTP server cannot be started");
   }
-  ~Daemon() { MHD_stop_daemon(m_Daemon); }
+  // Without the first call, libmicrohttpd would shut the listener down, also for a service manager
+  // that keeps it open.
+  ~Daemon() {
+    const Base::Descriptor copy(MHD_quiesce_daemon(m_Daemon));
+    MHD_stop_daemon(m_Daemon);
+  }
   Daemon(const Daemon&) = delete;
   Daemon& operator=(const Daemon&) = delete;
 

@@ -254,6 +254,27 @@ TEST(HttpServer, RefusesNulInPathAndQuery) {
   }
 }
 
+// A service manager keeps the socket open while it restarts the service.
+TEST(HttpServer, LeavesASharedListenerUsable) {
+  for (const Transport transport : {Transport::Unix, Transport::Tcp}) {
+    const TemporaryDirectory directory;
+    const bool isUnix = transport == Transport::Unix;
+    const std::string path = directory.Path() / "socket";
+    const Base::Descriptor listener =
+        isUnix ? Http::ListenUnix(path, 0600, std::nullopt) : Http::ListenTcp("127.0.0.1", 0);
+    for (int i = 0; i < 2; ++i) {
+      std::vector<Base::Descriptor> passed;
+      passed.emplace_back(dup(listener.Get()));
+      const Http::Server server(Routes(), OpenSettings(), std::move(passed));
+    }
+    sockaddr_storage address = {};
+    socklen_t size = sizeof address;
+    ASSERT_EQ(0, getsockname(listener.Get(), reinterpret_cast<sockaddr*>(&address), &size));
+    const Base::Descriptor client(socket(isUnix ? AF_UNIX : AF_INET, SOCK_STREAM, 0));
+    EXPECT_EQ(0, connect(client.Get(), reinterpret_cast<sockaddr*>(&address), size)) << transport;
+  }
+}
+
 TEST(HttpServer, CannotStartOnAnInvalidListener) {
   std::vector<Base::Descriptor> listeners;
   listeners.emplace_back();
