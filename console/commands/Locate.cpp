@@ -29,6 +29,18 @@ bool ParseOn(const std::string& text) {
                      {"For example: corvane-host locate a0 on --for 5m"});
 }
 
+// Switches the LED off, even after a stop signal, which otherwise interrupts calls of a service.
+Change SwitchOff(Context& context, const Model& model, const Object& adapter) {
+  const bool isStopped = IsStopRequested();
+  ClearStopRequest();
+  const OperationRow& off = *FindOperation(PI::OP_STOP_LOCATE_DEVICE);
+  const Change change = PerformOperation(context, model, adapter, off, true);
+  if (!isStopped) return change;
+  context.m_Diagnostics.Note("LIGHT_OFF",
+                             fmt::format("locate LED of {} is off", adapter.m_Selector));
+  throw Stopped();
+}
+
 // Waits for `duration` with the LED on, then switches it off, also after a stop signal.
 CommandResult Blink(Context& context, const Model& model, const Object& adapter,
                     milliseconds duration) {
@@ -38,15 +50,20 @@ CommandResult Blink(Context& context, const Model& model, const Object& adapter,
   const auto start = steady_clock::now();
   const Deadline deadline(start + duration);
   while (!IsStopRequested() && !deadline.IsOver()) WaitForStop(deadline.Left());
-  const OperationRow& off = *FindOperation(PI::OP_STOP_LOCATE_DEVICE);
-  Change change = PerformOperation(context, model, adapter, off, true);
-  if (IsStopRequested()) {
-    context.m_Diagnostics.Note("LIGHT_OFF",
-                               fmt::format("locate LED of {} is off", adapter.m_Selector));
-  }
-  ThrowIfStopped();
+  Change change = SwitchOff(context, model, adapter);
   change.m_Elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
-  return ChangeResult(context, adapter, off.m_Number, change);
+  return ChangeResult(context, adapter, PI::OP_STOP_LOCATE_DEVICE, change);
+}
+
+// Switches the LED on. With `isLimited`, a stop signal switches it off again.
+Change SwitchOn(Context& context, const Model& model, const Object& adapter, bool isLimited) {
+  const OperationRow& on = *FindOperation(PI::OP_LOCATE_DEVICE);
+  try {
+    return PerformOperation(context, model, adapter, on, true);
+  } catch (const Stopped&) {
+    if (isLimited) SwitchOff(context, model, adapter);
+    throw;
+  }
 }
 
 CommandResult Run(Context& context) {
@@ -58,7 +75,8 @@ CommandResult Run(Context& context) {
   const Model model = context.Objects();
   const Object& adapter = SelectForOperation(model, context.m_Arguments[0], row);
   RequireLocateLed(adapter);
-  const Change change = PerformOperation(context, model, adapter, row, true);
+  const Change change = on ? SwitchOn(context, model, adapter, duration && !options.m_DryRun)
+                           : PerformOperation(context, model, adapter, row, true);
   if (on && !options.m_DryRun) {
     if (duration) return Blink(context, model, adapter, *duration);
     if (context.Open().IsShared()) return ChangeResult(context, adapter, row.m_Number, change);
