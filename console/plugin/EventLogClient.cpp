@@ -16,12 +16,14 @@
 namespace Console {
 namespace {
 
-// Checks the permissions of the file, because the database's error does not mention them.
+// Checks the permissions of the file, because the database's error does not mention them. A file
+// that is not trusted comes first, because the kernel also denies access to other users' links in
+// directories such as /tmp.
 Failure LogFailure(const std::string& why) {
   const std::string file = HostKit::DatabaseFile().string();
-  const bool denied = access(file.c_str(), R_OK) != 0 && errno == EACCES;
-  const bool foreign = !Base::ResolveTrusted(file).m_TrustError.empty();
-  return Failure(denied || foreign ? ExitCode::Permission : ExitCode::Failed, kNoEventLog,
+  const bool isTrusted = Base::ResolveTrusted(file).m_TrustError.empty();
+  const bool denied = isTrusted && access(file.c_str(), R_OK) != 0 && errno == EACCES;
+  return Failure(denied || !isTrusted ? ExitCode::Permission : ExitCode::Failed, kNoEventLog,
                  fmt::format("cannot read the event log {}", file),
                  denied ? std::strerror(EACCES) : why, {"Pass another database with --database."});
 }

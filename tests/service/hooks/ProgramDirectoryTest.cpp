@@ -66,7 +66,7 @@ TEST_F(ProgramDirectory, SkipsFilesThatOthersCanWrite) {
 
 TEST_F(ProgramDirectory, SkipsADirectoryThatOthersCanWrite) {
   WriteScript(m_Directory.Path() / "program", "");
-  for (const mode_t mode : {0777, 01777}) {
+  for (const mode_t mode : {0777U, 01777U}) {
     chmod(m_Directory.Path().c_str(), mode);
     m_Reports.clear();
     EXPECT_THAT(Names(m_Directory.Path()), IsEmpty());

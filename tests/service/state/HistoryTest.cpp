@@ -23,8 +23,8 @@ class History : public StateTest::StoreTest {
     return card;
   }
 
-  void RecordMinutes(std::uint64_t from, int count, float celsius) {
-    for (int i = 0; i < count; ++i) Record(from + i * kMinute, {Warm(celsius)});
+  void RecordMinutes(std::uint64_t from, std::uint64_t count, float celsius) {
+    for (std::uint64_t i = 0; i < count; ++i) Record(from + i * kMinute, {Warm(celsius)});
   }
 
   Service::HistoryQuery Query(const char* field, std::uint64_t from, std::uint64_t to,

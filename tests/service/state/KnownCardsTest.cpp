@@ -76,7 +76,7 @@ TEST_F(KnownCards, KeepTheirLastSeenTimeAcrossARestart) {
 TEST_F(KnownCards, AreNotWrittenWhenNothingChanges) {
   Record(kStart, CardsOf({"S0"}));
   const auto before = std::filesystem::file_size(File().string() + "-wal");
-  for (int i = 1; i < 6; ++i) Record(kStart + i * 10000U - 1, CardsOf({"S0"}));
+  for (unsigned int i = 1; i < 6; ++i) Record(kStart + i * 10000U - 1, CardsOf({"S0"}));
   EXPECT_EQ(std::filesystem::file_size(File().string() + "-wal"), before);
 }
 
