@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kMaxAdviceLines = 3;
 
 Failure WriteFailure(int error) {
-  return Failure(ExitCode::Failed, "WRITE_FAILED", "cannot write the output", std::strerror(error));
+  return Failure(ExitCode::Failed, kWriteFailed, "cannot write the output", std::strerror(error));
 }
 
 }  // namespace

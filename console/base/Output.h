@@ -8,6 +8,9 @@
 
 namespace Console {
 
+// The id of a failure to write standard output.
+inline constexpr const char* kWriteFailed = "WRITE_FAILED";
+
 // The style of human-readable output, derived from the options, the environment and the terminal.
 struct Style {
   bool m_Ascii = false;

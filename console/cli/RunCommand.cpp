@@ -59,13 +59,15 @@ ExitCode Report(const Invocation& invocation, const Failure& failure, const Cont
   const char* command = invocation.m_pCommand == nullptr ? "" : invocation.m_pCommand->m_Name;
   Envelope envelope{command, std::nullopt, diagnostics.Messages(), code};
   if (context != nullptr) envelope = context->EnvelopeFor(code);
+  std::string writeError = failure.m_Id == kWriteFailed ? failure.m_Text : std::string();
   try {
     stream.Write(FailureText(invocation, failure, envelope));
   } catch (const Failure& unwritten) {
-    // All other commands have already reported a failure on standard error.
-    if (VerbosityOf(invocation) == Verbosity::Nothing) {
-      Diagnostics(Verbosity::Errors).Error(unwritten.m_Id, unwritten.m_Text);
-    }
+    writeError = unwritten.m_Text;
+  }
+  // All other commands have already reported a failure on standard error.
+  if (!writeError.empty() && VerbosityOf(invocation) == Verbosity::Nothing) {
+    Diagnostics(Verbosity::Errors).Error(kWriteFailed, writeError);
   }
   return code;
 }

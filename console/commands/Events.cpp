@@ -274,7 +274,6 @@ Command EventsCommand() {
       "this program with the same database. explain shows what to do about an event number.";
   command.m_Examples = {
       {"events --since yesterday", "show events since the start of yesterday", true},
-      {"events --after 120 --limit 100 -o json", "read the log in pages, for a script"},
       {"events -f", "follow new events"}};
   return command;
 }
