@@ -37,8 +37,8 @@ std::uint64_t CardTimes::ReadAt(std::uint64_t adapter) const {
   return found == m_Cards.end() ? 0 : found->m_ReadAt;
 }
 
-// Each scan increments the plug-in object's change count. If it fails, the object has no children
-// until a scan succeeds.
+// The plug-in scans all cards when it starts. Each later scan increments the plug-in object's
+// change count. If it fails, the object has no children until a scan succeeds.
 void CardTimeTracker::Update(const std::vector<PI::CObject>& topology, std::uint64_t nowMs) {
   m_Times.m_ObservedAt = nowMs;
   if (topology.empty()) return;

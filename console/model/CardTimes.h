@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "host/PluginInterface.h"
@@ -34,7 +35,7 @@ class CardTimeTracker {
 
  private:
   CardTimes m_Times;
-  std::uint64_t m_PluginChangeCount = 0;  // as last reported
+  std::optional<std::uint64_t> m_PluginChangeCount;  // as last reported
 };
 
 }  // namespace Console

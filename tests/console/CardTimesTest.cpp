@@ -59,6 +59,16 @@ TEST_F(CardTimes, AreUnknownBeforeTheFirstReport) {
   EXPECT_EQ((Times{0, 0}), ReadAt());
 }
 
+// The change count is still 0.
+TEST_F(CardTimes, IncludeTheScanWhenThePluginStarts) {
+  m_Plugin.m_Children = {kFirst, kSecond};
+  Report(100, false, false);
+  EXPECT_EQ(100U, m_Tracker.Times().m_ScannedAt);
+  EXPECT_EQ((Times{100, 100}), ReadAt());
+  Report(200, false, false);
+  EXPECT_EQ(100U, m_Tracker.Times().m_ScannedAt);
+}
+
 TEST_F(CardTimes, StayForACardThatStopsResponding) {
   Scan();
   Report(100, true, true);
