@@ -33,7 +33,7 @@ with_limit() {
 }
 
 # Metrics that differ between two runs.
-TIMES="duration|age_seconds"
+TIMES="duration|age_seconds|end_of_life"
 
 # correct_or_error COMMAND LIMIT: expects the output of a run without a limit, or an error. The
 # checks are joined by && because set -e has no effect if the caller handles the failure.
