@@ -115,7 +115,7 @@ const BadReply kBadReplies[] = {
      {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"result\": 0"},
      ExitCode::Failed,
      "SERVICE_ENDED",
-     "{} has closed the connection"},
+     "{} closed the connection"},
     {"Html", ClientTest::Reply(200, "text/html", "<html></html>"), ExitCode::Failed,
      "SERVICE_REPLY_INVALID", "{} sent an unusable reply: [json.exception.parse_error.101]"},
     {"HtmlError", ClientTest::Reply(404, "text/html", "<html></html>"), ExitCode::Failed,
