@@ -328,10 +328,19 @@ std::optional<std::string> QueryError(const Http::Request& request) {
   return std::nullopt;
 }
 
+// Whether a JSON document contains NUL, as a byte or escaped. The JSON library treats the byte as
+// the end of the document, and messages would end at an escaped NUL.
+bool ContainsNul(const std::string& json) {
+  if (json.find('\0') != std::string::npos) return true;
+  for (auto at = json.find('\\'); at != std::string::npos; at = json.find('\\', at + 2)) {
+    if (json.compare(at, 6, "\\u0000") == 0) return true;
+  }
+  return false;
+}
+
 std::optional<std::string> BodyError(const ApiRow& row, const Http::Request& request) {
   if (row.m_Body == nullptr || request.m_Body.empty()) return std::nullopt;
-  // The JSON library treats NUL as the end of the text.
-  if (request.m_Body.find('\0') != std::string::npos) return "the body contains NUL";
+  if (ContainsNul(request.m_Body)) return "the body contains NUL";
   const auto body = nlohmann::json::parse(request.m_Body, nullptr, false);
   if (body.is_discarded()) return "the body is not a JSON document";
   return ValidationError(body, row.m_Body);

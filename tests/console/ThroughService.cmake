@@ -31,6 +31,7 @@ set(NOT_THROUGH_SERVICE
   "prompts|asks before it uses the plug-in; op confirms through the service"
   "reconnect|tests the service itself"
   "rows|the service does not support the rows command"
+  "security|tests the service itself"
   "serve|tests the service itself"
   "start|tests the start of an in-process plug-in"
   "status|requires an empty log for each run"
