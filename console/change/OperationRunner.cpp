@@ -121,13 +121,17 @@ JobEnd WatchJob(Context& context, const Object& object, const OperationRow& row,
   Session& session = context.Open();
   Progress progress(context, Headline(row, object),
                     {{"object", object.m_Selector}, {"operation", OperationName(row.m_Number)}});
-  while (!IsStopRequested()) {
-    if (HasFailed(session, object, row.m_FailedEvent)) return JobEnd::Failed;
-    if (StateOf(session, object.m_ID, row.m_Aspect) == row.m_Goal) return JobEnd::Done;
-    const milliseconds left = timeout - progress.Elapsed();
-    if (left <= milliseconds(0)) return JobEnd::TimedOut;
-    session.WaitForNotification(std::min(left + milliseconds(1), kCheckInterval));
-    progress.Tick();
+  try {
+    while (!IsStopRequested()) {
+      if (HasFailed(session, object, row.m_FailedEvent)) return JobEnd::Failed;
+      if (StateOf(session, object.m_ID, row.m_Aspect) == row.m_Goal) return JobEnd::Done;
+      const milliseconds left = timeout - progress.Elapsed();
+      if (left <= milliseconds(0)) return JobEnd::TimedOut;
+      session.WaitForNotification(std::min(left + milliseconds(1), kCheckInterval));
+      progress.Tick();
+    }
+  } catch (const Stopped&) {
+    // A stop signal has interrupted a read.
   }
   return JobEnd::Stopped;
 }
