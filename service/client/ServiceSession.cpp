@@ -213,7 +213,9 @@ bool ServiceSession::IsReady() {
 }
 
 std::vector<LoggedEvent> ServiceSession::ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
-  return ReadLog(fmt::format("since_ms={}&limit={}", sinceMs, limit));
+  // The service refuses higher limits, but callers ask for one event more than they show.
+  constexpr std::size_t kLargest = Console::EventLogClient::kAll;
+  return ReadLog(fmt::format("since_ms={}&limit={}", sinceMs, std::min(limit, kLargest)));
 }
 
 std::vector<HostKit::EventCount> ServiceSession::CountEvents() {

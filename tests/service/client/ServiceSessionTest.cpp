@@ -261,6 +261,13 @@ TEST_F(ServiceSession, DoesNotCollectEventsAlreadyReadFromTheLog) {
                           "GET /v1/session/events?after=9"));
 }
 
+TEST_F(ServiceSession, ReadsTheCompleteLogWithTheLargestLimit) {
+  Connect(ClientTest::Json(R"({"newest": 0, "events": []})"));
+  m_EventLog.ReadOrThrow(7, Console::EventLogClient::kAll + 1);
+  EXPECT_THAT(m_pService->Requests(),
+              ElementsAre("GET /v1/session", "GET /v1/session/events?since_ms=7&limit=1000000000"));
+}
+
 TEST_F(ServiceSession, CountsTheEventsOfTheService) {
   Connect(ClientTest::Json(R"({"counts": [{"event_id": 10967, "severity": 2, "count": 4}]})"));
   const auto counts = m_EventLog.Count();
