@@ -45,7 +45,7 @@ setup_file() {
   keep word own word locate a0 up &
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/stopped.json"
   stop_when INT "$BATS_FILE_TMPDIR/stopped.json" '"beacon_state": true' stopped \
-    corvane-host --simulate="$BATS_FILE_TMPDIR/stopped.json" locate a0 on --for 1h &
+    corvane-host "$(reach "$BATS_FILE_TMPDIR/stopped.json")" locate a0 on --for 1h &
   wait
   keep offline own offline offline a0/d0 -y &
   keep units own units offline a0/d0 &
@@ -58,7 +58,8 @@ mounted() {
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/mounted.json"
   export CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json"
   lay_mount_on_card "$CORVANE_SYSFS"
-  corvane-host detach a0 -y
+  # With --simulate, the devices would be those of the simulation.
+  corvane-host ${CORVANE_TEST_SERVICE:+"$(reach "$CARDSIM_STATE")"} detach a0 -y
 }
 
 @test "detach waits until the card is detached" {
@@ -147,7 +148,8 @@ Nothing was changed." "$(out dry)"
 @test "locate on leaves the LED on and prints a note" {
   ended on 0
   same "a0 locate LED: off -> on" "$(out on)"
-  said on "  To keep the LED on: corvane-host locate a0 on --for 5m"
+  # The LED stays on for as long as the service runs.
+  directly said on "  To keep the LED on: corvane-host locate a0 on --for 5m"
   same true "$(card on beacon_state)"
 }
 

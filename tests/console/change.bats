@@ -20,29 +20,30 @@ setup_file() {
   keep low change low 30005=1 &
   keep high change high poll_interval_seconds=300 &
   keep same change same poll_interval=15 &
-  keep sealed changed_by unprivileged_host sealed poll_interval=60 &
+  directly keep sealed change_sealed &
   keep word change word poll_interval=soon &
   keep huge change huge poll_interval=99999999999 &
   wait
   keep none change none poll_intervl=5 &
-  keep shape corvane-host set plugin poll_interval &
+  directly keep shape corvane-host set plugin poll_interval &
   keep table change table poll_interval=16 -o tsv &
   keep fixed host set a0 name=Bob &
-  keep nocards corvane-host set plugin poll_interval=30 &
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/set.log" keep odd odd set set plugin poll_interval=33 &
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/unset.log" keep unset odd unset set plugin poll_interval=33 &
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/topology.log" keep topology odd topology list &
+  directly keep nocards corvane-host set plugin poll_interval=30 &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/set.log" directly keep odd odd set set plugin poll_interval=33 &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/unset.log" directly keep unset odd unset set plugin poll_interval=33 &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/topology.log" directly keep topology odd topology list &
   wait
 }
 
 teardown_file() { chmod u+w "$BATS_FILE_TMPDIR/sealed"; }
 
-change() { changed_by corvane-host "$@"; }
-# changed_by PROGRAM DIRECTORY ASSIGNMENT...
-changed_by() {
-  CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/$2" "$1" --simulate set plugin "${@:3}"
+# change DIRECTORY ASSIGNMENT...
+change() { CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/$1" host set plugin "${@:2}"; }
+# change_sealed: changes a file that cannot be written.
+change_sealed() {
+  CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/sealed" unprivileged corvane-host --simulate set plugin \
+    poll_interval=60
 }
-unprivileged_host() { unprivileged corvane-host "$@"; }
 
 @test "set reports the value before and after and saves it" {
   ended first 0
@@ -75,6 +76,7 @@ unprivileged_host() { unprivileged corvane-host "$@"; }
 }
 
 @test "set fails if the change cannot be saved" {
+  direct_only "the service is not subject to the user's permissions"
   ended sealed 1
   same "plugin poll_interval: 20 -> 60" "$(out sealed)"
   said sealed "  60 applies to this run only; the file is unchanged."
@@ -88,12 +90,12 @@ plugin	poll_interval	15	16" "$(out table)"
 
 @test "set rejects an invalid number and an invalid assignment" {
   local name
-  for name in word huge shape; do
+  for name in word huge $(directly echo shape); do
     ended "$name" 2
     silent "$name" out
   done
   said word "corvane-host: 'soon' is not a valid integer"
-  said shape "corvane-host: 'poll_interval' is not PROP=VALUE"
+  directly said shape "corvane-host: 'poll_interval' is not PROP=VALUE"
   [ ! -e "$BATS_FILE_TMPDIR/word/Corvane.ini" ]
 }
 
@@ -111,11 +113,13 @@ plugin	poll_interval	15	16" "$(out table)"
 }
 
 @test "set works on a machine without cards" {
+  direct_only "tests a plug-in in the same process"
   ended nocards 0
   same "plugin poll_interval: 15 -> 30" "$(out nocards)"
 }
 
 @test "set numbers the adapters from 1, passes the range of the property, and stops the plug-in" {
+  direct_only "uses the test plug-in"
   ended odd 0
   same "Initialize
 SetAdapterIDs 1 2
@@ -126,6 +130,7 @@ destroyed" "$(cat "$BATS_FILE_TMPDIR/set.log")"
 }
 
 @test "set reports the error of a plug-in that refuses the change" {
+  direct_only "uses the test plug-in"
   ended unset 1
   silent unset out
   grep -q "^corvane-host: set plugin poll_interval: .* (20004)$" \
@@ -133,6 +138,7 @@ destroyed" "$(cat "$BATS_FILE_TMPDIR/set.log")"
 }
 
 @test "list stops a plug-in that fails after startup" {
+  direct_only "uses the test plug-in"
   ended topology 1
   same "Initialize
 SetAdapterIDs 1 2

@@ -33,7 +33,7 @@ setup_file() {
   keep warning host check &
   keep critical with critical check &
   keep mixed with mixed check &
-  keep ascii env LC_ALL=C corvane-host --simulate="$BATS_FILE_TMPDIR/mixed.json" check a1 &
+  keep ascii env LC_ALL=C corvane-host "$(reach "$BATS_FILE_TMPDIR/mixed.json")" check a1 &
   keep card host check S100 &
   keep drive host check a1/d0 &
   keep duplicate with duplicate check &
@@ -42,38 +42,38 @@ setup_file() {
   keep json host check -o json &
   keep emptyjson with empty check -o json &
   keep empty with empty check &
-  keep bus corvane-host check &
+  directly keep bus corvane-host check &
   keep closed with closed check &
   keep noobject host check a9 &
   keep ambiguous with duplicate check S100 &
-  keep nodriver with nodriver check &
-  keep damaged env CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/damaged" corvane-host check &
+  directly keep nodriver with nodriver check &
+  directly keep damaged env CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/damaged" corvane-host check &
   wait
-  keep noplugin corvane-host check --plugin '/none|such' &
-  keep noplug corvane-host check --plugin "$CORVANE_BUILD/lib/libhostkit.so" &
-  keep version odd version check &
-  keep smart odd smart check &
-  keep slow odd slow check --timeout 200ms &
-  keep topology odd topology check &
-  keep crash odd crash check &
-  keep crashloud odd crash check -v &
-  keep exit odd exit check &
-  keep crashjson odd crash check -o json &
-  keep late odd hang check --timeout 200ms &
-  keep latejson odd hang check --timeout 200ms -o json &
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/stuck.log" keep stuck odd hang1 check --timeout 1s &
-  keep late0 host check --timeout 0s &
+  directly keep noplugin corvane-host check --plugin '/none|such' &
+  directly keep noplug corvane-host check --plugin "$CORVANE_BUILD/lib/libhostkit.so" &
+  directly keep version odd version check &
+  directly keep smart odd smart check &
+  directly keep slow odd slow check --timeout 200ms &
+  directly keep topology odd topology check &
+  directly keep crash odd crash check &
+  directly keep crashloud odd crash check -v &
+  directly keep exit odd exit check &
+  directly keep crashjson odd crash check -o json &
+  directly keep late odd hang check --timeout 200ms &
+  directly keep latejson odd hang check --timeout 200ms -o json &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/stuck.log" directly keep stuck odd hang1 check --timeout 1s &
+  directly keep late0 host check --timeout 0s &
   wait
-  keep nooption corvane-host check --frobnicate &
-  keep novalue corvane-host --ascii check --timeout &
-  keep words corvane-host check a0 a1 &
-  keep badform corvane-host check -o xml &
-  keep other corvane-host list --frobnicate check &
-  keep span corvane-host check --timeout soon &
-  keep longspan corvane-host check --timeout 10001d &
+  directly keep nooption corvane-host check --frobnicate &
+  directly keep novalue corvane-host --ascii check --timeout &
+  directly keep words corvane-host check a0 a1 &
+  directly keep badform corvane-host check -o xml &
+  directly keep other corvane-host list --frobnicate check &
+  directly keep span corvane-host check --timeout soon &
+  directly keep longspan corvane-host check --timeout 10001d &
   keep patient host check --timeout 10000d &
-  keep nooptionjson corvane-host check --frobnicate -o json &
-  CONSOLE_TEST_PLUGIN=hang stop_when TERM "$BATS_FILE_TMPDIR/stopped.log" Initialize stopped \
+  directly keep nooptionjson corvane-host check --frobnicate -o json &
+  CONSOLE_TEST_PLUGIN=hang directly stop_when TERM "$BATS_FILE_TMPDIR/stopped.log" Initialize stopped \
     corvane-host --plugin "$ODD_PLUGIN" check &
   keep full to_full_disk host check &
   wait
@@ -109,6 +109,7 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
 }
 
 @test "a predicted drive failure is a warning and is listed before unknown states" {
+  direct_only "uses the test plug-in"
   ended smart 1
   line smart "CORVANE WARNING - a0/d0 AVAILABLE_SMART; 0x0000000000000031 unknown"
 }
@@ -161,21 +162,27 @@ pci:0000:5e:00.0" "$(readings duplicate | sed 's/_.*//' | sort -u)"
 
 @test "check is UNKNOWN on a machine without a readable card" {
   local name
-  for name in empty bus closed; do
+  for name in empty closed $(directly echo bus); do
     ended "$name" 3
     same "CORVANE UNKNOWN - no supported adapter found in this machine" "$(out "$name")"
   done
 }
 
+@test "check is UNKNOWN for an unknown or ambiguous object" {
+  ended noobject 3
+  line noobject "CORVANE UNKNOWN - a9: no such object"
+  ended ambiguous 3
+  line ambiguous "CORVANE UNKNOWN - S100: ambiguous, matches 2 objects"
+}
+
 @test "check is UNKNOWN after a failure, with the reason in the first line" {
+  direct_only "tests a plug-in in the same process"
   local row name text
   while IFS='~' read -r name text; do
     echo "$name"
     ended "$name" 3
     line "$name" "CORVANE UNKNOWN - $text"
   done <<END
-noobject~a9: no such object
-ambiguous~S100: ambiguous, matches 2 objects
 noplugin~cannot load the plug-in: file not found: /none/such
 noplug~cannot load the plug-in: $CORVANE_BUILD/lib/libhostkit.so is not a storage plug-in: no symbol createIf
 version~cannot load the plug-in: $ODD_PLUGIN has interface version 3, this host requires version 2
@@ -205,6 +212,7 @@ END
 }
 
 @test "check prints nothing on standard error" {
+  direct_only "tests a plug-in in the same process"
   local name
   for name in well warning empty bus closed noobject noplugin late crash exit nooption stopped; do
     silent "$name" err
@@ -214,6 +222,7 @@ corvane-host: check: the program crashed (Aborted)" "$(err crashloud)"
 }
 
 @test "check gives up on a plug-in that hangs" {
+  direct_only "uses the test plug-in"
   SECONDS=0
   CONSOLE_TEST_PLUGIN=hang run -3 corvane-host --plugin "$ODD_PLUGIN" check --timeout 1s
   [ "$SECONDS" -ge 1 ]
@@ -221,6 +230,7 @@ corvane-host: check: the program crashed (Aborted)" "$(err crashloud)"
 }
 
 @test "check does not release resources that a hanging read uses" {
+  direct_only "uses the test plug-in"
   ended stuck 3
   line stuck "CORVANE UNKNOWN - check: timed out after 1000 ms"
   same "Initialize
@@ -230,11 +240,13 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 }
 
 @test "check leaves no process and no temporary directory" {
+  direct_only "tests a plug-in in the same process"
   same "" "$(pgrep -f -- "--plugin $ODD_PLUGIN check" || true)"
   same "" "$(ls -A "$TMPDIR")"
 }
 
 @test "a signal to the complete process group leaves no temporary directory" {
+  direct_only "tests a plug-in in the same process"
   mkdir "$BATS_TEST_TMPDIR/tmp"
   # The temporary directory exists when the first trace line of the plug-in appears.
   TMPDIR="$BATS_TEST_TMPDIR/tmp" stop_when TERM "$BATS_TEST_TMPDIR/trace" ENTER group \
@@ -250,18 +262,24 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 }
 
 @test "the argument check of another command does not select the check command" {
+  direct_only "needs no plug-in"
   ended other 2
   silent other out
 }
 
-@test "check -o json contains the state, the exit code and the readings, even after failures" {
-  valid json emptyjson crashjson latejson nooptionjson
+@test "check -o json contains the state, the exit code and the readings" {
+  valid json emptyjson
   same '[1, "WARNING", "a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 \u00b0C", ["OK", "OK", "WARNING", "OK"]]' \
     "$(json json '[d["exit_code"], d["result"]["state"], d["result"]["summary"], [o["state"] for o in d["result"]["objects"]]]')"
   same '{"label": "S100_reserve_space", "value": "97", "unit": "%", "warning": "10:", "critical": null, "minimum": "0", "maximum": "100"}' \
     "$(json json 'd["result"]["readings"][1]')"
   same '[3, "UNKNOWN", []]' \
     "$(json emptyjson '[d["exit_code"], d["result"]["state"], d["result"]["objects"]]')"
+}
+
+@test "check -o json contains the exit code after a failure" {
+  direct_only "tests a plug-in in the same process"
+  valid crashjson latejson nooptionjson
   local row name id
   for row in crashjson:CRASHED latejson:TIMED_OUT nooptionjson:USAGE; do
     IFS=: read -r name id <<<"$row"

@@ -11,9 +11,13 @@ setup_file() {
   make_cards
   rmdir "$CORVANE_SYSFS/bus/pci/devices"
   cardsim sysfs "$CORVANE_SYSFS"
-  keep list corvane-host list -o value
-  keep check corvane-host check
-  keep metrics corvane-host metrics
+  # Directly, the cards are those of the sysfs.
+  SERVED=
+  [ -z "${CORVANE_TEST_SERVICE:-}" ] || SERVED=$(reach "$CARDSIM_STATE")
+  export SERVED
+  keep list corvane-host ${SERVED:+"$SERVED"} list -o value
+  keep check corvane-host ${SERVED:+"$SERVED"} check
+  keep metrics corvane-host ${SERVED:+"$SERVED"} metrics
 }
 
 # with_limit COMMAND LIMIT...: runs the command with each limit.
@@ -27,7 +31,7 @@ with_limit() {
   for limit; do
     # shellcheck disable=SC2016  # expanded by the inner bash
     keep "$command.$limit" bash -c 'ulimit -n "$1" && exec corvane-host "${@:2}"' bash "$limit" \
-      "$command" "${format[@]}" &
+      ${SERVED:+"$SERVED"} "$command" "${format[@]}" &
   done
   wait
 }
@@ -82,6 +86,7 @@ correct_or_error() {
 }
 
 @test "the error for too few file descriptors states how many are needed" {
+  direct_only "tests a plug-in in the same process"
   ended list.20 1
   grep -qE "^corvane-host: cannot start the plug-in: only [0-9]+ more files can be opened; up to 64 are needed \(Too many open files\)$" \
     "$BATS_FILE_TMPDIR/list.20.err"
@@ -90,6 +95,7 @@ correct_or_error() {
 }
 
 @test "an unreadable PCI device directory is an error" {
+  direct_only "tests a plug-in in the same process"
   local sys="$BATS_TEST_TMPDIR/sys"
   mkdir -p "$sys/bus/pci"
   ln -s devices "$sys/bus/pci/devices"
@@ -99,6 +105,7 @@ correct_or_error() {
 }
 
 @test "list exits with 6 without permission to read the PCI devices" {
+  direct_only "tests a plug-in in the same process"
   local sys="$BATS_TEST_TMPDIR/sys"
   mkdir -p "$sys/bus/pci/devices/0000:3b:02.1"
   touch "$sys/bus/pci/devices/0000:3b:02.1/vendor"
@@ -114,6 +121,7 @@ correct_or_error() {
 }
 
 @test "list reports no cards on a machine without a PCI bus" {
+  direct_only "tests a plug-in in the same process"
   mkdir "$BATS_TEST_TMPDIR/sys"
   CORVANE_SYSFS="$BATS_TEST_TMPDIR/sys" keep bus corvane-host list
   ended bus 0

@@ -35,6 +35,7 @@ END
 }
 
 @test "hostile characters of cards, files and arguments are escaped" {
+  direct_only "combines options that load the plug-in"
   hostile "$BATS_TEST_TMPDIR/cards.json"
   /usr/bin/python3 "$CORVANE_SOURCE/tests/console/escapes.py"
 }
@@ -71,18 +72,26 @@ END
   keep list with seen list
   grep -qF "$escaped" "$BATS_FILE_TMPDIR/list.out"
   grep -qF 'x\u202ey (1)' "$BATS_FILE_TMPDIR/list.out"
-  keep traced with seen list --trace all
+}
+
+@test "hostile characters are escaped in the trace" {
+  direct_only "traces a plug-in in the same process"
+  cards traced new
+  cards traced add 0x2001
+  cards traced set card0 product_name $'p\u202ey\x1b'
+  keep traced with traced list --trace all
   grep -qF 'PD (p\u202ey\x1b (0)) inserted to db.' "$BATS_FILE_TMPDIR/traced.err"
 }
 
 @test "a byte that is not valid UTF-8 is escaped" {
+  direct_only "uses the test plug-in"
   keep odd odd odd get a0 firmware_version
   same 'bad\xffutf' "$(out odd)"
 }
 
 @test "metrics with hostile labels are parsed correctly" {
-  hostile "$BATS_FILE_TMPDIR/hostile.json"
-  keep metrics with hostile metrics
+  hostile "$BATS_FILE_TMPDIR/labels.json"
+  keep metrics with labels metrics
   ended metrics 0
   /usr/bin/python3 - "$BATS_FILE_TMPDIR/metrics.out" <<'END'
 import sys

@@ -49,6 +49,15 @@ keep() {
 host() { corvane-host --simulate "$@"; }
 odd() { CONSOLE_TEST_PLUGIN="$1" corvane-host --plugin "$ODD_PLUGIN" "${@:2}"; }
 
+# reach FILE: prints the option for the simulated cards in FILE.
+reach() { echo "--simulate=$1"; }
+
+# directly COMMAND...: runs the command unless the commands use a service.
+directly() { [ -n "${CORVANE_TEST_SERVICE:-}" ] || "$@"; }
+
+# direct_only REASON: skips the test if the commands use a service.
+direct_only() { [ -z "${CORVANE_TEST_SERVICE:-}" ] || skip "$1"; }
+
 out() { cat "$BATS_FILE_TMPDIR/$1.out"; }
 err() { cat "$BATS_FILE_TMPDIR/$1.err"; }
 rc() { cat "$BATS_FILE_TMPDIR/$1.rc"; }
@@ -235,13 +244,15 @@ with sqlite3.connect(sys.argv[1]) as database:
 END
 }
 
-# With CORVANE_TEST_SERVICE=1, `host`, `own` and `with` use a service. Each combination of cards,
-# database and configuration has one.
+# With CORVANE_TEST_SERVICE=1, `host`, `own`, `with` and `reach` use a service. Each combination of
+# cards, database, configuration and devices has one. Runs for direct use only start
+# with `directly`, and the tests that need their results with `direct_only`.
 
 # service_for CARDS: starts the service unless it is running, and prints its socket.
 service_for() {
   local directory key
-  key=$(printf '%s\n' "$1" "$CORVANE_DATABASE" "$CORVANE_CONFIG_DIR" | md5sum | cut -c 1-8)
+  key=$(printf '%s\n' "$1" "$CORVANE_DATABASE" "$CORVANE_CONFIG_DIR" \
+    "$CORVANE_SYSFS" | md5sum | cut -c 1-8)
   directory="$BATS_FILE_TMPDIR/service-$key"
   mkdir -p "$directory"
   (
@@ -267,4 +278,5 @@ if [ -n "${CORVANE_TEST_SERVICE:-}" ]; then
   host() { corvane-host --socket "$(service_for "$CARDSIM_STATE")" "$@"; }
   with() { corvane-host --socket "$(service_for "$BATS_FILE_TMPDIR/$1.json")" "${@:2}"; }
   own() { corvane-host --socket "$(service_for "$(copy "$1")")" "${@:2}"; }
+  reach() { echo "--socket=$(service_for "$1")"; }
 fi

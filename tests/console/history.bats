@@ -10,7 +10,8 @@ setup_file() {
   make_cards
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   local log="$BATS_FILE_TMPDIR/log.db" file
-  CORVANE_DATABASE="$log" keep none host events
+  # A service reads the log when it starts, so the entries precede it.
+  CORVANE_DATABASE="$log" keep none corvane-host --simulate events
   # Serial numbers identify cards, because ids change between runs and names depend on the slot.
   enter "$log" \
     "2026-11-19T23:59:59 3 10967 5 'BoardX (9)' 'Too hot.' S100 19038" \
@@ -36,19 +37,19 @@ setup_file() {
   keep badsince host events --since 2026-02-31 &
   keep badlimit host events --limit -1 &
   wait
-  CORVANE_DATABASE=/proc/none/host.db keep broken host events a1 -o json &
-  CORVANE_DATABASE=/proc/none/host.db keep brokenodd odd events events &
-  CORVANE_DATABASE=/proc/none/host.db keep statusbroken host status &
-  keep noread unwritable 000 events -o json &
-  keep nowrite unwritable 444 events -o tsv -H &
-  keep nodatabase host --database /etc/passwd events &
-  CORVANE_DATABASE="$BATS_FILE_TMPDIR/far.db" keep far far &
+  CORVANE_DATABASE=/proc/none/host.db directly keep broken host events a1 -o json &
+  CORVANE_DATABASE=/proc/none/host.db directly keep brokenodd odd events events &
+  CORVANE_DATABASE=/proc/none/host.db directly keep statusbroken host status &
+  directly keep noread unwritable 000 events -o json &
+  directly keep nowrite unwritable 444 events -o tsv -H &
+  directly keep nodatabase host --database /etc/passwd events &
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/far.db" directly keep far far &
   keep relative relative_days &
   wait
-  keep grown see_and_forget
+  directly keep grown see_and_forget
 }
 
-teardown_file() { chmod u+w "$BATS_FILE_TMPDIR"/other*; }
+teardown_file() { directly chmod u+w "$BATS_FILE_TMPDIR"/other*; }
 
 # unwritable MODE ARGUMENTS...: runs the program with a copy of the log in a read-only directory.
 unwritable() {
@@ -87,7 +88,7 @@ cost() {
 # Entries of earlier days, chosen so that the test works at any time of day.
 relative_days() {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/days.db"
-  host events >/dev/null 2>&1
+  corvane-host --simulate events >/dev/null 2>&1
   enter "$CORVANE_DATABASE" \
     "$(date -u -d '2 days ago' +%F)T00:00:00 2 10980 5 X before S100 19038" \
     "$(date -u -d yesterday +%F)T00:00:00 2 10980 5 X yesterday S100 19038" \
@@ -203,6 +204,7 @@ before yesterday recent 3d" "$(out relative)"
 }
 
 @test "an unreadable log is an error for events and a note for status" {
+  direct_only "the service reads the log (client.bats and memory.bats test its failures)"
   ended broken 1
   valid broken
   same '["NO_EVENT_LOG"]' "$(json broken '[m["id"] for m in d["messages"]]')"
@@ -217,6 +219,7 @@ before yesterday recent 3d" "$(out relative)"
 }
 
 @test "events reads a read-only log without changing it" {
+  direct_only "the service reads the log (client.bats and memory.bats test its failures)"
   ended nowrite 0
   silent nowrite err
   same "Too hot.|Well again.|Another size.|It left.|An old entry.|" "$(words nowrite)"
@@ -225,12 +228,14 @@ before yesterday recent 3d" "$(out relative)"
 }
 
 @test "events exits with 6 without read permission for the log" {
+  direct_only "the service reads the log (client.bats and memory.bats test its failures)"
   ended noread 6
   valid noread
   said noread "corvane-host: cannot read the event log $BATS_FILE_TMPDIR/other000/log.db: Permission denied"
 }
 
 @test "events reads the newest entries of a large log quickly" {
+  direct_only "measures the processor time of the command"
   same 20000 "$(out newest20000 | wc -l)"
   awk '{cost[NR] = $1 + $2 - cost[1]} END {half = cost[4] / 2; exit !(cost[2] < half && cost[3] < half)}' \
     "$BATS_FILE_TMPDIR/costs" || { cat "$BATS_FILE_TMPDIR/costs"; false; }
@@ -242,6 +247,7 @@ before yesterday recent 3d" "$(out relative)"
 }
 
 @test "status shows the start of a status that an earlier run logged" {
+  direct_only "tests separate runs that load the plug-in"
   read -r before after <"$BATS_FILE_TMPDIR/grown.span"
   valid since
   local since
@@ -256,6 +262,7 @@ before yesterday recent 3d" "$(out relative)"
 }
 
 @test "status shows no start if no host was running when the status changed" {
+  direct_only "tests separate runs that load the plug-in"
   valid unseen
   same '[["a0", "WARNING", null], ["a0/d0", "AVAILABLE", null], ["a1", "WARNING", null], ["a1/d0", "AVAILABLE", null]]' \
     "$(json unseen '[[o["object"], o["status"], o["since"]] for o in d["result"]["objects"]]')"
@@ -264,6 +271,7 @@ before yesterday recent 3d" "$(out relative)"
 }
 
 @test "events of a removed card are not attributed to the card that now has its name" {
+  direct_only "tests separate runs that load the plug-in"
   same '[[null, "S100", "CTRL_CORRECTABLE_PCI_ERRORS"], [null, "S100", "CTRL_NORMAL"]]' \
     "$(json moved '[[e[k] for k in ("object", "serial_number", "event")] for e in d["result"]["events"]]')"
 }

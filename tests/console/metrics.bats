@@ -28,25 +28,25 @@ setup_file() {
   keep duplicate with duplicate metrics &
   keep worn with worn metrics &
   keep empty with empty metrics -q &
-  keep bus corvane-host metrics &
-  keep ugly odd odd metrics &
+  directly keep bus corvane-host metrics &
+  directly keep ugly odd odd metrics &
   wait
   echo "$SECONDS" >"$BATS_FILE_TMPDIR/all.seconds"
-  keep noplugin corvane-host --plugin /none metrics &
-  keep noplug corvane-host --plugin "$CORVANE_BUILD/lib/libhostkit.so" metrics &
-  keep nodriver with nodriver metrics &
-  keep nodatabase env CORVANE_DATABASE=/proc/none/x corvane-host metrics -q &
+  directly keep noplugin corvane-host --plugin /none metrics &
+  directly keep noplug corvane-host --plugin "$CORVANE_BUILD/lib/libhostkit.so" metrics &
+  directly keep nodriver with nodriver metrics &
+  directly keep nodatabase env CORVANE_DATABASE=/proc/none/x corvane-host metrics -q &
   keep json host metrics -o json &
-  keep downjson corvane-host --plugin /none metrics -o json &
+  directly keep downjson corvane-host --plugin /none metrics -o json &
   keep file host metrics --textfile "$BATS_FILE_TMPDIR/file.prom" &
   keep oddfile with odd metrics --textfile "$BATS_FILE_TMPDIR/odd.prom" &
-  keep uglyfile odd odd metrics --textfile "$BATS_FILE_TMPDIR/ugly.prom" &
-  keep down corvane-host --plugin /none metrics --textfile "$BATS_FILE_TMPDIR/down.prom" &
-  keep emptyfile corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR/empty.prom" &
-  keep trace corvane-host --trace x metrics &
-  keep directory corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR" &
-  keep nodirectory corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR/none/x.prom" &
-  keep other corvane-host list --textfile x &
+  directly keep uglyfile odd odd metrics --textfile "$BATS_FILE_TMPDIR/ugly.prom" &
+  directly keep down corvane-host --plugin /none metrics --textfile "$BATS_FILE_TMPDIR/down.prom" &
+  directly keep emptyfile corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR/empty.prom" &
+  directly keep trace corvane-host --trace x metrics &
+  directly keep directory corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR" &
+  directly keep nodirectory corvane-host metrics -q --textfile "$BATS_FILE_TMPDIR/none/x.prom" &
+  directly keep other corvane-host list --textfile x &
   wait
 }
 
@@ -141,7 +141,7 @@ corvane_adapter_status_reason adapter='S200' corvane_adapter_status_reason='TEMP
   no_series all "(temperature|reserve_space)_(celsius|ratio) adapter='S200'"
   no_series worn "power_limit.*S100"
   same "corvane_adapter_written_bytes_total adapter='S200' 0" "$(series worn 'written.*S200')"
-  no_series ugly '(celsius|bytes|ratio|watts) '
+  directly no_series ugly '(celsius|bytes|ratio|watts) '
 }
 
 @test "info families contain the identity of cards and drives" {
@@ -155,9 +155,9 @@ corvane_adapter_status_reason adapter='S200' corvane_adapter_status_reason='TEMP
     "$(out odd | grep '^corvane_adapter_temperature_celsius')"
   series odd "product='Börd \"x\" .{3} \{y=\"z\"\}'"
   grep -qF 'product="Börd \"x\" \\n {y=\"z\"}"' "$BATS_FILE_TMPDIR/odd.out"
-  series ugly "firmware_version='bad[\\]+xffutf'"
+  directly series ugly "firmware_version='bad[\\]+xffutf'"
   run ! grep -qP '[\x00-\x09\x0b-\x1f\x7f]' "$BATS_FILE_TMPDIR/odd.out"
-  run ! grep -qP '[\x00-\x09\x0b-\x1f\x7f]' "$BATS_FILE_TMPDIR/ugly.out"
+  directly run ! grep -qP '[\x00-\x09\x0b-\x1f\x7f]' "$BATS_FILE_TMPDIR/ugly.out"
 }
 
 @test "cards with the same or no serial number are distinguished by PCI address" {
@@ -167,23 +167,24 @@ corvane_adapter_slot_power_watts adapter='pci:0000:5e:00.0' 18.6" "$(series dupl
     "$(series duplicate "serial_number='S100'" | cut -d' ' -f1 | paste -sd' ')"
   same "corvane_adapter_slot_power_watts adapter='pci:0000:5e:00.0' 18.6" \
     "$(series odd slot_power.*pci)"
-  same "corvane_adapter_status adapter='pci:3b:3b.3b' corvane_adapter_status='49999' 1
+  directly same "corvane_adapter_status adapter='pci:3b:3b.3b' corvane_adapter_status='49999' 1
 corvane_adapter_status adapter='pci:3c:3c.3c' corvane_adapter_status='49999' 1" \
-    "$(series ugly '^corvane_adapter_status ')"
+    "$(directly series ugly '^corvane_adapter_status ')"
 }
 
 @test "metrics succeeds on a machine without cards" {
   local name
-  for name in empty bus; do
+  for name in empty $(directly echo bus); do
     ended "$name" 0
     same "corvane_plugin_up 1
 corvane_adapters 0" "$(series "$name" . | grep -v duration)"
   done
   silent empty err
-  said bus "corvane-host: note: No supported adapter was found in this machine."
+  directly said bus "corvane-host: note: No supported adapter was found in this machine."
 }
 
 @test "corvane_plugin_up is 0 and the exit code is nonzero if the plug-in does not start" {
+  direct_only "serve.bats tests a service whose plug-in does not start"
   local row name code
   for row in noplugin:5 noplug:5 nodriver:1; do
     IFS=: read -r name code <<<"$row"
@@ -195,6 +196,7 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
 }
 
 @test "a usage error prints no metrics" {
+  direct_only "needs no plug-in"
   ended trace 2
   silent trace out
   ended other 2
@@ -208,6 +210,7 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
 }
 
 @test "events are counted by number, name and severity, including deleted log entries" {
+  direct_only "starts without a database (client.bats counts events through a service)"
   local database="$BATS_TEST_TMPDIR/corvane.db"
   CORVANE_DATABASE="$database" corvane-host metrics -q
   /usr/bin/python3 - "$database" <<'END'
@@ -225,6 +228,7 @@ corvane_events_total event_id='49999' severity='unknown' 1" "$(series events eve
 }
 
 @test "an unusable database affects only the event counts" {
+  direct_only "memory.bats tests a service with an unusable database"
   ended nodatabase 0
   same "corvane_plugin_up 1
 corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
@@ -232,7 +236,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
 
 @test "promtool accepts the text file" {
   local name
-  for name in file odd ugly down empty; do
+  for name in file odd $(directly echo ugly down empty); do
     echo "$name"
     plain "$name"
   done
@@ -249,17 +253,20 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
 }
 
 @test "promtool rejects invalid metrics" {
+  direct_only "needs no plug-in"
   printf 'corvane_x{a="1"} 1\ncorvane_x{a="1"} 1\n' >"$BATS_FILE_TMPDIR/wrong.prom"
   run ! plain wrong
 }
 
 @test "the text file reports a plug-in that is down" {
+  direct_only "tests a plug-in in the same process"
   ended down 5
   same "corvane_plugin_up 0" "$(grep -v '^#' "$BATS_FILE_TMPDIR/down.prom")"
   said down "corvane-host: cannot load the plug-in: file not found: /none"
 }
 
 @test "the text file is replaced atomically and readable by all users" {
+  direct_only "the text file does not depend on the source of the metrics"
   cd "$BATS_TEST_TMPDIR"
   echo old >x.prom
   chmod 600 x.prom
@@ -276,6 +283,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
 }
 
 @test "metrics fails if the text file cannot be replaced" {
+  direct_only "the text file does not depend on the source of the metrics"
   ended directory 1
   said directory "corvane-host: cannot write $BATS_FILE_TMPDIR: Is a directory"
   ended nodirectory 1
@@ -287,6 +295,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
 }
 
 @test "metrics exits with 6 without write permission for the directory" {
+  direct_only "the text file does not depend on the source of the metrics"
   local directory="$BATS_TEST_TMPDIR/readonly"
   mkdir "$directory"
   echo old >"$directory/x.prom"
@@ -298,19 +307,24 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   same "old" "$(cat "$directory/x.prom")"
 }
 
-@test "metrics -o json contains the families, even when the plug-in is down" {
-  valid json downjson
+@test "metrics -o json contains the families" {
+  valid json
   same '[0, "corvane_adapter_temperature_celsius", "gauge", "celsius", [{"labels": {"adapter": "S100"}, "value": 48.2}]]' \
     "$(json json '[d["exit_code"]] + [[f[k] for k in ("name", "type", "unit", "samples")] for f in d["result"]["families"] if f["name"] == "corvane_adapter_temperature_celsius"][0]')"
-  same '[5, "PLUGIN_MISSING", 0]' \
-    "$(json downjson '[d["exit_code"], d["messages"][0]["id"], d["result"]["families"][0]["samples"][0]["value"]]')"
-  ended downjson 5
   same '[2, 1099511627776]' \
     "$(json json '[[f["samples"][0]["value"] for f in d["result"]["families"] if f["name"] == name][0] for name in ("corvane_adapters", "corvane_drive_physical_size_bytes")]')"
 }
 
+@test "metrics -o json contains corvane_plugin_up when the plug-in is down" {
+  direct_only "tests a plug-in in the same process"
+  ended downjson 5
+  valid downjson
+  same '[5, "PLUGIN_MISSING", 0]' \
+    "$(json downjson '[d["exit_code"], d["messages"][0]["id"], d["result"]["families"][0]["samples"][0]["value"]]')"
+}
+
 @test "the jq examples in the monitoring guide work" {
-  corvane-host() { command corvane-host --simulate "$@"; }
+  corvane-host() { command corvane-host "$(reach "$CARDSIM_STATE")" "$@"; }
   local page="$CORVANE_SOURCE/docs/monitoring.md" lines
   mapfile -t lines < <(sed -n 's/^    \(corvane-host .* | jq .*\)/\1/p' "$page")
   same 3 "${#lines[@]}"

@@ -31,7 +31,7 @@ setup_file() {
   on narrow 24x40 see "? [y/N]" press n press Enter ends 4 see "Nothing was changed." -- detach a0 &
   TERM=dumb on dumb 24x120 see "[y/N]" press y press Enter ends 0 see "a0: attached -> detached" -- detach a0 &
   keep piped screen 24x120 see "[y/N]" press y press Enter ends 0 \
-    -- sh -c "corvane-host --simulate='$BATS_FILE_TMPDIR/piped.json' detach a0 | cat >'$BATS_FILE_TMPDIR/piped.answer'" &
+    -- sh -c "corvane-host '$(reach "$BATS_FILE_TMPDIR/piped.json")' detach a0 | cat >'$BATS_FILE_TMPDIR/piped.answer'" &
   on right 24x120 see "LED     the card's locate LED is blinking" see "(Enter cancels):" \
     press S10 run "cardsim --state $BATS_FILE_TMPDIR/right.json get card0 beacon_state | grep true" \
     press 0 press Enter ends 0 see "Formatting a0/d0 ... 0:" see "a0/d0: 512.0 GiB" -- format a0/d0 --capacity 50 &
@@ -72,7 +72,7 @@ on() {
     steps+=("$1")
     shift
   done
-  keep "$name" screen "${steps[@]}" print -- corvane-host --simulate="$file" "${@:2}"
+  keep "$name" screen "${steps[@]}" print -- corvane-host "$(reach "$file")" "${@:2}"
 }
 
 mounted() {
@@ -81,7 +81,9 @@ mounted() {
   CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" lay_mount_on_card "$sysfs"
   CORVANE_SYSFS="$sysfs" CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" \
     screen 24x120 see ": fioa is held by md7, fioa is mounted at $(a_mount 2)" ends 4 \
-    see "Nothing was changed." -- corvane-host format a0/d0 --capacity 50
+    see "Nothing was changed." \
+    -- corvane-host ${CORVANE_TEST_SERVICE:+"$(reach "$BATS_FILE_TMPDIR/mounted.json")"} \
+    format a0/d0 --capacity 50
 }
 
 # played NAME...: expects that all steps succeeded.
