@@ -102,7 +102,7 @@ struct Running {
         m_Announcer(m_State, m_Feed, m_Hooks.get(), LogEvent),
         m_Collector(SettingsOf(context, m_Announcer), m_Store),
         m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,
-              m_Jobs,   m_Replays,        m_Threads, m_State} {
+              m_Jobs,   m_Replays,        m_Threads, m_State,     m_Metrics} {
     Http::Settings settings;
     settings.m_Permissions = permissions;
     settings.m_OnFailure = LogWarning;
@@ -128,6 +128,7 @@ struct Running {
   Collector m_Collector;
   JobTable m_Jobs;
   ReplayCache m_Replays;
+  MetricsCache m_Metrics;
   ApiContext m_Api;
   CallThreads m_Threads;
   std::optional<Http::Server> m_Server;

@@ -10,6 +10,7 @@
 #include "service/EventFeed.h"
 #include "service/JobTable.h"
 #include "service/Snapshot.h"
+#include "service/api/MetricsCache.h"
 #include "service/api/ReplayCache.h"
 #include "service/http/Route.h"
 #include "service/state/StateThread.h"
@@ -27,6 +28,7 @@ struct ApiContext {
   ReplayCache& m_Replays;
   CallThreads& m_Threads;
   StateThread& m_State;
+  MetricsCache& m_Metrics;  // used only by `m_State`
   // Time limits of a request for a new snapshot, and for a call to the plug-in.
   std::chrono::milliseconds m_FreshTimeout{30000};
   std::chrono::milliseconds m_CallTimeout{120000};

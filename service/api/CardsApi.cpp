@@ -2,10 +2,16 @@
 
 #include <fmt/format.h>
 
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "console/base/Timestamp.h"
+#include "host/Database.h"
+#include "hostkit/EventCounts.h"
 #include "service/api/Documents.h"
 
 namespace Service {
@@ -51,6 +57,15 @@ CommandFor ShowCommand(const Request& request, const std::string& suffix) {
   };
 }
 
+// Returns empty if the database cannot be used; the metrics then contain no events.
+std::optional<std::vector<HostKit::EventCount>> TryToCountEvents() {
+  try {
+    return HostKit::CountEvents();
+  } catch (const DBEXCEPTION::DatabaseException&) {
+    return std::nullopt;
+  }
+}
+
 }  // namespace
 
 Reply GetCards(const ApiContext& api, const Request& request) {
@@ -90,8 +105,14 @@ Reply GetEvents(const ApiContext& api, const Request& request) {
 }
 
 Reply GetMetrics(const ApiContext& api, const Request&) {
-  return AnswerFromDatabase(
-      api, [&api] { return DocumentOf(api, api.m_Store.Get(), {"metrics"}, kOpenMetrics); });
+  return AnswerFromDatabase(api, [&api] {
+    const SnapshotPtr snapshot = api.m_Store.Get();
+    const auto render = [&] { return DocumentOf(api, snapshot, {"metrics"}, kOpenMetrics); };
+    auto counts = TryToCountEvents();
+    if (!counts) return render();
+    const std::uint64_t second = Console::NowMs() / 1000;
+    return api.m_Metrics.Get({snapshot->m_Number, second, std::move(*counts)}, render);
+  });
 }
 
 Reply GetHealth(const ApiContext&, const Request&) {

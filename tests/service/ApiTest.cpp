@@ -5,13 +5,17 @@
 
 #include <chrono>
 #include <future>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "console/base/Deadline.h"
+#include "console/base/Timestamp.h"
 #include "console/commands/All.h"
+#include "hostkit/EventLog.h"
 #include "service/api/ApiTable.h"
 #include "service/api/Documents.h"
 #include "service/http/LateResponse.h"
@@ -21,6 +25,16 @@
 namespace {
 
 using std::chrono::milliseconds;
+
+using Body = std::shared_ptr<const std::string>;
+
+// Returns the count of that event in the metrics.
+std::string CountIn(const std::string& metrics, const std::string& event) {
+  const auto begin = metrics.find("corvane_events_total{event_id=\"" + event + "\"");
+  const auto value = metrics.find("} ", begin);
+  return begin == metrics.npos ? "none"
+                               : metrics.substr(value + 2, metrics.find('\n', value) - value - 2);
+}
 
 class Api : public CorvaneTest::CollectorFixture {
  protected:
@@ -49,31 +63,49 @@ class Api : public CorvaneTest::CollectorFixture {
                             m_Jobs,
                             m_Replays,
                             m_Threads,
-                            m_State};
+                            m_State,
+                            m_Metrics};
     api.m_FreshTimeout = milliseconds(20);
     api.m_CallTimeout = m_CallTimeout;
     return api;
   }
 
-  // Calls the route's handler, waits for its deferred response, and returns the response's status
-  // and problem id.
-  std::string StatusOf(Http::Method method, const char* path, const Http::Request& request) {
+  // Calls the route's handler and waits for its deferred response. Fails the test and returns a
+  // response with status 0 if there is none.
+  Http::Response DeferredResponse(Http::Method method, const char* path,
+                                  const Http::Request& request) {
     const Service::ApiContext api = Context();
     for (const Http::Route& route : Service::ApiRoutes(api)) {
       if (route.m_Method != method || route.m_Path != path) continue;
       const Http::Reply reply = route.m_Handler(request);
       if (const auto* const problem = std::get_if<Http::Response>(&reply)) {
-        return "at once: " + *problem->m_Body;
+        ADD_FAILURE() << "responded at once: " << *problem->m_Body;
+        break;
       }
       const auto& later = std::get<Http::Later>(reply).m_Response;
       const Console::Deadline deadline(CorvaneTest::kTimeout);
       while (!later->Get() && !deadline.IsOver()) std::this_thread::sleep_for(milliseconds(5));
-      if (!later->Get()) return "no response";
-      const auto problem = nlohmann::json::parse(*later->Get()->m_Body);
-      return std::to_string(later->Get()->m_Status) + " " + problem.value("id", "");
+      if (later->Get()) return *later->Get();
     }
-    return "no route";
+    ADD_FAILURE() << path << " did not respond";
+    return Http::MakeResponse(0, "", "{}");
   }
+
+  // Returns the status and the problem id of a deferred response.
+  std::string StatusOf(Http::Method method, const char* path, const Http::Request& request) {
+    const Http::Response response = DeferredResponse(method, path, request);
+    const auto problem = nlohmann::json::parse(*response.m_Body);
+    return std::to_string(response.m_Status) + " " + problem.value("id", "");
+  }
+
+  // A new snapshot is published only on a request or a notification.
+  Service::CollectorSettings LongIntervals() const {
+    Service::CollectorSettings settings = Settings();
+    settings.m_RefreshInterval = std::chrono::hours(1);
+    return settings;
+  }
+
+  Body Metrics() { return DeferredResponse(Http::Method::Get, "/metrics", {}).m_Body; }
 
   milliseconds m_CallTimeout{20};
   pid_t m_Process = 0;
@@ -81,6 +113,7 @@ class Api : public CorvaneTest::CollectorFixture {
   Service::EventFeed m_Feed{m_Store};
   Service::JobTable m_Jobs;
   Service::ReplayCache m_Replays;
+  Service::MetricsCache m_Metrics;
   Service::CallThreads m_Threads;
   Service::StateThread m_State{[](const std::string&) {}};
 };
@@ -151,6 +184,49 @@ TEST_F(Api, ReadsTheLogWhileAllThreadsWaitForACard) {
   EXPECT_EQ("200 ", StatusOf(Http::Method::Get, "/v1/session/events", {}));
   EXPECT_EQ("200 ", StatusOf(Http::Method::Get, "/v1/session/event-counts", {}));
   end.set_value();
+}
+
+TEST_F(Api, RendersTheMetricsOfASnapshotOnce) {
+  m_Host.AddCard();
+  Start(LongIntervals());
+  AwaitObjects(3);
+  Body first, second;
+  const auto state = [this] { return std::pair(m_Store.Get()->m_Number, Console::NowMs() / 1000); };
+  auto before = state();
+  do {  // a second may pass or the plug-in may report a change in between
+    before = state();
+    first = Metrics();
+    second = Metrics();
+  } while (state() != before);
+  EXPECT_EQ(first, second);
+  ASSERT_TRUE(m_pCollector->Refresh(Console::Deadline(CorvaneTest::kTimeout)));
+  EXPECT_NE(first, Metrics());
+}
+
+// The counts do not wait for a snapshot.
+TEST_F(Api, CountsAnEventInTheMetricsAsSoonAsItIsLogged) {
+  m_Host.AddCard();
+  Start(LongIntervals());
+  AwaitObjects(3);
+  HostKit::LoggedEvent event{};
+  event.m_EventID = 10967;
+  HostKit::AppendEvents({event});
+  const std::string before = CountIn(*Metrics(), "10967");
+  HostKit::AppendEvents({event});
+  EXPECT_EQ(std::to_string(std::stoi(before) + 1), CountIn(*Metrics(), "10967"));
+}
+
+TEST_F(Api, OmitsTheCardsFromTheMetricsOfAStoppedPlugin) {
+  m_Host.AddCard();
+  Start(Settings());
+  AwaitObjects(3);
+  EXPECT_THAT(*Metrics(), testing::HasSubstr("corvane_plugin_up 1\n"));
+  m_pCollector->Stop();
+  Service::Snapshot down = *m_Store.Get();
+  down.m_Plugin.m_IsUp = false;
+  m_Store.Publish(down);
+  EXPECT_THAT(*Metrics(), testing::HasSubstr("corvane_plugin_up 0\n"));
+  EXPECT_THAT(*Metrics(), testing::Not(testing::HasSubstr("corvane_adapter_status{")));
 }
 
 }  // namespace

@@ -1,0 +1,32 @@
+// The response of GET /metrics, which takes far longer to render than to send.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "hostkit/EventCounts.h"
+#include "service/http/Message.h"
+
+namespace Service {
+
+// The input of the metrics. They contain ages, which are accurate to a second.
+struct MetricsKey {
+  std::uint64_t m_SnapshotNumber = 0;
+  std::uint64_t m_Second = 0;  // of the wall clock
+  std::vector<HostKit::EventCount> m_Counts;
+};
+
+// Keeps the newest response. Not thread-safe.
+class MetricsCache {
+ public:
+  // Returns the last response if it was rendered for an equal key. Otherwise calls `render`, and
+  // keeps its response if the status is 200.
+  Http::Response Get(MetricsKey key, const std::function<Http::Response()>& render);
+
+ private:
+  MetricsKey m_Key;
+  Http::Response m_Response;  // without a body: none is kept
+};
+
+}  // namespace Service
