@@ -19,6 +19,7 @@
 #include "console/plugin/RecordJson.h"
 #include "hostkit/FailedThreads.h"
 #include "service/Frame.h"
+#include "service/Heap.h"
 
 namespace Service {
 namespace {
@@ -73,7 +74,7 @@ void Reply(Process& process, const Json& id, const Console::PluginReply& reply) 
 }
 
 // Executes one command and sends its result.
-void Answer(Process& process, const Json& id, Console::PluginCommand command) {
+void ExecuteAndReply(Process& process, const Json& id, Console::PluginCommand command) {
   const PI::_COMMAND number = command.m_Command;
   const Console::PluginReply reply = ExecuteSafely(process, std::move(command));
   if (reply.m_Result == PI::SUCCESS && number == PI::CMD_INITIALIZE) process.m_IsInitialized = true;
@@ -85,6 +86,12 @@ void Answer(Process& process, const Json& id, Console::PluginCommand command) {
   } catch (const std::exception&) {
     // Out of memory. The service replaces this process, because the reply is missing.
   }
+}
+
+// A reply with all cards takes several times the memory that the plug-in itself uses.
+void Answer(Process& process, const Json& id, Console::PluginCommand command) {
+  ExecuteAndReply(process, id, std::move(command));
+  ReturnFreeMemory();
   --process.m_RunningCommands;
 }
 
@@ -152,6 +159,7 @@ int RunPluginProcess(const std::filesystem::path& pluginFile, int socket) {
   // Only the end of the connection stops this process, so that running commands can finish.
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);
   fcntl(socket, F_SETFD, FD_CLOEXEC);
+  ShareOneHeap();
   try {
     auto process = std::make_unique<Process>(pluginFile, socket);
     process->m_Plugin->m_HostNotify = [notifier = &process->m_Notifier](IPLUGINAPI*) {

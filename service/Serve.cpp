@@ -19,6 +19,7 @@
 #include "hostkit/Paths.h"
 #include "service/EventAnnouncer.h"
 #include "service/EventHooks.h"
+#include "service/Heap.h"
 #include "service/Log.h"
 #include "service/ManagerReports.h"
 #include "service/ReloadSignal.h"
@@ -163,6 +164,7 @@ void RunUntilStop(Running& running, const Listeners& listeners, const ReloadSign
 
 void Serve(Console::Context& context, const Console::CommandTable& commands,
            const ServeSettings& settings) {
+  ShareOneHeap();
   const Http::Permissions permissions = LookUpPermissions();
   Listeners listeners(settings.m_Listen, permissions);
   const ReloadSignal reload;
