@@ -198,9 +198,9 @@ TEST_F(Api, RendersTheMetricsOfASnapshotOnce) {
     first = Metrics();
     second = Metrics();
   } while (state() != before);
-  EXPECT_EQ(first, second);
+  EXPECT_EQ(first.get(), second.get());
   ASSERT_TRUE(m_pCollector->Refresh(Console::Deadline(CorvaneTest::kTimeout)));
-  EXPECT_NE(first, Metrics());
+  EXPECT_NE(first.get(), Metrics().get());
 }
 
 // The counts do not wait for a snapshot.
