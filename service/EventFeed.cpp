@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <utility>
 
 #include "console/model/Model.h"
@@ -171,12 +172,13 @@ void EventFeed::Run() {
 void EventFeed::ReadNewEvents(const SnapshotPtr& snapshot) {
   try {
     RestartIfLogWasReplaced();
-    const Writer writer(*snapshot);
+    std::optional<Writer> writer;  // copies the objects, so it is only made for events
     for (;;) {
       const auto events = HostKit::ReadEventsAfter(m_Newest, m_Settings.m_EventsPerPart);
       if (events.empty()) return;
+      if (!writer) writer.emplace(*snapshot);
       for (const LoggedEvent& event : events) {
-        m_Recent.push_back({event.m_Number, writer.Write(event)});
+        m_Recent.push_back({event.m_Number, writer->Write(event)});
         m_Newest = event.m_Number;
       }
       while (m_Recent.size() > m_Settings.m_RecentEvents) {

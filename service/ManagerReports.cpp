@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "base/Printable.h"
-#include "console/model/Model.h"
 
 namespace Service {
 namespace {
@@ -57,11 +56,9 @@ std::string StatusLine(const Snapshot& snapshot) {
     return fmt::format("plug-in down: {}", Base::Printable(snapshot.m_Plugin.m_Reason));
   }
   if (!snapshot.m_HasCards) return "no supported card found";
-  const Console::Model model(snapshot.m_Objects);
-  const auto& objects = model.Objects();
   const auto cards = std::count_if(
-      objects.begin(), objects.end(),
-      [](const Console::Object& object) { return object.m_Kind == Console::Kind::Adapter; });
+      snapshot.m_Objects.begin(), snapshot.m_Objects.end(),
+      [](const PI::CObject& object) { return object.m_ObjectType == PI::OBJECT_ADAPTER; });
   return fmt::format("{} {}", cards, cards == 1 ? "card" : "cards");
 }
 

@@ -92,10 +92,10 @@ void Describe(const Object& adapter, const CardState& state, KnownCard& card) {
 // Updates the rows of known cards from an observation.
 class CardUpdate {
  public:
-  CardUpdate(Connection& connection, const Observation& observation, const CardStates& observed,
-             CardRows& rows)
-      : m_TimeMs(observation.m_Time),
-        m_Model(*observation.m_pObjects),
+  CardUpdate(Connection& connection, std::uint64_t timeMs, const Model& model,
+             const CardStates& observed, CardRows& rows)
+      : m_TimeMs(timeMs),
+        m_Model(model),
         m_Observed(observed),
         m_Rows(rows),
         m_NextPosition(ReadNumber(connection, StateNumber::NextPosition)) {
@@ -153,7 +153,7 @@ class CardUpdate {
   }
 
   const std::uint64_t m_TimeMs;
-  const Model m_Model;
+  const Model& m_Model;
   const CardStates& m_Observed;
   CardRows& m_Rows;
   std::int64_t m_NextPosition;
@@ -191,7 +191,8 @@ void StateStore::Read(const HostKit::OwnTablesUse& use) {
 }
 
 std::vector<LoggedEvent> StateStore::Record(const Observation& observation) {
-  const CardStates observed = StatesOf(Model(*observation.m_pObjects));
+  const Model model(*observation.m_pObjects);
+  const CardStates observed = StatesOf(model);
   std::vector<LoggedEvent> events;
   const bool isFirst = observation.m_IsFirst || !m_HasBegun;
   Absences absences = isFirst ? Absences() : m_Absences;
@@ -210,7 +211,7 @@ std::vector<LoggedEvent> StateStore::Record(const Observation& observation) {
     } else {
       ApplyObservation(observed, observation.m_Time, logged, absences);
     }
-    CardUpdate update(connection, observation, observed, rows);
+    CardUpdate update(connection, observation.m_Time, model, observed, rows);
     update.AddCards();
     update.MarkMissing(isFirst ? std::nullopt : std::optional(m_LastTime));
     SetLogged(logged, rows);
