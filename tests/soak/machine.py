@@ -120,13 +120,16 @@ class Machine:
 
     # The service
 
+    def command(self):
+        """Returns the command that runs the service."""
+        return [self.programs / "corvane-host", "serve", "--simulate", "--socket",
+                self.client.path]
+
     def launch(self):
         """Starts the service without waiting for it."""
         with open(self.log, "ab") as log:
-            self.front = subprocess.Popen(
-                [self.programs / "corvane-host", "serve", "--simulate", "--socket",
-                 self.client.path],
-                env=self.environment, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
+            self.front = subprocess.Popen(self.command(), env=self.environment,
+                                          stdin=subprocess.DEVNULL, stdout=log, stderr=log)
 
     def start(self):
         """Starts the service and waits until its plug-in is running."""

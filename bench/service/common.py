@@ -1,0 +1,64 @@
+"""The simulated machine of the benchmarks, which is that of the soak tests with other settings, and
+what all benchmarks print."""
+import os
+import pathlib
+import socket
+import subprocess
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tests" / "soak"))
+import machine  # pylint: disable=wrong-import-position
+
+KIND = "0x1003"
+MOST_ADDED = 250  # by one cardsim command
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+class Machine(machine.Machine):
+    """A machine with any number of equal cards and the default poll interval, unless given."""
+
+    def __init__(self, build, cards, poll_interval=15):
+        super().__init__(build, cards)
+        (self.directory / "config" / "Corvane.ini").write_text(f"PollInterval={poll_interval}\n",
+                                                               encoding="ascii")
+        self.port = free_port()
+
+    def make_cards(self, count):
+        self.cardsim("new")
+        for first in range(0, count, MOST_ADDED):
+            self.cardsim("add", KIND, "--count", str(min(MOST_ADDED, count - first)))
+
+    def command(self):
+        return super().command() + ["--listen", f"127.0.0.1:{self.port}"]
+
+    def run(self, *words):
+        """Runs a command through the service, and returns its output."""
+        words = [self.programs / "corvane-host", *words, "--socket", self.client.path]
+        return subprocess.run(words, env=self.environment, check=True, capture_output=True,
+                              text=True).stdout
+
+
+def print_machine():
+    """Prints what the results depend on. Call before the measurements."""
+    model = "unknown"
+    for line in pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines():
+        if line.startswith("model name"):
+            model = line.split(":", 1)[1].strip()
+            break
+    load = ", ".join(f"{each:.1f}" for each in os.getloadavg())
+    print(f"machine: {os.cpu_count()} cores, {model}; load average {load}", flush=True)
+
+
+def print_table(headings, rows):
+    """Prints aligned columns, the first to the left."""
+    rows = [[str(cell) for cell in row] for row in [headings, *rows]]
+    widths = [max(len(row[column]) for row in rows) for column in range(len(headings))]
+    for row in rows:
+        cells = [row[0].ljust(widths[0])]
+        cells += [cell.rjust(width) for cell, width in zip(row[1:], widths[1:])]
+        print("  ".join(cells).rstrip(), flush=True)
