@@ -35,6 +35,14 @@ TEST_F(Sysfs, HasADeviceForEachCard) {
       Listing());
 }
 
+// A PCI domain has 253 free buses.
+TEST_F(Sysfs, ContinuesInAnotherDomain) {
+  File().AddCards("0x1003", 254);
+  File().WriteSysfs(Tree());
+  EXPECT_TRUE(std::filesystem::exists(Devices() / "0000:ff:00.0"));
+  EXPECT_TRUE(std::filesystem::exists(Devices() / "0001:03:00.0"));
+}
+
 TEST_F(Sysfs, ReplacesItsOwnEarlierTree) {
   File().AddCard(0x1003);
   File().WriteSysfs(Tree());
