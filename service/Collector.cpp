@@ -127,6 +127,12 @@ std::optional<Console::PluginReply> Collector::Call(const Console::PluginCommand
   return worker->Call(command, deadline);
 }
 
+std::optional<nlohmann::json> Collector::ReadRows(const std::string& table,
+                                                  const Console::Deadline& deadline) const {
+  const std::shared_ptr<Worker> worker = AwaitRunning(deadline);
+  return worker ? worker->ReadRows(table, deadline) : std::nullopt;
+}
+
 bool Collector::IsStuck() const {
   if (!m_Progress.IsStuck()) return false;
   const std::shared_ptr<Worker> worker = Running();

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <thread>
@@ -69,6 +70,9 @@ class Collector {
   // running or the plug-in has not replied by the deadline. Thread-safe.
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
                                            const Console::Deadline& deadline) const;
+  // Like `Worker::ReadRows`. Thread-safe.
+  std::optional<nlohmann::json> ReadRows(const std::string& table,
+                                         const Console::Deadline& deadline) const;
   // Number of threads that the running plug-in failed to start. Thread-safe.
   std::size_t FailedThreads() const;
   // Whether a plug-in is running, so that `Call` can succeed. Thread-safe.

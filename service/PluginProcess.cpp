@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <system_error>
 #include <thread>
@@ -17,6 +18,9 @@
 #include "console/base/Notifier.h"
 #include "console/plugin/PluginLibrary.h"
 #include "console/plugin/RecordJson.h"
+#include "console/plugin/RowTables.h"
+#include "host/Database.h"
+#include "hostkit/Database.h"
 #include "hostkit/FailedThreads.h"
 #include "service/Frame.h"
 #include "service/Heap.h"
@@ -66,47 +70,80 @@ Console::PluginReply ExecuteSafely(Process& process, Console::PluginCommand comm
   }
 }
 
-void Reply(Process& process, const Json& id, const Console::PluginReply& reply) {
-  Json document = Console::ToJson(reply);
-  document["id"] = id;
-  document["failed_threads"] = HostKit::FailedThreads();
-  process.m_Writer.Write(document);
-}
-
-// Executes one command and sends its result.
-void ExecuteAndReply(Process& process, const Json& id, Console::PluginCommand command) {
+// Executes one command and returns its result.
+Json RunCommand(Process& process, Console::PluginCommand command) {
   const PI::_COMMAND number = command.m_Command;
   const Console::PluginReply reply = ExecuteSafely(process, std::move(command));
   if (reply.m_Result == PI::SUCCESS && number == PI::CMD_INITIALIZE) process.m_IsInitialized = true;
   if (reply.m_Result == PI::SUCCESS && number == PI::CMD_DEINITIALIZE) {
     process.m_IsInitialized = false;
   }
+  return Console::ToJson(reply);
+}
+
+// The service cannot read the rows itself: the process of the plug-in may keep them in memory.
+Json ReadRows(const std::string& table) {
+  for (const Console::RowSource& source : Console::kRowSources) {
+    if (table != source.m_Name) continue;
+    try {
+      return {{"rows", Console::ToJson(HostKit::ReadRows(source.m_Kind))}};
+    } catch (const DBEXCEPTION::DatabaseException& failure) {
+      return {{"error", failure.what()}};
+    }
+  }
+  return {{"error", "unknown table"}};
+}
+
+void Reply(Process& process, const Json& id, Json document) {
+  document["id"] = id;
+  document["failed_threads"] = HostKit::FailedThreads();
+  process.m_Writer.Write(document);
+}
+
+using Work = std::function<Json()>;
+
+// Does the work and sends its result.
+void WorkAndReply(Process& process, const Json& id, const Work& work) {
   try {
-    Reply(process, id, reply);
+    Reply(process, id, work());
   } catch (const std::exception&) {
     // Out of memory. The service replaces this process, because the reply is missing.
   }
 }
 
 // A reply with all cards takes several times the memory that the plug-in itself uses.
-void Answer(Process& process, const Json& id, Console::PluginCommand command) {
-  ExecuteAndReply(process, id, std::move(command));
+void Answer(Process& process, const Json& id, const Work& work) {
+  WorkAndReply(process, id, work);
   ReturnFreeMemory();
   --process.m_RunningCommands;
 }
 
-// Runs each command in a separate thread, so that one that hangs does not delay the others.
+// Replies with `otherwise` if the thread cannot be started.
+void Start(Process& process, const Json& id, const Work& work, const Work& otherwise) {
+  ++process.m_RunningCommands;
+  try {
+    std::thread(Answer, std::ref(process), id, work).detach();
+  } catch (const std::system_error&) {
+    --process.m_RunningCommands;
+    Reply(process, id, otherwise());
+  }
+}
+
+// Runs each request in a separate thread, so that one that hangs does not delay the others.
 void Dispatch(Process& process, Json document) {
   const Json id = document.at("id");
   document.erase("id");
-  Console::PluginCommand command = Console::CommandFromJson(document);
-  ++process.m_RunningCommands;
-  try {
-    std::thread(Answer, std::ref(process), id, command).detach();
-  } catch (const std::system_error&) {
-    --process.m_RunningCommands;
-    Reply(process, id, {PI::ERR_GENERAL, std::move(command.m_Payload)});
+  if (document.contains("rows")) {
+    const auto read = [table = document.at("rows").get<std::string>()] { return ReadRows(table); };
+    Start(process, id, read, [] { return Json{{"error", "cannot start a thread"}}; });
+    return;
   }
+  const Console::PluginCommand command = Console::CommandFromJson(document);
+  Start(
+      process, id, [&process, command] { return RunCommand(process, command); },
+      [&command] {
+        return Console::ToJson(Console::PluginReply{PI::ERR_GENERAL, command.m_Payload});
+      });
 }
 
 enum class Ready { Command, Notification };

@@ -233,14 +233,22 @@ std::optional<Console::PluginReply> Worker::Call(const Console::PluginCommand& c
   Json document = Console::ToJson(command);
   const PendingCall call(*this, Console::IsFormat(command));
   if (call.IsRefused()) return std::nullopt;
-  document["id"] = call.Id();
-  if (!m_Writer.Write(document)) {
-    Kill();
-    return std::nullopt;
-  }
-  const std::optional<Json> reply = AwaitReply(call.Id(), deadline, duringFormat);
+  const std::optional<Json> reply = Exchange(call, std::move(document), deadline, duringFormat);
   if (!reply) return std::nullopt;
   return Console::ReplyFromJson(command.m_Command, *reply);
+}
+
+std::optional<Json> Worker::ReadRows(const std::string& table, const Console::Deadline& deadline) {
+  const PendingCall call(*this, false);
+  return Exchange(call, {{"rows", table}}, deadline, DuringFormat::GiveUp);
+}
+
+std::optional<Json> Worker::Exchange(const PendingCall& call, Json document,
+                                     const Console::Deadline& deadline, DuringFormat duringFormat) {
+  document["id"] = call.Id();
+  if (m_Writer.Write(document)) return AwaitReply(call.Id(), deadline, duringFormat);
+  Kill();
+  return std::nullopt;
 }
 
 std::optional<Json> Worker::AwaitReply(std::uint64_t id, const Console::Deadline& deadline,

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <string>
 #include <thread>
 
 #include "base/Descriptor.h"
@@ -41,6 +42,11 @@ class Worker {
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
                                            const Console::Deadline& deadline,
                                            DuringFormat duringFormat = DuringFormat::GiveUp);
+  // Reads the rows that the plug-in has written to a table, which is named as in
+  // console/plugin/RowTables.h. Returns {"rows": ...}, or {"error": ...} if the database cannot be
+  // read. Returns empty like `Call`.
+  std::optional<nlohmann::json> ReadRows(const std::string& table,
+                                         const Console::Deadline& deadline);
   // Whether a format is running.
   bool IsFormatting() const;
   // Whether calls may wait longer than their deadline: a format is running or has just ended.
@@ -75,6 +81,9 @@ class Worker {
   void ReceivePluginInfo(const Console::Deadline& deadline);
   void ReadReplies();
   void Take(nlohmann::json document);
+  std::optional<nlohmann::json> Exchange(const PendingCall& call, nlohmann::json document,
+                                         const Console::Deadline& deadline,
+                                         DuringFormat duringFormat);
   std::optional<nlohmann::json> AwaitReply(std::uint64_t id, const Console::Deadline& deadline,
                                            DuringFormat duringFormat);
   void End();

@@ -15,8 +15,8 @@
 #include "console/model/NameIndex.h"
 #include "console/model/PropertyName.h"
 #include "console/model/Selectors.h"
+#include "console/plugin/RowTables.h"
 #include "console/render/ObjectTable.h"
-#include "console/report/RowTables.h"
 #include "hostkit/Texts.h"
 
 namespace Console {

@@ -6,11 +6,10 @@
 #include "console/base/Failure.h"
 #include "console/cli/CommandTable.h"
 #include "console/plugin/EventLogClient.h"
+#include "console/plugin/RowTables.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
-#include "console/report/RowTables.h"
 #include "host/Database.h"
-#include "hostkit/Database.h"
 
 namespace Console {
 namespace {
@@ -29,9 +28,9 @@ std::vector<RowSource> RequestedSources(const std::vector<std::string>& argument
   throw UsageFailure(fmt::format("unknown table '{}'", arguments[0]), advice);
 }
 
-RowTable Read(const RowSource& source) {
+RowTable Read(Session& session, const RowSource& source) {
   try {
-    return HostKit::ReadRows(source.m_Kind);
+    return session.ReadRows(source);
   } catch (const DBEXCEPTION::DatabaseException& failure) {
     throw Failure(ExitCode::Failed, "DATABASE_FAILED", "cannot read the rows", failure.what(),
                   DatabaseAdvice());
@@ -86,17 +85,9 @@ std::string CountLine(const char* name, const RowTable& table) {
   return fmt::format("{}: {} {} in {}\n", name, count, count == 1 ? "row" : "rows", table.m_Name);
 }
 
-// This process cannot read the rows of a plug-in that runs in a service.
-void RequireOwnRows(Context& context) {
-  if (!context.Open().IsShared()) return;
-  throw Failure(ExitCode::Refused, "ROWS_OF_SERVICE", "rows",
-                "rows are not available while a service runs the plug-in",
-                {"Stop the service, or pass another database with --database."});
-}
-
 CommandResult Run(Context& context) {
   const std::vector<RowSource> wanted = RequestedSources(context.m_Arguments);
-  RequireOwnRows(context);
+  Session& session = context.Open();
   CommandResult result;
   result.m_Json = {{"tables", Json::array()}};
   result.m_Table.m_Columns = {{"TABLE", "table", false},
@@ -105,7 +96,7 @@ CommandResult Run(Context& context) {
                               {"VALUE", "value", false}};
   std::string counts;
   for (const RowSource& source : wanted) {
-    const RowTable table = Read(source);
+    const RowTable table = Read(session, source);
     result.m_Json["tables"].push_back(TableJson(source.m_Name, table));
     AddCells(result.m_Table, source.m_Name, table);
     counts += CountLine(source.m_Name, table);

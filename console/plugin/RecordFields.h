@@ -1,8 +1,10 @@
-// The fields of each plug-in and event log record, for both reading and writing.
+// The fields of each record of the plug-in interface and the database, for both reading and
+// writing.
 #pragma once
 
 #include "console/model/CardTimes.h"
 #include "host/PluginInterface.h"
+#include "hostkit/Database.h"
 #include "hostkit/EventCounts.h"
 #include "hostkit/EventLog.h"
 
@@ -268,6 +270,25 @@ struct RecordFields<HostKit::EventCount> {
     visit("event_id", record.m_EventID);
     visit("severity", record.m_Severity);
     visit("count", record.m_Count);
+  }
+};
+
+template <>
+struct RecordFields<HostKit::RowColumn> {
+  template <class Record, class Visitor>
+  static void Visit(Record& record, Visitor&& visit) {
+    visit("name", record.m_Name);
+    visit("kind", record.m_Kind);
+  }
+};
+
+template <>
+struct RecordFields<HostKit::RowTable> {
+  template <class Record, class Visitor>
+  static void Visit(Record& record, Visitor&& visit) {
+    visit("name", record.m_Name);
+    visit("columns", record.m_Columns);
+    visit("rows", record.m_Rows);
   }
 };
 

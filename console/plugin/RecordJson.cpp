@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -81,8 +82,15 @@ Json Write(const std::string& text) {
   return Json{{"hex", std::move(digits)}};
 }
 
+Json Write(const std::optional<std::string>& text) {
+  return text ? Write(*text) : Json();
+}
+
 template <class Record>
 std::enable_if_t<IsRecord<Record>::value, Json> Write(const Record& record);
+
+template <class Element>
+Json Write(const std::vector<Element>& list);
 
 template <class List>
 Json WriteList(const List& list) {
@@ -198,6 +206,11 @@ void Read(const Json& json, std::string& text, const Place& place) {
     Reject(place,
            "expected a string or {\"hex\": \"...\"} with pairs of lowercase hexadecimal digits");
   }
+}
+
+void Read(const Json& json, std::optional<std::string>& text, const Place& place) {
+  text.reset();
+  if (!json.is_null()) Read(json, text.emplace(), place);
 }
 
 template <class Record>
@@ -359,6 +372,21 @@ HostKit::EventCount EventCountFromJson(const Json& json) {
   auto count = MakeDefault<HostKit::EventCount>();
   Read(json, count, {});
   return count;
+}
+
+Json ToJson(const HostKit::RowTable& table) {
+  return Write(table);
+}
+
+HostKit::RowTable RowTableFromJson(const Json& json) {
+  auto table = MakeDefault<HostKit::RowTable>();
+  Read(json, table, {});
+  for (const auto& cells : table.m_Rows) {
+    if (cells.empty() || cells.size() != table.m_Columns.size()) {
+      Reject({"rows", 0}, "expected one cell per column");
+    }
+  }
+  return table;
 }
 
 }  // namespace Console

@@ -11,6 +11,7 @@
 
 #include "console/plugin/PluginCommand.h"
 #include "console/plugin/Session.h"
+#include "hostkit/Database.h"
 #include "hostkit/EventCounts.h"
 #include "hostkit/EventLog.h"
 
@@ -49,5 +50,10 @@ HostKit::LoggedEvent LoggedEventFromJson(const nlohmann::json& json);
 // Convert the count of one kind of event; decoding throws `RecordError`.
 nlohmann::json ToJson(const HostKit::EventCount& count);
 HostKit::EventCount EventCountFromJson(const nlohmann::json& json);
+
+// Convert a table of rows; decoding throws `RecordError`, also if a row does not have one cell per
+// column.
+nlohmann::json ToJson(const HostKit::RowTable& table);
+HostKit::RowTable RowTableFromJson(const nlohmann::json& json);
 
 }  // namespace Console

@@ -11,6 +11,7 @@
 #include "console/base/Deadline.h"
 #include "console/base/StopSignals.h"
 #include "console/model/CardTimes.h"
+#include "console/plugin/RowTables.h"
 #include "host/PluginInterface.h"
 #include "hostkit/EventLog.h"
 
@@ -78,6 +79,12 @@ class Session {
   // Return the plug-in's result; do not throw for it.
   virtual std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) = 0;
   virtual std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) = 0;
+
+  // Returns the rows that the plug-in has written to one table of the host's database. Throws
+  // `DBEXCEPTION::DatabaseException` if the database cannot be read.
+  virtual HostKit::RowTable ReadRows(const RowSource& source) {
+    return HostKit::ReadRows(source.m_Kind);
+  }
 
   // Reads all pending events of the plug-in, appends them to the host's log and returns them.
   // Object ids are those of this session; the events have no log number.

@@ -47,6 +47,7 @@ const ProblemRow kNoOperation = {404, "NO_SUCH_OPERATION", "No such operation."}
 const ProblemRow kReusedKey = {422, "IDEMPOTENCY_KEY_REUSED",
                                "The Idempotency-Key was used for another request."};
 const ProblemRow kNoJob = {404, "NO_SUCH_JOB", "No such job."};
+const ProblemRow kNoTable = {404, "NO_SUCH_TABLE", "No such table."};
 const ProblemRow kNoLog = {500, "NO_EVENT_LOG", "The event log cannot be read."};
 const ProblemRow kInvalidEventId = {400, "EVENT_ID_INVALID",
                                     "Last-Event-ID is not a valid event number."};
@@ -298,6 +299,14 @@ const std::vector<ApiRow> kRows = {
      GetSessionEventCounts,
      {{200, "The counts.", kJsonType, "SessionEventCounts"}},
      {kNoLog, kBusy}},
+    {Method::Get,
+     "/v1/session/rows/{table}",
+     Access::Read,
+     "getSessionRows",
+     "rows that the plug-in has written to the database",
+     GetSessionRows,
+     {{200, "The table.", kJsonType, "SessionRows"}},
+     {kNoTable, kDown, kBusy, kTimedOut, kNoDatabase}},
 };
 
 const std::vector<ProblemRow> kCommonProblems = {

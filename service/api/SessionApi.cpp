@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -13,6 +14,7 @@
 #include "console/base/Number.h"
 #include "console/plugin/EventLogClient.h"
 #include "console/plugin/RecordJson.h"
+#include "console/plugin/RowTables.h"
 #include "host/Database.h"
 #include "hostkit/Texts.h"
 #include "service/Log.h"
@@ -95,18 +97,19 @@ Console::Deadline DeadlineOf(const PluginCommand& command, std::chrono::millisec
   return IsFormat(command) ? Console::Deadline() : Console::Deadline(timeout);
 }
 
+Response NoReplyProblem(const ApiContext& api, const char* hint) {
+  if (!api.m_Collector.IsRunning()) {
+    return MakeProblem(503, "PLUGIN_DOWN", "the plug-in is not running");
+  }
+  return MakeProblem(504, "TIMED_OUT", "the plug-in does not respond", hint);
+}
+
 // Replies to a change once reads return it.
 Response CallPlugin(const ApiContext& api, const PluginCommand& command) {
   const Collector& collector = api.m_Collector;
   const auto reply = collector.Call(command, DeadlineOf(command, api.m_CallTimeout));
   if (IsChange(command)) collector.Refresh(Console::Deadline(api.m_FreshTimeout));
-  if (!reply && !collector.IsRunning()) {
-    return MakeProblem(503, "PLUGIN_DOWN", "the plug-in is not running");
-  }
-  if (!reply) {
-    return MakeProblem(504, "TIMED_OUT", "the plug-in does not respond",
-                       "The command may still take effect.");
-  }
+  if (!reply) return NoReplyProblem(api, "The command may still take effect.");
   return MakeReply(*reply);
 }
 
@@ -116,6 +119,15 @@ Response ReadFresh(const ApiContext& api, const PluginCommand& command) {
   const SnapshotPtr snapshot = api.m_Store.Get();
   const auto reply = ReadSnapshot(*snapshot, command);
   return reply ? MakeSnapshotReply(*snapshot, command, *reply) : CallPlugin(api, command);
+}
+
+Response ReadRows(const ApiContext& api, const std::string& table) {
+  const auto reply = api.m_Collector.ReadRows(table, Console::Deadline(api.m_CallTimeout));
+  if (!reply) return NoReplyProblem(api, "");
+  if (reply->contains("error")) {
+    return MakeProblem(500, "DATABASE_UNUSABLE", reply->at("error").get<std::string>());
+  }
+  return Http::MakeResponse(200, kJsonType, JsonText(reply->at("rows")));
 }
 
 Response SessionInfo(const ApiContext& api, const Snapshot& snapshot) {
@@ -232,6 +244,15 @@ Http::Reply GetSessionEventCounts(const ApiContext& api, const Http::Request&) {
     }
     return Http::MakeResponse(200, kJsonType, JsonText(Json{{"counts", counts}}));
   });
+}
+
+Http::Reply GetSessionRows(const ApiContext& api, const Http::Request& request) {
+  const std::string& table = request.m_Parameters.at("table");
+  const std::vector<std::string> names = Console::RowTableNames();
+  if (std::find(names.begin(), names.end(), table) == names.end()) {
+    return MakeProblem(404, "NO_SUCH_TABLE", "the tables are adapter, drive and plugin");
+  }
+  return AnswerLater(api, [&api, table] { return ReadRows(api, table); });
 }
 
 // Without Last-Event-ID, streams only new events.

@@ -16,6 +16,9 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request);
 // Returns entries of the event log as records: those after a number, or the newest.
 Http::Reply GetSessionEvents(const ApiContext& api, const Http::Request& request);
 
+// Returns a table that the plug-in has written, as records.
+Http::Reply GetSessionRows(const ApiContext& api, const Http::Request& request);
+
 // Streams server-sent events: those after Last-Event-ID, or only new ones.
 Http::Reply GetEventStream(const ApiContext& api, const Http::Request& request);
 

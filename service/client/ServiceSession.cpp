@@ -119,6 +119,13 @@ std::uint32_t ServiceSession::ExecuteOperation(std::uint64_t object, PI::COperat
   return result;
 }
 
+HostKit::RowTable ServiceSession::ReadRows(const Console::RowSource& source) {
+  HttpRequest request;
+  request.m_Path = std::string("/v1/session/rows/") + source.m_Name;
+  const Json json = RequestJson(request, Limits().ForCall());
+  return ParseReply(m_Client.Socket(), [&] { return Console::RowTableFromJson(json); });
+}
+
 std::vector<LoggedEvent> ServiceSession::ReadLog(const std::string& query) {
   HttpRequest request;
   request.m_Path = "/v1/session/events?" + query;

@@ -41,6 +41,7 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   std::vector<PI::CObject> Topology() override;
   const Console::CardTimes& Times() const override { return m_Times; }
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
+  HostKit::RowTable ReadRows(const Console::RowSource& source) override;
   std::vector<Console::LoggedEvent> CollectEvents() override;
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds timeout,

@@ -338,6 +338,23 @@ TEST(RecordJson, ConvertsEveryFieldOfACount) {
   EXPECT_THROW(Console::EventCountFromJson({{"number", 1}}), RecordError);
 }
 
+TEST(RecordJson, ConvertsATableOfRows) {
+  const HostKit::RowTable table = {
+      "host_drive_rows",
+      {{"ID", HostKit::CellKind::Integer}, {"pd_name", HostKit::CellKind::Text}},
+      {{"1", "A\xff"}, {"2", std::nullopt}}};
+  const json sent = ToJson(table);
+  const json expected = {
+      {"name", "host_drive_rows"},
+      {"columns", {{{"name", "ID"}, {"kind", 2}}, {{"name", "pd_name"}}}},
+      {"rows", json::array({json::array({"1", {{"hex", "41ff"}}}), json::array({"2", nullptr})})}};
+  EXPECT_EQ(expected, sent);
+  EXPECT_EQ(sent, ToJson(Console::RowTableFromJson(sent)));
+  json shorter = sent;
+  shorter["rows"][1].erase(1);
+  EXPECT_THROW(Console::RowTableFromJson(shorter), RecordError);
+}
+
 TEST(RecordJson, RejectsAnEventWithTooFewPlaceholders) {
   const json event = {{"place_holders", {"one"}}};
   EXPECT_EQ("payload.events[0].place_holders: expected a list of 14 elements",

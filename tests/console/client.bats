@@ -64,6 +64,9 @@ op check a0 50126
 plugin
 check
 check a0
+rows
+rows adapter -o tsv
+rows drives
 complete show a
 END
 }
@@ -279,10 +282,4 @@ for line in sys.stdin:
   keep status corvane-host --socket "$socket" status a1
   ended status 0
   grep -q "cannot use the event log" "$BATS_FILE_TMPDIR/status.err"
-}
-
-@test "rows is refused with a service" {
-  keep rows served rows
-  ended rows 4
-  said rows "corvane-host: rows: rows are not available while a service runs the plug-in"
 }

@@ -100,6 +100,8 @@ ROWS = [
     ("GET", "/v1/session/events?since_ms=0&limit=1", None, {}, 200, None),
     ("GET", "/v1/session/events?after=-1", None, {}, 400, "QUERY_INVALID"),
     ("GET", "/v1/session/event-counts", None, {}, 200, None),
+    ("GET", "/v1/session/rows/adapter", None, {}, 200, None),
+    ("GET", "/v1/session/rows/volume", None, {}, 404, "NO_SUCH_TABLE"),
     ("GET", "/v1/events/stream", None, {}, 200, None),
     ("GET", "/v1/events/stream", None, {"Last-Event-ID": "0"}, 200, None),
     ("GET", "/v1/events/stream", None, {"Last-Event-ID": "-1"}, 400, "EVENT_ID_INVALID"),

@@ -1,4 +1,4 @@
-#include "console/report/RowTables.h"
+#include "console/plugin/RowTables.h"
 
 namespace Console {
 
