@@ -29,6 +29,9 @@ struct Options {
   std::string m_Since;
   std::string m_After;
   std::string m_EventSeverity;
+  std::string m_From;
+  std::string m_To;
+  std::string m_Step;
   std::string m_Limit;
   std::string m_Timeout;
   std::string m_TextFile;

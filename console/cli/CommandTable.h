@@ -47,6 +47,7 @@ struct Command {
   const char* m_Summary = "";
   std::vector<std::string> m_OutputFormats;  // the first one is the default
   std::vector<std::string> m_Options;        // in addition to the common options
+  std::vector<std::string> m_Properties;     // possible values of PROP; empty: all of the object
   bool m_NeedsPlugin = false;                // reports the current state; stale values are an error
   TimeoutScope m_TimeoutScope = TimeoutScope::Reading;
   CommandResult (*m_Run)(Context&) = nullptr;

@@ -157,8 +157,15 @@ Candidates Fields(const Line& line, const char* suffix) {
   return all;
 }
 
+Candidates Choices(const Words& words) {
+  Candidates all;
+  for (const std::string& word : words) all.push_back({word, ""});
+  return all;
+}
+
 Candidates Properties(const Line& line) {
-  return Fields(line, "");
+  const Words& accepted = line.m_Command->m_Properties;
+  return accepted.empty() ? Fields(line, "") : Choices(accepted);
 }
 
 Candidates SettableProperties(const Line& line) {
@@ -214,12 +221,6 @@ Candidates OperationArguments(const Line& line) {
       line.m_Arguments.front() == "run" && boost::iends_with(line.m_Arguments[2], "FORMAT_DEVICE");
   if (!isFormat) return {};
   return {{"FORMATTING=", "capacity"}, {"SIZE=", "percent"}, {"BLOCK_SIZE=", "bytes"}};
-}
-
-Candidates Choices(const Words& words) {
-  Candidates all;
-  for (const std::string& word : words) all.push_back({word, ""});
-  return all;
 }
 
 Candidates Identifiers(const Line&) {

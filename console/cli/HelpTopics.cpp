@@ -12,7 +12,7 @@ constexpr ArgumentText kArguments[] = {
     {"OBJ",       "an object: plugin, a0, a0/d0, a serial number, a name, pci:0000:3b:00.0, a "
                   "control device, or an object id in hexadecimal"},
     {"DRIVE",     "a drive: a0/d0, or its object id in hexadecimal"},
-    {"PROP",      "a property name as printed by show, such as temperature_celsius (default: all)"},
+    {"PROP",      "a property name as printed by show, such as temperature_celsius"},
     {"PROP=VALUE", "a writable property and its new value: poll_interval=30"},
     {"on|off",    "the new state of the locate LED"},
     {"COND",      "ok, warning, failed, attached, detached, gone, present, or a comparison with a "

@@ -11,6 +11,7 @@
   ROW(Status) \
   ROW(Check) \
   ROW(Events) \
+  ROW(History) \
   ROW(Watch) \
   ROW(Wait) \
   ROW(Rows) \

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cwchar>
+#include <limits>
 
 namespace Console {
 namespace {
@@ -93,18 +94,23 @@ std::string Bar(double ratio, std::size_t columns, bool ascii) {
   return bar;
 }
 
-std::string Sparkline(const std::deque<double>& values, std::size_t columns, bool ascii) {
-  constexpr double kMinSpan = 8;
+std::string Sparkline(const std::deque<double>& values, std::size_t columns, bool ascii,
+                      double minSpan) {
   const std::size_t count = std::min(values.size(), columns);
   std::string line(columns - count, ' ');
   if (count == 0) return line;
   const auto first = values.end() - static_cast<std::ptrdiff_t>(count);
-  const auto [least, most] = std::minmax_element(first, values.end());
-  const double span = std::max(*most - *least, kMinSpan);
+  double least = std::numeric_limits<double>::infinity();
+  double most = -least;
+  for (auto value = first; value != values.end(); ++value) {
+    least = std::fmin(least, *value);
+    most = std::fmax(most, *value);
+  }
+  const double span = std::max(most - least, minSpan);
   const std::array<const char*, 8>& signs = ascii ? kSigns : kBlocks;
   for (auto value = first; value != values.end(); ++value) {
-    const double height = (*value - *least) / span * static_cast<double>(signs.size() - 1);
-    line += signs[static_cast<std::size_t>(std::lround(height))];
+    const double height = (*value - least) / span * static_cast<double>(signs.size() - 1);
+    line += std::isnan(height) ? " " : signs[static_cast<std::size_t>(std::lround(height))];
   }
   return line;
 }

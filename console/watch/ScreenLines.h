@@ -34,8 +34,9 @@ Line CutLine(const Line& line, std::size_t columns);
 // Draws a bar of `columns` columns: empty for a ratio of 0 or less, full for 1 or more.
 std::string Bar(double ratio, std::size_t columns, bool ascii);
 
-// Draws the latest values as bars of different heights, the newest on the right. The scale spans at
-// least 8 units, so that noise stays flat.
-std::string Sparkline(const std::deque<double>& values, std::size_t columns, bool ascii);
+// Draws the latest values as bars of different heights, the newest on the right, and NaN as a
+// space. The scale spans at least `minSpan`, which must be above 0, so that noise stays flat.
+std::string Sparkline(const std::deque<double>& values, std::size_t columns, bool ascii,
+                      double minSpan = 8);
 
 }  // namespace Console

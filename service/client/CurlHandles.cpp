@@ -41,6 +41,16 @@ std::string UrlOf(const std::string& path) {
   return "http://service" + path;
 }
 
+// libcurl takes a length of 0 as unknown, so an empty text is returned without a call.
+std::string Escaped(const std::string& text) {
+  if (text.empty()) return {};
+  char* const escaped = curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size()));
+  if (escaped == nullptr) throw std::bad_alloc();
+  std::string result = escaped;
+  curl_free(escaped);
+  return result;
+}
+
 std::optional<CURLcode> TakeResult(const MultiHandle& multi) {
   int others = 0;
   const CURLMsg* const message = curl_multi_info_read(multi.get(), &others);

@@ -39,6 +39,9 @@ HeaderList MakeHeaders(const std::string& header);
 // service.
 std::string UrlOf(const std::string& path);
 
+// Returns a text percent-encoded, for use as a path segment or in a query.
+std::string Escaped(const std::string& text);
+
 // Returns the result of the transfer, or empty until it has ended.
 std::optional<CURLcode> TakeResult(const MultiHandle& multi);
 

@@ -71,13 +71,19 @@ Failure InvalidReplyFailure(const std::filesystem::path& socket, const std::stri
        kWithoutService});
 }
 
+std::string ProblemId(const HttpReply& reply) {
+  if (reply.m_Status < 400) return {};
+  const Json problem = Json::parse(reply.m_Body, nullptr, false);
+  return problem.is_object() ? TextOf(problem, "id") : std::string();
+}
+
 // A status for an invalid request means that the service has another version.
 Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& socket) {
-  const Json problem = Json::parse(reply.m_Body, nullptr, false);
-  const std::string id = problem.is_object() ? TextOf(problem, "id") : std::string();
+  const std::string id = ProblemId(reply);
   const auto code = ExitCodeOf(reply.m_Status, id);
   if (id.empty() || !code)
     return InvalidReplyFailure(socket, fmt::format("status {}", reply.m_Status));
+  const Json problem = Json::parse(reply.m_Body);
   const std::string hint = TextOf(problem, "hint");
   return Failure(*code, id, Base::Printable(TextOf(problem, "detail")),
                  hint.empty() ? Words() : Words{Base::Printable(hint)});

@@ -23,6 +23,9 @@ Console::Failure ServiceTimeoutFailure(const std::filesystem::path& socket, bool
 // The reply is not one that this version of the service sends.
 Console::Failure InvalidReplyFailure(const std::filesystem::path& socket, const std::string& why);
 
+// Returns the id of the problem in a reply, or empty if the reply is not a problem.
+std::string ProblemId(const HttpReply& reply);
+
 // Converts a reply other than 200 and its problem document to a failure with the same id.
 Console::Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& socket);
 

@@ -56,13 +56,23 @@ ServiceSession::~ServiceSession() {
   m_EventLog.ReadFrom(nullptr);
 }
 
-// Returns a reply with status 200. Waits slightly beyond the deadline, because a command that runs
-// for a given time collects its last events when the time is over.
-HttpReply ServiceSession::Send(const HttpRequest& request, const Deadline& deadline) {
+// Waits slightly beyond the deadline, because a command that runs for a given time collects its
+// last events when the time is over.
+HttpReply ServiceSession::SendWithin(const Deadline& deadline, const HttpRequest& request) {
   auto reply = m_Client.Send(request, deadline.Extended(Console::kGrace));
   if (!reply) throw ServiceTimeoutFailure(m_Client.Socket(), request.m_IsChange);
-  if (reply->m_Status != 200) throw ProblemFailure(*reply, m_Client.Socket());
   return std::move(*reply);
+}
+
+// Returns a reply with status 200.
+HttpReply ServiceSession::Send(const HttpRequest& request, const Deadline& deadline) {
+  HttpReply reply = SendWithin(deadline, request);
+  if (reply.m_Status != 200) throw ProblemFailure(reply, m_Client.Socket());
+  return reply;
+}
+
+HttpReply ServiceSession::Exchange(const HttpRequest& request) {
+  return SendWithin(Limits().ForCall(), request);
 }
 
 Json ServiceSession::RequestJson(const HttpRequest& request, const Deadline& deadline) {

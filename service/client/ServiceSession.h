@@ -47,6 +47,11 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   bool WaitForNotification(std::chrono::milliseconds timeout,
                            const Console::WaitSet& also) override;
 
+  // Sends a request to another resource of the service, within the time limit of a read. Returns
+  // the reply with any status. Throws `Console::Failure` if there is none.
+  HttpReply Exchange(const HttpRequest& request);
+  const std::filesystem::path& Socket() const { return m_Client.Socket(); }
+
  private:
   struct State {
     Console::PluginInfo m_Info;
@@ -58,6 +63,7 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
     std::int64_t m_NewestEvent = 0;
   };
 
+  HttpReply SendWithin(const Console::Deadline& deadline, const HttpRequest& request);
   HttpReply Send(const HttpRequest& request, const Console::Deadline& deadline);
   nlohmann::json RequestJson(const HttpRequest& request, const Console::Deadline& deadline);
   State ReadState();

@@ -40,6 +40,7 @@ set(NOT_THROUGH_SERVICE
   "security|tests the service itself"
   "serve|tests the service itself"
   "start|tests the start of an in-process plug-in"
+  "state|runs each command with and without a service"
   "stuck|uses an in-process plug-in that hangs"
   "terminal|tests colors, which do not depend on the source of the values"
   "trouble|tests failures of an in-process plug-in"

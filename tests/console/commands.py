@@ -4,6 +4,7 @@ import json
 
 # Maps a word of a synopsis to an argument. The tests replace OBJ and DRIVE.
 WORDS = {
+    "PROP": "temperature_celsius",
     "PROP=VALUE": "poll_interval=15",
     "on|off": "off",
     "COND": "attached",

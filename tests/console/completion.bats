@@ -92,6 +92,7 @@ offers() {
   offers "help st" status
   offers "explain CTRL_PNP" CTRL_PNPADD CTRL_PNPREMOVE
   offers "wait a0 at" attached
+  offers "history a0 w" written_bytes
   offers "list -c name,temp" name,temperature_celsius name,temperature_critical_celsius \
     name,temperature_warning_celsius
 }

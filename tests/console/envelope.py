@@ -49,6 +49,8 @@ OBJECTS = {"set": {"a0": "plugin"}}
 WITHOUT_PLUGIN = {"explain", "completion", "help", "version"}
 # Commands that print a result even if the plug-in cannot be used.
 ANSWERS_ANYWAY = {"metrics"}
+# Commands that need a card that a service has recorded.
+NEED_RECORDED_CARD = {"history"}
 # The command with the exit codes of monitoring plug-ins.
 CHECK = "check"
 UNKNOWN = 3
@@ -88,6 +90,9 @@ EXCEPTIONS = {
     ("closed card", "events"): (0, "NO_EVENTS"),
     ("no database", "events"): (1, "NO_EVENT_LOG"),
     ("no database", "rows"): (1, "DATABASE_FAILED"),
+    # No service has used the database.
+    ("success", "history"): (0, "NO_HISTORY"),
+    ("no database", "history"): (1, "DATABASE_FAILED"),
     ("no database", "metrics"): (0, "DATABASE_FAILED"),
 }
 
@@ -200,11 +205,12 @@ def schema_failure(formats):
 def escape(command, format_name, variables):
     words = [*arguments_of(command), *(["-o", format_name] if format_name else [])]
     done = run("escape", words, **variables)
-    if done.returncode not in (0, 1):
+    if done.returncode not in (0, 1) and command not in NEED_RECORDED_CARD:
         return f"exit code {done.returncode}: {done.stderr.decode()}"
     if b"\x1b" in done.stdout + done.stderr:
         return "an escape byte"
-    if command not in WITHOUT_PLUGIN | {"set", "events", "serve"} and not done.stdout:
+    silent = WITHOUT_PLUGIN | NEED_RECORDED_CARD | {"set", "events", "serve"}
+    if command not in silent and not done.stdout:
         return "nothing was written"
     return None
 

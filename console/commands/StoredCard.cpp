@@ -1,0 +1,44 @@
+#include "console/commands/StoredCard.h"
+
+#include <fmt/format.h>
+
+#include "console/base/Failure.h"
+#include "console/model/FieldTable.h"
+#include "console/model/Selectors.h"
+
+namespace Console {
+namespace {
+
+Failure NotAnAdapter(const Model& model, const Object& object, const char* what) {
+  std::vector<std::string> advice;
+  if (const Object* adapter = AdapterOf(model, object)) {
+    advice.push_back(fmt::format("Did you mean '{}'?", adapter->m_Selector));
+  }
+  return Failure(ExitCode::Usage, "WRONG_KIND", fmt::format("{} {}", what, object.m_Selector),
+                 fmt::format("{} is not an adapter", object.m_Selector), advice);
+}
+
+}  // namespace
+
+StoredCard SelectStoredCard(const Model& model, Service::StoredState& state, const char* what,
+                            const std::string& text) {
+  const Object* object = FindObject(model, text);
+  if (object == nullptr && FindKnownCard(state, text)) return {"", text};
+  if (object == nullptr) object = &Select(model, text);
+  if (object->m_Kind != Kind::Adapter) throw NotAnAdapter(model, *object, what);
+  const std::string serial = FieldText(*object, "serial_number");
+  if (!serial.empty()) return {object->m_Selector, serial};
+  throw Failure(ExitCode::Refused, "NO_SERIAL_NUMBER",
+                fmt::format("{} {}", what, object->m_Selector),
+                "the card has no serial number, which identifies it in the database");
+}
+
+std::optional<Service::KnownCard> FindKnownCard(Service::StoredState& state,
+                                                const std::string& serial) {
+  for (const Service::KnownCard& card : state.Cards()) {
+    if (card.m_SerialNumber == serial) return card;
+  }
+  return std::nullopt;
+}
+
+}  // namespace Console

@@ -1,0 +1,30 @@
+// Cards in the arguments of commands that use the stored state.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "console/model/Model.h"
+#include "service/StoredState.h"
+
+namespace Console {
+
+struct StoredCard {
+  std::string m_Selector;  // empty: the card is not present
+  std::string m_SerialNumber;
+
+  // Returns a name that commands accept.
+  const std::string& Shown() const { return m_Selector.empty() ? m_SerialNumber : m_Selector; }
+};
+
+// Returns the adapter that `text` names, or the known card with the serial number `text` if no
+// object matches. `what` names the command. Throws `Failure` if neither exists or the object is not
+// an adapter with a serial number.
+StoredCard SelectStoredCard(const Model& model, Service::StoredState& state, const char* what,
+                            const std::string& text);
+
+// Returns the known card with this serial number, or empty.
+std::optional<Service::KnownCard> FindKnownCard(Service::StoredState& state,
+                                                const std::string& serial);
+
+}  // namespace Console

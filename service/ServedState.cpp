@@ -1,0 +1,144 @@
+// The stored state through a service.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "console/base/Failure.h"
+#include "console/base/Number.h"
+#include "console/base/Timestamp.h"
+#include "console/plugin/RecordJson.h"
+#include "service/StoredState.h"
+#include "service/client/ServiceFailure.h"
+#include "service/client/ServiceSession.h"
+
+namespace Service {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr long kOk = 200;
+
+std::uint64_t TimeOf(const Json& json, const char* name) {
+  return Console::ParseTimestamp(name, json.at(name).get<std::string>(), Console::NowMs());
+}
+
+std::optional<std::int64_t> NumberOf(const Json& json, const char* name) {
+  const Json& number = json.at(name);
+  return number.is_null() ? std::nullopt : std::optional(number.get<std::int64_t>());
+}
+
+KnownCard CardOf(const Json& json) {
+  KnownCard card;
+  card.m_SerialNumber = json.at("serial_number");
+  std::string position = json.at("position");
+  card.m_Position = Console::ReadNumber<std::int64_t>(position.erase(0, 1)).value_or(0);
+  card.m_FirstSeen = TimeOf(json, "first_seen");
+  card.m_LastSeen = TimeOf(json, "last_seen");
+  card.m_IsPresent = json.at("present");
+  card.m_Name = json.at("name");
+  card.m_Product = json.at("product");
+  card.m_PciAddress = json.at("pci_address");
+  card.m_Slot = NumberOf(json, "pci_slot");
+  card.m_SizeBytes = NumberOf(json, "size_bytes");
+  return card;
+}
+
+// Whether the points are in order and within the limit, also counting steps without a point.
+bool IsValid(const HistorySeries& series) {
+  const std::vector<HistoryPoint>& points = series.m_Points;
+  const auto isNotBefore = [](const HistoryPoint& point, const HistoryPoint& next) {
+    return point.m_Time >= next.m_Time;
+  };
+  if (std::adjacent_find(points.begin(), points.end(), isNotBefore) != points.end()) return false;
+  if (series.m_Step == 0) return false;
+  return points.empty() ||
+         (points.back().m_Time - points.front().m_Time) / series.m_Step < kMaxPoints;
+}
+
+HistorySeries SeriesOf(const Json& json) {
+  HistorySeries series;
+  series.m_Step = json.at("step_seconds").get<std::uint64_t>() * 1000;
+  for (const Json& each : json.at("points")) {
+    series.m_Points.push_back({TimeOf(each, "time"), each.at("minimum").get<double>(),
+                               each.at("maximum").get<double>(), each.at("mean").get<double>()});
+  }
+  if (!IsValid(series)) throw Console::RecordError("points: out of order or too many");
+  return series;
+}
+
+template <class Element>
+std::vector<Element> ListOf(const Json& list, Element (*parse)(const Json&)) {
+  std::vector<Element> elements;
+  for (const Json& each : list) elements.push_back(parse(each));
+  return elements;
+}
+
+std::string CardPath(const std::string& serial, const char* resource) {
+  return "/v1/cards/" + Escaped(serial) + resource;
+}
+
+std::string TimeQuery(const char* name, std::uint64_t time) {
+  return fmt::format("&{}={}", name, Escaped(Console::TimeText(time)));
+}
+
+class ServedState : public StoredState {
+ public:
+  explicit ServedState(ServiceSession& session) : m_Session(session) {}
+
+  std::vector<KnownCard> Cards() override {
+    return Parse(Get("/v1/known-cards"), kOk,
+                 [](const Json& json) { return ListOf(json.at("cards"), CardOf); });
+  }
+
+  std::optional<HistorySeries> History(const HistoryQuery& query) override {
+    std::string path = CardPath(query.m_SerialNumber, "/history?field=") + query.m_Field->m_Name +
+                       TimeQuery("from", query.m_From) + TimeQuery("to", query.m_To);
+    if (query.m_Step > 0) path += fmt::format("&step={}ms", query.m_Step);
+    const HttpReply reply = Get(path);
+    if (ProblemId(reply) == "UNKNOWN_CARD") return std::nullopt;
+    return Parse(reply, kOk, SeriesOf);
+  }
+
+ private:
+  HttpReply Get(std::string path) {
+    HttpRequest request;
+    request.m_Path = std::move(path);
+    return m_Session.Exchange(request);
+  }
+
+  void Require(const HttpReply& reply, long status) const {
+    if (reply.m_Status != status) throw ProblemFailure(reply, m_Session.Socket());
+  }
+
+  // Parses the body of a reply with this status. Throws the failure of any other reply.
+  template <class Parser>
+  std::invoke_result_t<Parser, const Json&> Parse(const HttpReply& reply, long status,
+                                                  Parser parser) const {
+    Require(reply, status);
+    try {
+      return parser(Json::parse(reply.m_Body));
+    } catch (const Json::exception& error) {
+      throw InvalidReplyFailure(m_Session.Socket(), error.what());
+    } catch (const Console::RecordError& error) {
+      throw InvalidReplyFailure(m_Session.Socket(), error.what());
+    } catch (const Console::Failure& failure) {  // an invalid time
+      throw InvalidReplyFailure(m_Session.Socket(), failure.what());
+    }
+  }
+
+  ServiceSession& m_Session;
+};
+
+}  // namespace
+
+std::unique_ptr<StoredState> StateOfService(ServiceSession& session) {
+  return std::make_unique<ServedState>(session);
+}
+
+}  // namespace Service

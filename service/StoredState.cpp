@@ -1,0 +1,48 @@
+#include "service/StoredState.h"
+
+#include "console/base/Failure.h"
+#include "console/plugin/EventLogClient.h"
+#include "host/Database.h"
+#include "service/client/ServiceSession.h"
+
+namespace Service {
+namespace {
+
+// Calls `use`, and converts the exception of an unusable database.
+template <class Use>
+auto UseDatabase(Use use) {
+  try {
+    return use();
+  } catch (const DBEXCEPTION::DatabaseException& failure) {
+    throw Console::Failure(Console::ExitCode::Failed, "DATABASE_FAILED",
+                           "cannot use the stored state", failure.what(),
+                           Console::DatabaseAdvice());
+  }
+}
+
+class DatabaseState : public StoredState {
+ public:
+  std::vector<KnownCard> Cards() override {
+    return UseDatabase([&] { return m_Store.Cards(); });
+  }
+
+  std::optional<HistorySeries> History(const HistoryQuery& query) override {
+    return UseDatabase([&] { return m_Store.History(query); });
+  }
+
+ private:
+  StateStore m_Store;
+};
+
+}  // namespace
+
+std::unique_ptr<StoredState> StateInDatabase() {
+  return std::make_unique<DatabaseState>();
+}
+
+std::unique_ptr<StoredState> OpenStoredState(Console::Session& session) {
+  auto* const shared = dynamic_cast<ServiceSession*>(&session);
+  return shared == nullptr ? StateInDatabase() : StateOfService(*shared);
+}
+
+}  // namespace Service

@@ -1,0 +1,36 @@
+// The stored state as commands use it: through the service of a session, or in the database if the
+// session has a plug-in in this process.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "console/plugin/Session.h"
+#include "service/state/StateStore.h"
+
+namespace Service {
+
+// Every function throws `Console::Failure` if the service or the database cannot be used. Times are
+// exact to the second. Not thread-safe.
+class StoredState {
+ public:
+  virtual ~StoredState() = default;
+
+  // Returns all known cards, ordered by position.
+  virtual std::vector<KnownCard> Cards() = 0;
+
+  // Returns std::nullopt if the card is not known.
+  virtual std::optional<HistorySeries> History(const HistoryQuery& query) = 0;
+};
+
+// The session must outlive the result.
+std::unique_ptr<StoredState> OpenStoredState(Console::Session& session);
+
+// Implementations of `StoredState`, for `OpenStoredState`.
+class ServiceSession;
+std::unique_ptr<StoredState> StateOfService(ServiceSession& session);
+std::unique_ptr<StoredState> StateInDatabase();
+
+}  // namespace Service

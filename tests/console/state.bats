@@ -1,0 +1,158 @@
+#!/usr/bin/env bats
+# Commands for the state that a service keeps. Each test runs them
+# through a service, and in a copy of its database without a service.
+
+# shellcheck disable=SC2030,SC2031  # variables that one test sets for itself
+
+bats_require_minimum_version 1.5.0
+load helper
+load service
+
+setup_file() {
+  load helper
+  load service
+  make_machine
+  make_cards
+  use_short_intervals
+  cardsim add 0x2001
+  cardsim set card2 serial_number GONE
+  cardsim set card2 pci_bus 100
+  start_service
+  cardsim remove card2
+  is_missing() {
+    ask known GET /v1/known-cards
+    [ "$(json known '[c["present"] for c in d["cards"] if c["serial_number"] == "GONE"]')" = "[false]" ]
+  }
+  eventually is_missing
+  record
+}
+
+teardown_file() {
+  load service
+  stop_service
+}
+
+# Adds three hours of history, one hour apart except for a gap, and copies the database. Cards have
+# the positions 0 (S100), 1 (S200) and 2 (GONE).
+record() {
+  python3 - "$CORVANE_DATABASE" "$BATS_FILE_TMPDIR/direct.db" <<'END'
+import calendar, sqlite3, sys
+
+start = calendar.timegm((2026, 11, 1, 0, 0, 0)) // 3600
+database = sqlite3.connect(sys.argv[1], timeout=60)
+with database:
+    for position, hour, low, high, mean, written in (
+            (0, 0, 39000, 41000, 40000, 1000), (0, 1, 49000, 52000, 50000, 2000),
+            (0, 3, 44000, 46000, 45000, 9007199254740994), (2, 0, 30000, 32000, 31000, 5)):
+        database.execute(
+            "INSERT INTO host_history_hours (id, time, samples, temperature_min, temperature_max,"
+            " temperature_mean, written) VALUES (?, ?, 60, ?, ?, ?, ?)",
+            (position * 17544 + 1000 + hour, start + hour, low, high, mean, written))
+database.backup(sqlite3.connect(sys.argv[2]))
+END
+}
+
+# both NAME ARGUMENTS...: runs a command through the service as NAME, and without it as NAME.direct.
+both() {
+  keep "$1" corvane-host --socket "$SOCKET" "${@:2}"
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/direct.db" keep "$1.direct" corvane-host --simulate "${@:2}"
+}
+
+# Expect the same of both runs.
+both_ended() { ended "$1" "$2" && ended "$1.direct" "$2"; }
+both_said() { said "$1" "$2" && said "$1.direct" "$2"; }
+both_printed() { same "$2" "$(out "$1")" && same "$2" "$(out "$1.direct")"; }
+both_json() { valid "$1" "$1.direct" && same "$3" "$(json "$1" "$2")" && same "$3" "$(json "$1.direct" "$2")"; }
+
+DAY=(--from 2026-11-01 --to 2026-11-02)
+
+@test "history prints the recorded values of a range" {
+  both tsv history S100 temperature_celsius "${DAY[@]}" -o tsv
+  both_ended tsv 0
+  both_printed tsv "time	minimum	maximum	mean
+2026-11-01T00:00:00+00:00	39	41	40
+2026-11-01T01:00:00+00:00	49	52	50
+2026-11-01T03:00:00+00:00	44	46	45"
+  both value history a0 temperature_celsius "${DAY[@]}" -o value
+  both_printed value "40
+50
+45"
+  both hour history a0 temperature_celsius --from 2026-11-01T01:00:00Z --to 2026-11-01T02:00Z -o value
+  both_printed hour "50"
+  both bytes history a0 BYTES_WRITTEN "${DAY[@]}" -o value
+  both_printed bytes "1000
+2000
+9007199254740994"
+}
+
+@test "history shows a sparkline with a gap, and the range of the values" {
+  both table history a0 temperature_celsius "${DAY[@]}"
+  same "$(out table)" "$(out table.direct)"
+  same "TIME MINIMUM MAXIMUM MEAN" "$(out table | head -1 | xargs)"
+  same "▁█ ▅  minimum 39 °C, maximum 52 °C" "$(out table | tail -1)"
+  both ascii history a0 temperature_celsius "${DAY[@]}" --ascii
+  same "_# =  minimum 39 C, maximum 52 C" "$(out ascii | tail -1)"
+}
+
+@test "history --step combines values" {
+  both step history a0 temperature_celsius "${DAY[@]}" --step 1d -o tsv -H
+  both_printed step "2026-11-01T00:00:00+00:00	39	52	45"
+}
+
+@test "history -o json and jsonl match the schema" {
+  both json history S100 temperature_celsius "${DAY[@]}" -o json
+  both_json json '[d["result"][k] for k in ("object", "serial_number", "property", "from", "step_seconds")] + [len(d["result"]["points"])]' \
+    '["a0", "S100", "temperature_celsius", "2026-11-01T00:00:00+00:00", 3600, 3]'
+  both large history a0 written_bytes "${DAY[@]}" -o json
+  both_json large 'd["result"]["points"][2]["maximum_s"]' '"9007199254740994"'
+  both lines history S100 temperature_celsius "${DAY[@]}" -o jsonl
+  valid lines:3 lines.direct:3
+  refused json 'd["result"]["points"][0]["mean"] = None' 'del d["result"]["serial_number"]' \
+    'd["result"]["property"] = "status"'
+}
+
+@test "history shows a missing card by its serial number" {
+  both missing history GONE temperature_celsius "${DAY[@]}" -o json
+  both_json missing '[d["result"]["object"], [p["mean"] for p in d["result"]["points"]]]' '[null, [31.0]]'
+}
+
+@test "history without recorded values prints a note" {
+  both none history S200 temperature_celsius "${DAY[@]}"
+  both_ended none 0
+  both_said none "corvane-host: note: no values of a1 temperature_celsius are recorded in this range"
+  silent none out
+}
+
+@test "history rejects unknown objects, unrecorded properties and invalid times" {
+  both unknown history S900 temperature_celsius
+  both_ended unknown 3
+  both_said unknown "corvane-host: S900: no such object"
+  both drive history a0/d0 temperature_celsius
+  both_ended drive 2
+  both_said drive "corvane-host: history a0/d0: a0/d0 is not an adapter"
+  both status history a0 status
+  both_ended status 2
+  both_said status "corvane-host: history: 'status' is not a recorded property"
+  both typo history a0 temperature_celsiu
+  both_said typo "  Did you mean 'temperature_celsius'?"
+  both reversed history a0 temperature_celsius --from 1d --to 2d
+  both_ended reversed 2
+  both_said reversed "corvane-host: --to: the range ends before it starts"
+  both starts history a0 temperature_celsius --from 1d --since 1d
+  both_ended starts 2
+  both badstep history a0 temperature_celsius --step x
+  both_said badstep "corvane-host: --step: invalid duration 'x'"
+}
+
+@test "a database that cannot be used is reported" {
+  CORVANE_DATABASE=/proc/none/x.db keep broken host history a0 temperature_celsius -o json
+  ended broken 1
+  valid broken
+  same '"DATABASE_FAILED"' "$(json broken 'd["messages"][-1]["id"]')"
+}
+
+@test "output to a full device is an error" {
+  local rc=0
+  corvane-host --socket "$SOCKET" history S100 temperature_celsius "${DAY[@]}" >/dev/full || rc=$?
+  same 1 "$rc"
+}

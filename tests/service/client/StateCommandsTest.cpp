@@ -1,0 +1,78 @@
+// Problems that a service returns to the commands for its stored state.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "console/commands/All.h"
+#include "service/api/ServedCommand.h"
+#include "service/client/ServiceSession.h"
+#include "tests/service/client/FakeService.h"
+
+namespace {
+
+constexpr const char* kSession =
+    R"({"plugin": {"file": "/p.so", "module_id": 7, "interface_version": 2}, "up": true,)"
+    R"( "reason": "", "has_cards": true, "lost_threads": 0, "start_seconds": 1.5,)"
+    R"( "newest_event": 7})";
+constexpr const char* kKnownCards =
+    R"({"cards": [{"serial_number": "S1", "position": "a0", "present": false,)"
+    R"( "first_seen": "2026-11-01T00:00:00+00:00", "last_seen": "2026-11-02T00:00:00+00:00",)"
+    R"( "name": "Board", "product": "", "pci_address": "", "pci_slot": null,)"
+    R"( "size_bytes": null}]})";
+
+// A service that knows one missing card, and has `last` as its reply to the command's own request.
+ClientTest::Behavior Respond(const std::string& request, const ClientTest::Behavior& last) {
+  const auto starts = [&request](const std::string& text) { return request.rfind(text, 0) == 0; };
+  if (starts("GET /v1/session ")) return ClientTest::Json(kSession);
+  if (starts("POST /v1/session ")) {
+    return ClientTest::Json(R"({"result": 0, "payload": [{"id": 5}]})");
+  }
+  if (starts("GET /v1/known-cards ")) return ClientTest::Json(kKnownCards);
+  if (starts("GET /v1/acknowledgments ")) return ClientTest::Json(R"({"acknowledgments": []})");
+  return last;
+}
+
+class StateCommand : public testing::Test {
+ protected:
+  // Returns the exit code and id of the failure, such as "6 PERMISSION_DENIED".
+  std::string FailureOf(const std::vector<std::string>& words, const ClientTest::Behavior& last) {
+    const ClientTest::FakeService service(
+        [last](const std::string& request) { return Respond(request, last); });
+    const auto open = [&service](const Console::SessionRequest& request) {
+      return std::make_unique<Service::ServiceSession>(service.Socket(), request.m_EventLog,
+                                                       request.m_Limits);
+    };
+    std::string result;
+    try {
+      result = Service::RunCommand(Console::AllCommands(), words, m_Stream, open);
+    } catch (const Console::Failure& failure) {
+      result = std::to_string(static_cast<int>(failure.m_Code)) + " " + failure.m_Id;
+    }
+    m_Requests = service.Requests();
+    return result;
+  }
+
+  const Console::ResultStream m_Stream{true};  // the test prints to standard error
+  std::vector<std::string> m_Requests;         // of the last command
+};
+
+using Words = std::vector<std::string>;
+
+const Words kHistory = {"history", "S1", "read_bytes"};
+
+TEST_F(StateCommand, RejectsUnusableReplies) {
+  const auto invalid = ClientTest::Json(R"({"step_seconds": 60, "points": [{"time": "now"}]})");
+  EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kHistory, invalid));
+  const auto step = ClientTest::Json(R"({"step_seconds": 0, "points": []})");
+  EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kHistory, step));
+}
+
+TEST_F(StateCommand, ReportsAnUnusableDatabase) {
+  EXPECT_EQ("1 DATABASE_UNUSABLE",
+            FailureOf(kHistory, ClientTest::Problem(500, "DATABASE_UNUSABLE", "locked")));
+}
+
+}  // namespace
