@@ -23,6 +23,26 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr long kOk = 200;
+constexpr long kCreated = 201;
+
+// A result and the id of the problem that represents it.
+template <class Result>
+using ProblemResult = std::pair<const char*, Result>;
+
+constexpr ProblemResult<AcknowledgeResult> kAcknowledgeProblems[] = {
+    {"UNKNOWN_CARD", AcknowledgeResult::UnknownCard},
+    {"UNKNOWN_REASON", AcknowledgeResult::UnknownReason},
+};
+
+template <class Result, std::size_t count>
+std::optional<Result> FindResult(const ProblemResult<Result> (&rows)[count],
+                                 const HttpReply& reply) {
+  const std::string id = ProblemId(reply);
+  for (const auto& [name, result] : rows) {
+    if (id == name) return result;
+  }
+  return std::nullopt;
+}
 
 std::uint64_t TimeOf(const Json& json, const char* name) {
   return Console::ParseTimestamp(name, json.at(name).get<std::string>(), Console::NowMs());
@@ -47,6 +67,17 @@ KnownCard CardOf(const Json& json) {
   card.m_Slot = NumberOf(json, "pci_slot");
   card.m_SizeBytes = NumberOf(json, "size_bytes");
   return card;
+}
+
+Acknowledgment AcknowledgmentOf(const Json& json) {
+  Acknowledgment acknowledgment;
+  acknowledgment.m_SerialNumber = json.at("serial_number");
+  acknowledgment.m_Reason = json.at("reason");
+  acknowledgment.m_User = json.at("user");
+  acknowledgment.m_Time = TimeOf(json, "time");
+  if (!json.at("until").is_null()) acknowledgment.m_Until = TimeOf(json, "until");
+  acknowledgment.m_Note = json.at("note");
+  return acknowledgment;
 }
 
 // Whether the points are in order and within the limit, also counting steps without a point.
@@ -79,6 +110,13 @@ std::vector<Element> ListOf(const Json& list, Element (*parse)(const Json&)) {
   return elements;
 }
 
+std::string BodyOf(const Acknowledgment& acknowledgment) {
+  Json body = {{"reason", acknowledgment.m_Reason}};
+  if (!acknowledgment.m_Note.empty()) body["note"] = acknowledgment.m_Note;
+  if (acknowledgment.m_Until) body["until"] = Console::TimeText(*acknowledgment.m_Until);
+  return body.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 std::string CardPath(const std::string& serial, const char* resource) {
   return "/v1/cards/" + Escaped(serial) + resource;
 }
@@ -105,11 +143,33 @@ class ServedState : public StoredState {
     return Parse(reply, kOk, SeriesOf);
   }
 
+  std::vector<Acknowledgment> Acknowledgments() override {
+    return Parse(Get("/v1/acknowledgments"), kOk, [](const Json& json) {
+      return ListOf(json.at("acknowledgments"), AcknowledgmentOf);
+    });
+  }
+
+  AcknowledgeResult Acknowledge(Acknowledgment& acknowledgment) override {
+    HttpRequest request = ChangeOf(CardPath(acknowledgment.m_SerialNumber, "/ack"));
+    request.m_Body = BodyOf(acknowledgment);
+    const HttpReply reply = m_Session.Exchange(request);
+    if (const auto result = FindResult(kAcknowledgeProblems, reply)) return *result;
+    acknowledgment = Parse(reply, kCreated, AcknowledgmentOf);
+    return AcknowledgeResult::Done;
+  }
+
  private:
   HttpReply Get(std::string path) {
     HttpRequest request;
     request.m_Path = std::move(path);
     return m_Session.Exchange(request);
+  }
+
+  static HttpRequest ChangeOf(std::string path) {
+    HttpRequest request;
+    request.m_Path = std::move(path);
+    request.m_IsChange = true;
+    return request;
   }
 
   void Require(const HttpReply& reply, long status) const {

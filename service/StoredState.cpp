@@ -1,8 +1,12 @@
 #include "service/StoredState.h"
 
+#include <unistd.h>
+
 #include "console/base/Failure.h"
+#include "console/base/Timestamp.h"
 #include "console/plugin/EventLogClient.h"
 #include "host/Database.h"
+#include "service/UserName.h"
 #include "service/client/ServiceSession.h"
 
 namespace Service {
@@ -28,6 +32,16 @@ class DatabaseState : public StoredState {
 
   std::optional<HistorySeries> History(const HistoryQuery& query) override {
     return UseDatabase([&] { return m_Store.History(query); });
+  }
+
+  std::vector<Acknowledgment> Acknowledgments() override {
+    return UseDatabase([&] { return m_Store.Acknowledgments(Console::NowMs()); });
+  }
+
+  AcknowledgeResult Acknowledge(Acknowledgment& acknowledgment) override {
+    acknowledgment.m_User = UserName(geteuid());
+    acknowledgment.m_Time = Console::NowMs();
+    return UseDatabase([&] { return m_Store.Acknowledge(acknowledgment); });
   }
 
  private:

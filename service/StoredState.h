@@ -23,6 +23,12 @@ class StoredState {
 
   // Returns std::nullopt if the card is not known.
   virtual std::optional<HistorySeries> History(const HistoryQuery& query) = 0;
+
+  // Returns the acknowledgments in effect.
+  virtual std::vector<Acknowledgment> Acknowledgments() = 0;
+
+  // Replaces an acknowledgment of the same card and reason. Sets the user and the time.
+  virtual AcknowledgeResult Acknowledge(Acknowledgment& acknowledgment) = 0;
 };
 
 // The session must outlive the result.

@@ -32,6 +32,8 @@ struct Options {
   std::string m_From;
   std::string m_To;
   std::string m_Step;
+  std::string m_Until;
+  std::string m_Note;
   std::string m_Limit;
   std::string m_Timeout;
   std::string m_TextFile;

@@ -88,6 +88,15 @@ std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::u
       {"Valid: 15m, 1h or 2d ago, today, yesterday, 2026-11-20 or 2026-11-20T05:31:00Z."});
 }
 
+std::uint64_t ParseEndTime(const char* option, const std::string& text, std::uint64_t nowMs) {
+  if (const auto duration = ReadDuration(text)) {
+    return nowMs + static_cast<std::uint64_t>(duration->count());
+  }
+  const std::uint64_t end = ParseTimestamp(option, text, nowMs);
+  if (end <= nowMs) throw UsageFailure(fmt::format("{}: the time is in the past", option));
+  return end;
+}
+
 std::string SinceText(std::uint64_t sinceMs, std::uint64_t nowMs) {
   const auto since = fmt::gmtime(static_cast<std::time_t>(sinceMs / kSecond));
   const std::string time = sinceMs / kDay == nowMs / kDay ? fmt::format("{:%H:%M}", since)

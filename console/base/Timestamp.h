@@ -22,6 +22,10 @@ std::optional<std::uint64_t> ReadDay(const std::string& text);
 // `Failure` that names `option`.
 std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::uint64_t nowMs);
 
+// Parses a duration from now, or a time in the future in a form that `ParseTimestamp` accepts.
+// Returns milliseconds since the epoch. For any other text, throws a `Failure` that names `option`.
+std::uint64_t ParseEndTime(const char* option, const std::string& text, std::uint64_t nowMs);
+
 // Formats a time in UTC with its age: "05:31, 15 min" for today, "2026-11-20 05:31, 26 h" for an
 // earlier day.
 std::string SinceText(std::uint64_t sinceMs, std::uint64_t nowMs);

@@ -11,6 +11,7 @@
 #include "console/cli/CompletionScripts.h"
 #include "console/cli/HelpTopics.h"
 #include "console/cli/OptionTable.h"
+#include "console/model/AcknowledgeableReasons.h"
 #include "console/model/Condition.h"
 #include "console/model/NameIndex.h"
 #include "console/model/PropertyName.h"
@@ -227,6 +228,10 @@ Candidates Identifiers(const Line&) {
   return Choices(AllNames());
 }
 
+Candidates Reasons(const Line&) {
+  return Choices(AcknowledgeableReasons());
+}
+
 Candidates Tables(const Line&) {
   return Choices(RowTableNames());
 }
@@ -244,12 +249,14 @@ struct ArgumentRow {
 
 // Completion functions for the argument words in the command table; choices such as a|b need no
 // row.
+// clang-format off
 constexpr ArgumentRow kArguments[] = {
     {"OBJ", AnyObject},
     {"DRIVE", Drives},
     {"PROP", Properties},
     {"PROP=VALUE", SettableProperties},
     {"COND", Conditions},
+    {"REASON", Reasons},
     {"OP", ObjectOperations},
     {"ARG=VALUE", OperationArguments},
     {"ID", Identifiers},
@@ -257,6 +264,7 @@ constexpr ArgumentRow kArguments[] = {
     {"TABLE", Tables},
     {"COMMAND", Commands},
 };
+// clang-format on
 
 Candidates ArgumentCandidates(const Line& line) {
   if (line.m_Verb.empty()) return Commands(line);

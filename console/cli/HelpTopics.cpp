@@ -17,6 +17,8 @@ constexpr ArgumentText kArguments[] = {
     {"on|off",    "the new state of the locate LED"},
     {"COND",      "ok, warning, failed, attached, detached, gone, present, or a comparison with a "
                   "property: 'temperature_celsius<70'; operators are = != < <= > >="},
+    {"REASON",    "a reason as printed by status, such as TEMPERATURE_ABOVE_WARN, or MISSING or "
+                  "UNREADABLE for a complete card"},
     {"TABLE",     "adapter, drive or plugin (default: all)"},
     {"ID",        "a number (10972), a name (CTRL_PNPADD) or a property name "
                   "(temperature_celsius)"},

@@ -23,6 +23,7 @@
   ROW(Online) \
   ROW(Offline) \
   ROW(Op) \
+  ROW(Ack) \
   ROW(Serve) \
   ROW(Metrics) \
   ROW(Explain) \

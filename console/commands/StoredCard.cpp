@@ -41,4 +41,10 @@ std::optional<Service::KnownCard> FindKnownCard(Service::StoredState& state,
   return std::nullopt;
 }
 
+Failure UnknownCardFailure(const std::string& what) {
+  return Failure(
+      ExitCode::NoObject, "UNKNOWN_CARD", what, "the card is not in the database",
+      {"A service adds each card that it sees: corvane-host serve", "Nothing was changed."});
+}
+
 }  // namespace Console

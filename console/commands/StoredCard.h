@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "console/base/Failure.h"
 #include "console/model/Model.h"
 #include "service/StoredState.h"
 
@@ -26,5 +27,8 @@ StoredCard SelectStoredCard(const Model& model, Service::StoredState& state, con
 // Returns the known card with this serial number, or empty.
 std::optional<Service::KnownCard> FindKnownCard(Service::StoredState& state,
                                                 const std::string& serial);
+
+// Returns the failure of the action `what` on a card that the stored state does not contain.
+Failure UnknownCardFailure(const std::string& what);
 
 }  // namespace Console

@@ -1,7 +1,6 @@
 #include "service/api/StateApi.h"
 
 #include <fmt/format.h>
-#include <pwd.h>
 
 #include <memory>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include "console/base/Duration.h"
 #include "console/base/Timestamp.h"
+#include "service/UserName.h"
 #include "service/api/Documents.h"
 #include "service/state/HistoryFields.h"
 
@@ -111,16 +111,6 @@ Response MakeList(const char* name, const std::vector<Element>& elements) {
   return MakeJson(200, {{name, list}});
 }
 
-// Returns the user's name, or the user ID of a user without a name.
-std::string UserName(uid_t user) {
-  char buffer[16384];
-  passwd entry = {};
-  passwd* found = nullptr;
-  const bool isKnown =
-      getpwuid_r(user, &entry, buffer, sizeof buffer, &found) == 0 && found != nullptr;
-  return isKnown ? found->pw_name : std::to_string(user);
-}
-
 // Returns the time in a query parameter, or `otherwise` if it is missing. Throws
 // `Console::Failure`.
 std::uint64_t TimeOf(const Request& request, const char* name, std::uint64_t otherwise) {
@@ -158,16 +148,6 @@ Reply ReadHistory(const ApiContext& api, const Request& request) {
       });
 }
 
-// Parses a duration from now, or a time in the future. Throws `Console::Failure`.
-std::uint64_t EndOf(const std::string& text, std::uint64_t nowMs) {
-  if (const auto duration = Console::ReadDuration(text)) {
-    return nowMs + static_cast<std::uint64_t>(duration->count());
-  }
-  const std::uint64_t end = Console::ParseTimestamp("until", text, nowMs);
-  if (end <= nowMs) throw Console::UsageFailure("until: the time is in the past");
-  return end;
-}
-
 Acknowledgment AcknowledgmentOf(const Request& request) {
   const Json body = Json::parse(request.m_Body);
   Acknowledgment acknowledgment;
@@ -176,7 +156,8 @@ Acknowledgment AcknowledgmentOf(const Request& request) {
   acknowledgment.m_Time = Console::NowMs();
   acknowledgment.m_Note = body.value("note", "");
   if (body.contains("until")) {
-    acknowledgment.m_Until = EndOf(body.at("until"), acknowledgment.m_Time);
+    acknowledgment.m_Until =
+        Console::ParseEndTime("until", body.at("until"), acknowledgment.m_Time);
   }
   return acknowledgment;
 }

@@ -1,10 +1,9 @@
 #include "service/state/Acknowledgments.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 
-#include "hostkit/Texts.h"
+#include "console/model/AcknowledgeableReasons.h"
 #include "service/state/CardRows.h"
 
 namespace Service {
@@ -12,8 +11,6 @@ namespace {
 
 using HostKit::Connection;
 using HostKit::Statement;
-
-constexpr std::array kCardReasons = {"MISSING", "UNREADABLE"};
 
 // Caps the time, because SQLite's integers are signed.
 std::int64_t TimeCell(std::uint64_t timeMs) {
@@ -37,12 +34,8 @@ Acknowledgment AcknowledgmentOf(const Statement& row) {
 }  // namespace
 
 bool IsAcknowledgeable(const std::string& reason) {
-  using HostKit::Family;
-  const bool isOfCard =
-      std::find(kCardReasons.begin(), kCardReasons.end(), reason) != kCardReasons.end();
-  const std::uint32_t number = HostKit::NumberOf(Family::Value, reason);
-  const bool isName = HostKit::NameOf(Family::Value, number) == reason;
-  return isOfCard || (isName && HostKit::StatusOf(number) != PI::Value::UNDEFINED);
+  const std::vector<std::string>& names = Console::AcknowledgeableReasons();
+  return std::find(names.begin(), names.end(), reason) != names.end();
 }
 
 AcknowledgeResult WriteAcknowledgment(Connection& connection,

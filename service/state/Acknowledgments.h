@@ -22,8 +22,7 @@ struct Acknowledgment {
 
 enum class AcknowledgeResult { Done, UnknownCard, UnknownReason };
 
-// Whether `reason` names a reason for an adapter's status, such as "TEMPERATURE_ABOVE_WARN", or a
-// state of the complete card: "MISSING" or "UNREADABLE".
+// Whether `Console::AcknowledgeableReasons` contains the reason.
 bool IsAcknowledgeable(const std::string& reason);
 
 // An acknowledgment stays in effect when its reason ends and recurs. It ends when it expires, when

@@ -8,6 +8,7 @@ WORDS = {
     "PROP=VALUE": "poll_interval=15",
     "on|off": "off",
     "COND": "attached",
+    "REASON": "MISSING",
     "ID": "CTRL_NORMAL",
     "SHELL": "bash",
     "list|check|run": "list",

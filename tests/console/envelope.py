@@ -50,7 +50,7 @@ WITHOUT_PLUGIN = {"explain", "completion", "help", "version"}
 # Commands that print a result even if the plug-in cannot be used.
 ANSWERS_ANYWAY = {"metrics"}
 # Commands that need a card that a service has recorded.
-NEED_RECORDED_CARD = {"history"}
+NEED_RECORDED_CARD = {"history", "ack"}
 # The command with the exit codes of monitoring plug-ins.
 CHECK = "check"
 UNKNOWN = 3
@@ -92,7 +92,9 @@ EXCEPTIONS = {
     ("no database", "rows"): (1, "DATABASE_FAILED"),
     # No service has used the database.
     ("success", "history"): (0, "NO_HISTORY"),
+    ("success", "ack"): (3, "UNKNOWN_CARD"),
     ("no database", "history"): (1, "DATABASE_FAILED"),
+    ("no database", "ack"): (1, "DATABASE_FAILED"),
     ("no database", "metrics"): (0, "DATABASE_FAILED"),
 }
 

@@ -144,6 +144,38 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   both_said badstep "corvane-host: --step: invalid duration 'x'"
 }
 
+@test "ack --until accepts a duration, and a missing card is acknowledged by its serial number" {
+  both gone ack GONE MISSING --until 2d -o json
+  both_json gone '[d["result"]["object"], d["result"]["changed"]]' '[null, true]'
+  local name end
+  for name in gone gone.direct; do
+    end=$(date -d "$(json "$name" 'd["result"]["acknowledgment"]["until"]' | tr -d '"')" +%s)
+    [ $((end - $(date +%s))) -gt $((47 * 3600)) ]
+    [ $((end - $(date +%s))) -le $((48 * 3600 + 1)) ]
+  done
+}
+
+@test "ack rejects unknown cards and reasons, and times in the past" {
+  both unknown ack S900 MISSING
+  both_ended unknown 3
+  both_said unknown "corvane-host: S900: no such object"
+  both reason ack a0 MISING
+  both_ended reason 2
+  both_said reason "corvane-host: ack: 'MISING' is not a reason"
+  both_said reason "  Did you mean 'MISSING'?"
+  both past ack a0 MISSING --until 2020-01-01
+  both_ended past 2
+  both_said past "corvane-host: --until: the time is in the past"
+}
+
+@test "without a service, ack refuses a database in use and a card that was never recorded" {
+  keep held host ack a0 MISSING
+  ended held 4
+  CORVANE_DATABASE=:memory: keep fresh host ack a0 MISSING
+  ended fresh 3
+  said fresh "corvane-host: ack a0: the card is not in the database"
+}
+
 @test "a database that cannot be used is reported" {
   CORVANE_DATABASE=/proc/none/x.db keep broken host history a0 temperature_celsius -o json
   ended broken 1

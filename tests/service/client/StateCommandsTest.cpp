@@ -61,13 +61,30 @@ class StateCommand : public testing::Test {
 
 using Words = std::vector<std::string>;
 
+const Words kAck = {"ack", "S1", "MISSING"};
 const Words kHistory = {"history", "S1", "read_bytes"};
+
+TEST_F(StateCommand, FailsWithoutPermissionForChanges) {
+  const auto denied = ClientTest::Problem(403, "PERMISSION_DENIED", "not permitted");
+  EXPECT_EQ("6 PERMISSION_DENIED", FailureOf(kAck, denied));
+}
+
+TEST_F(StateCommand, ReportsACardThatAnotherClientHasForgotten) {
+  const auto unknown = ClientTest::Problem(404, "UNKNOWN_CARD", "never seen");
+  EXPECT_EQ("3 UNKNOWN_CARD", FailureOf(kAck, unknown));
+}
+
+TEST_F(StateCommand, ReportsAReasonThatTheServiceDoesNotKnow) {
+  EXPECT_EQ("2 UNKNOWN_REASON",
+            FailureOf(kAck, ClientTest::Problem(400, "UNKNOWN_REASON", "not a reason")));
+}
 
 TEST_F(StateCommand, RejectsUnusableReplies) {
   const auto invalid = ClientTest::Json(R"({"step_seconds": 60, "points": [{"time": "now"}]})");
   EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kHistory, invalid));
   const auto step = ClientTest::Json(R"({"step_seconds": 0, "points": []})");
   EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kHistory, step));
+  EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kAck, ClientTest::Json("{}", 201)));
 }
 
 TEST_F(StateCommand, ReportsAnUnusableDatabase) {

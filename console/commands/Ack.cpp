@@ -1,0 +1,84 @@
+// ack: acknowledge a problem of a card.
+#include "console/base/Timestamp.h"
+#include "console/cli/CommandTable.h"
+#include "console/commands/Acknowledged.h"
+#include "console/commands/StoredCard.h"
+#include "console/report/CommandContext.h"
+
+namespace Console {
+namespace {
+
+using Service::Acknowledgment;
+
+constexpr std::size_t kMaxNoteBytes = 1000;
+
+// Returns the end in whole seconds, rounded up, so that it is still in the future.
+std::optional<std::uint64_t> EndOf(const std::string& until) {
+  constexpr std::uint64_t kSecondMs = 1000;
+  if (until.empty()) return std::nullopt;
+  const std::uint64_t end = ParseEndTime("--until", until, NowMs());
+  return (end + kSecondMs - 1) / kSecondMs * kSecondMs;
+}
+
+Acknowledgment RequestOf(const Context& context) {
+  Acknowledgment request;
+  request.m_Reason = RequireReason(context.m_Command, context.m_Arguments[1]);
+  request.m_Until = EndOf(context.m_Options.m_Until);
+  request.m_Note = context.m_Options.m_Note;
+  if (request.m_Note.size() > kMaxNoteBytes) {
+    throw UsageFailure("--note: longer than 1,000 bytes");
+  }
+  return request;
+}
+
+bool IsSame(const Acknowledgment& one, const Acknowledgment& other) {
+  return one.m_Until == other.m_Until && one.m_Note == other.m_Note;
+}
+
+CommandResult Run(Context& context) {
+  Acknowledgment request = RequestOf(context);
+  const Model model = context.Objects();
+  const auto state = Service::OpenStoredState(context.Open());
+  const StoredCard card = SelectStoredCard(model, *state, "ack", context.m_Arguments[0]);
+  request.m_SerialNumber = card.m_SerialNumber;
+  const auto before = FindAcknowledgment(*state, card.m_SerialNumber, request.m_Reason);
+  if (before && IsSame(*before, request)) {
+    return AcknowledgedResult(card, request.m_Reason, before, false);
+  }
+  switch (state->Acknowledge(request)) {
+    case Service::AcknowledgeResult::UnknownCard:
+      throw UnknownCardFailure("ack " + card.Shown());
+    case Service::AcknowledgeResult::UnknownReason:
+      throw UnknownReasonFailure(context.m_Command, request.m_Reason);
+    case Service::AcknowledgeResult::Done:
+      break;
+  }
+  return AcknowledgedResult(card, request.m_Reason, request, true);
+}
+
+}  // namespace
+
+Command AckCommand() {
+  Command command;
+  command.m_Group = Group::Change;
+  command.m_Name = "ack";
+  command.m_Arguments = "OBJ REASON";
+  command.m_Min = 2;
+  command.m_Max = 2;
+  command.m_Summary = "acknowledge a problem of a card";
+  command.m_OutputFormats = {"table", "tsv", "json"};
+  command.m_Options = {"--until", "--note"};
+  command.m_Run = Run;
+  command.m_Description =
+      "Records who acknowledged the problem, when and until when, and replaces an earlier "
+      "acknowledgment of the same problem. The acknowledgment stays in effect when the problem "
+      "ends "
+      "and returns. OBJ is an adapter or the serial number of a missing card.";
+  command.m_Exits = {{2, "no such reason"}, {3, "no such card, or no service has recorded it"}};
+  command.m_Examples = {{"ack a1 TEMPERATURE_ABOVE_WARN --until 2d --note 'fan ordered'",
+                         "acknowledge a known problem for two days", true},
+                        {"ack FA00000003 MISSING", "acknowledge that a card was removed"}};
+  return command;
+}
+
+}  // namespace Console

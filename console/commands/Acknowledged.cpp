@@ -1,0 +1,89 @@
+#include "console/commands/Acknowledged.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "base/Printable.h"
+#include "console/base/Timestamp.h"
+#include "console/model/AcknowledgeableReasons.h"
+
+namespace Console {
+namespace {
+
+using Service::Acknowledgment;
+
+std::string EndText(const Acknowledgment& acknowledgment) {
+  return acknowledgment.m_Until ? TimeText(*acknowledgment.m_Until) : "-";
+}
+
+Json ToJson(const Acknowledgment& acknowledgment) {
+  return {{"user", acknowledgment.m_User},
+          {"time", TimeText(acknowledgment.m_Time)},
+          {"until", acknowledgment.m_Until ? Json(TimeText(*acknowledgment.m_Until)) : Json()},
+          {"note", acknowledgment.m_Note}};
+}
+
+std::string TextOf(const std::optional<Acknowledgment>& now, bool changed) {
+  if (!now) return changed ? "acknowledgment removed" : "not acknowledged";
+  std::string text = changed ? "acknowledged" : "already acknowledged";
+  if (now->m_Until) text += " until " + TimeText(*now->m_Until);
+  text += " by " + now->m_User;
+  return now->m_Note.empty() ? text : text + ": " + now->m_Note;
+}
+
+Row RowOf(const StoredCard& card, const std::string& reason,
+          const std::optional<Acknowledgment>& now) {
+  Row row{{TextCell(card.Shown()), TextCell(card.m_SerialNumber), TextCell(reason)}, std::nullopt};
+  const Acknowledgment none;
+  const auto cell = [](const std::string& text) { return TextCell(text.empty() ? "-" : text); };
+  row.m_Cells.push_back(cell(now.value_or(none).m_User));
+  row.m_Cells.push_back(cell(now ? TimeText(now->m_Time) : ""));
+  row.m_Cells.push_back(cell(now ? EndText(*now) : ""));
+  row.m_Cells.push_back(cell(now.value_or(none).m_Note));
+  return row;
+}
+
+}  // namespace
+
+const std::string& RequireReason(const std::string& command, const std::string& reason) {
+  const std::vector<std::string>& reasons = AcknowledgeableReasons();
+  if (std::find(reasons.begin(), reasons.end(), reason) != reasons.end()) return reason;
+  throw UnknownReasonFailure(command, reason);
+}
+
+Failure UnknownReasonFailure(const std::string& command, const std::string& reason) {
+  std::vector<std::string> advice = DidYouMean(reason, AcknowledgeableReasons());
+  advice.emplace_back("The reasons of a card are printed by: corvane-host status");
+  return Failure(ExitCode::Usage, "UNKNOWN_REASON", command,
+                 fmt::format("'{}' is not a reason", reason), advice);
+}
+
+std::optional<Acknowledgment> FindAcknowledgment(Service::StoredState& state,
+                                                 const std::string& serial,
+                                                 const std::string& reason) {
+  for (const Acknowledgment& each : state.Acknowledgments()) {
+    if (each.m_SerialNumber == serial && each.m_Reason == reason) return each;
+  }
+  return std::nullopt;
+}
+
+CommandResult AcknowledgedResult(const StoredCard& card, const std::string& reason,
+                                 const std::optional<Acknowledgment>& now, bool changed) {
+  CommandResult result;
+  result.m_Json = {{"object", card.m_Selector.empty() ? Json() : Json(card.m_Selector)},
+                   {"serial_number", card.m_SerialNumber},
+                   {"reason", reason},
+                   {"acknowledgment", now ? ToJson(*now) : Json()},
+                   {"changed", changed}};
+  result.m_Text =
+      Base::Printable(fmt::format("{} {}: {}", card.Shown(), reason, TextOf(now, changed))) + "\n";
+  result.m_Table.m_Columns = {{"OBJECT", "object", false}, {"SERIAL", "serial_number", false},
+                              {"REASON", "reason", false}, {"USER", "user", false},
+                              {"TIME", "time", false},     {"UNTIL", "until", false},
+                              {"NOTE", "note", false}};
+  result.m_Table.m_Rows = {RowOf(card, reason, now)};
+  return result;
+}
+
+}  // namespace Console
