@@ -24,6 +24,7 @@ using Json = nlohmann::json;
 
 constexpr long kOk = 200;
 constexpr long kCreated = 201;
+constexpr long kNoContent = 204;
 
 // A result and the id of the problem that represents it.
 template <class Result>
@@ -158,6 +159,13 @@ class ServedState : public StoredState {
     return AcknowledgeResult::Done;
   }
 
+  bool Unacknowledge(const std::string& serial, const std::string& reason) override {
+    const HttpReply reply = Delete(CardPath(serial, "/ack?reason=") + Escaped(reason));
+    if (ProblemId(reply) == "NOT_ACKNOWLEDGED") return false;
+    Require(reply, kNoContent);
+    return true;
+  }
+
  private:
   HttpReply Get(std::string path) {
     HttpRequest request;
@@ -170,6 +178,12 @@ class ServedState : public StoredState {
     request.m_Path = std::move(path);
     request.m_IsChange = true;
     return request;
+  }
+
+  HttpReply Delete(std::string path) {
+    HttpRequest request = ChangeOf(std::move(path));
+    request.m_IsDelete = true;
+    return m_Session.Exchange(request);
   }
 
   void Require(const HttpReply& reply, long status) const {

@@ -44,6 +44,10 @@ class DatabaseState : public StoredState {
     return UseDatabase([&] { return m_Store.Acknowledge(acknowledgment); });
   }
 
+  bool Unacknowledge(const std::string& serial, const std::string& reason) override {
+    return UseDatabase([&] { return m_Store.Unacknowledge(serial, reason, Console::NowMs()); });
+  }
+
  private:
   StateStore m_Store;
 };

@@ -29,6 +29,9 @@ class StoredState {
 
   // Replaces an acknowledgment of the same card and reason. Sets the user and the time.
   virtual AcknowledgeResult Acknowledge(Acknowledgment& acknowledgment) = 0;
+
+  // Returns false if no such acknowledgment was in effect.
+  virtual bool Unacknowledge(const std::string& serial, const std::string& reason) = 0;
 };
 
 // The session must outlive the result.

@@ -24,6 +24,7 @@
   ROW(Offline) \
   ROW(Op) \
   ROW(Ack) \
+  ROW(Unack) \
   ROW(Serve) \
   ROW(Metrics) \
   ROW(Explain) \

@@ -70,6 +70,7 @@ std::optional<HttpReply> HttpClient::Send(const HttpRequest& request,
     SetOption(m_Easy, CURLOPT_HTTPGET, 1L);
     SetOption(m_Easy, CURLOPT_HTTPHEADER, static_cast<curl_slist*>(nullptr));
   }
+  SetOption(m_Easy, CURLOPT_CUSTOMREQUEST, request.m_IsDelete ? "DELETE" : nullptr);
   m_Body.clear();
   const auto code = Perform(request, deadline);
   if (!code) return std::nullopt;

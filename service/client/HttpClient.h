@@ -21,6 +21,7 @@ struct HttpReply {
 struct HttpRequest {
   std::string m_Path;                 // with the query
   std::optional<std::string> m_Body;  // JSON, sent with POST; empty: GET
+  bool m_IsDelete = false;            // DELETE instead of GET
   // A change may take effect even without a reply, so it is sent at most once.
   bool m_IsChange = false;
   Console::OnStop m_OnStop = Console::OnStop::Abandon;  // effect of a stop signal

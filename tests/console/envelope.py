@@ -95,6 +95,7 @@ EXCEPTIONS = {
     ("success", "ack"): (3, "UNKNOWN_CARD"),
     ("no database", "history"): (1, "DATABASE_FAILED"),
     ("no database", "ack"): (1, "DATABASE_FAILED"),
+    ("no database", "unack"): (1, "DATABASE_FAILED"),
     ("no database", "metrics"): (0, "DATABASE_FAILED"),
 }
 

@@ -100,6 +100,7 @@ MORE = [
     ["ack", "a0", "HOSTILE"],
     ["ack", "a0", "MISSING", "--until", "HOSTILE"],
     ["ack", "a0", "MISSING", "--note", "HOSTILE"],
+    ["unack", "a0", "HOSTILE"],
     ["completion", "HOSTILE"],
     ["help", "HOSTILE"],
     ["complete", "--", "show", ""],

@@ -144,6 +144,27 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   both_said badstep "corvane-host: --step: invalid duration 'x'"
 }
 
+@test "ack and unack change an acknowledgment once" {
+  both first ack a1 TEMPERATURE_ABOVE_WARN --note "fan ordered"
+  both_ended first 0
+  both_printed first "a1 TEMPERATURE_ABOVE_WARN: acknowledged by $(id -un): fan ordered"
+  both again ack S200 TEMPERATURE_ABOVE_WARN --note "fan ordered" -o json
+  both_json again '[d["result"][k] for k in ("object", "serial_number", "reason", "changed")]' \
+    '["a1", "S200", "TEMPERATURE_ABOVE_WARN", false]'
+  both other ack a1 TEMPERATURE_ABOVE_WARN --until 2099-11-30T12:00:00Z -o json
+  both_json other '[d["result"]["changed"], d["result"]["acknowledgment"]["until"], d["result"]["acknowledgment"]["note"]]' \
+    '[true, "2099-11-30T12:00:00+00:00", ""]'
+  refused other 'd["result"]["acknowledgment"]["until"] = "never"' 'del d["result"]["changed"]'
+  ask listed GET /v1/acknowledgments
+  same '[["S200", "TEMPERATURE_ABOVE_WARN", "2099-11-30T12:00:00+00:00"]]' \
+    "$(json listed '[[a[k] for k in ("serial_number", "reason", "until")] for a in d["acknowledgments"]]')"
+  both removed unack a1 TEMPERATURE_ABOVE_WARN -o json
+  both_json removed '[d["result"]["acknowledgment"], d["result"]["changed"]]' '[null, true]'
+  both none unack a1 TEMPERATURE_ABOVE_WARN -o json
+  both_ended none 0
+  both_json none '[d["result"]["acknowledgment"], d["result"]["changed"]]' '[null, false]'
+}
+
 @test "ack --until accepts a duration, and a missing card is acknowledged by its serial number" {
   both gone ack GONE MISSING --until 2d -o json
   both_json gone '[d["result"]["object"], d["result"]["changed"]]' '[null, true]'
@@ -163,6 +184,8 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   both_ended reason 2
   both_said reason "corvane-host: ack: 'MISING' is not a reason"
   both_said reason "  Did you mean 'MISSING'?"
+  both unreason unack a0 OK
+  both_ended unreason 2
   both past ack a0 MISSING --until 2020-01-01
   both_ended past 2
   both_said past "corvane-host: --until: the time is in the past"

@@ -62,11 +62,13 @@ class StateCommand : public testing::Test {
 using Words = std::vector<std::string>;
 
 const Words kAck = {"ack", "S1", "MISSING"};
+const Words kUnack = {"unack", "S1", "MISSING"};
 const Words kHistory = {"history", "S1", "read_bytes"};
 
 TEST_F(StateCommand, FailsWithoutPermissionForChanges) {
   const auto denied = ClientTest::Problem(403, "PERMISSION_DENIED", "not permitted");
   EXPECT_EQ("6 PERMISSION_DENIED", FailureOf(kAck, denied));
+  EXPECT_EQ("6 PERMISSION_DENIED", FailureOf(kUnack, denied));
 }
 
 TEST_F(StateCommand, ReportsACardThatAnotherClientHasForgotten) {
