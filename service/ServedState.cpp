@@ -35,6 +35,11 @@ constexpr ProblemResult<AcknowledgeResult> kAcknowledgeProblems[] = {
     {"UNKNOWN_REASON", AcknowledgeResult::UnknownReason},
 };
 
+constexpr ProblemResult<ForgetResult> kForgetProblems[] = {
+    {"UNKNOWN_CARD", ForgetResult::UnknownCard},
+    {"CARD_PRESENT", ForgetResult::CardIsPresent},
+};
+
 template <class Result, std::size_t count>
 std::optional<Result> FindResult(const ProblemResult<Result> (&rows)[count],
                                  const HttpReply& reply) {
@@ -164,6 +169,13 @@ class ServedState : public StoredState {
     if (ProblemId(reply) == "NOT_ACKNOWLEDGED") return false;
     Require(reply, kNoContent);
     return true;
+  }
+
+  ForgetResult Forget(const std::string& serial) override {
+    const HttpReply reply = Delete(CardPath(serial, ""));
+    if (const auto result = FindResult(kForgetProblems, reply)) return *result;
+    Require(reply, kNoContent);
+    return ForgetResult::Done;
   }
 
  private:

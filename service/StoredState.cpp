@@ -48,6 +48,11 @@ class DatabaseState : public StoredState {
     return UseDatabase([&] { return m_Store.Unacknowledge(serial, reason, Console::NowMs()); });
   }
 
+  // The last observation of a service does not count, because the card may have been removed later.
+  ForgetResult Forget(const std::string& serial) override {
+    return UseDatabase([&] { return m_Store.Forget(serial, false); });
+  }
+
  private:
   StateStore m_Store;
 };

@@ -32,6 +32,9 @@ class StoredState {
 
   // Returns false if no such acknowledgment was in effect.
   virtual bool Unacknowledge(const std::string& serial, const std::string& reason) = 0;
+
+  // Removes a card that is missing according to the session.
+  virtual ForgetResult Forget(const std::string& serial) = 0;
 };
 
 // The session must outlive the result.

@@ -25,6 +25,7 @@
   ROW(Op) \
   ROW(Ack) \
   ROW(Unack) \
+  ROW(Forget) \
   ROW(Serve) \
   ROW(Metrics) \
   ROW(Explain) \

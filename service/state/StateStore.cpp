@@ -238,7 +238,7 @@ std::vector<KnownCard> StateStore::Cards() {
   return cards;
 }
 
-ForgetResult StateStore::Forget(const std::string& serial) {
+ForgetResult StateStore::Forget(const std::string& serial, std::optional<bool> isPresent) {
   ForgetResult result = ForgetResult::Done;
   Change([&](Connection& connection) {
     const CardRows rows = ReadCardRows(connection);
@@ -248,7 +248,7 @@ ForgetResult StateStore::Forget(const std::string& serial) {
       return;
     }
     const KnownCard& card = found->second.m_Card;
-    if (card.m_IsPresent) {
+    if (isPresent.value_or(card.m_IsPresent)) {
       result = ForgetResult::CardIsPresent;
       return;
     }

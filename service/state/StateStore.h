@@ -42,8 +42,8 @@ class StateStore {
   std::vector<KnownCard> Cards();
 
   // Removes a missing card, with its history and acknowledgments. If the card is inserted again, it
-  // counts as a new card.
-  ForgetResult Forget(const std::string& serial);
+  // counts as a new card. `isPresent`: whether the card is present; empty: as last observed.
+  ForgetResult Forget(const std::string& serial, std::optional<bool> isPresent = std::nullopt);
 
   // See Acknowledgments.h.
   AcknowledgeResult Acknowledge(const Acknowledgment& acknowledgment);

@@ -36,7 +36,7 @@ set(NOT_THROUGH_SERVICE
   "readings|tests the service itself"
   "paging|tests the service itself"
   "reconnect|tests the service itself"
-  "rows|uses the databases of in-process plug-ins; client.bats prints rows through a service"
+  "rows|uses the databases of in-process plug-ins (client.bats prints rows through a service)"
   "security|tests the service itself"
   "serve|tests the service itself"
   "start|tests the start of an in-process plug-in"

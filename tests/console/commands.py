@@ -9,6 +9,7 @@ WORDS = {
     "on|off": "off",
     "COND": "attached",
     "REASON": "MISSING",
+    "SERIAL": "S100",
     "ID": "CTRL_NORMAL",
     "SHELL": "bash",
     "list|check|run": "list",

@@ -63,7 +63,7 @@ offers() {
 }
 
 @test "completes commands" {
-  offers "fo" format
+  offers "fo" forget format
   offers "co" completion
   offers "compl" completion
   offers "e" events explain

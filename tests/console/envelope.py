@@ -50,7 +50,7 @@ WITHOUT_PLUGIN = {"explain", "completion", "help", "version"}
 # Commands that print a result even if the plug-in cannot be used.
 ANSWERS_ANYWAY = {"metrics"}
 # Commands that need a card that a service has recorded.
-NEED_RECORDED_CARD = {"history", "ack"}
+NEED_RECORDED_CARD = {"history", "ack", "forget"}
 # The command with the exit codes of monitoring plug-ins.
 CHECK = "check"
 UNKNOWN = 3
@@ -93,9 +93,15 @@ EXCEPTIONS = {
     # No service has used the database.
     ("success", "history"): (0, "NO_HISTORY"),
     ("success", "ack"): (3, "UNKNOWN_CARD"),
+    ("success", "forget"): (4, "CARD_PRESENT"),
+    ("no such object", "forget"): (4, "CARD_PRESENT"),
+    ("ambiguous", "forget"): (3, "UNKNOWN_CARD"),
+    ("no cards", "forget"): (3, "UNKNOWN_CARD"),
+    ("closed card", "forget"): (3, "UNKNOWN_CARD"),
     ("no database", "history"): (1, "DATABASE_FAILED"),
     ("no database", "ack"): (1, "DATABASE_FAILED"),
     ("no database", "unack"): (1, "DATABASE_FAILED"),
+    ("no database", "forget"): (1, "DATABASE_FAILED"),
     ("no database", "metrics"): (0, "DATABASE_FAILED"),
 }
 

@@ -101,6 +101,7 @@ MORE = [
     ["ack", "a0", "MISSING", "--until", "HOSTILE"],
     ["ack", "a0", "MISSING", "--note", "HOSTILE"],
     ["unack", "a0", "HOSTILE"],
+    ["forget", "HOSTILE"],
     ["completion", "HOSTILE"],
     ["help", "HOSTILE"],
     ["complete", "--", "show", ""],

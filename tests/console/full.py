@@ -33,7 +33,7 @@ OVERRIDES = {
 
 PRINTS_NOTHING = {"serve"}
 # Commands that need a card that a service has recorded; state.bats runs one of them.
-NEED_RECORDED_CARD = {"history", "ack"}
+NEED_RECORDED_CARD = {"history", "ack", "forget"}
 
 FAILED, UNKNOWN = 1, 3
 WRITE_ERROR = "corvane-host: cannot write the output: No space left on device\n"

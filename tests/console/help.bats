@@ -25,7 +25,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
     "$(out all | grep -oxE 'Inspect|Change|Service|Help|Examples' | xargs)"
   local command group
   for row in Inspect:list Inspect:tree Inspect:show Inspect:get Inspect:status Inspect:events Inspect:history Inspect:watch Inspect:wait Inspect:check \
-    Inspect:rows Change:set Change:locate Change:attach Change:detach Change:format Change:online Change:offline Change:op Change:ack Change:unack Service:serve Service:metrics \
+    Inspect:rows Change:set Change:locate Change:attach Change:detach Change:format Change:online Change:offline Change:op Change:ack Change:unack Change:forget Service:serve Service:metrics \
     Help:explain Help:plugin Help:help Help:version; do
     IFS=: read -r group command <<<"$row"
     out all | sed -n "/^$group\$/,/^\$/p" | grep -q "^  $command " || { echo "$row"; false; }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Commands for the state that a service keeps. Each test runs them
+# Commands for the state that a service keeps: history, ack, unack and forget. Each test runs them
 # through a service, and in a copy of its database without a service.
 
 # shellcheck disable=SC2030,SC2031  # variables that one test sets for itself
@@ -189,6 +189,42 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   both past ack a0 MISSING --until 2020-01-01
   both_ended past 2
   both_said past "corvane-host: --until: the time is in the past"
+}
+
+@test "forget refuses a present card" {
+  both present forget S100 -y
+  both_ended present 4
+  both_said present "corvane-host: forget S100: the card is present"
+  both unknown forget S900 -y
+  both_ended unknown 3
+  both_said unknown "corvane-host: forget S900: the card is not in the database"
+}
+
+@test "forget asks for confirmation and then removes a missing card" {
+  both refused forget GONE
+  both_ended refused 4
+  both_said refused "corvane-host: forget GONE: not a terminal"
+  both plan forget GONE --dry-run -o json
+  both_json plan '[d["result"][k] for k in ("serial_number", "changed", "dry_run")]' '["GONE", false, true]'
+  both forgotten forget GONE -y -o json
+  both_ended forgotten 0
+  both_json forgotten '[d["result"][k] for k in ("serial_number", "changed", "dry_run")]' '["GONE", true, false]'
+  refused forgotten 'd["result"]["last_seen"] = None'
+  ask known GET /v1/known-cards
+  same '["S100", "S200"]' "$(json known '[c["serial_number"] for c in d["cards"]]')"
+  both again forget GONE -y
+  both_ended again 3
+  both history history GONE temperature_celsius
+  both_ended history 3
+}
+
+@test "without a service, forget removes a card that was present when the service stopped" {
+  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/direct.db"
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/fewer.json"
+  cards fewer remove card1
+  keep stale corvane-host --simulate="$BATS_FILE_TMPDIR/fewer.json" forget S200 -y
+  ended stale 0
+  same "S200: missing -> forgotten" "$(out stale)"
 }
 
 @test "without a service, ack refuses a database in use and a card that was never recorded" {

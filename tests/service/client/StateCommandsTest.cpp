@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* kSession =
     R"({"plugin": {"file": "/p.so", "module_id": 7, "interface_version": 2}, "up": true,)"
-    R"( "reason": "", "has_cards": true, "lost_threads": 0, "start_seconds": 1.5,)"
+    R"( "reason": "", "has_cards": true, "failed_threads": 0, "start_seconds": 1.5,)"
     R"( "newest_event": 7})";
 constexpr const char* kKnownCards =
     R"({"cards": [{"serial_number": "S1", "position": "a0", "present": false,)"
@@ -63,17 +63,25 @@ using Words = std::vector<std::string>;
 
 const Words kAck = {"ack", "S1", "MISSING"};
 const Words kUnack = {"unack", "S1", "MISSING"};
+const Words kForget = {"forget", "S1", "-y"};
 const Words kHistory = {"history", "S1", "read_bytes"};
 
 TEST_F(StateCommand, FailsWithoutPermissionForChanges) {
   const auto denied = ClientTest::Problem(403, "PERMISSION_DENIED", "not permitted");
   EXPECT_EQ("6 PERMISSION_DENIED", FailureOf(kAck, denied));
   EXPECT_EQ("6 PERMISSION_DENIED", FailureOf(kUnack, denied));
+  EXPECT_EQ("6 PERMISSION_DENIED", FailureOf(kForget, denied));
 }
 
 TEST_F(StateCommand, ReportsACardThatAnotherClientHasForgotten) {
   const auto unknown = ClientTest::Problem(404, "UNKNOWN_CARD", "never seen");
   EXPECT_EQ("3 UNKNOWN_CARD", FailureOf(kAck, unknown));
+  EXPECT_EQ("3 UNKNOWN_CARD", FailureOf(kForget, unknown));
+}
+
+TEST_F(StateCommand, ReportsACardThatHasReturned) {
+  EXPECT_EQ("4 CARD_PRESENT",
+            FailureOf(kForget, ClientTest::Problem(409, "CARD_PRESENT", "is present")));
 }
 
 TEST_F(StateCommand, ReportsAReasonThatTheServiceDoesNotKnow) {
@@ -87,11 +95,21 @@ TEST_F(StateCommand, RejectsUnusableReplies) {
   const auto step = ClientTest::Json(R"({"step_seconds": 0, "points": []})");
   EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kHistory, step));
   EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kAck, ClientTest::Json("{}", 201)));
+  EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kForget, ClientTest::Json("{}")));
 }
 
 TEST_F(StateCommand, ReportsAnUnusableDatabase) {
   EXPECT_EQ("1 DATABASE_UNUSABLE",
             FailureOf(kHistory, ClientTest::Problem(500, "DATABASE_UNUSABLE", "locked")));
+}
+
+TEST_F(StateCommand, SendsEachChangeOnce) {
+  FailureOf(kForget, ClientTest::Problem(500, "DATABASE_UNUSABLE", "locked"));
+  int deletes = 0;
+  for (const std::string& request : m_Requests) {
+    deletes += request == "DELETE /v1/cards/S1" ? 1 : 0;
+  }
+  EXPECT_EQ(1, deletes);
 }
 
 }  // namespace

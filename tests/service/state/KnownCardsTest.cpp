@@ -90,6 +90,13 @@ TEST_F(KnownCards, CanBeForgottenWhileMissing) {
   EXPECT_EQ(Known(), "a1 S1");
 }
 
+TEST_F(KnownCards, CanBeForgottenIfTheCallerKnowsThatTheyAreMissing) {
+  Record(kStart, CardsOf({"S0", "S1"}));
+  EXPECT_EQ(m_Store.Forget("S0", true), ForgetResult::CardIsPresent);
+  EXPECT_EQ(m_Store.Forget("S0", false), ForgetResult::Done);
+  EXPECT_EQ(Known(), "a1 S1");
+}
+
 TEST_F(KnownCards, DoNotReuseThePositionOfAForgottenCard) {
   Record(kStart, CardsOf({"S0", "S1", "S2"}));
   Record(kStart + 1, CardsOf({"S2"}));
