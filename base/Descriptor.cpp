@@ -32,7 +32,7 @@ Descriptor OpenAt(int directory, const std::string& name, int flags, mode_t mode
   return Descriptor(fcntl(file.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
-int ErrorOfReading(const std::string& name) {
+int CheckReadable(const std::string& name) {
   return OpenAt(AT_FDCWD, name, O_RDONLY | O_NONBLOCK).IsOpen() ? 0 : errno;
 }
 
@@ -54,7 +54,7 @@ Pipe MakePipe() {
   return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
-void Discard(int number) {
+void RedirectToNull(int number) {
   const Descriptor null = OpenAt(AT_FDCWD, "/dev/null", O_WRONLY);
   if (null.IsOpen()) dup2(null.Get(), number);
 }

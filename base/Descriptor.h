@@ -40,7 +40,7 @@ Descriptor OpenAt(int directory, const std::string& name, int flags, mode_t mode
 
 // Returns 0 if the file can be opened for reading, or the errno. Does not block on a FIFO that has
 // no writer.
-int ErrorOfReading(const std::string& name);
+int CheckReadable(const std::string& name);
 
 // Appends the file, from its current position to its end, to `text`. Returns 0 or an errno: EFBIG
 // if `text` would become longer than `limit` bytes. On failure, `text` contains the data read so
@@ -58,7 +58,7 @@ Pipe MakePipe();
 
 // Redirects file descriptor `number` of this process to /dev/null. Does nothing if /dev/null cannot
 // be opened.
-void Discard(int number);
+void RedirectToNull(int number);
 
 // Writes all of `text` at the file's current position. Returns 0, or the errno of the failed write;
 // part of `text` may have been written before the failure.

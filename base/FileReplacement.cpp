@@ -18,7 +18,7 @@ namespace {
 constexpr int kMaxAttempts = 100;
 
 // Returns 0 or an errno. Does not allocate memory or open files.
-int DrawDigits(std::array<char, 9>& digits) {
+int RandomDigits(std::array<char, 9>& digits) {
   std::uint32_t number = 0;
   if (getrandom(&number, sizeof number, 0) != sizeof number) return errno;
   std::snprintf(digits.data(), digits.size(), "%08x", static_cast<unsigned int>(number));
@@ -45,7 +45,7 @@ int FileReplacement::OpenUniqueDraft(const std::string& prefix, mode_t mode) {
   int error = EEXIST;
   for (int i = 0; i < kMaxAttempts && error == EEXIST; ++i) {
     std::array<char, 9> digits{};
-    error = DrawDigits(digits);
+    error = RandomDigits(digits);
     if (error == 0) error = Open(prefix + digits.data(), mode);
   }
   return error;
@@ -66,7 +66,9 @@ int FileReplacement::Install() {
 }
 
 int FileReplacement::Open(const std::string& name, mode_t mode) {
-  std::string draftName = name;  // copied first: if the copy threw later, the file would be left
+  // Copies the name before creating the file. If the copy threw an exception afterwards, the file
+  // would be left on disk.
+  std::string draftName = name;
   m_Draft = OpenAt(m_Directory, name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
   if (!m_Draft.IsOpen()) return errno;
   m_DraftName.swap(draftName);

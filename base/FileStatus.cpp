@@ -22,13 +22,13 @@ bool HasAccessList(int file) {
 
 }  // namespace
 
-int StatusOfOpened(int file, struct stat* status) {
+int FstatWithAcl(int file, struct stat* status) {
   const int result = fstat(file, status);
   if (result == 0 && IsGroupWritable(*status) && HasAccessList(file)) status->st_mode |= S_IWOTH;
   return result;
 }
 
-int StatusOfName(const char* name, struct stat* status) {
+int LstatWithAcl(const char* name, struct stat* status) {
   const int result = lstat(name, status);
   if (result == 0 && IsGroupWritable(*status) && lgetxattr(name, kAccessList, nullptr, 0) > 0)
     status->st_mode |= S_IWOTH;

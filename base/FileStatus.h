@@ -11,9 +11,9 @@ namespace Base {
 
 // Calls fstat() and returns its result: 0, or -1 with errno set. `file` may have been opened with
 // O_PATH.
-int StatusOfOpened(int file, struct stat* status);
+int FstatWithAcl(int file, struct stat* status);
 
 // Calls lstat() and returns its result: 0, or -1 with errno set.
-int StatusOfName(const char* name, struct stat* status);
+int LstatWithAcl(const char* name, struct stat* status);
 
 }  // namespace Base

@@ -18,7 +18,7 @@ std::optional<sockaddr_un> UnixAddress(const std::string& path) {
   return address;
 }
 
-int ErrorOfConnecting(const std::string& path) {
+int ProbeSocket(const std::string& path) {
   const auto address = UnixAddress(path);
   if (!address) return ENAMETOOLONG;
   const Descriptor probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));

@@ -13,7 +13,7 @@ std::optional<sockaddr_un> UnixAddress(const std::string& path);
 
 // Returns 0 if a process listens on the path, or the errno of connect(): ECONNREFUSED if none does,
 // ENAMETOOLONG, EAGAIN if too many clients are waiting.
-int ErrorOfConnecting(const std::string& path);
+int ProbeSocket(const std::string& path);
 
 // Formats an in_addr or in6_addr, depending on `family`.
 std::string AddressText(int family, const void* address);

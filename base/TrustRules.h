@@ -25,21 +25,21 @@ bool IsTrustedOwner(uid_t owner, uid_t user);
 // Whether users other than root and `user` can write to the file or create files in the directory.
 // Group write permission counts only if `user` is root, because ordinary users often share a
 // directory with a group.
-bool IsOpenTo(const struct stat& status, uid_t user);
+bool IsWritableByOthers(const struct stat& status, uid_t user);
 
 // Returns the reason for rejecting every file in this directory.
 std::string TrustErrorOfDirectory(const struct stat& directory, uid_t user);
 
 // Returns the reason for not following a link or not entering a directory in the middle of a path.
-// `isInOpenDirectory`: other users can write to the directory that contains the entry.
-std::string TrustErrorOfComponent(bool isInOpenDirectory, const struct stat& entry, uid_t user);
+// `isInSharedDirectory`: other users can write to the directory that contains the entry.
+std::string TrustErrorOfComponent(bool isInSharedDirectory, const struct stat& entry, uid_t user);
 
 // Returns the reason for rejecting the file at the end of a path. Devices are always accepted,
 // because only root can create them. For a directory, only the owner is checked.
-std::string TrustErrorOfFile(bool isInOpenDirectory, const struct stat& file, uid_t user);
+std::string TrustErrorOfFile(bool isInSharedDirectory, const struct stat& file, uid_t user);
 
 // Returns the reason for not running code from this file or directory. The owner must be trusted
-// and others must not be able to write it, even if `user` is not root.
+// and others must not be able to modify it, even if `user` is not root.
 std::string TrustErrorOfCode(const struct stat& status, uid_t user);
 
 // Return the mode for new files and directories that pass these checks for `user`: writable only by

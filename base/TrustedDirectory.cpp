@@ -92,16 +92,16 @@ class Resolver {
     const std::string name = m_Rest.back();
     m_Rest.pop_back();
     struct stat directory {};
-    if (StatusOfOpened(m_Result.m_Directory.Get(), &directory) != 0) return Fail(errno);
+    if (FstatWithAcl(m_Result.m_Directory.Get(), &directory) != 0) return Fail(errno);
     const path shown = m_DisplayPath.empty() ? "." : m_DisplayPath;
     if (!Accept(shown, TrustErrorOfDirectory(directory, m_User))) return false;
-    const bool isShared = IsOpenTo(directory, m_User);
+    const bool isShared = IsWritableByOthers(directory, m_User);
     struct stat entry {};
     if (fstatat(m_Result.m_Directory.Get(), name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) != 0) {
       return Missing(name, isShared, errno);
     }
     if (!S_ISLNK(entry.st_mode)) return IsFile() ? Finish(name, isShared) : Enter(name);
-    const bool isStrict = m_Options.m_RefusesForeignLinks && m_User == 0;
+    const bool isStrict = m_Options.m_RejectsUntrustedLinks && m_User == 0;
     return Accept(m_DisplayPath / name,
                   TrustErrorOfComponent(isShared || isStrict, entry, m_User)) &&
            Follow(name);

@@ -36,7 +36,7 @@ struct OpenDirectoryOptions {
   bool m_CreatesDirectories = false;
   // If the user is root, also reject links that belong to another user, even in directories to
   // which only root can write.
-  bool m_RefusesForeignLinks = false;
+  bool m_RejectsUntrustedLinks = false;
 };
 
 // Opens the directory that contains `file`, and checks every directory of the path, including that

@@ -29,7 +29,7 @@ TrustError WithPath(const path& name, const std::string& reason) {
   return reason.empty() ? reason : name.string() + " " + reason;
 }
 
-TrustError CannotBeAccessed(const path& name, int error) {
+TrustError AccessError(const path& name, int error) {
   return name.string() + " cannot be accessed: " + std::generic_category().message(error);
 }
 
@@ -72,9 +72,8 @@ class Resolver {
 
   void EnterComponent(const path& name) {
     struct stat directory {};
-    if (StatusOfName(m_Current.c_str(), &directory) != 0) {
-      if (!IsMissing(errno))
-        return StopBefore(name, OnlyForRoot(CannotBeAccessed(m_Current, errno)));
+    if (LstatWithAcl(m_Current.c_str(), &directory) != 0) {
+      if (!IsMissing(errno)) return StopBefore(name, OnlyForRoot(AccessError(m_Current, errno)));
       // A missing component is created later as a directory, never as a symbolic link, so ".."
       // after it leads back here.
       m_Current /= name;
@@ -82,16 +81,16 @@ class Resolver {
     }
     TrustError trustError = WithPath(m_Current, TrustErrorOfDirectory(directory, geteuid()));
     if (!trustError.empty()) return StopBefore(name, std::move(trustError));
-    m_IsSharedDirectory = IsOpenTo(directory, geteuid());
+    m_IsSharedDirectory = IsWritableByOthers(directory, geteuid());
     CheckEntry(m_Current / name);
   }
 
   void CheckEntry(const path& current) {
     struct stat entry {};
-    if (StatusOfName(current.c_str(), &entry) != 0) {
+    if (LstatWithAcl(current.c_str(), &entry) != 0) {
       const int error = errno;
       m_Current = current;
-      if (!IsMissing(error)) Stop(OnlyForRoot(CannotBeAccessed(current, error)));
+      if (!IsMissing(error)) Stop(OnlyForRoot(AccessError(current, error)));
       return;
     }
     const bool isLast = m_Rest.empty() && !S_ISLNK(entry.st_mode);
@@ -108,7 +107,7 @@ class Resolver {
     if (!error && ++m_Links > kMaxLinks) error.assign(ELOOP, std::generic_category());
     if (error) {
       m_Current = link;
-      return Stop(OnlyForRoot(CannotBeAccessed(link, error.value())));
+      return Stop(OnlyForRoot(AccessError(link, error.value())));
     }
     if (target.is_absolute()) m_Current = "/";
     Push(target);
@@ -148,13 +147,13 @@ TrustedPath ResolveTrusted(const path& file) {
   std::error_code error;
   const path directory = file.is_absolute() ? path() : std::filesystem::current_path(error);
   if (!error) return Resolver(directory / file).Run();
-  return {file, IsRoot() ? CannotBeAccessed(file, error.value()) : TrustError()};
+  return {file, IsRoot() ? AccessError(file, error.value()) : TrustError()};
 }
 
 std::string TrustErrorOfOpened(const TrustedPath& file, const Descriptor& opened) {
   struct stat status {};
   if (!file.m_TrustError.empty() || !opened.IsOpen()) return file.m_TrustError;
-  if (StatusOfOpened(opened.Get(), &status) != 0) return CannotBeAccessed(file.m_File, errno);
+  if (FstatWithAcl(opened.Get(), &status) != 0) return AccessError(file.m_File, errno);
   return WithPath(file.m_File, TrustErrorOfFile(file.m_IsInSharedDirectory, status, geteuid()));
 }
 

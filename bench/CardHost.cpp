@@ -29,7 +29,7 @@ std::filesystem::path MakeDirectory() {
 }
 
 void Check(unsigned int result, const std::string& what) {
-  if (result != PI::SUCCESS) throw std::runtime_error(what + " gave " + std::to_string(result));
+  if (result != PI::SUCCESS) throw std::runtime_error(what + " returned " + std::to_string(result));
 }
 
 }  // namespace
@@ -76,7 +76,7 @@ void CardHost::Stop() {
   releaseIf(&m_pPlugin);
 }
 
-void CardHost::PassSeconds(std::int64_t seconds) {
+void CardHost::AdvanceSeconds(std::int64_t seconds) {
   HostKit::SleepUntilNs(HostKit::SteadyNowNs() + seconds * 1'000'000'000);
 }
 

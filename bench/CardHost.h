@@ -25,7 +25,7 @@ class CardHost {
   void Stop();
 
   // Advances virtual time, so that the plug-in's worker runs.
-  void PassSeconds(std::int64_t seconds);
+  void AdvanceSeconds(std::int64_t seconds);
 
   std::vector<PI::CObject> Topology();
   std::uint64_t FirstAdapter();

@@ -42,9 +42,9 @@ void Scan(benchmark::State& state, Part part) {
 void Watch(benchmark::State& state, Part part) {
   RunningHost host(state);
   host.AssignAdapterNumbers();
-  host.PassSeconds(60);
+  host.AdvanceSeconds(60);
   for ([[maybe_unused]] auto _ : state) {
-    state.SetIterationTime(MeasureTime([&] { host.PassSeconds(15); }).*part);
+    state.SetIterationTime(MeasureTime([&] { host.AdvanceSeconds(15); }).*part);
   }
 }
 
@@ -75,21 +75,21 @@ void Listing(benchmark::State& state, Part part) {
   }
 }
 
-void OnCards(benchmark::internal::Benchmark* row) {
+void CardArgs(benchmark::internal::Benchmark* row) {
   row->Arg(1)->Arg(8)->Arg(64);
 }
-void OnCardsTimed(benchmark::internal::Benchmark* row) {
-  OnCards(row);
+void TimedArgs(benchmark::internal::Benchmark* row) {
+  CardArgs(row);
   row->UseManualTime();
 }
 
-BENCHMARK_CAPTURE(Scan, plugin, kPlugin)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(Scan, library, kLibrary)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(Watch, plugin, kPlugin)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(Watch, library, kLibrary)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(Topology, plugin, kPlugin)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(Topology, library, kLibrary)->Apply(OnCardsTimed)->Unit(benchmark::kMicrosecond);
-BENCHMARK(TopologyCopy)->Name("Topology/copy")->Apply(OnCards)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Scan, plugin, kPlugin)->Apply(TimedArgs)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Scan, library, kLibrary)->Apply(TimedArgs)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Watch, plugin, kPlugin)->Apply(TimedArgs)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Watch, library, kLibrary)->Apply(TimedArgs)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Topology, plugin, kPlugin)->Apply(TimedArgs)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(Topology, library, kLibrary)->Apply(TimedArgs)->Unit(benchmark::kMicrosecond);
+BENCHMARK(TopologyCopy)->Name("Topology/copy")->Apply(CardArgs)->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Listing, plugin, kPlugin)->Arg(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Listing, library, kLibrary)
     ->Arg(1)

@@ -30,7 +30,7 @@ std::shared_ptr<DatabaseORM::storage_t> NewStorage() {
   return getDatabasePointer();
 }
 
-PD SomeDrive() {
+PD SampleDrive() {
   PD row;
   row.serialNumber = "FA00000001";
   row.hostName = "localhost";
@@ -85,13 +85,13 @@ std::vector<std::string> TableStatements() {
   sqlite3* database = nullptr;
   sqlite3_open((directory + "/rows.db").c_str(), &database);
   std::vector<std::string> statements;
-  const auto note = [](void* out, int, char** cells, char**) {
+  const auto append = [](void* out, int, char** cells, char**) {
     static_cast<std::vector<std::string>*>(out)->emplace_back(cells[0]);
     return 0;
   };
   sqlite3_exec(database,
                "SELECT sql FROM sqlite_master WHERE type = 'table' AND name LIKE 'host_%_rows'",
-               note, &statements, nullptr);
+               append, &statements, nullptr);
   sqlite3_close(database);
   NewStorage();
   std::filesystem::remove_all(directory);
@@ -137,19 +137,19 @@ void RunAll(benchmark::State& state, BareSqlite& sqlite, const std::vector<std::
 
 void Insert(benchmark::State& state) {
   const auto storage = NewStorage();
-  const PD row = SomeDrive();
+  const PD row = SampleDrive();
   for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(storage->insert(row));
 }
 
 void InsertBare(benchmark::State& state) {
   const auto storage = NewStorage();
   BareSqlite sqlite;
-  RunAll(state, sqlite, StatementsOf(*storage, [&] { storage->insert(SomeDrive()); }));
+  RunAll(state, sqlite, StatementsOf(*storage, [&] { storage->insert(SampleDrive()); }));
 }
 
 void Update(benchmark::State& state) {
   const auto storage = NewStorage();
-  PD row = SomeDrive();
+  PD row = SampleDrive();
   row.id = storage->insert(row);
   for ([[maybe_unused]] auto _ : state) storage->update(row);
 }
@@ -157,7 +157,7 @@ void Update(benchmark::State& state) {
 void UpdateBare(benchmark::State& state) {
   const auto storage = NewStorage();
   BareSqlite sqlite;
-  PD row = SomeDrive();
+  PD row = SampleDrive();
   const auto inserted = StatementsOf(*storage, [&] { row.id = storage->insert(row); });
   for (const std::string& text : inserted) sqlite.Run(text);
   RunAll(state, sqlite, StatementsOf(*storage, [&] { storage->update(row); }));

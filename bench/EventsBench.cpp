@@ -41,7 +41,7 @@ class BareEvent {
   bool m_Set = false;
 };
 
-// Measures a wait for an event that is already set.
+// Measures setting an event and then waiting for it, which does not block.
 template <class Event>
 void SetAndWait(benchmark::State& state) {
   HostKit::UseRealTime();
@@ -52,7 +52,7 @@ void SetAndWait(benchmark::State& state) {
   }
 }
 
-// Measures two threads that wake each other in turn.
+// Measures a round trip between two threads that wake each other.
 template <class Event>
 void RoundTrip(benchmark::State& state) {
   HostKit::UseRealTime();

@@ -11,14 +11,14 @@
 namespace CorvaneBench {
 namespace {
 
-std::atomic<Clock::rep> g_Inside{0};
+std::atomic<Clock::rep> g_TimeInCalls{0};
 
-class Inside {
+class CallTimer {
  public:
-  Inside() = default;
-  ~Inside() { g_Inside += (Clock::now() - m_Begin).count(); }
-  Inside(const Inside&) = delete;
-  Inside& operator=(const Inside&) = delete;
+  CallTimer() = default;
+  ~CallTimer() { g_TimeInCalls += (Clock::now() - m_Begin).count(); }
+  CallTimer(const CallTimer&) = delete;
+  CallTimer& operator=(const CallTimer&) = delete;
 
  private:
   const Clock::time_point m_Begin = Clock::now();
@@ -32,7 +32,7 @@ Function* Next(Function*, const char* name) {
 }  // namespace
 
 Clock::duration TimeInLibrary() {
-  return Clock::duration(g_Inside.load());
+  return Clock::duration(g_TimeInCalls.load());
 }
 
 }  // namespace CorvaneBench
@@ -40,14 +40,14 @@ Clock::duration TimeInLibrary() {
 #define SEAM(result, name, parameters, arguments)             \
   extern "C" result name parameters {                         \
     static const auto next = CorvaneBench::Next(name, #name); \
-    const CorvaneBench::Inside inside;                        \
+    const CorvaneBench::CallTimer inside;                     \
     return next arguments;                                    \
   }
 #define SEAM_READ(type, name) SEAM(type, name, (void* handle, vsl_error_record* err), (handle, err))
 #define SEAM_NUMBER(name, Number) \
   SEAM(vsl_code, name, (void* handle, Number number, vsl_error_record* err), (handle, number, err))
-#define SEAM_MAKER(name) \
-  SEAM(vsl_code, name, (void* handle, void** made, vsl_error_record* err), (handle, made, err))
+#define SEAM_CREATE(name) \
+  SEAM(vsl_code, name, (void* handle, void** out, vsl_error_record* err), (handle, out, err))
 
 #define SEAM_CARD_PAIR(type, name) SEAM_READ(bool, vsl_has_##name) SEAM_READ(type, vsl_##name)
 VSL_CARD_ATTRIBUTES(SEAM_CARD_PAIR)
@@ -74,10 +74,10 @@ SEAM_READ(vsl_code, vsl_open)
 SEAM_READ(vsl_code, vsl_close)
 SEAM_READ(vsl_code, vsl_op_start)
 SEAM_READ(vsl_code, vsl_op_wait_for_result)
-SEAM_MAKER(vsl_adapter_create)
-SEAM_MAKER(vsl_iom_attach_create)
-SEAM_MAKER(vsl_iom_detach_create)
-SEAM_MAKER(vsl_iom_format_create)
+SEAM_CREATE(vsl_adapter_create)
+SEAM_CREATE(vsl_iom_attach_create)
+SEAM_CREATE(vsl_iom_detach_create)
+SEAM_CREATE(vsl_iom_format_create)
 SEAM_NUMBER(vsl_set_beacon_state, std::uint32_t)
 SEAM_NUMBER(vsl_set_vsu_state, std::uint32_t)
 SEAM_NUMBER(vsl_iom_detach_set_force, std::uint32_t)

@@ -24,38 +24,38 @@ namespace CardSim {
 
 // Thrown for an unknown card, attribute, status bit, kind of card or function. The message may
 // suggest a name.
-class CARDSIM_API NoSuchThing : public std::runtime_error {
+class CARDSIM_API UnknownName : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// Returns the name of a value of the attribute `iom_state`, such as "attached" for 2. A value that
-// is not a state is "failed", as a host treats it. Never null. The string is static.
+// Returns the name of a value of the attribute `iom_state`, such as "attached" for 2, or "failed"
+// for an unknown value, as hosts treat it. Never null. The string is static.
 CARDSIM_API const char* CardStateName(std::uint64_t state);
 
 // A file of simulated cards. The object contains only the path and can be copied; each function
-// opens the file again.
+// reopens the file.
 //
 // Each change is atomic and protected by the file's lock. Other processes and the card library in
 // this process see it when they next create a handle or open a card; changed status masks are
 // visible at the next read.
 //
-// Every function throws `std::runtime_error` with a message of one line if the file is missing,
-// damaged or not trusted, or a value is not valid; `NoSuchThing` for an unknown name; and
-// `std::bad_alloc` if memory runs out. The file is then unchanged.
+// Every function throws `std::runtime_error` with a one-line message if the file is missing,
+// damaged or not trusted, or a value is invalid; `UnknownName` for an unknown name; and
+// `std::bad_alloc` if memory runs out. In each case, the file is unchanged.
 class CARDSIM_API StateFile {
  public:
   // Returns CARDSIM_STATE, else $XDG_STATE_HOME/corvane/cards.json, else
-  // ~/.local/state/corvane/cards.json. Reads only the environment; the file need not exist. A
-  // process with more privileges than its user ignores these variables. Throws only
-  // `std::bad_alloc`.
+  // ~/.local/state/corvane/cards.json. The file need not exist. Without HOME, the home directory
+  // comes from the user database. A process in secure-execution mode, such as a setuid program,
+  // ignores these variables. Throws only `std::bad_alloc`.
   static std::filesystem::path DefaultPath();
 
   // Does not open the file. A relative path is resolved at each call.
   explicit StateFile(std::filesystem::path path);
 
   // Creates a file without cards, and the missing directories of its path. Throws if the file
-  // exists, unless `overwrite`.
+  // exists and `overwrite` is false.
   void Create(bool overwrite = false);
 
   // Adds a card with this PCI device ID in the first free slot and returns the card's name: card0,
@@ -150,7 +150,7 @@ CARDSIM_API std::vector<std::string> CallTexts();
 // Makes the `nth` call to `function` from now on, counted from 1, and the `times` - 1 calls after
 // it fail with `code` and `text`, in this process. A `vsl_has_` or iterate function that fails
 // returns false; any other read returns 0 or an empty string. Several requests for one function
-// count independently. Throws `NoSuchThing` for a function that the library does not have or that
+// count independently. Throws `UnknownName` for a function that the library does not have or that
 // cannot fail, `std::runtime_error` if `nth` or `code` is 0.
 CARDSIM_API void FailCall(const std::string& function, unsigned int nth, std::uint64_t code,
                           const std::string& text, unsigned int times = 1);

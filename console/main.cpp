@@ -15,10 +15,14 @@ namespace {
 using Words = std::vector<std::string>;
 
 // Finds the command even if the arguments cannot be parsed.
-std::string GuessVerb(const Words& arguments, const Options& options) {
-  const auto isVerb = [](const std::string& word) { return AllCommands().Find(word) != nullptr; };
-  if (!options.m_Words.empty() && isVerb(options.m_Words.front())) return options.m_Words.front();
-  const auto found = std::find_if(arguments.begin(), arguments.end(), isVerb);
+std::string GuessCommand(const Words& arguments, const Options& options) {
+  const auto isCommand = [](const std::string& word) {
+    return AllCommands().Find(word) != nullptr;
+  };
+  if (!options.m_Words.empty() && isCommand(options.m_Words.front())) {
+    return options.m_Words.front();
+  }
+  const auto found = std::find_if(arguments.begin(), arguments.end(), isCommand);
   return found == arguments.end() ? std::string() : *found;
 }
 
@@ -34,12 +38,12 @@ ExitCode Main(const Words& arguments) {
   try {
     InstallStopHandlers();
     ParseCommandLine(arguments, invocation.m_Options);
-    invocation.m_pCommand = &AllCommands().Choose(invocation.m_Options);
+    invocation.m_pCommand = &AllCommands().Resolve(invocation.m_Options);
   } catch (const Failure& failure) {
     invocation.m_Error.emplace(failure);
     invocation.m_pCommand = NamedCommand(invocation.m_Options);
   }
-  invocation.m_Monitored = GuessVerb(arguments, invocation.m_Options) == "check";
+  invocation.m_Monitored = GuessCommand(arguments, invocation.m_Options) == "check";
   return invocation.m_Monitored && !invocation.m_Error ? RunIsolated(invocation)
                                                        : RunCommand(invocation);
 }

@@ -32,7 +32,7 @@ bool AreEqual(double left, double right) {
 
 // Requires that a value survives a round trip through its text.
 template <class Field>
-void ReadBack(const std::string& cell) {
+void CheckRoundTrip(const std::string& cell) {
   Field value{};
   try {
     read_cell(cell, value);
@@ -47,8 +47,8 @@ void ReadBack(const std::string& cell) {
   Require(AreEqual(value, readBack), "cell does not survive a round trip: " + text);
 }
 
-// A negative number is read as an unsigned one in the upper half of the range, which the database
-// does not store.
+// As an unsigned type, a negative number wraps around to the upper half of the range, which the
+// database does not store.
 bool IsNegative(const std::string& cell) {
   const std::size_t begin = cell.find_first_not_of(" \t\n\v\f\r");
   return begin != std::string::npos && cell[begin] == '-';
@@ -57,11 +57,11 @@ bool IsNegative(const std::string& cell) {
 }  // namespace
 
 void Cells(const std::string& cell) {
-  ReadBack<int>(cell);
-  if (!IsNegative(cell)) ReadBack<unsigned long>(cell);
-  ReadBack<double>(cell);
-  ReadBack<std::string>(cell);
-  ReadBack<RaidDataModels::string_list>(cell);
+  CheckRoundTrip<int>(cell);
+  if (!IsNegative(cell)) CheckRoundTrip<unsigned long>(cell);
+  CheckRoundTrip<double>(cell);
+  CheckRoundTrip<std::string>(cell);
+  CheckRoundTrip<RaidDataModels::string_list>(cell);
 }
 
 }  // namespace CorvaneFuzz

@@ -19,10 +19,10 @@ namespace {
 constexpr std::uint64_t kNowMs = 1'795'219'200'000;
 
 // Returns whether the input is accepted. A rejection must have a message and an id.
-template <class Use>
-bool Accepted(Use use) {
+template <class Parse>
+bool TryParse(Parse parse) {
   try {
-    use();
+    parse();
   } catch (const Console::Failure& failure) {
     Require(!failure.m_Text.empty() && !failure.m_Id.empty(), "rejection has no message or id");
     return false;
@@ -88,7 +88,7 @@ std::vector<std::string> Lines(const std::string& input) {
 // Input: the name of an object. An object that is found is also found by its selector and its id.
 void Selector(const std::string& input) {
   const Console::Object* found = nullptr;
-  if (!Accepted([&] { found = &Console::Select(TheModel(), input); })) return;
+  if (!TryParse([&] { found = &Console::Select(TheModel(), input); })) return;
   Require(&Console::Select(TheModel(), found->m_Selector) == found,
           "object not found by its own selector");
   Require(&Console::Select(TheModel(), Console::IdText(found->m_ID)) == found,
@@ -100,33 +100,33 @@ void Times(const std::string& input) {
   if (const auto duration = Console::ReadDuration(input)) {
     Require(duration->count() >= 0, "duration is negative");
     const std::string milliseconds = std::to_string(duration->count()) + "ms";
-    const auto again = Console::ReadDuration(milliseconds);
-    Require(!again || *again == *duration,
+    const auto reparsed = Console::ReadDuration(milliseconds);
+    Require(!reparsed || *reparsed == *duration,
             "duration does not survive a round trip: " + milliseconds);
     Require(!Console::ElapsedText(*duration).empty(), "elapsed time is empty");
   }
   std::uint64_t timestamp = 0;
-  if (!Accepted([&] { timestamp = Console::ParseTimestamp("--since", input, kNowMs); })) return;
+  if (!TryParse([&] { timestamp = Console::ParseTimestamp("--since", input, kNowMs); })) return;
   Require(!Console::SinceText(timestamp, kNowMs).empty(), "formatted timestamp is empty");
 }
 
 // Input: the command line, one word per line.
 void Options(const std::string& input) {
   Console::Options options;
-  if (!Accepted([&] { Console::ParseCommandLine(Lines(input), options); })) return;
-  Accepted([&] { Console::ParseDuration("--timeout", options.m_Timeout); });
-  Console::Options again;
+  if (!TryParse([&] { Console::ParseCommandLine(Lines(input), options); })) return;
+  TryParse([&] { Console::ParseDuration("--timeout", options.m_Timeout); });
+  Console::Options reparsed;
   // After `--`, words are never options.
   std::vector<std::string> words = options.m_Words;
   if (words.empty() || options.m_Help || options.m_Version) return;
   words.insert(words.begin(), "--");
-  Console::ParseCommandLine(words, again);
-  Require(again.m_Words == options.m_Words, "words do not survive a round trip");
+  Console::ParseCommandLine(words, reparsed);
+  Require(reparsed.m_Words == options.m_Words, "words do not survive a round trip");
 }
 
 // Input: a condition of `wait`.
 void Condition(const std::string& input) {
-  Accepted([&] {
+  TryParse([&] {
     const Console::Condition condition(input);
     Require(condition.Text() == input, "condition does not survive a round trip");
     if (condition.RequiredPresence() != Console::Presence::Required) return;

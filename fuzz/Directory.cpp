@@ -10,7 +10,7 @@
 
 namespace CorvaneFuzz {
 
-// In memory if possible, because the files are synced at each change.
+// In memory if possible, because the files are synced after each change.
 Directory::Directory() {
   const std::filesystem::path memory = "/dev/shm";
   const bool writable = access(memory.c_str(), W_OK) == 0;

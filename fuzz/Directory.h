@@ -1,4 +1,4 @@
-// Files for one target, in a temporary directory that is removed with its object.
+// A temporary directory for the files of one target. The destructor removes it.
 #pragma once
 
 #include <filesystem>

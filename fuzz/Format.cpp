@@ -1,5 +1,5 @@
 // Parameters of a format, as a host passes them. Input: six bytes per parameter: the first selects
-// the parameter, the second its type, and four are its value.
+// the parameter, the second its type, and the other four are its value.
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -66,13 +66,13 @@ class FormatHost : public CorvaneTest::SimulatedHost {
  public:
   FormatHost() : m_Card(AddCard(0x1006)) {
     Cards().Set(m_Card, "format_ms", "0");
-    MakeReady();
+    ResetCard();
     Require(Initialize() == PI::SUCCESS, "the plug-in did not start");
     HostKit::SetTraceSink([](const HostKit::TraceLine&) {});
     m_Drive = DriveId(0);
   }
 
-  void MakeReady() { Cards().Set(m_Card, "iom_state", "0"); }
+  void ResetCard() { Cards().Set(m_Card, "iom_state", "0"); }
   unsigned int Format(const std::vector<PI::CProperty>& parameters) {
     return Run(m_Drive, PI::OP_FORMAT_DEVICE, parameters);
   }
@@ -91,10 +91,11 @@ bool Contains(const std::vector<std::string>& calls, const std::string& function
 
 }  // namespace
 
-// Requires that a format succeeds if and only if its job was waited for, and closes all handles.
+// Requires that a format succeeds if and only if it waited for its job, and that it destroys all
+// handles.
 void Format(const std::string& input) {
   static FormatHost host;
-  host.MakeReady();
+  host.ResetCard();
   host.ClearCalls();
   std::vector<PI::CProperty> parameters;
   for (std::size_t at = 0; at + kBytes <= input.size() && parameters.size() < kMaxParameters;

@@ -19,10 +19,10 @@ namespace {
 
 using Http::Head;
 
-constexpr uid_t kAdministrator = 0;
-constexpr uid_t kStranger = 4711;
+constexpr uid_t kRoot = 0;
+constexpr uid_t kUnprivileged = 4711;
 
-// The API with handlers that are never called.
+// The API's routes. The handlers are null, because admission does not call them.
 const Http::Router& TheRouter() {
   static const Http::Router router = [] {
     std::vector<Http::Route> routes;
@@ -39,7 +39,7 @@ const Http::Router& TheRouter() {
   return router;
 }
 
-std::vector<std::string> LinesOf(const std::string& input) {
+std::vector<std::string> SplitLines(const std::string& input) {
   std::vector<std::string> lines;
   std::istringstream stream(input);
   for (std::string line; std::getline(stream, line);) lines.push_back(line);
@@ -53,33 +53,33 @@ std::pair<std::string, std::string> SplitAt(const std::string& text, char separa
   return {text.substr(0, at), value == text.npos ? "" : text.substr(value)};
 }
 
-Head::Pairs QueryOf(const std::string& text) {
+Head::Pairs ParseQuery(const std::string& text) {
   Head::Pairs query;
   std::istringstream stream(text);
   for (std::string pair; std::getline(stream, pair, '&');) query.push_back(SplitAt(pair, '='));
   return query;
 }
 
-// The first line is the client: "tcp", "root" or any other word for a user without permissions.
-Http::Peer PeerOf(const std::string& line) {
+// `line` is "tcp", "root", or anything else for a user without permissions.
+Http::Peer ParsePeer(const std::string& line) {
   Http::Peer peer;
   peer.m_IsTcp = line == "tcp";
   peer.m_LocalAddress = "192.0.2.1";
-  if (!peer.m_IsTcp) peer.m_User = line == "root" ? kAdministrator : kStranger;
+  if (!peer.m_IsTcp) peer.m_User = line == "root" ? kRoot : kUnprivileged;
   return peer;
 }
 
-// Client, "GET /path?query", then one header per line.
-Head HeadOf(const std::string& input) {
-  std::vector<std::string> lines = LinesOf(input);
+// The first line is the client, the second "GET /path?query", and each further line is a header.
+Head ParseHead(const std::string& input) {
+  std::vector<std::string> lines = SplitLines(input);
   lines.resize(std::max<std::size_t>(lines.size(), 2));
   Head head;
-  head.m_Peer = PeerOf(lines[0]);
+  head.m_Peer = ParsePeer(lines[0]);
   const auto [method, target] = SplitAt(lines[1], ' ');
   const auto [path, query] = SplitAt(target, '?');
   head.m_Method = method;
   head.m_Path = path;
-  head.m_Query = QueryOf(query);
+  head.m_Query = ParseQuery(query);
   for (std::size_t i = 2; i < lines.size(); ++i) head.m_Headers.push_back(SplitAt(lines[i], ':'));
   head.m_Size = input.size();
   return head;
@@ -89,7 +89,7 @@ bool IsCleanText(const std::string& text) {
   return Base::IsUtf8(text) && text.find('\0') == text.npos;
 }
 
-bool AreClean(const Http::Texts& texts) {
+bool AreClean(const Http::StringMap& texts) {
   return std::all_of(texts.begin(), texts.end(), [](const auto& text) {
     return IsCleanText(text.first) && IsCleanText(text.second);
   });
@@ -112,7 +112,7 @@ void CheckAccess(const Head& head, const Http::Admission& admission) {
     Require(!admission.m_Request.m_MayChange, "TCP client may change cards");
     Require(Http::FindHeader(head, "host") != nullptr,
             "accepted a TCP request without a Host header");
-  } else if (head.m_Peer.m_User == kStranger) {
+  } else if (head.m_Peer.m_User == kUnprivileged) {
     Require(access == Http::Access::Anyone, "user without permissions has access");
     Require(!admission.m_Request.m_MayChange, "user without permissions may change cards");
   }
@@ -120,11 +120,11 @@ void CheckAccess(const Head& head, const Http::Admission& admission) {
 
 }  // namespace
 
-// A request is either rejected with a problem document, or its strings are clean and its client has
-// access.
+// A request is either rejected with a problem document, or its strings are UTF-8 without NUL and
+// its client has access.
 void Request(const std::string& input) {
   const Http::Settings settings;
-  const Head head = HeadOf(input);
+  const Head head = ParseHead(input);
   const Http::Admission admission =
       Http::Admit(head, TheRouter(), settings, settings.m_Permissions);
   if (admission.m_Refusal) return CheckRefusal(*admission.m_Refusal);
@@ -141,7 +141,8 @@ void Request(const std::string& input) {
   CheckAccess(head, admission);
 }
 
-// Input: an escaped string. The decoded string must be clean and not longer than the input.
+// Input: an escaped string. The decoded string must be UTF-8 without NUL, and not longer than the
+// input.
 void Escapes(const std::string& input) {
   const auto decoded = Http::Decode(input);
   if (!decoded) return;
@@ -150,7 +151,7 @@ void Escapes(const std::string& input) {
   if (input.find('%') == input.npos) Require(*decoded == input, "changed a string without escapes");
 }
 
-// Input: the tag, a line end, and the header.
+// Input: the tag, a newline, and the header.
 void EntityTag(const std::string& input) {
   const auto end = std::min(input.find('\n'), input.size());
   const std::string tag = input.substr(0, end);

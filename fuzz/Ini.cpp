@@ -1,4 +1,4 @@
-// The plug-in's ini file. Input: the file up to the first zero byte, then a value to be written.
+// The plug-in's ini file. Input: the file up to the first NUL byte, then a value to be written.
 #include <cstdlib>
 #include <string>
 

@@ -21,7 +21,7 @@ using Json = nlohmann::json;
 
 // A record that `read` accepts must survive a round trip through JSON.
 template <class Read>
-void ReadBack(const Json& json, Read read, const char* name) {
+void CheckRoundTrip(const Json& json, Read read, const char* name) {
   Json first;
   try {
     first = Console::ToJson(read(json));
@@ -34,8 +34,8 @@ void ReadBack(const Json& json, Read read, const char* name) {
   Require(first == second, std::string("does not survive a round trip: ") + name);
 }
 
-struct Pipe {
-  Pipe() {
+struct SocketPair {
+  SocketPair() {
     std::array<int, 2> ends = {};
     Require(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0,
             "cannot create a socket pair");
@@ -47,15 +47,15 @@ struct Pipe {
 };
 
 // Returns the documents in `bytes`, up to the first invalid frame.
-std::vector<Json> DocumentsIn(const std::string& bytes) {
-  Pipe pipe;
-  const ssize_t sent = send(pipe.m_Writer.Get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
+std::vector<Json> ReadFrames(const std::string& bytes) {
+  SocketPair sockets;
+  const ssize_t sent = send(sockets.m_Writer.Get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
   Require(sent == static_cast<ssize_t>(bytes.size()) || bytes.size() > 65536,
           "not all bytes were sent");
-  pipe.m_Writer.Close();
+  sockets.m_Writer.Close();
   std::vector<Json> documents;
   try {
-    while (auto document = Service::ReadFrame(pipe.m_Reader.Get())) {
+    while (auto document = Service::ReadFrame(sockets.m_Reader.Get())) {
       documents.push_back(std::move(*document));
     }
   } catch (const Service::FrameError&) {
@@ -69,27 +69,27 @@ std::vector<Json> DocumentsIn(const std::string& bytes) {
 void Records(const std::string& input) {
   const Json json = Json::parse(input, nullptr, false);
   if (json.is_discarded()) return;
-  ReadBack(json, Console::CommandFromJson, "command");
-  ReadBack(json, Console::PluginInfoFromJson, "plug-in");
-  ReadBack(json, Console::LoggedEventFromJson, "logged event");
-  ReadBack(json, Console::EventCountFromJson, "event count");
+  CheckRoundTrip(json, Console::CommandFromJson, "command");
+  CheckRoundTrip(json, Console::PluginInfoFromJson, "plug-in");
+  CheckRoundTrip(json, Console::LoggedEventFromJson, "logged event");
+  CheckRoundTrip(json, Console::EventCountFromJson, "event count");
   for (const PI::_COMMAND command :
        {PI::CMD_GET_TOPOLOGY, PI::CMD_GET_PROPERTIES, PI::CMD_GET_PROPERTY, PI::CMD_GET_OPERATIONS,
         PI::CMD_EXECUTE_OPERATION}) {
     const auto read = [command](const Json& reply) {
       return Console::ReplyFromJson(command, reply);
     };
-    ReadBack(json, read, "reply");
+    CheckRoundTrip(json, read, "reply");
   }
 }
 
 // Input: bytes from the other process. Each document in them must survive being sent and read.
 void Frames(const std::string& input) {
-  for (const Json& document : DocumentsIn(input)) {
-    Pipe pipe;
-    Require(Service::FrameWriter(pipe.m_Writer.Get()).Write(document), "cannot write a frame");
-    pipe.m_Writer.Close();
-    const auto again = Service::ReadFrame(pipe.m_Reader.Get());
+  for (const Json& document : ReadFrames(input)) {
+    SocketPair sockets;
+    Require(Service::FrameWriter(sockets.m_Writer.Get()).Write(document), "cannot write a frame");
+    sockets.m_Writer.Close();
+    const auto again = Service::ReadFrame(sockets.m_Reader.Get());
     Require(again && *again == document, "the frame does not survive a round trip");
   }
 }

@@ -17,9 +17,9 @@ const Directory& TheDirectory() {
   return directory;
 }
 
-// Adds a card to an accepted file. Returns false if the edit is rejected, which must not change the
+// Adds a card to an accepted file. Returns false if that is rejected, which must not change the
 // file.
-bool Edit(CardSim::StateFile& cards, std::string& added) {
+bool TryAddCard(CardSim::StateFile& cards, std::string& added) {
   const auto path = TheDirectory().File("cards.json");
   const std::string before = ReadFile(path);
   try {
@@ -45,7 +45,7 @@ void CardFile(const std::string& input) {
     return;
   }
   std::string added;
-  if (!Edit(cards, added)) return;
+  if (!TryAddCard(cards, added)) return;
   cards.RemoveCard(added);
   Require(cards.Cards() == names, "edit changed other cards");
   const std::string written = ReadFile(path);

@@ -41,7 +41,7 @@ class HOST_API DatabaseDAO {
   virtual ~DatabaseDAO();
 
   // Runs the statements of `sql` in order. Returns the cells of all result rows as strings, in one
-  // flat list, row by row; SQL NULL becomes "NULL". Returns an empty list without result
+  // flat list, row by row; SQL NULL becomes "NULL". The list is empty if there are no result
   // rows. Throws `DBEXCEPTION::DatabaseException` if a statement fails; the statements before the
   // failed one remain in effect.
   virtual std::vector<std::string> query(std::string sql) = 0;

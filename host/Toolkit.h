@@ -82,8 +82,8 @@ constexpr unsigned int WAIT_TIMED_OUT = 130;  // the timeout was reached first
 
 namespace Native_OS {
 
-// A recursive lock: the thread that holds it may acquire it again, and must release it as often.
-// Waits fail until `Init` has returned 1.
+// A recursive lock: the thread that holds it may acquire it again, and must release it the same
+// number of times. Waits fail until `Init` has returned 1.
 //
 // Prefer `CSyncGuard`. `Wait` has no annotation for clang's thread-safety analysis, which cannot
 // distinguish its results; the analysis recognizes only locks held by guards.

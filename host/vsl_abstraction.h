@@ -189,8 +189,8 @@ VSL_API vsl_code vsl_iom_format_create(void* iom, void** format, vsl_error_recor
 /* Sets the size mode, which changes the limits. `mode` is VSL_SIZE_MODE_OVERFORMAT. */
 VSL_API vsl_code vsl_iom_format_set_size_mode(void* format, uint32_t mode, vsl_error_record* err);
 
-/* Set the formatted capacity, in bytes or in percent of the largest capacity. The last call takes
- * effect. */
+/* Set the formatted capacity, in bytes or as a percentage of the largest capacity. The last call
+ * takes effect. */
 VSL_API vsl_code vsl_iom_format_set_size_bytes(void* format, uint64_t bytes, vsl_error_record* err);
 VSL_API vsl_code vsl_iom_format_set_size_pct(void* format, uint32_t percent, vsl_error_record* err);
 

@@ -9,7 +9,7 @@
 
 namespace HostKit {
 
-// Closes the database, opens the file that CORVANE_DATABASE names now, and clears the plug-ins'
+// Closes the database, opens the file that CORVANE_DATABASE now specifies, and clears the plug-ins'
 // rows that an earlier run of a host left in it. The pointer returned by `getDatabasePointer`
 // remains valid. Does not report errors: if the file cannot be opened, each statement tries again
 // and throws on failure.

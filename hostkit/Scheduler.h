@@ -18,7 +18,7 @@ namespace HostKit {
 HOST_API void UseRealTime();
 
 // Selects native threads and a clock that stands still while any thread of the kit runs, and jumps
-// to the earliest deadline when all of them wait. Simulating days takes seconds.
+// to the earliest deadline when all of them are waiting. Simulating days takes seconds.
 HOST_API void UseVirtualTime();
 
 // Selects virtual time with one running thread at a time. Each call into the kit is a switch point,
@@ -35,13 +35,13 @@ HOST_API void OnDeadlock(std::function<void(const std::string& waits)> handler);
 // Registers the calling thread with the kit for the lifetime of the object, so that virtual time
 // waits for the thread. Threads started by `CThread`, and the thread that selected the mode, are
 // already registered.
-class HOST_API KnownThread {
+class HOST_API RegisteredThread {
  public:
   // `name` is copied and appears in deadlock reports. Destroy the object on the same thread.
-  explicit KnownThread(const char* name);
-  ~KnownThread();
-  KnownThread(const KnownThread&) = delete;
-  KnownThread& operator=(const KnownThread&) = delete;
+  explicit RegisteredThread(const char* name);
+  ~RegisteredThread();
+  RegisteredThread(const RegisteredThread&) = delete;
+  RegisteredThread& operator=(const RegisteredThread&) = delete;
 };
 
 // Whether time is virtual for the calling thread: the mode is virtual or seeded, and the thread is

@@ -32,9 +32,9 @@ HOST_API std::string CaptionOf(Family family, std::uint32_t number);
 // its caption.
 HOST_API std::string MeaningOf(Family family, std::uint32_t number);
 
-// Returns one or two sentences about what a person can do. Every error has advice, and so have
-// every reason for an adapter's status and every event that reports such a reason or is a warning
-// or worse. Empty for everything else.
+// Returns one or two sentences about what a person can do. Every error has advice, as does every
+// reason for an adapter's status and every event that reports such a reason or is a warning or
+// worse. Empty for everything else.
 HOST_API std::string AdviceOf(Family family, std::uint32_t number);
 
 // Returns the lowest severity with which an event is reported; information for an unknown number.

@@ -66,7 +66,7 @@ and_condition_t<Left, Right> operator&&(Left left, Right right) {
 // Creates a WHERE clause. Only an `is_equal_t` or `and_condition_t` compiles.
 template <class Condition>
 where_t<Condition> where(Condition condition) {
-  static_assert(is_condition<Condition>::value, "where takes is_equal and conditions made of it");
+  static_assert(is_condition<Condition>::value, "where accepts is_equal and combinations of it");
   return {std::move(condition)};
 }
 

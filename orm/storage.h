@@ -106,9 +106,9 @@ class CORVANE_API storage_t {
     return read_rows(*map, *table, run(select_text(*table, alias, condition)));
   }
 
-  // Deletes the rows that match the condition, using one DELETE. Afterwards, `useAlias` is true,
-  // even if the call fails; it is unchanged only if `Row` has no map. Throws the same exceptions as
-  // `get_all`, except those for cells; no row is deleted in these cases.
+  // Deletes the rows that match the condition, using one DELETE. Sets `useAlias` to true, even if
+  // the call fails, unless `Row` has no map. Throws the same exceptions as `get_all`, except those
+  // for cells; no row is deleted if it throws.
   template <class Row, class Condition>
   void remove_all(where_t<Condition> where) {
     find_map<Row>(modelMaps);

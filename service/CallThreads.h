@@ -16,7 +16,7 @@ class CallThreads {
   CallThreads(const CallThreads&) = delete;
   CallThreads& operator=(const CallThreads&) = delete;
 
-  // Runs the call, which must not throw, in a separate thread. Returns false if the maximum number
+  // Runs the call, which must not throw, on a separate thread. Returns false if the maximum number
   // of calls is running or no thread can be started.
   bool Run(std::function<void()> call);
 

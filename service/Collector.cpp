@@ -45,7 +45,7 @@ Collector::~Collector() {
 void Collector::RequestStop() {
   m_IsStopping = true;
   m_Wake.Notify();
-  if (const std::shared_ptr<Worker> worker = Running()) worker->RefuseFormats();
+  if (const std::shared_ptr<Worker> worker = RunningWorker()) worker->RefuseFormats();
 }
 
 void Collector::Stop() {
@@ -87,7 +87,7 @@ bool Collector::RunPlugin() {
   try {
     needsRestart = Follow(*worker, session);
   } catch (const std::exception& failure) {
-    PublishDown(failure.what());  // before `Finish`, because the process may take long to exit
+    PublishDown(failure.what());  // before `Finish`, because the process may take a while to exit
   }
   SetRunning(nullptr);
   if (needsRestart) AwaitCalls(worker);
@@ -104,12 +104,12 @@ void Collector::AwaitCalls(const std::shared_ptr<Worker>& worker) {
   constexpr milliseconds kPause(5);
   m_Progress.Begin(m_Settings.m_CallTimeout);
   const Console::Deadline deadline(m_Settings.m_CallTimeout);
-  while (worker.use_count() > 1 && !m_IsStopping && !deadline.IsOver()) {
+  while (worker.use_count() > 1 && !m_IsStopping && !deadline.HasPassed()) {
     std::this_thread::sleep_for(kPause);
   }
 }
 
-std::shared_ptr<Worker> Collector::Running() const {
+std::shared_ptr<Worker> Collector::RunningWorker() const {
   const Base::MutexLock lock(m_Lock);
   return m_pRunning;
 }
@@ -135,12 +135,12 @@ std::optional<nlohmann::json> Collector::ReadRows(const std::string& table,
 
 bool Collector::IsStuck() const {
   if (!m_Progress.IsStuck()) return false;
-  const std::shared_ptr<Worker> worker = Running();
+  const std::shared_ptr<Worker> worker = RunningWorker();
   return !worker || !worker->MayWaitForFormat();
 }
 
 std::size_t Collector::FailedThreads() const {
-  const std::shared_ptr<Worker> worker = Running();
+  const std::shared_ptr<Worker> worker = RunningWorker();
   return worker ? worker->FailedThreads() : 0;
 }
 
@@ -150,12 +150,12 @@ bool Collector::WillRun(const Snapshot& snapshot) const {
 }
 
 std::shared_ptr<Worker> Collector::AwaitRunning(const Console::Deadline& deadline) const {
-  std::shared_ptr<Worker> worker = Running();
+  std::shared_ptr<Worker> worker = RunningWorker();
   SnapshotPtr snapshot = m_Store.Get();
-  while (!worker && WillRun(*snapshot) && !deadline.IsOver()) {
-    snapshot =
-        m_Store.AwaitNewer(snapshot->m_Number, Console::Deadline(deadline.Left(kCheckInterval)));
-    worker = Running();
+  while (!worker && WillRun(*snapshot) && !deadline.HasPassed()) {
+    snapshot = m_Store.AwaitNewer(snapshot->m_Number,
+                                  Console::Deadline(deadline.Remaining(kCheckInterval)));
+    worker = RunningWorker();
   }
   return worker;
 }
@@ -164,9 +164,9 @@ bool Collector::Refresh(const Console::Deadline& deadline) const {
   const std::uint64_t request = ++m_Refreshes;
   m_Wake.Notify();
   SnapshotPtr snapshot = m_Store.Get();
-  while (snapshot->m_Refreshes < request && WillRun(*snapshot) && !deadline.IsOver()) {
-    snapshot =
-        m_Store.AwaitNewer(snapshot->m_Number, Console::Deadline(deadline.Left(kCheckInterval)));
+  while (snapshot->m_Refreshes < request && WillRun(*snapshot) && !deadline.HasPassed()) {
+    snapshot = m_Store.AwaitNewer(snapshot->m_Number,
+                                  Console::Deadline(deadline.Remaining(kCheckInterval)));
   }
   return snapshot->m_Refreshes >= request;
 }
@@ -203,7 +203,7 @@ bool Collector::Follow(Worker& worker, WorkerSession& session) {
     if (m_IsStopping) return false;
     if (!session.HasCards()) return true;
     Publish(session, refreshes);
-    if (stable.IsOver()) m_NextBackoff = m_Settings.m_InitialBackoff;
+    if (stable.HasPassed()) m_NextBackoff = m_Settings.m_InitialBackoff;
   }
 }
 
@@ -237,7 +237,7 @@ void Collector::ForwardObservation(const SnapshotPtr& snapshot,
   if (m_Settings.m_OnObservation(observation)) m_HasForwarded = true;
 }
 
-// Keeps the objects as last read.
+// Keeps the objects of the previous snapshot.
 void Collector::PublishDown(const std::string& reason) {
   Snapshot snapshot = *m_Store.Get();
   snapshot.m_Plugin.m_IsUp = false;
@@ -250,7 +250,7 @@ void Collector::PublishDown(const std::string& reason) {
 void Collector::BackOff() {
   m_Progress.Begin(m_NextBackoff);
   const Console::Deadline deadline(m_NextBackoff);
-  while (!m_IsStopping && !deadline.IsOver()) m_Wake.Wait(deadline.Left(), {});
+  while (!m_IsStopping && !deadline.HasPassed()) m_Wake.Wait(deadline.Remaining(), {});
   m_NextBackoff = std::min(m_NextBackoff * 2, m_Settings.m_MaxBackoff);
 }
 

@@ -38,9 +38,9 @@ struct CollectorSettings {
   std::function<bool(const Observation&)> m_OnObservation;
   // The clock of `Collector::IsStuck`.
   std::function<ProgressWatch::Clock::time_point()> m_Now = &ProgressWatch::Clock::now;
-  // Receives the plug-in's events after they were logged, or could not be logged yet. Called
-  // without events when earlier ones have been logged after all. Called on the collector's thread;
-  // must not block for long or throw.
+  // Called with the plug-in's events after they were logged, or after logging them failed. Called
+  // without events when events that could not be logged before have been logged. Called on the
+  // collector's thread; must not block for long or throw.
   std::function<void(const std::vector<HostKit::LoggedEvent>&)> m_OnEvents = nullptr;
 };
 
@@ -76,7 +76,7 @@ class Collector {
   // Number of threads that the running plug-in failed to start. Thread-safe.
   std::size_t FailedThreads() const;
   // Whether a plug-in is running, so that `Call` can succeed. Thread-safe.
-  bool IsRunning() const { return Running() != nullptr; }
+  bool IsRunning() const { return RunningWorker() != nullptr; }
 
  private:
   void Run();
@@ -89,14 +89,14 @@ class Collector {
   void PublishDown(const std::string& reason);
   void BackOff();
 
-  std::shared_ptr<Worker> Running() const;
+  std::shared_ptr<Worker> RunningWorker() const;
   bool WillRun(const Snapshot& snapshot) const;
   std::shared_ptr<Worker> AwaitRunning(const Console::Deadline& deadline) const;
   void SetRunning(std::shared_ptr<Worker> worker);
 
   const CollectorSettings m_Settings;
   SnapshotStore& m_Store;
-  Console::Notifier m_Wake;  // a refresh was requested, or the thread has to stop
+  Console::Notifier m_Wake;  // a refresh was requested, or the thread must stop
   mutable std::atomic<std::uint64_t> m_Refreshes{0};  // requested so far
   std::atomic<bool> m_IsStopping{false};
   ProgressWatch m_Progress{m_Settings.m_Now};

@@ -1,4 +1,5 @@
-// A session with the collector's plug-in, for jobs. Reads wait for the cards.
+// A session with the collector's plug-in, for jobs. Reads call the plug-in, which waits for the
+// cards.
 #pragma once
 
 #include <cstdint>
@@ -28,7 +29,7 @@ class CollectorSession : public Console::CommandSession {
   std::vector<HostKit::LoggedEvent> CollectEvents() override;
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds timeout,
-                           const Console::WaitSet& also) override;
+                           const Console::WaitSet& extra) override;
 
  private:
   std::optional<Console::PluginReply> Call(Console::PluginCommand command,

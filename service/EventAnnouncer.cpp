@@ -20,22 +20,22 @@ void EventAnnouncer::Announce(const Events& events) {
   };
   if (m_State.Read([](StateStore&) { return true; }, announce)) return;
   for (const HostKit::LoggedEvent& event : events) m_Log(event);
-  m_HasWaiting = true;
+  m_HasPending = true;
 }
 
 // The state thread reports failures.
 bool EventAnnouncer::Record(const Observation& observation) {
-  const auto announce = [this, hasWaiting = m_HasWaiting](const StateOutcome<Events>& outcome) {
+  const auto announce = [this, hasPending = m_HasPending](const StateOutcome<Events>& outcome) {
     const bool hasNew = outcome.m_Result && !outcome.m_Result->empty();
     if (hasNew) {
       for (const HostKit::LoggedEvent& event : *outcome.m_Result) m_Log(event);
     }
-    if ((hasNew || hasWaiting) && m_Hooks != nullptr) m_Hooks->OnEvents();
+    if ((hasNew || hasPending) && m_Hooks != nullptr) m_Hooks->OnEvents();
     if (hasNew) m_Feed.ReadLog();  // the snapshot that shows these events is already published
   };
   const bool isAccepted = m_State.Change(
       [observation](StateStore& store) { return store.Record(observation); }, announce);
-  if (isAccepted) m_HasWaiting = false;
+  if (isAccepted) m_HasPending = false;
   return isAccepted;
 }
 

@@ -21,7 +21,8 @@ class EventAnnouncer {
                  std::function<void(const HostKit::LoggedEvent&)> log);
 
   // Announces events reported by the plug-in; streams get them with the next snapshot. The programs
-  // get all events that are in the log by then, so `events` may be empty after a late entry.
+  // get all events that are in the log by then. Call without events when events that could not be
+  // logged before have been logged.
   void Announce(const std::vector<HostKit::LoggedEvent>& events);
   // Records the observation, and announces events that it adds to the log because no plug-in
   // reported them. Returns false if the state thread did not accept it.
@@ -32,7 +33,7 @@ class EventAnnouncer {
   EventFeed& m_Feed;
   EventHooks* const m_Hooks;
   const std::function<void(const HostKit::LoggedEvent&)> m_Log;
-  bool m_HasWaiting = false;  // the programs do not have the newest entries yet
+  bool m_HasPending = false;  // the programs do not have the newest entries yet
 };
 
 }  // namespace Service

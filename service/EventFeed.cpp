@@ -105,19 +105,19 @@ std::shared_ptr<Http::Stream> EventFeed::Open(std::optional<std::int64_t> after)
 
 void EventFeed::ReadLog() {
   const Base::MutexLock lock(m_Lock);
-  m_HasWork = m_ReadsLog = true;
+  m_HasWork = m_MustReadLog = true;
   m_Changed.NotifyAll();
 }
 
-bool EventFeed::TakeReadLog() {
+bool EventFeed::ConsumeReadRequest() {
   const Base::MutexLock lock(m_Lock);
-  return std::exchange(m_ReadsLog, false);
+  return std::exchange(m_MustReadLog, false);
 }
 
 void EventFeed::Wake(const std::weak_ptr<Reader>& reader) {
   const ReaderPtr owned = reader.lock();
   const Base::MutexLock lock(m_Lock);
-  if (owned != nullptr) owned->m_HasTaken = true;
+  if (owned != nullptr) owned->m_IsDrained = true;
   m_HasWork = true;
   m_Changed.NotifyAll();
 }
@@ -133,13 +133,13 @@ std::vector<EventFeed::ReaderPtr> EventFeed::Readers() const {
   return m_Readers;
 }
 
-// Returns whether more may be sent, because the client has taken all text. Clears the flag.
-bool EventFeed::TakeTurn(Reader& reader) {
+// Returns whether the client has taken all text, so that more may be sent. Clears the flag.
+bool EventFeed::ConsumeDrained(Reader& reader) {
   const Base::MutexLock lock(m_Lock);
-  return std::exchange(reader.m_HasTaken, false);
+  return std::exchange(reader.m_IsDrained, false);
 }
 
-// Waits for work until `until`. Returns false if the feed has to stop.
+// Waits for work until `until`. Returns false if the feed is stopping.
 bool EventFeed::Await(Clock::time_point until) {
   Base::MutexLock lock(m_Lock);
   while (!m_HasWork && !m_IsStopping && m_Changed.WaitUntil(lock, until)) continue;
@@ -152,14 +152,14 @@ void EventFeed::Run() {
   std::uint64_t seen = 0;
   while (Await(beat)) {
     const SnapshotPtr snapshot = m_Store.Get();
-    const bool isAsked = TakeReadLog();
-    if (isAsked || snapshot->m_Number != seen) ReadNewEvents(snapshot);
+    const bool isRequested = ConsumeReadRequest();
+    if (isRequested || snapshot->m_Number != seen) ReadNewEvents(snapshot);
     seen = snapshot->m_Number;
-    const bool isBeat = Clock::now() >= beat;
-    if (isBeat) beat = Clock::now() + m_Settings.m_Heartbeat;
+    const bool isHeartbeatDue = Clock::now() >= beat;
+    if (isHeartbeatDue) beat = Clock::now() + m_Settings.m_Heartbeat;
     try {
       for (const ReaderPtr& reader : Readers()) {
-        if (isBeat) SendHeartbeat(*reader);
+        if (isHeartbeatDue) SendHeartbeat(*reader);
         Serve(*reader, snapshot);
       }
     } catch (const std::exception&) {
@@ -172,7 +172,7 @@ void EventFeed::Run() {
 void EventFeed::ReadNewEvents(const SnapshotPtr& snapshot) {
   try {
     RestartIfLogWasReplaced();
-    std::optional<Writer> writer;  // copies the objects, so it is only made for events
+    std::optional<Writer> writer;  // copies the objects, so it is created only if there are events
     for (;;) {
       const auto events = HostKit::ReadEventsAfter(m_Newest, m_Settings.m_EventsPerPart);
       if (events.empty()) return;
@@ -199,7 +199,7 @@ void EventFeed::RestartIfLogWasReplaced() {
 }
 
 void EventFeed::Serve(Reader& reader, const SnapshotPtr& snapshot) {
-  if (!TakeTurn(reader)) return;
+  if (!ConsumeDrained(reader)) return;
   reader.m_Missed = 0;
   std::string part;
   try {
@@ -213,7 +213,7 @@ void EventFeed::Serve(Reader& reader, const SnapshotPtr& snapshot) {
     return;
   }
   const Base::MutexLock lock(m_Lock);
-  reader.m_HasTaken = true;  // nothing was sent
+  reader.m_IsDrained = true;  // nothing was sent
 }
 
 // The snapshot is sent after the events that preceded it.
@@ -267,7 +267,7 @@ std::string EventFeed::OlderPart(Reader& reader, const SnapshotPtr& snapshot) co
 void EventFeed::SendHeartbeat(Reader& reader) {
   if (reader.m_Missed >= m_Settings.m_MissedHeartbeats) return reader.m_Stream->Abort();
   ++reader.m_Missed;
-  if (TakeTurn(reader)) {
+  if (ConsumeDrained(reader)) {
     reader.m_Missed = 0;
     reader.m_Stream->Send(":\n\n");
   }

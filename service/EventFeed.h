@@ -62,7 +62,7 @@ class EventFeed {
     // Number of the last event sent. Empty at first if the stream starts after the newest event.
     std::optional<std::int64_t> m_After;
 
-    bool m_HasTaken = true;  // the client has taken all sent text; guarded by `m_Lock`
+    bool m_IsDrained = true;  // the client has taken all sent text; guarded by `m_Lock`
 
     // Used only by the thread.
     std::optional<std::uint64_t> m_Snapshot;  // number of the last one sent
@@ -78,7 +78,7 @@ class EventFeed {
 
   void Run();
   bool Await(Clock::time_point until);
-  bool TakeReadLog();
+  bool ConsumeReadRequest();
   void ReadNewEvents(const SnapshotPtr& snapshot);
   void RestartIfLogWasReplaced();
   void Serve(Reader& reader, const SnapshotPtr& snapshot);
@@ -87,7 +87,7 @@ class EventFeed {
   std::string OlderPart(Reader& reader, const SnapshotPtr& snapshot) const;
   void SendHeartbeat(Reader& reader);
   std::vector<ReaderPtr> Readers() const;
-  bool TakeTurn(Reader& reader);
+  bool ConsumeDrained(Reader& reader);
   void Wake(const std::weak_ptr<Reader>& reader);
   void Remove(const std::weak_ptr<Reader>& reader);
 
@@ -98,7 +98,7 @@ class EventFeed {
   Base::ConditionVariable m_Changed;
   std::vector<ReaderPtr> m_Readers HOST_GUARDED_BY(m_Lock);
   bool m_HasWork HOST_GUARDED_BY(m_Lock) = true;
-  bool m_ReadsLog HOST_GUARDED_BY(m_Lock) = false;  // even without a new snapshot
+  bool m_MustReadLog HOST_GUARDED_BY(m_Lock) = false;  // even without a new snapshot
   bool m_IsStopping HOST_GUARDED_BY(m_Lock) = false;
 
   std::atomic<std::int64_t> m_Newest{0};  // changed only by the thread

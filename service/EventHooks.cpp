@@ -26,11 +26,11 @@ Hooks::ProgramSettings SettingsOf(const std::filesystem::path& directory,
   return settings;
 }
 
-Hooks::Event MakeEvent(const Console::EventMatcher& matcher, const HostKit::LoggedEvent& event) {
-  Hooks::Event made;
-  made.m_Number = event.m_Number;
-  made.m_Document = Console::EventJson(matcher.Find(event), event);
-  return made;
+Hooks::Event ToHookEvent(const Console::EventMatcher& matcher, const HostKit::LoggedEvent& event) {
+  Hooks::Event result;
+  result.m_Number = event.m_Number;
+  result.m_Document = Console::EventJson(matcher.Find(event), event);
+  return result;
 }
 
 }  // namespace
@@ -48,18 +48,18 @@ EventHooks::EventHooks(const SnapshotStore& store, const std::filesystem::path& 
 // Only reports a failure, because the service continues without the programs.
 void EventHooks::OnEvents() {
   try {
-    PassOn();
+    ForwardEvents();
   } catch (const std::exception& failure) {
     m_Report(std::string("events.d: cannot read the event log: ") + failure.what());
   }
 }
 
-void EventHooks::PassOn() {
+void EventHooks::ForwardEvents() {
   const std::vector<HostKit::LoggedEvent> events = m_Tail.Read();
   if (events.empty()) return;
   const Console::Model model(m_Store.Get()->m_Objects);
   const Console::EventMatcher matcher(model);
-  for (const HostKit::LoggedEvent& event : events) m_Programs.Take(MakeEvent(matcher, event));
+  for (const HostKit::LoggedEvent& event : events) m_Programs.Take(ToHookEvent(matcher, event));
 }
 
 }  // namespace Service

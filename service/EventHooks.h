@@ -23,7 +23,7 @@ class EventHooks {
   void OnEvents();
 
  private:
-  void PassOn();
+  void ForwardEvents();
 
   const SnapshotStore& m_Store;
   const std::function<void(const std::string&)> m_Report;

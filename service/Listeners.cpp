@@ -60,7 +60,7 @@ void CreateDirectory(const std::filesystem::path& directory) {
   std::filesystem::permissions(directory, static_cast<std::filesystem::perms>(0755));
 }
 
-// Only root can give the socket to a group.
+// Only root sets the group of the socket.
 std::optional<gid_t> GroupFor(const Http::Permissions& permissions) {
   return geteuid() == 0 ? permissions.m_ReadGroup : std::nullopt;
 }
@@ -75,11 +75,11 @@ Listeners::Listeners(const ListenSettings& settings, const Http::Permissions& pe
   try {
     for (Base::Descriptor& socket : Systemd::TakeListenSockets()) {
       const std::string name = Http::NameOf(socket);
-      if (name.empty()) throw ListenFailure("a socket of the service manager", ENOTSOCK, {});
+      if (name.empty()) throw ListenFailure("a socket passed by the service manager", ENOTSOCK, {});
       Add(std::move(socket), name);
     }
   } catch (const std::system_error& error) {
-    throw ListenFailure("the sockets of the service manager", error.code().value(), {});
+    throw ListenFailure("the sockets passed by the service manager", error.code().value(), {});
   }
   if (m_Sockets.empty()) OpenUnix(settings.m_Socket, permissions);
   if (!settings.m_Tcp.empty()) OpenTcp(settings.m_Tcp);
@@ -129,11 +129,11 @@ void Listeners::CheckTcp(const std::string& name, const ListenSettings& settings
        "Anyone who can connect can read everything; nothing is encrypted."});
 }
 
-void Listeners::ShareFile(const Http::Permissions& permissions) const {
+void Listeners::SetFileAccess(const Http::Permissions& permissions) const {
   if (m_File.m_Path.empty()) return;
   const auto group = GroupFor(permissions);
   try {
-    Http::ShareSocket(m_File.m_Path, ModeFor(group), group);
+    Http::SetSocketAccess(m_File.m_Path, ModeFor(group), group);
   } catch (const std::system_error& error) {
     throw ListenFailure(m_File.m_Path.string(), error.code().value(), {});
   }

@@ -1,4 +1,4 @@
-// The sockets at which a service listens.
+// The sockets on which a service listens.
 #pragma once
 
 #include <sys/types.h>
@@ -21,20 +21,20 @@ struct ListenSettings {
 
 class Listeners {
  public:
-  // Takes over the service manager's sockets, or opens a Unix socket whose file is removed on
+  // Uses the sockets passed by the service manager, or opens a Unix socket whose file is removed on
   // destruction. Also opens the TCP socket, if set. Throws `Console::Failure`. Call once, before
   // any thread starts.
   Listeners(const ListenSettings& settings, const Http::Permissions& permissions);
 
-  // Names for messages: "/run/corvane/corvane.sock, 127.0.0.1:9188".
+  // The names of the sockets for messages, such as "/run/corvane/corvane.sock, 127.0.0.1:9188".
   const std::string& Names() const { return m_Names; }
   // The file of the first Unix socket; empty if there is none.
   const std::filesystem::path& UnixSocket() const { return m_UnixSocket; }
-  // Returns the sockets. Call once.
-  std::vector<Base::Descriptor> Take() { return std::move(m_Sockets); }
-  // Sets the mode of the socket file and, as root, its group. Call when the groups may have
-  // changed.
-  void ShareFile(const Http::Permissions& permissions) const;
+  // Transfers ownership of the sockets to the caller. Call once.
+  std::vector<Base::Descriptor> TakeSockets() { return std::move(m_Sockets); }
+  // Sets the mode of the socket file and, as root, its group. Does nothing for sockets
+  // passed by the service manager. Call when the groups may have changed.
+  void SetFileAccess(const Http::Permissions& permissions) const;
   // Removes the socket file. Call before closing the sockets, so that it cannot remove the file of
   // another service.
   void RemoveFile() { m_File.Remove(); }

@@ -18,8 +18,8 @@ void LogWarning(const std::string& text);
 // Logs an event of the plug-in.
 void LogEvent(const HostKit::LoggedEvent& event);
 
-// Logs a client's request for a change, such as "forgetCard/FA00000001". Call before carrying it
-// out.
+// Logs a client's request for a change, such as "forgetCard/FA00000001". Call before making the
+// change.
 void LogChange(const Http::Peer& client, const std::string& change);
 
 // Return the journal entries of an event and of a change. The messages contain no control

@@ -13,9 +13,9 @@ using std::chrono::milliseconds;
 
 // Short, because units that depend on the service wait for the first snapshot, which is published
 // after one to two seconds.
-constexpr milliseconds kUntilReady(50);
-constexpr milliseconds kWhenReady(1000);
-constexpr int kFeedsPerLimit = 3;
+constexpr milliseconds kIntervalUntilReady(50);
+constexpr milliseconds kIntervalWhenReady(1000);
+constexpr int kPingsPerTimeout = 3;
 
 }  // namespace
 
@@ -25,11 +25,11 @@ void ManagerReports::Update() {
 }
 
 milliseconds ManagerReports::Interval() const {
-  if (!m_IsReady) return kUntilReady;
-  if (!m_Settings.m_Watchdog) return kWhenReady;
-  const auto feed =
-      std::chrono::duration_cast<milliseconds>(*m_Settings.m_Watchdog / kFeedsPerLimit);
-  return std::clamp(feed, milliseconds(1), kWhenReady);
+  if (!m_IsReady) return kIntervalUntilReady;
+  if (!m_Settings.m_Watchdog) return kIntervalWhenReady;
+  const auto pingInterval =
+      std::chrono::duration_cast<milliseconds>(*m_Settings.m_Watchdog / kPingsPerTimeout);
+  return std::clamp(pingInterval, milliseconds(1), kIntervalWhenReady);
 }
 
 void ManagerReports::UpdateStatus() {
@@ -46,9 +46,9 @@ void ManagerReports::UpdateStatus() {
 void ManagerReports::NotifyWatchdog() {
   if (!m_Settings.m_Watchdog || m_Settings.m_IsStuck()) return;
   const auto now = m_Settings.m_Now();
-  if (m_Fed && now - *m_Fed < *m_Settings.m_Watchdog / kFeedsPerLimit) return;
+  if (m_LastPing && now - *m_LastPing < *m_Settings.m_Watchdog / kPingsPerTimeout) return;
   m_Settings.m_Send("WATCHDOG=1");
-  m_Fed = now;
+  m_LastPing = now;
 }
 
 std::string StatusLine(const Snapshot& snapshot) {

@@ -19,7 +19,7 @@ class ManagerReports {
   using Clock = ProgressWatch::Clock;
 
   struct Settings {
-    std::function<void(const std::string&)> m_Send;       // receives the assignments
+    std::function<void(const std::string&)> m_Send;       // sends text such as READY=1
     std::function<bool()> m_IsStuck;                      // whether the service must be restarted
     std::optional<std::chrono::microseconds> m_Watchdog;  // the watchdog timeout; empty: none
     std::function<Clock::time_point()> m_Now = &Clock::now;
@@ -49,7 +49,7 @@ class ManagerReports {
   bool m_IsReady = false;
   std::uint64_t m_Reported = 0;  // number of the last snapshot
   std::string m_Status;
-  std::optional<Clock::time_point> m_Fed;
+  std::optional<Clock::time_point> m_LastPing;
 };
 
 // Returns "3 cards", "no supported card found" or "plug-in down: REASON", without line breaks.

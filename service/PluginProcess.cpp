@@ -70,7 +70,7 @@ Console::PluginReply ExecuteSafely(Process& process, Console::PluginCommand comm
   }
 }
 
-// Executes one command and returns its result.
+// Executes the command and records whether the plug-in is initialized.
 Json RunCommand(Process& process, Console::PluginCommand command) {
   const PI::_COMMAND number = command.m_Command;
   const Console::PluginReply reply = ExecuteSafely(process, std::move(command));
@@ -81,7 +81,7 @@ Json RunCommand(Process& process, Console::PluginCommand command) {
   return Console::ToJson(reply);
 }
 
-// The service cannot read the rows itself: the process of the plug-in may keep them in memory.
+// The service cannot read the rows itself, because they may be in this process's memory.
 Json ReadRows(const std::string& table) {
   for (const Console::RowSource& source : Console::kRowSources) {
     if (table != source.m_Name) continue;
@@ -102,34 +102,36 @@ void Reply(Process& process, const Json& id, Json document) {
 
 using Work = std::function<Json()>;
 
-// Does the work and sends its result.
-void WorkAndReply(Process& process, const Json& id, const Work& work) {
+// Runs `work` and sends its result.
+void RunAndReply(Process& process, const Json& id, const Work& work) {
   try {
     Reply(process, id, work());
   } catch (const std::exception&) {
-    // Out of memory. The service replaces this process, because the reply is missing.
+    // Out of memory. Without a reply, the call times out in the service.
   }
 }
 
-// A reply with all cards takes several times the memory that the plug-in itself uses.
-void Answer(Process& process, const Json& id, const Work& work) {
-  WorkAndReply(process, id, work);
+// Runs `work` and replies, then returns free memory to the system, because a reply with all cards
+// takes several times the memory that the plug-in itself uses.
+void HandleRequest(Process& process, const Json& id, const Work& work) {
+  RunAndReply(process, id, work);
   ReturnFreeMemory();
   --process.m_RunningCommands;
 }
 
-// Replies with `otherwise` if the thread cannot be started.
-void Start(Process& process, const Json& id, const Work& work, const Work& otherwise) {
+// Handles a request on a new thread. Replies with the result of `fallback` if the thread cannot be
+// started.
+void Start(Process& process, const Json& id, const Work& work, const Work& fallback) {
   ++process.m_RunningCommands;
   try {
-    std::thread(Answer, std::ref(process), id, work).detach();
+    std::thread(HandleRequest, std::ref(process), id, work).detach();
   } catch (const std::system_error&) {
     --process.m_RunningCommands;
-    Reply(process, id, otherwise());
+    Reply(process, id, fallback());
   }
 }
 
-// Runs each request in a separate thread, so that one that hangs does not delay the others.
+// Runs each request on a separate thread, so that a hung request does not delay the others.
 void Dispatch(Process& process, Json document) {
   const Json id = document.at("id");
   document.erase("id");

@@ -1,4 +1,4 @@
-// The process that holds the plug-in. If the plug-in or the card library crashes or hangs, only
+// The process that runs the plug-in. If the plug-in or the card library crashes or hangs, only
 // this process is lost, and the service starts another one.
 #pragma once
 

@@ -81,14 +81,14 @@ CollectorSettings SettingsOf(const Console::Context& context, EventAnnouncer& an
   return settings;
 }
 
-void ReportState(const std::string& cause) {
+void ReportStateFailure(const std::string& cause) {
   LogWarning(
       fmt::format("cannot use the database {}: {}", HostKit::DatabaseFile().string(), cause));
 }
 
 // Returns null if no directory is given.
-std::unique_ptr<EventHooks> MakeHooks(const SnapshotStore& store,
-                                      const std::filesystem::path& directory) {
+std::unique_ptr<EventHooks> CreateHooks(const SnapshotStore& store,
+                                        const std::filesystem::path& directory) {
   return directory.empty() ? nullptr : std::make_unique<EventHooks>(store, directory, LogWarning);
 }
 
@@ -99,7 +99,7 @@ struct Running {
           std::vector<Base::Descriptor> listeners, const Http::Permissions& permissions,
           const std::filesystem::path& eventsDirectory)
       : m_Feed(m_Store),
-        m_Hooks(MakeHooks(m_Store, eventsDirectory)),
+        m_Hooks(CreateHooks(m_Store, eventsDirectory)),
         m_Announcer(m_State, m_Feed, m_Hooks.get(), LogEvent),
         m_Collector(SettingsOf(context, m_Announcer), m_Store),
         m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,
@@ -125,7 +125,7 @@ struct Running {
   const std::unique_ptr<EventHooks> m_Hooks;
   EventAnnouncer m_Announcer;  // outlives the queued tasks of the state thread
   // Destroyed after the collector, so that its last observation is stored.
-  StateThread m_State{ReportState};
+  StateThread m_State{ReportStateFailure};
   Collector m_Collector;
   JobTable m_Jobs;
   ReplayCache m_Replays;
@@ -141,7 +141,7 @@ void Reload(Running& running, const Listeners& listeners) {
   const Http::Permissions permissions = LookUpPermissions();
   running.m_Server->SetPermissions(permissions);
   try {
-    listeners.ShareFile(permissions);
+    listeners.SetFileAccess(permissions);
   } catch (const Failure& failure) {
     LogWarning(failure.what());
   }
@@ -150,10 +150,10 @@ void Reload(Running& running, const Listeners& listeners) {
 void RunUntilStop(Running& running, const Listeners& listeners, const ReloadSignal& reload,
                   const Console::Deadline& deadline) {
   const auto isStuck = [&running] { return running.m_Collector.IsStuck(); };
-  ManagerReports reports(running.m_Store, {Systemd::Notify, isStuck, Systemd::WatchdogTime()});
-  while (!deadline.IsOver() && !Console::IsStopRequested()) {
+  ManagerReports reports(running.m_Store, {Systemd::Notify, isStuck, Systemd::WatchdogTimeout()});
+  while (!deadline.HasPassed() && !Console::IsStopRequested()) {
     reports.Update();
-    if (!reload.Wait(deadline.Left(reports.Interval()))) continue;
+    if (!reload.Wait(deadline.Remaining(reports.Interval()))) continue;
     Reload(running, listeners);
     reports.Reloaded();
   }
@@ -172,7 +172,8 @@ void Serve(Console::Context& context, const Console::CommandTable& commands,
   PassTracing(context.m_Options);
   const Console::DatabaseLock databaseLock(listeners.UnixSocket());
   {
-    Running running(context, commands, listeners.Take(), permissions, settings.m_EventsDirectory);
+    Running running(context, commands, listeners.TakeSockets(), permissions,
+                    settings.m_EventsDirectory);
     context.m_Diagnostics.Note("SERVING", fmt::format("serving at {}", listeners.Names()));
     RunUntilStop(running, listeners, reload, settings.m_Deadline);
     listeners.RemoveFile();

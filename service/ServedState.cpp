@@ -1,4 +1,4 @@
-// The stored state through a service.
+// The stored state, accessed through a service.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -50,38 +50,38 @@ std::optional<Result> FindResult(const ProblemResult<Result> (&rows)[count],
   return std::nullopt;
 }
 
-std::uint64_t TimeOf(const Json& json, const char* name) {
+std::uint64_t ParseTime(const Json& json, const char* name) {
   return Console::ParseTimestamp(name, json.at(name).get<std::string>(), Console::NowMs());
 }
 
-std::optional<std::int64_t> NumberOf(const Json& json, const char* name) {
+std::optional<std::int64_t> ParseNumber(const Json& json, const char* name) {
   const Json& number = json.at(name);
   return number.is_null() ? std::nullopt : std::optional(number.get<std::int64_t>());
 }
 
-KnownCard CardOf(const Json& json) {
+KnownCard ParseCard(const Json& json) {
   KnownCard card;
   card.m_SerialNumber = json.at("serial_number");
   std::string position = json.at("position");
   card.m_Position = Console::ReadNumber<std::int64_t>(position.erase(0, 1)).value_or(0);
-  card.m_FirstSeen = TimeOf(json, "first_seen");
-  card.m_LastSeen = TimeOf(json, "last_seen");
+  card.m_FirstSeen = ParseTime(json, "first_seen");
+  card.m_LastSeen = ParseTime(json, "last_seen");
   card.m_IsPresent = json.at("present");
   card.m_Name = json.at("name");
   card.m_Product = json.at("product");
   card.m_PciAddress = json.at("pci_address");
-  card.m_Slot = NumberOf(json, "pci_slot");
-  card.m_SizeBytes = NumberOf(json, "size_bytes");
+  card.m_Slot = ParseNumber(json, "pci_slot");
+  card.m_SizeBytes = ParseNumber(json, "size_bytes");
   return card;
 }
 
-Acknowledgment AcknowledgmentOf(const Json& json) {
+Acknowledgment ParseAcknowledgment(const Json& json) {
   Acknowledgment acknowledgment;
   acknowledgment.m_SerialNumber = json.at("serial_number");
   acknowledgment.m_Reason = json.at("reason");
   acknowledgment.m_User = json.at("user");
-  acknowledgment.m_Time = TimeOf(json, "time");
-  if (!json.at("until").is_null()) acknowledgment.m_Until = TimeOf(json, "until");
+  acknowledgment.m_Time = ParseTime(json, "time");
+  if (!json.at("until").is_null()) acknowledgment.m_Until = ParseTime(json, "until");
   acknowledgment.m_Note = json.at("note");
   return acknowledgment;
 }
@@ -98,11 +98,11 @@ bool IsValid(const HistorySeries& series) {
          (points.back().m_Time - points.front().m_Time) / series.m_Step < kMaxPoints;
 }
 
-HistorySeries SeriesOf(const Json& json) {
+HistorySeries ParseSeries(const Json& json) {
   HistorySeries series;
   series.m_Step = json.at("step_seconds").get<std::uint64_t>() * 1000;
   for (const Json& each : json.at("points")) {
-    series.m_Points.push_back({TimeOf(each, "time"), each.at("minimum").get<double>(),
+    series.m_Points.push_back({ParseTime(each, "time"), each.at("minimum").get<double>(),
                                each.at("maximum").get<double>(), each.at("mean").get<double>()});
   }
   if (!IsValid(series)) throw Console::RecordError("points: out of order or too many");
@@ -110,13 +110,13 @@ HistorySeries SeriesOf(const Json& json) {
 }
 
 template <class Element>
-std::vector<Element> ListOf(const Json& list, Element (*parse)(const Json&)) {
+std::vector<Element> ParseList(const Json& list, Element (*parse)(const Json&)) {
   std::vector<Element> elements;
   for (const Json& each : list) elements.push_back(parse(each));
   return elements;
 }
 
-std::string BodyOf(const Acknowledgment& acknowledgment) {
+std::string RequestBody(const Acknowledgment& acknowledgment) {
   Json body = {{"reason", acknowledgment.m_Reason}};
   if (!acknowledgment.m_Note.empty()) body["note"] = acknowledgment.m_Note;
   if (acknowledgment.m_Until) body["until"] = Console::TimeText(*acknowledgment.m_Until);
@@ -137,7 +137,7 @@ class ServedState : public StoredState {
 
   std::vector<KnownCard> Cards() override {
     return Parse(Get("/v1/known-cards"), kOk,
-                 [](const Json& json) { return ListOf(json.at("cards"), CardOf); });
+                 [](const Json& json) { return ParseList(json.at("cards"), ParseCard); });
   }
 
   std::optional<HistorySeries> History(const HistoryQuery& query) override {
@@ -146,21 +146,21 @@ class ServedState : public StoredState {
     if (query.m_Step > 0) path += fmt::format("&step={}ms", query.m_Step);
     const HttpReply reply = Get(path);
     if (ProblemId(reply) == "UNKNOWN_CARD") return std::nullopt;
-    return Parse(reply, kOk, SeriesOf);
+    return Parse(reply, kOk, ParseSeries);
   }
 
   std::vector<Acknowledgment> Acknowledgments() override {
     return Parse(Get("/v1/acknowledgments"), kOk, [](const Json& json) {
-      return ListOf(json.at("acknowledgments"), AcknowledgmentOf);
+      return ParseList(json.at("acknowledgments"), ParseAcknowledgment);
     });
   }
 
   AcknowledgeResult Acknowledge(Acknowledgment& acknowledgment) override {
-    HttpRequest request = ChangeOf(CardPath(acknowledgment.m_SerialNumber, "/ack"));
-    request.m_Body = BodyOf(acknowledgment);
+    HttpRequest request = ChangeRequest(CardPath(acknowledgment.m_SerialNumber, "/ack"));
+    request.m_Body = RequestBody(acknowledgment);
     const HttpReply reply = m_Session.Exchange(request);
     if (const auto result = FindResult(kAcknowledgeProblems, reply)) return *result;
-    acknowledgment = Parse(reply, kCreated, AcknowledgmentOf);
+    acknowledgment = Parse(reply, kCreated, ParseAcknowledgment);
     return AcknowledgeResult::Done;
   }
 
@@ -185,7 +185,7 @@ class ServedState : public StoredState {
     return m_Session.Exchange(request);
   }
 
-  static HttpRequest ChangeOf(std::string path) {
+  static HttpRequest ChangeRequest(std::string path) {
     HttpRequest request;
     request.m_Path = std::move(path);
     request.m_IsChange = true;
@@ -193,7 +193,7 @@ class ServedState : public StoredState {
   }
 
   HttpReply Delete(std::string path) {
-    HttpRequest request = ChangeOf(std::move(path));
+    HttpRequest request = ChangeRequest(std::move(path));
     request.m_IsDelete = true;
     return m_Session.Exchange(request);
   }
@@ -223,7 +223,7 @@ class ServedState : public StoredState {
 
 }  // namespace
 
-std::unique_ptr<StoredState> StateOfService(ServiceSession& session) {
+std::unique_ptr<StoredState> CreateServedState(ServiceSession& session) {
   return std::make_unique<ServedState>(session);
 }
 

@@ -49,8 +49,8 @@ void SnapshotStore::OnPublish(std::function<void()> call) {
 SnapshotPtr SnapshotStore::AwaitNewer(std::uint64_t number,
                                       const Console::Deadline& deadline) const {
   Base::MutexLock lock(m_Lock);
-  while (m_Newest->m_Number <= number && !deadline.IsOver()) {
-    m_Changed.WaitFor(lock, deadline.Left());
+  while (m_Newest->m_Number <= number && !deadline.HasPassed()) {
+    m_Changed.WaitFor(lock, deadline.Remaining());
   }
   return m_Newest;
 }

@@ -1,4 +1,4 @@
-// Snapshots of the cards, from which reads are answered.
+// Snapshots of the cards, which are used to answer reads.
 #pragma once
 
 #include <sys/types.h>
@@ -22,10 +22,10 @@ using Clock = std::chrono::system_clock;
 // The state of the plug-in process.
 struct PluginState {
   // Returns why the plug-in is not up.
-  std::string WhyDown() const { return m_Reason.empty() ? "the plug-in is starting" : m_Reason; }
+  std::string DownReason() const { return m_Reason.empty() ? "the plug-in is starting" : m_Reason; }
 
   bool m_IsUp = false;
-  std::string m_Reason;        // why it is not up; empty while it first starts
+  std::string m_Reason;        // why it is not up; empty during the first start
   std::uint64_t m_Starts = 0;  // number of process starts, including failed ones
   pid_t m_Process = -1;        // process ID of the last successful start
   std::size_t m_FailedThreads = 0;
@@ -40,7 +40,7 @@ struct Snapshot {
   const PI::CObject* Find(std::uint64_t id) const;
 
   std::uint64_t m_Run = 0;        // identifies the run of the service
-  std::uint64_t m_Number = 0;     // increases with each snapshot; 0: nothing has been read yet
+  std::uint64_t m_Number = 0;     // increases with each snapshot; 0 before the first reading
   std::uint64_t m_Refreshes = 0;  // number of refresh requests that it satisfies
   Console::PluginInfo m_Info;
   PluginState m_Plugin;

@@ -59,13 +59,13 @@ class DatabaseState : public StoredState {
 
 }  // namespace
 
-std::unique_ptr<StoredState> StateInDatabase() {
+std::unique_ptr<StoredState> CreateDatabaseState() {
   return std::make_unique<DatabaseState>();
 }
 
 std::unique_ptr<StoredState> OpenStoredState(Console::Session& session) {
-  auto* const shared = dynamic_cast<ServiceSession*>(&session);
-  return shared == nullptr ? StateInDatabase() : StateOfService(*shared);
+  auto* const service = dynamic_cast<ServiceSession*>(&session);
+  return service == nullptr ? CreateDatabaseState() : CreateServedState(*service);
 }
 
 }  // namespace Service

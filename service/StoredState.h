@@ -42,7 +42,7 @@ std::unique_ptr<StoredState> OpenStoredState(Console::Session& session);
 
 // Implementations of `StoredState`, for `OpenStoredState`.
 class ServiceSession;
-std::unique_ptr<StoredState> StateOfService(ServiceSession& session);
-std::unique_ptr<StoredState> StateInDatabase();
+std::unique_ptr<StoredState> CreateServedState(ServiceSession& session);
+std::unique_ptr<StoredState> CreateDatabaseState();
 
 }  // namespace Service

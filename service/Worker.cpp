@@ -34,11 +34,11 @@ Failure ProcessFailure(const std::string& why) {
 }
 
 struct SocketPair {
-  Base::Descriptor m_Here;
-  Base::Descriptor m_There;
+  Base::Descriptor m_Parent;
+  Base::Descriptor m_Child;
 };
 
-SocketPair MakeSocketPair() {
+SocketPair CreateSocketPair() {
   int ends[2];
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
     throw ProcessFailure(std::strerror(errno));
@@ -124,8 +124,8 @@ void Worker::Finish() {
 bool Worker::AwaitEnd(const Console::Deadline& deadline) {
   constexpr std::chrono::milliseconds kPause(10);
   while (!HasExited()) {
-    if (deadline.IsOver()) return false;
-    std::this_thread::sleep_for(deadline.Left(kPause));
+    if (deadline.HasPassed()) return false;
+    std::this_thread::sleep_for(deadline.Remaining(kPause));
   }
   return true;
 }
@@ -139,22 +139,22 @@ bool Worker::HasExited() {
 
 Worker::Started Worker::Start(const std::filesystem::path& program,
                               const std::filesystem::path& pluginFile) {
-  SocketPair pair = MakeSocketPair();
-  const SpawnSettings settings(pair.m_There.Get());
-  std::string words[] = {"corvane-host", "plugin-process", pluginFile.string()};
-  char* arguments[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
+  SocketPair pair = CreateSocketPair();
+  const SpawnSettings settings(pair.m_Child.Get());
+  std::string strings[] = {"corvane-host", "plugin-process", pluginFile.string()};
+  char* arguments[] = {strings[0].data(), strings[1].data(), strings[2].data(), nullptr};
   pid_t process = -1;
   const int error = posix_spawn(&process, program.c_str(), &settings.m_Actions,
                                 &settings.m_Attributes, arguments, environ);
   if (error != 0) throw ProcessFailure(std::strerror(error));
-  return {std::move(pair.m_Here), process};
+  return {std::move(pair.m_Parent), process};
 }
 
 // The first document reports whether the plug-in could be loaded.
 void Worker::ReceivePluginInfo(const Console::Deadline& deadline) {
-  if (!Console::WaitReadable(m_Socket.Get(), deadline.Left())) {
+  if (!Console::WaitReadable(m_Socket.Get(), deadline.Remaining())) {
     Console::ThrowIfStopped();
-    throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the plug-in does not respond");
+    throw Failure(ExitCode::TimedOut, "TIMED_OUT", "the plug-in is not responding");
   }
   const auto document = ReadFrame(m_Socket.Get());
   if (!document) throw ProcessFailure("it exited before the plug-in was loaded");
@@ -162,17 +162,17 @@ void Worker::ReceivePluginInfo(const Console::Deadline& deadline) {
   m_Info = Console::PluginInfoFromJson(document->at("plugin"));
 }
 
-// Runs on the reader thread. If the connection fails, the process is useless and is killed.
+// Runs on the reader thread. If the connection fails, the process is unusable and is killed.
 void Worker::ReadReplies() {
   try {
-    while (auto document = ReadFrame(m_Socket.Get())) Take(std::move(*document));
+    while (auto document = ReadFrame(m_Socket.Get())) HandleDocument(std::move(*document));
   } catch (const std::exception&) {
     Kill();
   }
-  End();
+  MarkEnded();
 }
 
-void Worker::Take(Json document) {
+void Worker::HandleDocument(Json document) {
   if (document.contains("notified")) {
     m_Notifications.Notify();
     return;
@@ -180,14 +180,14 @@ void Worker::Take(Json document) {
   const Base::MutexLock lock(m_Lock);
   m_FailedThreads = document.at("failed_threads").get<std::size_t>();
   const auto waiting = m_Replies.find(document.at("id").get<std::uint64_t>());
-  if (waiting == m_Replies.end()) return;  // the caller no longer waits
+  if (waiting == m_Replies.end()) return;  // the call has timed out
   document.erase("failed_threads");
   document.erase("id");
   waiting->second = std::move(document);
   m_Changed.NotifyAll();
 }
 
-void Worker::End() {
+void Worker::MarkEnded() {
   {
     const Base::MutexLock lock(m_Lock);
     m_HasEnded = true;
@@ -255,24 +255,24 @@ std::optional<Json> Worker::AwaitReply(std::uint64_t id, const Console::Deadline
                                        DuringFormat duringFormat) {
   Base::MutexLock lock(m_Lock);
   std::optional<Json>& reply = m_Replies.at(id);
-  while (!m_HasEnded && !reply && !HasWaited(deadline, duringFormat)) {
-    m_Changed.WaitFor(lock, deadline.IsOver() ? kFormatCheck : deadline.Left());
+  while (!m_HasEnded && !reply && !HasTimedOut(deadline, duringFormat)) {
+    m_Changed.WaitFor(lock, deadline.HasPassed() ? kFormatCheck : deadline.Remaining());
   }
   return std::move(reply);
 }
 
-bool Worker::HasWaited(const Console::Deadline& deadline, DuringFormat duringFormat) const {
-  if (!deadline.IsOver()) return false;
-  return duringFormat == DuringFormat::GiveUp || !IsHeldByFormat();
+bool Worker::HasTimedOut(const Console::Deadline& deadline, DuringFormat duringFormat) const {
+  if (!deadline.HasPassed()) return false;
+  return duringFormat == DuringFormat::GiveUp || !IsBlockedByFormat();
 }
 
-bool Worker::IsHeldByFormat() const {
-  return m_Formats > 0 || !m_AfterFormat.IsOver();
+bool Worker::IsBlockedByFormat() const {
+  return m_Formats > 0 || !m_AfterFormat.HasPassed();
 }
 
 bool Worker::MayWaitForFormat() const {
   const Base::MutexLock lock(m_Lock);
-  return IsHeldByFormat();
+  return IsBlockedByFormat();
 }
 
 void Worker::RefuseFormats() {

@@ -80,18 +80,18 @@ class Worker {
   Worker(Started started, const Console::Deadline& deadline);
   void ReceivePluginInfo(const Console::Deadline& deadline);
   void ReadReplies();
-  void Take(nlohmann::json document);
+  void HandleDocument(nlohmann::json document);
   std::optional<nlohmann::json> Exchange(const PendingCall& call, nlohmann::json document,
                                          const Console::Deadline& deadline,
                                          DuringFormat duringFormat);
   std::optional<nlohmann::json> AwaitReply(std::uint64_t id, const Console::Deadline& deadline,
                                            DuringFormat duringFormat);
-  void End();
+  void MarkEnded();
   bool AwaitEnd(const Console::Deadline& deadline);
   bool HasExited();
-  bool HasWaited(const Console::Deadline& deadline, DuringFormat duringFormat) const
+  bool HasTimedOut(const Console::Deadline& deadline, DuringFormat duringFormat) const
       HOST_REQUIRES(m_Lock);
-  bool IsHeldByFormat() const HOST_REQUIRES(m_Lock);
+  bool IsBlockedByFormat() const HOST_REQUIRES(m_Lock);
 
   const Base::Descriptor m_Socket;
   const pid_t m_Process;

@@ -24,8 +24,8 @@ std::optional<Console::PluginReply> WorkerSession::Call(Console::PluginCommand c
 }
 
 bool WorkerSession::WaitForNotification(std::chrono::milliseconds timeout,
-                                        const Console::WaitSet& also) {
-  return m_Worker.Notifications().Wait(timeout, also);
+                                        const Console::WaitSet& extra) {
+  return m_Worker.Notifications().Wait(timeout, extra);
 }
 
 }  // namespace Service

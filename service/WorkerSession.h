@@ -1,4 +1,4 @@
-// A session with the plug-in of a worker process.
+// A session with a plug-in that runs in a separate process.
 #pragma once
 
 #include "console/plugin/CommandSession.h"
@@ -8,9 +8,8 @@ namespace Service {
 
 class WorkerSession : public Console::CommandSession {
  public:
-  // Initializes the plug-in of the worker, which takes more than a second. Throws
-  // `Console::Failure`; finding no card is not a failure. Worker and event log must outlive the
-  // session.
+  // Initializes the plug-in, which takes more than a second. Throws `Console::Failure`, but not if
+  // the plug-in finds no cards. The worker and the event log must outlive the session.
   WorkerSession(Worker& worker, Console::EventLogClient& eventLog,
                 const Console::TimeLimits& limits);
 
@@ -19,13 +18,13 @@ class WorkerSession : public Console::CommandSession {
   std::size_t FailedThreads() const override { return m_Worker.FailedThreads(); }
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds timeout,
-                           const Console::WaitSet& also) override;
+                           const Console::WaitSet& extra) override;
 
  private:
   std::optional<Console::PluginReply> Call(Console::PluginCommand command,
                                            const Console::Deadline& deadline,
                                            Console::OnStop onStop) override;
-  // Kills the process, because a hung call cannot be ended in another way.
+  // Kills the process, because there is no other way to end a hung call.
   void Abandon() override { m_Worker.Kill(); }
 
   Worker& m_Worker;

@@ -35,7 +35,7 @@ inline PI::CAdapterID AdapterIDOf(const CFusionIOAdapter& adapter) {
 
 // Sets the adapter's name, using the first global number in `ids` for its PCI address. If there is
 // none, the name is unchanged.
-inline void NameByNumber(const std::vector<PI::CAdapterID>& ids, CFusionIOAdapter& adapter) {
+inline void SetAdapterName(const std::vector<PI::CAdapterID>& ids, CFusionIOAdapter& adapter) {
   const PI::CAdapterID wanted = AdapterIDOf(adapter);
   const auto found = std::find_if(ids.begin(), ids.end(), [&wanted](const PI::CAdapterID& known) {
     return known.m_Segment == wanted.m_Segment && known.m_Bus == wanted.m_Bus &&

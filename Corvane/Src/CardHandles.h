@@ -22,7 +22,7 @@ namespace NAMESPACE_Corvane {
 class ErrorRecord {
  public:
   ErrorRecord() { *TextBegin() = '\0'; }
-  // Returns a record filled with zeros, for calls that may read it.
+  // Returns a zeroed record, for calls that may read it.
   static ErrorRecord Zeroed() {
     ErrorRecord record;
     record.m_Record = {};
@@ -32,12 +32,12 @@ class ErrorRecord {
   operator vsl_error_record*() { return &m_Record; }
   std::string Text() const {
     const char* text = const_cast<ErrorRecord*>(this)->TextBegin();
-    return std::string(text, strnlen(text, kErrorRecordSize - kErrorTextAt));
+    return std::string(text, strnlen(text, kErrorRecordSize - kErrorTextOffset));
   }
 
  private:
   // Uses an offset because member names may differ between versions of the library's header.
-  char* TextBegin() { return reinterpret_cast<char*>(&m_Record) + kErrorTextAt; }
+  char* TextBegin() { return reinterpret_cast<char*>(&m_Record) + kErrorTextOffset; }
 
   static_assert(sizeof(vsl_error_record) == kErrorRecordSize);
   vsl_error_record m_Record;
@@ -45,7 +45,7 @@ class ErrorRecord {
 
 namespace HandleKind {
 struct Card;
-struct Adapter;  // a card's PCIe side
+struct Adapter;  // the card's PCIe adapter
 struct Format;
 struct Job;  // attach or detach; a format is also a job
 struct Unit;

@@ -47,8 +47,8 @@ struct KindOf<vsl_has_vsu_state> {
   ::NAMESPACE_Corvane::AttributeOf<::NAMESPACE_Corvane::HandleKind::Format>( \
       vsl_iom_format_has_##name, vsl_iom_format_##name)
 
-// Attributes without a pair of functions of the same name: the reserve status exists if the reserve
-// space does, and the size mode cannot be read.
+// Attributes that the macros cannot name. The reserve status has no `has` function of its own: it
+// exists if the reserve space does. The size mode can be set but not read.
 constexpr auto kReserveStatus =
     AttributeOf<HandleKind::Card>(vsl_has_reserve_space_pct, vsl_reserve_status);
 constexpr Attribute<HandleKind::Format, bool> kSizeMode = {vsl_iom_format_has_size_mode, nullptr};

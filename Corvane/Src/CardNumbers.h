@@ -22,7 +22,7 @@ enum CardStateNumber : std::uint32_t {
 };
 
 // The offset of the text in an error record, and the size of the record, in bytes.
-constexpr std::size_t kErrorTextAt = 8;
+constexpr std::size_t kErrorTextOffset = 8;
 constexpr std::size_t kErrorRecordSize = 1048;
 
 }  // namespace NAMESPACE_Corvane

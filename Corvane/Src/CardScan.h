@@ -30,7 +30,7 @@ inline void ReadPciAddress(const CardReader& card, CFusionIOAdapter& adapter) {
 inline void ReadFamily(const CardReader& card, std::uint16_t deviceId, CFusionIOAdapter& adapter) {
   const DeviceFamily* family = FamilyOf(deviceId);
   if (family == nullptr) return;
-  if (adapter.m_PciSegment == kNotKnown) adapter.m_PciSegment = LookUpSegment(*family, adapter);
+  if (adapter.m_PciSegment == kUnknown) adapter.m_PciSegment = LookUpSegment(*family, adapter);
   card.ReadInto(adapter.m_BoardName, VSL(board_name));
   adapter.m_Model = family->m_Model != nullptr ? family->m_Model : adapter.m_BoardName;
   adapter.m_DriverName = family->m_DriverName;
@@ -153,8 +153,8 @@ inline void ReadFormatLimits(FormatRef handle, ErrorRecord& error, CFusionIOPhys
   if (const auto bytes = format.Read(VSL_FORMAT(size_bytes)))
     drive.m_FormattedSizeMiB = MiB(*bytes);
   if (!format.ReadInto(drive.m_FormattedPercent, VSL_FORMAT(size_pct))) {
-    const std::uint64_t whole = drive.m_ConfigurableSizeMiB;
-    drive.m_FormattedPercent = whole == 0 ? 0 : drive.m_FormattedSizeMiB * 100 / whole;
+    const std::uint64_t totalMiB = drive.m_ConfigurableSizeMiB;
+    drive.m_FormattedPercent = totalMiB == 0 ? 0 : drive.m_FormattedSizeMiB * 100 / totalMiB;
   }
   const auto readMaximum = [&] {
     if (const auto bytes = format.Read(VSL_FORMAT(max_size_bytes))) {

@@ -15,8 +15,8 @@
 
 namespace NAMESPACE_Corvane {
 
-// Returns an event of the adapter without a number and severity.
-inline PI::CEvent EventOf(const CFusionIOAdapter& adapter, unsigned long now) {
+// Returns an event for the adapter, without an event number or severity.
+inline PI::CEvent EventFor(const CFusionIOAdapter& adapter, unsigned long now) {
   PI::CEvent event;
   event.m_ObjectID = adapter.m_ID;
   event.m_Time = now;
@@ -32,20 +32,19 @@ inline void Append(PI::_EVENT_ID id, PI::_SEVERITY severity, PI::CEvent event,
   events.push_back(event);
 }
 
-// Appends the event of an adapter that is new in this scan.
+// Appends the event for an adapter that is new in this scan.
 inline void AppendAdded(const CFusionIOAdapter& adapter, unsigned long now,
                         std::vector<PI::CEvent>& events) {
-  Append(PI::Event::CTRL_PNPADD, PI::SEVERITY_INFORMATION, EventOf(adapter, now), events);
+  Append(PI::Event::CTRL_PNPADD, PI::SEVERITY_INFORMATION, EventFor(adapter, now), events);
 }
 
-// Appends the event of an adapter that is missing from this scan.
+// Appends the event for an adapter that is missing from this scan.
 inline void AppendRemoved(const CFusionIOAdapter& adapter, unsigned long now,
                           std::vector<PI::CEvent>& events) {
-  Append(PI::Event::CTRL_PNPREMOVE, PI::SEVERITY_WARNING, EventOf(adapter, now), events);
+  Append(PI::Event::CTRL_PNPREMOVE, PI::SEVERITY_WARNING, EventFor(adapter, now), events);
 }
 
-// Appends one copy of `event` for each bit of the table that has changed from 0 to 1, in the order
-// of the rows.
+// Appends a copy of `event` for each bit in `bits` that changed from 0 to 1, in table order.
 template <std::size_t N>
 void AppendNewlySet(std::uint64_t before, std::uint64_t after, const StatusBit (&bits)[N],
                     const PI::CEvent& event, std::vector<PI::CEvent>& events) {
@@ -60,12 +59,12 @@ inline bool HasReason(const CFusionIOAdapter& adapter, int reason) {
   return std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
 }
 
-// Appends the events of an adapter for bits that have changed from 0 to 1, for the return to
-// normal, and for a card that was attached or detached. The events contain the id and name of
+// Appends an adapter's events for bits that have changed from 0 to 1, for the return to normal,
+// and for a card that was attached or detached. The events contain the id and name of
 // `before`. The masks of `after` must be debounced.
 inline void AppendChanged(const CFusionIOAdapter& before, const CFusionIOAdapter& after,
                           unsigned long now, std::vector<PI::CEvent>& events) {
-  const PI::CEvent event = EventOf(before, now);
+  const PI::CEvent event = EventFor(before, now);
   AppendNewlySet(before.m_ErrorFlags, after.m_ErrorFlags, kErrorBits, event, events);
   AppendNewlySet(before.m_WarningFlags, after.m_WarningFlags, kWarningBits, event, events);
   // Events of information bits require a change of the information mask, but are triggered by bits
@@ -85,7 +84,7 @@ inline void AppendChanged(const CFusionIOAdapter& before, const CFusionIOAdapter
   }
 }
 
-// Appends the event of a drive whose formatted capacity or sector size has changed. `adapter` is
+// Appends the event for a drive whose formatted capacity or sector size has changed. `adapter` is
 // the scanned record. The second placeholder is the name of the drive.
 inline void AppendChanged(const CFusionIOPhysicalDrive& before, const CFusionIOPhysicalDrive& after,
                           const CFusionIOAdapter& adapter, unsigned long now,

@@ -31,8 +31,8 @@ MBX::Language_Support::CLanguageSupport::CLngFile m_LngFile("Corvane.nls", 25966
 
 namespace {
 
-// Returns a list entry of four words: the code of a message, followed by zeros. Copies bytes
-// because member names may differ between versions of the toolkit.
+// Returns a message list of four 64-bit values: the code of a message, followed by zeros. Copies
+// bytes because member names may differ between versions of the toolkit.
 template <class List>
 List MessageList(std::uint64_t code) {
   static_assert(sizeof(List) == 4 * sizeof code && std::is_trivially_copyable_v<List>);
@@ -55,7 +55,7 @@ IPLUGINAPI_IMPL* g_p_IPLUGINAPI_IMPL = nullptr;
 namespace {
 
 constexpr std::uint32_t kInterfaceVersion = 2;
-constexpr std::size_t kDevicePathRoom = 4096;  // PATH_MAX on Linux
+constexpr std::size_t kDevicePathCapacity = 4096;  // PATH_MAX on Linux
 
 // Runs a command that fills a list, and clears the list if the command fails.
 template <class Element, class Command>
@@ -85,8 +85,8 @@ IPLUGINAPI_IMPL::IPLUGINAPI_IMPL() {
   }
   // Jobs write these strings while other threads read them; with enough capacity for any path, the
   // text is never reallocated.
-  m_AttachDevice.reserve(kDevicePathRoom);
-  m_DetachDevice.reserve(kDevicePathRoom);
+  m_AttachDevice.reserve(kDevicePathCapacity);
+  m_DetachDevice.reserve(kDevicePathCapacity);
 }
 
 IPLUGINAPI_IMPL::~IPLUGINAPI_IMPL() {

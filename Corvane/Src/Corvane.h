@@ -180,7 +180,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   std::array<NamedThread, 3> Threads() const CORVANE_UNLOCKED;
   // Returns false if no thread was started in the slot.
   static bool IsRunning(const ThreadSlot& thread);
-  bool AnyThreadRuns() const;
+  bool AnyThreadIsRunning() const;
   void CancelThreads();
 
   // Jobs. Each runs on a separate thread, without holding a lock, until the card has finished.
@@ -199,15 +199,15 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   static void WriteDevice(std::string& slot, const std::string& device);
   // Returns the event that is queued if the job fails. Excluded from the analysis because it
   // ignores the result of the wait for `m_DataLock`, which has no timeout.
-  PI::CEvent FailureOf(const CardJob& job, const std::string& device) CORVANE_UNLOCKED;
+  PI::CEvent GetFailureEvent(const CardJob& job, const std::string& device) CORVANE_UNLOCKED;
   // Returns the event for a failed job, or an empty event if no adapter has the device.
-  PI::CEvent FailureEvent(const CardJob& job, const std::string& device)
+  PI::CEvent FailureEventLocked(const CardJob& job, const std::string& device)
       CORVANE_REQUIRES(m_DataLock);
   // Creates the job, starts it and waits for its result. Queues `failure` if a step fails.
-  void DriveCard(const CardJob& job, const std::string& device, const PI::CEvent& failure);
-  // Returns whether `code` is a failure; if so, traces it and queues `failure`.
-  bool JobFailed(const CardJob& job, const char* function, std::uint64_t code,
-                 const ErrorRecord& error, const PI::CEvent& failure);
+  void StartAndWait(const CardJob& job, const std::string& device, const PI::CEvent& failure);
+  // Returns whether `code` is 0. Otherwise traces it and queues `failure`.
+  bool CheckJobStep(const CardJob& job, const char* function, std::uint64_t code,
+                    const ErrorRecord& error, const PI::CEvent& failure);
   // Whether a job of the slot's kind is running, on any card.
   static bool IsBusy(const ThreadSlot& thread, const std::string& device) {
     return IsRunning(thread) && !device.empty();
@@ -222,7 +222,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
     unsigned long m_LastScan = MBX::Misc::now();
     bool m_ScanDue = false;
 
-    unsigned long Age() const { return MBX::Misc::now() - m_LastScan; }
+    unsigned long AgeMs() const { return MBX::Misc::now() - m_LastScan; }
   };
   // Runs one pass of the worker: a quick poll, or a full scan if one is due or the quick poll
   // detects a change. Acquires both locks for the scan, and releases them before it notifies the
@@ -270,8 +270,9 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
       CORVANE_REQUIRES(m_DataLock);
   void ScanDrive(HandleRef<HandleKind::Card> iom, const CFusionIOAdapter& adapter,
                  CFusionIOPhysicalDrive& drive) CORVANE_REQUIRES(m_DataLock);
-  // Returns the state for a job that is running on `devicePath`, or `iomState` if there is none or
-  // `devicePath` is null.
+  // Returns `iomState`, with two exceptions: attaching instead of attached while an attach job is
+  // running on `devicePath`, and detaching instead of detached while a detach job is. `devicePath`
+  // may be null.
   std::uint32_t CorrectedState(std::uint32_t iomState, const std::string* devicePath) const
       CORVANE_REQUIRES(m_DataLock);
 

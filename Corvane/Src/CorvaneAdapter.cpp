@@ -102,7 +102,7 @@ bool Number(LiveAdapter& adapter, CProperty& property) {
 
 template <std::uint64_t CFusionIOAdapter::*field>
 bool NumberIfKnown(LiveAdapter& adapter, CProperty& property) {
-  return adapter.m_Record.*field != kNotKnown && Number<field>(adapter, property);
+  return adapter.m_Record.*field != kUnknown && Number<field>(adapter, property);
 }
 
 template <float CFusionIOAdapter::*field>
@@ -136,7 +136,7 @@ bool AdapterNumber(LiveAdapter& adapter, CProperty& property) {
 }
 
 bool ManufactureDate(LiveAdapter& adapter, CProperty& property) {
-  if (adapter.m_Record.m_OriginMs == kNotKnown) return false;
+  if (adapter.m_Record.m_OriginMs == kUnknown) return false;
   MBXX::CSystemDate_Lx date = {};
   MBXX::CSystemTime_Lx::GetDate(adapter.m_Record.m_OriginMs, date);
   property.SetValue(Formatted("%4d-%02d-%02d %02d:%02d", date.m_Year, date.m_Month, date.m_Day,
@@ -177,7 +177,7 @@ bool Status(LiveAdapter& adapter, CProperty& property) {
 // The date on which the card will be worn out.
 bool EstimatedLifetime(LiveAdapter& adapter, CProperty& property) {
   const std::uint64_t firstUseMs = adapter.m_Record.m_FirstUseMs;
-  if (firstUseMs == kNotKnown || !adapter.IsOpen()) return false;
+  if (firstUseMs == kUnknown || !adapter.IsOpen()) return false;
   const CardReader card = adapter.Card();
   if (!card.Has(VSL(rated_endurance_tbytes)) || !card.Has(VSL(total_physical_bytes_written)) ||
       !card.Has(VSL(rated_writes_remaining_percent))) {
@@ -238,7 +238,7 @@ bool BytesWritten(LiveAdapter& adapter, CProperty& property) {
                    "GetAdapterProperties, vsl_has_total_physical_bytes_written = %d", property);
 }
 
-// The bytes written in percent of the rated endurance. May exceed 100.
+// The bytes written as a percentage of the rated endurance. May exceed 100.
 bool RatedEndurancePercent(LiveAdapter& adapter, CProperty& property) {
   TRACE_AS("GetAdapterProperties");
   if (!adapter.IsOpen()) return false;
@@ -391,7 +391,7 @@ unsigned int SwitchLocateLED(const CFusionIOAdapter& adapter, bool on) {
 using AdapterRow = RaidDataModels::Adapter;
 
 // Returns the condition that selects the row of an adapter.
-auto IsRowOf(const CFusionIOAdapter& adapter) {
+auto RowFilter(const CFusionIOAdapter& adapter) {
   using DatabaseORM::is_equal;
   return DatabaseORM::where(
       is_equal(&AdapterRow::adapterNumber, static_cast<int>(adapter.m_GlobalNumber)) &&
@@ -415,7 +415,7 @@ void TraceLiveValues(const CFusionIOAdapter& adapter) {
   TRACE_AS("SetDatabaseObjectProperties");
   ErrorRecord error = ErrorRecord::Zeroed();
   const CardReader card(CardRef(), error);
-  if (adapter.m_FirstUseMs != kNotKnown && card.Has(VSL(rated_endurance_tbytes)) &&
+  if (adapter.m_FirstUseMs != kUnknown && card.Has(VSL(rated_endurance_tbytes)) &&
       card.Has(VSL(total_physical_bytes_written)) &&
       card.Has(VSL(rated_writes_remaining_percent))) {
     const std::uint64_t written = card.Get(VSL(total_physical_bytes_written));
@@ -600,7 +600,7 @@ unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOAdapter& adapter) 
   TRACE_AS(__func__);
   return RunRowStatements(
       [&]() CORVANE_REQUIRES(m_DataLock) {
-        const std::vector<AdapterRow> old = m_Database->get_all<AdapterRow>(IsRowOf(adapter));
+        const std::vector<AdapterRow> old = m_Database->get_all<AdapterRow>(RowFilter(adapter));
         if (old.empty()) return;
         AdapterRow row;
         SetDatabaseObjectProperties(row, adapter);
@@ -621,7 +621,7 @@ unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOAdapter& adapter
   TRACE_AS(__func__);
   return RunRowStatements(
       [&]() CORVANE_REQUIRES(m_DataLock) {
-        m_Database->remove_all<AdapterRow>(IsRowOf(adapter));
+        m_Database->remove_all<AdapterRow>(RowFilter(adapter));
         TRACE(TRACE_DATABASE, "Adapter (%s) (%d) removed from db.", adapter.m_Name,
               adapter.m_GlobalNumber);
       },

@@ -40,7 +40,7 @@ bool Number(Drive& drive, CProperty& property) {
   return true;
 }
 
-// Each card has one drive, so the drive's numbers on its card are 0.
+// Each card has one drive, so its port and device numbers are 0.
 bool Zero(Drive&, CProperty& property) {
   property.SetValue(0UL);
   return true;
@@ -149,17 +149,17 @@ std::uint32_t SizePercent(const FormatRequest& request) {
   }
 }
 
-// Traces a failed library call and returns true; returns false on success.
-bool Failed(const char* function, vsl_code code, const ErrorRecord& error) {
-  if (code == 0) return false;
+// Returns true if a library call succeeded; traces a failure.
+bool CheckStep(const char* function, vsl_code code, const ErrorRecord& error) {
+  if (code == 0) return true;
   TRACE_AS("ExecutePhysicalDriveOperation");
   TRACE(TRACE_RESULT, "ExecutePhysicalDriveOperation, %s = %d (%s)", function, code, error.Text());
-  return true;
+  return false;
 }
 
 // Returns the maximum size for over-formatting, or 0 if it cannot be read.
 std::uint64_t OverformatSize(FormatRef format, ErrorRecord& error) {
-  if (Failed("vsl_iom_format_set_size_mode", AllowOverformat(format, error), error)) return 0;
+  if (!CheckStep("vsl_iom_format_set_size_mode", AllowOverformat(format, error), error)) return 0;
   return MaxSizeBytes(format, error);
 }
 
@@ -168,11 +168,11 @@ bool SetFormatSize(const Drive& drive, const FormatRequest& request, FormatRef f
   if (request.m_Formatting == Value::MAXIMUM_CAPACITY && drive.m_OverformatAllowed) {
     const std::uint64_t bytes = OverformatSize(format, error);
     if (bytes != 0) {
-      return !Failed("vsl_iom_format_set_size_bytes", SetSizeBytes(format, bytes, error), error);
+      return CheckStep("vsl_iom_format_set_size_bytes", SetSizeBytes(format, bytes, error), error);
     }
   }
-  return !Failed("vsl_iom_format_set_size_pct", SetSizePercent(format, SizePercent(request), error),
-                 error);
+  return CheckStep("vsl_iom_format_set_size_pct",
+                   SetSizePercent(format, SizePercent(request), error), error);
 }
 
 // Blocks until the card has been formatted.
@@ -181,13 +181,13 @@ unsigned int FormatCard(const Drive& drive, const FormatRequest& request) {
   CardHandle iom;
   FormatHandle format;
   const bool done =
-      !Failed("vsl_iom_create_by_name", CreateHandle(drive.m_DevicePath, iom, error), error) &&
-      !Failed("vsl_iom_format_create", CreateHandle(iom, format, error), error) &&
-      !Failed("vsl_iom_format_set_sector_size_bytes",
-              SetSectorSize(format, request.m_SectorSize, error), error) &&
+      CheckStep("vsl_iom_create_by_name", CreateHandle(drive.m_DevicePath, iom, error), error) &&
+      CheckStep("vsl_iom_format_create", CreateHandle(iom, format, error), error) &&
+      CheckStep("vsl_iom_format_set_sector_size_bytes",
+                SetSectorSize(format, request.m_SectorSize, error), error) &&
       SetFormatSize(drive, request, format, error) &&
-      !Failed("vsl_op_start", Start(format, error), error) &&
-      !Failed("vsl_op_wait_for_result", WaitForResult(format, error), error);
+      CheckStep("vsl_op_start", Start(format, error), error) &&
+      CheckStep("vsl_op_wait_for_result", WaitForResult(format, error), error);
   format.Destroy();
   iom.Destroy();
   return done ? PI::SUCCESS : PI::ERR_COMMAND_ERROR;
@@ -201,7 +201,7 @@ unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
   TRACE_AS("ExecutePhysicalDriveOperation");
   ErrorRecord error;
   CardHandle iom;
-  if (Failed("vsl_iom_create_by_name", CreateHandle(drive.m_DevicePath, iom, error), error)) {
+  if (!CheckStep("vsl_iom_create_by_name", CreateHandle(drive.m_DevicePath, iom, error), error)) {
     return PI::ERR_COMMAND_ERROR;
   }
   unsigned int result = PI::ERR_COMMAND_ERROR;
@@ -245,7 +245,7 @@ unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyIfN
 
 using DriveRow = RaidDataModels::PD;
 
-auto IsRowOf(const Drive& drive) {
+auto RowFilter(const Drive& drive) {
   using DatabaseORM::is_equal;
   return DatabaseORM::where(is_equal(&DriveRow::serialNumber, drive.m_SerialNumber) &&
                             is_equal(&DriveRow::hostName, "localhost"));
@@ -260,29 +260,29 @@ std::string ShortName(const std::string& name) {
 }
 
 std::string StateName(std::uint32_t state) {
-  const bool known =
+  const bool isKnown =
       state == Value::AVAILABLE || state == Value::AVAILABLE_SMART || state == Value::FAILED;
-  return ValueName(known ? static_cast<int>(state) : Value::OK);
+  return ValueName(isKnown ? static_cast<int>(state) : Value::OK);
 }
 
 // Stores the percentage in a property of the host and returns the value read back from it.
 int AsPercentProperty(std::uint32_t id, int percent) {
   CProperty property = MakeProperty(id, false);
   property.SetValue(percent, 1, 100, 1);
-  int held = 0;
-  property.GetValueRange(held);
-  return held;
+  int stored = 0;
+  property.GetValueRange(stored);
+  return stored;
 }
 
-// Sets fields from the current attributes of the card. Does not open the card, and does not destroy
-// its handle.
+// Fills the fields that are read from the card when the row is written. The handle is neither
+// opened nor destroyed, so each call leaks one.
 void FillLiveFields(DriveRow& row, const CFusionIOAdapter& adapter) {
   ErrorRecord error;
   CardHandle iom;
   const vsl_code code = CreateHandle(adapter.m_DevicePath, iom, error);
   iom.Release();
   const CardReader card(iom, error);
-  if (adapter.m_FirstUseMs == kNotKnown || code != 0 || !card.Has(VSL(rated_endurance_tbytes)) ||
+  if (adapter.m_FirstUseMs == kUnknown || code != 0 || !card.Has(VSL(rated_endurance_tbytes)) ||
       !card.Has(VSL(total_physical_bytes_written)) ||
       !card.Has(VSL(rated_writes_remaining_percent))) {
     return;
@@ -431,7 +431,7 @@ unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPhysicalDrive& dri
       [&]() CORVANE_REQUIRES(m_DataLock) {
         for (const CFusionIOAdapter& adapter : m_Adapters) {
           if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
-          const std::vector<DriveRow> old = m_Database->get_all<DriveRow>(IsRowOf(drive));
+          const std::vector<DriveRow> old = m_Database->get_all<DriveRow>(RowFilter(drive));
           if (old.empty()) continue;
           DriveRow row;
           FillRow(row, drive, adapter);

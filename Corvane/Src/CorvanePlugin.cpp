@@ -175,7 +175,7 @@ unsigned int IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& a
 }
 
 void IPLUGINAPI_IMPL::NameAdapters() {
-  for (CFusionIOAdapter& adapter : m_Adapters) NameByNumber(m_AdapterIDs, adapter);
+  for (CFusionIOAdapter& adapter : m_Adapters) SetAdapterName(m_AdapterIDs, adapter);
 }
 
 unsigned int IPLUGINAPI_IMPL::DeInitialize() {
@@ -183,7 +183,7 @@ unsigned int IPLUGINAPI_IMPL::DeInitialize() {
   m_StopRequest.Set();
   Sleep(100);
   const unsigned long begin = MBX::Misc::now();
-  while (AnyThreadRuns()) {
+  while (AnyThreadIsRunning()) {
     if (MBX::Misc::now() - begin > kStopLimitMs) {
       CancelThreads();
       break;
@@ -196,7 +196,7 @@ unsigned int IPLUGINAPI_IMPL::DeInitialize() {
   return PI::SUCCESS;
 }
 
-bool IPLUGINAPI_IMPL::AnyThreadRuns() const {
+bool IPLUGINAPI_IMPL::AnyThreadIsRunning() const {
   TRACE_AS("DeInitialize");
   bool any = false;
   for (const NamedThread& thread : Threads()) {
@@ -207,8 +207,8 @@ bool IPLUGINAPI_IMPL::AnyThreadRuns() const {
   return any;
 }
 
-// Cancels only the worker, even if another thread is late. A job is never interrupted while its
-// card is being attached or detached.
+// Cancels only the worker, even if another thread is still running. A job is never interrupted
+// while its card is being attached or detached.
 void IPLUGINAPI_IMPL::CancelThreads() {
   TRACE_AS("DeInitialize");
   for (const NamedThread& thread : Threads()) {
@@ -281,7 +281,7 @@ unsigned int IPLUGINAPI_IMPL::Worker() {
       m_HostNotify(this);
     } else if (signaled == kWaitTimedOut) {
       TRACE(TRACE_FLOW, "Worker() timeout event received");
-      state.m_ScanDue |= state.Age() > ScanIntervalMs(m_PollInterval);
+      state.m_ScanDue |= state.AgeMs() > ScanIntervalMs(m_PollInterval);
       Poll(state);
     } else if (signaled == kForceWorker) {
       TRACE(TRACE_FLOW, "Worker() m_ForceWorker event received, force scan");
@@ -487,7 +487,7 @@ void IPLUGINAPI_IMPL::ScanAdapter(CardHandle& iom, CFusionIOAdapter& adapter,
   SetStatus(adapter);
   ScanCardState(card, adapter);
   ReadWriteThrottling(card, adapter);
-  NameByNumber(m_AdapterIDs, adapter);
+  SetAdapterName(m_AdapterIDs, adapter);
   if (const auto bytes = card.Read(VSL(factory_size_bytes))) adapter.m_FactorySizeMiB = MiB(*bytes);
   ReadLifetimeAttributes(card, adapter);
 }
@@ -605,7 +605,7 @@ void IPLUGINAPI_IMPL::Store(const SystemDifference& difference,
 void IPLUGINAPI_IMPL::Announce(SystemDifference& difference) {
   if (!difference.m_Events.empty()) QueueEvents("UpdateSystem", difference.m_Events);
   for (CFusionIOAdapter& adapter : difference.m_AddedAdapters) InsertObjectToDatabase(adapter);
-  // The row of a changed adapter gets the record from before this scan.
+  // Writes the record from before this scan to the row of a changed adapter.
   for (AdapterChange& change : difference.m_ChangedAdapters) {
     UpdateObjectInDatabase(change.m_Before);
   }
@@ -656,8 +656,8 @@ unsigned int IPLUGINAPI_IMPL::RunJob(const CardJob& job, const std::string& devi
   TRACE_AS(job.m_Name);
   TRACE(TRACE_ENTRY, "ENTER %s(%s)", job.m_Name, device);
   SetDevice(this->*job.m_Device, device);
-  const PI::CEvent failure = FailureOf(job, device);
-  DriveCard(job, device, failure);
+  const PI::CEvent failure = GetFailureEvent(job, device);
+  StartAndWait(job, device, failure);
   SetDevice(this->*job.m_Device, "");
   TRACE(TRACE_ENTRY, "LEAVE %s()", job.m_Name);
   return 1;
@@ -676,51 +676,51 @@ unsigned int IPLUGINAPI_IMPL::RunJob(const CardJob& job, const std::string& devi
 }
 
 // Called before the job starts, because the adapter may be removed while it runs.
-PI::CEvent IPLUGINAPI_IMPL::FailureOf(const CardJob& job, const std::string& device) {
+PI::CEvent IPLUGINAPI_IMPL::GetFailureEvent(const CardJob& job, const std::string& device) {
   TRACE_AS(job.m_Name);
   TRACED_WAIT(m_DataLock, locked, "Release ()");
   static_cast<void>(locked);
-  const PI::CEvent event = FailureEvent(job, device);
+  const PI::CEvent event = FailureEventLocked(job, device);
   TRACED_RELEASE(m_DataLock);
   return event;
 }
 
-PI::CEvent IPLUGINAPI_IMPL::FailureEvent(const CardJob& job, const std::string& device) {
+PI::CEvent IPLUGINAPI_IMPL::FailureEventLocked(const CardJob& job, const std::string& device) {
   const auto adapter =
       std::find_if(m_Adapters.begin(), m_Adapters.end(),
                    [&device](const CFusionIOAdapter& each) { return each.m_DevicePath == device; });
   if (adapter == m_Adapters.end()) return PI::CEvent();
-  PI::CEvent event = EventOf(*adapter, MBX::Misc::now());
+  PI::CEvent event = EventFor(*adapter, MBX::Misc::now());
   event.m_EventID = job.m_FailureEvent;
   event.m_Severity = job.m_FailureSeverity;
   return event;
 }
 
-void IPLUGINAPI_IMPL::DriveCard(const CardJob& job, const std::string& device,
-                                const PI::CEvent& failure) {
+void IPLUGINAPI_IMPL::StartAndWait(const CardJob& job, const std::string& device,
+                                   const PI::CEvent& failure) {
   ErrorRecord error;
-  const auto failed = [&](const char* function, vsl_code code) {
-    return JobFailed(job, function, code, error, failure);
+  const auto check = [&](const char* function, vsl_code code) {
+    return CheckJobStep(job, function, code, error, failure);
   };
   CardHandle iom;
-  if (failed("vsl_iom_create_by_name", CreateHandle(device, iom, error))) return;
+  if (!check("vsl_iom_create_by_name", CreateHandle(device, iom, error))) return;
   JobHandle operation;
   const bool isReady =
-      !failed(job.m_CreateName, CreateHandle(iom, job.m_Create, operation, error)) &&
-      !(job.m_Forced && failed("vsl_iom_detach_set_force", SetForced(operation, error))) &&
-      !failed("vsl_op_start", Start(operation, error));
-  if (isReady) failed("vsl_op_wait_for_result", WaitForResult(operation, error));
+      check(job.m_CreateName, CreateHandle(iom, job.m_Create, operation, error)) &&
+      (!job.m_Forced || check("vsl_iom_detach_set_force", SetForced(operation, error))) &&
+      check("vsl_op_start", Start(operation, error));
+  if (isReady) check("vsl_op_wait_for_result", WaitForResult(operation, error));
   operation.Destroy();
   iom.Destroy();
 }
 
-bool IPLUGINAPI_IMPL::JobFailed(const CardJob& job, const char* function, std::uint64_t code,
-                                const ErrorRecord& error, const PI::CEvent& failure) {
-  if (code == 0) return false;
+bool IPLUGINAPI_IMPL::CheckJobStep(const CardJob& job, const char* function, std::uint64_t code,
+                                   const ErrorRecord& error, const PI::CEvent& failure) {
+  if (code == 0) return true;
   TRACE_AS(job.m_Name);
   TRACE(TRACE_RESULT, "%s, %s = %d (%s)", job.m_Name, function, code, error.Text());
   QueueEvents(job.m_Name, {failure});
-  return true;
+  return false;
 }
 
 // Topology.

@@ -15,7 +15,7 @@
 namespace NAMESPACE_Corvane {
 
 // Represents an unknown number where 0 is a valid value.
-constexpr std::uint64_t kNotKnown = ~std::uint64_t{0};
+constexpr std::uint64_t kUnknown = ~std::uint64_t{0};
 
 // A member that belongs to a position in a vector rather than to the record at that position: the
 // copy constructor of a record copies the member, but assignment leaves it unchanged.
@@ -58,11 +58,11 @@ class CFusionIOAdapter : public PI::CObject {
   std::string m_DriverVersion;
   std::string m_FirmwareVersion;
   std::string m_DevicePath;
-  std::uint64_t m_PciSegment = kNotKnown;
+  std::uint64_t m_PciSegment = kUnknown;
   std::uint64_t m_PciBus = 0;
   std::uint64_t m_PciDevice = 0;
   std::uint64_t m_PciFunction = 0;
-  std::uint64_t m_PciSlot = kNotKnown;
+  std::uint64_t m_PciSlot = kUnknown;
   std::uint64_t m_InfoFlags = 0;
   std::uint64_t m_WarningFlags = 0;
   std::uint64_t m_ErrorFlags = 0;
@@ -76,8 +76,8 @@ class CFusionIOAdapter : public PI::CObject {
   bool m_HasBeacon = false;
   bool m_BeaconFlag = false;  // never set, but compared
   std::uint32_t m_WriteThrottling = PI::Value::NONE;
-  std::uint64_t m_FirstUseMs = kNotKnown;  // since the epoch
-  std::uint64_t m_OriginMs = kNotKnown;    // since the epoch
+  std::uint64_t m_FirstUseMs = kUnknown;  // since the epoch
+  std::uint64_t m_OriginMs = kUnknown;    // since the epoch
   std::uint32_t m_SpareStatus = PI::Value::OK;
   std::int32_t m_ReserveWarningPercent = 1;
   std::uint32_t m_ExternalPower = PI::Value::NONE;

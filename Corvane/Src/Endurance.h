@@ -29,8 +29,8 @@ inline std::string EndOfLifeDate(std::uint64_t usedHours, std::uint64_t bytesWri
   return Formatted("%4d-%02d-%02d", date.m_Year, date.m_Month, date.m_Day);
 }
 
-// Returns the bytes written in percent of the rated endurance, which is in units of 2^40 bytes. May
-// exceed 100. A rating of 0 is treated as no rating: returns nullopt.
+// Returns the bytes written as a percentage of the rated endurance, which is in units of 2^40
+// bytes. May exceed 100. A rating of 0 is treated as no rating: returns nullopt.
 inline std::optional<std::uint32_t> EndurancePercent(std::uint64_t bytesWritten,
                                                      std::uint32_t ratedTBytes) {
   const std::uint64_t ratedBytes = std::uint64_t{ratedTBytes} << 40U;

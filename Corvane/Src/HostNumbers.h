@@ -272,7 +272,7 @@ constexpr auto UNITS_WATTS = static_cast<_UNITS>(21028);
 
 }  // namespace PI
 
-// Returns an empty property with one of the numbers above.
+// Returns a property without a value. `id` is one of the identifiers above.
 inline PI::CProperty MakeProperty(std::uint32_t id, bool writable) {
   return PI::CProperty(static_cast<PI::_PROPERTY_ID>(id), writable);
 }

@@ -51,7 +51,7 @@ struct SystemDifference {
 };
 
 // Adds the scanned masks to the histories, replacing the oldest ones.
-inline void EnterMasks(const CFusionIOAdapter& scanned, CFusionIOAdapter& adapter) {
+inline void AddToHistories(const CFusionIOAdapter& scanned, CFusionIOAdapter& adapter) {
   std::uint64_t& slot = adapter.m_FlagHistoryIndex.m_Value;
   adapter.m_ErrorHistory.m_Value[slot] = scanned.m_ErrorFlags;
   adapter.m_WarningHistory.m_Value[slot] = scanned.m_WarningFlags;
@@ -67,7 +67,7 @@ inline void CopyHistories(const CFusionIOAdapter& from, CFusionIOAdapter& to) {
 }
 
 // Returns the mask to store: the new mask if the last three are equal, otherwise the stored one.
-inline std::uint64_t Settled(const FlagHistory& history, std::uint64_t stored) {
+inline std::uint64_t Debounced(const FlagHistory& history, std::uint64_t stored) {
   const auto& last = history.m_Value;
   return last[0] == last[1] && last[1] == last[2] ? last[0] : stored;
 }
@@ -75,19 +75,20 @@ inline std::uint64_t Settled(const FlagHistory& history, std::uint64_t stored) {
 // Returns the change of an adapter that differs from its stored record.
 inline AdapterChange ChangeOf(const CFusionIOAdapter& stored, const CFusionIOAdapter& scanned) {
   AdapterChange change = {stored, scanned};
-  EnterMasks(scanned, change.m_Before);
+  AddToHistories(scanned, change.m_Before);
   ++change.m_Before.m_ChangeCount;
-  change.m_After.m_ErrorFlags = Settled(change.m_Before.m_ErrorHistory, stored.m_ErrorFlags);
-  change.m_After.m_WarningFlags = Settled(change.m_Before.m_WarningHistory, stored.m_WarningFlags);
-  change.m_After.m_InfoFlags = Settled(change.m_Before.m_InfoHistory, stored.m_InfoFlags);
+  change.m_After.m_ErrorFlags = Debounced(change.m_Before.m_ErrorHistory, stored.m_ErrorFlags);
+  change.m_After.m_WarningFlags =
+      Debounced(change.m_Before.m_WarningHistory, stored.m_WarningFlags);
+  change.m_After.m_InfoFlags = Debounced(change.m_Before.m_InfoHistory, stored.m_InfoFlags);
   return change;
 }
 
 // Adds an adapter that has no stored record to `difference`, and the first drive with the same
 // serial number, if any.
-inline void CompareAdded(const CFusionIOAdapter& adapter,
-                         std::vector<CFusionIOPhysicalDrive>& drives, unsigned long now,
-                         SystemDifference& difference) {
+inline void AddNewAdapter(const CFusionIOAdapter& adapter,
+                          std::vector<CFusionIOPhysicalDrive>& drives, unsigned long now,
+                          SystemDifference& difference) {
   AppendAdded(adapter, now, difference.m_Events);
   difference.m_AddedAdapters.push_back(adapter);
   const auto drive = std::find_if(drives.begin(), drives.end(), [&adapter](const auto& each) {
@@ -105,7 +106,7 @@ inline void CompareAdapters(const std::vector<CFusionIOAdapter>& stored,
   for (const CFusionIOAdapter& adapter : scanned) {
     const CFusionIOAdapter* before = FindByCardIndex(stored, adapter.m_CardIndex);
     if (before == nullptr) {
-      CompareAdded(adapter, drives, now, difference);
+      AddNewAdapter(adapter, drives, now, difference);
     } else if (Differ(*before, adapter)) {
       difference.m_ChangedAdapters.push_back(ChangeOf(*before, adapter));
       AppendChanged(*before, difference.m_ChangedAdapters.back().m_After, now, difference.m_Events);

@@ -1,5 +1,5 @@
-// The smallest server with libmicrohttpd: every request on the Unix socket gets the same reply.
-// Runs until standard input ends.
+// A minimal libmicrohttpd server that sends the same reply to every request on a Unix socket. Runs
+// until end of file on standard input.
 //
 // Usage: bench_reply SOCKET BYTES
 #include <microhttpd.h>
@@ -32,7 +32,7 @@ int main(int argc, char** argv) {
   if (daemon == nullptr) return 1;
   std::cout << "ready" << std::endl;
   while (std::getchar() != EOF) continue;
-  MHD_quiesce_daemon(daemon);  // leaves the listener to its owner
+  MHD_quiesce_daemon(daemon);  // stops accepting; `listener` closes the socket
   MHD_stop_daemon(daemon);
   MHD_destroy_response(response);
 }

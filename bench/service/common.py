@@ -1,5 +1,5 @@
-"""The simulated machine of the benchmarks, which is that of the soak tests with other settings, and
-what all benchmarks print."""
+"""The simulated machine of the benchmarks, based on that of the soak tests, and the output that all
+benchmarks share."""
 import os
 import pathlib
 import socket
@@ -9,8 +9,8 @@ import sys
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tests" / "soak"))
 import machine  # pylint: disable=wrong-import-position
 
-KIND = "0x1003"
-MOST_ADDED = 250  # by one cardsim command
+DEVICE_ID = "0x1003"
+MAX_COUNT = 250  # limit of `cardsim add --count`
 
 
 def free_port():
@@ -20,7 +20,7 @@ def free_port():
 
 
 class Machine(machine.Machine):
-    """A machine with any number of equal cards and the default poll interval, unless given."""
+    """A machine with any number of identical cards."""
 
     def __init__(self, build, cards, poll_interval=15):
         super().__init__(build, cards)
@@ -30,21 +30,21 @@ class Machine(machine.Machine):
 
     def make_cards(self, count):
         self.cardsim("new")
-        for first in range(0, count, MOST_ADDED):
-            self.cardsim("add", KIND, "--count", str(min(MOST_ADDED, count - first)))
+        for first in range(0, count, MAX_COUNT):
+            self.cardsim("add", DEVICE_ID, "--count", str(min(MAX_COUNT, count - first)))
 
     def command(self):
         return super().command() + ["--listen", f"127.0.0.1:{self.port}"]
 
-    def run(self, *words):
+    def run(self, *arguments):
         """Runs a command through the service, and returns its output."""
-        words = [self.programs / "corvane-host", *words, "--socket", self.client.path]
-        return subprocess.run(words, env=self.environment, check=True, capture_output=True,
+        command = [self.programs / "corvane-host", *arguments, "--socket", self.client.path]
+        return subprocess.run(command, env=self.environment, check=True, capture_output=True,
                               text=True).stdout
 
 
 def print_machine():
-    """Prints what the results depend on. Call before the measurements."""
+    """Prints the processors and the load average. Call before the measurements."""
     model = "unknown"
     for line in pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines():
         if line.startswith("model name"):
@@ -55,7 +55,7 @@ def print_machine():
 
 
 def print_table(headings, rows):
-    """Prints aligned columns, the first to the left."""
+    """Prints columns, the first one left-aligned and the others right-aligned."""
     rows = [[str(cell) for cell in row] for row in [headings, *rows]]
     widths = [max(len(row[column]) for row in rows) for column in range(len(headings))]
     for row in rows:

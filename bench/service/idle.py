@@ -12,13 +12,13 @@ import time
 
 from common import Machine, print_machine, print_table
 
-SETTLING = 25  # seconds; two refreshes
+SETTLE_SECONDS = 25  # two refreshes
 PATHS = ("/metrics", "/v1/cards", "/v1/status", "/v1/known-cards")
 CLIENTS = 8
 
 
 def processor_seconds(pid):
-    """Returns the processor time of all threads, including those that have ended."""
+    """Returns the processor time of all threads, including those that have exited."""
     return time.clock_gettime(~pid << 3 | 2)  # see clock_getcpuclockid(3)
 
 
@@ -42,7 +42,7 @@ def main(build, cards=64, seconds=60):
     with Machine(build, int(cards)) as machine:
         machine.start()
         processes = {"service": machine.front.pid, "plug-in process": machine.worker()}
-        time.sleep(SETTLING)
+        time.sleep(SETTLE_SECONDS)
         idle = {name: kibibytes(pid) for name, pid in processes.items()}
         before = {name: processor_seconds(pid) for name, pid in processes.items()}
         time.sleep(float(seconds))
@@ -52,7 +52,7 @@ def main(build, cards=64, seconds=60):
             client.start()
         for client in clients:
             client.join()
-        time.sleep(SETTLING)
+        time.sleep(SETTLE_SECONDS)
         used = {name: kibibytes(pid) for name, pid in processes.items()}
     rows = [[name, mebibytes(idle[name]["VmRSS"]), mebibytes(idle[name]["RssAnon"]),
              mebibytes(used[name]["VmRSS"]), f"{spent[name] / float(seconds):.3%}"]

@@ -1,8 +1,8 @@
 """Measures the time from a status bit of a simulated card to the event in the event stream.
 
-The plug-in needs most of this time: it polls the cards in intervals, and reports a bit only after
-several equal readings. It records the time of the event when it reports the bit, so the rest is the
-time of the service.
+Most of this time is spent in the plug-in: it polls the cards at intervals, and reports a bit only
+after several equal readings. The time of an event is the time at which the plug-in reported the
+bit, so the remaining time is that of the service.
 
 Usage: latency.py BUILD [SAMPLES]    BUILD: directory of the built programs
   SAMPLES   number of events (default: 50)
@@ -20,7 +20,7 @@ from client import Connection
 POLL_INTERVAL = 2  # seconds, the shortest
 TEMPERATURE_INTERVAL = 0.2  # shorter than a third of the poll interval
 BIT = "TEMPERATURE_ABOVE_WARN"
-EVENTS = {"raise": 10967, "clear": 10980}  # by what is done to the bit
+EVENTS = {"raise": 10967, "clear": 10980}  # by cardsim command
 
 
 def follow(path, arrivals):
@@ -52,7 +52,8 @@ def warm(machine, stopping):
 
 
 def sample(machine, arrivals, action):
-    """Changes the bit. Returns the seconds until the plug-in reported it, and from then on."""
+    """Changes the bit. Returns the seconds until the plug-in reported it, and from the report until
+    the event arrived."""
     before = time.time()
     machine.cardsim(action, "card0", BIT)
     arrived, number, event = arrivals.get()

@@ -1,6 +1,6 @@
-"""Compares `corvane-host list` through the service with curl, which gets a reply of the same size
-from the smallest server with libmicrohttpd. Both programs run in turn. Their runs with --version
-show how much of the time they need for loading.
+"""Compares `corvane-host list` through the service with curl, which receives a reply of the same
+size from a minimal libmicrohttpd server. The two programs run in turn. Their runs with --version
+show how much of the time is spent on loading them.
 
 Usage: list.py BUILD [RUNS]    BUILD: directory of the built programs
   RUNS    runs of each program (default: 50)
@@ -20,7 +20,7 @@ SILENT = [(os.POSIX_SPAWN_OPEN, 1, "/dev/null", os.O_WRONLY, 0)]
 
 @contextlib.contextmanager
 def bare_server(machine, size):
-    """Runs the server with a reply of that size. Yields its socket."""
+    """Runs a server whose replies have a body of `size` bytes. Yields the path of its socket."""
     socket = str(machine.directory / "bare")
     with subprocess.Popen([machine.programs / "bench_reply", socket, str(size)],
                           stdin=subprocess.PIPE, stdout=subprocess.PIPE) as process:
@@ -31,14 +31,14 @@ def bare_server(machine, size):
             process.stdin.close()
 
 
-def milliseconds(words, environment):
-    """Runs the program and returns its duration."""
+def run_ms(command, environment):
+    """Runs the command and returns how long it took, in milliseconds."""
     start = time.perf_counter()
-    pid = os.posix_spawnp(words[0], words, environment, file_actions=SILENT)
+    pid = os.posix_spawnp(command[0], command, environment, file_actions=SILENT)
     code = os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1])
     duration = time.perf_counter() - start
     if code != 0:
-        sys.exit(f"{' '.join(words)}: exit code {code}")
+        sys.exit(f"{' '.join(command)}: exit code {code}")
     return duration * 1000
 
 
@@ -57,8 +57,8 @@ def main(build, runs=50):
             }
             times = {name: [] for name in programs}
             for _ in range(int(runs)):
-                for name, words in programs.items():
-                    times[name].append(milliseconds(words, machine.environment))
+                for name, command in programs.items():
+                    times[name].append(run_ms(command, machine.environment))
     medians = {name: statistics.median(values) for name, values in times.items()}
     print_table([f"{runs} runs", "median ms", "minimum ms"],
                 [[name, f"{medians[name]:.1f}", f"{min(times[name]):.1f}"] for name in programs])

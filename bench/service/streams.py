@@ -1,8 +1,8 @@
 """Sends events to many clients of the event stream. Each client must receive each event once and in
 order. Prints the duration and the memory of the server.
 
-The service itself allows 64 streams, so this uses bench_streams, a server with the same stream and
-without that limit.
+The service itself allows 64 streams, so this uses bench_streams, a server with the same stream but
+no limit.
 
 Usage: streams.py BUILD [STREAMS [EVENTS]]    BUILD: directory of the built programs
   STREAMS   default: 500
@@ -21,7 +21,7 @@ from common import print_machine, print_table
 
 BATCH = 100  # events that are logged at a time
 REQUEST = b"GET / HTTP/1.0\r\nHost: service\r\n\r\n"
-PATIENCE = 300  # seconds without any data
+STALL_TIMEOUT = 300  # seconds without any data
 
 
 class Stream:
@@ -37,7 +37,7 @@ class Stream:
         self.failure = None
 
     def read(self):
-        """Reads what has arrived. Returns False at the end of the stream."""
+        """Reads the available data. Returns False at the end of the stream."""
         data = self.socket.recv(1 << 16)
         *parts, self.text = (self.text + data).split(b"\n\n")
         for part in parts:
@@ -45,10 +45,10 @@ class Stream:
             if fields.get(b"event") == b"snapshot":
                 self.is_open = True
             elif fields.get(b"event") == b"event":
-                self.take(int(fields[b"id"]))
+                self.count_event(int(fields[b"id"]))
         return bool(data)
 
-    def take(self, number):
+    def count_event(self, number):
         if number != self.received + 1 and self.failure is None:
             self.failure = f"event {number} after event {self.received}"
         self.received = number
@@ -61,13 +61,13 @@ def read_until(streams, is_done):
         for stream in waiting:
             selector.register(stream.socket, selectors.EVENT_READ, stream)
         while waiting:
-            ready = selector.select(PATIENCE)
+            ready = selector.select(STALL_TIMEOUT)
             if not ready:
-                sys.exit(f"{len(waiting)} streams receive nothing more")
+                sys.exit(f"{len(waiting)} streams have stalled")
             for key, _ in ready:
                 stream = key.data
                 if not stream.read() and not is_done(stream):
-                    sys.exit(f"a stream has ended after event {stream.received}")
+                    sys.exit(f"a stream ended after event {stream.received}")
                 if is_done(stream):
                     waiting.discard(stream)
                     selector.unregister(stream.socket)

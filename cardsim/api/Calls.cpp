@@ -69,7 +69,7 @@ void ThrowIfCallMustFail(const std::string& function) {
   CallWatch& watch = TheCallWatch();
   const Base::MutexLock lock(watch.mutex);
   const Refusal* hit = nullptr;
-  // Every request counts every call, so that one request does not shift another.
+  // Every request counts every call, so that requests do not affect each other.
   for (InjectedFailure& request : watch.failures) {
     if (request.function == function && CountAndCheckFailure(request) && hit == nullptr)
       hit = &request.refusal;

@@ -27,7 +27,7 @@ std::uint64_t Percentage(std::uint64_t part, std::uint64_t whole) {
   return static_cast<std::uint64_t>(std::min(percent, 255.0L));
 }
 
-void ShowSize(Handle& handle) HOST_REQUIRES(g_LibraryLock) {
+void UpdateSizeAttributes(Handle& handle) HOST_REQUIRES(g_LibraryLock) {
   Card shown = *handle.card;
   const JobPlan& plan = handle.plan;
   Replace(shown.values, Attribute::iom_format_max_size_bytes, plan.limit);
@@ -52,13 +52,13 @@ void PrepareFormat(Handle& handle) {
 void RequestSizeMode(Handle& handle, std::uint32_t mode) {
   const Values& values = handle.card->values;
   if (mode != VSL_SIZE_MODE_OVERFORMAT) throw Refusal{kBadValue, "unknown size mode"};
-  const bool offered = Read(values, Attribute::iom_format_size_mode, false) &&
-                       !Read(values, Attribute::iom_format_disallow_overformat, false);
-  if (!offered) throw Refusal{kNotSupported, "the card does not support overformatting"};
+  const bool supported = Read(values, Attribute::iom_format_size_mode, false) &&
+                         !Read(values, Attribute::iom_format_disallow_overformat, false);
+  if (!supported) throw Refusal{kNotSupported, "the card does not support overformatting"};
   const auto raised =
       Read<std::uint64_t>(values, Attribute::overformat_size_bytes, handle.plan.limit);
   handle.plan.limit = std::max(handle.plan.limit, raised);
-  ShowSize(handle);
+  UpdateSizeAttributes(handle);
 }
 
 void RequestSizeBytes(Handle& handle, std::uint64_t bytes) {
@@ -68,7 +68,7 @@ void RequestSizeBytes(Handle& handle, std::uint64_t bytes) {
   }
   handle.plan.bytes = bytes;
   handle.plan.percent.reset();
-  ShowSize(handle);
+  UpdateSizeAttributes(handle);
 }
 
 void RequestSizePercent(Handle& handle, std::uint32_t percent) {
@@ -78,7 +78,7 @@ void RequestSizePercent(Handle& handle, std::uint32_t percent) {
   }
   handle.plan.bytes = PercentOf(handle.plan.largest, percent);
   handle.plan.percent = percent;
-  ShowSize(handle);
+  UpdateSizeAttributes(handle);
 }
 
 void RequestSectorSize(Handle& handle, std::uint32_t bytes) {

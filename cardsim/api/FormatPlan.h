@@ -8,9 +8,9 @@ namespace CardSim {
 // Fills the plan of a new format handle with the card's size limits.
 void PrepareFormat(Handle& handle) HOST_REQUIRES(g_LibraryLock);
 
-// Each stores one option in the plan of a format handle that is not started, and updates the sizes
-// in the handle's attributes. Throws `Refusal` and stores nothing if the card does not support the
-// option or the value is out of range.
+// Each stores one option in the plan of a format job that has not been started, and updates the
+// sizes in the handle's attributes. Throws `Refusal` and stores nothing if the card does not
+// support the option or the value is out of range.
 void RequestSizeMode(Handle& handle, std::uint32_t mode) HOST_REQUIRES(g_LibraryLock);
 void RequestSizeBytes(Handle& handle, std::uint64_t bytes) HOST_REQUIRES(g_LibraryLock);
 void RequestSizePercent(Handle& handle, std::uint32_t percent) HOST_REQUIRES(g_LibraryLock);

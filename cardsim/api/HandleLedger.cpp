@@ -12,7 +12,7 @@ constexpr const char* kKindNames[kHandleKinds] = {"card",   "iterated", "adapter
 // Makes every handle an invalid address: bits 63 to 48 of a valid address are all equal.
 constexpr std::uint64_t kTag = 0x5ca9;
 constexpr std::uint64_t kEpochMask = 0xfff;
-// Repeated misuse over days must not fill the memory.
+// Limits the memory use if misuse is repeated for days.
 constexpr std::size_t kMaxMisuseLines = 1000;
 
 // The fields of a handle's value, from bit 63 down.
@@ -103,14 +103,14 @@ std::vector<std::string> HandleLedger::OpenHandles() const {
   return names;
 }
 
-void HandleLedger::NoteMisuse(std::string line) {
+void HandleLedger::RecordMisuse(std::string line) {
   if (m_Misuse.size() < kMaxMisuseLines) m_Misuse.push_back(std::move(line));
 }
 
 std::vector<std::uint64_t> HandleLedger::Reset() {
   std::vector<std::uint64_t> running;
   for (const auto& [unused, handle] : m_Handles) {
-    if (handle->plan.phase == JobPhase::Started) running.push_back(handle->plan.mark.number);
+    if (handle->plan.phase == JobPhase::Started) running.push_back(handle->plan.record.number);
   }
   ExpireStrings();
   m_Handles.clear();

@@ -49,7 +49,7 @@ struct JobPlan {
   std::optional<std::uint64_t> sector;   // of a format
   std::uint64_t largest = 0;             // of a format: the largest size without a size mode
   std::uint64_t limit = 0;               // of a format: the largest size in the selected mode
-  JobMark mark;
+  JobRecord record;
   std::uint32_t milliseconds = 0;
 };
 
@@ -66,19 +66,19 @@ struct Handle {
   bool isOpen HOST_GUARDED_BY(g_LibraryLock) = false;
   // The card as of the handle's creation, its last opening or the last change through it.
   std::shared_ptr<const Card> card HOST_GUARDED_BY(g_LibraryLock);
-  // Of a card: its volume handles.
+  // The volume handles, if this is a card handle.
   std::vector<void*> volumes HOST_GUARDED_BY(g_LibraryLock);
   // The last string returned by a call with the handle.
   ReturnedString text HOST_GUARDED_BY(g_LibraryLock);
   JobPlan plan HOST_GUARDED_BY(g_LibraryLock);
 };
 
-// The handles by value. A handle is an integer cast to a pointer and contains its kind and number,
-// which are therefore known even after it was destroyed. Values are never reused, and dereferencing
-// one crashes immediately.
+// The handles, keyed by the pointer value that callers hold. The value is an integer cast to a
+// pointer. It encodes the handle's kind and number, so both are known even after the handle has
+// been destroyed. Values are never reused, and dereferencing one crashes immediately.
 class HandleLedger {
  public:
-  // Creates a handle of that kind for `card`. `startCount` is how often the library was started.
+  // Creates a handle of this kind for `card`. `startCount` is the number of library starts so far.
   std::shared_ptr<Handle> Make(HandleKind kind, std::shared_ptr<const Card> card,
                                unsigned int startCount) HOST_REQUIRES(g_LibraryLock);
   // Returns null if the handle was never created or has been destroyed.
@@ -100,7 +100,7 @@ class HandleLedger {
   std::vector<std::string> OpenHandles() const HOST_REQUIRES(g_LibraryLock);
 
   // Records a line about misuse, unless there are already 1000.
-  void NoteMisuse(std::string line) HOST_REQUIRES(g_LibraryLock);
+  void RecordMisuse(std::string line) HOST_REQUIRES(g_LibraryLock);
   const std::vector<std::string>& Misuse() const HOST_REQUIRES(g_LibraryLock) { return m_Misuse; }
 
   // Clears the ledger. Returns the numbers of the running jobs, which the caller must abandon.

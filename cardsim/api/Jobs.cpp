@@ -16,20 +16,20 @@ std::uint32_t StateOf(const Card& card) {
   return ValueAs<std::uint32_t>(*state);
 }
 
-[[noreturn]] void RefuseIn(std::uint32_t state) {
+[[noreturn]] void ThrowWrongState(std::uint32_t state) {
   throw Refusal{kWrongState, std::string("not possible in state ") + CardStateName(state)};
 }
 
 void CheckDetached(const Card& card, const JobPlan&) {
   const std::uint32_t state = StateOf(card);
-  if (state != VSL_STATE_DETACHED) RefuseIn(state);
+  if (state != VSL_STATE_DETACHED) ThrowWrongState(state);
 }
 
 // With force, accepts every card that is not detached and has no running job, even if it is in use.
 void CheckDetachable(const Card& card, const JobPlan& plan) {
   const std::uint32_t state = StateOf(card);
   const bool isIdle = state == VSL_STATE_ATTACHED || state > VSL_STATE_BUSY;
-  if (!isIdle || (!plan.force && state != VSL_STATE_ATTACHED)) RefuseIn(state);
+  if (!isIdle || (!plan.force && state != VSL_STATE_ATTACHED)) ThrowWrongState(state);
   if (!plan.force && Read(card.values, Attribute::in_use, false)) {
     throw Refusal{kInUse, "the card is in use"};
   }
@@ -67,8 +67,8 @@ void SetState(Card& card, std::uint64_t state) {
   At(card.values, Attribute::iom_state) = state;
 }
 
-bool HasJob(const Card& card, const JobMark& mark) {
-  return card.job && card.job->owner == mark.owner && card.job->number == mark.number;
+bool HasJob(const Card& card, const JobRecord& record) {
+  return card.job && card.job->owner == record.owner && card.job->number == record.number;
 }
 
 // Ends the job when the wait for it ends, including when cancellation unwinds the stack. Restores
@@ -101,16 +101,16 @@ void StartJob(Session& session, Handle& handle) {
   if (plan.phase != JobPhase::Prepared)
     throw Refusal{kWrongState, "the job has already been started"};
   RunningJob running;
-  plan.mark = {row.name, ThisProcess(), running.Number(), 0};
+  plan.record = {row.name, ThisProcess(), running.Number(), 0};
   // Set before the lock is released, so that only one thread starts the job.
   handle.plan.phase = JobPhase::Ended;
   try {
     session.EditCard(handle.cardId, [&](Card& card) {
       row.check(card, plan);
-      plan.mark.previousState = StateOf(card);
+      plan.record.previousState = StateOf(card);
       plan.milliseconds = Read<std::uint32_t>(card.values, row.duration, 0);
       SetState(card, row.during);
-      card.job = plan.mark;
+      card.job = plan.record;
       return true;
     });
   } catch (...) {
@@ -127,7 +127,7 @@ void WaitForJob(Session& session, Handle& handle) {
   const JobRow& row = RowOf(handle.kind);
   const JobPlan plan = handle.plan;
   if (plan.phase != JobPhase::Started) throw Refusal{kWrongState, "no job is running"};
-  WaitedJob end(session.Store(), plan.mark.number);
+  WaitedJob waited(session.Store(), plan.record.number);
   // Prevents another call from waiting for the job.
   handle.plan.phase = JobPhase::Ended;
   session.Unlock();
@@ -135,22 +135,22 @@ void WaitForJob(Session& session, Handle& handle) {
     boost::this_thread::sleep_for(boost::chrono::milliseconds(plan.milliseconds));
   }
   session.EditCardUnlocked(handle.cardId, [&](Card& card) {
-    if (!HasJob(card, plan.mark))
+    if (!HasJob(card, plan.record))
       throw Refusal{kWrongState, "the card's state was changed while the job ran"};
     card.job.reset();
     SetState(card, row.after);
     row.apply(card, plan);
     return true;
   });
-  end.SetCompleted();
+  waited.SetCompleted();
 }
 
 void AbandonJob(const StorePtr& store, std::uint64_t job) noexcept {
   EndJob(job);
-  DropEndedJobs(store);
+  RestoreAbandonedCards(store);
 }
 
-void DropEndedJobs(const StorePtr& store) noexcept {
+void RestoreAbandonedCards(const StorePtr& store) noexcept {
   try {
     store->Edit([](State&) { return false; });
   } catch (const std::exception&) {
@@ -170,7 +170,7 @@ void AbandonIfStarted(void* job) noexcept {
     const auto handle = library.ledger.Find(job);
     if (handle == nullptr || handle->plan.phase != JobPhase::Started) return;
     handle->plan.phase = JobPhase::Ended;
-    number = handle->plan.mark.number;
+    number = handle->plan.record.number;
     store = library.store;
   }
   AbandonJob(store, number);

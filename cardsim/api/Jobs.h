@@ -21,7 +21,7 @@ void WaitForJob(Session& session, Handle& handle) HOST_REQUIRES(g_LibraryLock);
 void AbandonJob(const StorePtr& store, std::uint64_t job) noexcept;
 
 // Returns the cards of all abandoned jobs to their previous states.
-void DropEndedJobs(const StorePtr& store) noexcept;
+void RestoreAbandonedCards(const StorePtr& store) noexcept;
 
 // Abandons the job of a handle if the job was started and no call waits for it.
 void AbandonIfStarted(void* job) noexcept;

@@ -18,7 +18,7 @@ Session::Session(const char* function, Freshness freshness)
   if (!m_Library.isStarted) {
     const char* when =
         m_Library.startCount == 0 ? "called before vsl_init" : "called after vsl_fini";
-    m_Library.ledger.NoteMisuse(std::string(function) + ": " + when);
+    m_Library.ledger.RecordMisuse(std::string(function) + ": " + when);
     throw Refusal{kNotStarted, std::string("the library is not started: ") + when};
   }
   m_Store = m_Library.store;
@@ -29,13 +29,13 @@ Session::Session(const char* function, Freshness freshness)
   if (failure != failures.end()) throw Refusal{failure->second.code, failure->second.text};
 }
 
-void Session::NoteMisuse(void* handle, const std::string& why) {
-  m_Library.ledger.NoteMisuse(std::string(m_Function) + " " + m_Library.ledger.Describe(handle) +
-                              ": " + why);
+void Session::RecordMisuse(void* handle, const std::string& why) {
+  m_Library.ledger.RecordMisuse(std::string(m_Function) + " " + m_Library.ledger.Describe(handle) +
+                                ": " + why);
 }
 
 void Session::RejectMisuse(void* handle, vsl_code code, const std::string& why) {
-  NoteMisuse(handle, why);
+  RecordMisuse(handle, why);
   throw Refusal{code, why};
 }
 
@@ -49,7 +49,7 @@ std::shared_ptr<Handle> Session::Expect(void* handle, Kinds kinds) {
     RejectMisuse(handle, kBadHandle, created ? misuse : "not a handle of this library");
   }
   if ((KindBit(found->kind) & kinds) == 0) RejectMisuse(handle, kBadHandle, "wrong kind of handle");
-  if (found->startCount != m_Library.startCount) NoteMisuse(handle, "created before vsl_fini");
+  if (found->startCount != m_Library.startCount) RecordMisuse(handle, "created before vsl_fini");
   return found;
 }
 
@@ -101,8 +101,8 @@ std::string DescribeHandle(const Library& library, const CallInfo& call)
 
 void NoteMissingRecord(Library& library, const CallInfo& call) HOST_REQUIRES(g_LibraryLock) {
   const std::string handle = DescribeHandle(library, call);
-  library.ledger.NoteMisuse(std::string(call.function) + (handle.empty() ? "" : " ") + handle +
-                            ": no error record");
+  library.ledger.RecordMisuse(std::string(call.function) + (handle.empty() ? "" : " ") + handle +
+                              ": no error record");
 }
 
 }  // namespace
@@ -118,7 +118,7 @@ CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err) {
     if (err == nullptr && !MayLackRecord(call.function)) NoteMissingRecord(library, call);
     if (MayBeIntercepted()) notice.call.handle = DescribeHandle(library, call);
   }
-  if (storeToClean != nullptr) DropEndedJobs(storeToClean);
+  if (storeToClean != nullptr) RestoreAbandonedCards(storeToClean);
   if (!MayBeIntercepted()) return notice;
   notice.call.function = call.function;
   if (call.number) notice.call.argument = std::to_string(*call.number);

@@ -29,7 +29,7 @@ using StorePtr = std::shared_ptr<const FileStore>;
 
 struct Library {
   bool isStarted HOST_GUARDED_BY(g_LibraryLock) = false;
-  // How often the library was started.
+  // Number of times the library has been started.
   unsigned int startCount HOST_GUARDED_BY(g_LibraryLock) = 0;
   StorePtr store HOST_GUARDED_BY(g_LibraryLock);
   FileVersionPtr loaded HOST_GUARDED_BY(g_LibraryLock);
@@ -60,7 +60,7 @@ class HOST_SCOPED_CAPABILITY Session {
   // Records misuse of the handle and throws `Refusal`.
   [[noreturn]] void RejectMisuse(void* handle, vsl_code code, const std::string& why)
       HOST_REQUIRES(g_LibraryLock);
-  void NoteMisuse(void* handle, const std::string& why) HOST_REQUIRES(g_LibraryLock);
+  void RecordMisuse(void* handle, const std::string& why) HOST_REQUIRES(g_LibraryLock);
 
   // Reads the file again if it has changed; throws `std::runtime_error` if that fails.
   void Refresh() HOST_REQUIRES(g_LibraryLock);
@@ -78,12 +78,12 @@ class HOST_SCOPED_CAPABILITY Session {
   // been removed.
   void EditCard(std::uint64_t id, const std::function<bool(Card&)>& change)
       HOST_REQUIRES(g_LibraryLock);
-  // Like `EditCard`, but call it without the lock, which it takes.
+  // Like `EditCard`, but must be called without the lock, which it acquires.
   void EditCardUnlocked(std::uint64_t id, const std::function<bool(Card&)>& change)
       HOST_ACQUIRE(g_LibraryLock);
 
-  // For a wait without the lock. The thread safety analysis does not know that `m_Lock` holds
-  // `g_LibraryLock`.
+  // For waiting without holding the lock. Excluded from the thread safety analysis, which does not
+  // know that `m_Lock` holds `g_LibraryLock`.
   void Unlock() HOST_RELEASE(g_LibraryLock) HOST_NO_THREAD_SAFETY_ANALYSIS { m_Lock.Unlock(); }
   void Lock() HOST_ACQUIRE(g_LibraryLock) HOST_NO_THREAD_SAFETY_ANALYSIS { m_Lock.Lock(); }
   const StorePtr& Store() const { return m_Store; }
@@ -101,7 +101,7 @@ struct CallNotice {
 };
 
 // Starts a call: invalidates the string that was last returned for the handle, records misuse if
-// `err` is null, and logs the call.
+// `err` is null but the function requires a record, and logs the call.
 CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err);
 // Runs the hook, without holding a lock.
 void RunHook(const CallNotice& notice);

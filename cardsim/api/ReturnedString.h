@@ -1,5 +1,5 @@
-// Strings that the library returns for a limited time. They are then
-// overwritten, because the vendor's library may overwrite them on the next call. Not thread-safe.
+// Strings returned by the library, which are valid for a limited time. They are then overwritten,
+// because the vendor's library may overwrite them on the next call. Not thread-safe.
 #pragma once
 
 #include <array>
@@ -20,7 +20,7 @@ class ReturnedString {
  private:
   friend class ExpiredStrings;
   std::unique_ptr<char[]> m_Text;
-  std::size_t m_Room = 0;  // in bytes, including the terminating zero
+  std::size_t m_Capacity = 0;  // in bytes, including the terminating zero
 };
 
 // The most recently expired strings. They are overwritten but not yet freed, so that a stale

@@ -47,7 +47,7 @@ bool IsStatusMask(Attribute attribute) {
 
 // Returns the card to read from: the current one for status masks, and the card as of its opening
 // for all other attributes.
-std::shared_ptr<const Card> Source(Session& session, const Handle& handle, Attribute attribute)
+std::shared_ptr<const Card> CardToRead(Session& session, const Handle& handle, Attribute attribute)
     HOST_REQUIRES(g_LibraryLock) {
   if (!IsStatusMask(attribute)) return handle.card;
   // If the file cannot be read, the last known mask is better than 0, which would mean that all
@@ -67,7 +67,7 @@ std::optional<Value> FindValue(Session& session, void* pointer, Attribute attrib
   const auto handle = session.Expect(pointer, KindsOf(attribute));
   if (!IsReadable(*handle, attribute))
     session.RejectMisuse(pointer, kNotOpen, "the card is not open");
-  return At(Source(session, *handle, attribute)->values, attribute);
+  return At(CardToRead(session, *handle, attribute)->values, attribute);
 }
 
 bool Has(const char* function, void* handle, Attribute attribute, vsl_error_record* err) {
@@ -88,7 +88,7 @@ T ReadValue(Session& session, void* pointer, Attribute attribute) HOST_REQUIRES(
   const auto handle = session.Expect(pointer, KindsOf(attribute));
   if (!IsReadable(*handle, attribute))
     session.RejectMisuse(pointer, kNotOpen, "the card is not open");
-  const auto card = Source(session, *handle, attribute);
+  const auto card = CardToRead(session, *handle, attribute);
   if (!At(card->values, attribute)) {
     session.RejectMisuse(pointer, kNotSupported, "the attribute is absent");
   }

@@ -23,7 +23,7 @@ vsl_code CreateJob(const char* function, HandleKind kind, void* iom, void** out,
   });
 }
 
-// Sets one option of a job that is not started.
+// Sets one option of a job that has not been started.
 template <typename Option>
 vsl_code SetOption(const CallInfo& call, HandleKind kind, vsl_error_record* err, Option option) {
   return RunForCode(call, err, [&] {

@@ -66,7 +66,7 @@ bool Iterate(void** iom) {
   return next != nullptr;
 }
 
-std::uint64_t IdOfPath(const State& state, const char* path) {
+std::uint64_t FindCardId(const State& state, const char* path) {
   for (const Card& card : state.cards) {
     const auto* known = Read<const char*>(card.values, Attribute::device_path, nullptr);
     if (known != nullptr && std::strcmp(known, path) == 0) return card.id;
@@ -83,10 +83,10 @@ void Destroy(void** variable) {
   if (handle->kind == HandleKind::Volume) {
     session.RejectMisuse(*variable, kBadHandle, "a volume is destroyed with its card's handle");
   }
-  if (handle->isOpen) session.NoteMisuse(*variable, "destroyed while open");
+  if (handle->isOpen) session.RecordMisuse(*variable, "destroyed while open");
   session.Handles().Remove(*handle);
   if (handle->plan.phase != JobPhase::Started) return;
-  const std::uint64_t job = handle->plan.mark.number;
+  const std::uint64_t job = handle->plan.record.number;
   session.Unlock();
   AbandonJob(session.Store(), job);
 }
@@ -119,7 +119,7 @@ vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* 
     Session session("vsl_iom_create_by_name", Freshness::Reloaded);
     CheckVariable(session, iom);
     if (path == nullptr) throw Refusal{kBadValue, "null path"};
-    const auto card = session.CurrentCard(IdOfPath(session.Current(), path));
+    const auto card = session.CurrentCard(FindCardId(session.Current(), path));
     session.Make(HandleKind::Card, card, iom);
   });
 }

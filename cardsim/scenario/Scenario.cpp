@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint64_t kMaxDurationMs = 24ULL * 60 * 60 * 1000;
 
-// The members of a step in addition to those that every step has.
+// The members of a step that depend on its verb.
 struct Fields {
   std::string card;
   std::string what;
@@ -29,7 +29,7 @@ template <typename Check>
 void CheckName(const std::string& place, Check check) {
   try {
     check();
-  } catch (const NoSuchThing& error) {
+  } catch (const UnknownName& error) {
     Refuse(place, error.what());
   }
 }
@@ -184,7 +184,7 @@ Scenario ParseScenario(const std::string& text) {
   Scenario scenario;
   scenario.title = OneLine(json, "title", "file");
   const auto* steps = Member(json, "steps", "file").As<Json::List>();
-  if (steps == nullptr || steps->empty()) Refuse("steps", "must be a list of at least one step");
+  if (steps == nullptr || steps->empty()) Refuse("steps", "must be a non-empty array");
   for (const Json& element : *steps) {
     const std::string place = "step " + std::to_string(scenario.steps.size() + 1);
     scenario.steps.push_back(StepFromJson(element, place));

@@ -37,9 +37,9 @@ std::string Apply(const Scenario& scenario, std::size_t index, StateFile& file) 
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
-    const std::string quoted = step.say.empty() ? "" : " (" + step.say + ")";
+    const std::string label = step.say.empty() ? "" : " (" + step.say + ")";
     throw std::runtime_error("step " + std::to_string(index + 1) + " of " +
-                             std::to_string(scenario.steps.size()) + quoted + ": " + error.what());
+                             std::to_string(scenario.steps.size()) + label + ": " + error.what());
   }
 }
 

@@ -51,8 +51,8 @@ enum class Kind { Text, Bool, Unsigned, Signed, Float };
 struct AttributeInfo {
   std::string_view name;
   Kind kind;
-  std::int64_t min;   // for whole numbers
-  std::uint64_t max;  // for whole numbers
+  std::int64_t min;   // for integers
+  std::uint64_t max;  // for integers
 };
 
 // Returns the row of an attribute, which is static.

@@ -45,7 +45,7 @@ Reading Read(const fs::path& path, const Base::TrustedDirectory& place) {
   return reading;
 }
 
-void Keep(FileVersion& loaded, Base::Descriptor file, const struct stat& status) noexcept {
+void SetFile(FileVersion& loaded, Base::Descriptor file, const struct stat& status) noexcept {
   loaded.file = std::move(file);
   loaded.inode = status.st_ino;
   loaded.size = status.st_size;
@@ -55,15 +55,15 @@ void Keep(FileVersion& loaded, Base::Descriptor file, const struct stat& status)
 
 // Restores the previous state of the cards of jobs whose process has exited. Returns whether it
 // restored any.
-bool DropDeadJobs(State& state) {
-  bool dropped = false;
+bool RestoreOrphanedCards(State& state) {
+  bool restored = false;
   for (Card& card : state.cards) {
     if (!card.job || IsRunning(*card.job)) continue;
     At(card.values, Attribute::iom_state) = std::uint64_t{card.job->previousState};
     card.job.reset();
-    dropped = true;
+    restored = true;
   }
-  return dropped;
+  return restored;
 }
 
 // Locks a separate file, because the state file is replaced. Other users may write to the lock
@@ -74,7 +74,7 @@ Base::Descriptor Lock(const fs::path& path, const Base::TrustedDirectory& state)
   const std::string lock = state.m_Name + ".lock";
   Base::Descriptor file =
       Base::OpenAt(directory, lock, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0666);
-  // A lock file of another user may be read-only, which is enough to lock it.
+  // Another user's lock file may only be readable, which is enough to lock it.
   if (!file.IsOpen()) file = Base::OpenAt(directory, lock, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (!file.IsOpen() && errno == ELOOP) FailAt(name, "not trusted: the file is a symbolic link");
   if (!file.IsOpen()) FailWithErrno(name);
@@ -88,11 +88,11 @@ Base::Descriptor Lock(const fs::path& path, const Base::TrustedDirectory& state)
   return file;
 }
 
-// The next version of the file, which is written to a draft until `Install`.
+// A new version of the state file: written to a draft, which `Install` renames to the state file.
 struct Draft {
   Draft(const fs::path& path, const Base::TrustedDirectory& directory, mode_t mode)
       : m_Path(path.string() + ".new"), m_File(directory.m_Directory.Get(), directory.m_Name) {
-    // The name can be fixed because the lock is held. The draft of a killed process is replaced.
+    // A fixed name is safe because the lock is held. Replaces a draft that a killed process left.
     Check(m_File.OpenDraft(directory.m_Name + ".new", mode));
   }
 
@@ -122,7 +122,7 @@ struct Draft {
 
 void FileStore::Create(bool overwrite) const {
   const Base::CancellationGuard guard;
-  const Base::TrustedDirectory place = CreateDirectoryOf(m_Path);
+  const Base::TrustedDirectory place = CreateParentDirectory(m_Path);
   const Base::Descriptor lock = Lock(m_Path, place);
   struct stat status = {};
   if (fstatat(place.m_Directory.Get(), place.m_Name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
@@ -137,11 +137,11 @@ void FileStore::Create(bool overwrite) const {
 
 FileVersionPtr FileStore::Load() const {
   const Base::CancellationGuard guard;
-  Reading reading = Read(m_Path, DirectoryOf(m_Path, kMissing));
-  DropDeadJobs(*reading.state);
+  Reading reading = Read(m_Path, OpenParentDirectory(m_Path, kMissing));
+  RestoreOrphanedCards(*reading.state);
   auto loaded = std::make_shared<FileVersion>();
   loaded->state = std::move(reading.state);
-  Keep(*loaded, std::move(reading.file), reading.status);
+  SetFile(*loaded, std::move(reading.file), reading.status);
   return loaded;
 }
 
@@ -161,24 +161,24 @@ bool FileStore::IsCurrent(const FileVersion& loaded) const {
 
 FileVersionPtr FileStore::Edit(const std::function<bool(State&)>& change) const {
   const Base::CancellationGuard guard;
-  const Base::TrustedDirectory place = DirectoryOf(m_Path, kMissing);
+  const Base::TrustedDirectory place = OpenParentDirectory(m_Path, kMissing);
   // Opened before locking, so that no lock file is created if the state file is missing.
   OpenForReading(m_Path, place, kMissing);
   const Base::Descriptor lock = Lock(m_Path, place);
   Reading reading = Read(m_Path, place);
-  const bool dropped = DropDeadJobs(*reading.state);
+  const bool restored = RestoreOrphanedCards(*reading.state);
   const bool changed = change(*reading.state);
   auto loaded = std::make_shared<FileVersion>();
   loaded->state = reading.state;
-  if (!changed && !dropped) {
-    Keep(*loaded, std::move(reading.file), reading.status);
+  if (!changed && !restored) {
+    SetFile(*loaded, std::move(reading.file), reading.status);
     return loaded;
   }
   CheckState(*reading.state);
   const std::string text = FormatState(*reading.state);
   Draft draft(m_Path, place, reading.status.st_mode & 0777);
   const struct stat status = draft.Write(text);
-  Keep(*loaded, draft.Install(), status);
+  SetFile(*loaded, draft.Install(), status);
   return loaded;
 }
 

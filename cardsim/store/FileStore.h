@@ -44,9 +44,10 @@ class FileStore {
   // Whether the file is still that version, and all jobs in it are still running.
   bool IsCurrent(const FileVersion& loaded) const;
 
-  // Reads the file under its lock, lets `change` edit the state, and replaces the file if `change`
-  // returns true or if the process of a job has exited. If anything throws, including `change`, the
-  // file remains unchanged: nothing can fail after the replacement. Returns the resulting version.
+  // Reads the file under its lock, calls `change` to edit the state, and replaces the file if
+  // `change` returns true or if the process of a job has exited. If anything throws, including
+  // `change`, the file remains unchanged: nothing can fail after the replacement. Returns the
+  // resulting version.
   FileVersionPtr Edit(const std::function<bool(State&)>& change) const;
 
  private:

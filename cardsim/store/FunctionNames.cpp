@@ -8,7 +8,7 @@
 
 namespace CardSim {
 
-const std::vector<std::string>& FailingFunctions() {
+const std::vector<std::string>& FailableFunctions() {
 #define CARDSIM_PAIR(type, name) "vsl_has_" #name, "vsl_" #name,
 #define CARDSIM_FORMAT_PAIR(type, name) "vsl_iom_format_has_" #name, "vsl_iom_format_" #name,
   // Never destroyed: threads may still call while the process exits.
@@ -44,10 +44,10 @@ const std::vector<std::string>& FailingFunctions() {
 }
 
 void CheckFunction(const std::string& function) {
-  const auto& names = FailingFunctions();
+  const auto& names = FailableFunctions();
   if (std::find(names.begin(), names.end(), function) != names.end()) return;
-  if (function == "vsl_fini") throw NoSuchThing("vsl_fini has no result and cannot fail");
-  throw NoSuchThing("unknown function " + function + DidYouMean(function, names));
+  if (function == "vsl_fini") throw UnknownName("vsl_fini has no result and cannot fail");
+  throw UnknownName("unknown function " + function + DidYouMean(function, names));
 }
 
 }  // namespace CardSim

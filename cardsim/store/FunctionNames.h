@@ -7,9 +7,9 @@
 namespace CardSim {
 
 // Returns all functions that can fail, which are all except vsl_fini. Never destroyed.
-const std::vector<std::string>& FailingFunctions();
+const std::vector<std::string>& FailableFunctions();
 
-// Throws `NoSuchThing`, with a similar name if there is one, unless `function` can fail.
+// Throws `UnknownName`, with a similar name if there is one, unless `function` can fail.
 void CheckFunction(const std::string& function);
 
 }  // namespace CardSim

@@ -20,7 +20,7 @@ std::string ScalarText(const T& value) {
 
 class JsonWriter {
  public:
-  // Writes a single line without an indentation.
+  // Without an indentation, writes a single line.
   explicit JsonWriter(std::optional<unsigned int> indentation) : m_Indentation(indentation) {}
 
   void Write(const Json& json, unsigned int depth) {

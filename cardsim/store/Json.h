@@ -34,7 +34,7 @@ class Json {
   Json(List list) : m_Value(std::move(list)) {}
   Json(Members members) : m_Value(std::move(members)) {}
 
-  // Returns a pointer to the value if it has type `T`, otherwise null. Whole numbers are unsigned
+  // Returns a pointer to the value if it has type `T`, otherwise null. Integers are unsigned
   // unless negative.
   template <typename T>
   const T* As() const {

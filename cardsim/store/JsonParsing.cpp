@@ -12,12 +12,12 @@ constexpr std::size_t kMaxDepth = 64;
 
 class Builder : public nlohmann::json::json_sax_t {
  public:
-  bool null() override { return Keep({}); }
-  bool boolean(bool flag) override { return Keep(flag); }
-  bool number_integer(std::int64_t number) override { return Keep(number); }
-  bool number_unsigned(std::uint64_t number) override { return Keep(number); }
-  bool number_float(double number, const std::string&) override { return Keep(number); }
-  bool string(std::string& text) override { return Keep(std::move(text)); }
+  bool null() override { return Add({}); }
+  bool boolean(bool flag) override { return Add(flag); }
+  bool number_integer(std::int64_t number) override { return Add(number); }
+  bool number_unsigned(std::uint64_t number) override { return Add(number); }
+  bool number_float(double number, const std::string&) override { return Add(number); }
+  bool string(std::string& text) override { return Add(std::move(text)); }
   bool binary(nlohmann::json::binary_t&) override { return false; }
   bool start_object(std::size_t) override { return Open(Json::Members()); }
   bool end_object() override { return Close(); }
@@ -34,12 +34,12 @@ class Builder : public nlohmann::json::json_sax_t {
     return false;
   }
 
-  // Returns whether the text is valid JSON. Checks for NUL, which the JSON library treats as the
+  // Returns whether the text is valid JSON. Rejects NUL, which the JSON library would treat as the
   // end of the text.
   bool Parse(const std::string& text) {
-    const std::size_t zero = text.find('\0');
-    if (zero == std::string::npos) return nlohmann::json::sax_parse(text, this);
-    m_Byte = zero + 1;
+    const std::size_t nul = text.find('\0');
+    if (nul == std::string::npos) return nlohmann::json::sax_parse(text, this);
+    m_Byte = nul + 1;
     return false;
   }
 
@@ -72,7 +72,7 @@ class Builder : public nlohmann::json::json_sax_t {
     return &members.emplace_back(std::move(m_Name), std::move(value)).second;
   }
 
-  bool Keep(Json&& value) {
+  bool Add(Json&& value) {
     Place(std::move(value));
     return true;
   }

@@ -55,7 +55,7 @@ std::optional<ProcessLine> ReadProcessLine(std::int64_t pid) {
 }  // namespace
 
 ProcessId ThisProcess() {
-  // Cached, because every job mark needs it. A forked child is another process.
+  // Cached, because every job record needs it. A forked child is another process.
   static std::atomic<std::int64_t> known{0};
   static std::atomic<std::uint64_t> start{0};
   const std::int64_t pid = getpid();

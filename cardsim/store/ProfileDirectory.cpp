@@ -41,7 +41,7 @@ bool IsProfile(std::string_view file) {
 }  // namespace
 
 ProfileDirectory::ProfileDirectory() {
-  // Ignored in a program that runs with more privileges than the user who started it.
+  // Ignored in secure-execution mode, for example in a setuid program.
   const char* named = secure_getenv("CARDSIM_PROFILES");
   m_IsDefault = named == nullptr || *named == '\0';
   m_Path = m_IsDefault ? DefaultDirectory() : fs::path(named);

@@ -32,7 +32,7 @@ void ReadMember(Profile& profile, const std::string& name, const Json& json,
   const AttributeInfo& info = InfoOf(*attribute);
   const bool mayBeHex = info.kind == Kind::Unsigned;
   At(profile.values, *attribute) =
-      ValueFromJson(info, mayBeHex ? WithHexNumber(json) : json, place);
+      ValueFromJson(info, mayBeHex ? ParseHexNumber(json) : json, place);
 }
 
 }  // namespace

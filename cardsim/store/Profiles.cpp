@@ -27,7 +27,7 @@ const BuiltInProfile* FindBuiltIn(const std::string& name) {
   return nullptr;
 }
 
-std::optional<Profile> BuiltInOfDevice(std::uint16_t deviceId) {
+std::optional<Profile> BuiltInForDevice(std::uint16_t deviceId) {
   for (const BuiltInProfile& row : BuiltInProfiles()) {
     if (row.deviceId == deviceId) return BuiltIn(row);
   }
@@ -55,8 +55,8 @@ std::vector<std::string> ProfileNames() {
   return names;
 }
 
-Profile ProfileOfDevice(std::uint16_t deviceId) {
-  if (auto profile = BuiltInOfDevice(deviceId)) return std::move(*profile);
+Profile ProfileForDevice(std::uint16_t deviceId) {
+  if (auto profile = BuiltInForDevice(deviceId)) return std::move(*profile);
   const ProfileDirectory directory;
   for (const std::string& name : directory.Names()) {
     Profile profile = directory.Read(name);
@@ -73,8 +73,8 @@ Profile FindProfile(const std::string& kind) {
   const ProfileDirectory directory;
   const auto names = directory.Names();
   if (std::find(names.begin(), names.end(), kind) != names.end()) return directory.Read(kind);
-  if (const auto id = ReadDeviceId(kind)) return ProfileOfDevice(*id);
-  throw NoSuchThing("unknown kind of card " + kind + DidYouMean(kind, ProfileNames()));
+  if (const auto id = ReadDeviceId(kind)) return ProfileForDevice(*id);
+  throw UnknownName("unknown kind of card " + kind + DidYouMean(kind, ProfileNames()));
 }
 
 }  // namespace CardSim

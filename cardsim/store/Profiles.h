@@ -31,14 +31,14 @@ std::vector<std::string> ProfileNames();
 
 // Returns the profile with that name or PCI device ID, which is hexadecimal with or without 0x.
 // Built-in profiles take precedence: their names and IDs are found without reading a file. Throws
-// `NoSuchThing` if `kind` is neither a known name nor a device ID, and `std::runtime_error`,
+// `UnknownName` if `kind` is neither a known name nor a device ID, and `std::runtime_error`,
 // starting with the file's name, for a file that is damaged or not trusted. The search for a device
 // ID reads the files in the directory, so any of them can cause this error.
 Profile FindProfile(const std::string& kind);
 
 // Returns the profile with that device ID, which is looked up as in `FindProfile`. If no profile
-// has the ID, returns flash-365g with this ID. Throws like `FindProfile`, but never `NoSuchThing`.
-Profile ProfileOfDevice(std::uint16_t deviceId);
+// has the ID, returns flash-365g with this ID. Throws like `FindProfile`, but never `UnknownName`.
+Profile ProfileForDevice(std::uint16_t deviceId);
 
 // Adds a card to `state` in the first free slot. The name, device path and PCI address are unique,
 // and the serial number was never used before in this file. The result points into `state`. If no

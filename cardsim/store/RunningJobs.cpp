@@ -39,11 +39,11 @@ void EndJob(std::uint64_t number) noexcept {
   numbers.running.erase(number);
 }
 
-bool IsRunning(const JobMark& mark) {
-  if (!(mark.owner == ThisProcess())) return IsAlive(mark.owner);
+bool IsRunning(const JobRecord& record) {
+  if (!(record.owner == ThisProcess())) return IsAlive(record.owner);
   Numbers& numbers = TheNumbers();
   const Base::MutexLock lock(numbers.mutex);
-  return numbers.running.count(mark.number) != 0;
+  return numbers.running.count(record.number) != 0;
 }
 
 }  // namespace CardSim

@@ -1,5 +1,5 @@
-// The running jobs of this process. A mark in the state file counts only while its job is running,
-// so that a mark that could not be removed from the file does not keep the card busy. Thread-safe.
+// The running jobs of this process. A job record in the state file is ignored once its job has
+// ended, so a record that could not be removed does not keep the card busy. Thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -11,13 +11,13 @@ namespace CardSim {
 // A job of this process. It runs until the object is destroyed or, after `Keep`, until `EndJob`.
 class RunningJob {
  public:
-  // Starts a job with a number that no other job of this process has.
+  // Starts a job with a number that is unique in this process.
   RunningJob();
   ~RunningJob();
   RunningJob(const RunningJob&) = delete;
   RunningJob& operator=(const RunningJob&) = delete;
   std::uint64_t Number() const { return m_Number; }
-  // Lets the job outlive the object; `EndJob` must end it.
+  // Keeps the job running after the object is destroyed, until `EndJob` is called.
   void Keep() { m_IsKept = true; }
 
  private:
@@ -28,7 +28,8 @@ class RunningJob {
 // Ends a job of this process. Does nothing if it has already ended.
 void EndJob(std::uint64_t number) noexcept;
 
-// Whether the job is still running in its process, which may be another one.
-bool IsRunning(const JobMark& mark);
+// Whether the job is still running. A job of another process is considered running as long as that
+// process exists.
+bool IsRunning(const JobRecord& record);
 
 }  // namespace CardSim

@@ -31,8 +31,8 @@ bool IsFree(const State& state, std::uint64_t slot) {
     const std::string path = Read<const char*>(card.values, Attribute::device_path, "");
     const auto domain = Read<std::uint16_t>(card.values, Attribute::pci_domain, 0);
     const auto bus = Read<std::uint8_t>(card.values, Attribute::pci_bus, 0);
-    const bool hasItsBus = domain == DomainOfSlot(slot) && bus == BusOfSlot(slot);
-    if (card.name == NameOfSlot(slot) || path == PathOfSlot(slot) || hasItsBus) return false;
+    const bool usesBus = domain == DomainOfSlot(slot) && bus == BusOfSlot(slot);
+    if (card.name == NameOfSlot(slot) || path == PathOfSlot(slot) || usesBus) return false;
   }
   return true;
 }

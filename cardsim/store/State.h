@@ -19,8 +19,8 @@ struct Volume {
   bool refuses = false;     // a new state is rejected, although settable
 };
 
-// The job that holds a card in its transitional state.
-struct JobMark {
+// The job that keeps a card in its transitional state.
+struct JobRecord {
   std::string kind;  // "attach", "detach", "format"
   ProcessId owner;
   std::uint64_t number = 0;  // of the job, unique in its process
@@ -32,7 +32,7 @@ struct Card {
   std::string name;
   Values values;
   std::vector<Volume> volumes;
-  std::optional<JobMark> job;
+  std::optional<JobRecord> job;
 };
 
 // The code and message with which every call to a function fails.

@@ -15,7 +15,7 @@
 namespace CardSim {
 namespace {
 
-// Returns an empty path in a program that runs with more privileges than the user who started it.
+// Returns an empty path in secure-execution mode, for example in a setuid program.
 std::filesystem::path FromEnvironment(const char* name) {
   const char* value = secure_getenv(name);
   return value == nullptr ? "" : value;
@@ -44,7 +44,7 @@ std::size_t Find(const State& state, const std::string& name) {
     if (state.cards[i].name == name) return i;
     names.push_back(state.cards[i].name);
   }
-  throw NoSuchThing("no card named " + name + DidYouMean(name, names));
+  throw UnknownName("no card named " + name + DidYouMean(name, names));
 }
 
 template <typename Change>
@@ -90,7 +90,7 @@ void StateFile::Create(bool overwrite) {
 }
 
 std::string StateFile::AddCard(std::uint16_t deviceId) {
-  return AddAll(m_Path, ProfileOfDevice(deviceId), 1).front();
+  return AddAll(m_Path, ProfileForDevice(deviceId), 1).front();
 }
 
 std::string StateFile::AddCard(const std::string& kind) {

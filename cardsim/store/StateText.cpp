@@ -45,9 +45,9 @@ Json VolumesToJson(const std::vector<Volume>& volumes) {
   return list;
 }
 
-JobMark JobFromJson(const Json& json, const std::string& place) {
+JobRecord JobFromJson(const Json& json, const std::string& place) {
   CheckMembers(json, {"kind", "pid", "start", "number", "previous_state"}, place);
-  JobMark job;
+  JobRecord job;
   job.kind = Text(json, "kind", place);
   job.owner.pid = static_cast<std::int64_t>(Number(json, "pid", place, 0x7fffffff));
   job.owner.start = Number(json, "start", place);
@@ -56,7 +56,7 @@ JobMark JobFromJson(const Json& json, const std::string& place) {
   return job;
 }
 
-Json JobToJson(const JobMark& job) {
+Json JobToJson(const JobRecord& job) {
   Json::Members members;
   members.emplace_back("kind", job.kind);
   members.emplace_back("pid", job.owner.pid);
@@ -112,7 +112,7 @@ void FailuresFromJson(State& state, const Json& json) {
     const std::string place = "failures." + function;
     try {
       CheckFunction(function);
-    } catch (const NoSuchThing& error) {
+    } catch (const UnknownName& error) {
       Refuse(place, error.what());
     }
     CheckMembers(failure, {"code", "text"}, place);
@@ -141,7 +141,7 @@ State StateFromJson(const Json& json) {
   State state;
   state.nextId = Number(json, "next_id", "file");
   const auto* cards = Member(json, "cards", "file").As<Json::List>();
-  if (cards == nullptr) Refuse("cards", "must be a list");
+  if (cards == nullptr) Refuse("cards", "must be an array");
   for (const Json& card : *cards) {
     state.cards.push_back(CardFromJson(card, "cards[" + std::to_string(state.cards.size()) + "]"));
   }
@@ -153,14 +153,14 @@ State StateFromJson(const Json& json) {
 Json JsonFromArgument(Kind kind, const std::string& text) {
   const auto json = TryParseJson(text);
   if (kind == Kind::Text && !(json && json->As<std::string>() != nullptr)) return text;
-  if (kind == Kind::Unsigned && !json) return WithHexNumber(text);
+  if (kind == Kind::Unsigned && !json) return ParseHexNumber(text);
   return json ? *json : Json(text);
 }
 
-Attribute FindOrRefuse(const std::string& name) {
+Attribute FindOrThrow(const std::string& name) {
   const auto attribute = FindAttribute(name);
   if (!attribute)
-    throw NoSuchThing("unknown attribute " + name + DidYouMean(name, AttributeNames()));
+    throw UnknownName("unknown attribute " + name + DidYouMean(name, AttributeNames()));
   return *attribute;
 }
 
@@ -177,7 +177,7 @@ std::vector<std::string> AttributeNames() {
 
 std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place) {
   const auto* list = json.As<Json::List>();
-  if (list == nullptr) Refuse(place, "must be a list");
+  if (list == nullptr) Refuse(place, "must be an array");
   std::vector<Volume> volumes;
   for (const Json& element : *list) {
     const std::string at = place + "[" + std::to_string(volumes.size()) + "]";
@@ -191,7 +191,7 @@ std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place) 
   return volumes;
 }
 
-Json WithHexNumber(const Json& json) {
+Json ParseHexNumber(const Json& json) {
   const auto* text = json.As<std::string>();
   if (text == nullptr || text->compare(0, 2, "0x") != 0) return json;
   std::uint64_t number = 0;
@@ -240,7 +240,7 @@ void SetFromText(Card& card, const std::string& attribute, const std::string& te
     card.volumes = VolumesFromJson(TryParseJson(text).value_or(Json()), attribute);
     return;
   }
-  const Attribute known = FindOrRefuse(attribute);
+  const Attribute known = FindOrThrow(attribute);
   const AttributeInfo& info = InfoOf(known);
   At(card.values, known) = ValueFromJson(info, JsonFromArgument(info.kind, text), attribute);
   // Setting the state ends the card's job.
@@ -248,14 +248,14 @@ void SetFromText(Card& card, const std::string& attribute, const std::string& te
 }
 
 void CheckAttribute(const std::string& attribute) {
-  if (attribute != "volumes") FindOrRefuse(attribute);
+  if (attribute != "volumes") FindOrThrow(attribute);
 }
 
 void CheckValue(const std::string& attribute, const Json& json, const std::string& place) {
   if (attribute == "volumes") {
     VolumesFromJson(json, place);
   } else {
-    ValueFromJson(InfoOf(FindOrRefuse(attribute)), json, place);
+    ValueFromJson(InfoOf(FindOrThrow(attribute)), json, place);
   }
 }
 
@@ -263,13 +263,13 @@ void RemoveValue(Card& card, const std::string& attribute) {
   if (attribute == "volumes") {
     card.volumes.clear();
   } else {
-    At(card.values, FindOrRefuse(attribute)).reset();
+    At(card.values, FindOrThrow(attribute)).reset();
   }
 }
 
 std::string GetAsText(const Card& card, const std::string& attribute) {
   if (attribute == "volumes") return JsonText(VolumesToJson(card.volumes));
-  const auto& value = At(card.values, FindOrRefuse(attribute));
+  const auto& value = At(card.values, FindOrThrow(attribute));
   return value ? JsonText(ValueToJson(*value)) : "absent";
 }
 

@@ -19,16 +19,16 @@ std::string FormatState(const State& state);
 void CheckState(const State& state);
 
 // Sets an attribute to `text`, which is JSON, an unquoted string for a string attribute, or a
-// hexadecimal number for an unsigned attribute. Throws `NoSuchThing` for an unknown attribute, and
-// `std::runtime_error` for a value that the attribute's type does not have.
+// hexadecimal number for an unsigned attribute. Throws `UnknownName` for an unknown attribute, and
+// `std::runtime_error` for a value that is not valid for the attribute's type.
 void SetFromText(Card& card, const std::string& attribute, const std::string& text);
 // Throws like `SetFromText`, naming `place`, unless `json` is a valid value of the attribute.
 void CheckValue(const std::string& attribute, const Json& json, const std::string& place);
-// Throws `NoSuchThing` for an unknown attribute.
+// Throws `UnknownName` for an unknown attribute.
 void CheckAttribute(const std::string& attribute);
-// Makes the attribute absent. Throws `NoSuchThing` for an unknown attribute.
+// Makes the attribute absent. Throws `UnknownName` for an unknown attribute.
 void RemoveValue(Card& card, const std::string& attribute);
-// Returns the value as JSON text, or "absent". Throws `NoSuchThing` for an unknown attribute.
+// Returns the value as JSON text, or "absent". Throws `UnknownName` for an unknown attribute.
 std::string GetAsText(const Card& card, const std::string& attribute);
 
 // Returns the names of all attributes, and "volumes".
@@ -36,6 +36,6 @@ std::vector<std::string> AttributeNames();
 // Returns the storage units of a card. Throws like `CheckValue`.
 std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place);
 // Returns the number for a string such as "0x1003", or `json` unchanged.
-Json WithHexNumber(const Json& json);
+Json ParseHexNumber(const Json& json);
 
 }  // namespace CardSim

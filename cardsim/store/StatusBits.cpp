@@ -82,7 +82,7 @@ MaskBit FindMaskBit(const std::string& name) {
     known.emplace_back(row.name);
     known.push_back(full);
   }
-  throw NoSuchThing("unknown status bit " + name + DidYouMean(name, known));
+  throw UnknownName("unknown status bit " + name + DidYouMean(name, known));
 }
 
 }  // namespace CardSim

@@ -15,7 +15,7 @@ struct MaskBit {
 
 // Returns the bit with that name, which may follow the name of its mask: "errors.FLASHBACK",
 // "info.UNACTIVATED_FIRMWARE", "minimal.FORCED". POWER_WRITE_REGULATION is in two masks; without a
-// mask, it is the warning. Throws `NoSuchThing` for an unknown name. Thread-safe.
+// mask, it is the warning. Throws `UnknownName` for an unknown name. Thread-safe.
 MaskBit FindMaskBit(const std::string& name);
 
 }  // namespace CardSim

@@ -62,11 +62,11 @@ std::string AddressOf(const Card& card) {
 // other users could choose where files are written and removed.
 Base::Descriptor CreateMarker(const fs::path& marker) {
   struct stat status = {};
-  const bool exists = Base::StatusOfName(marker.c_str(), &status) == 0;
+  const bool exists = Base::LstatWithAcl(marker.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) {
     throw std::runtime_error(marker.string() + ": not a regular file");
   }
-  Base::TrustedDirectory directory = CreateDirectoryOf(marker);
+  Base::TrustedDirectory directory = CreateParentDirectory(marker);
   if (exists) {
     CheckTrusted(marker, directory, status);
   } else {

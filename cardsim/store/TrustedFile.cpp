@@ -14,11 +14,11 @@
 namespace CardSim {
 namespace {
 
-Base::TrustedDirectory OpenedOrThrown(const std::filesystem::path& path, bool creates,
-                                      const std::string& whenMissing) {
+Base::TrustedDirectory OpenDirectoryOrThrow(const std::filesystem::path& path, bool creates,
+                                            const std::string& whenMissing) {
   Base::OpenDirectoryOptions options;
   options.m_CreatesDirectories = creates;
-  options.m_RefusesForeignLinks = true;
+  options.m_RejectsUntrustedLinks = true;
   Base::TrustedDirectory directory = Base::OpenDirectoryOf(path, options);
   if (!directory.m_TrustError.empty()) FailAt(path, "not trusted: " + directory.m_TrustError);
   if (directory.m_Error == ENOENT) FailAt(path, whenMissing);
@@ -40,13 +40,13 @@ void FailWithErrno(const std::filesystem::path& path) {
   FailWith(path, errno);
 }
 
-Base::TrustedDirectory DirectoryOf(const std::filesystem::path& path,
-                                   const std::string& whenMissing) {
-  return OpenedOrThrown(path, false, whenMissing);
+Base::TrustedDirectory OpenParentDirectory(const std::filesystem::path& path,
+                                           const std::string& whenMissing) {
+  return OpenDirectoryOrThrow(path, false, whenMissing);
 }
 
-Base::TrustedDirectory CreateDirectoryOf(const std::filesystem::path& path) {
-  return OpenedOrThrown(path, true, std::generic_category().message(ENOENT));
+Base::TrustedDirectory CreateParentDirectory(const std::filesystem::path& path) {
+  return OpenDirectoryOrThrow(path, true, std::generic_category().message(ENOENT));
 }
 
 void CheckTrusted(const std::filesystem::path& path, const Base::TrustedDirectory& directory,
@@ -72,7 +72,7 @@ InputFile OpenInputFile(const std::filesystem::path& path, const Base::TrustedDi
   InputFile input{OpenForReading(path, directory, whenMissing), {}};
   if (fstat(input.file.Get(), &input.status) != 0) FailWithErrno(path);
   struct stat checked = {};
-  if (Base::StatusOfOpened(input.file.Get(), &checked) != 0) FailWithErrno(path);
+  if (Base::FstatWithAcl(input.file.Get(), &checked) != 0) FailWithErrno(path);
   CheckTrusted(path, directory, checked);
   if (!S_ISREG(input.status.st_mode)) FailAt(path, "not a regular file");
   if (input.status.st_size > limit) FailAt(path, whenLarge);
@@ -90,7 +90,7 @@ std::string ReadTrustedFile(const std::filesystem::path& path, std::int64_t limi
                             const std::string& whenLarge) {
   constexpr const char* kMissing = "no such file";
   const Base::CancellationGuard guard;
-  const Base::TrustedDirectory directory = DirectoryOf(path, kMissing);
+  const Base::TrustedDirectory directory = OpenParentDirectory(path, kMissing);
   const InputFile input = OpenInputFile(path, directory, kMissing, limit, whenLarge);
   return ReadAll(input.file, path);
 }

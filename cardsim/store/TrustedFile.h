@@ -17,14 +17,14 @@ namespace CardSim {
 
 // Opens the directory of the file at `path`; the file itself may be missing. `whenMissing` is the
 // message for a missing directory.
-Base::TrustedDirectory DirectoryOf(const std::filesystem::path& path,
-                                   const std::string& whenMissing);
+Base::TrustedDirectory OpenParentDirectory(const std::filesystem::path& path,
+                                           const std::string& whenMissing);
 
-// Like `DirectoryOf`, but creates missing directories.
-Base::TrustedDirectory CreateDirectoryOf(const std::filesystem::path& path);
+// Like `OpenParentDirectory`, but creates missing directories.
+Base::TrustedDirectory CreateParentDirectory(const std::filesystem::path& path);
 
 // Throws unless the file in that directory is trusted; `file` is its status from
-// Base::StatusOfOpened() or Base::StatusOfName().
+// Base::FstatWithAcl() or Base::LstatWithAcl().
 void CheckTrusted(const std::filesystem::path& path, const Base::TrustedDirectory& directory,
                   const struct stat& file);
 

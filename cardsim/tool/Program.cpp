@@ -19,10 +19,10 @@
 
 namespace {
 
-using CardSim::NoSuchThing;
 using CardSim::PrintError;
 using CardSim::PrintLine;
 using CardSim::StateFile;
+using CardSim::UnknownName;
 
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
@@ -241,7 +241,7 @@ std::string CheckCount(const std::string& text) {
   return count >= 1 && count <= 250 ? "" : text + " is out of range (1 to 250)";
 }
 
-void DescribeCards(CLI::App& app, Arguments& arguments, Command& chosen) {
+void AddCardCommands(CLI::App& app, Arguments& arguments, Command& chosen) {
   AddCommand(app, chosen, "new", "create a state file without cards", Done<New>)
       ->add_flag("--force", arguments.force, "replace an existing file");
   CLI::App* add = AddCommand(app, chosen, "add", "add cards", Done<Add>);
@@ -256,11 +256,11 @@ void DescribeCards(CLI::App& app, Arguments& arguments, Command& chosen) {
   AddCommand(app, chosen, "list", "list the cards", Done<List>);
   AddCommand(app, chosen, "sysfs", "write a sysfs tree with the PCI devices of the cards",
              Done<Sysfs>)
-      ->add_option("DIR", arguments.directory, "directory of the tree")
+      ->add_option("DIR", arguments.directory, "directory for the tree")
       ->required();
 }
 
-void DescribeAttributes(CLI::App& app, Arguments& arguments, Command& chosen) {
+void AddAttributeCommands(CLI::App& app, Arguments& arguments, Command& chosen) {
   CLI::App* set = AddCommand(app, chosen, "set", "set an attribute of a card", Done<Set>);
   CLI::App* get = AddCommand(app, chosen, "get", "show an attribute of a card", Done<Get>);
   for (CLI::App* command : {set, get}) {
@@ -268,7 +268,7 @@ void DescribeAttributes(CLI::App& app, Arguments& arguments, Command& chosen) {
     command->add_option("ATTRIBUTE", arguments.attribute, "name, such as temp_internal_deg_c")
         ->required();
   }
-  set->add_option("VALUE", arguments.value, "new value; absent removes the attribute")->required();
+  set->add_option("VALUE", arguments.value, "value, or absent to remove the attribute")->required();
   CLI::App* raise = AddCommand(app, chosen, "raise", "set a status bit of a card", Done<Raise>);
   CLI::App* clear = AddCommand(app, chosen, "clear", "clear a status bit of a card", Done<Clear>);
   for (CLI::App* command : {raise, clear}) {
@@ -278,7 +278,7 @@ void DescribeAttributes(CLI::App& app, Arguments& arguments, Command& chosen) {
   }
 }
 
-void DescribeFailures(CLI::App& app, Arguments& arguments, Command& chosen) {
+void AddFailureCommands(CLI::App& app, Arguments& arguments, Command& chosen) {
   CLI::App* fail =
       AddCommand(app, chosen, "fail",
                  "make every call to a library function fail, in all processes", Done<Fail>);
@@ -296,7 +296,7 @@ void DescribeFailures(CLI::App& app, Arguments& arguments, Command& chosen) {
       ->capture_default_str();
 }
 
-void DescribePlay(CLI::App& app, Arguments& arguments, Command& chosen) {
+void AddPlayCommand(CLI::App& app, Arguments& arguments, Command& chosen) {
   CLI::App* play = AddCommand(app, chosen, "play", "play a scenario; Ctrl-C stops it", Play);
   play->add_option("SCENARIO", arguments.scenario, "JSON file; see examples/")->required();
   const auto setSpeed = [&arguments](const double& speed) {
@@ -345,7 +345,7 @@ int Run(Command command, Arguments& arguments) {
     const int code = command(arguments);
     CardSim::FlushOutput();
     return code;
-  } catch (const NoSuchThing& error) {
+  } catch (const UnknownName& error) {
     PrintError(error.what());
     return kNoSuch;
   } catch (const std::bad_alloc&) {
@@ -373,10 +373,10 @@ int ParseAndRun(int argc, char** argv, Arguments& arguments) {
       ->default_str(Base::Printable(arguments.state));
   app.require_subcommand(1);
   app.fallthrough();
-  DescribeCards(app, arguments, chosen);
-  DescribeAttributes(app, arguments, chosen);
-  DescribeFailures(app, arguments, chosen);
-  DescribePlay(app, arguments, chosen);
+  AddCardCommands(app, arguments, chosen);
+  AddAttributeCommands(app, arguments, chosen);
+  AddFailureCommands(app, arguments, chosen);
+  AddPlayCommand(app, arguments, chosen);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -12,8 +12,8 @@ std::optional<int> AwaitExit(pid_t child, const Deadline& deadline) {
   for (;;) {
     int status = 0;
     if (waitpid(child, &status, WNOHANG) != 0) return status;
-    if (deadline.IsOver()) return std::nullopt;
-    std::this_thread::sleep_for(deadline.Left(kPause));
+    if (deadline.HasPassed()) return std::nullopt;
+    std::this_thread::sleep_for(deadline.Remaining(kPause));
   }
 }
 

@@ -30,10 +30,10 @@ struct Running {
 // notifier.
 bool AwaitEnd(Running& running, std::future<std::uint32_t>& result, const Deadline& deadline,
               OnStop onStop) {
-  while (!deadline.IsOver()) {
+  while (!deadline.HasPassed()) {
     if (onStop == OnStop::Continue) {
-      if (result.wait_for(deadline.Left()) == std::future_status::ready) return true;
-    } else if (IsStopRequested() || running.m_Ended.Wait(deadline.Left(), WaitSet())) {
+      if (result.wait_for(deadline.Remaining()) == std::future_status::ready) return true;
+    } else if (IsStopRequested() || running.m_Ended.Wait(deadline.Remaining(), WaitSet())) {
       break;
     }
   }

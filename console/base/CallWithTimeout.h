@@ -16,7 +16,7 @@ enum class OnStop { Abandon, Continue };
 // Extra time for a slow call to return after its deadline or a stop signal.
 inline constexpr std::chrono::seconds kGrace(2);
 
-// Runs `call` in a separate thread and returns its result. If `call` has not returned by `kGrace`
+// Runs `call` on a separate thread and returns its result. If `call` has not returned by `kGrace`
 // after the deadline or a stop signal, returns empty and abandons the call, which continues until
 // the program exits. Everything that `call` uses must therefore be owned by `call` or outlive the
 // program.

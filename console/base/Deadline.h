@@ -31,11 +31,12 @@ class Deadline {
 
   // Whether the deadline never passes.
   bool IsUnlimited() const { return !m_End; }
-  bool IsOver() const { return m_End && std::chrono::steady_clock::now() >= *m_End; }
+  bool HasPassed() const { return m_End && std::chrono::steady_clock::now() >= *m_End; }
 
   // Returns the time left, rounded up to whole milliseconds and capped at `longest`, because poll()
   // takes an int.
-  std::chrono::milliseconds Left(std::chrono::milliseconds longest = std::chrono::hours(1)) const {
+  std::chrono::milliseconds Remaining(
+      std::chrono::milliseconds longest = std::chrono::hours(1)) const {
     using std::chrono::milliseconds;
     if (!m_End) return longest;
     const auto left = std::chrono::ceil<milliseconds>(*m_End - std::chrono::steady_clock::now());

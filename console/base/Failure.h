@@ -46,7 +46,8 @@ class Failure : public std::exception {
 // Returns the failure of a command for which the plug-in returned `error`.
 Failure PluginFailure(const std::string& what, std::uint32_t error);
 
-// Returns the failure of a command that a signal ended; `text` is the message of the `Stopped`.
+// Returns the failure of a command that was interrupted by a signal. `text` is the message of the
+// `Stopped` exception.
 Failure StopFailure(std::string text, std::vector<std::string> advice = {});
 
 // Returns a usage error. Without advice, the report refers to the help.

@@ -17,8 +17,8 @@ void Notifier::Notify() const {
   if (eventfd_write(m_Descriptor.Get(), 1) != 0) return;
 }
 
-bool Notifier::Wait(std::chrono::milliseconds timeout, const WaitSet& also) const {
-  if (!WaitReadable(m_Descriptor.Get(), timeout, also)) return false;
+bool Notifier::Wait(std::chrono::milliseconds timeout, const WaitSet& extra) const {
+  if (!WaitReadable(m_Descriptor.Get(), timeout, extra)) return false;
   eventfd_t count = 0;
   return eventfd_read(m_Descriptor.Get(), &count) == 0;
 }

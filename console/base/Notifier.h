@@ -17,8 +17,8 @@ class Notifier {
 
   void Notify() const;
   // Waits up to `timeout`. If notified, clears all notifications and returns true. Returns false on
-  // timeout, on a stop signal, or if only a descriptor of `also` is ready.
-  bool Wait(std::chrono::milliseconds timeout, const WaitSet& also) const;
+  // timeout, on a stop signal, or if only a descriptor of `extra` is ready.
+  bool Wait(std::chrono::milliseconds timeout, const WaitSet& extra) const;
   // The descriptor for use in poll(), readable while notified.
   int Number() const { return m_Descriptor.Get(); }
 

@@ -10,7 +10,7 @@ namespace Console {
 
 struct Options {
   std::vector<std::string> m_Words;  // the command and its arguments
-  std::string m_OutputFormat;        // output format; empty: the command's default
+  std::string m_OutputFormat;        // empty: the command's default
   std::vector<std::string> m_Columns;
   bool m_NoHeadings = false;
   bool m_Quiet = false;

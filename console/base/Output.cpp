@@ -68,7 +68,7 @@ void Diagnostics::Note(const std::string& id, const std::string& text,
 void Diagnostics::Error(const std::string& id, const std::string& text,
                         const std::vector<std::string>& advice) {
   m_Messages.push_back({"error", id, text, advice});
-  if (m_Verbosity != Verbosity::Nothing) Print(m_Messages.back());
+  if (m_Verbosity != Verbosity::Silent) Print(m_Messages.back());
 }
 
 void Diagnostics::Print(const Message& message) {
@@ -78,17 +78,17 @@ void Diagnostics::Print(const Message& message) {
   for (std::size_t i = 0; i < count; ++i) {
     lines += fmt::format("  {}\n", Base::Printable(message.m_Advice[i]));
   }
-  if (m_IsHeld) {
-    m_Held += lines;
+  if (m_IsDeferred) {
+    m_Deferred += lines;
   } else {
     std::fputs(lines.c_str(), stderr);
   }
 }
 
 DeferredDiagnostics::~DeferredDiagnostics() {
-  m_Diagnostics.m_IsHeld = false;
-  std::fputs(m_Diagnostics.m_Held.c_str(), stderr);
-  m_Diagnostics.m_Held.clear();
+  m_Diagnostics.m_IsDeferred = false;
+  std::fputs(m_Diagnostics.m_Deferred.c_str(), stderr);
+  m_Diagnostics.m_Deferred.clear();
 }
 
 }  // namespace Console

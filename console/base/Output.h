@@ -49,7 +49,7 @@ struct Message {
 };
 
 // Which messages are printed.
-enum class Verbosity { All, Errors, Nothing };
+enum class Verbosity { All, Errors, Silent };
 
 // Prints messages on standard error and collects them for the JSON formats. Not thread-safe.
 class Diagnostics {
@@ -71,15 +71,15 @@ class Diagnostics {
 
   const Verbosity m_Verbosity;
   std::vector<Message> m_Messages;
-  bool m_IsHeld = false;
-  std::string m_Held;
+  bool m_IsDeferred = false;
+  std::string m_Deferred;
 };
 
-// Holds back the output of a `Diagnostics` during its lifetime and prints it when destroyed.
+// Defers the output of a `Diagnostics` during its lifetime and prints it when destroyed.
 class DeferredDiagnostics {
  public:
   explicit DeferredDiagnostics(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {
-    diagnostics.m_IsHeld = true;
+    diagnostics.m_IsDeferred = true;
   }
   ~DeferredDiagnostics();
   DeferredDiagnostics(const DeferredDiagnostics&) = delete;

@@ -19,22 +19,22 @@ namespace {
 // Set by the signal handler and read by all threads.
 std::atomic<int> g_Stop{0};
 static_assert(std::atomic<int>::is_always_lock_free);
-volatile sig_atomic_t g_SecondEnds = 1;
+volatile sig_atomic_t g_SecondKills = 1;
 int g_StopFd = -1;
 
-void Handle(void (*handler)(int)) {
+void SetHandler(void (*handler)(int)) {
   struct sigaction action = {};
   sigemptyset(&action.sa_mask);
   action.sa_handler = handler;
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
 }
 
-// If `g_SecondEnds` is set, the first signal restores the default actions, so that any second
+// If `g_SecondKills` is set, the first signal restores the default actions, so that any second
 // signal terminates the program.
 void OnSignal(int) {
   const int savedErrno = errno;
   g_Stop = 1;
-  if (g_SecondEnds != 0) Handle(SIG_DFL);
+  if (g_SecondKills != 0) SetHandler(SIG_DFL);
   const std::uint64_t one = 1;
   if (write(g_StopFd, &one, sizeof one) < 0) {
     // A signal handler cannot report the error, and the flag is already set.
@@ -44,14 +44,14 @@ void OnSignal(int) {
 
 }  // namespace
 
-void InstallStopHandlers(bool secondEnds) {
+void InstallStopHandlers(bool secondKills) {
   g_StopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (g_StopFd < 0) {
     throw Failure(ExitCode::Failed, "NO_DESCRIPTOR", "cannot handle signals", std::strerror(errno));
   }
-  g_SecondEnds = secondEnds ? 1 : 0;
-  Handle(OnSignal);
-  // Writes to a closed pipe, or beyond the file size limit, return an error instead.
+  g_SecondKills = secondKills ? 1 : 0;
+  SetHandler(OnSignal);
+  // Writes to a closed pipe, or beyond the file size limit, then return an error.
   for (const int number : {SIGPIPE, SIGXFSZ}) signal(number, SIG_IGN);
   // If the parent process ignores SIGCHLD, so would this one, and exit statuses would be lost.
   signal(SIGCHLD, SIG_DFL);
@@ -80,10 +80,10 @@ bool WaitForStop(std::chrono::milliseconds timeout) {
   return IsStopRequested();
 }
 
-// poll() reports a closed reader as an error even if no events are requested.
-bool WaitReadable(int fd, std::chrono::milliseconds timeout, const WaitSet& also) {
+// If the reader closes the output, poll() reports an error even if no events are requested.
+bool WaitReadable(int fd, std::chrono::milliseconds timeout, const WaitSet& extra) {
   std::array<pollfd, 4> waits = {pollfd{fd, POLLIN, 0}, pollfd{g_StopFd, POLLIN, 0},
-                                 pollfd{also.m_Readable, POLLIN, 0}, pollfd{also.m_Reader, 0, 0}};
+                                 pollfd{extra.m_Readable, POLLIN, 0}, pollfd{extra.m_Reader, 0, 0}};
   const int count = poll(waits.data(), waits.size(), static_cast<int>(timeout.count()));
   return count > 0 && (waits[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0 && g_Stop == 0;
 }

@@ -6,9 +6,9 @@
 namespace Console {
 
 // Installs handlers for SIGINT, SIGTERM and SIGHUP, ignores SIGPIPE and SIGXFSZ, and resets
-// SIGCHLD. If `secondEnds`, a second stop signal terminates the program; otherwise it has no
+// SIGCHLD. If `secondKills`, a second stop signal terminates the program; otherwise it has no
 // further effect. Throws `Failure`. Call before any thread starts.
-void InstallStopHandlers(bool secondEnds = true);
+void InstallStopHandlers(bool secondKills = true);
 
 // Throws `Stopped` if a stop signal has arrived.
 void ThrowIfStopped();
@@ -32,10 +32,10 @@ struct WaitSet {
   int m_Reader = -1;    // ends the wait when the reader of this pipe or terminal has closed it
 };
 
-// Waits until `fd` is readable or at end of file, a descriptor of `also` is ready, a stop signal
+// Waits until `fd` is readable or at end of file, a descriptor of `extra` is ready, a stop signal
 // arrives or `timeout` expires. Returns true if `fd` is readable or at end of file and no stop
 // signal has arrived.
-bool WaitReadable(int fd, std::chrono::milliseconds timeout, const WaitSet& also = {});
+bool WaitReadable(int fd, std::chrono::milliseconds timeout, const WaitSet& extra = {});
 
 // Whether the reader of the pipe or terminal `fd` has closed it.
 bool HasLostReader(int fd);

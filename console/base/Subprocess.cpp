@@ -26,7 +26,7 @@ using std::chrono::milliseconds;
 constexpr std::chrono::seconds kGraceAfterTerm(3);
 constexpr std::chrono::seconds kGraceAfterKill(2);
 
-Failure NoProcess(int error) {
+Failure StartFailure(int error) {
   return Failure(ExitCode::Failed, "NO_PROCESS", "cannot start a process", std::strerror(error));
 }
 
@@ -57,8 +57,8 @@ SubprocessEnd ReadAll(int fd, milliseconds timeout, std::string& into) {
   const Deadline deadline(timeout);
   while (true) {
     if (IsStopRequested()) return SubprocessEnd::Stopped;
-    if (deadline.IsOver()) return SubprocessEnd::TimedOut;
-    if (WaitReadable(fd, deadline.Left()) && !ReadSome(fd, into)) return SubprocessEnd::Exited;
+    if (deadline.HasPassed()) return SubprocessEnd::TimedOut;
+    if (WaitReadable(fd, deadline.Remaining()) && !ReadSome(fd, into)) return SubprocessEnd::Exited;
   }
 }
 
@@ -67,8 +67,8 @@ bool AwaitEnd(int fd, milliseconds timeout) {
   const Deadline deadline(timeout);
   std::string ignored;
   pollfd wait = {fd, POLLIN, 0};
-  while (!deadline.IsOver()) {
-    const int count = poll(&wait, 1, static_cast<int>(deadline.Left().count()));
+  while (!deadline.HasPassed()) {
+    const int count = poll(&wait, 1, static_cast<int>(deadline.Remaining().count()));
     if (count > 0 && !ReadSome(fd, ignored)) return true;
   }
   return false;
@@ -83,7 +83,7 @@ bool Terminate(pid_t child, int fd) {
   return AwaitEnd(fd, kGraceAfterKill);
 }
 
-int StatusOf(pid_t child) {
+int Reap(pid_t child) {
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
   return status;
@@ -93,17 +93,17 @@ int StatusOf(pid_t child) {
 
 SubprocessResult RunInSubprocess(const std::function<int()>& work, milliseconds timeout) {
   Base::Pipe pipe = Base::MakePipe();
-  if (!pipe.m_Read.IsOpen()) throw NoProcess(errno);
+  if (!pipe.m_Read.IsOpen()) throw StartFailure(errno);
   const pid_t parent = getpid();
   const pid_t child = fork();
   if (child == 0) RunChild(work, pipe.m_Write.Get(), parent);
-  if (child < 0) throw NoProcess(errno);
+  if (child < 0) throw StartFailure(errno);
   pipe.m_Write.Close();
   const int output = pipe.m_Read.Get();
   SubprocessResult ending = {};
   ending.m_End = ReadAll(output, timeout, ending.m_Output);
   const bool hasEnded = ending.m_End == SubprocessEnd::Exited || Terminate(child, output);
-  const int status = hasEnded ? StatusOf(child) : 0;
+  const int status = hasEnded ? Reap(child) : 0;
   if (ending.m_End != SubprocessEnd::Exited) return ending;
   ending.m_End = WIFSIGNALED(status) ? SubprocessEnd::Killed : SubprocessEnd::Exited;
   ending.m_Number = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);

@@ -55,7 +55,7 @@ class LineEditor {
   static int ReadCharacter(EditLine* editor, wchar_t* character) {
     std::mbstate_t& state = Of(editor).m_State;
     while (true) {
-      const bool readable = WaitReadable(STDIN_FILENO, Deadline().Left());
+      const bool readable = WaitReadable(STDIN_FILENO, Deadline().Remaining());
       if (IsStopRequested()) return 0;
       if (!readable) continue;
       char byte = 0;

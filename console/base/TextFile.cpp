@@ -25,7 +25,7 @@ Failure WriteFailure(const std::string& file, int error) {
                  fmt::format("cannot write {}", file), std::strerror(error));
 }
 
-Failure RedirectableFailure(const std::string& file, const std::string& trustError) {
+Failure TrustFailure(const std::string& file, const std::string& trustError) {
   return Failure(ExitCode::Permission, "TEXTFILE_FAILED", fmt::format("cannot write {}", file),
                  trustError,
                  {"Its owner could redirect the file.",
@@ -36,7 +36,7 @@ Failure RedirectableFailure(const std::string& file, const std::string& trustErr
 // directory cannot redirect the file.
 Base::Descriptor OpenDirectory(const std::filesystem::path& directory, const std::string& file) {
   Base::TrustedDirectory opened = Base::OpenTrustedDirectory(directory);
-  if (!opened.m_TrustError.empty()) throw RedirectableFailure(file, opened.m_TrustError);
+  if (!opened.m_TrustError.empty()) throw TrustFailure(file, opened.m_TrustError);
   if (!opened.m_Directory.IsOpen()) throw WriteFailure(file, opened.m_Error);
   return std::move(opened.m_Directory);
 }

@@ -60,13 +60,13 @@ std::string AgeText(std::uint64_t age) {
 
 }  // namespace
 
-std::uint64_t MillisecondsOf(std::chrono::system_clock::time_point time) {
+std::uint64_t ToMilliseconds(std::chrono::system_clock::time_point time) {
   return static_cast<std::uint64_t>(
       std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count());
 }
 
 std::uint64_t NowMs() {
-  return MillisecondsOf(std::chrono::system_clock::now());
+  return ToMilliseconds(std::chrono::system_clock::now());
 }
 
 std::optional<std::uint64_t> ReadDay(const std::string& text) {

@@ -9,7 +9,7 @@
 namespace Console {
 
 // Converts a time to milliseconds since the epoch.
-std::uint64_t MillisecondsOf(std::chrono::system_clock::time_point time);
+std::uint64_t ToMilliseconds(std::chrono::system_clock::time_point time);
 // Returns the current time in milliseconds since the epoch.
 std::uint64_t NowMs();
 

@@ -15,9 +15,9 @@ namespace fs = std::filesystem;
 
 // `ResolveTrusted` lets users other than root share files; code must meet stricter rules. `name`
 // contains no symbolic links.
-std::string TrustErrorOfOwner(const std::string& name) {
+std::string TrustErrorOfEntry(const std::string& name) {
   struct stat status = {};
-  if (Base::StatusOfName(name.c_str(), &status) != 0) return {};
+  if (Base::LstatWithAcl(name.c_str(), &status) != 0) return {};
   const std::string trustError = Base::TrustErrorOfCode(status, geteuid());
   return trustError.empty() ? trustError : name + " " + trustError;
 }
@@ -34,14 +34,14 @@ fs::path DeepestExisting(fs::path directory) {
 std::string TrustErrorOfCodeDirectory(const fs::path& directory) {
   const Base::TrustedPath found =
       Base::ResolveTrusted(DeepestExisting(fs::absolute(directory)).string());
-  return found.m_TrustError.empty() ? TrustErrorOfOwner(found.m_File.string()) : found.m_TrustError;
+  return found.m_TrustError.empty() ? TrustErrorOfEntry(found.m_File.string()) : found.m_TrustError;
 }
 
 std::string TrustErrorOfCode(const fs::path& file) {
   const Base::TrustedPath found = Base::ResolveTrusted(file.string());
   if (!found.m_TrustError.empty()) return found.m_TrustError;
-  const std::string trustError = TrustErrorOfOwner(found.m_File.string());
-  return trustError.empty() ? TrustErrorOfOwner(found.m_File.parent_path().string()) : trustError;
+  const std::string trustError = TrustErrorOfEntry(found.m_File.string());
+  return trustError.empty() ? TrustErrorOfEntry(found.m_File.parent_path().string()) : trustError;
 }
 
 std::vector<std::string> TrustAdvice(const std::filesystem::path& file) {

@@ -16,18 +16,18 @@ namespace Console {
 namespace {
 
 namespace fs = std::filesystem;
-using Words = std::vector<std::string>;
+using Fields = std::vector<std::string>;
 
-// The maximum depth of a stack of devices. Real stacks are lower; the limit also ends a loop.
+// The maximum depth of a stack of devices. Real stacks are shallower; the limit also ends a cycle.
 constexpr int kMaxDepth = 8;
 
-std::vector<Words> ReadLines(const fs::path& path) {
-  std::vector<Words> lines;
+std::vector<Fields> ReadLines(const fs::path& path) {
+  std::vector<Fields> lines;
   std::ifstream file(path);
   for (std::string line; std::getline(file, line);) {
-    Words words;
-    boost::split(words, line, boost::is_any_of(" \t"), boost::token_compress_on);
-    lines.push_back(words);
+    Fields fields;
+    boost::split(fields, line, boost::is_any_of(" \t"), boost::token_compress_on);
+    lines.push_back(fields);
   }
   return lines;
 }
@@ -48,7 +48,8 @@ std::vector<fs::path> EntriesOf(const fs::path& directory) {
   return entries;
 }
 
-// The kernel escapes white space and backslashes in names as a backslash and three octal digits.
+// In both tables, the kernel writes white space and backslashes as a backslash and three octal
+// digits.
 std::string Unescape(const std::string& text) {
   std::string plain;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -61,11 +62,11 @@ std::string Unescape(const std::string& text) {
   return plain;
 }
 
-std::string NameOfNode(const std::string& path) {
+std::string DeviceName(const std::string& path) {
   return fs::path(Unescape(path)).filename().string();
 }
 
-// Whether the PCI device is in the resolved path of the entry.
+// Whether the entry, a link in sysfs, resolves to a path below the PCI device.
 bool BelongsTo(const fs::path& entry, const std::string& address) {
   std::error_code error;
   const fs::path real = fs::canonical(entry, error);
@@ -75,14 +76,14 @@ bool BelongsTo(const fs::path& entry, const std::string& address) {
 }  // namespace
 
 struct BlockDeviceUsers::Tables {
-  std::vector<Words> m_Mounts;
-  std::vector<Words> m_Swaps;
+  std::vector<Fields> m_Mounts;
+  std::vector<Fields> m_Swaps;
 };
 
 BlockDeviceUsers::BlockDeviceUsers(fs::path sysfs, fs::path mounts, fs::path swaps)
     : m_Sysfs(std::move(sysfs)), m_Mounts(std::move(mounts)), m_Swaps(std::move(swaps)) {}
 
-BlockDeviceUsers BlockDeviceUsers::OfThisSystem() {
+BlockDeviceUsers BlockDeviceUsers::ForThisSystem() {
   return BlockDeviceUsers(HostKit::SysfsRoot().string(), "/proc/self/mountinfo", "/proc/swaps");
 }
 
@@ -108,16 +109,16 @@ void BlockDeviceUsers::AddUsers(const fs::path& device, const Tables& tables, in
   constexpr std::size_t kMountPoint = 4;
   const std::string name = device.filename().string();
   const std::string number = FirstLine(device / "dev");
-  for (const Words& line : tables.m_Mounts) {
+  for (const Fields& line : tables.m_Mounts) {
     if (line.size() <= kMountPoint) continue;
     const auto dash = std::find(line.begin() + kMountPoint, line.end(), "-");
     const bool bySource =
-        line.end() - dash > 2 && dash[2].rfind("/dev/", 0) == 0 && NameOfNode(dash[2]) == name;
+        line.end() - dash > 2 && dash[2].rfind("/dev/", 0) == 0 && DeviceName(dash[2]) == name;
     if ((number.empty() || line[kDeviceNumber] != number) && !bySource) continue;
     users.push_back(fmt::format("{} is mounted at {}", name, Unescape(line[kMountPoint])));
   }
-  for (const Words& line : tables.m_Swaps) {
-    if (NameOfNode(line.front()) == name) users.push_back(name + " is used as swap");
+  for (const Fields& line : tables.m_Swaps) {
+    if (DeviceName(line.front()) == name) users.push_back(name + " is used as swap");
   }
   if (depth == kMaxDepth) return;
   for (const fs::path& holder : EntriesOf(device / "holders")) {

@@ -17,7 +17,7 @@ class BlockDeviceUsers {
                    std::filesystem::path swaps);
 
   // Reads the tables of the running system, and the sysfs that the PCI lookup uses.
-  static BlockDeviceUsers OfThisSystem();
+  static BlockDeviceUsers ForThisSystem();
 
   // Returns the users of the PCI device's block devices, of their partitions, and of the devices
   // built on them, such as "fioa1 is mounted at /data"; sorted, without duplicates. `pciAddress` is

@@ -53,7 +53,7 @@ std::string DescribeObject(const Model& model, const Object& object) {
   return text;
 }
 
-std::string ConfirmationWord(const Model& model, const Object& object) {
+std::string ConfirmationText(const Model& model, const Object& object) {
   const std::string serial = SerialOf(model, object);
   return serial.empty() ? IdText(object.m_ID) : serial;
 }
@@ -62,7 +62,7 @@ void RequireNotInUse(const Model& model, const Object& object, const std::string
   const Object* adapter = AdapterOf(model, object);
   if (adapter == nullptr) return;
   const std::vector<std::string> users =
-      BlockDeviceUsers::OfThisSystem().UsersOf(FieldText(*adapter, "pci_address"));
+      BlockDeviceUsers::ForThisSystem().UsersOf(FieldText(*adapter, "pci_address"));
   if (users.empty()) return;
   throw Refused("IN_USE", what, fmt::format("{}", fmt::join(users, ", ")),
                 {"Unmount or release the drive first."});
@@ -79,11 +79,11 @@ void RequireConfirmation(const Context& context, const std::string& what,
   throw Refused("NOT_CONFIRMED", what, "canceled");
 }
 
-void RequireTypedWord(const Context& context, const std::string& what, const std::string& plan,
-                      const std::string& word) {
+void RequireTypedText(const Context& context, const std::string& what, const std::string& plan,
+                      const std::string& expected) {
   const std::string& given = context.m_Options.m_Confirm;
   if (!given.empty()) {
-    if (given == word) return;
+    if (given == expected) return;
     throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not the serial number", given),
                   {"Find the serial number with: corvane-host list"});
   }
@@ -94,7 +94,7 @@ void RequireTypedWord(const Context& context, const std::string& what, const std
   }
   std::fputs(plan.c_str(), stderr);
   const std::string typed = Prompt("  Type the serial number to continue (Enter cancels): ");
-  if (typed == word) return;
+  if (typed == expected) return;
   if (typed.empty()) throw Refused("NOT_CONFIRMED", what, "canceled");
   throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not the serial number", typed));
 }

@@ -11,9 +11,9 @@ namespace Console {
 // Describes an object for a prompt: selector, name, serial number, slot and PCI address.
 std::string DescribeObject(const Model& model, const Object& object);
 
-// Returns the word that the user must type before a drive is erased: the serial number of its card,
+// Returns the text that the user must type before a drive is erased: the serial number of its card,
 // or the drive's id if the card has no serial number.
-std::string ConfirmationWord(const Model& model, const Object& object);
+std::string ConfirmationText(const Model& model, const Object& object);
 
 // Throws `Failure` with exit code 4 if the system is using a block device of the card; the failure
 // lists the users. `what` names the action, such as "detach a0".
@@ -24,9 +24,9 @@ void RequireNotInUse(const Model& model, const Object& object, const std::string
 void RequireConfirmation(const Context& context, const std::string& what,
                          const std::string& question);
 
-// Shows `plan` and prompts for `word`. With --confirm, it does not prompt, and the option's value
-// must be `word`; --yes has no effect. Throws like `RequireConfirmation`.
-void RequireTypedWord(const Context& context, const std::string& what, const std::string& plan,
-                      const std::string& word);
+// Shows `plan` and prompts for the text `expected`. With --confirm, does not prompt, and the
+// option's value must be `expected`; --yes has no effect. Throws like `RequireConfirmation`.
+void RequireTypedText(const Context& context, const std::string& what, const std::string& plan,
+                      const std::string& expected);
 
 }  // namespace Console

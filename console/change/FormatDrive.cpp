@@ -26,7 +26,8 @@ const OperationRow& FormatRow() {
 }
 
 // The fields of a drive that a format changes.
-constexpr const char* kChanged[] = {"formatted_size_bytes", "formatted_ratio", "sector_size_bytes"};
+constexpr const char* kChangedFields[] = {"formatted_size_bytes", "formatted_ratio",
+                                          "sector_size_bytes"};
 
 std::uint64_t Number(const Object& object, const char* name) {
   const Value value = ReadField(object, name);
@@ -34,7 +35,8 @@ std::uint64_t Number(const Object& object, const char* name) {
   return number == nullptr ? 0 : *number;
 }
 
-// In percent of the factory size; 100 for the maximum capacity, which may be larger.
+// Returns the capacity as a percentage of the factory size. Do not call for `MAXIMUM_CAPACITY`: the
+// drive reports that size.
 std::int32_t Percent(const FormatRequest& request) {
   switch (request.m_Capacity) {
     case PI::Value::CUSTOM:
@@ -59,7 +61,7 @@ std::uint64_t PlannedBytes(const Object& drive, const FormatRequest& request) {
 
 std::string Bytes(std::uint64_t bytes, bool ascii) {
   Value value;
-  value.m_Measure = Measure::Bytes;
+  value.m_Kind = ValueKind::Bytes;
   if (bytes != 0) value.m_Data = bytes;
   return HumanText(value, ascii);
 }
@@ -131,9 +133,9 @@ std::string PlanText(Context& context, const Model& model, const Object& drive, 
 void RequireAllowed(Session& session, const Model& model, const Object& drive) {
   PI::COperation operation;
   operation.m_OperationID = PI::OP_FORMAT_DEVICE;
-  const std::uint32_t refused = session.CheckOperation(drive.m_ID, operation);
-  if (refused != PI::SUCCESS)
-    throw CheckFailure(ActionText(FormatRow(), drive), &FormatRow(), "", refused);
+  const std::uint32_t error = session.CheckOperation(drive.m_ID, operation);
+  if (error != PI::SUCCESS)
+    throw CheckFailure(ActionText(FormatRow(), drive), &FormatRow(), "", error);
   RequireNotInUse(model, drive, ActionText(FormatRow(), drive));
 }
 
@@ -206,7 +208,7 @@ milliseconds Execute(Context& context, const Model& model, const Object& drive,
 }
 
 bool Differ(const Object& one, const Object& other) {
-  return std::any_of(std::begin(kChanged), std::end(kChanged), [&](const char* name) {
+  return std::any_of(std::begin(kChangedFields), std::end(kChangedFields), [&](const char* name) {
     return ReadField(one, name).m_Data != ReadField(other, name).m_Data;
   });
 }
@@ -219,8 +221,8 @@ bool ShouldDiffer(const Object& drive, const FormatRequest& request) {
   return !sameSize || Number(drive, "sector_size_bytes") != request.m_SectorSize;
 }
 
-// Waits until the drive reports the new size, which it does after the next scan of all cards.
-// Scans run once per poll interval, up to a third of an interval late.
+// Waits until the drive reports the new size, which it does after the next scan of all cards. Scans
+// run once per poll interval, delayed by up to a third of an interval.
 std::optional<Object> AwaitScan(Context& context, const Model& before, const Object& drive,
                                 const FormatRequest& request) {
   constexpr milliseconds kCheckInterval{250};
@@ -249,7 +251,7 @@ std::optional<Object> AwaitScan(Context& context, const Model& before, const Obj
 
 Json SizesJson(const Object& drive) {
   Json json = Json::object();
-  for (const char* name : kChanged) PutValue(json, name, ReadField(drive, name));
+  for (const char* name : kChangedFields) PutValue(json, name, ReadField(drive, name));
   return json;
 }
 
@@ -272,7 +274,7 @@ Json PlannedJson(const Plan& plan) {
 Table ChangeTable(const Object& drive, const std::optional<Object>& after) {
   Table table;
   table.m_Columns = ChangeColumns();
-  for (const char* name : kChanged) {
+  for (const char* name : kChangedFields) {
     table.m_Rows.push_back(
         {{TextCell(drive.m_Selector), TextCell(name), TextCell(BareText(ReadField(drive, name))),
           TextCell(after ? BareText(ReadField(*after, name)) : "-")},
@@ -306,7 +308,7 @@ CommandResult FormatResult(const Object& drive, const Plan& plan,
   return result;
 }
 
-FormatRequest Complete(const Object& drive, FormatRequest request) {
+FormatRequest WithSectorSize(const Object& drive, FormatRequest request) {
   if (request.m_SectorSize == 0) {
     request.m_SectorSize = static_cast<std::uint32_t>(Number(drive, "sector_size_bytes"));
   }
@@ -322,7 +324,7 @@ CommandResult FormatDrive(Context& context, const Model& model, const Object& dr
   const Options& options = context.m_Options;
   const bool ascii = context.m_Style.m_Ascii;
   Session& session = context.Open();
-  request = Complete(drive, request);
+  request = WithSectorSize(drive, request);
   const Plan plan = {request, PlannedBytes(drive, request), ""};
   RequireAllowed(session, model, drive);
   if (options.m_DryRun) {
@@ -333,9 +335,9 @@ CommandResult FormatDrive(Context& context, const Model& model, const Object& dr
   {
     const bool prompts = options.m_Confirm.empty() && CanPrompt(options);
     const LocateLedGuard locateLed(session, prompts ? AdapterOf(model, drive) : nullptr);
-    RequireTypedWord(context, ActionText(FormatRow(), drive),
+    RequireTypedText(context, ActionText(FormatRow(), drive),
                      PlanText(context, model, drive, plan, locateLed.IsOn()),
-                     ConfirmationWord(model, drive));
+                     ConfirmationText(model, drive));
   }
   RequireAllowed(session, model, drive);
   const milliseconds elapsed = Execute(context, model, drive, request);

@@ -10,7 +10,7 @@ namespace Console {
 
 // A usable capacity that --capacity accepts by name. CUSTOM is a percentage and has no name.
 struct Capacity {
-  const char* m_Word;    // as the user types it
+  const char* m_Name;    // as the user types it
   std::int32_t m_Value;  // a `PI::_VALUE_ID`
 };
 

@@ -1,4 +1,4 @@
-// The operations that this host knows, and the messages for operations that the plug-in refuses.
+// The operations that this host knows, and the messages for operations that the plug-in rejects.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,7 @@ struct OperationRow {
   const char* m_Doing;             // "attaching"
   const char* m_WrongStateReason;  // the reason shown if the plug-in reports a wrong state
   std::uint32_t m_Question;        // number of the host text for the prompt; 0: none
-  // The event for a failure of the job that continues after the call; 0: no such job.
+  // The event for a failure of the job that continues after the call; 0 if there is no such job.
   std::uint32_t m_FailedEvent;
   bool m_MakesUnavailable;  // whether it makes the drive unavailable to the system
 };

@@ -18,22 +18,22 @@ namespace {
 
 using std::chrono::milliseconds;
 
-PI::COperation Record(const OperationRow& row) {
+PI::COperation ToOperation(const OperationRow& row) {
   PI::COperation operation;
   operation.m_OperationID = row.m_Number;
   operation.m_NameID = row.m_Number;
   return operation;
 }
 
-// Returns false if `mayBeDone` and the object is already in the target state.
+// Returns false if `allowNoOp` and the object is already in the target state.
 bool RequireAllowed(Session& session, const Model& model, const Object& object,
-                    const OperationRow& row, bool mayBeDone) {
-  PI::COperation operation = Record(row);
-  const std::uint32_t refused = session.CheckOperation(object.m_ID, operation);
-  if (refused != PI::SUCCESS) {
+                    const OperationRow& row, bool allowNoOp) {
+  PI::COperation operation = ToOperation(row);
+  const std::uint32_t error = session.CheckOperation(object.m_ID, operation);
+  if (error != PI::SUCCESS) {
     const std::string state = StateOf(session, object.m_ID, row.m_Aspect);
-    if (mayBeDone && state == row.m_Goal) return false;
-    throw CheckFailure(ActionText(row, object), &row, state, refused);
+    if (allowNoOp && state == row.m_Goal) return false;
+    throw CheckFailure(ActionText(row, object), &row, state, error);
   }
   if (row.m_MakesUnavailable) RequireNotInUse(model, object, ActionText(row, object));
   return true;
@@ -206,19 +206,19 @@ milliseconds TimeoutOf(const Options& options) {
 
 // Repeats the check after a prompt, because the state may have changed before the user answered.
 Change PerformOperation(Context& context, const Model& model, const Object& object,
-                        const OperationRow& row, bool mayBeDone) {
+                        const OperationRow& row, bool allowNoOp) {
   const milliseconds timeout = TimeoutOf(context.m_Options);
   Session& session = context.Open();
   Change change;
   change.m_Before = StateOf(session, object.m_ID, row.m_Aspect);
   change.m_After = row.m_Goal;
-  if (!RequireAllowed(session, model, object, row, mayBeDone)) return change;
+  if (!RequireAllowed(session, model, object, row, allowNoOp)) return change;
   if (context.m_Options.m_DryRun) return change;
   if (row.m_Risk != Risk::Low) {
     RequireConfirmation(context, ActionText(row, object), Question(model, object, row));
-    if (!RequireAllowed(session, model, object, row, mayBeDone)) return change;
+    if (!RequireAllowed(session, model, object, row, allowNoOp)) return change;
   }
-  PI::COperation operation = Record(row);
+  PI::COperation operation = ToOperation(row);
   const auto start = std::chrono::steady_clock::now();
   const std::size_t failed = session.FailedThreads();
   const std::uint32_t result = session.ExecuteOperation(object.m_ID, operation);

@@ -32,10 +32,10 @@ struct Change {
   std::chrono::milliseconds m_Elapsed{0};
 };
 
-// Runs an operation of low or medium risk. Throws `Failure` on any error, and, unless `mayBeDone`,
+// Runs an operation of low or medium risk. Throws `Failure` on any error, and, unless `allowNoOp`,
 // if the object is already in the target state.
 Change PerformOperation(Context& context, const Model& model, const Object& object,
-                        const OperationRow& row, bool mayBeDone);
+                        const OperationRow& row, bool allowNoOp);
 
 // Returns the command's result for a change.
 CommandResult ChangeResult(const Context& context, const Object& object, std::uint32_t operation,

@@ -16,8 +16,8 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-constexpr milliseconds kLineEvery = std::chrono::seconds(5);
-constexpr milliseconds kDrawEvery = std::chrono::seconds(1);
+constexpr milliseconds kLineInterval = std::chrono::seconds(5);
+constexpr milliseconds kDrawInterval = std::chrono::seconds(1);
 
 }  // namespace
 
@@ -27,7 +27,7 @@ Progress::Progress(Context& context, const std::string& doing, Json state)
       m_State(std::move(state)),
       m_Rewrites(CanRewriteLine() && !context.m_Options.m_Quiet &&
                  context.m_OutputFormat != "jsonl"),
-      m_NextLine(m_Rewrites ? kDrawEvery : kLineEvery) {
+      m_NextLine(m_Rewrites ? kDrawInterval : kLineInterval) {
   if (m_Context.m_OutputFormat == "jsonl") {
     EmitLine();
   } else if (m_Rewrites) {
@@ -49,7 +49,7 @@ milliseconds Progress::Elapsed() const {
 
 void Progress::Tick() {
   if (Elapsed() < m_NextLine) return;
-  m_NextLine = Elapsed() + (m_Rewrites ? kDrawEvery : kLineEvery);
+  m_NextLine = Elapsed() + (m_Rewrites ? kDrawInterval : kLineInterval);
   if (m_Rewrites) Draw();
   if (m_Context.m_OutputFormat == "jsonl") EmitLine();
 }
@@ -80,7 +80,8 @@ BackgroundTicks::~BackgroundTicks() {
   m_Thread.join();
 }
 
-// The other thread does not write to standard error before it has joined this one.
+// Needs no lock for standard error: the thread that created this one joins it before it writes
+// there.
 void BackgroundTicks::Run(Progress& progress) {
   constexpr milliseconds kCheckInterval{200};
   bool isReported = false;
@@ -93,7 +94,7 @@ void BackgroundTicks::Run(Progress& progress) {
     if (isReported || !IsStopRequested()) continue;
     isReported = true;
     std::fputs(
-        "\nThe format cannot be canceled; the program exits when it is done.\n"
+        "\nThe format cannot be canceled; the program exits when the format completes.\n"
         "Press Ctrl-C again to exit; the card continues formatting.\n",
         stderr);
   }

@@ -25,7 +25,7 @@ std::string ParserNames(const OptionRow& row) {
 }
 
 void AddOption(CLI::App& app, const OptionRow& row) {
-  if (!TakesNextWord(row)) {
+  if (!RequiresValue(row)) {
     app.add_flag(ParserNames(row));
     return;
   }
@@ -34,7 +34,7 @@ void AddOption(CLI::App& app, const OptionRow& row) {
   option->delimiter(',')->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
-std::unique_ptr<CLI::App> MakeApp(Options& options) {
+std::unique_ptr<CLI::App> CreateParser(Options& options) {
   auto app = std::make_unique<CLI::App>("", "corvane-host");
   app->set_help_flag();
   app->allow_extras();
@@ -46,9 +46,9 @@ std::unique_ptr<CLI::App> MakeApp(Options& options) {
 }
 
 // The parser returns "true" for an option that was given without its optional value.
-std::string TextOf(const OptionRow& row, const CLI::Option& given) {
+std::string ValueText(const OptionRow& row, const CLI::Option& given) {
   const auto text = given.as<std::string>();
-  return !TakesNextWord(row) && text == "true" ? std::string() : text;
+  return !RequiresValue(row) && text == "true" ? std::string() : text;
 }
 
 void Store(const OptionRow& row, const CLI::Option& given, Options& options) {
@@ -57,9 +57,9 @@ void Store(const OptionRow& row, const CLI::Option& given, Options& options) {
     const CLI::Option& m_Given;
     Options& m_Options;
     void operator()(bool Options::*field) { m_Options.*field = m_Given.as<bool>(); }
-    void operator()(std::string Options::*field) { m_Options.*field = TextOf(m_Row, m_Given); }
+    void operator()(std::string Options::*field) { m_Options.*field = ValueText(m_Row, m_Given); }
     void operator()(std::optional<std::string> Options::*field) {
-      m_Options.*field = TextOf(m_Row, m_Given);
+      m_Options.*field = ValueText(m_Row, m_Given);
     }
     void operator()(std::vector<std::string> Options::*field) {
       m_Options.*field = m_Given.as<std::vector<std::string>>();
@@ -86,7 +86,7 @@ std::string FindOutputFormat(const std::vector<std::string>& arguments) {
 // parser's message for all other errors.
 std::string ParseErrorText(const std::vector<std::string>& arguments, const CLI::ParseError& e) {
   const OptionRow* last = arguments.empty() ? nullptr : FindOption(arguments.back());
-  if (last == nullptr || !TakesNextWord(*last)) return e.what();
+  if (last == nullptr || !RequiresValue(*last)) return e.what();
   return fmt::format("{} requires {}", arguments.back(), last->m_Value);
 }
 
@@ -148,7 +148,7 @@ bool WantsColor(const Options& options, bool terminal) {
 }  // namespace
 
 void ParseCommandLine(const std::vector<std::string>& arguments, Options& options) {
-  const std::unique_ptr<CLI::App> app = MakeApp(options);
+  const std::unique_ptr<CLI::App> app = CreateParser(options);
   try {
     app->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     StoreAll(*app, options);

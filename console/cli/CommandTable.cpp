@@ -31,9 +31,9 @@ const GroupRow& RowOf(Group group) {
 }
 
 void CheckCount(const Command& command, std::size_t count) {
-  if (count >= command.m_Min && count <= command.m_Max) return;
+  if (count >= command.m_MinArguments && count <= command.m_MaxArguments) return;
   throw UsageFailure(fmt::format("{} has too {} arguments", command.m_Name,
-                                 count < command.m_Min ? "few" : "many"),
+                                 count < command.m_MinArguments ? "few" : "many"),
                      {fmt::format("Usage: corvane-host {}", Synopsis(command)),
                       fmt::format("See: corvane-host help {}", command.m_Name)});
 }
@@ -87,7 +87,7 @@ const Command& CommandTable::Require(const std::string& name) const {
   throw UsageFailure(fmt::format("unknown command '{}'", name), advice);
 }
 
-const Command& CommandTable::Choose(const Options& options) const {
+const Command& CommandTable::Resolve(const Options& options) const {
   if (options.m_Words.empty()) throw UsageFailure("missing command");
   RequireNotAFile(options);
   const Command& command = Require(options.m_Words.front());

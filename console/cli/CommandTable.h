@@ -41,13 +41,13 @@ struct Example {
 struct Command {
   Group m_Group = Group::Inspect;
   const char* m_Name = "";
-  const char* m_Arguments = "";  // as the help shows them
-  std::size_t m_Min = 0;         // number of arguments
-  std::size_t m_Max = 0;
+  const char* m_Arguments = "";    // as the help shows them
+  std::size_t m_MinArguments = 0;  // number of arguments
+  std::size_t m_MaxArguments = 0;
   const char* m_Summary = "";
   std::vector<std::string> m_OutputFormats;  // the first one is the default
   std::vector<std::string> m_Options;        // in addition to the common options
-  std::vector<std::string> m_Properties;     // possible values of PROP; empty: all of the object
+  std::vector<std::string> m_Properties;     // possible values of PROP; if empty, all properties
   bool m_NeedsPlugin = false;                // reports the current state; stale values are an error
   TimeoutScope m_TimeoutScope = TimeoutScope::Reading;
   CommandResult (*m_Run)(Context&) = nullptr;
@@ -73,7 +73,7 @@ class CommandTable {
 
   // Returns the command that the first word names, after checking the arguments, output format and
   // options against the command's row. Throws `Failure` on a usage error.
-  const Command& Choose(const Options& options) const;
+  const Command& Resolve(const Options& options) const;
 
  private:
   const std::vector<Command> m_Commands;

@@ -13,8 +13,8 @@ constexpr milliseconds kDefault = std::chrono::seconds(30);
 // Short, because the user is waiting at the shell prompt.
 constexpr milliseconds kCompletion = std::chrono::seconds(5);
 
-// Whether the command reads once and exits.
-bool IsOneReading(const Command& command, const Options& options) {
+// Whether the command reads once and exits, so that the limit applies to the complete command.
+bool ReadsOnce(const Command& command, const Options& options) {
   return command.m_TimeoutScope == TimeoutScope::Reading && !options.m_Follow &&
          options.m_For.empty();
 }
@@ -27,7 +27,7 @@ TimeLimits LimitsOf(const Command& command, const Options& options) {
   const milliseconds defaultLimit = command.m_Group == Group::Hidden ? kCompletion : kDefault;
   const bool waits = command.m_TimeoutScope == TimeoutScope::Wait;
   limits.m_Call = waits ? defaultLimit : given.value_or(defaultLimit);
-  if (IsOneReading(command, options)) limits.m_Total = Deadline(limits.m_Call);
+  if (ReadsOnce(command, options)) limits.m_Total = Deadline(limits.m_Call);
   if (!waits) limits.m_Format = given;
   return limits;
 }

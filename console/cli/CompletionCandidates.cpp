@@ -32,8 +32,8 @@ struct Line {
   std::string m_Last;                   // the word to complete
   std::string m_OptionPrefix;           // the part of m_Last before the value, such as "--output="
   const OptionRow* m_Option = nullptr;  // the option whose value is being completed, or null
-  std::string m_Verb;                   // the command as typed
-  const Command* m_Command = nullptr;   // null if m_Verb is empty or unknown
+  std::string m_CommandName;            // as typed
+  const Command* m_Command = nullptr;   // null if m_CommandName is empty or unknown
   Words m_Arguments;                    // the complete words after the command
   bool m_OnlyArguments = false;         // whether "--" was typed
   const CommandTable& m_Table;
@@ -48,7 +48,7 @@ const OptionRow* LastOfCluster(const std::string& word) {
   const OptionRow* row = nullptr;
   for (std::size_t i = 1; i < word.size(); ++i) {
     row = FindOption({'-', word[i]});
-    if (row == nullptr || (TakesNextWord(*row) && i + 1 < word.size())) return nullptr;
+    if (row == nullptr || (RequiresValue(*row) && i + 1 < word.size())) return nullptr;
   }
   return row;
 }
@@ -56,18 +56,18 @@ const OptionRow* LastOfCluster(const std::string& word) {
 const OptionRow* OptionAwaitingValue(const std::string& word) {
   const bool isLong = boost::starts_with(word, "--");
   const OptionRow* row = isLong ? FindOption(word) : LastOfCluster(word);
-  return row != nullptr && TakesNextWord(*row) ? row : nullptr;
+  return row != nullptr && RequiresValue(*row) ? row : nullptr;
 }
 
-void TakeWord(Line& line, const std::string& word) {
+void ConsumeWord(Line& line, const std::string& word) {
   if (line.m_Option != nullptr) {
     line.m_Option = nullptr;
   } else if (word == "--" && !line.m_OnlyArguments) {
     line.m_OnlyArguments = true;
   } else if (word.size() > 1 && word[0] == '-' && !line.m_OnlyArguments) {
     line.m_Option = OptionAwaitingValue(word);
-  } else if (line.m_Verb.empty()) {
-    line.m_Verb = word;
+  } else if (line.m_CommandName.empty()) {
+    line.m_CommandName = word;
     line.m_Command = line.m_Table.Find(word);
   } else {
     line.m_Arguments.push_back(word);
@@ -76,12 +76,12 @@ void TakeWord(Line& line, const std::string& word) {
 
 // Splits a word such as "--output=js" into the option and the start of its value.
 void SplitOptionValue(Line& line) {
-  const std::size_t sign = line.m_Last.find('=');
-  if (line.m_OnlyArguments || line.m_Option != nullptr || sign == std::string::npos) return;
-  const OptionRow* row = FindOption(line.m_Last.substr(0, sign));
+  const std::size_t equals = line.m_Last.find('=');
+  if (line.m_OnlyArguments || line.m_Option != nullptr || equals == std::string::npos) return;
+  const OptionRow* row = FindOption(line.m_Last.substr(0, equals));
   if (row == nullptr || *row->m_Value == '\0') return;
   line.m_Option = row;
-  line.m_OptionPrefix = line.m_Last.substr(0, sign + 1);
+  line.m_OptionPrefix = line.m_Last.substr(0, equals + 1);
 }
 
 Line ParseLine(const Words& words, const CommandTable& commands, const ObjectSource& source) {
@@ -89,7 +89,7 @@ Line ParseLine(const Words& words, const CommandTable& commands, const ObjectSou
   if (words.empty()) return line;
   line.m_Last = words.back();
   line.m_Before.assign(words.begin(), words.end() - 1);
-  for (const std::string& word : line.m_Before) TakeWord(line, word);
+  for (const std::string& word : line.m_Before) ConsumeWord(line, word);
   SplitOptionValue(line);
   return line;
 }
@@ -111,31 +111,31 @@ Model Line::Objects() const {
   return m_Source(options);
 }
 
-std::string FieldMeaning(const Field& field) {
+std::string FieldDescription(const Field& field) {
   return HostKit::CaptionOf(HostKit::Family::Property, field.m_PropertyID);
 }
 
-std::string ObjectMeaning(const Object& object) {
+std::string ObjectDescription(const Object& object) {
   const Field* name = FindField(object.m_Kind, "name");
   return name == nullptr ? std::string() : BareText(ReadField(object, *name));
 }
 
-template <class Fits>
-Candidates ObjectsThat(const Line& line, Fits fits) {
+template <class Predicate>
+Candidates ObjectsWhere(const Line& line, Predicate matches) {
   Candidates all;
   const Model model = line.Objects();
   for (const Object& object : model.Objects()) {
-    if (fits(object)) all.push_back({object.m_Selector, ObjectMeaning(object)});
+    if (matches(object)) all.push_back({object.m_Selector, ObjectDescription(object)});
   }
   return all;
 }
 
 Candidates AnyObject(const Line& line) {
-  return ObjectsThat(line, [](const Object&) { return true; });
+  return ObjectsWhere(line, [](const Object&) { return true; });
 }
 
 Candidates Drives(const Line& line) {
-  return ObjectsThat(line, [](const Object& object) { return object.m_Kind == Kind::Drive; });
+  return ObjectsWhere(line, [](const Object& object) { return object.m_Kind == Kind::Drive; });
 }
 
 // Returns empty if the argument is missing or the object does not exist.
@@ -153,7 +153,7 @@ Candidates Fields(const Line& line, const char* suffix) {
   const std::optional<Object> object = ObjectOf(line, 0);
   if (!object) return all;
   for (const Field& field : FieldsOf(object->m_Kind)) {
-    all.push_back({std::string(field.m_Name) + suffix, FieldMeaning(field)});
+    all.push_back({std::string(field.m_Name) + suffix, FieldDescription(field)});
   }
   return all;
 }
@@ -247,8 +247,8 @@ struct ArgumentRow {
   Candidates (*m_Complete)(const Line&);
 };
 
-// Completion functions for the argument words in the command table; choices such as a|b need no
-// row.
+// Completion functions for the placeholders in the command table, such as OBJ. Choices such as a|b
+// need no row.
 // clang-format off
 constexpr ArgumentRow kArguments[] = {
     {"OBJ", AnyObject},
@@ -267,10 +267,10 @@ constexpr ArgumentRow kArguments[] = {
 // clang-format on
 
 Candidates ArgumentCandidates(const Line& line) {
-  if (line.m_Verb.empty()) return Commands(line);
+  if (line.m_CommandName.empty()) return Commands(line);
   if (line.m_Command == nullptr) return {};
   const Words words = ArgumentWords(line.m_Command->m_Arguments);
-  if (words.empty() || line.m_Arguments.size() >= line.m_Command->m_Max) return {};
+  if (words.empty() || line.m_Arguments.size() >= line.m_Command->m_MaxArguments) return {};
   const std::string& word = words[std::min(line.m_Arguments.size(), words.size() - 1)];
   for (const ArgumentRow& row : kArguments) {
     if (word == row.m_Word) return row.m_Complete(line);
@@ -283,8 +283,8 @@ Candidates ArgumentCandidates(const Line& line) {
 Candidates OptionCandidates(const Line& line) {
   Candidates all;
   for (const OptionRow& row : AllOptions()) {
-    const bool has = line.m_Command == nullptr ? row.m_Common : HasOption(*line.m_Command, row);
-    if (!has) continue;
+    const bool applies = line.m_Command == nullptr ? row.m_Common : HasOption(*line.m_Command, row);
+    if (!applies) continue;
     all.push_back({row.m_Long, row.m_Help});
     if (*row.m_Short != '\0') all.push_back({row.m_Short, row.m_Help});
   }
@@ -327,13 +327,13 @@ Candidates AllCandidates(const Line& line) {
 
 Candidates Complete(const Words& words, const CommandTable& commands, const ObjectSource& objects) {
   const Line line = ParseLine(words, commands, objects);
-  Candidates fitting;
+  Candidates matching;
   for (const Candidate& candidate : AllCandidates(line)) {
-    const bool fits =
+    const bool matches =
         candidate.m_Word == kFilesWord || boost::istarts_with(candidate.m_Word, line.m_Last);
-    if (fits) fitting.push_back(candidate);
+    if (matches) matching.push_back(candidate);
   }
-  return fitting;
+  return matching;
 }
 
 }  // namespace Console

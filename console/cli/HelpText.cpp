@@ -14,10 +14,10 @@
 namespace Console {
 namespace {
 
-constexpr std::size_t kColumns = 80;
-constexpr std::size_t kSynopsis = 18;  // width of a command's synopsis, equal in all groups
+constexpr std::size_t kLineWidth = 80;
+constexpr std::size_t kSynopsisWidth = 18;  // width of a command's synopsis, equal in all groups
 
-// Wraps the text at `kColumns` and indents all lines but the first.
+// Wraps the text at `kLineWidth` and indents all lines but the first.
 std::string Wrapped(const std::string& text, std::size_t indent) {
   std::vector<std::string> words;
   boost::split(words, text, boost::is_space(), boost::token_compress_on);
@@ -25,7 +25,7 @@ std::string Wrapped(const std::string& text, std::size_t indent) {
   std::size_t column = indent;
   for (const std::string& word : words) {
     const bool first = lines.empty();
-    if (!first && column + 1 + word.size() > kColumns) {
+    if (!first && column + 1 + word.size() > kLineWidth) {
       lines += fmt::format("\n{:{}}", "", indent);
       column = indent;
     } else if (!first) {
@@ -68,9 +68,9 @@ std::string CommandsOfGroup(const CommandTable& commands, Group group) {
   std::vector<Item> items;
   for (const Command& command : commands) {
     if (command.m_Group != group) continue;
-    items.push_back({fmt::format("{:<{}}", Synopsis(command), kSynopsis), command.m_Summary});
+    items.push_back({fmt::format("{:<{}}", Synopsis(command), kSynopsisWidth), command.m_Summary});
   }
-  return Section(GroupHeading(group), items, kSynopsis);
+  return Section(GroupHeading(group), items, kSynopsisWidth);
 }
 
 // Returns the help text of an option, followed by its choices.
@@ -146,8 +146,8 @@ std::string GeneralHelp(const CommandTable& commands) {
   }
   text += Section("Examples", GeneralExamples(commands), 36);
   text += "\nObjects (OBJ, DRIVE)\n  " + Wrapped(ArgumentMeaning("OBJ"), 2);
-  text += Section("Options of all commands", OptionItems(commands, true));
-  text += Section("Options of some commands", OptionItems(commands, false));
+  text += Section("Common options", OptionItems(commands, true));
+  text += Section("Command-specific options", OptionItems(commands, false));
   return text + Section("Exit codes", ExitItems(CommonExits()));
 }
 

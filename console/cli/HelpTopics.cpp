@@ -18,7 +18,7 @@ constexpr ArgumentText kArguments[] = {
     {"COND",      "ok, warning, failed, attached, detached, gone, present, or a comparison with a "
                   "property: 'temperature_celsius<70'; operators are = != < <= > >="},
     {"REASON",    "a reason as printed by status, such as TEMPERATURE_ABOVE_WARN, or MISSING or "
-                  "UNREADABLE for a complete card"},
+                  "UNREADABLE for the entire card"},
     {"SERIAL",    "the serial number of a card"},
     {"TABLE",     "adapter, drive or plugin (default: all)"},
     {"ID",        "a number (10972), a name (CTRL_PNPADD) or a property name "

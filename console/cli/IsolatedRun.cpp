@@ -19,8 +19,8 @@ std::chrono::milliseconds CheckTimeout(const Options& options) {
   return ParseDuration("--timeout", options.m_Timeout).value_or(kDefault);
 }
 
-Failure EndingFailure(const SubprocessResult& ending, std::chrono::milliseconds timeout) {
-  switch (ending.m_End) {
+Failure SubprocessFailure(const SubprocessResult& result, std::chrono::milliseconds timeout) {
+  switch (result.m_End) {
     case SubprocessEnd::TimedOut:
       return Failure(ExitCode::TimedOut, "TIMED_OUT", "check",
                      fmt::format("timed out after {} ms", timeout.count()),
@@ -29,25 +29,25 @@ Failure EndingFailure(const SubprocessResult& ending, std::chrono::milliseconds 
       return StopFailure(Stopped().what());
     case SubprocessEnd::Killed:
       return Failure(ExitCode::Failed, "CRASHED", "check",
-                     fmt::format("the program crashed ({})", strsignal(ending.m_Number)));
+                     fmt::format("the program crashed ({})", strsignal(result.m_Number)));
     case SubprocessEnd::Exited:
       break;
   }
   return Failure(ExitCode::Failed, "CRASHED", "check",
-                 fmt::format("the program exited with code {}", ending.m_Number));
+                 fmt::format("the program exited with code {}", result.m_Number));
 }
 
-// Whether the command finished: it wrote output and exited with a code of `check`.
-bool HasCompleteResult(const SubprocessResult& ending) {
-  return ending.m_End == SubprocessEnd::Exited &&
-         ending.m_Number <= static_cast<int>(ExitCode::Unknown) && !ending.m_Output.empty();
+// Whether the command finished: it wrote output and exited with one of the exit codes of `check`.
+bool HasCompleteResult(const SubprocessResult& result) {
+  return result.m_End == SubprocessEnd::Exited &&
+         result.m_Number <= static_cast<int>(ExitCode::Unknown) && !result.m_Output.empty();
 }
 
 // Discards standard error by default: in monitoring systems that read both streams as one, output
 // of a plug-in or its library would precede the result.
 int RunForMonitoring(const Invocation& invocation) {
   if (!invocation.m_Options.m_Verbose && !invocation.m_Options.m_Trace)
-    Base::Discard(STDERR_FILENO);
+    Base::RedirectToNull(STDERR_FILENO);
   return static_cast<int>(RunCommand(invocation));
 }
 
@@ -56,11 +56,11 @@ int RunForMonitoring(const Invocation& invocation) {
 ExitCode RunIsolated(Invocation invocation) {
   try {
     const std::chrono::milliseconds timeout = CheckTimeout(invocation.m_Options);
-    const SubprocessResult ending =
+    const SubprocessResult result =
         RunInSubprocess([&] { return RunForMonitoring(invocation); }, timeout);
-    if (!HasCompleteResult(ending)) throw EndingFailure(ending, timeout);
-    ResultStream(false).Write(ending.m_Output);
-    return static_cast<ExitCode>(ending.m_Number);
+    if (!HasCompleteResult(result)) throw SubprocessFailure(result, timeout);
+    ResultStream(false).Write(result.m_Output);
+    return static_cast<ExitCode>(result.m_Number);
   } catch (const Failure& failure) {
     invocation.m_Error.emplace(failure);
   }

@@ -6,7 +6,8 @@
 namespace Console {
 
 // Runs the command like `RunCommand`, but in a separate process, so that the monitoring system gets
-// a result in time even if the plug-in hangs or crashes. Call before any thread starts.
+// a result in time even if the plug-in hangs or crashes. Call before starting any thread, because
+// it forks.
 ExitCode RunIsolated(Invocation invocation);
 
 }  // namespace Console

@@ -79,7 +79,7 @@ std::string OptionTerm(const OptionRow& row) {
   term += Bold(row.m_Long);
   const std::string value = row.m_Value;
   if (value.empty()) return term;
-  if (TakesNextWord(row)) return term + " " + Underlined(value);
+  if (RequiresValue(row)) return term + " " + Underlined(value);
   return term + "[=" + Underlined(value.substr(1, value.size() - 2)) + "]";
 }
 
@@ -93,7 +93,7 @@ std::string OptionText(const CommandTable& commands, const OptionRow& row) {
 std::string OptionPart(const CommandTable& commands) {
   std::string part;
   for (const bool common : {true, false}) {
-    part += common ? "## Options of all commands\n\n" : "## Options of some commands\n\n";
+    part += common ? "## Common options\n\n" : "## Command-specific options\n\n";
     for (const OptionRow& row : AllOptions()) {
       if (row.m_Common != common) continue;
       part += Entry(OptionTerm(row), {OptionText(commands, row), row.m_Manual});

@@ -46,7 +46,7 @@ const std::vector<OptionRow>& AllOptions() {
        "give up after TIME (default: 30s; 2m for attach and detach; none for wait and format)", {}, false,
        "TIME is, for example, 500ms, 30s or 5m. The exit code after a timeout is 7. wait and "
        "format have no default limit. With watch, events -f and events --for, TIME limits each "
-       "reading."},
+       "call to the plug-in."},
       {"",   "--trace",      "LEVELS",  &O::m_Trace,       true,
        "trace these levels: 2,4,16, all or off (default: off)"},
       {"",   "--trace-file", "FILE",    &O::m_TraceFile,   true,
@@ -86,7 +86,7 @@ const std::vector<OptionRow>& AllOptions() {
       {"",   "--confirm",    "SERIAL",  &O::m_Confirm,     false,
        "confirm a format with the serial number of the card, without a prompt"},
       {"",   "--force",      "",        &O::m_Force,       false,
-       "detach even if the card is busy; refused if its drive is mounted, held or used as swap"},
+       "detach even if the card is busy; refused while its drive is in use"},
       {"",   "--capacity",   "SIZE",    &O::m_Capacity,    false,
        "capacity to format to: 10 to 100 percent of the factory size, or a preset",
        {"maximum", "factory", "improved", "high"}},
@@ -117,7 +117,7 @@ const OptionRow* FindOption(const std::string& name) {
   return nullptr;
 }
 
-bool TakesNextWord(const OptionRow& row) {
+bool RequiresValue(const OptionRow& row) {
   return *row.m_Value != '\0' && *row.m_Value != '[';
 }
 
@@ -125,7 +125,7 @@ std::string OptionSynopsis(const OptionRow& row) {
   const std::string value = row.m_Value;
   std::string text = *row.m_Short == '\0' ? "    " : std::string(row.m_Short) + ", ";
   text += row.m_Long;
-  if (TakesNextWord(row)) return text + " " + value;
+  if (RequiresValue(row)) return text + " " + value;
   return value.empty() ? text : text + "[=" + value.substr(1);
 }
 

@@ -33,8 +33,9 @@ const std::vector<OptionRow>& AllOptions();
 // Returns the option with the long or short name `name`, or null.
 const OptionRow* FindOption(const std::string& name);
 
-// Whether the option's value is the next word, as in "-o json"; false for flags and --simulate.
-bool TakesNextWord(const OptionRow& row);
+// Whether the option requires a value, as in "-o json"; false for flags and for --simulate, whose
+// value is optional.
+bool RequiresValue(const OptionRow& row);
 
 // Returns the option as in the help: "-o, --output FORMAT", "--simulate[=FILE]".
 std::string OptionSynopsis(const OptionRow& row);

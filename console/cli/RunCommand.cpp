@@ -48,7 +48,7 @@ std::string FailureText(const Invocation& invocation, const Failure& failure,
 // Monitoring systems show the first line of either stream, so `check` prints diagnostics only if
 // standard output cannot be written.
 Verbosity VerbosityOf(const Invocation& invocation) {
-  if (invocation.m_Monitored && !invocation.m_Options.m_Verbose) return Verbosity::Nothing;
+  if (invocation.m_Monitored && !invocation.m_Options.m_Verbose) return Verbosity::Silent;
   return invocation.m_Options.m_Quiet ? Verbosity::Errors : Verbosity::All;
 }
 
@@ -66,13 +66,13 @@ ExitCode Report(const Invocation& invocation, const Failure& failure, const Cont
     writeError = unwritten.m_Text;
   }
   // All other commands have already reported a failure on standard error.
-  if (!writeError.empty() && VerbosityOf(invocation) == Verbosity::Nothing) {
+  if (!writeError.empty() && VerbosityOf(invocation) == Verbosity::Silent) {
     Diagnostics(Verbosity::Errors).Error(kWriteFailed, writeError);
   }
   return code;
 }
 
-Failure AsFailure(const std::exception& e) {
+Failure ToFailure(const std::exception& e) {
   if (const auto* failure = dynamic_cast<const Failure*>(&e)) return *failure;
   if (dynamic_cast<const Stopped*>(&e) != nullptr) return StopFailure(e.what());
   return Failure(ExitCode::Failed, "UNEXPECTED", e.what());
@@ -96,11 +96,11 @@ ExitCode RunCommand(const Invocation& invocation) {
                   invocation.m_Sessions);
   try {
     // A monitored command runs in a separate process, which `RunIsolated` limits.
-    if (!invocation.m_Monitored) context.Limit(LimitsOf(command, options));
+    if (!invocation.m_Monitored) context.SetTimeLimits(LimitsOf(command, options));
     return Run(command, context, stream);
   } catch (const std::exception& e) {
     context.Close();
-    return Report(invocation, AsFailure(e), &context, diagnostics, stream);
+    return Report(invocation, ToFailure(e), &context, diagnostics, stream);
   }
 }
 

@@ -12,8 +12,8 @@ using Service::Acknowledgment;
 
 constexpr std::size_t kMaxNoteBytes = 1000;
 
-// Returns the end in whole seconds, rounded up, so that it is still in the future.
-std::optional<std::uint64_t> EndOf(const std::string& until) {
+// Returns the expiry, rounded up to a whole second so that it is still in the future.
+std::optional<std::uint64_t> ExpiryOf(const std::string& until) {
   constexpr std::uint64_t kSecondMs = 1000;
   if (until.empty()) return std::nullopt;
   const std::uint64_t end = ParseEndTime("--until", until, NowMs());
@@ -23,7 +23,7 @@ std::optional<std::uint64_t> EndOf(const std::string& until) {
 Acknowledgment RequestOf(const Context& context) {
   Acknowledgment request;
   request.m_Reason = RequireReason(context.m_Command, context.m_Arguments[1]);
-  request.m_Until = EndOf(context.m_Options.m_Until);
+  request.m_Until = ExpiryOf(context.m_Options.m_Until);
   request.m_Note = context.m_Options.m_Note;
   if (request.m_Note.size() > kMaxNoteBytes) {
     throw UsageFailure("--note: longer than 1,000 bytes");
@@ -47,7 +47,7 @@ CommandResult Run(Context& context) {
   }
   switch (state->Acknowledge(request)) {
     case Service::AcknowledgeResult::UnknownCard:
-      throw UnknownCardFailure("ack " + card.Shown());
+      throw UnknownCardFailure("ack " + card.Name());
     case Service::AcknowledgeResult::UnknownReason:
       throw UnknownReasonFailure(context.m_Command, request.m_Reason);
     case Service::AcknowledgeResult::Done:
@@ -63,8 +63,8 @@ Command AckCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "ack";
   command.m_Arguments = "OBJ REASON";
-  command.m_Min = 2;
-  command.m_Max = 2;
+  command.m_MinArguments = 2;
+  command.m_MaxArguments = 2;
   command.m_Summary = "acknowledge a problem of a card";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Options = {"--until", "--note"};
@@ -72,8 +72,7 @@ Command AckCommand() {
   command.m_Description =
       "Records who acknowledged the problem, when and until when, and replaces an earlier "
       "acknowledgment of the same problem. The acknowledgment stays in effect when the problem "
-      "ends "
-      "and returns. OBJ is an adapter or the serial number of a missing card.";
+      "ends and recurs. OBJ is an adapter or the serial number of a missing card.";
   command.m_Exits = {{2, "no such reason"}, {3, "no such card, or no service has recorded it"}};
   command.m_Examples = {{"ack a1 TEMPERATURE_ABOVE_WARN --until 2d --note 'fan ordered'",
                          "acknowledge a known problem for two days", true},

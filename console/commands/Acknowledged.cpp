@@ -34,7 +34,7 @@ std::string TextOf(const std::optional<Acknowledgment>& now, bool changed) {
 
 Row RowOf(const StoredCard& card, const std::string& reason,
           const std::optional<Acknowledgment>& now) {
-  Row row{{TextCell(card.Shown()), TextCell(card.m_SerialNumber), TextCell(reason)}, std::nullopt};
+  Row row{{TextCell(card.Name()), TextCell(card.m_SerialNumber), TextCell(reason)}, std::nullopt};
   const Acknowledgment none;
   const auto cell = [](const std::string& text) { return TextCell(text.empty() ? "-" : text); };
   row.m_Cells.push_back(cell(now.value_or(none).m_User));
@@ -77,7 +77,7 @@ CommandResult AcknowledgedResult(const StoredCard& card, const std::string& reas
                    {"acknowledgment", now ? ToJson(*now) : Json()},
                    {"changed", changed}};
   result.m_Text =
-      Base::Printable(fmt::format("{} {}: {}", card.Shown(), reason, TextOf(now, changed))) + "\n";
+      Base::Printable(fmt::format("{} {}: {}", card.Name(), reason, TextOf(now, changed))) + "\n";
   result.m_Table.m_Columns = {{"OBJECT", "object", false}, {"SERIAL", "serial_number", false},
                               {"REASON", "reason", false}, {"USER", "user", false},
                               {"TIME", "time", false},     {"UNTIL", "until", false},

@@ -1,4 +1,4 @@
-// What `ack` and `unack` have in common.
+// Code shared by `ack` and `unack`.
 #pragma once
 
 #include <optional>
@@ -10,8 +10,8 @@
 
 namespace Console {
 
-// Returns `reason` if it can be acknowledged. Throws the failure below if not. `command` is the
-// name of the command.
+// Returns `reason` if it can be acknowledged. Otherwise throws `UnknownReasonFailure`.
+// `command` is the name of the command.
 const std::string& RequireReason(const std::string& command, const std::string& reason);
 Failure UnknownReasonFailure(const std::string& command, const std::string& reason);
 

@@ -16,8 +16,8 @@ Command AttachCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "attach";
   command.m_Arguments = "OBJ";
-  command.m_Min = 1;
-  command.m_Max = 1;
+  command.m_MinArguments = 1;
+  command.m_MaxArguments = 1;
   command.m_Summary = "make a card's drive available to the system";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run"};

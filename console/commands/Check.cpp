@@ -64,16 +64,16 @@ Command CheckCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "check";
   command.m_Arguments = "[OBJ]";
-  command.m_Min = 0;
-  command.m_Max = 1;
+  command.m_MinArguments = 0;
+  command.m_MaxArguments = 1;
   command.m_Summary = "print status and performance data for monitoring systems";
   command.m_OutputFormats = {"table", "json"};
   command.m_NeedsPlugin = true;
   command.m_Run = Run;
   command.m_Description =
       "The first line has the worst state and its reason, then performance data after '|'; "
-      "one line per object follows. The output has the same format when the command line "
-      "is wrong or the plug-in fails.";
+      "one line per object follows. The output has the same format if the command line "
+      "is invalid or the plug-in fails.";
   command.m_Exits = {{0, "OK: all cards are healthy"},
                      {1, "WARNING: a card has a warning"},
                      {2, "CRITICAL: a card has failed"},

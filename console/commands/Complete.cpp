@@ -28,8 +28,8 @@ Command CompleteCommand() {
   command.m_Group = Group::Hidden;
   command.m_Name = "complete";
   command.m_Arguments = "WORD...";
-  command.m_Min = 1;
-  command.m_Max = kAnyNumber;
+  command.m_MinArguments = 1;
+  command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "print completion candidates for the last word, for the completion scripts";
   command.m_OutputFormats = {"value"};
   command.m_Run = Run;

@@ -35,8 +35,8 @@ Command CompletionCommand() {
   command.m_Group = Group::Help;
   command.m_Name = "completion";
   command.m_Arguments = "SHELL";
-  command.m_Min = 1;
-  command.m_Max = 1;
+  command.m_MinArguments = 1;
+  command.m_MaxArguments = 1;
   command.m_Summary = "generate a shell completion script";
   command.m_OutputFormats = {"value"};
   command.m_Run = Run;

@@ -56,7 +56,7 @@ void RequirePlugin(const SessionRequest& request, const Service::ServiceSession&
                   session.Reason());
   }
   request.m_Diagnostics.Note(
-      "STALE", fmt::format("the plug-in is not running; values are from its last report: {}",
+      "STALE", fmt::format("the plug-in is not running: {}; values are from its last report",
                            session.Reason()));
 }
 

@@ -17,8 +17,8 @@ Command DetachCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "detach";
   command.m_Arguments = "OBJ";
-  command.m_Min = 1;
-  command.m_Max = 1;
+  command.m_MinArguments = 1;
+  command.m_MaxArguments = 1;
   command.m_Summary = "detach a card, making its drive unavailable to the system";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--force"};
@@ -29,8 +29,8 @@ Command DetachCommand() {
       "attach makes the drive available again.";
   command.m_Danger =
       "The drive is not available to the system until the card is attached again. Asks for "
-      "confirmation; pass --yes to confirm. Refused while the drive is mounted, held or "
-      "used as swap. --force detaches a busy card.";
+      "confirmation; pass --yes to confirm. Refused while the drive is mounted, used as swap or "
+      "held by another block device. --force detaches a busy card.";
   command.m_Exits = {{4, "refused: in use, or not confirmed"},
                      {7, "not detached within --timeout; the card continues detaching"}};
   command.m_Examples = {{"detach a1", "detach a card before a format or a repair", true},

@@ -59,13 +59,13 @@ EventQuery QueryOf(const Options& options) {
   return query;
 }
 
-// An event and its object, or null if the object is unknown.
+// An event and its object; null if the object is unknown.
 struct EventEntry {
   const Object* m_pObject;
   LoggedEvent m_Event;
 };
 
-// Selects the events of a severity, and those of OBJ and of the objects below it. Events of a
+// Matches events by severity and by object: OBJ itself and the objects below it. Events of a
 // removed card are found by serial number or former name, or by id if the event has no serial
 // number.
 class Filter {
@@ -74,17 +74,18 @@ class Filter {
   Filter(std::string text, std::string severity)
       : m_Text(std::move(text)), m_Severity(std::move(severity)) {}
 
-  bool IsNone() const { return m_Text.empty() && m_Severity.empty(); }
+  bool IsEmpty() const { return m_Text.empty() && m_Severity.empty(); }
 
-  // Looks for removed cards in the events. Throws `Failure` if no object has or had the name.
-  void Choose(const Model& model, const std::vector<LoggedEvent>& log,
-              const std::vector<LoggedEvent>& fresh) {
+  // Finds the object in the model or, if its card was removed, in the events. Throws `Failure` if
+  // no object has or had the name.
+  void ResolveObject(const Model& model, const std::vector<LoggedEvent>& log,
+                     const std::vector<LoggedEvent>& pending) {
     if (m_Text.empty()) return;
-    const bool isRemoved = FindObject(model, m_Text) == nullptr && (IsIn(log) || IsIn(fresh));
+    const bool isRemoved = FindObject(model, m_Text) == nullptr && (IsIn(log) || IsIn(pending));
     if (!isRemoved) m_Selector = Select(model, m_Text).m_Selector;
   }
 
-  bool Fits(const Model& model, const EventEntry& entry) const {
+  bool Matches(const Model& model, const EventEntry& entry) const {
     if (!m_Severity.empty() && SeverityName(entry.m_Event.m_Severity) != m_Severity) return false;
     if (m_Text.empty()) return true;
     if (m_Selector.empty()) return IsNamed(entry.m_Event);
@@ -130,7 +131,7 @@ std::vector<EventEntry> SelectEvents(const std::vector<LoggedEvent>& events, con
   chosen.reserve(events.size());
   for (const LoggedEvent& event : events) {
     const EventEntry entry = {find(event), event};
-    if (filter.Fits(model, entry)) chosen.push_back(entry);
+    if (filter.Matches(model, entry)) chosen.push_back(entry);
   }
   return chosen;
 }
@@ -171,23 +172,23 @@ void ApplyLimit(std::vector<EventEntry>& events, const EventQuery& query) {
 // Reads one event more than requested, to detect whether there are older events. A removed card is
 // found by any of its events.
 std::vector<LoggedEvent> ReadLog(Context& context, const EventQuery& query, const Filter& filter) {
-  const bool needsAll = query.m_After || !filter.IsNone();
+  const bool needsAll = query.m_After || !filter.IsEmpty();
   return needsAll ? context.EventLog().ReadOrThrow(0, EventLogClient::kAll)
                   : context.EventLog().ReadOrThrow(query.m_Since, query.m_Limit + 1);
 }
 
-// Returns the events of the log and the pending events. Events are read before objects, so that
-// none is shown with the name of a position that another card has in the meantime. The log is not
-// read again after the pending events, because events logged in between would never be shown.
-CommandResult Begin(Context& context, const EventQuery& query, Filter& filter) {
+// Returns the events of the log and the pending events. Objects are read after the events, so that
+// each event is shown with the current name of its object. The log is not read again after the
+// pending events, because events logged in between would never be shown.
+CommandResult ReadFirstBatch(Context& context, const EventQuery& query, Filter& filter) {
   Session& session = context.Open();
   // Pending events get their numbers when they are logged.
   if (query.m_After) session.CollectEvents();
   const std::vector<LoggedEvent> log = ReadLog(context, query, filter);
-  std::vector<LoggedEvent> fresh;
-  if (!query.m_After) fresh = session.CollectEvents();
+  std::vector<LoggedEvent> pending;
+  if (!query.m_After) pending = session.CollectEvents();
   const Model model = context.Objects();
-  filter.Choose(model, log, fresh);
+  filter.ResolveObject(model, log, pending);
   const EventMatcher matcher(model);
   std::vector<EventEntry> events = SelectEvents(
       log, model, filter, [&](const LoggedEvent& event) { return matcher.Find(event); });
@@ -196,15 +197,15 @@ CommandResult Begin(Context& context, const EventQuery& query, Filter& filter) {
   ApplyLimit(events, query);
   if (hasOlder && context.m_Options.m_Limit.empty())
     NoteOlderEvents(context.m_Diagnostics, query.m_Limit);
-  const std::vector<EventEntry> now = SelectNewEvents(fresh, model, filter);
-  events.insert(events.end(), now.begin(), now.end());
+  const std::vector<EventEntry> added = SelectNewEvents(pending, model, filter);
+  events.insert(events.end(), added.begin(), added.end());
   return ResultOf(events);
 }
 
-CommandResult Collect(Context& context, const Filter& filter) {
-  const std::vector<LoggedEvent> fresh = context.Open().CollectEvents();
+CommandResult ReadNextBatch(Context& context, const Filter& filter) {
+  const std::vector<LoggedEvent> pending = context.Open().CollectEvents();
   const Model model = context.Objects();
-  return ResultOf(SelectNewEvents(fresh, model, filter));
+  return ResultOf(SelectNewEvents(pending, model, filter));
 }
 
 // Writes each batch of events immediately. Returns when the time has elapsed or the reader has
@@ -215,17 +216,17 @@ CommandResult Follow(Context& context, const EventQuery& query, Filter& filter,
   const Deadline deadline(duration);
   session.SetDeadline(deadline);
   bool first = true;
-  CommandResult batch = Begin(context, query, filter);
+  CommandResult batch = ReadFirstBatch(context, query, filter);
   while (!context.HasLostReader()) {
     if (!batch.m_Table.m_Rows.empty()) {
       context.Emit(batch, first);
       first = false;
     }
     ThrowIfStopped();
-    if (deadline.IsOver()) break;
-    session.WaitForNotification(deadline.Left(), context.ReaderWaitSet());
+    if (deadline.HasPassed()) break;
+    session.WaitForNotification(deadline.Remaining(), context.ReaderWaitSet());
     ThrowIfStopped();
-    batch = Collect(context, filter);
+    batch = ReadNextBatch(context, filter);
   }
   return {};
 }
@@ -245,7 +246,7 @@ CommandResult Run(Context& context) {
   Filter filter(context.m_Arguments.empty() ? std::string() : context.m_Arguments[0],
                 options.m_EventSeverity);
   if (!options.m_Follow && options.m_For.empty()) {
-    CommandResult result = Begin(context, query, filter);
+    CommandResult result = ReadFirstBatch(context, query, filter);
     if (result.m_Table.m_Rows.empty()) NoteNoEvents(context);
     return result;
   }
@@ -263,8 +264,8 @@ Command EventsCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "events";
   command.m_Arguments = "[OBJ]";
-  command.m_Min = 0;
-  command.m_Max = 1;
+  command.m_MinArguments = 0;
+  command.m_MaxArguments = 1;
   command.m_Summary = "show the event log; -f follows new events";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--follow", "--since", "--after", "--severity", "--limit", "--for"};

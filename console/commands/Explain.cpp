@@ -38,7 +38,7 @@ const char* SeverityOf(const Entry& entry) {
 }
 
 Json FieldJson(const FieldUse& use) {
-  const char* unit = UnitOf(use.m_Field->m_Measure);
+  const char* unit = UnitOf(use.m_Field->m_Kind);
   return {{"name", use.m_Field->m_Name},
           {"type", KindName(use.m_Kind)},
           {"unit", unit == nullptr ? Json() : Json(unit)}};
@@ -58,17 +58,17 @@ Json EntryJson(const Entry& entry, const Explanation& about) {
           {"terms", fields}};
 }
 
-std::string UnitText(Measure measure) {
-  const char* unit = UnitOf(measure);
+std::string UnitText(ValueKind kind) {
+  const char* unit = UnitOf(kind);
   if (unit == nullptr) return {};
-  if (measure == Measure::Ratio) return ", a ratio from 0 to 1";
-  if (measure == Measure::Celsius) return ", in degrees Celsius";
+  if (kind == ValueKind::Ratio) return ", a ratio from 0 to 1";
+  if (kind == ValueKind::Celsius) return ", in degrees Celsius";
   return fmt::format(", in {}", unit);
 }
 
 std::string FieldText(const FieldUse& use) {
   return fmt::format("    name   {} ({}{})\n", use.m_Field->m_Name, KindName(use.m_Kind),
-                     UnitText(use.m_Field->m_Measure));
+                     UnitText(use.m_Field->m_Kind));
 }
 
 std::string EntryText(const Entry& entry, const Explanation& about) {
@@ -118,8 +118,8 @@ Command ExplainCommand() {
   command.m_Group = Group::Help;
   command.m_Name = "explain";
   command.m_Arguments = "ID";
-  command.m_Min = 1;
-  command.m_Max = 1;
+  command.m_MinArguments = 1;
+  command.m_MaxArguments = 1;
   command.m_Summary = "explain a number or name, and what to do about it";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Run = Run;

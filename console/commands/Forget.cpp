@@ -32,7 +32,7 @@ bool IsPresent(const Model& model, const std::string& serial) {
   });
 }
 
-// A service compares the cards with its own last observation, which is newer than `model`.
+// The presence that a running service has recorded is newer than `model`.
 KnownCard RequireMissing(Context& context, Service::StoredState& state, const std::string& serial) {
   const Model model = context.Objects();
   const auto card = FindKnownCard(state, serial);
@@ -93,16 +93,16 @@ Command ForgetCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "forget";
   command.m_Arguments = "SERIAL";
-  command.m_Min = 1;
-  command.m_Max = 1;
+  command.m_MinArguments = 1;
+  command.m_MaxArguments = 1;
   command.m_Summary = "forget a missing card";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Options = {"--yes", "--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =
-      "Removes a card that is not in the machine from the cards that a service has recorded. If "
-      "the card is inserted again, it counts as a new card.";
+      "Removes a missing card from the cards that a service has recorded. If the card is inserted "
+      "again, it counts as a new card.";
   command.m_Danger =
       "The history and the acknowledgments of the card are deleted. Asks for confirmation; pass "
       "--yes to confirm. Refused while the card is present.";

@@ -15,9 +15,9 @@ std::int32_t ParseInRange(const std::string& text, std::int32_t min, std::int32_
   return number && *number >= min && *number <= max ? *number : 0;
 }
 
-void ReadCapacity(const std::string& text, FormatRequest& request) {
+void ParseCapacity(const std::string& text, FormatRequest& request) {
   for (const Capacity& row : kCapacities) {
-    if (text == row.m_Word) {
+    if (text == row.m_Name) {
       request.m_Capacity = row.m_Value;
       return;
     }
@@ -29,16 +29,16 @@ void ReadCapacity(const std::string& text, FormatRequest& request) {
   if (request.m_Percent != 0) return;
   std::vector<std::string> names;
   for (const Capacity& row : kCapacities) {
-    if (*row.m_Word != '\0') names.emplace_back(row.m_Word);
+    if (*row.m_Name != '\0') names.emplace_back(row.m_Name);
   }
   std::vector<std::string> advice = DidYouMean(text, names);
   advice.emplace_back("Valid: maximum, factory, improved, high, or a percentage from 10 to 100.");
   throw UsageFailure(fmt::format("--capacity: invalid value '{}'", text), advice);
 }
 
-FormatRequest ReadRequest(const Options& options) {
+FormatRequest ParseRequest(const Options& options) {
   FormatRequest request;
-  if (!options.m_Capacity.empty()) ReadCapacity(options.m_Capacity, request);
+  if (!options.m_Capacity.empty()) ParseCapacity(options.m_Capacity, request);
   if (options.m_SectorSize.empty()) return request;
   request.m_SectorSize =
       static_cast<std::uint32_t>(ParseInRange(options.m_SectorSize, 1, kMaxSectorSize));
@@ -48,7 +48,7 @@ FormatRequest ReadRequest(const Options& options) {
 }
 
 // Without either option, a format would only erase the drive.
-void RequireRequest(const Options& options) {
+void RequireChange(const Options& options) {
   if (!options.m_Capacity.empty() || !options.m_SectorSize.empty()) return;
   throw UsageFailure(
       "--capacity or --sector-size is required",
@@ -56,8 +56,8 @@ void RequireRequest(const Options& options) {
 }
 
 CommandResult Run(Context& context) {
-  RequireRequest(context.m_Options);
-  const FormatRequest request = ReadRequest(context.m_Options);
+  RequireChange(context.m_Options);
+  const FormatRequest request = ParseRequest(context.m_Options);
   const Model model = context.Objects();
   const Object& drive =
       SelectForOperation(model, context.m_Arguments[0], *FindOperation(PI::OP_FORMAT_DEVICE));
@@ -71,21 +71,21 @@ Command FormatCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "format";
   command.m_Arguments = "DRIVE";
-  command.m_Min = 1;
-  command.m_Max = 1;
+  command.m_MinArguments = 1;
+  command.m_MaxArguments = 1;
   command.m_Summary = "erase a drive and change its capacity or sector size";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--confirm", "--capacity", "--sector-size"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =
-      "Formats a drive with a new capacity, a new sector size or both, and waits until it "
-      "is done. A smaller capacity leaves more reserve space, which makes writes faster "
+      "Formats a drive with a new capacity, a new sector size or both, and waits for it "
+      "to complete. A smaller capacity leaves more reserve space, which makes writes faster "
       "and extends the life of the card. Detach the card first.";
   command.m_Danger =
       "ALL DATA ON THE DRIVE IS LOST. Asks for the serial number of the card; in a script, "
       "pass it with --confirm. --yes does not apply to format. Refused while the drive is "
-      "mounted, held or used as swap.";
+      "mounted, used as swap or held by another block device.";
   command.m_Exits = {{1, "the card could not be formatted"},
                      {4, "refused: serial number missing or wrong, or drive in use"}};
   command.m_Examples = {

@@ -47,8 +47,8 @@ Command GetCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "get";
   command.m_Arguments = "OBJ [PROP...]";
-  command.m_Min = 1;
-  command.m_Max = kAnyNumber;
+  command.m_MinArguments = 1;
+  command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "print raw values for scripts, one per line";
   command.m_OutputFormats = {"value", "table", "tsv", "json"};
   command.m_Run = Run;

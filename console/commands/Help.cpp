@@ -48,8 +48,8 @@ Command HelpCommand() {
   command.m_Group = Group::Help;
   command.m_Name = "help";
   command.m_Arguments = "[COMMAND]";
-  command.m_Min = 0;
-  command.m_Max = 2;
+  command.m_MinArguments = 0;
+  command.m_MaxArguments = 2;
   command.m_Summary = "show this help, or the help of one command";
   command.m_OutputFormats = {"table", "json"};
   command.m_Run = Run;

@@ -28,21 +28,23 @@ constexpr std::uint64_t kSecondMs = 1000;
 constexpr std::uint64_t kMinuteMs = 60 * kSecondMs;
 constexpr std::uint64_t kDayMs = 24 * 60 * kMinuteMs;
 
-// Without --step, there are at most this many values.
-constexpr std::uint64_t kDefaultCount = 24;
+// Maximum number of values if --step is not specified.
+constexpr std::uint64_t kDefaultMaxValues = 24;
 constexpr std::array<std::uint64_t, 13> kDefaultStepMinutes = {
     1, 5, 10, 15, 30, 60, 120, 180, 360, 720, 1440, 7 * 1440, 31 * 1440};
 
 constexpr std::size_t kSparklineColumns = 60;
 
-// The scale of the sparkline spans at least this much, so that noise stays flat.
+// Minimum span of the sparkline's scale, so that noise appears as a flat line.
 struct MinSpan {
-  Measure m_Measure;
+  ValueKind m_Kind;
   double m_Span;
 };
 
-constexpr MinSpan kMinSpans[] = {
-    {Measure::Celsius, 8}, {Measure::Watts, 8}, {Measure::Ratio, 0.08}, {Measure::Bytes, 8}};
+constexpr MinSpan kMinSpans[] = {{ValueKind::Celsius, 8},
+                                 {ValueKind::Watts, 8},
+                                 {ValueKind::Ratio, 0.08},
+                                 {ValueKind::Bytes, 8}};
 
 std::vector<std::string> RecordedNames() {
   std::vector<std::string> names;
@@ -103,12 +105,12 @@ std::uint64_t LengthOf(const HistorySeries& series) {
 
 std::uint64_t DefaultStep(std::uint64_t length) {
   for (const std::uint64_t minutes : kDefaultStepMinutes) {
-    if (minutes * kMinuteMs * kDefaultCount >= length) return minutes * kMinuteMs;
+    if (minutes * kMinuteMs * kDefaultMaxValues >= length) return minutes * kMinuteMs;
   }
-  return (length + kDefaultCount - 1) / kDefaultCount;
+  return (length + kDefaultMaxValues - 1) / kDefaultMaxValues;
 }
 
-// Returns the shortest time between two values: older values are recorded per hour.
+// Returns the shortest interval between two values, because older values are hourly.
 std::uint64_t SpacingOf(const HistorySeries& series) {
   std::uint64_t shortest = LengthOf(series);
   for (std::size_t i = 1; i < series.m_Points.size(); ++i) {
@@ -128,8 +130,8 @@ HistorySeries ReadSeries(Service::StoredState& state, HistoryQuery query, bool h
 }
 
 Value ValueOf(const Field& field, double number) {
-  if (field.m_Measure != Measure::Bytes) return {field.m_Measure, number, Severity::Neutral};
-  return {field.m_Measure, static_cast<std::uint64_t>(std::llround(number)), Severity::Neutral};
+  if (field.m_Kind != ValueKind::Bytes) return {field.m_Kind, number, Severity::Neutral};
+  return {field.m_Kind, static_cast<std::uint64_t>(std::llround(number)), Severity::Neutral};
 }
 
 // Returns the mean of each step, and NaN for steps without values.
@@ -163,7 +165,7 @@ std::string SparklineOf(const Field& field, const HistorySeries& series, bool as
   const std::deque<double> columns = FitColumns(MeansOf(series));
   const auto* const row =
       std::find_if(std::begin(kMinSpans), std::end(kMinSpans),
-                   [&](const MinSpan& each) { return each.m_Measure == field.m_Measure; });
+                   [&](const MinSpan& each) { return each.m_Kind == field.m_Kind; });
   return Sparkline(columns, columns.size(), ascii, row->m_Span);
 }
 
@@ -222,11 +224,11 @@ CommandResult ResultOf(const Style& style, const StoredCard& card, const Field& 
 void NoteNoHistory(Context& context, const StoredCard& card, const Field& field) {
   std::vector<std::string> advice;
   if (!context.Open().IsShared()) {
-    advice.emplace_back("Only a service records values, once a minute: corvane-host serve");
+    advice.emplace_back("Start the service to record values every minute: corvane-host serve");
   }
   context.m_Diagnostics.Note(
       "NO_HISTORY",
-      fmt::format("no values of {} {} are recorded in this range", card.Shown(), field.m_Name),
+      fmt::format("no values of {} {} were recorded in this range", card.Name(), field.m_Name),
       advice);
 }
 
@@ -250,8 +252,8 @@ Command HistoryCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "history";
   command.m_Arguments = "OBJ PROP";
-  command.m_Min = 2;
-  command.m_Max = 2;
+  command.m_MinArguments = 2;
+  command.m_MaxArguments = 2;
   command.m_Summary = "show recorded values of a card over time";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl", "value"};
   command.m_Options = {"--since", "--from", "--to", "--step"};
@@ -260,13 +262,13 @@ Command HistoryCommand() {
   command.m_Description =
       "Shows the minimum, maximum and mean of a property in each step, and a sparkline of the "
       "means. A service records the values of all cards once a minute, and keeps them for 48 "
-      "hours; "
-      "values per hour are kept for two years. OBJ is an adapter or the serial number of a missing "
-      "card.";
+      "hours; hourly values are kept for two years. OBJ is an adapter or the serial number of a "
+      "missing card.";
   command.m_Exits = {{2, "the property is not recorded"}};
   command.m_Examples = {
-      {"history a1 temperature_celsius --since 2d", "show the temperature of two days", true},
-      {"history a1 written_bytes --from 30d --step 1d -o tsv", "print the writes of a month"}};
+      {"history a1 temperature_celsius --since 2d", "show the temperature over two days", true},
+      {"history a1 written_bytes --from 30d --step 1d -o tsv",
+       "print the daily writes of a month"}};
   return command;
 }
 

@@ -23,13 +23,14 @@ void RequireLocateLed(const Object& adapter) {
                 "no locate LED", {"Nothing was changed."});
 }
 
-bool ParseOn(const std::string& text) {
+bool ParseOnOff(const std::string& text) {
   if (text == "on" || text == "off") return text == "on";
   throw UsageFailure(fmt::format("'{}' is not on or off", text),
                      {"For example: corvane-host locate a0 on --for 5m"});
 }
 
-// Switches the LED off, even after a stop signal, which otherwise interrupts calls of a service.
+// Switches the LED off, even after a stop signal, which would otherwise interrupt calls to a
+// service.
 Change SwitchOff(Context& context, const Model& model, const Object& adapter) {
   const bool isStopped = IsStopRequested();
   ClearStopRequest();
@@ -42,14 +43,14 @@ Change SwitchOff(Context& context, const Model& model, const Object& adapter) {
 }
 
 // Waits for `duration` with the LED on, then switches it off, also after a stop signal.
-CommandResult Blink(Context& context, const Model& model, const Object& adapter,
-                    milliseconds duration) {
+CommandResult SwitchOffAfter(Context& context, const Model& model, const Object& adapter,
+                             milliseconds duration) {
   context.m_Diagnostics.Note(
       "LIGHT_ON", fmt::format("locate LED of {} is on for {}; press Ctrl-C to switch it off now",
                               adapter.m_Selector, ElapsedText(duration)));
   const auto start = steady_clock::now();
   const Deadline deadline(start + duration);
-  while (!IsStopRequested() && !deadline.IsOver()) WaitForStop(deadline.Left());
+  while (!IsStopRequested() && !deadline.HasPassed()) WaitForStop(deadline.Remaining());
   Change change = SwitchOff(context, model, adapter);
   change.m_Elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
   return ChangeResult(context, adapter, PI::OP_STOP_LOCATE_DEVICE, change);
@@ -68,7 +69,7 @@ Change SwitchOn(Context& context, const Model& model, const Object& adapter, boo
 
 CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
-  const bool on = ParseOn(context.m_Arguments[1]);
+  const bool on = ParseOnOff(context.m_Arguments[1]);
   const auto duration = ParseDuration("--for", options.m_For);
   if (duration && !on) throw UsageFailure("--for applies to locate on only");
   const OperationRow& row = *FindOperation(on ? PI::OP_LOCATE_DEVICE : PI::OP_STOP_LOCATE_DEVICE);
@@ -78,7 +79,7 @@ CommandResult Run(Context& context) {
   const Change change = on ? SwitchOn(context, model, adapter, duration && !options.m_DryRun)
                            : PerformOperation(context, model, adapter, row, true);
   if (on && !options.m_DryRun) {
-    if (duration) return Blink(context, model, adapter, *duration);
+    if (duration) return SwitchOffAfter(context, model, adapter, *duration);
     if (context.Open().IsShared()) return ChangeResult(context, adapter, row.m_Number, change);
     context.m_Diagnostics.Note(
         "LIGHT_STAYS_ON",
@@ -96,8 +97,8 @@ Command LocateCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "locate";
   command.m_Arguments = "OBJ on|off";
-  command.m_Min = 2;
-  command.m_Max = 2;
+  command.m_MinArguments = 2;
+  command.m_MaxArguments = 2;
   command.m_Summary = "switch a card's locate LED on or off";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Options = {"--for", "--dry-run"};

@@ -31,7 +31,7 @@ Json SampleJson(const Sample& sample) {
   Json json = {{"labels", labels}};
   const Json number = Json::parse(sample.m_Value);
   if (number.is_number_unsigned()) {
-    PutValue(json, "value", {Measure::Count, number.get<std::uint64_t>(), Severity::Neutral});
+    PutValue(json, "value", {ValueKind::Count, number.get<std::uint64_t>(), Severity::Neutral});
   } else {
     json["value"] = number;
   }
@@ -81,8 +81,8 @@ Command MetricsCommand() {
   command.m_NeedsPlugin = true;
   command.m_Run = Run;
   command.m_Description =
-      "Prints OpenMetrics text to standard output. With --textfile, replaces a file for a node "
-      "exporter instead, atomically.";
+      "Prints OpenMetrics text to standard output. With --textfile, atomically replaces a file for "
+      "the node exporter instead.";
   command.m_Exits = {{5, "plug-in missing or incompatible; corvane_plugin_up 0 is printed"}};
   command.m_Examples = {{"metrics", "feed Prometheus", true},
                         {"metrics --textfile FILE.prom", "write a file for a node exporter"}};

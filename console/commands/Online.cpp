@@ -16,8 +16,8 @@ Command OnlineCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "online";
   command.m_Arguments = "DRIVE";
-  command.m_Min = 1;
-  command.m_Max = 1;
+  command.m_MinArguments = 1;
+  command.m_MaxArguments = 1;
   command.m_Summary = "bring the storage units of a drive online";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Options = {"--yes", "--dry-run"};

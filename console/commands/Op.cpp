@@ -32,19 +32,20 @@ PI::COperation RecordOf(const Object& object, std::uint32_t number) {
   return operation;
 }
 
-struct Possibility {
+// The result of checking an operation.
+struct CheckedOperation {
   std::uint32_t m_Error;
 
-  bool Possible() const { return m_Error == PI::SUCCESS; }
-  Json Error() const { return Possible() ? Json() : Json(m_Error); }
+  bool IsPossible() const { return m_Error == PI::SUCCESS; }
+  Json Error() const { return IsPossible() ? Json() : Json(m_Error); }
   std::string Text() const {
-    if (Possible()) return "yes";
+    if (IsPossible()) return "yes";
     const std::string name = HostKit::NameOf(Family::Error, m_Error);
     return name.empty() ? std::to_string(m_Error) : name;
   }
 };
 
-Possibility Check(Session& session, const Object& object, std::uint32_t number) {
+CheckedOperation Check(Session& session, const Object& object, std::uint32_t number) {
   PI::COperation operation = RecordOf(object, number);
   return {session.CheckOperation(object.m_ID, operation)};
 }
@@ -59,15 +60,15 @@ CommandResult ListOperations(Context& context, const Object& object) {
   for (const PI::COperation& listed : object.m_Operations) {
     const std::uint32_t number = listed.m_OperationID;
     const std::string caption = HostKit::CaptionOf(Family::Operation, number);
-    const Possibility possibility = Check(context.Open(), object, number);
+    const CheckedOperation checked = Check(context.Open(), object, number);
     result.m_Json["operations"].push_back({{"number", number},
                                            {"name", OperationName(number)},
                                            {"caption", caption},
-                                           {"possible", possibility.Possible()},
-                                           {"error", possibility.Error()}});
+                                           {"possible", checked.IsPossible()},
+                                           {"error", checked.Error()}});
     result.m_Table.m_Rows.push_back(
         {{TextCell(std::to_string(number)), TextCell(OperationName(number)),
-          TextCell(possibility.Text()), TextCell(caption)},
+          TextCell(checked.Text()), TextCell(caption)},
          std::nullopt});
   }
   if (result.m_Table.m_Rows.empty()) {
@@ -80,32 +81,31 @@ CommandResult ListOperations(Context& context, const Object& object) {
 
 CommandResult CheckOperation(Context& context, const Object& object, std::uint32_t number) {
   const OperationRow* row = FindOperation(number);
-  const Possibility possibility = Check(context.Open(), object, number);
+  const CheckedOperation checked = Check(context.Open(), object, number);
   CommandResult result;
   result.m_Json = {{"object", object.m_Selector},
                    {"operation", OperationName(number)},
                    {"number", number},
-                   {"possible", possibility.Possible()},
-                   {"error", possibility.Error()}};
+                   {"possible", checked.IsPossible()},
+                   {"error", checked.Error()}};
   result.m_Table.m_Columns = {
       {"OBJECT", "object", false}, {"OPERATION", "operation", false}, {"NOW", "possible", false}};
   result.m_Table.m_Rows = {
-      {{TextCell(object.m_Selector), TextCell(OperationName(number)), TextCell(possibility.Text())},
+      {{TextCell(object.m_Selector), TextCell(OperationName(number)), TextCell(checked.Text())},
        std::nullopt}};
-  if (possibility.Possible()) return result;
+  if (checked.IsPossible()) return result;
   const std::string state =
       row == nullptr ? "" : StateOf(context.Open(), object.m_ID, row->m_Aspect);
-  const Failure failure =
-      CheckFailure(fmt::format("{} {}", OperationName(number), object.m_Selector), row, state,
-                   possibility.m_Error);
+  const Failure failure = CheckFailure(
+      fmt::format("{} {}", OperationName(number), object.m_Selector), row, state, checked.m_Error);
   context.m_Diagnostics.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
   result.m_Code = failure.m_Code;
   return result;
 }
 
 struct Argument {
-  std::uint32_t m_Name;  // a property number
-  std::string m_Text;
+  std::uint32_t m_Property;
+  std::string m_Name;
   std::string m_Value;
 };
 
@@ -118,21 +118,21 @@ std::vector<std::string> PropertyNames() {
 }
 
 Argument ParseArgument(const std::string& text) {
-  const std::size_t sign = text.find('=');
-  if (sign == std::string::npos || sign == 0) {
+  const std::size_t equals = text.find('=');
+  if (equals == std::string::npos || equals == 0) {
     throw UsageFailure(fmt::format("'{}' is not ARG=VALUE", text));
   }
-  const std::string name = text.substr(0, sign);
+  const std::string name = text.substr(0, equals);
   const std::uint32_t number = HostKit::NumberOf(Family::Property, name);
   if (number == 0) {
     throw UsageFailure(fmt::format("unknown argument '{}'", name),
                        DidYouMean(name, PropertyNames()));
   }
-  return {number, name, text.substr(sign + 1)};
+  return {number, name, text.substr(equals + 1)};
 }
 
 [[noreturn]] void ThrowInvalidValue(const Argument& argument, const std::string& allowed) {
-  throw UsageFailure(fmt::format("{}: invalid value '{}'", argument.m_Text, argument.m_Value),
+  throw UsageFailure(fmt::format("{}: invalid value '{}'", argument.m_Name, argument.m_Value),
                      {"Valid: " + allowed});
 }
 
@@ -158,7 +158,7 @@ std::int32_t CapacityOf(const Argument& argument) {
 FormatRequest RequestOf(const std::vector<Argument>& arguments) {
   FormatRequest request;
   for (const Argument& argument : arguments) {
-    switch (argument.m_Name) {
+    switch (argument.m_Property) {
       case PI::Property::FORMATTING:
         request.m_Capacity = CapacityOf(argument);
         break;
@@ -171,7 +171,7 @@ FormatRequest RequestOf(const std::vector<Argument>& arguments) {
         break;
       default:
         throw UsageFailure(
-            fmt::format("OP_FORMAT_DEVICE does not accept argument '{}'", argument.m_Text),
+            fmt::format("OP_FORMAT_DEVICE does not accept argument '{}'", argument.m_Name),
             {"Valid: FORMATTING, SIZE, BLOCK_SIZE"});
     }
   }
@@ -181,7 +181,7 @@ FormatRequest RequestOf(const std::vector<Argument>& arguments) {
 // Integers are passed as numbers, value names as choices, and everything else as text.
 PI::CProperty Parameter(const Argument& argument) {
   PI::CProperty parameter(PI::Property::CHOICE_PARAM, true);
-  parameter.m_NameID = argument.m_Name;
+  parameter.m_NameID = argument.m_Property;
   const std::uint32_t value = HostKit::NumberOf(Family::Value, argument.m_Value);
   if (const auto number = ReadNumber<std::int32_t>(argument.m_Value)) {
     parameter.m_PropertyID = PI::Property::RANGE_PARAM;
@@ -201,8 +201,8 @@ CommandResult RunUnknown(Context& context, const Model& model, const Object& obj
   const std::string what = fmt::format("{} {}", OperationName(number), object.m_Selector);
   PI::COperation operation = RecordOf(object, number);
   for (const Argument& argument : arguments) operation.m_Properties.push_back(Parameter(argument));
-  const std::uint32_t refused = context.Open().CheckOperation(object.m_ID, operation);
-  if (refused != PI::SUCCESS) throw CheckFailure(what, nullptr, "", refused);
+  const std::uint32_t refusal = context.Open().CheckOperation(object.m_ID, operation);
+  if (refusal != PI::SUCCESS) throw CheckFailure(what, nullptr, "", refusal);
   Change change;
   if (context.m_Options.m_DryRun) return ChangeResult(context, object, number, change);
   RequireConfirmation(context, what,
@@ -236,8 +236,8 @@ CommandResult RunOperation(Context& context, const Model& model, const Object& o
 
 struct Action {
   const char* m_Name;
-  std::size_t m_Min;  // words after the action
-  std::size_t m_Max;
+  std::size_t m_MinArguments;  // number of arguments after the action
+  std::size_t m_MaxArguments;
   const char* m_Usage;
 };
 
@@ -253,9 +253,9 @@ const Action& ChooseAction(const std::vector<std::string>& words) {
     names.emplace_back(action.m_Name);
     if (words[0] != action.m_Name) continue;
     const std::size_t count = words.size() - 1;
-    if (count >= action.m_Min && count <= action.m_Max) return action;
+    if (count >= action.m_MinArguments && count <= action.m_MaxArguments) return action;
     throw UsageFailure(fmt::format("op {} has too {} arguments", action.m_Name,
-                                   count < action.m_Min ? "few" : "many"),
+                                   count < action.m_MinArguments ? "few" : "many"),
                        {fmt::format("Usage: corvane-host {}", action.m_Usage)});
   }
   throw UsageFailure(fmt::format("op: unknown action '{}'", words[0]), DidYouMean(words[0], names));
@@ -282,8 +282,8 @@ Command OpCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "op";
   command.m_Arguments = "list|check|run OBJ [OP] [ARG=VALUE...]";
-  command.m_Min = 2;
-  command.m_Max = kAnyNumber;
+  command.m_MinArguments = 2;
+  command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "list, check or run any operation by name or number";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Options = {"--yes", "--dry-run", "--confirm"};

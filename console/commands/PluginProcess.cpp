@@ -34,9 +34,9 @@ Command PluginProcessCommand() {
   command.m_Group = Group::Hidden;
   command.m_Name = "plugin-process";
   command.m_Arguments = "FILE";
-  command.m_Min = 1;
-  command.m_Max = 1;
-  command.m_Summary = "hold the plug-in for the service, which starts this process";
+  command.m_MinArguments = 1;
+  command.m_MaxArguments = 1;
+  command.m_Summary = "run the plug-in for the service, which starts this process";
   command.m_OutputFormats = {"value"};
   command.m_Run = Run;
   return command;

@@ -112,8 +112,8 @@ Command RowsCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "rows";
   command.m_Arguments = "[TABLE]";
-  command.m_Min = 0;
-  command.m_Max = 1;
+  command.m_MinArguments = 0;
+  command.m_MaxArguments = 1;
   command.m_Summary = "show the rows that plug-ins wrote to the host's database";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Run = Run;

@@ -46,7 +46,7 @@ Command ServeCommand() {
   Command command;
   command.m_Group = Group::Service;
   command.m_Name = "serve";
-  command.m_Summary = "run the service that holds the plug-in for other programs";
+  command.m_Summary = "run the service that shares the plug-in with other programs";
   command.m_OutputFormats = {"table"};
   command.m_Options = {"--listen", "--listen-any", "--events-directory", "--for"};
   command.m_Run = Run;

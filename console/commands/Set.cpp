@@ -18,12 +18,12 @@ struct Assignment {
 };
 
 Assignment ParseAssignment(const std::string& text) {
-  const std::size_t sign = text.find('=');
-  if (sign == std::string::npos || sign == 0) {
+  const std::size_t equals = text.find('=');
+  if (equals == std::string::npos || equals == 0) {
     throw UsageFailure(fmt::format("'{}' is not PROP=VALUE", text),
                        {"For example: corvane-host set plugin poll_interval=30"});
   }
-  return {text.substr(0, sign), text.substr(sign + 1)};
+  return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
 int ParseNumber(const std::string& text) {
@@ -145,8 +145,8 @@ Command SetCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "set";
   command.m_Arguments = "OBJ PROP=VALUE";
-  command.m_Min = 2;
-  command.m_Max = 2;
+  command.m_MinArguments = 2;
+  command.m_MaxArguments = 2;
   command.m_Summary = "change a property";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_TimeoutScope = TimeoutScope::Call;

@@ -17,7 +17,7 @@ namespace {
 
 Json PropertyJson(const PI::CProperty& property) {
   const Value value = ReadProperty(property);
-  const char* unit = UnitOf(value.m_Measure);
+  const char* unit = UnitOf(value.m_Kind);
   Json json = {{"number", property.m_PropertyID},
                {"name", HostKit::NameOf(HostKit::Family::Property, property.m_PropertyID)},
                {"caption", HostKit::CaptionOf(HostKit::Family::Property, property.m_NameID)},
@@ -114,8 +114,8 @@ Command ShowCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "show";
   command.m_Arguments = "OBJ";
-  command.m_Min = 1;
-  command.m_Max = 1;
+  command.m_MinArguments = 1;
+  command.m_MaxArguments = 1;
   command.m_Summary = "show all properties of one object";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Run = Run;

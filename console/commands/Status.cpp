@@ -136,7 +136,8 @@ std::string Text(const std::vector<StatusEntry>& all, bool isNamed, const Style&
 }
 
 // Reads the event log only if an object has status reasons.
-std::vector<StatusEntry> MakeEntries(Context& context, const Model& model, const Objects& chosen) {
+std::vector<StatusEntry> CreateEntries(Context& context, const Model& model,
+                                       const Objects& chosen) {
   std::vector<StatusEntry> all;
   for (const Object* object : chosen)
     all.push_back({object, HealthOf(model, *object), std::nullopt});
@@ -145,7 +146,8 @@ std::vector<StatusEntry> MakeEntries(Context& context, const Model& model, const
     return all;
   }
   context.Open().CollectEvents();
-  const auto events = EventMatcher(model).Sort(context.EventLog().Read(0, EventLogClient::kAll));
+  const auto events =
+      EventMatcher(model).GroupByObject(context.EventLog().Read(0, EventLogClient::kAll));
   for (StatusEntry& entry : all) {
     const auto found = events.find(entry.m_pObject);
     if (found != events.end()) entry.m_Since = StatusSince(entry.m_Health, found->second);
@@ -156,7 +158,7 @@ std::vector<StatusEntry> MakeEntries(Context& context, const Model& model, const
 CommandResult Run(Context& context) {
   const Model model = context.Objects();
   const bool isNamed = !context.m_Arguments.empty();
-  const std::vector<StatusEntry> all = MakeEntries(
+  const std::vector<StatusEntry> all = CreateEntries(
       context, model,
       ObjectsWithStatus(model, isNamed ? &Select(model, context.m_Arguments[0]) : nullptr));
   CommandResult result;
@@ -182,8 +184,8 @@ Command StatusCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "status";
   command.m_Arguments = "[OBJ]";
-  command.m_Min = 0;
-  command.m_Max = 1;
+  command.m_MinArguments = 0;
+  command.m_MaxArguments = 1;
   command.m_Summary = "show problems, their causes and what to do";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Run = Run;

@@ -30,7 +30,7 @@ StoredCard SelectStoredCard(const Model& model, Service::StoredState& state, con
   if (!serial.empty()) return {object->m_Selector, serial};
   throw Failure(ExitCode::Refused, "NO_SERIAL_NUMBER",
                 fmt::format("{} {}", what, object->m_Selector),
-                "the card has no serial number, which identifies it in the database");
+                "the card has no serial number to identify it in the database");
 }
 
 std::optional<Service::KnownCard> FindKnownCard(Service::StoredState& state,

@@ -15,7 +15,7 @@ struct StoredCard {
   std::string m_SerialNumber;
 
   // Returns a name that commands accept.
-  const std::string& Shown() const { return m_Selector.empty() ? m_SerialNumber : m_Selector; }
+  const std::string& Name() const { return m_Selector.empty() ? m_SerialNumber : m_Selector; }
 };
 
 // Returns the adapter that `text` names, or the known card with the serial number `text` if no

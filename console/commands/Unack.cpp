@@ -12,8 +12,8 @@ CommandResult Run(Context& context) {
   const Model model = context.Objects();
   const auto state = Service::OpenStoredState(context.Open());
   const StoredCard card = SelectStoredCard(model, *state, "unack", context.m_Arguments[0]);
-  const bool wasThere = state->Unacknowledge(card.m_SerialNumber, reason);
-  return AcknowledgedResult(card, reason, std::nullopt, wasThere);
+  const bool removed = state->Unacknowledge(card.m_SerialNumber, reason);
+  return AcknowledgedResult(card, reason, std::nullopt, removed);
 }
 
 }  // namespace
@@ -23,8 +23,8 @@ Command UnackCommand() {
   command.m_Group = Group::Change;
   command.m_Name = "unack";
   command.m_Arguments = "OBJ REASON";
-  command.m_Min = 2;
-  command.m_Max = 2;
+  command.m_MinArguments = 2;
+  command.m_MaxArguments = 2;
   command.m_Summary = "remove the acknowledgment of a problem";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Run = Run;

@@ -44,7 +44,7 @@ class ObjectRef {
   }
 
   // Returns the selector of the object when it was first found, or else the given name.
-  const std::string& Shown() const { return m_Selector.empty() ? m_Name : m_Selector; }
+  const std::string& Label() const { return m_Selector.empty() ? m_Name : m_Selector; }
 
  private:
   const std::string m_Name;
@@ -69,36 +69,36 @@ std::string Seconds(milliseconds duration) {
 Failure TimeoutError(const ObjectRef& ref, const Condition& condition, const std::string& seen,
                      milliseconds timeout) {
   return Failure(ExitCode::TimedOut, "TIMED_OUT",
-                 fmt::format("wait {} {}", ref.Shown(), condition.Text()),
+                 fmt::format("wait {} {}", ref.Label(), condition.Text()),
                  fmt::format("timed out after {}, last value {}", Seconds(timeout), seen));
 }
 
 CommandResult SuccessResult(const ObjectRef& ref, const Condition& condition,
                             const std::string& seen, milliseconds elapsed) {
   CommandResult result;
-  result.m_Json = {{"object", ref.Shown()},
+  result.m_Json = {{"object", ref.Label()},
                    {"condition", condition.Text()},
                    {"seen", seen},
                    {"elapsed_seconds", static_cast<double>(elapsed.count()) / 1000}};
-  result.m_Text = Base::Printable(fmt::format("{} {}: {} after {}", ref.Shown(), condition.Text(),
+  result.m_Text = Base::Printable(fmt::format("{} {}: {} after {}", ref.Label(), condition.Text(),
                                               seen, Seconds(elapsed))) +
                   "\n";
   result.m_Values = {seen};
   result.m_Table.m_Columns = {
       {"OBJECT", "object", false}, {"CONDITION", "condition", false}, {"SEEN", "seen", false}};
   result.m_Table.m_Rows = {
-      {{TextCell(ref.Shown()), TextCell(condition.Text()), TextCell(seen)}, std::nullopt}};
+      {{TextCell(ref.Label()), TextCell(condition.Text()), TextCell(seen)}, std::nullopt}};
   return result;
 }
 
-// Waits for a change. On a stop signal, reports the last value seen. A closed reader does not end
-// the wait, because nothing is written until the wait ends.
-void WaitOn(Context& context, LiveModel& live, milliseconds longest, const ObjectRef& ref,
-            const std::string& seen) {
+// Waits for a change. On a stop signal, reports the last value seen. The wait does not end when the
+// reader closes the output, because nothing is written until the wait is over.
+void WaitForChange(Context& context, LiveModel& live, milliseconds timeout, const ObjectRef& ref,
+                   const std::string& seen) {
   try {
-    live.Wait(longest, WaitSet());
+    live.Wait(timeout, WaitSet());
   } catch (const Stopped&) {
-    context.m_Diagnostics.Note("LAST_SEEN", fmt::format("{} was {}", ref.Shown(), seen));
+    context.m_Diagnostics.Note("LAST_SEEN", fmt::format("{} was {}", ref.Label(), seen));
     throw;
   }
 }
@@ -115,9 +115,9 @@ CommandResult Run(Context& context) {
   while (true) {
     const Condition::Outcome outcome = Evaluate(live.Objects(), ref, condition);
     const auto elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
-    if (outcome.m_Holds) return SuccessResult(ref, condition, outcome.m_Seen, elapsed);
-    if (deadline.IsOver()) throw TimeoutError(ref, condition, outcome.m_Seen, *timeout);
-    WaitOn(context, live, deadline.Left(), ref, outcome.m_Seen);
+    if (outcome.m_IsMet) return SuccessResult(ref, condition, outcome.m_Seen, elapsed);
+    if (deadline.HasPassed()) throw TimeoutError(ref, condition, outcome.m_Seen, *timeout);
+    WaitForChange(context, live, deadline.Remaining(), ref, outcome.m_Seen);
   }
 }
 
@@ -128,8 +128,8 @@ Command WaitCommand() {
   command.m_Group = Group::Inspect;
   command.m_Name = "wait";
   command.m_Arguments = "OBJ COND";
-  command.m_Min = 2;
-  command.m_Max = 2;
+  command.m_MinArguments = 2;
+  command.m_MaxArguments = 2;
   command.m_Summary = "wait until an object meets a condition, such as ok or PROP=VALUE";
   command.m_OutputFormats = {"table", "tsv", "json", "value"};
   command.m_TimeoutScope = TimeoutScope::Wait;

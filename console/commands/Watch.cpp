@@ -30,13 +30,13 @@ using std::chrono::steady_clock;
 // Redraws the screen after each update and key press, and once per second for the clock.
 void RunOnScreen(const Context& context, Screen& screen, LiveModel& live,
                  const Deadline& deadline) {
-  constexpr milliseconds kRedraw{1000};
-  WaitSet also = context.ReaderWaitSet();
-  also.m_Readable = STDIN_FILENO;
+  constexpr milliseconds kRedrawInterval{1000};
+  WaitSet waitSet = context.ReaderWaitSet();
+  waitSet.m_Readable = STDIN_FILENO;
   WatchView view(context.m_Style.m_Ascii);
-  while (!deadline.IsOver() && !context.HasLostReader()) {
+  while (!deadline.HasPassed() && !context.HasLostReader()) {
     screen.Show(view.Draw(live, screen.Size(), TimeText(NowMs())));
-    live.Wait(deadline.Left(kRedraw), also);
+    live.Wait(deadline.Remaining(kRedrawInterval), waitSet);
     for (Key key = screen.Read(); key != Key::None; key = screen.Read()) {
       if (!view.HandleKey(key, live)) return;
     }
@@ -52,7 +52,7 @@ Table BlockTable(const Model& model, bool ascii) {
   table.m_Columns = {{"OBJECT", "object", false}};
   for (const char* name : kColumns) {
     const Field& field = *FindField(Kind::Adapter, name);
-    const bool number = field.m_Measure == Measure::Celsius || field.m_Measure == Measure::Ratio;
+    const bool number = field.m_Kind == ValueKind::Celsius || field.m_Kind == ValueKind::Ratio;
     table.m_Columns.push_back({field.m_Heading, field.m_Name, number});
   }
   table.m_Columns.push_back({"REASONS", "status_reasons", false});
@@ -91,14 +91,14 @@ CommandResult Block(const LiveModel& live, std::size_t seen, const Style& style)
     block.m_Json["events"].push_back(entry.m_Json);
     events.m_Rows.push_back(entry.m_Row);
   }
-  Style bare = style;
-  bare.m_Headings = false;
+  Style withoutHeadings = style;
+  withoutHeadings.m_Headings = false;
   block.m_Text = DrawTable(BlockTable(live.Objects(), style.m_Ascii), style, false) +
-                 DrawTable(events, bare, false);
+                 DrawTable(events, withoutHeadings, false);
   return block;
 }
 
-// Returns what changes count for a new block: the objects, without the times of the readings.
+// Returns the block without the times of the readings, which alone do not cause a new block.
 Json WithoutTimes(const Json& block) {
   Json shown = block;
   for (Json& object : shown["objects"]) object.erase("last_read_at");
@@ -121,13 +121,13 @@ void PrintBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
       shown["events"] = Json::array();
       due = steady_clock::now() + live.PollInterval();
     }
-    if (deadline.IsOver()) return;
-    live.Wait(deadline.Left(Deadline(due).Left()), context.ReaderWaitSet());
+    if (deadline.HasPassed()) return;
+    live.Wait(deadline.Remaining(Deadline(due).Remaining()), context.ReaderWaitSet());
   }
 }
 
-// Throws `Failure` if the trace would be written to a terminal, because it is usually the terminal
-// that shows the screen.
+// Throws `Failure` if the trace would be written to a terminal, which is usually the one that shows
+// the screen.
 void RequireQuietTrace(const Options& options) {
   const bool toFile =
       !options.m_TraceFile.empty() || secure_getenv("CORVANE_TRACE_FILE") != nullptr;
@@ -150,19 +150,19 @@ CommandResult Run(Context& context) {
   session.SetDeadline(deadline);
   LiveModel live(session);
   // Declared before the screen, so that messages are printed after the screen is closed.
-  std::optional<DeferredDiagnostics> held;
-  if (wantsScreen) held.emplace(context.m_Diagnostics);
+  std::optional<DeferredDiagnostics> deferred;
+  if (wantsScreen) deferred.emplace(context.m_Diagnostics);
   const std::unique_ptr<Screen> screen = wantsScreen ? Screen::Open(out, context.m_Style) : nullptr;
   if (screen) {
-    live.Recall(past);
+    live.AddPastEvents(past);
     RunOnScreen(context, *screen, live, deadline);
   } else {
-    held.reset();
+    deferred.reset();
     PrintBlocks(context, live, deadline);
   }
-  CommandResult nothingMore;
-  nothingMore.m_Text = "";
-  return nothingMore;
+  CommandResult result;  // everything has been written
+  result.m_Text = "";
+  return result;
 }
 
 }  // namespace

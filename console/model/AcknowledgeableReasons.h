@@ -1,4 +1,4 @@
-// Problems that can be acknowledged.
+// The reasons that can be acknowledged.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 namespace Console {
 
 // Returns the names of all reasons for an adapter's status, such as "TEMPERATURE_ABOVE_WARN", and
-// of the states of a complete card: "MISSING" and "UNREADABLE". Thread-safe.
+// the two that apply to the entire card, "MISSING" and "UNREADABLE". Thread-safe.
 const std::vector<std::string>& AcknowledgeableReasons();
 
 }  // namespace Console

@@ -30,7 +30,7 @@ bool HasValueFromCard(const PI::CObject& adapter) {
 
 }  // namespace
 
-std::uint64_t CardTimes::ReadAt(std::uint64_t adapter) const {
+std::uint64_t CardTimes::LastReadTime(std::uint64_t adapter) const {
   const auto found = std::find_if(m_Cards.begin(), m_Cards.end(), [adapter](const CardTime& each) {
     return each.m_Adapter == adapter;
   });
@@ -51,7 +51,7 @@ void CardTimeTracker::Update(const std::vector<PI::CObject>& topology, std::uint
     if (object.m_ObjectType != PI::OBJECT_ADAPTER) continue;
     const bool isRead =
         (isScanned && Contains(plugin.m_Children, object.m_ID)) || HasValueFromCard(object);
-    const std::uint64_t readAt = isRead ? nowMs : m_Times.ReadAt(object.m_ID);
+    const std::uint64_t readAt = isRead ? nowMs : m_Times.LastReadTime(object.m_ID);
     if (readAt != 0) cards.push_back({object.m_ID, readAt});
   }
   m_Times.m_Cards = std::move(cards);

@@ -17,14 +17,14 @@ struct CardTime {
 // Times are in milliseconds since the epoch; 0: never.
 struct CardTimes {
   // Returns the time at which this adapter was last read.
-  std::uint64_t ReadAt(std::uint64_t adapter) const;
+  std::uint64_t LastReadTime(std::uint64_t adapter) const;
 
   std::uint64_t m_ObservedAt = 0;  // when the plug-in reported its objects
-  std::uint64_t m_ScannedAt = 0;   // when a successful scan of all cards was noticed
+  std::uint64_t m_ScannedAt = 0;   // when a successful scan of all cards was detected
   std::vector<CardTime> m_Cards;   // only cards that were read
 };
 
-// Finds out from the reports of one plug-in process when each card was read.
+// Derives the time at which each card was last read from the reports of one plug-in process.
 class CardTimeTracker {
  public:
   const CardTimes& Times() const { return m_Times; }

@@ -15,14 +15,14 @@
 namespace Console {
 namespace {
 
-struct Word {
+struct StateWord {
   const char* m_Word;
   Presence m_Presence;
   const char* m_Property;
   const char* m_Value;  // null: any healthy value
 };
 
-constexpr Word kWords[] = {
+constexpr StateWord kStateWords[] = {
     {"attached", Presence::Required, "status_reasons", "ATTACHED"},
     {"detached", Presence::Required, "status_reasons", "DETACHED"},
     {"ok", Presence::Required, "status", nullptr},  // OK for an adapter, AVAILABLE for a drive
@@ -32,42 +32,42 @@ constexpr Word kWords[] = {
     {"present", Presence::Present, "", ""},
 };
 
-constexpr const char* kHealthy = "is healthy";
+constexpr const char* kIsHealthy = "is healthy";
 
 // Longer operators come before their prefixes.
 constexpr const char* kOperators[] = {"!=", "<=", ">=", "=", "<", ">"};
 
-bool IsOrder(const std::string& name) {
-  return name[0] == '<' || name[0] == '>';
+bool IsRelationalOperator(const std::string& op) {
+  return op[0] == '<' || op[0] == '>';
 }
 
-bool CompareOrder(double left, const std::string& name, double right) {
-  if (name == "<") return left < right;
-  if (name == "<=") return left <= right;
-  if (name == ">") return left > right;
+bool CompareNumbers(double left, const std::string& op, double right) {
+  if (op == "<") return left < right;
+  if (op == "<=") return left <= right;
+  if (op == ">") return left > right;
   return left >= right;
 }
 
-// A list is equal to `wanted` if one of its elements is; numbers are compared by value.
-bool IsEqual(const Value& value, const std::string& wanted) {
+// A list is equal to `expected` if one of its elements is; numbers are compared by value.
+bool IsEqual(const Value& value, const std::string& expected) {
   if (const auto* texts = std::get_if<std::vector<std::string>>(&value.m_Data)) {
     return std::any_of(texts->begin(), texts->end(),
-                       [&](const std::string& text) { return boost::iequals(text, wanted); });
+                       [&](const std::string& text) { return boost::iequals(text, expected); });
   }
-  const std::string seen = BareText(value);
-  const auto left = ReadNumber<double>(seen), right = ReadNumber<double>(wanted);
+  const std::string actual = BareText(value);
+  const auto left = ReadNumber<double>(actual), right = ReadNumber<double>(expected);
   if (left && right) return !(*left < *right) && !(*left > *right);
-  return boost::iequals(seen, wanted);
+  return boost::iequals(actual, expected);
 }
 
 // Converts a percentage to a ratio if the property is a ratio; returns any other text unchanged.
-std::string RatioOf(const std::string& property, const std::string& text) {
+std::string PercentToRatio(const std::string& property, const std::string& text) {
   if (text.empty() || text.back() != '%') return text;
   const auto number = ReadNumber<double>(text.substr(0, text.size() - 1));
   const Kind kinds[] = {Kind::Adapter, Kind::Drive};
   const bool isRatio = std::any_of(std::begin(kinds), std::end(kinds), [&](Kind kind) {
     const Field* field = FindField(kind, property);
-    return field != nullptr && field->m_Measure == Measure::Ratio;
+    return field != nullptr && field->m_Kind == ValueKind::Ratio;
   });
   return number && isRatio ? fmt::format("{}", *number / 100) : text;
 }
@@ -75,7 +75,7 @@ std::string RatioOf(const std::string& property, const std::string& text) {
 std::vector<std::string> Advice(const std::string& text) {
   std::vector<std::string> words;
   std::string all;
-  for (const Word& row : kWords) {
+  for (const StateWord& row : kStateWords) {
     words.emplace_back(row.m_Word);
     all += fmt::format("{}, ", row.m_Word);
   }
@@ -88,11 +88,11 @@ std::vector<std::string> Advice(const std::string& text) {
 }  // namespace
 
 Condition::Condition(const std::string& text) : m_Text(text) {
-  for (const Word& row : kWords) {
+  for (const StateWord& row : kStateWords) {
     if (!boost::iequals(text, row.m_Word)) continue;
     m_Presence = row.m_Presence;
     m_Property = row.m_Property;
-    m_Operator = row.m_Value == nullptr ? kHealthy : "=";
+    m_Operator = row.m_Value == nullptr ? kIsHealthy : "=";
     m_Value = row.m_Value == nullptr ? "" : row.m_Value;
     return;
   }
@@ -103,12 +103,12 @@ Condition::Condition(const std::string& text) : m_Text(text) {
     }
     m_Property = text.substr(0, at);
     m_Operator = name;
-    m_Value = RatioOf(m_Property, text.substr(at + m_Operator.size()));
+    m_Value = PercentToRatio(m_Property, text.substr(at + m_Operator.size()));
     break;
   }
   if (m_Operator.empty())
     throw UsageFailure(fmt::format("'{}' is not a valid condition", text), Advice(text));
-  if (IsOrder(m_Operator) && !ReadNumber<double>(m_Value)) {
+  if (IsRelationalOperator(m_Operator) && !ReadNumber<double>(m_Value)) {
     throw UsageFailure(fmt::format("'{}' is not a number", m_Value),
                        {"For example: temperature_celsius<70"});
   }
@@ -119,21 +119,21 @@ Condition::Outcome Condition::Check(const Object& object) const {
   const Value value = ReadNamed(object, m_Property).m_Value;
   Outcome outcome{false, BareText(value)};
   if (!value.Known()) return outcome;
-  if (m_Operator == kHealthy) {
-    outcome.m_Holds = IsHealthy(value);
+  if (m_Operator == kIsHealthy) {
+    outcome.m_IsMet = IsHealthy(value);
   } else if (m_Operator == "=") {
-    outcome.m_Holds = IsEqual(value, m_Value);
+    outcome.m_IsMet = IsEqual(value, m_Value);
   } else if (m_Operator == "!=") {
-    outcome.m_Holds = !IsEqual(value, m_Value);
+    outcome.m_IsMet = !IsEqual(value, m_Value);
   } else if (const auto seen = ReadNumber<double>(outcome.m_Seen)) {
-    outcome.m_Holds = CompareOrder(*seen, m_Operator, *ReadNumber<double>(m_Value));
+    outcome.m_IsMet = CompareNumbers(*seen, m_Operator, *ReadNumber<double>(m_Value));
   }
   return outcome;
 }
 
 std::vector<std::string> ConditionWords() {
   std::vector<std::string> words;
-  for (const Word& word : kWords) words.emplace_back(word.m_Word);
+  for (const StateWord& word : kStateWords) words.emplace_back(word.m_Word);
   return words;
 }
 

@@ -20,7 +20,7 @@ class Condition {
 
   // The result of evaluating the condition.
   struct Outcome {
-    bool m_Holds = false;
+    bool m_IsMet = false;
     std::string m_Seen;  // the current value as `BareText`; "-": unknown
   };
 

@@ -30,7 +30,7 @@ const char* SeverityName(std::uint32_t severity) {
   return RowOf(severity).m_Name;
 }
 
-Severity EventSeverity(std::uint32_t severity) {
+Severity SeverityClass(std::uint32_t severity) {
   return RowOf(severity).m_Severity;
 }
 

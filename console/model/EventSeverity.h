@@ -11,6 +11,6 @@ namespace Console {
 const char* SeverityName(std::uint32_t severity);
 
 // Returns the color class of a `PI::_SEVERITY`; `Neutral` for any other number.
-Severity EventSeverity(std::uint32_t severity);
+Severity SeverityClass(std::uint32_t severity);
 
 }  // namespace Console

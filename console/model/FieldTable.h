@@ -15,7 +15,7 @@ struct Field {
   const char* m_Name;
   const char* m_Heading;
   std::uint32_t m_PropertyID;
-  Measure m_Measure;
+  ValueKind m_Kind;
   UnknownEncoding m_UnknownEncoding = UnknownEncoding::None;
 };
 
@@ -40,7 +40,7 @@ std::string FieldText(const Object& object, const std::string& name);
 // Returns the serial number of the object's card; empty if it is unknown.
 std::string SerialOf(const Model& model, const Object& object);
 
-// Returns the value of any property, with the measure that its type and unit imply.
+// Returns the value of any property, with the kind that its type and unit imply.
 Value ReadProperty(const PI::CProperty& property);
 
 }  // namespace Console

@@ -72,7 +72,7 @@ Reading Read(const Object& object, const char* name) {
   return {field, value};
 }
 
-Reason MakeReason(const Object& object, std::int32_t value) {
+Reason CreateReason(const Object& object, std::int32_t value) {
   Reason reason;
   reason.m_Number = static_cast<std::uint32_t>(value);
   reason.m_Name = HostKit::NameOf(Family::Value, reason.m_Number);
@@ -121,7 +121,7 @@ Health HealthOf(const Object& object) {
   const PI::CProperty* reasons = object.Find(PI::Property::ADDITIONAL_STATUS);
   if (reasons == nullptr || reasons->m_ValueType != HostKit::VALUE_TYPE_MULTI_CHOICE) return health;
   for (const std::int32_t value : reasons->m_Value.m_MultiValue.m_Values) {
-    if (value != V::ATTACHED) health.m_Reasons.push_back(MakeReason(object, value));
+    if (value != V::ATTACHED) health.m_Reasons.push_back(CreateReason(object, value));
   }
   return health;
 }
@@ -133,7 +133,7 @@ Health HealthOf(const Model& model, const Object& object) {
     return health;
   for (const Reason& reason : HealthOf(*adapter).m_Reasons) {
     if (reason.m_Number != static_cast<std::uint32_t>(V::DETACHED)) continue;
-    health.m_Shown = {Measure::Text, "detached", Severity::Neutral};
+    health.m_Shown = {ValueKind::Text, "detached", Severity::Neutral};
   }
   return health;
 }

@@ -13,7 +13,7 @@ bool Contains(const std::vector<std::uint64_t>& ids, std::uint64_t id) {
 }
 
 // A link in either direction is sufficient.
-bool Belongs(const PI::CObject& drive, const PI::CObject& adapter) {
+bool BelongsTo(const PI::CObject& drive, const PI::CObject& adapter) {
   return Contains(drive.m_Parents, adapter.m_ID) || Contains(adapter.m_Children, drive.m_ID);
 }
 
@@ -89,7 +89,7 @@ Model::Model(const std::vector<PI::CObject>& topology, const CardTimes& times) {
     std::size_t drives = 0;
     for (std::size_t j = 0; j < topology.size(); ++j) {
       if (placed[j] || topology[j].m_ObjectType != PI::OBJECT_PHYSICAL_DRIVE) continue;
-      if (!Belongs(topology[j], topology[i])) continue;
+      if (!BelongsTo(topology[j], topology[i])) continue;
       Add(topology[j], Kind::Drive, fmt::format("{}/d{}", name, drives++), owner);
       placed[j] = true;
     }
@@ -99,7 +99,7 @@ Model::Model(const std::vector<PI::CObject>& topology, const CardTimes& times) {
     const bool drive = topology[i].m_ObjectType == PI::OBJECT_PHYSICAL_DRIVE;
     Add(topology[i], drive ? Kind::Drive : Kind::Other, IdText(topology[i].m_ID), std::nullopt);
   }
-  for (Object& object : m_Objects) object.m_LastRead = times.ReadAt(object.m_ID);
+  for (Object& object : m_Objects) object.m_LastRead = times.LastReadTime(object.m_ID);
 }
 
 void Model::Add(const PI::CObject& record, Kind kind, std::string selector,

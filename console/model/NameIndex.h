@@ -26,7 +26,7 @@ std::string NameOf(const Entry& entry);
 // an adapter reports with its status.
 const char* FamilyName(const Entry& entry);
 
-// A field of a property, and the kind of objects that have the field.
+// A field of a property, and the kind of object that has the field.
 struct FieldUse {
   Kind m_Kind;
   const Field* m_Field;
@@ -35,11 +35,12 @@ struct FieldUse {
 // Returns the fields of a property; empty for any other entry.
 std::vector<FieldUse> FieldsOf(const Entry& entry);
 
-// Returns the entries with the number or name `text`, where `text` may also be a property name that
-// `get` accepts. Case is ignored.
+// Returns the entries whose number or name is `text`. Also accepts a property name as in `get`, and
+// the name of an operation without its prefix "OP_". Case is ignored.
 std::vector<Entry> FindEntries(const std::string& text);
 
-// Returns all names that `FindEntries` accepts.
+// Returns the names of all entries, and the property names that `get` accepts. Names of
+// operations include the prefix "OP_".
 std::vector<std::string> AllNames();
 
 }  // namespace Console

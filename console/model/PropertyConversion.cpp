@@ -101,9 +101,9 @@ Value::Data FlagData(const PI::CProperty& property) {
 }
 
 Value::Data CountData(const PI::CProperty& property, UnknownEncoding unknown) {
-  const auto count = CountOf(property, unknown);
-  if (!count) return {};
-  return *count;
+  const auto integer = IntegerOf(property, unknown);
+  if (!integer) return {};
+  return *integer;
 }
 
 Value::Data BytesData(const PI::CProperty& property) {
@@ -125,29 +125,29 @@ Value::Data SecondsData(const PI::CProperty& property) {
   return CountData(property, UnknownEncoding::None);
 }
 
-Value::Data DataOf(const PI::CProperty& property, Measure measure, UnknownEncoding unknown) {
-  switch (measure) {
-    case Measure::Text:
+Value::Data DataOf(const PI::CProperty& property, ValueKind kind, UnknownEncoding unknown) {
+  switch (kind) {
+    case ValueKind::Text:
       return TextData(property);
-    case Measure::Choice:
+    case ValueKind::Choice:
       return ChoiceData(property);
-    case Measure::Choices:
+    case ValueKind::Choices:
       return ChoicesData(property);
-    case Measure::Flag:
+    case ValueKind::Flag:
       return FlagData(property);
-    case Measure::Count:
+    case ValueKind::Count:
       return CountData(property, unknown);
-    case Measure::Bytes:
+    case ValueKind::Bytes:
       return BytesData(property);
-    case Measure::Ratio:
+    case ValueKind::Ratio:
       return RealData(property, PI::UNITS_PERCENT, 100);
-    case Measure::Celsius:
+    case ValueKind::Celsius:
       return RealData(property, PI::UNITS_DEGREES_CELSIUS, 1);
-    case Measure::Watts:
+    case ValueKind::Watts:
       return RealData(property, PI::UNITS_WATTS, 1);
-    case Measure::Seconds:
+    case ValueKind::Seconds:
       return SecondsData(property);
-    case Measure::PciAddress:
+    case ValueKind::PciAddress:
       break;
   }
   return {};
@@ -161,33 +161,33 @@ bool IsZero(const Value::Data& data) {
 
 }  // namespace
 
-Value Convert(const PI::CProperty& property, Measure measure, UnknownEncoding unknown) {
-  Value value{measure, DataOf(property, measure, unknown),
+Value Convert(const PI::CProperty& property, ValueKind kind, UnknownEncoding unknown) {
+  Value value{kind, DataOf(property, kind, unknown),
               Base::Lookup(kSeverities, property.m_Indicator, Severity::Neutral)};
   if (unknown == UnknownEncoding::Zero && IsZero(value.m_Data)) value.m_Data = {};
   return value;
 }
 
-Measure NaturalMeasure(const PI::CProperty& property) {
+ValueKind ImpliedMeasure(const PI::CProperty& property) {
   switch (property.m_ValueType) {
     case HostKit::VALUE_TYPE_BOOL:
-      return Measure::Flag;
+      return ValueKind::Flag;
     case HostKit::VALUE_TYPE_CHOICE:
-      return Measure::Choice;
+      return ValueKind::Choice;
     case HostKit::VALUE_TYPE_MULTI_CHOICE:
-      return Measure::Choices;
+      return ValueKind::Choices;
     case HostKit::VALUE_TYPE_STRING:
     case HostKit::VALUE_TYPE_NONE:
-      return Measure::Text;
+      return ValueKind::Text;
     default:
       break;
   }
-  if (BytesPerUnit(property.m_Units)) return Measure::Bytes;
-  if (property.m_Units == PI::UNITS_PERCENT) return Measure::Ratio;
-  if (property.m_Units == PI::UNITS_DEGREES_CELSIUS) return Measure::Celsius;
-  if (property.m_Units == PI::UNITS_WATTS) return Measure::Watts;
-  if (property.m_Units == PI::UNITS_SECONDS) return Measure::Seconds;
-  return Measure::Count;
+  if (BytesPerUnit(property.m_Units)) return ValueKind::Bytes;
+  if (property.m_Units == PI::UNITS_PERCENT) return ValueKind::Ratio;
+  if (property.m_Units == PI::UNITS_DEGREES_CELSIUS) return ValueKind::Celsius;
+  if (property.m_Units == PI::UNITS_WATTS) return ValueKind::Watts;
+  if (property.m_Units == PI::UNITS_SECONDS) return ValueKind::Seconds;
+  return ValueKind::Count;
 }
 
 std::string ChoiceName(std::int32_t value) {
@@ -196,7 +196,7 @@ std::string ChoiceName(std::int32_t value) {
   return name.empty() ? fmt::format("{}", value) : name;
 }
 
-std::optional<std::uint64_t> CountOf(const PI::CProperty& property, UnknownEncoding unknown) {
+std::optional<std::uint64_t> IntegerOf(const PI::CProperty& property, UnknownEncoding unknown) {
   std::uint64_t count = 0;
   if (property.m_ValueType == HostKit::VALUE_TYPE_NUMBER) {
     count = property.m_Value.m_Number;

@@ -10,17 +10,17 @@
 
 namespace Console {
 
-// Returns the value of `property` as a `measure`; unknown if its type or unit does not match.
-Value Convert(const PI::CProperty& property, Measure measure, UnknownEncoding unknown);
+// Returns the value of `property` as a `kind`; unknown if its type or unit does not match.
+Value Convert(const PI::CProperty& property, ValueKind kind, UnknownEncoding unknown);
 
-// Returns the measure that the type and unit of a property imply.
-Measure NaturalMeasure(const PI::CProperty& property);
+// Returns the kind that the type and unit of a property imply.
+ValueKind ImpliedMeasure(const PI::CProperty& property);
 
 // Returns the name of a choice, or its number if it has no name.
 std::string ChoiceName(std::int32_t value);
 
 // Returns a property as a non-negative integer. Returns empty if it is not one, or if it encodes an
 // unknown value.
-std::optional<std::uint64_t> CountOf(const PI::CProperty& property, UnknownEncoding unknown);
+std::optional<std::uint64_t> IntegerOf(const PI::CProperty& property, UnknownEncoding unknown);
 
 }  // namespace Console

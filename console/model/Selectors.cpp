@@ -14,11 +14,11 @@
 namespace Console {
 namespace {
 
-bool BySelector(const Object& object, const std::string& text) {
+bool MatchesSelector(const Object& object, const std::string& text) {
   return boost::iequals(text, object.m_Selector);
 }
 
-bool ById(const Object& object, const std::string& text) {
+bool MatchesId(const Object& object, const std::string& text) {
   if (!boost::istarts_with(text, "0x")) return false;
   char* end = nullptr;
   const std::uint64_t id = std::strtoull(text.c_str(), &end, 16);
@@ -26,7 +26,7 @@ bool ById(const Object& object, const std::string& text) {
 }
 
 // An address without a segment matches any segment.
-bool ByPci(const Object& object, const std::string& text) {
+bool MatchesPci(const Object& object, const std::string& text) {
   if (!boost::istarts_with(text, "pci:")) return false;
   const std::string wanted = text.substr(4);
   const std::string address = FieldText(object, "pci_address");
@@ -36,7 +36,7 @@ bool ByPci(const Object& object, const std::string& text) {
 }
 
 template <const char* const& field>
-bool ByField(const Object& object, const std::string& text) {
+bool MatchesField(const Object& object, const std::string& text) {
   return !text.empty() && FieldText(object, field) == text;
 }
 
@@ -47,7 +47,12 @@ constexpr const char* kName = "name";
 using Rule = bool (*)(const Object&, const std::string&);
 
 constexpr Rule kRules[] = {
-    BySelector, ById, ByPci, ByField<kSerialNumber>, ByField<kControlDevice>, ByField<kName>,
+    MatchesSelector,
+    MatchesId,
+    MatchesPci,
+    MatchesField<kSerialNumber>,
+    MatchesField<kControlDevice>,
+    MatchesField<kName>,
 };
 
 std::string DescribeObject(const Object& object) {

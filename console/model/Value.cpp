@@ -21,38 +21,38 @@ std::string ScaledBytes(std::uint64_t bytes) {
   return fmt::format("{:.1f} {}", scaled, kSymbols[symbol]);
 }
 
-std::string HumanNumber(double number, Measure measure, bool ascii) {
-  switch (measure) {
-    case Measure::Ratio:
+std::string HumanNumber(double number, ValueKind kind, bool ascii) {
+  switch (kind) {
+    case ValueKind::Ratio:
       return fmt::format("{:.0f} %", number * 100);
-    case Measure::Celsius:
+    case ValueKind::Celsius:
       return fmt::format("{:.0f} {}", number, ascii ? "C" : "\u00b0C");
-    case Measure::Watts:
+    case ValueKind::Watts:
       return fmt::format("{:.1f} W", number);
     default:
       return fmt::format("{}", number);
   }
 }
 
-std::string HumanCount(std::uint64_t number, Measure measure) {
-  if (measure == Measure::Bytes) return ScaledBytes(number);
-  if (measure == Measure::Seconds) return fmt::format("{} s", number);
+std::string HumanCount(std::uint64_t number, ValueKind kind) {
+  if (kind == ValueKind::Bytes) return ScaledBytes(number);
+  if (kind == ValueKind::Seconds) return fmt::format("{} s", number);
   return fmt::format("{}", number);
 }
 
 }  // namespace
 
-const char* UnitOf(Measure measure) {
-  switch (measure) {
-    case Measure::Bytes:
+const char* UnitOf(ValueKind kind) {
+  switch (kind) {
+    case ValueKind::Bytes:
       return "bytes";
-    case Measure::Ratio:
+    case ValueKind::Ratio:
       return "ratio";
-    case Measure::Celsius:
+    case ValueKind::Celsius:
       return "celsius";
-    case Measure::Watts:
+    case ValueKind::Watts:
       return "watts";
-    case Measure::Seconds:
+    case ValueKind::Seconds:
       return "seconds";
     default:
       return nullptr;
@@ -61,10 +61,10 @@ const char* UnitOf(Measure measure) {
 
 std::string HumanText(const Value& value, bool ascii) {
   if (const auto* number = std::get_if<double>(&value.m_Data)) {
-    return HumanNumber(*number, value.m_Measure, ascii);
+    return HumanNumber(*number, value.m_Kind, ascii);
   }
   if (const auto* count = std::get_if<std::uint64_t>(&value.m_Data)) {
-    return HumanCount(*count, value.m_Measure);
+    return HumanCount(*count, value.m_Kind);
   }
   if (const auto* text = std::get_if<std::string>(&value.m_Data)) return *text;
   return BareText(value);

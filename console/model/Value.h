@@ -9,7 +9,7 @@
 namespace Console {
 
 // The kind of value in a field; the field's name contains the base unit.
-enum class Measure {
+enum class ValueKind {
   Text,
   Choice,
   Choices,
@@ -37,13 +37,13 @@ struct Value {
 
   bool Known() const { return !std::holds_alternative<std::monostate>(m_Data); }
 
-  Measure m_Measure = Measure::Text;
+  ValueKind m_Kind = ValueKind::Text;
   Data m_Data;
   Severity m_Severity = Severity::Neutral;
 };
 
-// Returns the base unit, such as "celsius"; null for a measure without a unit.
-const char* UnitOf(Measure measure);
+// Returns the base unit, such as "celsius"; null for a kind without a unit.
+const char* UnitOf(ValueKind kind);
 
 // Returns the text for people: "48 °C", "1.2 TiB", "97 %", "-". Strings from the plug-in are
 // returned unchanged; the table that shows them makes them printable.

@@ -11,13 +11,13 @@ namespace {
 
 Failure TimeoutFailure(const char* advice) {
   return Failure(
-      ExitCode::TimedOut, "TIMED_OUT", "the plug-in does not respond",
+      ExitCode::TimedOut, "TIMED_OUT", "the plug-in is not responding",
       std::vector<std::string>{"A card or its driver may be hung; check the kernel log.", advice});
 }
 
 // Moves the payload of the reply into `record` and returns the result.
 template <class Record>
-std::uint32_t Take(std::optional<PluginReply> reply, Record& record) {
+std::uint32_t UnpackReply(std::optional<PluginReply> reply, Record& record) {
   record = std::get<Record>(std::move(reply->m_Payload));
   return reply->m_Result;
 }
@@ -25,7 +25,7 @@ std::uint32_t Take(std::optional<PluginReply> reply, Record& record) {
 }  // namespace
 
 void CommandSession::ThrowReadTimeout() {
-  if (IsStopRequested()) throw Stopped("interrupted; the plug-in does not respond");
+  if (IsStopRequested()) throw Stopped("interrupted; the plug-in is not responding");
   throw TimeoutFailure("If the plug-in is only slow, pass a longer --timeout.");
 }
 
@@ -56,7 +56,7 @@ void CommandSession::CollectPendingEvents() noexcept {
 template <class Record>
 std::uint32_t CommandSession::Read(PI::_COMMAND command, std::uint64_t object, Record& record) {
   auto reply = Call({command, object, std::move(record)}, m_Limits.ForCall(), OnStop::Abandon);
-  if (reply) return Take(std::move(reply), record);
+  if (reply) return UnpackReply(std::move(reply), record);
   Abandon();
   ThrowReadTimeout();
 }
@@ -65,7 +65,7 @@ template <class Record>
 std::uint32_t CommandSession::Change(PI::_COMMAND command, std::uint64_t object, Record& record,
                                      const Deadline& deadline) {
   auto reply = Call({command, object, std::move(record)}, deadline, OnStop::Continue);
-  if (reply) return Take(std::move(reply), record);
+  if (reply) return UnpackReply(std::move(reply), record);
   Abandon();
   throw TimeoutFailure("The command may still take effect; check with show.");
 }

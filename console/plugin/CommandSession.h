@@ -41,8 +41,8 @@ class CommandSession : public Session {
   // Stops using a plug-in that does not respond. Later calls may fail immediately.
   virtual void Abandon() = 0;
 
-  // Initializes the plug-in and numbers its adapters. Throws `Failure`; finding no card is not a
-  // failure.
+  // Initializes the plug-in and numbers its adapters. Throws `Failure`, but not if the plug-in
+  // finds no cards.
   void Start();
   // Collects the events that are pending at the end of the session. Ignores errors, because the
   // command's result does not depend on these events.

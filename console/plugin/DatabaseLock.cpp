@@ -23,8 +23,8 @@ namespace {
 
 constexpr const char* kSuffix = "-service";
 
-// Commands briefly hold the lock to test it, so a service tries to lock for this long.
-constexpr std::chrono::milliseconds kTestTime(1000);
+// Commands briefly take the lock to test it, so a service retries for this long.
+constexpr std::chrono::milliseconds kLockTimeout(1000);
 
 // The file is open, was rejected for the reason in `m_TrustError`, or could not be opened.
 struct LockFile {
@@ -77,7 +77,7 @@ std::string NameOf(const LockHolder& holder) {
   return fmt::format("the service with process id {}", holder.m_Process);
 }
 
-Failure HeldFailure(const std::string& what, const std::string& database, const LockHolder& holder,
+Failure BusyFailure(const std::string& what, const std::string& database, const LockHolder& holder,
                     std::vector<std::string> advice) {
   return Failure(ExitCode::Refused, "DATABASE_HELD", what,
                  fmt::format("{} is in use by {}", database, NameOf(holder)), std::move(advice));
@@ -107,9 +107,9 @@ DatabaseLock::DatabaseLock(const std::filesystem::path& socket) {
   if (HostKit::IsInMemory(database)) return;
   LockFile lock = OpenLock(database, O_RDWR | O_CREAT);
   if (!lock.m_File.IsOpen()) throw UnusableFailure(lock);
-  lock.m_Error = Base::Lock(lock.m_File, kTestTime);
+  lock.m_Error = Base::Lock(lock.m_File, kLockTimeout);
   if (lock.m_Error == EWOULDBLOCK) {
-    throw HeldFailure("cannot serve", database, ReadHolder(lock),
+    throw BusyFailure("cannot serve", database, ReadHolder(lock),
                       {"Stop that service first, or pass another database with --database."});
   }
   if (lock.m_Error != 0) throw UnusableFailure(lock);
@@ -134,7 +134,7 @@ std::optional<LockHolder> FindLockHolder() {
 void RequireNoService() {
   const auto holder = FindLockHolder();
   if (!holder) return;
-  throw HeldFailure("cannot load the plug-in", HostKit::DatabaseFile().string(), *holder,
+  throw BusyFailure("cannot load the plug-in", HostKit::DatabaseFile().string(), *holder,
                     AdviceForDirect(*holder));
 }
 

@@ -16,8 +16,8 @@
 namespace Console {
 namespace {
 
-// Checks the permissions of the file, because the database's error does not mention them. A file
-// that is not trusted comes first, because the kernel also denies access to other users' links in
+// Checks the permissions of the file, because the database's error does not mention them. Skips
+// this check for an untrusted file, because the kernel also denies access to other users' links in
 // directories such as /tmp.
 Failure LogFailure(const std::string& why) {
   const std::string file = HostKit::DatabaseFile().string();

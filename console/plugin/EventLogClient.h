@@ -40,8 +40,8 @@ class EventLogClient {
 
   explicit EventLogClient(Diagnostics& diagnostics) : m_Diagnostics(diagnostics) {}
 
-  // Selects the source of `Read`, `ReadOrThrow` and `Count`; null: this host's database. The caller
-  // keeps ownership of `source`.
+  // Selects the source of `Read`, `ReadOrThrow` and `Count`, or this host's database if `source` is
+  // null. The caller keeps ownership of `source`.
   void ReadFrom(EventSource* source) { m_pSource = source; }
 
   // Remembers the serial numbers and types of these objects, so that events of a removed card are
@@ -50,9 +50,9 @@ class EventLogClient {
   // Whether the objects of all events have been remembered.
   bool KnowsObjectsOf(const std::vector<PI::CEvent>& events) const;
   // Appends the events to the log and returns them as logged, even if the log cannot be written.
-  // If so, the newest 1,000 are kept, and the next call appends them.
+  // In that case, the newest 1,000 are kept, and the next call appends them.
   std::vector<LoggedEvent> Record(const std::vector<PI::CEvent>& events);
-  // Whether events could not be logged yet.
+  // Whether some recorded events have not been logged yet.
   bool HasUnlogged() const { return !m_Unlogged.empty(); }
   // Retries appending the events that could not be logged, then drops them. Call when a plug-in has
   // started, because the service then finds missing events by comparing the cards with the log.

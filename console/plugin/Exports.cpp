@@ -96,11 +96,11 @@ class Segments {
   std::vector<GElf_Phdr> m_Headers;
 };
 
-bool IsName(const GElf_Dyn& entry) {
+bool IsLibraryName(const GElf_Dyn& entry) {
   return entry.d_tag == DT_NEEDED || entry.d_tag == DT_AUXILIARY || entry.d_tag == DT_FILTER;
 }
 
-bool IsPath(const GElf_Dyn& entry) {
+bool IsSearchPath(const GElf_Dyn& entry) {
   return entry.d_tag == DT_RUNPATH || entry.d_tag == DT_RPATH;
 }
 
@@ -119,10 +119,10 @@ Dependencies DependenciesOf(const std::string& file) {
     if (entry.d_tag == DT_STRTAB) stringTable = entry.d_un.d_ptr;
   }
   for (const GElf_Dyn& entry : entries) {
-    if (!IsName(entry) && !IsPath(entry)) continue;
+    if (!IsLibraryName(entry) && !IsSearchPath(entry)) continue;
     const std::string text = segments.TextAt(stringTable + entry.d_un.d_val);
-    if (IsPath(entry)) AddSearchPaths(text, found.m_SearchPaths);
-    if (IsName(entry)) found.m_Names.push_back(text);
+    if (IsSearchPath(entry)) AddSearchPaths(text, found.m_SearchPaths);
+    if (IsLibraryName(entry)) found.m_Names.push_back(text);
   }
   return found;
 }

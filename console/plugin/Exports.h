@@ -1,5 +1,5 @@
-// Exported symbols and dependencies of a library, read from its file. No library is loaded and none
-// of its code runs.
+// Exported symbols and dependencies of a library, read from its file. The library is not loaded,
+// and none of its code runs.
 #pragma once
 
 #include <string>

@@ -44,7 +44,7 @@ void RequireFile(const std::string& file) {
   }
 }
 
-void Require(const std::string& trustError, const fs::path& file) {
+void ThrowIfUntrusted(const std::string& trustError, const fs::path& file) {
   if (trustError.empty()) return;
   throw Failure(ExitCode::PluginUnusable, "PLUGIN_NOT_TRUSTED", "cannot load the plug-in",
                 trustError, TrustAdvice(file));
@@ -94,8 +94,9 @@ fs::path Expand(const std::string& text, const fs::path& library) {
       path += text[at++];
     }
   }
-  Require(isKnown ? "" : fmt::format("{} makes the loader look in {}", library.string(), text),
-          library);
+  ThrowIfUntrusted(
+      isKnown ? "" : fmt::format("{} has an unsupported variable in {}", library.string(), text),
+      library);
   return fs::absolute(path.empty() ? "." : path);
 }
 
@@ -122,7 +123,7 @@ class DependencyChecker {
   void RequireTrustedFile(const fs::path& file) {
     std::error_code error;
     if (!fs::exists(file, error) || !m_Seen.insert(file).second) return;
-    Require(TrustErrorOfCode(file), file);
+    ThrowIfUntrusted(TrustErrorOfCode(file), file);
     const Dependencies needs = DependenciesOf(file.string());
     for (const std::string& path : needs.m_SearchPaths) AddDirectories(Expand(path, file));
     for (const std::string& name : needs.m_Names) {
@@ -133,7 +134,7 @@ class DependencyChecker {
         continue;
       }
       const fs::path needed = Expand(name, file);
-      Require(TrustErrorOfCodeDirectory(needed.parent_path()), needed);
+      ThrowIfUntrusted(TrustErrorOfCodeDirectory(needed.parent_path()), needed);
       RequireTrustedFile(needed);
     }
   }
@@ -157,12 +158,13 @@ class DependencyChecker {
       if (below.depth() > 3) below.disable_recursion_pending();
       if (fs::is_directory(below->path())) AddDirectory(below->path());
     }
-    Require(error ? fmt::format("{} cannot be read: {}", directory.string(), error.message()) : "",
-            directory);
+    ThrowIfUntrusted(
+        error ? fmt::format("{} cannot be read: {}", directory.string(), error.message()) : "",
+        directory);
   }
 
   void AddDirectory(const fs::path& directory) {
-    Require(TrustErrorOfCodeDirectory(directory), directory / "x");
+    ThrowIfUntrusted(TrustErrorOfCodeDirectory(directory), directory / "x");
     m_Directories.insert(WithoutLinks(directory));
   }
 
@@ -174,7 +176,7 @@ class DependencyChecker {
 // Returns the path without links, because the loader uses the directory of the given path as
 // $ORIGIN.
 fs::path ResolveTrustedLibrary(const std::string& file) {
-  Require(TrustErrorOfCode(file), file);
+  ThrowIfUntrusted(TrustErrorOfCode(file), file);
   const fs::path library = WithoutLinks(file);
   DependencyChecker().RequireTrusted(library);
   return library;

@@ -49,9 +49,9 @@ bool PluginSession::CallWithThreadRetry(const std::function<std::uint32_t()>& ca
     try {
       return CallWithTimeout(call, deadline, OnStop::Continue).has_value();
     } catch (const Failure&) {
-      if (deadline.IsOver()) throw;
+      if (deadline.HasPassed()) throw;
     }
-    std::this_thread::sleep_for(deadline.Left(kPause));
+    std::this_thread::sleep_for(deadline.Remaining(kPause));
   }
 }
 
@@ -78,7 +78,7 @@ void PluginSession::Stop() {
   } catch (const std::exception&) {
     return;  // the call threw an exception, and unwinding it has unloaded the plug-in
   }
-  m_Diagnostics.Note("PLUGIN_LEFT_RUNNING", "the plug-in does not stop; exiting anyway",
+  m_Diagnostics.Note("PLUGIN_LEFT_RUNNING", "the plug-in did not stop; exiting anyway",
                      {"A card or its driver may be hung; check the kernel log."});
 }
 
@@ -99,8 +99,8 @@ void PluginSession::Abandon() {
   static_cast<void>(m_pLoaded.release());
 }
 
-bool PluginSession::WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& also) {
-  return m_pLoaded && m_pLoaded->m_Notifier.Wait(timeout, also);
+bool PluginSession::WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& extra) {
+  return m_pLoaded && m_pLoaded->m_Notifier.Wait(timeout, extra);
 }
 
 }  // namespace Console

@@ -15,8 +15,8 @@ namespace Console {
 // not changes to a card.
 class PluginSession : public CommandSession {
  public:
-  // Loads and starts the plug-in, which takes more than a second. Throws `Failure`; finding no card
-  // is not a failure. The event log and the diagnostics must outlive the session.
+  // Loads and starts the plug-in, which takes more than a second. Throws `Failure`, but not if the
+  // plug-in finds no cards. The event log and the diagnostics must outlive the session.
   PluginSession(const std::filesystem::path& file, EventLogClient& eventLog,
                 Diagnostics& diagnostics, const TimeLimits& limits);
   // Logs the pending events, then stops and unloads the plug-in, which waits up to 25 seconds for
@@ -24,9 +24,11 @@ class PluginSession : public CommandSession {
   ~PluginSession() override;
 
   PluginInfo Info() const override { return m_Info; }
-  std::size_t FailedThreads() const override { return HostKit::FailedThreads() - m_FailedBefore; }
+  std::size_t FailedThreads() const override {
+    return HostKit::FailedThreads() - m_FailedThreadsBefore;
+  }
   using Session::WaitForNotification;
-  bool WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& also) override;
+  bool WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& extra) override;
 
  private:
   // Used by the plug-in's threads. The order of the members matters: the instance is destroyed
@@ -50,7 +52,7 @@ class PluginSession : public CommandSession {
   std::unique_ptr<Loaded> m_pLoaded;  // null: stopped or abandoned
   PluginInfo m_Info;
   Diagnostics& m_Diagnostics;
-  const std::size_t m_FailedBefore = HostKit::FailedThreads();
+  const std::size_t m_FailedThreadsBefore = HostKit::FailedThreads();
 };
 
 }  // namespace Console

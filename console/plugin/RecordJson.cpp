@@ -47,12 +47,12 @@ template <class Record>
 struct IsRecord<Record, std::void_t<decltype(sizeof(RecordFields<Record>))>> : std::true_type {};
 
 template <class Record>
-Record MakeDefault() {
+Record CreateDefault() {
   return Record();
 }
 
 template <>
-PI::CProperty MakeDefault() {
+PI::CProperty CreateDefault() {
   return PI::CProperty(static_cast<PI::_PROPERTY_ID>(0), false);
 }
 
@@ -119,7 +119,7 @@ Json WriteAllFields(const Record& record) {
 
 template <class Record>
 std::enable_if_t<IsRecord<Record>::value, Json> Write(const Record& record) {
-  static const Json defaults = WriteAllFields(MakeDefault<Record>());
+  static const Json defaults = WriteAllFields(CreateDefault<Record>());
   Json json = Json::object();
   RecordFields<Record>::Visit(record, [&json](const char* name, const auto& member) {
     Json value = Write(member);
@@ -219,10 +219,10 @@ std::enable_if_t<IsRecord<Record>::value> Read(const Json& json, Record& record,
 
 template <class Element>
 void Read(const Json& json, std::vector<Element>& list, const Place& place) {
-  if (!json.is_array()) Reject(place, "expected a list");
+  if (!json.is_array()) Reject(place, "expected an array");
   list.clear();
   for (const Json& each : json) {
-    list.push_back(MakeDefault<Element>());
+    list.push_back(CreateDefault<Element>());
     Read(each, list.back(), place.Element(list.size() - 1));
   }
 }
@@ -230,12 +230,12 @@ void Read(const Json& json, std::vector<Element>& list, const Place& place) {
 template <class Element, std::size_t size>
 void Read(const Json& json, std::array<Element, size>& list, const Place& place) {
   if (!json.is_array() || json.size() != size) {
-    Reject(place, fmt::format("expected a list of {} elements", size));
+    Reject(place, fmt::format("expected an array of {} elements", size));
   }
   for (std::size_t i = 0; i < size; ++i) Read(json[i], list[i], place.Element(i));
 }
 
-// Rejects the first field of the JSON object that is not in `known`.
+// Rejects a JSON object that has a field that is not in `known`; names the first such field.
 void RequireKnown(const Json& json, const std::vector<std::string>& known, const Place& place) {
   for (const auto& [name, value] : json.items()) {
     if (std::find(known.begin(), known.end(), name) != known.end()) continue;
@@ -359,7 +359,7 @@ Json ToJson(const HostKit::LoggedEvent& event) {
 }
 
 HostKit::LoggedEvent LoggedEventFromJson(const Json& json) {
-  auto event = MakeDefault<HostKit::LoggedEvent>();
+  auto event = CreateDefault<HostKit::LoggedEvent>();
   Read(json, event, {});
   return event;
 }
@@ -369,7 +369,7 @@ Json ToJson(const HostKit::EventCount& count) {
 }
 
 HostKit::EventCount EventCountFromJson(const Json& json) {
-  auto count = MakeDefault<HostKit::EventCount>();
+  auto count = CreateDefault<HostKit::EventCount>();
   Read(json, count, {});
   return count;
 }
@@ -379,7 +379,7 @@ Json ToJson(const HostKit::RowTable& table) {
 }
 
 HostKit::RowTable RowTableFromJson(const Json& json) {
-  auto table = MakeDefault<HostKit::RowTable>();
+  auto table = CreateDefault<HostKit::RowTable>();
   Read(json, table, {});
   for (const auto& cells : table.m_Rows) {
     if (cells.empty() || cells.size() != table.m_Columns.size()) {

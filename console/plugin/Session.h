@@ -37,10 +37,10 @@ class Session {
   // Whether the plug-in belongs to a service, which keeps it loaded and logs all events.
   virtual bool IsShared() const { return false; }
 
-  // Makes the session outlast its service: when the connection is lost, `onLost` is called, and
-  // `WaitForNotification` connects again. Until then, `Topology` returns the last objects, and
-  // `CollectEvents` no events; afterwards it continues after the last event that it returned. Has
-  // no effect on a session without a service.
+  // Keeps the session open when its service exits: `onLost` is called, and `WaitForNotification`
+  // connects again. Until then, `Topology` returns the last objects, and `CollectEvents` returns no
+  // events; afterwards, `CollectEvents` continues after the last event that it returned. Has no
+  // effect on a session without a service.
   virtual void KeepConnected(std::function<void()> /*onLost*/) {}
 
   // Whether the plug-in is running. If not, reads return its last report.
@@ -90,8 +90,8 @@ class Session {
   // Object ids are those of this session; the events have no log number.
   virtual std::vector<HostKit::LoggedEvent> CollectEvents() = 0;
   // Waits until the plug-in has pending events. Returns false on timeout, on a stop signal or if
-  // only a descriptor of `also` is ready.
-  virtual bool WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& also) = 0;
+  // only a descriptor of `extra` is ready.
+  virtual bool WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& extra) = 0;
   bool WaitForNotification(std::chrono::milliseconds timeout) {
     return WaitForNotification(timeout, WaitSet());
   }

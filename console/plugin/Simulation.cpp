@@ -30,7 +30,7 @@ Failure SimulationFailure(const std::string& why, ExitCode code = ExitCode::Fail
       {"Create cards: cardsim new; cardsim add 0x1003", "Or pass their file: --simulate=FILE"});
 }
 
-std::filesystem::path MakeTemporaryDirectory() {
+std::filesystem::path CreateTemporaryDirectory() {
   const std::filesystem::path parent =
       std::filesystem::absolute(std::filesystem::temp_directory_path());
   std::string name = (parent / "corvane-host-XXXXXX").string();
@@ -51,7 +51,7 @@ std::string FirstLine(const std::string& text) {
 // standard output; its standard output is discarded.
 int ExecProgram(const std::filesystem::path& program, const Words& words) {
   dup2(STDOUT_FILENO, STDERR_FILENO);
-  Base::Discard(STDOUT_FILENO);
+  Base::RedirectToNull(STDOUT_FILENO);
   std::vector<char*> arguments;
   std::string name = program.string();
   Words copies = words;
@@ -63,12 +63,12 @@ int ExecProgram(const std::filesystem::path& program, const Words& words) {
   return write(STDERR_FILENO, why.data(), why.size()) < 0 ? EXIT_FAILURE + 1 : EXIT_FAILURE;
 }
 
-std::string EndReason(const SubprocessResult& ending) {
-  if (ending.m_End == SubprocessEnd::TimedOut) return "the simulator does not respond";
-  if (ending.m_End == SubprocessEnd::Killed) {
-    return fmt::format("the simulator crashed ({})", strsignal(ending.m_Number));
+std::string FailureReason(const SubprocessResult& result) {
+  if (result.m_End == SubprocessEnd::TimedOut) return "the simulator is not responding";
+  if (result.m_End == SubprocessEnd::Killed) {
+    return fmt::format("the simulator crashed ({})", strsignal(result.m_Number));
   }
-  return FirstLine(ending.m_Output);
+  return FirstLine(result.m_Output);
 }
 
 void WriteSysfs(const std::string& file, const std::filesystem::path& directory,
@@ -85,13 +85,13 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& directory,
   Words arguments;
   if (!file.empty()) arguments = {"--state", file};
   arguments.insert(arguments.end(), {"sysfs", directory.string()});
-  const SubprocessResult ending =
-      RunInSubprocess([&] { return ExecProgram(program, arguments); }, limits.ForCall().Left());
-  if (ending.m_End == SubprocessEnd::Stopped) throw Stopped();
+  const SubprocessResult result = RunInSubprocess([&] { return ExecProgram(program, arguments); },
+                                                  limits.ForCall().Remaining());
+  if (result.m_End == SubprocessEnd::Stopped) throw Stopped();
   ThrowIfStopped();
-  if (ending.m_End == SubprocessEnd::Exited && ending.m_Number == EXIT_SUCCESS) return;
-  const bool late = ending.m_End == SubprocessEnd::TimedOut;
-  throw SimulationFailure(EndReason(ending), late ? ExitCode::TimedOut : ExitCode::Failed);
+  if (result.m_End == SubprocessEnd::Exited && result.m_Number == EXIT_SUCCESS) return;
+  const bool isTimeout = result.m_End == SubprocessEnd::TimedOut;
+  throw SimulationFailure(FailureReason(result), isTimeout ? ExitCode::TimedOut : ExitCode::Failed);
 }
 
 // Waits until the parent process terminates or closes the pipe, then removes the directory. Runs in
@@ -112,7 +112,7 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& directory,
 }  // namespace
 
 Simulation::Simulation(const std::string& file, const TimeLimits& limits)
-    : m_Directory(MakeTemporaryDirectory()) {
+    : m_Directory(CreateTemporaryDirectory()) {
   try {
     StartRemover();
     const std::string state = file.empty() ? file : std::filesystem::absolute(file).string();

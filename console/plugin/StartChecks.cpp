@@ -19,7 +19,7 @@ namespace Console {
 namespace {
 
 // Enough for the plug-in and its libraries, the database, the trace, a pipe and a reserve.
-constexpr std::size_t kNeeded = 64;
+constexpr std::size_t kNeededDescriptors = 64;
 
 Failure BusFailure(const std::string& file, int error) {
   const bool denied = error == EACCES || error == EPERM;
@@ -29,7 +29,7 @@ Failure BusFailure(const std::string& file, int error) {
 }
 
 void RequireReadable(const std::string& file) {
-  const int error = Base::ErrorOfReading(file);
+  const int error = Base::CheckReadable(file);
   if (error != 0 && error != ENOENT && error != ENOTDIR) throw BusFailure(file, error);
 }
 
@@ -41,7 +41,7 @@ struct CloseDirectory {
 
 void RequireFreeDescriptors() {
   std::vector<Base::Descriptor> reserve;
-  while (reserve.size() < kNeeded) {
+  while (reserve.size() < kNeededDescriptors) {
     Base::Descriptor next(open("/dev/null", O_RDONLY | O_CLOEXEC));
     const int error = next.IsOpen() ? 0 : errno;
     reserve.push_back(std::move(next));
@@ -50,7 +50,7 @@ void RequireFreeDescriptors() {
                                          : "Raise the limit: ulimit -n 256";
     throw Failure(ExitCode::Failed, "NO_DESCRIPTORS", "cannot start the plug-in",
                   fmt::format("only {} more files can be opened; up to {} are needed ({})",
-                              reserve.size() - 1, kNeeded, std::strerror(error)),
+                              reserve.size() - 1, kNeededDescriptors, std::strerror(error)),
                   {advice});
   }
 }

@@ -16,11 +16,12 @@ namespace Console {
 
 using Json = nlohmann::ordered_json;
 
-// The comments name the formats that use a member.
+// The comment on each member names the output formats that use it.
 struct CommandResult {
-  // json and jsonl; null in jsonl: everything has already been written.
+  // json, jsonl. If it is null, jsonl prints nothing: the command has already printed its lines.
   Json m_Json;
-  // jsonl: the list in `m_Json` that is written with one element per line; null: none.
+  // jsonl: the key of the list in `m_Json` whose elements are printed one per line. If it is null
+  // or the list is empty, the whole document is printed on one line.
   const char* m_Items = nullptr;
   Table m_Table;                      // table, tree, tsv
   std::vector<std::string> m_Values;  // value
@@ -34,7 +35,7 @@ struct Envelope {
   std::optional<PluginInfo> m_Plugin;
   std::vector<Message> m_Messages;
   ExitCode m_Code = ExitCode::Done;
-  // When the plug-in reported the objects, in milliseconds since the epoch; 0: it has not.
+  // When the plug-in reported the objects, in milliseconds since the epoch; 0 if it has not.
   std::uint64_t m_ObservedAt = 0;
 };
 

@@ -169,8 +169,8 @@ Samples Reasons(const MetricRow& row, const Source& source) {
   return samples;
 }
 
-// Labels that identify and locate an object; unknown ones are omitted.
-constexpr const char* kIdentityTerms[] = {
+// Fields that identify and locate an object, used as labels; unknown values are omitted.
+constexpr const char* kIdentityFields[] = {
     "name",        "serial_number",  "product",          "vendor",           "hardware_type",
     "pci_address", "pci_slot",       "firmware_version", "driver_name",      "driver_version",
     "drive_type",  "control_device", "device_number",    "manufacture_date",
@@ -182,7 +182,7 @@ Samples Info(const MetricRow&, const Source& source) {
   for (const Object* object : ObjectsOfKind(source, kind)) {
     Labels labels = IdentityOf(*object, source);
     labels.emplace_back("object", object->m_Selector);
-    for (const char* name : kIdentityTerms) {
+    for (const char* name : kIdentityFields) {
       const Value value = ReadField(*object, name);
       const auto* text = std::get_if<std::string>(&value.m_Data);
       if (value.Known()) labels.emplace_back(name, text ? LabelText(*text) : BareText(value));

@@ -24,13 +24,13 @@ std::string TimeOrDash(std::uint64_t milliseconds) {
 }
 
 // Columns whose value comes from the object itself instead of a property.
-struct OwnColumn {
+struct BuiltinColumn {
   const char* m_Name;
   const char* m_Heading;
   std::string (*m_Text)(const Object&);
 };
 
-const OwnColumn kOwnColumns[] = {
+const BuiltinColumn kBuiltinColumns[] = {
     {"object", "OBJECT", [](const Object& o) { return o.m_Selector; }},
     {"type", "TYPE", [](const Object& o) { return std::string(KindName(o.m_Kind)); }},
     {"id", "ID", [](const Object& o) { return IdText(o.m_ID); }},
@@ -41,8 +41,8 @@ const OwnColumn kOwnColumns[] = {
 
 constexpr Kind kKinds[] = {Kind::Adapter, Kind::Drive, Kind::Plugin};
 
-const OwnColumn* FindOwnColumn(const std::string& name) {
-  for (const OwnColumn& column : kOwnColumns) {
+const BuiltinColumn* FindBuiltinColumn(const std::string& name) {
+  for (const BuiltinColumn& column : kBuiltinColumns) {
     if (name == column.m_Name) return &column;
   }
   return nullptr;
@@ -60,25 +60,25 @@ const Field* FindFieldOfAnyKind(const std::string& name) {
                      DidYouMean(name, ObjectColumnNames()));
 }
 
-bool IsNumber(Measure measure) {
-  return measure == Measure::Count || measure == Measure::Bytes || measure == Measure::Ratio ||
-         measure == Measure::Celsius || measure == Measure::Watts || measure == Measure::Seconds;
+bool IsNumber(ValueKind kind) {
+  return kind == ValueKind::Count || kind == ValueKind::Bytes || kind == ValueKind::Ratio ||
+         kind == ValueKind::Celsius || kind == ValueKind::Watts || kind == ValueKind::Seconds;
 }
 
-Column MakeColumn(const std::string& name) {
-  if (const OwnColumn* own = FindOwnColumn(name)) {
-    return {own->m_Heading, own->m_Name, false, name == "object"};
+Column CreateColumn(const std::string& name) {
+  if (const BuiltinColumn* builtin = FindBuiltinColumn(name)) {
+    return {builtin->m_Heading, builtin->m_Name, false, name == "object"};
   }
   const Field* field = FindFieldOfAnyKind(name);
   if (field == nullptr) ThrowUnknownColumn(name);
-  return {field->m_Heading, field->m_Name, IsNumber(field->m_Measure), false};
+  return {field->m_Heading, field->m_Name, IsNumber(field->m_Kind), false};
 }
 
 }  // namespace
 
 std::vector<std::string> ObjectColumnNames() {
   std::vector<std::string> names;
-  for (const OwnColumn& column : kOwnColumns) names.emplace_back(column.m_Name);
+  for (const BuiltinColumn& column : kBuiltinColumns) names.emplace_back(column.m_Name);
   for (const Kind kind : kKinds) {
     for (const Field& field : FieldsOf(kind)) {
       const bool isNew = std::find(names.begin(), names.end(), field.m_Name) == names.end();
@@ -90,12 +90,13 @@ std::vector<std::string> ObjectColumnNames() {
 
 std::vector<Column> ObjectColumns(const std::vector<std::string>& names) {
   std::vector<Column> columns;
-  for (const std::string& name : names) columns.push_back(MakeColumn(name));
+  for (const std::string& name : names) columns.push_back(CreateColumn(name));
   return columns;
 }
 
 Cell ObjectCell(const Model& model, const Object& object, const std::string& name, bool ascii) {
-  if (const OwnColumn* own = FindOwnColumn(name)) return TextCell(own->m_Text(object));
+  if (const BuiltinColumn* builtin = FindBuiltinColumn(name))
+    return TextCell(builtin->m_Text(object));
   const Field* field = FindField(object.m_Kind, name);
   if (field == nullptr) return {"", "-", Severity::Neutral};
   if (name == "status" && object.m_Kind == Kind::Drive) return StatusCell(HealthOf(model, object));

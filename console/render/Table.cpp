@@ -46,7 +46,7 @@ ScolsTable NewTable(const Style& style) {
 
 // Pads a heading to the column's minimum width, because the library never makes a column narrower
 // than its heading, even without a header row.
-std::string WideHeading(const Column& column) {
+std::string PaddedHeading(const Column& column) {
   std::string heading = column.m_Heading;
   heading.resize(std::max(heading.size(), column.m_Min), ' ');
   return heading;
@@ -54,9 +54,9 @@ std::string WideHeading(const Column& column) {
 
 void AddColumns(libscols_table* table, const Table& from, bool tree) {
   for (const Column& column : from.m_Columns) {
-    int flags = column.m_Right ? SCOLS_FL_RIGHT : 0;
+    int flags = column.m_AlignRight ? SCOLS_FL_RIGHT : 0;
     if (tree && column.m_Tree) flags |= SCOLS_FL_TREE;
-    if (scols_table_new_column(table, WideHeading(column).c_str(), 0, flags) == nullptr) {
+    if (scols_table_new_column(table, PaddedHeading(column).c_str(), 0, flags) == nullptr) {
       throw std::bad_alloc();
     }
   }

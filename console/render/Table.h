@@ -23,7 +23,7 @@ struct Cell {
 struct Column {
   std::string m_Heading;  // for people
   std::string m_Name;     // for scripts
-  bool m_Right = false;
+  bool m_AlignRight = false;
   bool m_Tree = false;    // contains the branches if drawn as a tree
   std::size_t m_Min = 0;  // minimum width when drawn, so that successive tables line up
 };
@@ -50,8 +50,8 @@ Cell ValueCell(const Value& value, bool ascii);
 std::vector<Column> ChangeColumns();
 
 // Renders the table for people, with colors, headings and ASCII branches according to `style`. Each
-// line ends with a line feed. With `tree`, rows are below their parents. Returns empty if the table
-// has no rows.
+// line ends with a line feed. With `tree`, rows are below their parents. Returns an empty string if
+// the table has no rows.
 std::string DrawTable(const Table& table, const Style& style, bool tree);
 
 // Renders tab-separated values for scripts, one row per line. With `headings`, the first line

@@ -81,7 +81,7 @@ CheckState StateOf(const Value& status) {
   return CheckState::Unknown;
 }
 
-// Returns empty for an unknown value.
+// Returns an empty string for an unknown value.
 std::string NumberText(const Object& object, const char* field, double scale) {
   const Value value = field == nullptr ? Value{} : ReadField(object, field);
   if (const auto* count = std::get_if<std::uint64_t>(&value.m_Data)) {
@@ -215,8 +215,8 @@ CheckResult CheckObjects(const Model& model, const Object* top) {
 
 std::string Summary(const CheckResult& check, bool ascii) {
   if (check.m_Findings.empty()) return "no supported adapter found in this machine";
-  const std::string complaints = ListProblems(check, ascii);
-  if (!complaints.empty()) return WithoutBars(complaints);
+  const std::string problems = ListProblems(check, ascii);
+  if (!problems.empty()) return WithoutBars(problems);
   return fmt::format("{}, {}", CountText(CountOf(check, Kind::Adapter), "adapter"),
                      CountText(CountOf(check, Kind::Drive), "drive"));
 }

@@ -25,7 +25,8 @@ struct Finding {
   CheckState m_State;
 };
 
-// A reading with its limits as ranges; an empty member is unknown or does not apply.
+// A value with its thresholds. The warning and critical thresholds are ranges: "10:" means at least
+// 10. An empty member is unknown or does not apply.
 struct CheckReading {
   std::string m_Label;
   std::string m_Value;
@@ -37,13 +38,14 @@ struct CheckReading {
 };
 
 struct CheckResult {
-  CheckState m_State = CheckState::Unknown;  // the worst state; `Unknown` without objects
+  CheckState m_State = CheckState::Unknown;  // the worst state; `Unknown` if there are no objects
   std::vector<Finding> m_Findings;
   std::vector<CheckReading> m_Readings;
 };
 
-// Checks `top`, which is part of `model`, and the objects below it; null: all objects. The state is
-// derived only from the status that the plug-in reports. The model must outlive the result.
+// Checks `top`, which is part of `model`, and the objects below it. If `top` is null, checks all
+// objects. The state is derived only from the status that the plug-in reports. The model must
+// outlive the result.
 CheckResult CheckObjects(const Model& model, const Object* top);
 
 // Returns the reason for the state, on one line and without vertical bars.

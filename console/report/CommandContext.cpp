@@ -23,7 +23,7 @@ namespace Console {
 namespace {
 
 constexpr const char* kNoWorker = "NO_WORKER";
-constexpr const char* kWhyNoWorker =
+constexpr const char* kNoWorkerText =
     "the plug-in could not start the thread that polls the cards; no events will arrive";
 constexpr const char* kThreadAdvice =
     "Allow this user more processes and threads (ulimit -u), or free memory.";
@@ -60,7 +60,7 @@ void RequireReadableConfig() {
   }
   const std::filesystem::path file = (HostKit::ConfigDirectory() / kConfigFile).native();
   const std::string trustError = Base::ResolveTrusted(file.string()).m_TrustError;
-  const int error = trustError.empty() ? Base::ErrorOfReading(file.string()) : EPERM;
+  const int error = trustError.empty() ? Base::CheckReadable(file.string()) : EPERM;
   const std::string why = trustError.empty() ? std::strerror(error) : trustError;
   throw Failure(CodeForErrno(error), "CONFIG_UNREADABLE",
                 fmt::format("cannot read {}", file.string()), error == 0 ? "not an ini file" : why,
@@ -84,7 +84,7 @@ void StartTracing(const Options& options) {
   HostKit::SetTraceMask(*mask);
 }
 
-std::string WhyNoCards() {
+std::string NoCardsText() {
   return HostKit::CaptionOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE);
 }
 
@@ -116,14 +116,14 @@ Context Context::With(const Options& options) const {
 
 Session& Context::Open() {
   if (m_pSession) return *m_pSession;
-  if (Start().FailedThreads() > 0) m_Diagnostics.Note(kNoWorker, kWhyNoWorker, {kThreadAdvice});
+  if (Start().FailedThreads() > 0) m_Diagnostics.Note(kNoWorker, kNoWorkerText, {kThreadAdvice});
   return *m_pSession;
 }
 
 Session& Context::OpenToWait() {
   if (!m_pSession) Start();
   if (m_pSession->FailedThreads() == 0) return *m_pSession;
-  throw Failure(ExitCode::Failed, kNoWorker, "cannot wait", kWhyNoWorker, {kThreadAdvice});
+  throw Failure(ExitCode::Failed, kNoWorker, "cannot wait", kNoWorkerText, {kThreadAdvice});
 }
 
 Session& Context::OpenToFollow() {
@@ -143,7 +143,7 @@ Session& Context::Start() {
   ThrowIfStopped();
   if (!m_pSession->HasCards()) {
     m_Diagnostics.Note(HostKit::NameOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE),
-                       WhyNoCards(), {"Pass --simulate to use simulated cards."});
+                       NoCardsText(), {"Pass --simulate to use simulated cards."});
   }
   return *m_pSession;
 }

@@ -42,7 +42,7 @@ class Context {
   ~Context();
 
   // Sets the time limits for the plug-in (default: no limits).
-  void Limit(const TimeLimits& limits) { m_Limits = limits; }
+  void SetTimeLimits(const TimeLimits& limits) { m_Limits = limits; }
 
   // Returns a context with other options, which must outlive it. Its session is not open.
   Context With(const Options& options) const;

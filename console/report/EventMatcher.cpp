@@ -22,13 +22,13 @@ const Object* EventMatcher::Find(const LoggedEvent& event) const {
   return found == m_ByName.end() ? nullptr : found->second;
 }
 
-std::map<const Object*, std::vector<LoggedEvent>> EventMatcher::Sort(
+std::map<const Object*, std::vector<LoggedEvent>> EventMatcher::GroupByObject(
     const std::vector<LoggedEvent>& log) const {
-  std::map<const Object*, std::vector<LoggedEvent>> sorted;
+  std::map<const Object*, std::vector<LoggedEvent>> grouped;
   for (const LoggedEvent& event : log) {
-    if (const Object* object = Find(event)) sorted[object].push_back(event);
+    if (const Object* object = Find(event)) grouped[object].push_back(event);
   }
-  return sorted;
+  return grouped;
 }
 
 }  // namespace Console

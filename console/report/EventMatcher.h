@@ -21,7 +21,8 @@ class EventMatcher {
   // Returns the object of the event, or null.
   const Object* Find(const LoggedEvent& event) const;
   // Groups the events by object and omits those whose object has been removed.
-  std::map<const Object*, std::vector<LoggedEvent>> Sort(const std::vector<LoggedEvent>& log) const;
+  std::map<const Object*, std::vector<LoggedEvent>> GroupByObject(
+      const std::vector<LoggedEvent>& log) const;
 
  private:
   using Key = std::pair<std::uint32_t, std::string>;

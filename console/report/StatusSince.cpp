@@ -17,20 +17,20 @@ bool Ends(std::uint32_t reason, std::uint32_t event) {
                                                                              : E::CTRL_NORMAL);
 }
 
-std::string NameOfStatus(PI::_VALUE_ID status) {
+std::string StatusName(PI::_VALUE_ID status) {
   return HostKit::NameOf(HostKit::Family::Value, static_cast<std::uint32_t>(status));
 }
 
-// Returns the time of the last event `beginning`, which starts `reason`, or empty if there is none
+// Returns the time of the last event `startEvent`, which starts `reason`, or empty if there is none
 // or the reason has ended since.
-std::optional<std::uint64_t> BeginOf(std::uint32_t reason, std::uint32_t beginning,
+std::optional<std::uint64_t> StartOf(std::uint32_t reason, std::uint32_t startEvent,
                                      const std::vector<LoggedEvent>& events) {
-  std::optional<std::uint64_t> begin;
+  std::optional<std::uint64_t> start;
   for (const LoggedEvent& event : events) {
-    if (event.m_EventID == beginning) begin = event.m_Time;
-    if (Ends(reason, event.m_EventID)) begin.reset();
+    if (event.m_EventID == startEvent) start = event.m_Time;
+    if (Ends(reason, event.m_EventID)) start.reset();
   }
-  return begin;
+  return start;
 }
 
 }  // namespace
@@ -41,12 +41,12 @@ std::optional<std::uint64_t> StatusSince(const Health& health,
   for (const Reason& reason : health.m_Reasons) {
     const PI::_VALUE_ID status = HostKit::StatusOf(reason.m_Number);
     if (status == PI::Value::OK) continue;
-    const std::uint32_t beginning = HostKit::EventOf(reason.m_Number);
-    if (beginning == 0) return std::nullopt;
-    if (BareText(health.m_Status) != NameOfStatus(status)) continue;
-    const auto begin = BeginOf(reason.m_Number, beginning, events);
-    if (!begin) return std::nullopt;
-    since = std::min(since.value_or(*begin), *begin);
+    const std::uint32_t startEvent = HostKit::EventOf(reason.m_Number);
+    if (startEvent == 0) return std::nullopt;
+    if (BareText(health.m_Status) != StatusName(status)) continue;
+    const auto start = StartOf(reason.m_Number, startEvent, events);
+    if (!start) return std::nullopt;
+    since = std::min(since.value_or(*start), *start);
   }
   return since;
 }

@@ -56,7 +56,7 @@ Piece BarPiece(const Value& ratio, std::size_t columns, bool ascii) {
 
 Line CardLine(const LiveModel& live, const Object& card, const Widths& widths, bool ascii) {
   const Health health = HealthOf(card);
-  const Severity heat = TemperatureSeverity(card);
+  const Severity temperatureSeverity = TemperatureSeverity(card);
   const Value reserve = ReadField(card, "reserve_space_ratio");
   const Value used = ReadField(card, "endurance_used_ratio");
   return {
@@ -64,8 +64,9 @@ Line CardLine(const LiveModel& live, const Object& card, const Widths& widths, b
       {Fit(Human(ReadField(card, "name"), ascii), widths.m_Name) + " "},
       {Fit(StatusText(health.m_Status), Widths::kStatus) + " ", health.m_Status.m_Severity},
       {FitRight(Human(ReadField(card, "temperature_celsius"), ascii), Widths::kTemperature) + " ",
-       heat},
-      {Sparkline(live.Temperatures(card.m_ID), widths.m_Sparkline, ascii) + " ", heat},
+       temperatureSeverity},
+      {Sparkline(live.Temperatures(card.m_ID), widths.m_Sparkline, ascii) + " ",
+       temperatureSeverity},
       {FitRight(Human(reserve, ascii), Widths::kRatio) + " "},
       BarPiece(reserve, widths.m_Bar, ascii),
       {FitRight(Human(used, ascii), Widths::kRatio + 1) + " "},
@@ -90,7 +91,7 @@ Line ColumnLine(const Widths& widths) {
            Severity::Neutral, true}};
 }
 
-void Reverse(Line& line, std::size_t columns) {
+void Highlight(Line& line, std::size_t columns) {
   std::size_t used = 0;
   for (Piece& piece : line) {
     piece.m_Reverse = true;
@@ -102,7 +103,7 @@ void Reverse(Line& line, std::size_t columns) {
 
 }  // namespace
 
-CardTable DrawCardTable(const LiveModel& live, std::uint64_t chosen, std::size_t columns,
+CardTable DrawCardTable(const LiveModel& live, std::uint64_t selected, std::size_t columns,
                         bool ascii) {
   const Widths widths(columns);
   CardTable table;
@@ -110,9 +111,9 @@ CardTable DrawCardTable(const LiveModel& live, std::uint64_t chosen, std::size_t
   for (const Object* object : ObjectsWithStatus(live.Objects())) {
     Line line = object->m_Kind == Kind::Adapter ? CardLine(live, *object, widths, ascii)
                                                 : DriveLine(live, *object, widths, ascii);
-    if (object->m_ID == chosen) {
+    if (object->m_ID == selected) {
       table.m_Selected = table.m_Lines.size();
-      Reverse(line, columns);
+      Highlight(line, columns);
     }
     table.m_Lines.push_back(line);
     const Health health = HealthOf(*object);

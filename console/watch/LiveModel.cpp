@@ -63,17 +63,17 @@ void LiveModel::Read() {
   m_NextReading = steady_clock::now() + m_PollInterval / 3;
 }
 
-void LiveModel::Recall(const std::vector<LoggedEvent>& past) {
-  std::deque<Entry> since;
-  since.swap(m_Log);
+void LiveModel::AddPastEvents(const std::vector<LoggedEvent>& past) {
+  std::deque<Entry> received;
+  received.swap(m_Log);
   const EventMatcher matcher(m_Model);
   for (const LoggedEvent& event : past) Remember(matcher.Find(event), event);
-  m_Log.insert(m_Log.end(), since.begin(), since.end());
+  m_Log.insert(m_Log.end(), received.begin(), received.end());
 }
 
 void LiveModel::Remember(const Object* object, const LoggedEvent& event) {
   m_Log.push_back(
-      {EventRow(object, event), EventJson(object, event), EventSeverity(event.m_Severity)});
+      {EventRow(object, event), EventJson(object, event), SeverityClass(event.m_Severity)});
   ++m_EventCount;
   if (m_Log.size() > kMaxEvents) m_Log.pop_front();
 }

@@ -31,7 +31,7 @@ class LiveModel {
   static constexpr std::size_t kMaxEvents = 1000;
 
   // Inserts events of earlier runs before the events received so far.
-  void Recall(const std::vector<LoggedEvent>& past);
+  void AddPastEvents(const std::vector<LoggedEvent>& past);
 
   // Waits for a notification or until a third of the poll interval has elapsed since the last
   // reading, then reads everything again and returns true. Returns false if `timeout` expires or a
@@ -41,7 +41,7 @@ class LiveModel {
   const Model& Objects() const { return m_Model; }
   // The newest `kMaxEvents` events, the newest last.
   const std::deque<Entry>& Log() const { return m_Log; }
-  // The number of events received or recalled, including dropped ones.
+  // The number of events received or added, including dropped ones.
   std::size_t EventCount() const { return m_EventCount; }
   // The latest temperatures of an object, the newest last; empty for an object without a
   // temperature.

@@ -33,7 +33,7 @@ constexpr KeyRow kKeys[] = {
     {'\n', Key::Enter},         {'\r', Key::Enter},
     {KEY_RIGHT, Key::Enter},    {KEY_LEFT, Key::Back},
     {KEY_BACKSPACE, Key::Back}, {kEscape, Key::Back},
-    {'e', Key::Events},         {'q', Key::Leave},
+    {'e', Key::Events},         {'q', Key::Quit},
     {KEY_RESIZE, Key::Resize},
 };
 

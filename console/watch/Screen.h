@@ -10,20 +10,7 @@
 
 namespace Console {
 
-enum class Key {
-  None,
-  Up,
-  Down,
-  PageUp,
-  PageDown,
-  First,
-  Last,
-  Enter,
-  Back,
-  Events,
-  Leave,
-  Resize
-};
+enum class Key { None, Up, Down, PageUp, PageDown, First, Last, Enter, Back, Events, Quit, Resize };
 
 struct ScreenSize {
   std::size_t m_Rows;

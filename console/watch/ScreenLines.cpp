@@ -50,7 +50,7 @@ std::string Cut(const std::string& text, std::size_t columns, std::size_t& used)
 }
 
 constexpr std::array<const char*, 8> kBlocks = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
-constexpr std::array<const char*, 8> kSigns = {"_", ".", ":", "-", "=", "+", "*", "#"};
+constexpr std::array<const char*, 8> kAsciiBlocks = {"_", ".", ":", "-", "=", "+", "*", "#"};
 
 }  // namespace
 
@@ -85,8 +85,8 @@ Line CutLine(const Line& line, std::size_t columns) {
 }
 
 std::string Bar(double ratio, std::size_t columns, bool ascii) {
-  const double share = std::clamp(ratio, 0.0, 1.0) * static_cast<double>(columns);
-  const auto full = static_cast<std::size_t>(std::lround(share));
+  const double filled = std::clamp(ratio, 0.0, 1.0) * static_cast<double>(columns);
+  const auto full = static_cast<std::size_t>(std::lround(filled));
   std::string bar;
   for (std::size_t i = 0; i < columns; ++i) {
     bar += i < full ? (ascii ? "#" : "█") : (ascii ? "." : "░");
@@ -100,17 +100,17 @@ std::string Sparkline(const std::deque<double>& values, std::size_t columns, boo
   std::string line(columns - count, ' ');
   if (count == 0) return line;
   const auto first = values.end() - static_cast<std::ptrdiff_t>(count);
-  double least = std::numeric_limits<double>::infinity();
-  double most = -least;
+  double minimum = std::numeric_limits<double>::infinity();
+  double maximum = -minimum;
   for (auto value = first; value != values.end(); ++value) {
-    least = std::fmin(least, *value);
-    most = std::fmax(most, *value);
+    minimum = std::fmin(minimum, *value);
+    maximum = std::fmax(maximum, *value);
   }
-  const double span = std::max(most - least, minSpan);
-  const std::array<const char*, 8>& signs = ascii ? kSigns : kBlocks;
+  const double span = std::max(maximum - minimum, minSpan);
+  const std::array<const char*, 8>& blocks = ascii ? kAsciiBlocks : kBlocks;
   for (auto value = first; value != values.end(); ++value) {
-    const double height = (*value - least) / span * static_cast<double>(signs.size() - 1);
-    line += std::isnan(height) ? " " : signs[static_cast<std::size_t>(std::lround(height))];
+    const double height = (*value - minimum) / span * static_cast<double>(blocks.size() - 1);
+    line += std::isnan(height) ? " " : blocks[static_cast<std::size_t>(std::lround(height))];
   }
   return line;
 }

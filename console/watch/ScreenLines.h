@@ -35,7 +35,8 @@ Line CutLine(const Line& line, std::size_t columns);
 std::string Bar(double ratio, std::size_t columns, bool ascii);
 
 // Draws the latest values as bars of different heights, the newest on the right, and NaN as a
-// space. The scale spans at least `minSpan`, which must be above 0, so that noise stays flat.
+// space. The scale spans at least `minSpan`, which must be above 0, so that noise appears
+// as a flat line.
 std::string Sparkline(const std::deque<double>& values, std::size_t columns, bool ascii,
                       double minSpan = 8);
 

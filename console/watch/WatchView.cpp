@@ -30,15 +30,15 @@ Line Title(const LiveModel& live, ScreenSize size, const std::string& time) {
   return {{Fit(left, room) + right, Severity::Neutral, true, true}};
 }
 
-// Extracts the time from text such as 2026-11-21T05:31:02+00:00, with the date if `dated`.
-std::string WhenText(const LiveModel::Entry& entry, bool dated) {
+// Extracts the time from text such as 2026-11-21T05:31:02+00:00, with the date if `withDate`.
+std::string EventTimeText(const LiveModel::Entry& entry, bool withDate) {
   const std::string& time = entry.m_Row.m_Cells[0].m_Human;
-  return dated ? time.substr(0, 10) + " " + time.substr(11, 8) : time.substr(11, 8);
+  return withDate ? time.substr(0, 10) + " " + time.substr(11, 8) : time.substr(11, 8);
 }
 
-Line EventLine(const LiveModel::Entry& entry, bool dated) {
+Line EventLine(const LiveModel::Entry& entry, bool withDate) {
   const std::vector<Cell>& cells = entry.m_Row.m_Cells;
-  return {{WhenText(entry, dated) + "  "},
+  return {{EventTimeText(entry, withDate) + "  "},
           {Fit(cells[1].m_Human, 11) + "  ", entry.m_Severity},
           {Fit(cells[4].m_Human, 6) + "  "},
           {cells[3].m_Human + "  "},
@@ -51,11 +51,11 @@ bool IsOnDayOf(const LiveModel::Entry& entry, const std::string& time) {
 
 // Draws the log. Dates are shown unless all events are from the day of `time`.
 Lines LogLines(const LiveModel& live, const std::string& time) {
-  const bool dated =
+  const bool withDate =
       !std::all_of(live.Log().begin(), live.Log().end(),
                    [&](const LiveModel::Entry& each) { return IsOnDayOf(each, time); });
   Lines lines;
-  for (const LiveModel::Entry& entry : live.Log()) lines.push_back(EventLine(entry, dated));
+  for (const LiveModel::Entry& entry : live.Log()) lines.push_back(EventLine(entry, withDate));
   return lines;
 }
 
@@ -183,7 +183,7 @@ std::vector<Line> WatchView::VisibleLines(const std::vector<Line>& lines, std::s
 
 bool WatchView::HandleKey(Key key, const LiveModel& live) {
   switch (key) {
-    case Key::Leave:
+    case Key::Quit:
       return false;
     case Key::Events:
       m_Page = m_Page == Page::Events ? Page::Cards : Page::Events;
@@ -210,7 +210,7 @@ bool WatchView::HandleKey(Key key, const LiveModel& live) {
 void WatchView::Move(Key key, const LiveModel& live) {
   const std::ptrdiff_t step = StepOf(key, static_cast<std::ptrdiff_t>(m_PageRows));
   if (m_Page == Page::Cards) {
-    Choose(step, live.Objects());
+    MoveSelection(step, live.Objects());
     return;
   }
   const auto scroll =
@@ -218,7 +218,7 @@ void WatchView::Move(Key key, const LiveModel& live) {
   m_Scroll = static_cast<std::size_t>(std::max<std::ptrdiff_t>(scroll, 0));
 }
 
-void WatchView::Choose(std::ptrdiff_t step, const Model& model) {
+void WatchView::MoveSelection(std::ptrdiff_t step, const Model& model) {
   const std::vector<const Object*> objects = ObjectsWithStatus(model);
   if (objects.empty()) return;
   const auto at = std::find_if(objects.begin(), objects.end(),

@@ -29,7 +29,7 @@ class WatchView {
   std::vector<Line> DrawObject(const LiveModel& live, ScreenSize size);
   std::vector<Line> VisibleLines(const std::vector<Line>& lines, std::size_t rows);
   void EnsureSelection(const Model& model);
-  void Choose(std::ptrdiff_t step, const Model& model);
+  void MoveSelection(std::ptrdiff_t step, const Model& model);
   void Move(Key key, const LiveModel& live);
 
   const bool m_Ascii;

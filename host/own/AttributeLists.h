@@ -63,7 +63,7 @@
   X(bool, power_of_two_sector_size)          /* sector sizes must be powers of two */ \
   X(uint64_t, size_bytes)                    /* formatted capacity with the current settings */ \
   X(uint64_t, max_size_bytes) \
-  X(uint8_t, size_pct)                       /* size_bytes in percent of max_size_bytes */
+  X(uint8_t, size_pct)                       /* size_bytes as a percentage of max_size_bytes */
 /* clang-format on */
 
 #endif

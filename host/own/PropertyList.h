@@ -80,11 +80,11 @@
   X(FORMATTED_SIZE, 30461, "Formatted size", \
     "The capacity set by the last format.") \
   X(FORMATTED_PERCENTAGE, 30462, "Formatted percentage", \
-    "The formatted capacity in percent of the factory capacity.") \
+    "The formatted capacity as a percentage of the factory capacity.") \
   X(FORMATTING, 30463, "Formatting", \
     "A parameter of a format: the capacity to set.") \
   X(SIZE, 30464, "Size", \
-    "A parameter of a format: with CUSTOM, the capacity in percent of the factory capacity.") \
+    "A parameter of a format: with CUSTOM, the capacity as a percentage of the factory capacity.") \
   X(WRITE_THROTTLING, 30468, "Write throttling", \
     "Whether the card throttles writes, and how much.") \
   X(PCI_SEGMENT, 30479, "PCI segment", \

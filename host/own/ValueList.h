@@ -128,7 +128,7 @@
     "Minimal mode: requested when the driver was loaded.", \
     "Minimal mode was requested: remove that setting and restart the machine.") \
   X(INTERNAL, kFailedStatus, \
-    "Minimal mode: an internal fault of the card.", \
+    "Minimal mode: the card has an internal fault.", \
     "Restart the machine; if that does not help, update the firmware or have the card " \
     "replaced.") \
   X(CARD_LIMIT_EXCEEDED, kFailedStatus, \
@@ -153,8 +153,8 @@
     "Writes are throttled: the card has no blocks left for metadata.", \
     "Back up the data and have the card replaced.") \
   X(THROT_NO_MEMORY, kOkStatus, \
-    "Writes are throttled: the driver is short of memory.", \
-    "Free memory on the machine: the driver needs more.") \
+    "Writes are throttled: the driver does not have enough memory.", \
+    "Free up memory on the machine so that the driver can allocate more.") \
   X(THROT_CHIP_FAILURE, kOkStatus, \
     "Writes are throttled: a flash chip has failed.", \
     "Back up the data and have the card replaced.") \
@@ -165,18 +165,18 @@
     "Writes are throttled: the card does not get enough power.", \
     "Connect the card's external power, or move the card to a slot that provides more.") \
   X(THROT_INTERNAL, kOkStatus, \
-    "Writes are throttled for an internal reason of the card.", \
+    "Writes are throttled because of an internal condition of the card.", \
     "Restart the machine; if that does not help, update the firmware or have the card " \
     "replaced.") \
   X(THROT_POWER_LIMIT, kOkStatus, \
     "Writes are throttled: the card has reached its power limit.", \
     "Raise the card's power limit if its slot can provide more.") \
   X(THROT_GROOMER_FAILURE, kOkStatus, \
-    "Writes are throttled: the card does not free old blocks fast enough.", \
-    "Write less for a while; if that does not help, back up the data and have the card " \
+    "Writes are throttled: garbage collection on the card cannot keep up.", \
+    "Reduce the write load; if that does not help, back up the data and have the card " \
     "replaced.") \
   X(HARDWARE_FAILURE, kFailedStatus, \
-    "A part of the card has failed.", \
+    "A hardware component of the card has failed.", \
     "Have the card replaced.") \
   X(GENERAL_CHANNEL_INIT_FAIL, kFailedStatus, \
     "The card could not initialize the channels to its flash memory.", \
@@ -188,11 +188,11 @@
     "The slot has too few lanes, or is too slow, for the card to work.", \
     "Move the card to a slot with enough lanes and a fast enough link.") \
   X(PARTIAL_WRITE_THROTTLING, kFailedStatus, \
-    "The card throttles writes.", \
-    "Check the other reasons for the cause, and write less until it is resolved.") \
+    "The card is throttling writes.", \
+    "Check the other status reasons to find the cause; reduce the write load until it is fixed.") \
   X(COMPLETE_WRITE_THROTTLING, kFailedStatus, \
-    "The card throttles writes so much that almost nothing is written.", \
-    "Stop writing, back up the data, and check the other reasons for the cause.") \
+    "The card is throttling writes almost completely.", \
+    "Stop writing, back up the data, and check the other status reasons to find the cause.") \
   X(TEMPERATURE_NEAR_ERROR, kFailedStatus, \
     "The card is close to its maximum temperature.", \
     "Check fans and airflow now, and reduce the load on the card.") \
@@ -234,10 +234,10 @@
     "Check fans and airflow around the card: it writes more slowly until it has cooled down.") \
   X(LIFESPAN_WRITE_REGULATION, kWarningStatus, \
     "The card writes more slowly to reach its planned lifetime.", \
-    "Write less to this card, or plan to replace it sooner.") \
+    "Reduce the write load on this card, or plan to replace it sooner.") \
   X(MINIMAL, kWarningStatus, \
     "The card can be managed, but its data cannot be accessed.", \
-    "Check the other reasons for the cause of minimal mode: the data is safe, but not " \
+    "Check the other status reasons to find the cause: the data is safe, but not " \
     "available.") \
   X(PCI_OVERPOWER, kWarningStatus, \
     "The card draws more power from its slot than the slot is rated for.", \

@@ -22,11 +22,10 @@ namespace {
 constexpr std::int64_t kMaxNanoseconds = 1'000'000'000;
 // Small, because each step may process a string of the maximum length.
 constexpr int kStepsBetweenChecks = 100;
-// The time is checked too rarely while a statement is compiled. Nested queries can multiply
-// exponentially, and each of many conditions is compared with many others. These three limits bound
-// the cost.
+// While a statement is compiled, the time is checked too rarely. The cost can grow exponentially
+// with nested queries and quadratically with conditions; these three limits bound it.
 constexpr int kMaxQueries = 32;
-constexpr int kMaxWords = 16'384;  // inserting an adapter needs a few hundred
+constexpr int kMaxTokens = 16'384;  // inserting an adapter needs a few hundred
 constexpr std::int64_t kMaxMemory = 64 << 20;
 
 struct Limit {
@@ -40,14 +39,14 @@ constexpr Limit kLimits[] = {
     {SQLITE_LIMIT_VDBE_OP, 16'384},  // inserting an adapter takes a few thousand
 };
 
-// How much statements may grow the file, in bytes.
+// The number of bytes by which statements may grow the file.
 constexpr std::int64_t kMaxGrowth = 256 << 20;
 
 constexpr std::array kActionsOnRows = {SQLITE_READ, SQLITE_INSERT, SQLITE_UPDATE, SQLITE_DELETE};
 
 // The persistence layer uses `max`; `count` is also allowed. A single call to another function,
 // such as `trim`, could take a long time.
-constexpr std::array kFunctions = {"count", "max"};
+constexpr std::array kAllowedFunctions = {"count", "max"};
 
 bool IsSame(const char* left, const char* right) {
   return left != nullptr && strcasecmp(left, right) == 0;
@@ -60,21 +59,21 @@ bool IsRowTable(const char* name) {
   });
 }
 
-bool IsFunction(const char* name) {
-  return std::any_of(kFunctions.begin(), kFunctions.end(),
+bool IsAllowedFunction(const char* name) {
+  return std::any_of(kAllowedFunctions.begin(), kAllowedFunctions.end(),
                      [name](const char* known) { return IsSame(name, known); });
 }
 
 bool IsAllowed(int action, const char* first, const char* second, const char* schema) {
   if (std::find(kActionsOnRows.begin(), kActionsOnRows.end(), action) != kActionsOnRows.end()) {
-    // If no column of a table is read, as in COUNT(*), the library does not pass the schema.
+    // If no column of a table is read, as in COUNT(*), SQLite does not pass the schema.
     return IsRowTable(first) && (schema == nullptr || IsSame(schema, "main"));
   }
   switch (action) {
     case SQLITE_SELECT:
       return true;
     case SQLITE_FUNCTION:
-      return IsFunction(second);
+      return IsAllowedFunction(second);
     case SQLITE_PRAGMA:  // the persistence layer puts it before a statement
       return IsSame(first, "foreign_keys") && IsSame(second, "ON");
     default:
@@ -82,18 +81,18 @@ bool IsAllowed(int action, const char* first, const char* second, const char* sc
   }
 }
 
-// Counts names, numbers and operators, including those inside string literals: only the library
-// knows where a literal ends.
-int CountWords(const std::string& sql) {
-  int words = 0;
-  bool isInWord = false;
+// Counts names, numbers and operators, including those inside string literals: only SQLite knows
+// where a literal ends.
+int CountTokens(const std::string& sql) {
+  int tokens = 0;
+  bool isInToken = false;
   for (const char character : sql) {
     const auto byte = static_cast<unsigned char>(character);
-    const bool isOfWord = std::isalnum(byte) != 0 || byte == '_' || byte >= 0x80;
-    if (isOfWord ? !isInWord : std::isspace(byte) == 0) ++words;
-    isInWord = isOfWord;
+    const bool isWordByte = std::isalnum(byte) != 0 || byte == '_' || byte >= 0x80;
+    if (isWordByte ? !isInToken : std::isspace(byte) == 0) ++tokens;
+    isInToken = isWordByte;
   }
-  return words;
+  return tokens;
 }
 
 std::int64_t ThreadCpuTime() {
@@ -116,7 +115,7 @@ class Usage {
   }
 
   // Throws an error that names the exceeded limit, or `error` itself if no limit was exceeded.
-  [[noreturn]] void Explain(const SqliteError& error) const {
+  [[noreturn]] void Rethrow(const SqliteError& error) const {
     if (m_TookTooLong) throw SqliteError(SQLITE_INTERRUPT, "a statement takes too long");
     if (m_Queries > kMaxQueries) {
       throw SqliteError(SQLITE_AUTH, "a statement contains too many queries");
@@ -132,25 +131,25 @@ class Usage {
 
 int Authorize(void* usage, int action, const char* first, const char* second, const char* schema,
               const char*) {
-  const bool isWithin = usage == nullptr || static_cast<Usage*>(usage)->Allows(action);
-  return isWithin && IsAllowed(action, first, second, schema) ? SQLITE_OK : SQLITE_DENY;
+  const bool isWithinLimits = usage == nullptr || static_cast<Usage*>(usage)->Allows(action);
+  return isWithinLimits && IsAllowed(action, first, second, schema) ? SQLITE_OK : SQLITE_DENY;
 }
 
 int CheckTime(void* usage) {
   return static_cast<Usage*>(usage)->HasTakenTooLong() ? 1 : 0;
 }
 
-// Limits the additional memory of the library for the lifetime of this object. The limit applies to
-// the complete process, but the host uses its connections one at a time.
-class MemoryBound {
+// Limits how much more memory SQLite may allocate during the lifetime of this object. The limit
+// applies to the entire process, but the host uses its connections one at a time.
+class MemoryLimit {
  public:
-  MemoryBound() { sqlite3_hard_heap_limit64(sqlite3_memory_used() + kMaxMemory); }
-  ~MemoryBound() {
+  MemoryLimit() { sqlite3_hard_heap_limit64(sqlite3_memory_used() + kMaxMemory); }
+  ~MemoryLimit() {
     sqlite3_hard_heap_limit64(m_HardBefore);
     sqlite3_soft_heap_limit64(m_SoftBefore);  // setting the hard limit lowered it
   }
-  MemoryBound(const MemoryBound&) = delete;
-  MemoryBound& operator=(const MemoryBound&) = delete;
+  MemoryLimit(const MemoryLimit&) = delete;
+  MemoryLimit& operator=(const MemoryLimit&) = delete;
 
  private:
   const std::int64_t m_HardBefore = sqlite3_hard_heap_limit64(-1);
@@ -158,22 +157,22 @@ class MemoryBound {
 };
 
 // Applies the limits to the connection's statements for the lifetime of this object.
-class Bounds {
+class CallLimits {
  public:
-  Bounds(sqlite3* database, Usage& usage) : m_pDatabase(database) {
+  CallLimits(sqlite3* database, Usage& usage) : m_pDatabase(database) {
     sqlite3_set_authorizer(database, Authorize, &usage);
     sqlite3_progress_handler(database, kStepsBetweenChecks, CheckTime, &usage);
   }
-  ~Bounds() {
+  ~CallLimits() {
     sqlite3_set_authorizer(m_pDatabase, Authorize, nullptr);
     sqlite3_progress_handler(m_pDatabase, 0, nullptr, nullptr);
   }
-  Bounds(const Bounds&) = delete;
-  Bounds& operator=(const Bounds&) = delete;
+  CallLimits(const CallLimits&) = delete;
+  CallLimits& operator=(const CallLimits&) = delete;
 
  private:
   sqlite3* const m_pDatabase;
-  const MemoryBound m_Memory;
+  const MemoryLimit m_Memory;
 };
 
 // Filling free pages counts as growth: otherwise every run of a host could add as much again.
@@ -194,15 +193,15 @@ void Connection::Confine() {
 }
 
 std::vector<std::string> Connection::RunConfined(const std::string& sql) {
-  if (CountWords(sql) > kMaxWords) {
+  if (CountTokens(sql) > kMaxTokens) {
     throw SqliteError(SQLITE_TOOBIG, "a statement contains too many tokens");
   }
   Usage usage;
-  const Bounds bounds(m_pDatabase.get(), usage);
+  const CallLimits limits(m_pDatabase.get(), usage);
   try {
     return Run(sql);
   } catch (const SqliteError& error) {
-    usage.Explain(error);
+    usage.Rethrow(error);
   }
 }
 

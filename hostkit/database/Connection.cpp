@@ -20,7 +20,7 @@ namespace {
 using boost::filesystem::path;
 
 constexpr std::size_t kMaxResultSize = 64 << 20;
-constexpr int kBusyMs = 500;  // to wait for a lock of another process
+constexpr int kBusyMs = 500;  // to wait for another process's lock
 
 // After one of these errors, the connection is unusable.
 constexpr std::array kReopenCodes = {SQLITE_CANTOPEN, SQLITE_CORRUPT, SQLITE_IOERR, SQLITE_NOTADB};
@@ -45,8 +45,8 @@ bool IsAmong(const Codes& codes, int code) {
 // SQLite also uses the files with these suffixes, except for the last one, which the host locks.
 constexpr std::array kFileSuffixes = {"", "-wal", "-shm", "-journal", "-host"};
 
-// Resolves the symbolic links of `file`. Throws `SqliteError` if another user could have planted
-// the file: it might be forged, or be a link to a file that only this user may write.
+// Resolves the symbolic links of `file`. Throws `SqliteError` if another user could have created
+// the file: it might be forged, or a link to a file that only this user may write.
 path TrustedFile(const path& file) {
   const Base::TrustedPath found = Base::ResolveTrusted(file.string());
   std::string trustError = found.m_TrustError;
@@ -71,7 +71,7 @@ sqlite3* Open(const std::string& name, int flags) {
   return database;
 }
 
-sqlite3* OpenToWrite(const path& file) {
+sqlite3* OpenReadWrite(const path& file) {
   CreateDirectories(file.parent_path().string());  // opening the file reports errors
   return Open(file.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOFOLLOW);
 }
@@ -83,9 +83,9 @@ std::string UriOf(const std::string& name) {
   return uri;
 }
 
-// A file without a write-ahead log is opened as immutable: otherwise the library would create a
-// log, which may fail or leave the log behind.
-sqlite3* OpenToRead(const path& file) {
+// A file without a write-ahead log is opened as immutable: otherwise SQLite would create a log,
+// which may fail or leave the log behind.
+sqlite3* OpenReadOnly(const path& file) {
   const std::string name = file.string();
   boost::system::error_code ignored;
   const bool hasLog = boost::filesystem::exists(name + "-wal", ignored);
@@ -97,7 +97,7 @@ sqlite3* Open(const path& file, Access access) {
   if (IsInMemory(file)) return Open(file.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
   RequireAbsolute(file);
   const path trusted = TrustedFile(file);
-  return access == Access::Read ? OpenToRead(trusted) : OpenToWrite(trusted);
+  return access == Access::Read ? OpenReadOnly(trusted) : OpenReadWrite(trusted);
 }
 
 // Compiles the first statement in `rest` and advances `rest` past it. Returns null for white space
@@ -132,7 +132,7 @@ bool SqliteError::NeedsReopen() const {
   return IsAmong(kReopenCodes, m_Code);
 }
 
-bool SqliteError::MayLackOnlyWriting() const {
+bool SqliteError::MayBeReadOnly() const {
   return IsAmong(kNotWritableCodes, m_Code);
 }
 
@@ -195,8 +195,8 @@ Connection::Connection(const path& file, Access access)
   if (!IsInMemory(file)) CheckTrust(file);
 }
 
-// Checks again, because another user may have put a file there before this one was opened. A
-// trusted file stays trusted.
+// Checks again, because another user may have created the file between the first check and the
+// opening. A trusted file remains trusted.
 void Connection::CheckTrust(const path& file) {
   try {
     TrustedFile(file);
@@ -230,8 +230,7 @@ void Connection::Configure() {
   sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
-  // Temporary data must not be written to files, because the environment could choose their
-  // directory.
+  // Keeps temporary data out of files, because an environment variable could set their directory.
   Run("PRAGMA temp_store = MEMORY");
 }
 

@@ -17,22 +17,23 @@ struct sqlite3_stmt;
 
 namespace HostKit {
 
-// Thrown when a statement fails. The message is SQLite's.
+// Thrown when a database cannot be opened or used. `code` is an SQLite result code; `text` is
+// SQLite's message or, if the host has detected the error, the host's.
 class HOST_API SqliteError : public DBEXCEPTION::DatabaseException {
  public:
   SqliteError(int code, const std::string& text) : DatabaseException(text), m_Code(code) {}
 
-  // Whether only reopening the file can help.
+  // Whether the connection has become unusable, so that the file must be reopened.
   bool NeedsReopen() const;
   // Whether the cause may be that the file is read-only.
-  bool MayLackOnlyWriting() const;
+  bool MayBeReadOnly() const;
 
  private:
   int m_Code;
 };
 
-// One statement with placeholders, for the host's own tables. The connection must outlive it. All
-// members throw `SqliteError` on failure.
+// A prepared statement, for the host's own tables. The connection must outlive it. All members
+// throw `SqliteError` on failure.
 class HOST_API Statement {
  public:
   Statement(sqlite3* database, const std::string& sql);
@@ -46,9 +47,9 @@ class HOST_API Statement {
   Statement& BindRow(const Statement& row);
   // Moves to the next row; returns false after the last one.
   bool Step();
-  // Returns a cell of the current row; columns count from 0.
+  // Return a cell of the current row; columns are numbered from 0. For NULL, `Integer` returns 0,
+  // `OptionalInteger` returns std::nullopt, and `Text` returns "NULL".
   std::int64_t Integer(int column) const;
-  // Returns std::nullopt for NULL.
   std::optional<std::int64_t> OptionalInteger(int column) const;
   std::string Text(int column) const;
 
@@ -58,9 +59,9 @@ class HOST_API Statement {
   int m_Bound = 0;
 };
 
-// How a file is opened. `Read` neither creates nor changes anything. `AnotherToWrite` is for a file
+// How a file is opened. `Read` neither creates nor changes anything. `SecondWriter` is for a file
 // that another connection has already opened and checked.
-enum class Access { Write, AnotherToWrite, Read };
+enum class Access { Write, SecondWriter, Read };
 
 class HOST_API Connection {
  public:

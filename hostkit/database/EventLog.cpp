@@ -33,16 +33,16 @@ constexpr const char* kNewestNumber =
     "SELECT seq FROM sqlite_sequence WHERE name = 'host_event_log'";
 
 // SQLite's integers are signed; the conversion preserves the bits.
-std::int64_t Bits(std::uint64_t value) {
+std::int64_t ToSigned(std::uint64_t value) {
   return static_cast<std::int64_t>(value);
 }
 
-std::int64_t UpToLargest(std::uint64_t value) {
+std::int64_t ClampToInt64(std::uint64_t value) {
   constexpr auto kLargest = std::numeric_limits<std::int64_t>::max();
-  return value > static_cast<std::uint64_t>(kLargest) ? kLargest : Bits(value);
+  return value > static_cast<std::uint64_t>(kLargest) ? kLargest : ToSigned(value);
 }
 
-LoggedEvent EventOf(const Statement& row) {
+LoggedEvent EventFromRow(const Statement& row) {
   LoggedEvent event;
   event.m_Number = row.Integer(0);
   event.m_Time = static_cast<std::uint64_t>(row.Integer(1));
@@ -56,30 +56,30 @@ LoggedEvent EventOf(const Statement& row) {
   return event;
 }
 
-std::vector<LoggedEvent> EventsOf(Statement& statement) {
+std::vector<LoggedEvent> FetchEvents(Statement& statement) {
   std::vector<LoggedEvent> events;
-  while (statement.Step()) events.push_back(EventOf(statement));
+  while (statement.Step()) events.push_back(EventFromRow(statement));
   return events;
 }
 
 void Append(Connection& connection, const LoggedEvent& event) {
   Statement statement = connection.Prepare(kAppend);
-  statement.Bind(UpToLargest(event.m_Time)).Bind(event.m_Severity).Bind(event.m_EventID);
-  statement.Bind(Bits(event.m_ObjectID)).Bind(event.m_SourceName).Bind(event.m_Message);
+  statement.Bind(ClampToInt64(event.m_Time)).Bind(event.m_Severity).Bind(event.m_EventID);
+  statement.Bind(ToSigned(event.m_ObjectID)).Bind(event.m_SourceName).Bind(event.m_Message);
   statement.Bind(event.m_SerialNumber).Bind(event.m_ObjectType).Step();
 }
 
 }  // namespace
 
 LoggedEvent LogEntryFor(const PI::CEvent& event) {
-  LoggedEvent worded{};
-  worded.m_Time = event.m_Time;
-  worded.m_Severity = event.m_Severity;
-  worded.m_EventID = event.m_EventID;
-  worded.m_ObjectID = event.m_ObjectID;
-  worded.m_SourceName = event.m_SourceName;
-  worded.m_Message = MessageOf(event);
-  return worded;
+  LoggedEvent entry{};
+  entry.m_Time = event.m_Time;
+  entry.m_Severity = event.m_Severity;
+  entry.m_EventID = event.m_EventID;
+  entry.m_ObjectID = event.m_ObjectID;
+  entry.m_SourceName = event.m_SourceName;
+  entry.m_Message = MessageOf(event);
+  return entry;
 }
 
 void AppendEvents(Connection& connection, const std::vector<LoggedEvent>& events) {
@@ -87,7 +87,7 @@ void AppendEvents(Connection& connection, const std::vector<LoggedEvent>& events
   connection.Prepare(kTrim).Bind(kMaxEvents).Step();
 }
 
-// Uses one transaction, to wait at most once for a lock of another process.
+// Uses one transaction, to wait at most once for another process's lock.
 void AppendEvents(const std::vector<LoggedEvent>& events) {
   if (events.empty()) return;
   TheDatabase()->With([&](Connection& connection) {
@@ -96,10 +96,10 @@ void AppendEvents(const std::vector<LoggedEvent>& events) {
 }
 
 std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
-  return TheDatabase()->WithToRead([&](Connection& connection) {
+  return TheDatabase()->WithReadAccess([&](Connection& connection) {
     Statement statement = connection.Prepare(kNewest);
-    statement.Bind(UpToLargest(sinceMs)).Bind(UpToLargest(limit));
-    std::vector<LoggedEvent> events = EventsOf(statement);
+    statement.Bind(ClampToInt64(sinceMs)).Bind(ClampToInt64(limit));
+    std::vector<LoggedEvent> events = FetchEvents(statement);
     std::reverse(events.begin(), events.end());
     return events;
   });
@@ -107,8 +107,8 @@ std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
 
 std::vector<LoggedEvent> ReadEventsAfter(Connection& connection, std::int64_t number) {
   Statement statement = connection.Prepare(kAfter);
-  constexpr std::int64_t kAll = -1;
-  return EventsOf(statement.Bind(number).Bind(kAll));
+  constexpr std::int64_t kNoLimit = -1;
+  return FetchEvents(statement.Bind(number).Bind(kNoLimit));
 }
 
 std::int64_t NewestEventNumber(Connection& connection) {
@@ -117,20 +117,20 @@ std::int64_t NewestEventNumber(Connection& connection) {
 }
 
 std::int64_t NewestEventNumber() {
-  return TheDatabase()->WithToRead(
+  return TheDatabase()->WithReadAccess(
       [](Connection& connection) { return NewestEventNumber(connection); });
 }
 
 std::vector<LoggedEvent> ReadEventsAfter(std::int64_t number, std::size_t limit) {
-  return TheDatabase()->WithToRead([&](Connection& connection) {
+  return TheDatabase()->WithReadAccess([&](Connection& connection) {
     Statement statement = connection.Prepare(kAfter);
-    statement.Bind(number).Bind(UpToLargest(limit));
-    return EventsOf(statement);
+    statement.Bind(number).Bind(ClampToInt64(limit));
+    return FetchEvents(statement);
   });
 }
 
 EventNumbers ReadEventNumbers() {
-  return TheDatabase()->WithToRead([](Connection& connection) {
+  return TheDatabase()->WithReadAccess([](Connection& connection) {
     Statement statement = connection.Prepare(kNumbers);
     statement.Step();
     return EventNumbers{statement.Integer(0), statement.Integer(1)};

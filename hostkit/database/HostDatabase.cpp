@@ -19,7 +19,7 @@ namespace {
 using boost::filesystem::path;
 
 // A run is identified by a random number.
-std::int64_t DrawRunNumber() {
+std::int64_t RandomRunNumber() {
   try {
     std::random_device device;
     return std::uniform_int_distribution<std::int64_t>(1)(device);
@@ -28,10 +28,10 @@ std::int64_t DrawRunNumber() {
   }
 }
 
-// Returns the database that the environment names now. A relative name is resolved, because the
+// Returns the database that the environment now specifies. A relative name is resolved, because the
 // host may change its working directory later; without a working directory it remains relative and
 // cannot be opened.
-path FileOfEnvironment() {
+path FileFromEnvironment() {
   const path file = DatabaseFile();
   if (HostKit::IsInMemory(file) || file.is_absolute()) return file;
   boost::system::error_code error;
@@ -81,8 +81,8 @@ void HostDatabase::Reopen() {
 }
 
 void HostDatabase::BeginRun() {
-  m_File = FileOfEnvironment();
-  m_RunNumber = DrawRunNumber();
+  m_File = FileFromEnvironment();
+  m_RunNumber = RandomRunNumber();
 }
 
 bool HostDatabase::IsInMemory() const {
@@ -107,17 +107,17 @@ Connection& HostDatabase::OwnConnection() {
 Connection& HostDatabase::RowsConnection() {
   Connection& own = OwnConnection();
   if (m_RowsAreInFile && m_pRows) return *m_pRows;
-  if (!IsInMemory() && m_RowsLock.Take(own.File())) {
-    PutRowsIntoFile(own);
+  if (!IsInMemory() && m_RowsLock.TryAcquire(own.File())) {
+    StoreRowsInFile(own);
   } else if (!m_pRows) {
     KeepRowsInMemory();
   }
   return *m_pRows;
 }
 
-void HostDatabase::PutRowsIntoFile(Connection& own) {
+void HostDatabase::StoreRowsInFile(Connection& own) {
   PrepareRowTables(own, m_RunNumber, m_pRows.get());
-  auto rows = std::make_unique<Connection>(own.File(), Access::AnotherToWrite);
+  auto rows = std::make_unique<Connection>(own.File(), Access::SecondWriter);
   rows->Confine();
   m_pRows = std::move(rows);
   m_RowsAreInFile = true;

@@ -32,7 +32,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   // Opens the file, which clears the rows of an earlier run. Throws `SqliteError`.
   void OpenRows();
 
-  // Starts a new run with the file that the environment names now.
+  // Starts a new run with the file that the environment now specifies.
   void Reopen();
 
   // Runs `use` with the connection for the host's own tables, with the lock held and cancellation
@@ -46,11 +46,11 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   // Like `With`, for a `use` that only reads. If the file cannot be written, `use` runs with a
   // read-only connection; it may then run twice.
   template <class Use>
-  auto WithToRead(Use use) {
+  auto WithReadAccess(Use use) {
     try {
       return With(use);
     } catch (const SqliteError& error) {
-      if (!error.MayLackOnlyWriting()) throw;
+      if (!error.MayBeReadOnly()) throw;
     }
     const Base::CancellationGuard guard;
     const Base::MutexLock lock(m_Lock);
@@ -78,7 +78,7 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
   bool IsInMemory() const HOST_REQUIRES(m_Lock);
   Connection& OwnConnection() HOST_REQUIRES(m_Lock);
   Connection& RowsConnection() HOST_REQUIRES(m_Lock);
-  void PutRowsIntoFile(Connection& own) HOST_REQUIRES(m_Lock);
+  void StoreRowsInFile(Connection& own) HOST_REQUIRES(m_Lock);
   void KeepRowsInMemory() HOST_REQUIRES(m_Lock);
   void Recover(const SqliteError& error) HOST_REQUIRES(m_Lock);
   void CloseFile() HOST_REQUIRES(m_Lock);

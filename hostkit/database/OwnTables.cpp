@@ -8,8 +8,8 @@ void WithOwnTables(const OwnTablesUse& use) {
   TheDatabase()->With(use);
 }
 
-void WithOwnTablesToRead(const OwnTablesUse& use) {
-  TheDatabase()->WithToRead(use);
+void ReadOwnTables(const OwnTablesUse& use) {
+  TheDatabase()->WithReadAccess(use);
 }
 
 }  // namespace HostKit

@@ -25,7 +25,7 @@ HOST_API void WithOwnTables(const OwnTablesUse& use);
 
 // Like `WithOwnTables`, for a `use` that only reads. If the file cannot be written, `use` runs with
 // a read-only connection; it may then run twice.
-HOST_API void WithOwnTablesToRead(const OwnTablesUse& use);
+HOST_API void ReadOwnTables(const OwnTablesUse& use);
 
 // Creates a table if it is missing. Drops any triggers and indexes that were added to the table,
 // and a view with its name. Call in a transaction.

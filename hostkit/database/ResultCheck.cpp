@@ -43,13 +43,12 @@ bool CanBeRead(const std::string& cell, DatabaseORM::column_kind_t kind) {
 void RequireReadable(const TableShape& table, const std::vector<std::string>& cells) {
   const std::size_t width = table.m_Columns.size();
   if (cells.size() % width != 0) {
-    throw SqliteError(SQLITE_MISMATCH, "the result has incomplete rows of " + table.m_Name);
+    throw SqliteError(SQLITE_MISMATCH, "the result contains an incomplete row of " + table.m_Name);
   }
   for (std::size_t i = 0; i < cells.size(); ++i) {
     const ColumnShape& column = table.m_Columns[i % width];
     if (CanBeRead(cells[i], column.m_Kind)) continue;
-    throw SqliteError(SQLITE_MISMATCH,
-                      "a cell of " + table.m_Name + "." + column.m_Name + " cannot be read");
+    throw SqliteError(SQLITE_MISMATCH, "invalid value in " + table.m_Name + "." + column.m_Name);
   }
 }
 

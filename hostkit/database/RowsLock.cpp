@@ -13,7 +13,7 @@ namespace {
 // has locked it.
 constexpr int kMaxTries = 10;
 
-// A file of another user is not accepted: that user could keep it locked.
+// Another user's file is not accepted: that user could keep it locked.
 bool IsOwnFile(const Base::Descriptor& file) {
   struct stat status {};
   if (!file.IsOpen() || fstat(file.Get(), &status) != 0) return false;
@@ -29,7 +29,7 @@ bool IsOpenToOthers(const Base::Descriptor& file) {
 
 }  // namespace
 
-bool RowsLock::Take(const boost::filesystem::path& database) {
+bool RowsLock::TryAcquire(const boost::filesystem::path& database) {
   m_File = database.string() + "-host";
   if (m_IsHeld && !HasMoved()) return true;
   m_IsHeld = false;

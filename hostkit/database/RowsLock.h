@@ -17,10 +17,10 @@ class RowsLock {
   RowsLock(const RowsLock&) = delete;
   RowsLock& operator=(const RowsLock&) = delete;
 
-  // Takes the lock of that database if it is free, and returns whether this host holds it now.
-  // Never waits. Call `Release` before taking the lock of another database. The path must not
+  // Acquires the lock of that database if it is free, and returns whether this host now holds it.
+  // Never waits. Call `Release` before acquiring the lock of another database. The path must not
   // contain symbolic links: another path to the same database would use another lock.
-  bool Take(const boost::filesystem::path& database);
+  bool TryAcquire(const boost::filesystem::path& database);
   // Releases the lock, if it is held, and removes the lock file.
   void Release();
 

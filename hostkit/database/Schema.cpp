@@ -11,15 +11,15 @@ namespace HostKit {
 
 namespace {
 
-constexpr const char* kOwnTables =
+constexpr const char* kEventLogTable =
     "CREATE TABLE IF NOT EXISTS host_event_log ("
     "number INTEGER PRIMARY KEY AUTOINCREMENT, time INTEGER NOT NULL, severity INTEGER NOT NULL, "
     "event_id INTEGER NOT NULL, object_id INTEGER NOT NULL, name TEXT NOT NULL, "
     "message TEXT NOT NULL) STRICT;";
 
 // The log drops its oldest events, but the counts must not decrease. A trigger counts every
-// appended event, including those of an older version of the host. The first time, the
-// events in the log are counted.
+// appended event, including those of an older version of the host. An empty table is initialized
+// from the events in the log.
 constexpr const char* kEventCounts =
     "CREATE TABLE IF NOT EXISTS host_event_counts (event_id INTEGER NOT NULL, "
     "severity INTEGER NOT NULL, count INTEGER NOT NULL, PRIMARY KEY (event_id, severity)) STRICT;"
@@ -33,9 +33,9 @@ constexpr const char* kCountingTrigger =
 const TableShape kRunTable = {
     "host_life", {}, "CREATE TABLE host_life (number INTEGER NOT NULL) STRICT"};
 
-// In earlier versions of the host, a string from a card could create triggers, which would also run
-// in this host, indexes that reject a second event, and views with the name of a table. SQL ignores
-// the case of names. The tables of the log themselves are never dropped.
+// In earlier versions of the host, a string from a card could create triggers (which would also run
+// in this host), indexes that reject a second event, and views with the name of a table. SQL
+// ignores the case of names. The tables of the log themselves are never dropped.
 constexpr const char* kUnexpectedInLog =
     "SELECT type, name FROM sqlite_schema WHERE type <> 'table' AND name = ?1 COLLATE NOCASE "
     "OR type = 'trigger' AND sql <> ?2 "
@@ -114,7 +114,7 @@ void EnsureRowTable(Connection& connection, const TableShape& shape) {
   if (SqlOf(connection, shape.m_Name).empty()) connection.Run(shape.m_Sql);
 }
 
-bool IsOfRun(Connection& connection, std::int64_t run) {
+bool BelongsToRun(Connection& connection, std::int64_t run) {
   Statement statement = connection.Prepare("SELECT 1 FROM host_life WHERE number = ?");
   return statement.Bind(run).Step();
 }
@@ -147,7 +147,7 @@ void PrepareOwnTables(Connection& connection) {
     for (const char* table : {"host_event_log", "host_event_counts"}) {
       DropUnexpected(connection, kUnexpectedInLog, table, kCountingTrigger);
     }
-    connection.Run(kOwnTables);
+    connection.Run(kEventLogTable);
     AddColumnsToEventLog(connection);
     connection.Run(kEventCounts);
     EnsureCountingTrigger(connection);
@@ -158,7 +158,7 @@ void PrepareRowTables(Connection& connection, std::int64_t run, Connection* pSou
   InTransaction(connection, [&] {
     EnsureRowTable(connection, kRunTable);
     for (const TableShape& shape : RowTables()) EnsureRowTable(connection, shape);
-    if (!IsOfRun(connection, run)) BeginRun(connection, run, pSource);
+    if (!BelongsToRun(connection, run)) BeginRun(connection, run, pSource);
   });
 }
 

@@ -69,7 +69,7 @@ class TableBuilder {
         m_pTable(std::make_shared<DatabaseORM::table_t<Row>>()) {
     m_pMap->alias = alias;
     m_pTable->name = name;
-    m_Sql = "ID INTEGER PRIMARY KEY" + CheckOf("ID", TypeOf(static_cast<const int*>(nullptr)));
+    m_Sql = "ID INTEGER PRIMARY KEY" + CheckClause("ID", TypeOf(static_cast<const int*>(nullptr)));
     Append("ID", &Row::id, true);
   }
 
@@ -81,7 +81,7 @@ class TableBuilder {
     }
     const std::string column = m_pMap->alias + "_" + SnakeCase(name);
     constexpr ColumnType type = TypeOf(static_cast<const Field*>(nullptr));
-    m_Sql += ", " + column + " " + type.m_Sql + CheckOf(column, type);
+    m_Sql += ", " + column + " " + type.m_Sql + CheckClause(column, type);
     Append(column, member, false);
     return *this;
   }
@@ -100,7 +100,7 @@ class TableBuilder {
   }
 
  private:
-  static std::string CheckOf(const std::string& column, const ColumnType& type) {
+  static std::string CheckClause(const std::string& column, const ColumnType& type) {
     const std::string range = boost::replace_all_copy(std::string(type.m_Range), "$", column);
     return range.empty() ? range : " CHECK (" + range + ")";
   }

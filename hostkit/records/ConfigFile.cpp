@@ -57,7 +57,7 @@ std::uint32_t CConfigFile::ReadKeyValue(const std::string& key, std::string& val
       return HostKit::RESULT_OK;
     case HostKit::IniLookup::NoKey:
       return HostKit::RESULT_NO_KEY;
-    case HostKit::IniLookup::NoIni:
+    case HostKit::IniLookup::NotIni:
       break;
   }
   return HostKit::RESULT_UNREADABLE;

@@ -35,7 +35,7 @@ bool BeginsSection(const std::string& line) {
 
 IniLookup FindIniValue(const std::string& text, const std::string& key, std::string& value) {
   const auto tree = Parse(text);
-  if (!tree) return IniLookup::NoIni;
+  if (!tree) return IniLookup::NotIni;
   // Not `get`, which would treat a dot in the key as the separator after a section.
   const auto found = tree->find(key);
   // A section is a node with children.

@@ -5,8 +5,8 @@
 
 namespace HostKit {
 
-// The result of a lookup. `NoIni` means that the text is not an ini file.
-enum class IniLookup { Found, NoKey, NoIni };
+// The result of a lookup. `NotIni` means that the text is not an ini file.
+enum class IniLookup { Found, NoKey, NotIni };
 
 // Reads the value of `key` from `text`. Sets `value` only if the key was found.
 IniLookup FindIniValue(const std::string& text, const std::string& key, std::string& value);

@@ -45,13 +45,13 @@ inline constexpr std::array kErrorTexts{
              "Check the drive's status; its card may have to be attached or detached first."},
 };
 
-constexpr bool ErrorsAdvise() {
+constexpr bool FailuresHaveAdvice() {
   for (const ErrorRow& row : kErrorTexts) {
     if (row.m_Number != PI::SUCCESS && *row.m_Advice == 0) return false;
   }
   return true;
 }
 
-static_assert(NumbersAreAscending(kErrorTexts) && ErrorsAdvise());
+static_assert(NumbersAreAscending(kErrorTexts) && FailuresHaveAdvice());
 
 }  // namespace HostKit

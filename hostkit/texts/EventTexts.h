@@ -15,16 +15,16 @@ inline constexpr PI::_SEVERITY kWarning = PI::SEVERITY_WARNING;
 inline constexpr PI::_SEVERITY kError = PI::SEVERITY_ERROR;
 
 // An event that reports a reason has the reason's advice.
-constexpr EventAdvice OfReason(PI::_VALUE_ID reason) {
+constexpr EventAdvice ReasonAdvice(PI::_VALUE_ID reason) {
   const auto number = static_cast<std::uint32_t>(reason);
   return {number, FindRow(kReasonTexts, number)->m_Advice};
 }
 
-constexpr EventAdvice Do(const char* what) {
-  return {0, what};
+constexpr EventAdvice Advice(const char* text) {
+  return {0, text};
 }
 
-constexpr EventAdvice kNothingToDo = {0, ""};
+constexpr EventAdvice kNoAdvice = {0, ""};
 
 #define HOSTKIT_EVENT(name, number, severity, places, message, advice) \
   EventRow{number, severity, places, message, advice},
@@ -33,19 +33,19 @@ constexpr EventAdvice kNothingToDo = {0, ""};
 inline constexpr std::array kEventTexts{
     EventRow{PI::Event::UNDEFINED, kInformation, 0,
              "An event without a description.",
-             kNothingToDo},
+             kNoAdvice},
     EventRow{PI::Event::CONNECTED, kInformation, 0,
              "The connection was established.",
-             kNothingToDo},
+             kNoAdvice},
     EventRow{PI::Event::DISCONNECTED, kInformation, 0,
              "The connection was closed.",
-             kNothingToDo},
+             kNoAdvice},
     EventRow{PI::Event::UNEXPECTED_DISCONNECT, kError, 0,
              "The connection was lost.",
-             Do("Check that the other side is running, then connect again.")},
+             Advice("Check that the other side is running, then connect again.")},
     EventRow{PI::Event::TEST_TRAP, kInformation, 0,
              "Test message. No action needed.",
-             kNothingToDo},
+             kNoAdvice},
     PI_EVENTS(HOSTKIT_EVENT)
 };
 // clang-format on
@@ -70,13 +70,13 @@ constexpr bool AllPlaceholdersAgree() {
 }
 
 // Every warning and error has advice.
-constexpr bool WarningsAdvise() {
+constexpr bool WarningsHaveAdvice() {
   for (const EventRow& row : kEventTexts) {
     if (row.m_Severity >= kWarning && *row.m_Advice.m_Text == 0) return false;
   }
   return true;
 }
 
-static_assert(NumbersAreAscending(kEventTexts) && AllPlaceholdersAgree() && WarningsAdvise());
+static_assert(NumbersAreAscending(kEventTexts) && AllPlaceholdersAgree() && WarningsHaveAdvice());
 
 }  // namespace HostKit

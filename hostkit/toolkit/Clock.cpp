@@ -10,9 +10,9 @@ namespace HostKit {
 
 namespace {
 
-class NothingToWaitFor final : public Condition {
+class NeverMet final : public Condition {
  public:
-  bool Met() const override { return false; }
+  bool IsMet() const override { return false; }
   bool Take(ThreadRecord&) override { return false; }
   std::string Text() const override { return "time to pass"; }
 };
@@ -25,9 +25,9 @@ std::int64_t SteadyNowNs() {
 }
 
 void SleepUntilNs(std::int64_t deadlineNs) {
-  NothingToWaitFor nothing;
+  NeverMet condition;
   Monitor::Get().WaitPoint();
-  Monitor::Get().WaitUntil(nothing, deadlineNs);
+  Monitor::Get().WaitUntil(condition, deadlineNs);
 }
 
 }  // namespace HostKit

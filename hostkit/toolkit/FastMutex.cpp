@@ -38,10 +38,10 @@ std::string LockState::Text() const {
   return owner == nullptr ? name : name + ", held by " + owner->name;
 }
 
-bool LockState::FailsNow() {
+bool LockState::CountDownToFailure() {
   if (!m_MayFail) return false;
   const MonitorLock lock;
-  for (unsigned int& toGo : m_FailingWaits) --toGo;
+  for (unsigned int& remaining : m_FailingWaits) --remaining;
   const auto due = std::find(m_FailingWaits.begin(), m_FailingWaits.end(), 0U);
   if (due == m_FailingWaits.end()) return false;
   m_FailingWaits.erase(due);
@@ -60,7 +60,7 @@ using HostKit::MonitorLock;
 namespace {
 
 // Counts a waiter before the waiter tries the lock again. `Release` frees the lock before it checks
-// for waiters. So the waiter sees the free lock, or `Release` sees the waiter.
+// for waiters. Therefore either the waiter sees the free lock, or `Release` sees the waiter.
 class CountedWaiter {
  public:
   explicit CountedWaiter(HostKit::LockState& state) : m_State(state) { ++m_State.m_Waiters; }
@@ -94,7 +94,7 @@ unsigned int CFastMutex::Wait(unsigned int timeoutMs) {
   if (!m_pState->m_Usable) return WAIT_FAILED;
   Monitor& monitor = Monitor::Get();
   monitor.WaitPoint();
-  if (m_pState->FailsNow()) return WAIT_FAILED;
+  if (m_pState->CountDownToFailure()) return WAIT_FAILED;
   if (m_pState->Take(Monitor::Self())) return WAIT_SUCCEEDED;
 
   const std::shared_ptr<State> state = m_pState;

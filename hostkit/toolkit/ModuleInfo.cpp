@@ -10,12 +10,12 @@ namespace HostKit {
 
 namespace {
 
-std::uint32_t MaskOfEnvironment() {
+std::uint32_t MaskFromEnvironment() {
   const char* levels = secure_getenv("CORVANE_TRACE");
   if (levels == nullptr || *levels == '\0') return 0;
   const auto mask = ParseTraceLevels(levels);
   if (!mask) {
-    std::fprintf(stderr, "CORVANE_TRACE is not a number or a list of levels; tracing is off: %s\n",
+    std::fprintf(stderr, "CORVANE_TRACE is not a number or a list of levels: %s; tracing is off\n",
                  Base::Printable(levels).c_str());
   }
   return mask.value_or(0);
@@ -23,7 +23,7 @@ std::uint32_t MaskOfEnvironment() {
 
 }  // namespace
 
-Modules::Modules() : m_TraceMask(MaskOfEnvironment()) {}
+Modules::Modules() : m_TraceMask(MaskFromEnvironment()) {}
 
 Modules& Modules::Get() {
   static Modules& modules = *new Modules;

@@ -40,14 +40,14 @@ std::shared_ptr<ThreadRecord> NewRecord() {
 
 // Releases the monitor while a handler is called. The thread safety analysis cannot follow a lock
 // that one function releases and another acquires again.
-class Unlocked {
+class ScopedUnlock {
  public:
-  explicit Unlocked(MonitorLock& lock) HOST_NO_THREAD_SAFETY_ANALYSIS : m_Lock(lock) {
+  explicit ScopedUnlock(MonitorLock& lock) HOST_NO_THREAD_SAFETY_ANALYSIS : m_Lock(lock) {
     m_Lock.Unlock();
   }
-  ~Unlocked() HOST_NO_THREAD_SAFETY_ANALYSIS { m_Lock.Lock(); }
-  Unlocked(const Unlocked&) = delete;
-  Unlocked& operator=(const Unlocked&) = delete;
+  ~ScopedUnlock() HOST_NO_THREAD_SAFETY_ANALYSIS { m_Lock.Lock(); }
+  ScopedUnlock(const ScopedUnlock&) = delete;
+  ScopedUnlock& operator=(const ScopedUnlock&) = delete;
 
  private:
   MonitorLock& m_Lock;
@@ -65,7 +65,7 @@ void WakeSignal::AwaitUntil(MonitorLock&, std::int64_t deadlineNs) {
   pthread_cond_clockwait(&m_Condition, g_Monitor.Native().native_handle(), CLOCK_MONOTONIC, &until);
 }
 
-void WaitScheduler::CancelHere(ThreadRecord& self) {
+void WaitScheduler::TestCancel(ThreadRecord& self) {
   if (!self.cancelRequested.load(std::memory_order_relaxed)) return;
   // As in real time, the request remains pending while the thread has disabled cancellation.
   int state = PTHREAD_CANCEL_ENABLE;
@@ -103,7 +103,7 @@ void Monitor::Release(std::shared_ptr<ThreadRecord> record) {
   MonitorLock lock;
   if (m_pSelector == record.get()) {
     m_pSelector = nullptr;
-    Leave(lock, *record);
+    UnregisterThread(lock, *record);
   }
   if (record->heldLocks > 0) m_EndedLockOwners.push_back(std::move(record));
 }
@@ -135,7 +135,7 @@ bool Monitor::WaitUntil(Condition& condition, std::int64_t deadlineNs) {
   ThreadRecord& self = Self();
   WaitScheduler& scheduler = Scheduler();
   MonitorLock lock;
-  scheduler.CancelHere(self);
+  scheduler.TestCancel(self);
   if (condition.Take(self)) return true;
   if (deadlineNs <= scheduler.SteadyNs()) return false;
 
@@ -144,7 +144,7 @@ bool Monitor::WaitUntil(Condition& condition, std::int64_t deadlineNs) {
   while (!sleeper.timedOut) {
     sleeper.woken = false;
     scheduler.Block(lock, sleeper);
-    scheduler.CancelHere(self);
+    scheduler.TestCancel(self);
     if (condition.Take(self)) return true;
   }
   return false;
@@ -163,41 +163,41 @@ std::int64_t Monitor::DeadlineAfter(unsigned int timeoutMs) const {
 void Monitor::WaitPoint() {
   ThreadRecord& self = Self();
   WaitScheduler& scheduler = Scheduler();
-  scheduler.Point(self);
-  scheduler.CancelHere(self);
+  scheduler.SwitchPoint(self);
+  scheduler.TestCancel(self);
 }
 
 void Monitor::WakeReadyThreads(const MonitorLock&) {
   WaitScheduler& scheduler = Scheduler();
   for (Sleeper* sleeper : m_Sleepers) {
-    if (!sleeper->woken && sleeper->condition.Met()) scheduler.Wake(*sleeper);
+    if (!sleeper->woken && sleeper->condition.IsMet()) scheduler.Wake(*sleeper);
   }
 }
 
-void Monitor::Join(const MonitorLock&, ThreadRecord& thread) {
-  if (thread.knownDepth++ > 0) return;
-  m_Known.push_back(&thread);
+void Monitor::RegisterThread(const MonitorLock&, ThreadRecord& thread) {
+  if (thread.registrations++ > 0) return;
+  m_Registered.push_back(&thread);
   Scheduler().OnThreadAdded(thread);
 }
 
-void Monitor::Leave(MonitorLock& lock, ThreadRecord& thread) {
-  if (--thread.knownDepth > 0) return;
-  m_Known.erase(std::find(m_Known.begin(), m_Known.end(), &thread));
+void Monitor::UnregisterThread(MonitorLock& lock, ThreadRecord& thread) {
+  if (--thread.registrations > 0) return;
+  m_Registered.erase(std::find(m_Registered.begin(), m_Registered.end(), &thread));
   Scheduler().OnThreadRemoved(lock, thread);
 }
 
 void Monitor::SelectMode(WaitScheduler& scheduler, std::uint64_t seed) {
   ThreadRecord& self = Self();
   const MonitorLock lock;
-  for (const ThreadRecord* thread : m_Known) {
-    const bool onlySelected = thread == m_pSelector && thread->knownDepth == 1;
+  for (const ThreadRecord* thread : m_Registered) {
+    const bool onlySelected = thread == m_pSelector && thread->registrations == 1;
     if (thread == &self || onlySelected) continue;
-    throw std::logic_error("the time mode was changed while " + thread->name + " runs");
+    throw std::logic_error("the time mode was changed while " + thread->name + " was running");
   }
-  if (m_pSelector != nullptr) --m_pSelector->knownDepth;
+  if (m_pSelector != nullptr) --m_pSelector->registrations;
   m_pSelector = &self;
-  ++self.knownDepth;
-  m_Known.assign(1, &self);
+  ++self.registrations;
+  m_Registered.assign(1, &self);
   scheduler.Restart(seed);
   m_pScheduler.store(&scheduler, std::memory_order_release);
   scheduler.OnThreadAdded(self);
@@ -224,7 +224,7 @@ void Monitor::ReportDeadlock(MonitorLock& lock) {
     std::fprintf(stderr, "deadlock:\n%s\n", waits.c_str());
     std::abort();
   }
-  const Unlocked unlocked(lock);
+  const ScopedUnlock unlock(lock);
   handler(waits);
 }
 

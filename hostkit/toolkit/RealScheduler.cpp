@@ -23,7 +23,7 @@ class RealScheduler final : public WaitScheduler {
     sleeper.thread.wake.Send();
   }
 
-  void CancelHere(ThreadRecord&) override { pthread_testcancel(); }
+  void TestCancel(ThreadRecord&) override { pthread_testcancel(); }
 
  private:
   mutable std::atomic<std::int64_t> m_AheadOfSteadyMs{std::numeric_limits<std::int64_t>::min()};

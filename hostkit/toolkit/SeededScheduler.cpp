@@ -30,24 +30,24 @@ void SeededScheduler::Begin(MonitorLock& lock, ThreadRecord& self) {
 void SeededScheduler::OnThreadRemoved(MonitorLock& lock, ThreadRecord& thread) {
   if (m_pTurn != &thread) return;
   m_pTurn = nullptr;
-  PassOn(lock, nullptr);
+  PassTurn(lock, nullptr);
 }
 
-void SeededScheduler::Point(ThreadRecord& self) {
-  if (self.knownDepth == 0 || self.pinned) return;
+void SeededScheduler::SwitchPoint(ThreadRecord& self) {
+  if (self.registrations == 0 || self.pinned) return;
   MonitorLock lock;
   MaybeFireTimer();
-  ThreadRecord* next = Draw();
+  ThreadRecord* next = PickReadyThread();
   if (next == &self) return;
-  GiveTurn(next);
+  SetTurn(next);
   AwaitTurn(lock, self);
 }
 
 void SeededScheduler::Block(MonitorLock& lock, Sleeper& sleeper) {
-  const bool known = sleeper.thread.knownDepth > 0;
+  const bool registered = sleeper.thread.registrations > 0;
   sleeper.thread.blocked = true;
-  if (known || m_pTurn == nullptr) PassOn(lock, &sleeper);
-  if (known) {
+  if (registered || m_pTurn == nullptr) PassTurn(lock, &sleeper);
+  if (registered) {
     AwaitTurn(lock, sleeper.thread);
   } else {
     while (!sleeper.woken) sleeper.thread.wake.Await(lock);
@@ -56,37 +56,39 @@ void SeededScheduler::Block(MonitorLock& lock, Sleeper& sleeper) {
 
 void SeededScheduler::Wake(Sleeper& sleeper) {
   VirtualScheduler::Wake(sleeper);
-  // Only an unknown thread can wake another while no thread has the turn.
-  if (m_pTurn == nullptr && sleeper.thread.knownDepth > 0) m_pTurn = &sleeper.thread;
+  // Only an unregistered thread can wake another while no thread has the turn.
+  if (m_pTurn == nullptr && sleeper.thread.registrations > 0) m_pTurn = &sleeper.thread;
 }
 
 void SeededScheduler::AwaitTurn(MonitorLock& lock, ThreadRecord& self) {
   while (m_pTurn != &self) self.wake.Await(lock);
 }
 
-void SeededScheduler::PassOn(MonitorLock& lock, Sleeper* own) {
+void SeededScheduler::PassTurn(MonitorLock& lock, Sleeper* own) {
   MaybeFireTimer();
-  Settle(lock, own);
+  AdvanceIfIdle(lock, own);
   const bool others = m_pTurn != nullptr && (own == nullptr || m_pTurn != &own->thread);
-  if (!others) GiveTurn(Draw());
+  if (!others) SetTurn(PickReadyThread());
 }
 
 void SeededScheduler::MaybeFireTimer() {
   if (m_Random() % kSwitchesPerTimeout == 0) JumpToDeadline();
 }
 
-ThreadRecord* SeededScheduler::Draw() {
+ThreadRecord* SeededScheduler::PickReadyThread() {
   std::size_t ready = 0;
-  for (const ThreadRecord* thread : Monitor::Get().Known()) ready += thread->blocked ? 0 : 1;
+  for (const ThreadRecord* thread : Monitor::Get().RegisteredThreads()) {
+    ready += thread->blocked ? 0 : 1;
+  }
   if (ready == 0) return nullptr;
   std::size_t skip = m_Random() % ready;
-  for (ThreadRecord* thread : Monitor::Get().Known()) {
+  for (ThreadRecord* thread : Monitor::Get().RegisteredThreads()) {
     if (!thread->blocked && skip-- == 0) return thread;
   }
   return nullptr;
 }
 
-void SeededScheduler::GiveTurn(ThreadRecord* thread) {
+void SeededScheduler::SetTurn(ThreadRecord* thread) {
   m_pTurn = thread;
   if (thread != nullptr) thread->wake.Send();
 }

@@ -46,7 +46,7 @@ class ThreadEndGuard {
     MonitorLock lock;
     m_State->m_Ended = true;
     monitor.WakeReadyThreads(lock);
-    monitor.Leave(lock, *m_State->m_pRecord);
+    monitor.UnregisterThread(lock, *m_State->m_pRecord);
   }
 
   ThreadEndGuard(const ThreadEndGuard&) = delete;
@@ -75,11 +75,11 @@ extern "C" void* HostKitThread(void* launch) {
 }
 
 // Counts this start, and returns true if it must fail.
-bool FailsNow(std::vector<unsigned int>& startsToGo) {
-  for (unsigned int& toGo : startsToGo) --toGo;
-  const auto due = std::find(startsToGo.begin(), startsToGo.end(), 0U);
-  if (due == startsToGo.end()) return false;
-  startsToGo.erase(due);
+bool CountDownToFailure(std::vector<unsigned int>& startsLeft) {
+  for (unsigned int& left : startsLeft) --left;
+  const auto due = std::find(startsLeft.begin(), startsLeft.end(), 0U);
+  if (due == startsLeft.end()) return false;
+  startsLeft.erase(due);
   return true;
 }
 
@@ -91,14 +91,14 @@ bool Start(std::unique_ptr<Launch> launch) {
   ThreadState& state = *launch->state;
   MonitorLock lock;
   if (state.m_Created) return false;
-  if (FailsNow(Ledger::Get().failingThreadCreates)) {
+  if (CountDownToFailure(Ledger::Get().failingThreadCreates)) {
     ++g_FailedThreads;
     return false;
   }
-  monitor.Join(lock, *state.m_pRecord);
+  monitor.RegisterThread(lock, *state.m_pRecord);
   pthread_t thread{};
   if (pthread_create(&thread, nullptr, HostKitThread, launch.get()) != 0) {
-    monitor.Leave(lock, *state.m_pRecord);
+    monitor.UnregisterThread(lock, *state.m_pRecord);
     ++g_FailedThreads;
     return false;
   }

@@ -24,19 +24,19 @@ void OnDeadlock(std::function<void(const std::string& waits)> handler) {
   Monitor::Get().SetDeadlockHandler(std::move(handler));
 }
 
-KnownThread::KnownThread(const char* name) {
+RegisteredThread::RegisteredThread(const char* name) {
   Monitor& monitor = Monitor::Get();
   ThreadRecord& self = Monitor::Self();
   MonitorLock lock;
-  if (self.knownDepth == 0) self.name = name;
-  monitor.Join(lock, self);
-  if (self.knownDepth == 1) monitor.Scheduler().Begin(lock, self);
+  if (self.registrations == 0) self.name = name;
+  monitor.RegisterThread(lock, self);
+  if (self.registrations == 1) monitor.Scheduler().Begin(lock, self);
 }
 
-KnownThread::~KnownThread() {
+RegisteredThread::~RegisteredThread() {
   Monitor& monitor = Monitor::Get();
   MonitorLock lock;
-  monitor.Leave(lock, Monitor::Self());
+  monitor.UnregisterThread(lock, Monitor::Self());
 }
 
 void SwitchPoint() {
@@ -44,7 +44,7 @@ void SwitchPoint() {
 }
 
 bool IsOnKitTime() {
-  return !Monitor::Get().Scheduler().IsReal() && Monitor::Self().knownDepth > 0;
+  return !Monitor::Get().Scheduler().IsReal() && Monitor::Self().registrations > 0;
 }
 
 }  // namespace HostKit

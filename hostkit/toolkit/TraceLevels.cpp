@@ -9,7 +9,7 @@ namespace HostKit {
 namespace {
 
 // A decimal number, or a hexadecimal one after "0x", with optional white space around it.
-std::optional<std::uint32_t> Number(const std::string& text) {
+std::optional<std::uint32_t> ParseNumber(const std::string& text) {
   const std::string digits = boost::algorithm::trim_copy(text);
   const bool hexadecimal = boost::algorithm::istarts_with(digits, "0x");
   const char* first = digits.data() + (hexadecimal ? 2 : 0);
@@ -26,11 +26,11 @@ bool IsLevel(std::uint32_t number) {
 
 // Parses a list. Each element must be a single level: "3" in a list is more likely a mistake than a
 // mask.
-std::optional<std::uint32_t> List(const std::string& text) {
+std::optional<std::uint32_t> ParseList(const std::string& text) {
   std::uint32_t mask = 0;
   for (std::size_t begin = 0; begin <= text.size();) {
     const std::size_t end = std::min(text.find(',', begin), text.size());
-    const auto level = Number(text.substr(begin, end - begin));
+    const auto level = ParseNumber(text.substr(begin, end - begin));
     if (!level || !IsLevel(*level)) return std::nullopt;
     mask |= *level;
     begin = end + 1;
@@ -44,7 +44,7 @@ std::optional<std::uint32_t> ParseTraceLevels(const std::string& text) {
   const std::string word = boost::algorithm::trim_copy(text);
   if (boost::algorithm::iequals(word, "all")) return ~std::uint32_t{0};
   if (boost::algorithm::iequals(word, "off")) return 0;
-  return word.find(',') == word.npos ? Number(word) : List(word);
+  return word.find(',') == word.npos ? ParseNumber(word) : ParseList(word);
 }
 
 }  // namespace HostKit

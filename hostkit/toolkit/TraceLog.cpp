@@ -28,7 +28,7 @@ namespace {
 constexpr std::size_t kFileBytes = 10 * 1024 * 1024;
 constexpr std::size_t kOlderFiles = 3;
 
-std::unique_ptr<spdlog::logger> LogInto(spdlog::sink_ptr sink) {
+std::unique_ptr<spdlog::logger> CreateLogger(spdlog::sink_ptr sink) {
   auto logger = std::make_unique<spdlog::logger>("corvane", std::move(sink));
   logger->set_formatter(std::make_unique<spdlog::pattern_formatter>(
       "%Y-%m-%dT%H:%M:%S.%eZ %v", spdlog::pattern_time_type::utc));
@@ -42,8 +42,8 @@ std::unique_ptr<spdlog::logger> LogInto(spdlog::sink_ptr sink) {
   return logger;
 }
 
-std::unique_ptr<spdlog::logger> LogToStandardError() {
-  return LogInto(std::make_shared<spdlog::sinks::stderr_sink_st>());
+std::unique_ptr<spdlog::logger> OpenStandardErrorLog() {
+  return CreateLogger(std::make_shared<spdlog::sinks::stderr_sink_st>());
 }
 
 void RequireTrusted(const std::string& trustError) {
@@ -51,9 +51,9 @@ void RequireTrusted(const std::string& trustError) {
 }
 
 // Creates the file without following links, because the library would follow them. Called before
-// the library opens a file, including the next file when one is full. Once the file exists and
-// is owned by this user, no other user can replace it.
-void CreateWithoutFollowing(const std::string& path) {
+// the library opens a file, including the next file when one is full. Once the file exists and is
+// owned by this user, no other user can replace it.
+void CreateNoFollow(const std::string& path) {
   const Base::TrustedPath trusted = Base::ResolveTrusted(path);
   RequireTrusted(trusted.m_TrustError);
   CreateDirectories(std::filesystem::path(path).parent_path());
@@ -68,32 +68,32 @@ void CreateWithoutFollowing(const std::string& path) {
 }
 
 // Returns null if the file cannot be opened, with the reason in errno.
-std::unique_ptr<spdlog::logger> LogToFile(const std::string& path) {
+std::unique_ptr<spdlog::logger> OpenFileLog(const std::string& path) {
   const Base::TrustedPath file = Base::ResolveTrusted(path);
   errno = EPERM;
   if (!file.m_TrustError.empty()) return nullptr;
   spdlog::file_event_handlers handlers;
-  handlers.before_open = CreateWithoutFollowing;
+  handlers.before_open = CreateNoFollow;
   try {
-    return LogInto(std::make_shared<spdlog::sinks::rotating_file_sink_st>(
+    return CreateLogger(std::make_shared<spdlog::sinks::rotating_file_sink_st>(
         file.m_File.string(), kFileBytes, kOlderFiles, false, handlers));
   } catch (const spdlog::spdlog_ex&) {
     return nullptr;
   }
 }
 
-std::unique_ptr<spdlog::logger> LogOfEnvironment() {
+std::unique_ptr<spdlog::logger> OpenConfiguredLog() {
   const char* path = secure_getenv("CORVANE_TRACE_FILE");
-  if (path == nullptr || *path == '\0') return LogToStandardError();
-  auto log = LogToFile(path);
+  if (path == nullptr || *path == '\0') return OpenStandardErrorLog();
+  auto log = OpenFileLog(path);
   if (log) return log;
   const std::string trustError = Base::ResolveTrusted(path).m_TrustError;
-  std::fprintf(stderr, "CORVANE_TRACE_FILE cannot be opened, tracing to standard error: %s\n",
+  std::fprintf(stderr, "CORVANE_TRACE_FILE cannot be opened: %s; tracing to standard error\n",
                Base::Printable(trustError.empty() ? path : trustError).c_str());
-  return LogToStandardError();
+  return OpenStandardErrorLog();
 }
 
-// Formats one line of the log. A card's strings may contain line breaks; the result does not.
+// Formats one line of the log. Escapes line breaks, which a card's strings may contain.
 std::string Render(const TraceLine& line) {
   return Base::Printable(std::to_string(line.level) + ' ' + line.module + ' ' + line.file + ' ' +
                          line.function + ':' + std::to_string(line.line) + ' ' + line.text);
@@ -113,7 +113,7 @@ class TraceLog {
   }
 
   bool SetFile(const std::string& path) {
-    auto log = path.empty() ? LogToStandardError() : LogToFile(path);
+    auto log = path.empty() ? OpenStandardErrorLog() : OpenFileLog(path);
     if (!log) return false;
     const Base::MutexLock lock(m_Mutex);
     m_Log = std::move(log);
@@ -123,7 +123,7 @@ class TraceLog {
   void Write(const TraceLine& line);
 
  private:
-  TraceLog() : m_Log(LogOfEnvironment()) {}
+  TraceLog() : m_Log(OpenConfiguredLog()) {}
 
   Base::Mutex m_Mutex;
   std::function<void(const TraceLine&)> m_Sink HOST_GUARDED_BY(m_Mutex);

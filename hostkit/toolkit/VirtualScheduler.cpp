@@ -17,7 +17,7 @@ constexpr std::int64_t kFirstSteadyNs = 1'000'000'000'000;
 
 void VirtualScheduler::Restart(std::uint64_t) {
   m_NowNs = kFirstSteadyNs;
-  m_Reported = false;
+  m_DeadlockReported = false;
 }
 
 std::int64_t VirtualScheduler::EpochMs() const {
@@ -25,17 +25,17 @@ std::int64_t VirtualScheduler::EpochMs() const {
 }
 
 void VirtualScheduler::OnThreadRemoved(MonitorLock& lock, ThreadRecord&) {
-  Settle(lock, nullptr);
+  AdvanceIfIdle(lock, nullptr);
 }
 
 void VirtualScheduler::Block(MonitorLock& lock, Sleeper& sleeper) {
   sleeper.thread.blocked = true;
-  Settle(lock, &sleeper);
+  AdvanceIfIdle(lock, &sleeper);
   while (!sleeper.woken) sleeper.thread.wake.Await(lock);
 }
 
 void VirtualScheduler::Wake(Sleeper& sleeper) {
-  m_Reported = false;
+  m_DeadlockReported = false;
   sleeper.woken = true;
   sleeper.thread.blocked = false;
   sleeper.thread.wake.Send();
@@ -56,18 +56,18 @@ bool VirtualScheduler::JumpToDeadline() {
   return true;
 }
 
-// A thread that the kit does not know counts as running from its wake-up until it continues.
+// An unregistered thread counts as running from its wake-up until it continues.
 bool VirtualScheduler::AnyThreadCanRun() const {
-  const auto& known = Monitor::Get().Known();
+  const auto& registered = Monitor::Get().RegisteredThreads();
   const auto& sleepers = Monitor::Get().Sleepers();
-  return std::any_of(known.begin(), known.end(),
+  return std::any_of(registered.begin(), registered.end(),
                      [](auto* thread) HOST_REQUIRES(g_Monitor) { return !thread->blocked; }) ||
          std::any_of(sleepers.begin(), sleepers.end(),
                      [](auto* sleeper) HOST_REQUIRES(g_Monitor) { return sleeper->woken; });
 }
 
-void VirtualScheduler::Settle(MonitorLock& lock, Sleeper* own) {
-  while (!AnyThreadCanRun() && !JumpToDeadline() && !m_Reported) {
+void VirtualScheduler::AdvanceIfIdle(MonitorLock& lock, Sleeper* own) {
+  while (!AnyThreadCanRun() && !JumpToDeadline() && !m_DeadlockReported) {
     if (Monitor::Get().Sleepers().empty()) return;
     ReportDeadlock(lock, own);
   }
@@ -75,7 +75,7 @@ void VirtualScheduler::Settle(MonitorLock& lock, Sleeper* own) {
 
 // The handler may use the kit to resolve the deadlock, so its thread counts as running.
 void VirtualScheduler::ReportDeadlock(MonitorLock& lock, Sleeper* own) {
-  m_Reported = true;
+  m_DeadlockReported = true;
   if (own != nullptr) own->thread.blocked = false;
   Monitor::Get().ReportDeadlock(lock);
   if (own != nullptr) own->thread.blocked = !own->woken;

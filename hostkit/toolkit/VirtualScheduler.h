@@ -1,4 +1,4 @@
-// The time mode with native threads and a clock that jumps ahead when all of them wait.
+// The time mode with native threads and a clock that jumps ahead when all threads are waiting.
 #pragma once
 
 #include "hostkit/toolkit/WaitScheduler.h"
@@ -19,18 +19,18 @@ class VirtualScheduler : public WaitScheduler {
   // Moves the clock to the earliest deadline and wakes the threads that wait for it. Returns false
   // if no thread has a deadline.
   bool JumpToDeadline() HOST_REQUIRES(g_Monitor);
-  // Called when a thread stops running: the thread of `own` blocks or, if `own` is null, a thread
-  // has ended. If no thread can run now, moves the clock to the earliest deadline, or reports a
-  // deadlock if there is none.
-  void Settle(MonitorLock& lock, Sleeper* own) HOST_REQUIRES(g_Monitor);
+  // Called when a thread stops running, either because it blocks (`own` is its sleeper) or because
+  // it has ended (`own` is null). If no other thread can run, moves the clock to the earliest
+  // deadline, or reports a deadlock if there is none.
+  void AdvanceIfIdle(MonitorLock& lock, Sleeper* own) HOST_REQUIRES(g_Monitor);
 
  private:
   bool AnyThreadCanRun() const HOST_REQUIRES(g_Monitor);
   void ReportDeadlock(MonitorLock& lock, Sleeper* own) HOST_REQUIRES(g_Monitor);
 
-  std::atomic<std::int64_t> m_NowNs{0};  // written under the monitor only
-  // A deadlock was reported, and no thread was woken since.
-  bool m_Reported HOST_GUARDED_BY(g_Monitor) = false;
+  std::atomic<std::int64_t> m_NowNs{0};  // written only with the monitor held
+  // A deadlock has been reported, and no thread has been woken since.
+  bool m_DeadlockReported HOST_GUARDED_BY(g_Monitor) = false;
 };
 
 WaitScheduler& VirtualTime();

@@ -19,12 +19,12 @@ struct LockState : Condition {
   ~LockState() override;
 
   // Only `Text` needs the monitor.
-  bool Met() const override { return m_pOwner.load() == nullptr; }
+  bool IsMet() const override { return m_pOwner.load() == nullptr; }
   bool Take(ThreadRecord& taker) override;
   std::string Text() const override HOST_REQUIRES(g_Monitor);
 
   // Counts this wait, and returns true if it must fail.
-  bool FailsNow() HOST_EXCLUDES(g_Monitor);
+  bool CountDownToFailure() HOST_EXCLUDES(g_Monitor);
 
   std::atomic<bool> m_Usable{false};
   std::atomic<ThreadRecord*> m_pOwner{nullptr};
@@ -42,7 +42,7 @@ struct EventState : Condition {
   EventState();
   ~EventState() override;
 
-  bool Met() const override HOST_REQUIRES(g_Monitor) { return m_Set; }
+  bool IsMet() const override HOST_REQUIRES(g_Monitor) { return m_Set; }
   bool Take(ThreadRecord& taker) override HOST_REQUIRES(g_Monitor);
   std::string Text() const override HOST_REQUIRES(g_Monitor);
 
@@ -58,7 +58,7 @@ struct ThreadState : Condition {
   ThreadState();
   ~ThreadState() override;
 
-  bool Met() const override HOST_REQUIRES(g_Monitor) { return m_Ended; }
+  bool IsMet() const override HOST_REQUIRES(g_Monitor) { return m_Ended; }
   bool Take(ThreadRecord&) override HOST_REQUIRES(g_Monitor) { return m_Ended; }
   std::string Text() const override;
 

@@ -16,7 +16,7 @@ constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kImmediately = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kNsPerMs = 1'000'000;
 
-// The mutex of the monitor, which guards the kit's state of threads and their waits.
+// The mutex of the monitor, which guards the state of the kit's threads and their waits.
 inline Base::Mutex g_Monitor;
 
 // Holds `g_Monitor`. A function with such a parameter must be called with that mutex held.
@@ -51,15 +51,15 @@ struct ThreadRecord {
   WakeSignal wake;
   std::atomic<bool> cancelRequested{false};
 
-  // Written before another thread can reach the record, or under the monitor.
+  // Written before another thread can reach the record, or with the monitor held.
   std::string name;
 
   Sleeper* sleeper HOST_GUARDED_BY(g_Monitor) = nullptr;  // set while it blocks
   bool blocked HOST_GUARDED_BY(g_Monitor) = false;
 
-  // Above 0 if virtual time waits for the thread. Written under the monitor; the thread itself
-  // reads it without holding the monitor.
-  unsigned int knownDepth = 0;
+  // Above 0 if virtual time waits for the thread. Written with the monitor held; the thread itself
+  // reads it without the monitor.
+  unsigned int registrations = 0;
 
   // Only the thread itself uses these.
   unsigned int heldLocks = 0;
@@ -71,7 +71,7 @@ class Condition {
  public:
   virtual ~Condition() = default;
   // Whether `Take` would succeed.
-  virtual bool Met() const HOST_REQUIRES(g_Monitor) = 0;
+  virtual bool IsMet() const HOST_REQUIRES(g_Monitor) = 0;
   // Takes the lock, event or other condition on behalf of `taker`. Returns false, without an
   // effect, if it is not available.
   virtual bool Take(ThreadRecord& taker) HOST_REQUIRES(g_Monitor) = 0;
@@ -102,22 +102,22 @@ class WaitScheduler {
   virtual std::int64_t EpochMs() const = 0;
   virtual bool IsReal() const = 0;
 
-  // Called when a thread was added to or removed from the known threads. The thread's creator calls
+  // Called when a thread was registered or unregistered. The thread's creator calls
   // `OnThreadAdded`; the thread itself calls `Begin` before it does anything else.
   virtual void OnThreadAdded(ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
   virtual void Begin(MonitorLock&, ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
   virtual void OnThreadRemoved(MonitorLock&, ThreadRecord&) HOST_REQUIRES(g_Monitor) {}
 
   // A switch point: another thread may run here.
-  virtual void Point(ThreadRecord&) HOST_EXCLUDES(g_Monitor) {}
+  virtual void SwitchPoint(ThreadRecord&) HOST_EXCLUDES(g_Monitor) {}
   // Blocks until the sleeper was woken or its deadline has passed.
   virtual void Block(MonitorLock& lock, Sleeper& sleeper) HOST_REQUIRES(g_Monitor) = 0;
-  // Lets a blocked thread continue.
+  // Unblocks a thread.
   virtual void Wake(Sleeper& sleeper) HOST_REQUIRES(g_Monitor) = 0;
 
   // A cancellation point: ends the calling thread, `self`, if its cancellation was requested. Call
   // with or without the monitor held.
-  virtual void CancelHere(ThreadRecord& self);
+  virtual void TestCancel(ThreadRecord& self);
 };
 
 }  // namespace HostKit

@@ -17,7 +17,7 @@ class EventSet final : public HostKit::Condition {
   bool Empty() const { return m_Events.empty(); }
   unsigned int Taken() const { return m_Taken; }
 
-  bool Met() const override HOST_REQUIRES(HostKit::g_Monitor);
+  bool IsMet() const override HOST_REQUIRES(HostKit::g_Monitor);
   bool Take(HostKit::ThreadRecord& taker) override HOST_REQUIRES(HostKit::g_Monitor);
   std::string Text() const override HOST_REQUIRES(HostKit::g_Monitor);
 
@@ -32,15 +32,15 @@ class EventSet final : public HostKit::Condition {
   unsigned int m_Taken = 0;
 };
 
-bool EventSet::Met() const {
+bool EventSet::IsMet() const {
   const auto isSet = [](const Entry& entry)
-                         HOST_REQUIRES(HostKit::g_Monitor) { return entry.event->Met(); };
+                         HOST_REQUIRES(HostKit::g_Monitor) { return entry.event->IsMet(); };
   return m_All ? std::all_of(m_Events.begin(), m_Events.end(), isSet)
                : std::any_of(m_Events.begin(), m_Events.end(), isSet);
 }
 
 bool EventSet::Take(HostKit::ThreadRecord& taker) {
-  if (!Met()) return false;
+  if (!IsMet()) return false;
   bool taken = false;
   for (const Entry& entry : m_Events) {
     if (!entry.event->Take(taker)) continue;

@@ -30,7 +30,7 @@ struct ApiContext {
   StateThread& m_State;
   MetricsCache& m_Metrics;  // used only by `m_State`
   // Time limits of a request for a new snapshot, and for a call to the plug-in.
-  std::chrono::milliseconds m_FreshTimeout{30000};
+  std::chrono::milliseconds m_RefreshTimeout{30000};
   std::chrono::milliseconds m_CallTimeout{120000};
 };
 

@@ -28,7 +28,7 @@ constexpr const char* kEventStreamType = "text/event-stream";
 const ResponseRow kDocument = {200, "The JSON document that the console prints.", kJsonType,
                                "Document"};
 const ResponseRow kUnchanged = {
-    304, "The snapshot is unchanged: its entity tag is in If-None-Match.", nullptr, nullptr};
+    304, "The snapshot is unchanged: its entity tag matches If-None-Match.", nullptr, nullptr};
 const ResponseRow kNoContent = {204, "Done.", nullptr, nullptr};
 const ResponseRow kText = {200, "A one-word status.", kTextType, nullptr};
 const ResponseRow kJob = {202, "The job that runs the operation.", kJsonType, "Job"};
@@ -36,10 +36,10 @@ const ResponseRow kJob = {202, "The job that runs the operation.", kJsonType, "J
 const ProblemRow kDown = {503, "PLUGIN_DOWN", "The plug-in is not running."};
 const ProblemRow kNoObject = {404, "NO_SUCH_OBJECT", "No such card or drive."};
 const ProblemRow kAmbiguous = {404, "AMBIGUOUS", "The name matches more than one object."};
-const ProblemRow kTimedOut = {504, "TIMED_OUT", "The plug-in does not respond."};
-const ProblemRow kBusy = {503, "TOO_MANY_CALLS", "Too many commands are waiting for the plug-in."};
-const ProblemRow kInvalidQuery = {400, "QUERY_INVALID", "A value in the query is invalid."};
-const ProblemRow kUsage = {400, "USAGE", "A value in the query is not valid for the command."};
+const ProblemRow kTimedOut = {504, "TIMED_OUT", "The plug-in is not responding."};
+const ProblemRow kBusy = {503, "TOO_MANY_CALLS", "Too many requests are waiting."};
+const ProblemRow kInvalidQuery = {400, "QUERY_INVALID", "A query parameter is missing or invalid."};
+const ProblemRow kUsage = {400, "USAGE", "The command rejected a query parameter."};
 const ProblemRow kInvalidBody = {400, "BODY_INVALID", "The body does not match its schema."};
 const ProblemRow kNotConfirmed = {409, "NOT_CONFIRMED", "The confirmation is missing or wrong."};
 const ProblemRow kJobRunning = {409, "JOB_RUNNING", "Another job is running on the card."};
@@ -242,7 +242,7 @@ const std::vector<ApiRow> kRows = {
      "/v1/events/stream",
      Access::Read,
      "streamEvents",
-     "server-sent events after Last-Event-ID, or new events only",
+     "stream of new events, or of all events after Last-Event-ID",
      GetEventStream,
      {{200, "Server-sent events of the types event, snapshot and gap.", kEventStreamType, nullptr}},
      {kInvalidEventId, kTooManyStreams}},
@@ -310,17 +310,17 @@ const std::vector<ApiRow> kRows = {
 };
 
 const std::vector<ProblemRow> kCommonProblems = {
-    {400, "PATH_INVALID", "The path is not percent-encoded UTF-8, or contains NUL."},
-    {400, "QUERY_INVALID", "The query is not percent-encoded UTF-8."},
+    {400, "PATH_INVALID", "The path is not valid percent-encoded UTF-8, or contains NUL."},
+    {400, "QUERY_INVALID", "The query is not valid percent-encoded UTF-8."},
     {400, "QUERY_UNKNOWN", "The query has an unknown parameter."},
     {400, "QUERY_REPEATED", "A query parameter is repeated."},
     {400, "HEADER_INVALID", "A header is not UTF-8 or contains NUL."},
-    {400, "BODY_MISSING", "The request needs a body."},
+    {400, "BODY_MISSING", "The request requires a body."},
     {400, "BODY_NOT_ALLOWED", "The request must not have a body."},
     {403, "PERMISSION_DENIED", "The user does not have this permission."},
     {403, "READ_ONLY", "Changes are possible over the Unix socket only."},
     {403, "HOST_NOT_ALLOWED", "The Host header does not name this service."},
-    {403, "ORIGIN_NOT_ALLOWED", "The request came from a page of another origin."},
+    {403, "ORIGIN_NOT_ALLOWED", "The request came from a page from another origin."},
     {404, "NOT_FOUND", "No such path."},
     {405, "METHOD_NOT_ALLOWED", "The method is not allowed for this path."},
     {413, "BODY_TOO_LARGE", "The body is larger than 64 KiB."},
@@ -356,7 +356,7 @@ std::optional<std::string> BodyError(const ApiRow& row, const Http::Request& req
 }
 
 // Returns the operation and the values in its path, such as "getCard/FA00000001", for the log and
-// for the recognition of repeated requests.
+// for recognizing repeated requests.
 std::string TargetOf(const ApiRow& row, const Http::Request& request) {
   std::string target = row.m_Id;
   for (const auto& [name, value] : request.m_Parameters) target += "/" + value;

@@ -35,7 +35,7 @@ Response WithEntityTag(Response response, const Snapshot& snapshot) {
 
 // Returns the command for an object of a snapshot. Throws `Console::Failure` if the object
 // does not exist.
-using CommandFor = std::function<Words(const Snapshot&)>;
+using CommandFor = std::function<Arguments(const Snapshot&)>;
 
 Response AnswerFrom(const ApiContext& api, const SnapshotPtr& snapshot, const CommandFor& command) {
   return ResponseOf(
@@ -52,9 +52,10 @@ Reply AnswerObjects(const ApiContext& api, const Request& request, CommandFor co
 }
 
 CommandFor ShowCommand(const Request& request, const std::string& suffix) {
-  return [serial = request.m_Parameters.at("serial"), suffix](const Snapshot& snapshot) -> Words {
-    return {"show", "-o", "json", CardName(snapshot, serial) + suffix};
-  };
+  return
+      [serial = request.m_Parameters.at("serial"), suffix](const Snapshot& snapshot) -> Arguments {
+        return {"show", "-o", "json", CardName(snapshot, serial) + suffix};
+      };
 }
 
 // Returns empty if the database cannot be used; the metrics then contain no events.
@@ -69,7 +70,7 @@ std::optional<std::vector<HostKit::EventCount>> TryToCountEvents() {
 }  // namespace
 
 Reply GetCards(const ApiContext& api, const Request& request) {
-  return AnswerObjects(api, request, [](const Snapshot&) -> Words {
+  return AnswerObjects(api, request, [](const Snapshot&) -> Arguments {
     return {"list", "-o", "json"};
   });
 }
@@ -90,18 +91,18 @@ Reply GetStatus(const ApiContext& api, const Request&) {
 
 // All other query parameters are named after the command's options.
 Reply GetEvents(const ApiContext& api, const Request& request) {
-  Words words = {"events", "-o", "json"};
-  Words object;
+  Arguments arguments = {"events", "-o", "json"};
+  Arguments object;
   for (const auto& [name, value] : request.m_Query) {
     if (name == "object") {
       object = {"--", value};
     } else {
-      words.push_back("--" + name + "=" + value);
+      arguments.push_back("--" + name + "=" + value);
     }
   }
-  words.insert(words.end(), object.begin(), object.end());
-  return AnswerFromDatabase(api,
-                            [&api, words] { return DocumentOf(api, api.m_Store.Get(), words); });
+  arguments.insert(arguments.end(), object.begin(), object.end());
+  return AnswerFromDatabase(
+      api, [&api, arguments] { return DocumentOf(api, api.m_Store.Get(), arguments); });
 }
 
 Reply GetMetrics(const ApiContext& api, const Request&) {
@@ -121,7 +122,7 @@ Reply GetHealth(const ApiContext&, const Request&) {
 
 Reply GetReadiness(const ApiContext& api, const Request&) {
   const SnapshotPtr snapshot = api.m_Store.Get();
-  if (!snapshot->m_Plugin.m_IsUp) return MakeDownProblem(snapshot->m_Plugin);
+  if (!snapshot->m_Plugin.m_IsUp) return MakePluginDownProblem(snapshot->m_Plugin);
   return Http::MakeResponse(200, kText, "ready\n");
 }
 

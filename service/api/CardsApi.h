@@ -1,4 +1,5 @@
-// Handlers for cards, events, metrics and the state of the service. They read the snapshot.
+// Handlers for cards, events, metrics and the state of the service. They read the snapshot and the
+// event log.
 #pragma once
 
 #include "service/api/ApiContext.h"

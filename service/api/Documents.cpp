@@ -43,32 +43,32 @@ Response MakeJson(unsigned status, const nlohmann::ordered_json& document) {
   return Http::MakeResponse(status, kJsonType, JsonText(document));
 }
 
-Response MakeDownProblem(const PluginState& plugin) {
-  return Http::MakeProblem(503, "PLUGIN_DOWN", plugin.WhyDown());
+Response MakePluginDownProblem(const PluginState& plugin) {
+  return Http::MakeProblem(503, "PLUGIN_DOWN", plugin.DownReason());
 }
 
-Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Words& words,
+Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Arguments& arguments,
                     const char* type) {
   return ResponseOf([&] {
     return Http::MakeResponse(200, type,
-                              RunOnSnapshot(api.m_Commands, words, api.m_Stream, snapshot));
+                              RunOnSnapshot(api.m_Commands, arguments, api.m_Stream, snapshot));
   });
 }
 
-std::string RunOnPlugin(const ApiContext& api, const Words& words) {
+std::string RunOnPlugin(const ApiContext& api, const Arguments& arguments) {
   const auto open = [&api](const Console::SessionRequest& request) {
     Console::TimeLimits limits = request.m_Limits;
     limits.m_Call = std::min(limits.m_Call.value_or(api.m_CallTimeout), api.m_CallTimeout);
     return std::make_unique<CollectorSession>(api.m_Collector, api.m_Store, request.m_EventLog,
                                               limits);
   };
-  return RunCommand(api.m_Commands, words, api.m_Stream, open);
+  return RunCommand(api.m_Commands, arguments, api.m_Stream, open);
 }
 
 std::optional<Response> Refresh(const ApiContext& api) {
-  if (api.m_Collector.Refresh(Console::Deadline(api.m_FreshTimeout))) return std::nullopt;
-  if (!api.m_Collector.IsRunning()) return MakeDownProblem(api.m_Store.Get()->m_Plugin);
-  return Http::MakeProblem(504, "TIMED_OUT", "the cards were not read in time");
+  if (api.m_Collector.Refresh(Console::Deadline(api.m_RefreshTimeout))) return std::nullopt;
+  if (!api.m_Collector.IsRunning()) return MakePluginDownProblem(api.m_Store.Get()->m_Plugin);
+  return Http::MakeProblem(504, "TIMED_OUT", "timed out waiting for the cards to be read");
 }
 
 std::string CardName(const Snapshot& snapshot, const std::string& serial) {
@@ -89,7 +89,7 @@ Response MakeBusyProblem(const char* what) {
 
 Http::Reply DeferReply(const QueueResponder& queue, const char* what) {
   auto responder = std::make_shared<Http::Responder>();
-  const Http::Later promise = responder->Promise();
+  const Http::ResponsePromise promise = responder->Promise();
   if (queue(std::move(responder))) return promise;
   return MakeBusyProblem(what);
 }

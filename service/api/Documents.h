@@ -15,7 +15,7 @@ namespace Service {
 
 inline constexpr const char* kJsonType = "application/json";
 
-using Words = std::vector<std::string>;
+using Arguments = std::vector<std::string>;  // of a console command
 
 // Returns a document on one line. Bytes that are not UTF-8 are replaced.
 template <class Json>
@@ -29,8 +29,8 @@ Http::Response MakeJson(unsigned status, const nlohmann::ordered_json& document)
 // `Console::Failure`, the exit code determines the status.
 Http::Response ResponseOf(const std::function<Http::Response()>& answer);
 
-// Returns a 503 problem with the reason for which the plug-in is not running.
-Http::Response MakeDownProblem(const PluginState& plugin);
+// Returns a 503 problem that states why the plug-in is not running.
+Http::Response MakePluginDownProblem(const PluginState& plugin);
 
 // Returns a 503 problem: too many requests are waiting for `what`.
 Http::Response MakeBusyProblem(const char* what);
@@ -41,19 +41,19 @@ using QueueResponder = std::function<bool(std::shared_ptr<Http::Responder>)>;
 Http::Reply DeferReply(const QueueResponder& queue, const char* what);
 
 // Returns the output of a console command for the snapshot, or a problem if the command fails.
-Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Words& words,
-                          const char* type = kJsonType);
+Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot,
+                          const Arguments& arguments, const char* type = kJsonType);
 
 // Returns the output of a console command with a session that reads and changes the cards. Blocks.
 // Throws the exceptions of the command.
-std::string RunOnPlugin(const ApiContext& api, const Words& words);
+std::string RunOnPlugin(const ApiContext& api, const Arguments& arguments);
 
 // Calls `answer` on the thread that reads the database, and sends its response. Returns a 503 if
 // too many requests are waiting for that thread. `answer` is not called if the client has
 // disconnected.
 Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Http::Response()> answer);
 
-// Returns the console's name of the card with that serial number, such as "a0". Throws
+// Returns the console's name for the card with that serial number, such as "a0". Throws
 // `Console::Failure` if the card is unknown or nothing has been read yet.
 std::string CardName(const Snapshot& snapshot, const std::string& serial);
 

@@ -19,10 +19,10 @@ using Http::Request;
 using Http::Response;
 using Json = nlohmann::ordered_json;
 
-// An operation of the API as a command of the console.
+// An operation of the API, and the console command that performs it.
 struct OperationRow {
   const char* m_Name;
-  bool m_IsOfDrive;
+  bool m_IsForDrive;
   bool m_NeedsConfirmation;
   bool m_HasForce;  // accepts "force"
   const char* m_Command;
@@ -38,10 +38,11 @@ constexpr OperationRow kOperations[] = {
     {"offline", true, true, false, "offline", nullptr},
 };
 
-const OperationRow* FindRow(const std::string& name, bool isOfDrive) {
-  const auto found = std::find_if(
-      std::begin(kOperations), std::end(kOperations),
-      [&](const OperationRow& row) { return row.m_Name == name && row.m_IsOfDrive == isOfDrive; });
+const OperationRow* FindRow(const std::string& name, bool isForDrive) {
+  const auto found =
+      std::find_if(std::begin(kOperations), std::end(kOperations), [&](const OperationRow& row) {
+        return row.m_Name == name && row.m_IsForDrive == isForDrive;
+      });
   return found == std::end(kOperations) ? nullptr : found;
 }
 
@@ -57,7 +58,7 @@ Json ToJson(const Job& job) {
           {"operation", job.m_Operation},
           {"dry_run", job.m_IsDryRun},
           {"state", Base::Lookup(kStates, job.m_State, "")},
-          {"started", Console::TimeText(Console::MillisecondsOf(job.m_Started))},
+          {"started", Console::TimeText(Console::ToMilliseconds(job.m_Started))},
           {"elapsed_seconds", std::max(0.0, elapsed.count())},
           {"result", job.m_Result}};
 }
@@ -67,7 +68,7 @@ struct JobRequest {
   std::string m_Drive;  // "/d0"; empty: the card itself
   std::string m_Operation;
   bool m_IsDryRun;
-  Words m_Words;  // of the command; the second word becomes the object's name
+  Arguments m_Arguments;  // of the command; the second is replaced by the object's name
 };
 
 // Returns the object's current name; names depend on where cards are plugged in. Throws
@@ -80,8 +81,8 @@ std::string ObjectName(const ApiContext& api, const JobRequest& request) {
 void RunJob(const ApiContext& api, const std::string& id, JobRequest request) {
   const Response response = ResponseOf([&] {
     if (auto problem = Refresh(api)) return *problem;
-    request.m_Words.at(1) = ObjectName(api, request);
-    return Http::MakeResponse(200, kJsonType, RunOnPlugin(api, request.m_Words));
+    request.m_Arguments.at(1) = ObjectName(api, request);
+    return Http::MakeResponse(200, kJsonType, RunOnPlugin(api, request.m_Arguments));
   });
   const bool hasSucceeded = response.m_Status == 200;
   api.m_Jobs.End(id, hasSucceeded ? JobState::Succeeded : JobState::Failed,
@@ -111,11 +112,11 @@ Json BodyOf(const Request& request) {
   return request.m_Body.empty() ? Json::object() : Json::parse(request.m_Body);
 }
 
-// Returns the words of a command, with the options common to all jobs.
-Words CommandWords(const std::string& command, bool isDryRun) {
-  Words words = {command, "", "-o", "json", "--quiet", "--no-input"};
-  if (isDryRun) words.emplace_back("--dry-run");
-  return words;
+// Returns the arguments of a command, with the options common to all jobs.
+Arguments CommandArguments(const std::string& command, bool isDryRun) {
+  Arguments arguments = {command, "", "-o", "json", "--quiet", "--no-input"};
+  if (isDryRun) arguments.emplace_back("--dry-run");
+  return arguments;
 }
 
 // Returns the part of the object's name after the card's name, such as "/d0".
@@ -124,27 +125,27 @@ std::string DriveOf(const Request& request) {
   return drive == nullptr ? std::string() : "/d" + *drive;
 }
 
-Response StartOperation(const ApiContext& api, const Request& request, bool isOfDrive) {
+Response StartOperation(const ApiContext& api, const Request& request, bool isForDrive) {
   const std::string& name = request.m_Parameters.at("operation");
-  const OperationRow* const row = FindRow(name, isOfDrive);
+  const OperationRow* const row = FindRow(name, isForDrive);
   if (row == nullptr) {
     return MakeProblem(404, "NO_SUCH_OPERATION", fmt::format("no operation '{}'", name));
   }
   const Json body = BodyOf(request);
   const bool isDryRun = body.value("dry_run", false);
   if (row->m_NeedsConfirmation && !isDryRun && !body.value("confirm", false)) {
-    return MakeProblem(409, "NOT_CONFIRMED", fmt::format("{} needs \"confirm\": true", name));
+    return MakeProblem(409, "NOT_CONFIRMED", fmt::format("{} requires \"confirm\": true", name));
   }
   const bool isForced = body.value("force", false);
   if (isForced && !row->m_HasForce) {
     return MakeProblem(400, "BODY_INVALID", fmt::format("{} does not accept \"force\"", name));
   }
-  Words words = CommandWords(row->m_Command, isDryRun);
-  if (row->m_Argument != nullptr) words.insert(words.begin() + 2, row->m_Argument);
-  if (row->m_NeedsConfirmation) words.emplace_back("--yes");
-  if (isForced) words.emplace_back("--force");
-  return StartJob(
-      api, {request.m_Parameters.at("serial"), DriveOf(request), name, isDryRun, std::move(words)});
+  Arguments arguments = CommandArguments(row->m_Command, isDryRun);
+  if (row->m_Argument != nullptr) arguments.insert(arguments.begin() + 2, row->m_Argument);
+  if (row->m_NeedsConfirmation) arguments.emplace_back("--yes");
+  if (isForced) arguments.emplace_back("--force");
+  return StartJob(api, {request.m_Parameters.at("serial"), DriveOf(request), name, isDryRun,
+                        std::move(arguments)});
 }
 
 Response StartFormat(const ApiContext& api, const Request& request) {
@@ -153,15 +154,15 @@ Response StartFormat(const ApiContext& api, const Request& request) {
   const std::string& serial = request.m_Parameters.at("serial");
   if (!isDryRun && body.value("confirm", "") != serial) {
     return MakeProblem(409, "NOT_CONFIRMED",
-                       "format needs the card's serial number as \"confirm\"");
+                       "format requires the card's serial number in \"confirm\"");
   }
-  Words words = CommandWords("format", isDryRun);
-  if (body.contains("confirm")) words.push_back("--confirm=" + body.value("confirm", ""));
-  if (body.contains("capacity")) words.push_back("--capacity=" + body.value("capacity", ""));
+  Arguments arguments = CommandArguments("format", isDryRun);
+  if (body.contains("confirm")) arguments.push_back("--confirm=" + body.value("confirm", ""));
+  if (body.contains("capacity")) arguments.push_back("--capacity=" + body.value("capacity", ""));
   if (body.contains("sector_size")) {
-    words.push_back(fmt::format("--sector-size={}", body.value("sector_size", 0U)));
+    arguments.push_back(fmt::format("--sector-size={}", body.value("sector_size", 0U)));
   }
-  return StartJob(api, {serial, DriveOf(request), "format", isDryRun, std::move(words)});
+  return StartJob(api, {serial, DriveOf(request), "format", isDryRun, std::move(arguments)});
 }
 
 }  // namespace

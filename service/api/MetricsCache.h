@@ -10,7 +10,7 @@
 
 namespace Service {
 
-// The input of the metrics. They contain ages, which are accurate to a second.
+// The inputs of the metrics. The second is one of them because the metrics contain ages in seconds.
 struct MetricsKey {
   std::uint64_t m_SnapshotNumber = 0;
   std::uint64_t m_Second = 0;  // of the wall clock

@@ -123,10 +123,10 @@ Json ComponentParameters() {
   return parameters;
 }
 
-// References in the console's schema start at its root, which becomes a component here.
-void MoveRefs(Json& json) {
+// References in the console's schema are relative to its root, which becomes a component here.
+void RebaseRefs(Json& json) {
   for (auto& [name, value] : json.items()) {
-    if (value.is_structured()) MoveRefs(value);
+    if (value.is_structured()) RebaseRefs(value);
     if (name != "$ref" || !value.is_string()) continue;
     value = "#/components/schemas/Document" + value.get<std::string>().substr(1);
   }
@@ -136,7 +136,7 @@ Json ComponentSchemas() {
   Json schemas = Schemas();
   schemas["Document"] = DocumentSchema();
   schemas["Document"].erase("$schema");
-  MoveRefs(schemas["Document"]);
+  RebaseRefs(schemas["Document"]);
   return schemas;
 }
 

@@ -19,13 +19,13 @@ std::string Run(const Console::CommandTable& commands, const std::vector<std::st
                 Diagnostics& diagnostics) {
   Console::Options options;
   Console::ParseCommandLine(arguments, options);
-  const Command& command = commands.Choose(options);
+  const Command& command = commands.Resolve(options);
   const std::string format =
       options.m_OutputFormat.empty() ? command.m_OutputFormats.front() : options.m_OutputFormat;
   const Console::Style style;
   Context context(options, style, diagnostics, stream, command.m_Name, format,
                   {options.m_Words.begin() + 1, options.m_Words.end()}, {}, open);
-  context.Limit(Console::LimitsOf(command, options));
+  context.SetTimeLimits(Console::LimitsOf(command, options));
   const CommandResult result = command.m_Run(context);
   return Render(result, format, style, context.EnvelopeFor(result.m_Code));
 }
@@ -35,17 +35,17 @@ std::string Run(const Console::CommandTable& commands, const std::vector<std::st
 std::string RunCommand(const Console::CommandTable& commands,
                        const std::vector<std::string>& arguments,
                        const Console::ResultStream& stream, const Console::SessionFactory& open) {
-  Diagnostics diagnostics(Console::Verbosity::Nothing);
+  Diagnostics diagnostics(Console::Verbosity::Silent);
   return Run(commands, arguments, stream, open, diagnostics);
 }
 
 std::string RunOnSnapshot(const Console::CommandTable& commands,
                           const std::vector<std::string>& arguments,
                           const Console::ResultStream& stream, const SnapshotPtr& snapshot) {
-  Diagnostics diagnostics(Console::Verbosity::Nothing);
+  Diagnostics diagnostics(Console::Verbosity::Silent);
   if (!snapshot->m_Plugin.m_IsUp) {
-    diagnostics.Note("STALE", "the plug-in is not running; values are from its last report: " +
-                                  snapshot->m_Plugin.m_Reason);
+    diagnostics.Note("STALE", "the plug-in is not running: " + snapshot->m_Plugin.m_Reason +
+                                  "; values are from its last report");
   }
   const auto open = [&snapshot](const Console::SessionRequest&) {
     return std::make_unique<SnapshotSession>(snapshot);

@@ -101,14 +101,14 @@ Response NoReplyProblem(const ApiContext& api, const char* hint) {
   if (!api.m_Collector.IsRunning()) {
     return MakeProblem(503, "PLUGIN_DOWN", "the plug-in is not running");
   }
-  return MakeProblem(504, "TIMED_OUT", "the plug-in does not respond", hint);
+  return MakeProblem(504, "TIMED_OUT", "the plug-in is not responding", hint);
 }
 
-// Replies to a change once reads return it.
+// Replies to a change after the cards have been read again, so that later reads return it.
 Response CallPlugin(const ApiContext& api, const PluginCommand& command) {
   const Collector& collector = api.m_Collector;
   const auto reply = collector.Call(command, DeadlineOf(command, api.m_CallTimeout));
-  if (IsChange(command)) collector.Refresh(Console::Deadline(api.m_FreshTimeout));
+  if (IsChange(command)) collector.Refresh(Console::Deadline(api.m_RefreshTimeout));
   if (!reply) return NoReplyProblem(api, "The command may still take effect.");
   return MakeReply(*reply);
 }
@@ -132,7 +132,7 @@ Response ReadRows(const ApiContext& api, const std::string& table) {
 
 Response SessionInfo(const ApiContext& api, const Snapshot& snapshot) {
   const PluginState& plugin = snapshot.m_Plugin;
-  if (!snapshot.HasReport()) return MakeDownProblem(plugin);
+  if (!snapshot.HasReport()) return MakePluginDownProblem(plugin);
   return MakeJson(200, {{"plugin", Console::ToJson(snapshot.m_Info)},
                         {"up", plugin.m_IsUp},
                         {"reason", plugin.m_Reason},
@@ -148,22 +148,24 @@ bool IsStarting(const Snapshot& snapshot) {
 
 // Waits until the first start of the plug-in has succeeded or failed.
 Response AwaitSession(const ApiContext& api) {
-  const Console::Deadline deadline(api.m_FreshTimeout);
+  const Console::Deadline deadline(api.m_RefreshTimeout);
   SnapshotPtr snapshot = api.m_Store.Get();
-  while (IsStarting(*snapshot) && !deadline.IsOver()) {
+  while (IsStarting(*snapshot) && !deadline.HasPassed()) {
     snapshot = api.m_Store.AwaitNewer(snapshot->m_Number, deadline);
   }
   return SessionInfo(api, *snapshot);
 }
 
-// Returns the number in the query, or `otherwise` if it is missing. Returns empty if it is invalid.
+// Returns the query parameter `name` as a number, or `fallback` if it is missing. Returns empty if
+// its value is not a number.
 std::optional<std::uint64_t> QueryNumber(const Http::Request& request, const char* name,
-                                         std::uint64_t otherwise) {
+                                         std::uint64_t fallback) {
   const std::string* const text = Http::Find(request.m_Query, name);
-  return text == nullptr ? otherwise : Console::ReadNumber<std::uint64_t>(*text);
+  return text == nullptr ? fallback : Console::ReadNumber<std::uint64_t>(*text);
 }
 
-// Omits events after `newest`, because clients must not see an event before the stream has it.
+// Omits events after `newest`, because clients must not see an event before the stream sends
+// it.
 Response EventsUpTo(std::int64_t newest, const std::vector<HostKit::LoggedEvent>& events) {
   Json json = {{"newest", newest}, {"events", Json::array()}};
   for (const HostKit::LoggedEvent& event : events) {
@@ -172,8 +174,8 @@ Response EventsUpTo(std::int64_t newest, const std::vector<HostKit::LoggedEvent>
   return Http::MakeResponse(200, kJsonType, JsonText(json));
 }
 
-// Sends the response of `read`, or a problem if the log cannot be read.
-Http::Reply ReadLogLater(const ApiContext& api, std::function<Response()> read) {
+// Calls `read` on the state thread and sends its response, or a problem if the log cannot be read.
+Http::Reply AnswerFromEventLog(const ApiContext& api, std::function<Response()> read) {
   return AnswerFromDatabase(api, [read = std::move(read)] {
     try {
       return read();
@@ -209,7 +211,7 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
     return MakeProblem(403, "PERMISSION_DENIED", "this user is not permitted to make changes");
   }
   const SnapshotPtr snapshot = api.m_Store.Get();
-  if (!snapshot->HasReport()) return MakeDownProblem(snapshot->m_Plugin);
+  if (!snapshot->HasReport()) return MakePluginDownProblem(snapshot->m_Plugin);
   const bool isFresh = Http::Find(request.m_Query, "fresh") != nullptr && !IsChange(command);
   if (isFresh) return AnswerLater(api, [&api, command] { return ReadFresh(api, command); });
   if (const auto reply = ReadSnapshot(*snapshot, command)) {
@@ -226,10 +228,10 @@ Http::Reply GetSessionEvents(const ApiContext& api, const Http::Request& request
   const auto limit = QueryNumber(request, "limit", Console::EventLogClient::kAll);
   const bool isAfter = Http::Find(request.m_Query, "after") != nullptr;
   if (!after || !since || !limit) {
-    return MakeProblem(400, "QUERY_INVALID", "after, since_ms and limit are numbers");
+    return MakeProblem(400, "QUERY_INVALID", "after, since_ms and limit must be numbers");
   }
-  return ReadLogLater(api, [&api, isAfter, after = static_cast<std::int64_t>(*after),
-                            since = *since, limit = *limit] {
+  return AnswerFromEventLog(api, [&api, isAfter, after = static_cast<std::int64_t>(*after),
+                                  since = *since, limit = *limit] {
     const std::int64_t newest = api.m_Feed.Newest();
     return EventsUpTo(newest, isAfter ? HostKit::ReadEventsAfter(after, limit)
                                       : HostKit::ReadEvents(since, limit));
@@ -237,7 +239,7 @@ Http::Reply GetSessionEvents(const ApiContext& api, const Http::Request& request
 }
 
 Http::Reply GetSessionEventCounts(const ApiContext& api, const Http::Request&) {
-  return ReadLogLater(api, [] {
+  return AnswerFromEventLog(api, [] {
     Json counts = Json::array();
     for (const HostKit::EventCount& each : HostKit::CountEvents()) {
       counts.push_back(Console::ToJson(each));
@@ -250,7 +252,7 @@ Http::Reply GetSessionRows(const ApiContext& api, const Http::Request& request) 
   const std::string& table = request.m_Parameters.at("table");
   const std::vector<std::string> names = Console::RowTableNames();
   if (std::find(names.begin(), names.end(), table) == names.end()) {
-    return MakeProblem(404, "NO_SUCH_TABLE", "the tables are adapter, drive and plugin");
+    return MakeProblem(404, "NO_SUCH_TABLE", "unknown table; use adapter, drive or plugin");
   }
   return AnswerLater(api, [&api, table] { return ReadRows(api, table); });
 }

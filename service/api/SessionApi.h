@@ -22,7 +22,7 @@ Http::Reply GetSessionRows(const ApiContext& api, const Http::Request& request);
 // Streams server-sent events: those after Last-Event-ID, or only new ones.
 Http::Reply GetEventStream(const ApiContext& api, const Http::Request& request);
 
-// Returns how many events were ever logged, by number and severity.
+// Returns how many events were ever logged, by event id and severity.
 Http::Reply GetSessionEventCounts(const ApiContext& api, const Http::Request& request);
 
 }  // namespace Service

@@ -13,7 +13,7 @@ SnapshotSession::SnapshotSession(SnapshotPtr snapshot) : m_Snapshot(std::move(sn
 void RequireReport(const Snapshot& snapshot) {
   if (snapshot.HasReport()) return;
   throw Console::Failure(Console::ExitCode::PluginUnusable, "PLUGIN_DOWN",
-                         snapshot.m_Plugin.WhyDown());
+                         snapshot.m_Plugin.DownReason());
 }
 
 // Reports an unknown object with the same error as the plug-in.

@@ -35,7 +35,7 @@ class SnapshotSession : public Console::Session {
   std::vector<HostKit::LoggedEvent> CollectEvents() override { return {}; }
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds timeout,
-                           const Console::WaitSet& also) override;
+                           const Console::WaitSet& extra) override;
 
  private:
   const PI::CObject& Require(const char* what, std::uint64_t object) const;

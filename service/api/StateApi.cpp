@@ -31,8 +31,8 @@ Response MakeUnknownCard(const std::string& serial) {
   return MakeProblem(404, "UNKNOWN_CARD", fmt::format("card {} has never been seen", serial));
 }
 
-// Sends the response that `render` creates from the state thread's result, or a 500 if the database
-// cannot be used.
+// Returns a callback that sends the response which `render` creates from the state thread's result,
+// or a 500 if the database cannot be used.
 template <class Render>
 auto Finish(Render render, std::shared_ptr<Http::Responder> responder) {
   return [render = std::move(render), responder = std::move(responder)](const auto& outcome) {
@@ -111,11 +111,11 @@ Response MakeList(const char* name, const std::vector<Element>& elements) {
   return MakeJson(200, {{name, list}});
 }
 
-// Returns the time in a query parameter, or `otherwise` if it is missing. Throws
+// Returns the time in a query parameter, or `fallback` if it is missing. Throws
 // `Console::Failure`.
-std::uint64_t TimeOf(const Request& request, const char* name, std::uint64_t otherwise) {
+std::uint64_t TimeOf(const Request& request, const char* name, std::uint64_t fallback) {
   const std::string* const text = Http::Find(request.m_Query, name);
-  return text == nullptr ? otherwise : Console::ParseTimestamp(name, *text, Console::NowMs());
+  return text == nullptr ? fallback : Console::ParseTimestamp(name, *text, Console::NowMs());
 }
 
 // Defaults to the last day, in steps of one minute. Throws `Console::Failure`.
@@ -240,8 +240,8 @@ Reply DeleteAcknowledgment(const ApiContext& api, const Request& request) {
       [serial, name = *reason](StateStore& store) {
         return store.Unacknowledge(serial, name, Console::NowMs());
       },
-      [serial, name = *reason](bool wasThere) {
-        if (wasThere) return MakeEmpty();
+      [serial, name = *reason](bool wasAcknowledged) {
+        if (wasAcknowledged) return MakeEmpty();
         return MakeProblem(404, "NOT_ACKNOWLEDGED",
                            fmt::format("{} of card {} is not acknowledged", name, serial));
       });

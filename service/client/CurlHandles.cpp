@@ -52,8 +52,8 @@ std::string Escaped(const std::string& text) {
 }
 
 std::optional<CURLcode> TakeResult(const MultiHandle& multi) {
-  int others = 0;
-  const CURLMsg* const message = curl_multi_info_read(multi.get(), &others);
+  int remaining = 0;
+  const CURLMsg* const message = curl_multi_info_read(multi.get(), &remaining);
   if (message == nullptr || message->msg != CURLMSG_DONE) return std::nullopt;
   return message->data.result;
 }

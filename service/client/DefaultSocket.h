@@ -6,7 +6,7 @@
 
 namespace Service {
 
-// Returns the path at which a service of this user listens: CORVANE_SOCKET if it is set; otherwise
+// Returns the path at which this user's service listens: CORVANE_SOCKET if it is set; otherwise
 // /run/corvane/corvane.sock for root and $XDG_RUNTIME_DIR/corvane/corvane.sock for other users.
 // Returns an empty path if XDG_RUNTIME_DIR is needed but not set.
 std::filesystem::path DefaultSocket();

@@ -20,7 +20,7 @@ struct EventStream::Connection {
         m_Easy(MakeEasy(socket)) {
     SetOption(m_Easy, CURLOPT_URL, UrlOf("/v1/events/stream").c_str());
     SetOption(m_Easy, CURLOPT_HTTPHEADER, m_Headers.get());
-    SetOption(m_Easy, CURLOPT_WRITEFUNCTION, &Connection::Take);
+    SetOption(m_Easy, CURLOPT_WRITEFUNCTION, &Connection::Append);
     SetOption(m_Easy, CURLOPT_WRITEDATA, this);
     curl_multi_add_handle(m_Multi.get(), m_Easy.get());
   }
@@ -30,11 +30,12 @@ struct EventStream::Connection {
 
   // Looks only for the names of events. Keeps a reply that is not a stream, because it contains the
   // problem.
-  static std::size_t Take(const char* text, std::size_t, std::size_t size, Connection* it) {
+  static std::size_t Append(const char* text, std::size_t, std::size_t size,
+                            Connection* connection) {
     constexpr std::size_t kMaxLine = 1U << 20U;
-    if (size > kMaxLine - it->m_Text.size()) return 0;
-    it->m_Text.append(text, size);
-    if (it->Status() == 200) it->ReadLines();
+    if (size > kMaxLine - connection->m_Text.size()) return 0;
+    connection->m_Text.append(text, size);
+    if (connection->Status() == 200) connection->ReadLines();
     return size;
   }
 
@@ -95,22 +96,23 @@ void EventStream::ThrowIfRefused(const Connection& ended, CURLcode code) const {
 }
 
 bool EventStream::Wait(std::int64_t after, std::chrono::milliseconds timeout,
-                       const Console::WaitSet& also) {
+                       const Console::WaitSet& extra) {
   const Console::Deadline deadline(timeout);
   if (!m_Connection) {
-    if (!Pause(deadline.Earlier(m_NextConnect).Left(), also) || !m_NextConnect.IsOver()) {
+    if (!Pause(deadline.Earlier(m_NextConnect).Remaining(), extra) || !m_NextConnect.HasPassed()) {
       return false;
     }
     Connect(after);
   }
   while (!HasChanges()) {
-    if (deadline.IsOver() || Console::IsStopRequested()) return false;
+    if (deadline.HasPassed() || Console::IsStopRequested()) return false;
     const curl_socket_t socket = m_Connection->Socket();
-    // A Unix socket connects immediately, unless the service's queue of connections is full.
+    // A Unix socket connects immediately, unless the service's listen backlog is full.
     constexpr std::chrono::milliseconds kPause(20);
-    const bool mayContinue = socket == CURL_SOCKET_BAD
-                                 ? Pause(deadline.Left(kPause), also)
-                                 : Console::WaitReadable(socket, deadline.Left(timeout), also);
+    const bool mayContinue =
+        socket == CURL_SOCKET_BAD
+            ? Pause(deadline.Remaining(kPause), extra)
+            : Console::WaitReadable(socket, deadline.Remaining(timeout), extra);
     if (!mayContinue) return false;
   }
   return true;

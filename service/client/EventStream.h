@@ -1,4 +1,5 @@
-// Uses the event stream of the service as a notification; other requests read the event log.
+// Waits for notifications from the service's event stream. The events themselves are read from the
+// event log with other requests.
 #pragma once
 
 #include <chrono>
@@ -21,11 +22,12 @@ class EventStream {
   EventStream(const EventStream&) = delete;
   EventStream& operator=(const EventStream&) = delete;
 
-  // Waits for an event with a number above `after` or for a new snapshot. Connects first unless
-  // connected. Returns false on timeout, on a stop signal, or if one of `also` is ready.
-  // Throws `Console::Failure` if the service does not accept the stream. If the stream ends,
-  // returns true, and the next call connects again after a pause.
-  bool Wait(std::int64_t after, std::chrono::milliseconds timeout, const Console::WaitSet& also);
+  // Waits for an event with a number above `after` or for a new snapshot. Connects first if
+  // not connected. Returns false on timeout, on a stop signal, or if a descriptor of `extra` is
+  // ready. Throws `Console::Failure` if the service is not reachable, rejects the request or sends
+  // an invalid stream. If the stream ends, returns true, and the next call connects again after a
+  // pause.
+  bool Wait(std::int64_t after, std::chrono::milliseconds timeout, const Console::WaitSet& extra);
 
  private:
   struct Connection;

@@ -33,24 +33,26 @@ void Poll(const MultiHandle& multi, const Console::Deadline& deadline, OnStop on
   stop.fd = Console::StopDescriptor();
   stop.events = CURL_WAIT_POLLIN;
   const unsigned count = onStop == OnStop::Abandon && stop.fd >= 0 ? 1 : 0;
-  curl_multi_poll(multi.get(), &stop, count, static_cast<int>(deadline.Left().count()), nullptr);
+  curl_multi_poll(multi.get(), &stop, count, static_cast<int>(deadline.Remaining().count()),
+                  nullptr);
 }
 
 }  // namespace
 
-HttpClient::HttpClient(std::filesystem::path socket, std::size_t largestBody)
+HttpClient::HttpClient(std::filesystem::path socket, std::size_t maxBodyBytes)
     : m_Socket(std::move(socket)),
-      m_LargestBody(largestBody),
+      m_MaxBodyBytes(maxBodyBytes),
       m_Headers(MakeHeaders("Content-Type: application/json")),
       m_Multi(MakeMulti()),
       m_Easy(MakeEasy(m_Socket)) {
-  SetOption(m_Easy, CURLOPT_WRITEFUNCTION, &HttpClient::Take);
+  SetOption(m_Easy, CURLOPT_WRITEFUNCTION, &HttpClient::Append);
   SetOption(m_Easy, CURLOPT_WRITEDATA, this);
 }
 
 // A return value below `size` ends the transfer.
-std::size_t HttpClient::Take(const char* text, std::size_t, std::size_t size, HttpClient* client) {
-  if (size > client->m_LargestBody - client->m_Body.size()) return 0;
+std::size_t HttpClient::Append(const char* text, std::size_t, std::size_t size,
+                               HttpClient* client) {
+  if (size > client->m_MaxBodyBytes - client->m_Body.size()) return 0;
   client->m_Body.append(text, size);
   return size;
 }
@@ -74,8 +76,8 @@ std::optional<HttpReply> HttpClient::Send(const HttpRequest& request,
   m_Body.clear();
   const auto code = Perform(request, deadline);
   if (!code) return std::nullopt;
-  if (*code != CURLE_OK) ThrowFor(*code, request);
-  m_HasAnswered = true;
+  if (*code != CURLE_OK) ThrowFailure(*code, request);
+  m_HasReplied = true;
   HttpReply reply;
   curl_easy_getinfo(m_Easy.get(), CURLINFO_RESPONSE_CODE, &reply.m_Status);
   reply.m_Body = std::move(m_Body);
@@ -91,13 +93,13 @@ std::optional<CURLcode> HttpClient::Perform(const HttpRequest& request,
     if (curl_multi_perform(m_Multi.get(), &running) != CURLM_OK) return CURLE_OUT_OF_MEMORY;
     if (const auto result = TakeResult(m_Multi)) return result;
     if (request.m_OnStop == OnStop::Abandon) Console::ThrowIfStopped();
-    if (deadline.IsOver()) return std::nullopt;
+    if (deadline.HasPassed()) return std::nullopt;
     Poll(m_Multi, deadline, request.m_OnStop);
   }
 }
 
-void HttpClient::ThrowFor(CURLcode code, const HttpRequest& request) const {
-  if (code == CURLE_COULDNT_CONNECT && !m_HasAnswered) throw NoServiceFailure(m_Socket);
+void HttpClient::ThrowFailure(CURLcode code, const HttpRequest& request) const {
+  if (code == CURLE_COULDNT_CONNECT && !m_HasReplied) throw NoServiceFailure(m_Socket);
   if (code == CURLE_COULDNT_CONNECT || code == CURLE_GOT_NOTHING || code == CURLE_RECV_ERROR ||
       code == CURLE_SEND_ERROR || code == CURLE_PARTIAL_FILE) {
     throw ServiceEndedFailure(m_Socket, request.m_IsChange && code != CURLE_COULDNT_CONNECT);

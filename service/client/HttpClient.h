@@ -30,30 +30,30 @@ struct HttpRequest {
 // Keeps its connection between requests. Not thread-safe.
 class HttpClient {
  public:
-  static constexpr std::size_t kLargestBody = 64U << 20U;
+  static constexpr std::size_t kMaxBodyBytes = 64U << 20U;
 
-  // Does not connect yet. Replies with a body longer than `largestBody` are rejected.
-  explicit HttpClient(std::filesystem::path socket, std::size_t largestBody = kLargestBody);
+  // Does not connect yet. Replies with a body longer than `maxBodyBytes` are rejected.
+  explicit HttpClient(std::filesystem::path socket, std::size_t maxBodyBytes = kMaxBodyBytes);
   HttpClient(const HttpClient&) = delete;
   HttpClient& operator=(const HttpClient&) = delete;
 
   const std::filesystem::path& Socket() const { return m_Socket; }
 
-  // Sends a request and waits for the reply. Returns empty at the deadline. Throws a failure of
+  // Sends a request and waits for the reply. Returns empty at the deadline. Throws a failure from
   // `ServiceFailure.h` without a usable reply, and `Console::Stopped` on a stop signal.
   std::optional<HttpReply> Send(const HttpRequest& request, const Console::Deadline& deadline);
 
  private:
   std::optional<CURLcode> Perform(const HttpRequest& request, const Console::Deadline& deadline);
-  [[noreturn]] void ThrowFor(CURLcode code, const HttpRequest& request) const;
-  static std::size_t Take(const char* text, std::size_t, std::size_t size, HttpClient* client);
+  [[noreturn]] void ThrowFailure(CURLcode code, const HttpRequest& request) const;
+  static std::size_t Append(const char* text, std::size_t, std::size_t size, HttpClient* client);
 
   const std::filesystem::path m_Socket;
-  const std::size_t m_LargestBody;
+  const std::size_t m_MaxBodyBytes;
   const HeaderList m_Headers;
   const MultiHandle m_Multi;
   const EasyHandle m_Easy;  // not in `m_Multi` between requests
-  bool m_HasAnswered = false;
+  bool m_HasReplied = false;
   std::string m_Body;
 };
 

@@ -2,9 +2,9 @@
 
 namespace Service {
 
-bool Pause(std::chrono::milliseconds time, const Console::WaitSet& also) {
-  if (Console::WaitReadable(also.m_Readable, time, {-1, also.m_Reader})) return false;
-  return !Console::HasLostReader(also.m_Reader) && !Console::IsStopRequested();
+bool Pause(std::chrono::milliseconds time, const Console::WaitSet& extra) {
+  if (Console::WaitReadable(extra.m_Readable, time, {-1, extra.m_Reader})) return false;
+  return !Console::HasLostReader(extra.m_Reader) && !Console::IsStopRequested();
 }
 
 }  // namespace Service

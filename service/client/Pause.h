@@ -7,7 +7,8 @@
 
 namespace Service {
 
-// Returns false if the pause ended early: a stop signal arrived or one of `also` is ready.
-bool Pause(std::chrono::milliseconds time, const Console::WaitSet& also);
+// Returns false if the pause ended early: a stop signal arrived or a descriptor of `extra`
+// is ready.
+bool Pause(std::chrono::milliseconds time, const Console::WaitSet& extra);
 
 }  // namespace Service

@@ -18,18 +18,18 @@ namespace {
 using Console::ExitCode;
 using Console::Failure;
 using Json = nlohmann::json;
-using Words = std::vector<std::string>;
+using Lines = std::vector<std::string>;
 
-constexpr const char* kWithoutService =
+constexpr const char* kDirectAdvice =
     "Pass --direct to load the plug-in into this process instead.";
 constexpr const char* kMayHaveChanged = "The command may still take effect; check with show.";
 
-std::string AtSocket(const std::filesystem::path& socket) {
+std::string ServiceName(const std::filesystem::path& socket) {
   return fmt::format("the service at {}", socket.string());
 }
 
-Words AdviceFor(bool mayHaveChanged, const char* otherwise) {
-  return {mayHaveChanged ? kMayHaveChanged : otherwise};
+Lines AdviceFor(bool mayHaveChanged, const char* fallback) {
+  return {mayHaveChanged ? kMayHaveChanged : fallback};
 }
 
 std::string TextOf(const Json& problem, const char* name) {
@@ -41,34 +41,34 @@ std::string TextOf(const Json& problem, const char* name) {
 
 Failure NoServiceFailure(const std::filesystem::path& socket) {
   // libcurl does not report why it could not connect. A new attempt may succeed.
-  int error = Base::ErrorOfConnecting(socket.string());
+  int error = Base::ProbeSocket(socket.string());
   if (error == 0) error = ECONNREFUSED;
   const bool denied = error == EACCES || error == EPERM;
   return Failure(denied ? ExitCode::Permission : ExitCode::Failed, kNoService,
-                 fmt::format("cannot connect to {}", AtSocket(socket)), std::strerror(error),
+                 fmt::format("cannot connect to {}", ServiceName(socket)), std::strerror(error),
                  {denied ? "Add the user to the group corvane, or run the command as root."
                          : "Start the service: corvane-host serve",
-                  kWithoutService});
+                  kDirectAdvice});
 }
 
 Failure ServiceEndedFailure(const std::filesystem::path& socket, bool mayHaveChanged) {
   return Failure(ExitCode::Failed, "SERVICE_ENDED",
-                 fmt::format("{} closed the connection", AtSocket(socket)),
-                 AdviceFor(mayHaveChanged, kWithoutService));
+                 fmt::format("{} closed the connection", ServiceName(socket)),
+                 AdviceFor(mayHaveChanged, kDirectAdvice));
 }
 
 Failure ServiceTimeoutFailure(const std::filesystem::path& socket, bool mayHaveChanged) {
   return Failure(
-      ExitCode::TimedOut, "TIMED_OUT", fmt::format("{} does not respond", AtSocket(socket)),
+      ExitCode::TimedOut, "TIMED_OUT", fmt::format("{} is not responding", ServiceName(socket)),
       AdviceFor(mayHaveChanged, "If the service is only slow, pass a longer --timeout."));
 }
 
 Failure InvalidReplyFailure(const std::filesystem::path& socket, const std::string& why) {
   return Failure(
       ExitCode::Failed, "SERVICE_REPLY_INVALID",
-      fmt::format("{} sent an unusable reply", AtSocket(socket)), Base::Printable(why),
+      fmt::format("{} sent an unusable reply", ServiceName(socket)), Base::Printable(why),
       {"The socket may belong to another program or to a different version; restart the service.",
-       kWithoutService});
+       kDirectAdvice});
 }
 
 std::string ProblemId(const HttpReply& reply) {
@@ -77,7 +77,7 @@ std::string ProblemId(const HttpReply& reply) {
   return problem.is_object() ? TextOf(problem, "id") : std::string();
 }
 
-// A status for an invalid request means that the service has another version.
+// A status for an invalid request means that the service is a different version.
 Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& socket) {
   const std::string id = ProblemId(reply);
   const auto code = ExitCodeOf(reply.m_Status, id);
@@ -86,7 +86,7 @@ Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& sock
   const Json problem = Json::parse(reply.m_Body);
   const std::string hint = TextOf(problem, "hint");
   return Failure(*code, id, Base::Printable(TextOf(problem, "detail")),
-                 hint.empty() ? Words() : Words{Base::Printable(hint)});
+                 hint.empty() ? Lines() : Lines{Base::Printable(hint)});
 }
 
 }  // namespace Service

@@ -15,8 +15,8 @@ constexpr const char* kNoService = "NO_SERVICE";
 // No service listens on the socket, or the user may not connect. The failure contains the reason
 // from errno.
 Console::Failure NoServiceFailure(const std::filesystem::path& socket);
-// The service has closed the connection, or no longer accepts one. `mayHaveChanged`: a change was
-// sent.
+// The service closed the connection, or stopped accepting connections. `mayHaveChanged`: a change
+// was sent.
 Console::Failure ServiceEndedFailure(const std::filesystem::path& socket, bool mayHaveChanged);
 // The service did not reply in time.
 Console::Failure ServiceTimeoutFailure(const std::filesystem::path& socket, bool mayHaveChanged);

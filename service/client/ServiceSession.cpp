@@ -23,7 +23,7 @@ namespace {
 
 constexpr const char* kSession = "/v1/session";
 
-// Pauses between attempts to connect again. Each is twice as long as the one before.
+// Backoff between reconnect attempts: the pause doubles from the first to the longest.
 constexpr std::chrono::milliseconds kFirstPause(100);
 constexpr std::chrono::milliseconds kLongestPause(5000);
 
@@ -117,8 +117,8 @@ std::optional<Console::PluginReply> ServiceSession::Call(Console::PluginCommand 
   });
 }
 
-// Reads the state again, because the plug-in may have failed to start a thread. If that fails, the
-// result of the operation still counts, and the next read reports the failure.
+// Reads the state again, because the plug-in may have failed to start a thread. If this read fails,
+// the operation's result is still returned, and the next read reports the failure.
 std::uint32_t ServiceSession::ExecuteOperation(std::uint64_t object, PI::COperation& operation) {
   const std::uint32_t result = CommandSession::ExecuteOperation(object, operation);
   try {
@@ -163,8 +163,8 @@ std::vector<LoggedEvent> ServiceSession::CollectEvents() {
   try {
     return ReadNewEvents();
   } catch (const Failure& failure) {
-    if (IsLoss(failure)) {
-      Lose();
+    if (IsConnectionLoss(failure)) {
+      MarkLost();
     } else if (failure.m_Id != Console::kNoEventLog) {
       throw;
     }
@@ -178,20 +178,21 @@ std::vector<PI::CObject> ServiceSession::Topology() {
     if (m_OnLost) m_LastObjects = objects;
     return objects;
   } catch (const Failure& failure) {
-    if (!IsLoss(failure) || m_LastObjects.empty()) throw;
-    Lose();
+    if (!IsConnectionLoss(failure) || m_LastObjects.empty()) throw;
+    MarkLost();
     return m_LastObjects;
   }
 }
 
-// A service whose plug-in has reported objects reports its plug-in as down only after a restart.
-bool ServiceSession::IsLoss(const Failure& failure) const {
+// PLUGIN_DOWN counts as a loss: once the plug-in has reported objects, a service returns it only
+// after a restart.
+bool ServiceSession::IsConnectionLoss(const Failure& failure) const {
   static const std::set<std::string> losses = {kNoService, "SERVICE_ENDED", "STOPPING",
                                                "PLUGIN_DOWN"};
   return m_OnLost && losses.count(failure.m_Id) > 0;
 }
 
-void ServiceSession::Lose() {
+void ServiceSession::MarkLost() {
   if (m_IsLost) return;
   m_IsLost = true;
   m_Pause = kFirstPause;
@@ -200,10 +201,10 @@ void ServiceSession::Lose() {
 }
 
 // Returns true as soon as the session is connected, and false on timeout, on a stop signal or if
-// one of `also` is ready.
-bool ServiceSession::Reconnect(std::chrono::milliseconds timeout, const Console::WaitSet& also) {
+// a descriptor of `extra` is ready.
+bool ServiceSession::Reconnect(std::chrono::milliseconds timeout, const Console::WaitSet& extra) {
   const Deadline deadline(timeout);
-  while (Pause(deadline.Earlier(m_NextAttempt).Left(), also) && m_NextAttempt.IsOver()) {
+  while (Pause(deadline.Earlier(m_NextAttempt).Remaining(), extra) && m_NextAttempt.HasPassed()) {
     if (IsReady()) {
       m_IsLost = false;
       return true;
@@ -224,7 +225,7 @@ bool ServiceSession::IsReady() {
     m_State = ReadState();
     return true;
   } catch (const Failure& failure) {
-    if (!IsLoss(failure) && failure.m_Code != Console::ExitCode::TimedOut) throw;
+    if (!IsConnectionLoss(failure) && failure.m_Code != Console::ExitCode::TimedOut) throw;
     return false;
   }
 }
@@ -249,13 +250,13 @@ std::vector<HostKit::EventCount> ServiceSession::CountEvents() {
 }
 
 bool ServiceSession::WaitForNotification(std::chrono::milliseconds timeout,
-                                         const Console::WaitSet& also) {
-  if (m_IsLost) return Reconnect(timeout, also);
+                                         const Console::WaitSet& extra) {
+  if (m_IsLost) return Reconnect(timeout, extra);
   try {
-    return m_Stream.Wait(m_Seen, timeout, also);
+    return m_Stream.Wait(m_Seen, timeout, extra);
   } catch (const Failure& failure) {
-    if (!IsLoss(failure)) throw;
-    Lose();
+    if (!IsConnectionLoss(failure)) throw;
+    MarkLost();
     return false;
   }
 }

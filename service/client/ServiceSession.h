@@ -45,7 +45,7 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   std::vector<Console::LoggedEvent> CollectEvents() override;
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds timeout,
-                           const Console::WaitSet& also) override;
+                           const Console::WaitSet& extra) override;
 
   // Sends a request to another resource of the service, within the time limit of a read. Returns
   // the reply with any status. Throws `Console::Failure` if there is none.
@@ -69,9 +69,9 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   State ReadState();
   std::vector<Console::LoggedEvent> ReadLog(const std::string& query);
   std::vector<Console::LoggedEvent> ReadNewEvents();
-  bool IsLoss(const Console::Failure& failure) const;
-  void Lose();
-  bool Reconnect(std::chrono::milliseconds timeout, const Console::WaitSet& also);
+  bool IsConnectionLoss(const Console::Failure& failure) const;
+  void MarkLost();
+  bool Reconnect(std::chrono::milliseconds timeout, const Console::WaitSet& extra);
   bool IsReady();
 
   std::optional<Console::PluginReply> Call(Console::PluginCommand command,

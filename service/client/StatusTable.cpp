@@ -16,7 +16,7 @@ constexpr Row kRows[] = {
 };
 
 // Distinguishes problems of the plug-in from other problems with the same status.
-bool IsOfPlugin(const std::string& id) {
+bool IsPluginProblem(const std::string& id) {
   return id.rfind("PLUGIN_", 0) == 0;
 }
 
@@ -30,7 +30,7 @@ unsigned StatusOf(ExitCode code) {
 }
 
 std::optional<ExitCode> ExitCodeOf(long status, const std::string& id) {
-  if (status >= 500 && status != 504 && !IsOfPlugin(id)) return ExitCode::Failed;
+  if (status >= 500 && status != 504 && !IsPluginProblem(id)) return ExitCode::Failed;
   for (const Row& row : kRows) {
     const bool isAboutRequest = row.m_Code == ExitCode::Usage || row.m_Code == ExitCode::NoObject;
     if (static_cast<long>(row.m_Status) == status && !isAboutRequest) return row.m_Code;

@@ -25,7 +25,8 @@ struct Event {
 
 struct ProgramSettings {
   std::filesystem::path m_Directory;
-  // Stores the number of the last event whose programs were started; empty: not stored.
+  // Stores the number of the last event whose programs were started. If it is empty, the
+  // number is not stored.
   std::filesystem::path m_StateFile;
   std::chrono::milliseconds m_Timeout{30000};  // per program
   std::chrono::milliseconds m_StopTimeout{3000};

@@ -71,10 +71,10 @@ class SpawnSettings {
 
   // Returns 0 or an errno value.
   int Spawn(const ProgramRun& run, pid_t& process) const {
-    std::vector<std::string> words = {run.m_File.string()};
+    std::vector<std::string> arguments = {run.m_File.string()};
     std::vector<std::string> variables = run.m_Environment;
     return posix_spawn(&process, run.m_File.c_str(), &m_Actions, &m_Attributes,
-                       Pointers(words).data(), Pointers(variables).data());
+                       Pointers(arguments).data(), Pointers(variables).data());
   }
 
  private:
@@ -82,7 +82,8 @@ class SpawnSettings {
   posix_spawnattr_t m_Attributes;
 };
 
-// Reads what has arrived, and drops output above the limit. Returns false at the end of the pipe.
+// Reads available output and appends it to `output`; discards anything beyond the limit. Returns
+// false at end of file or on a read error.
 bool ReadOutput(int pipe, std::string& output) {
   char text[4096];
   const ssize_t count = read(pipe, text, sizeof text);
@@ -92,13 +93,13 @@ bool ReadOutput(int pipe, std::string& output) {
   return count > 0;
 }
 
-// Waits until the process exits, the timeout expires or the run has to stop. Returns empty if the
-// process has exited, or the reason for killing it.
-std::string Await(int process, int pipe, const ProgramRun& run, std::string& output) {
+// Waits until the process exits, the timeout expires or `run.m_Stop` is readable. Returns an empty
+// string if the process has exited, otherwise the reason for killing it.
+std::string Await(int pidfd, int pipe, const ProgramRun& run, std::string& output) {
   const Console::Deadline deadline(run.m_Timeout);
-  pollfd waits[] = {{process, POLLIN, 0}, {run.m_Stop, POLLIN, 0}, {pipe, POLLIN, 0}};
-  while (!deadline.IsOver()) {
-    if (poll(waits, 3, static_cast<int>(deadline.Left().count())) <= 0) continue;
+  pollfd waits[] = {{pidfd, POLLIN, 0}, {run.m_Stop, POLLIN, 0}, {pipe, POLLIN, 0}};
+  while (!deadline.HasPassed()) {
+    if (poll(waits, 3, static_cast<int>(deadline.Remaining().count())) <= 0) continue;
     if (waits[2].revents != 0 && !ReadOutput(pipe, output)) waits[2].fd = -1;
     if (waits[0].revents != 0) return {};
     if (waits[1].revents != 0) return "killed because the service is stopping";
@@ -137,11 +138,11 @@ ProgramResult Run(const ProgramRun& run) {
   const SpawnSettings settings(input.Get(), pipe.m_Write.Get());
   if (const int error = settings.Spawn(run, process)) return CannotStart(error);
   pipe.m_Write.Close();
-  const Base::Descriptor end(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+  const Base::Descriptor pidfd(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
   ProgramResult result;
   // Without the pidfd, poll() cannot detect the exit; report that as a failure to start.
-  result.m_Failure = end.IsOpen() ? Await(end.Get(), pipe.m_Read.Get(), run, result.m_Output)
-                                  : CannotStart(errno).m_Failure;
+  result.m_Failure = pidfd.IsOpen() ? Await(pidfd.Get(), pipe.m_Read.Get(), run, result.m_Output)
+                                    : CannotStart(errno).m_Failure;
   kill(-process, SIGKILL);
   const auto status = Console::AwaitExit(process, Console::Deadline(kKillTimeout));
   ReadRest(pipe.m_Read.Get(), result.m_Output);

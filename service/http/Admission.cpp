@@ -13,7 +13,7 @@ namespace {
 
 using Refusal = std::optional<Response>;
 
-// The input of the rules, and the results that they leave for later rules.
+// The input of the rules, and the results of earlier rules.
 struct RuleContext {
   const Head& m_Head;
   const Router& m_Router;
@@ -77,7 +77,7 @@ Refusal CheckNul(RuleContext& context) {
 // Joins the values of repeated fields with commas. This is correct for list fields, and no handler
 // reads any other field that may be repeated.
 Refusal ReadHeaders(RuleContext& context) {
-  Texts& headers = context.m_Admission.m_Request.m_Headers;
+  StringMap& headers = context.m_Admission.m_Request.m_Headers;
   for (const auto& [name, value] : context.m_Head.m_Headers) {
     const std::string lower = Lower(name);
     if (!IsKept(lower)) continue;
@@ -92,7 +92,7 @@ Refusal ReadHeaders(RuleContext& context) {
 }
 
 // Accepting this machine's address is safe, because DNS rebinding requires a host name.
-bool IsOwnName(const RuleContext& context, const std::string& host) {
+bool NamesThisServer(const RuleContext& context, const std::string& host) {
   const std::string& local = context.m_Head.m_Peer.m_LocalAddress;
   const bool isV6 = local.find(':') != local.npos;
   return host == (isV6 ? "[" + local + "]" : local) || Contains(context.m_Settings.m_Hosts, host);
@@ -102,16 +102,17 @@ bool IsOwnName(const RuleContext& context, const std::string& host) {
 Refusal CheckHost(RuleContext& context) {
   if (!context.m_Head.m_Peer.m_IsTcp) return std::nullopt;
   const std::string* const host = Find(context.m_Admission.m_Request.m_Headers, "host");
-  if (host != nullptr && IsOwnName(context, Lower(WithoutPort(*host)))) return std::nullopt;
+  if (host != nullptr && NamesThisServer(context, Lower(WithoutPort(*host)))) return std::nullopt;
   return MakeProblem(403, "HOST_NOT_ALLOWED", "the Host header does not name this service");
 }
 
 Refusal CheckOrigin(RuleContext& context) {
-  const Texts& headers = context.m_Admission.m_Request.m_Headers;
+  const StringMap& headers = context.m_Admission.m_Request.m_Headers;
   const std::string* const origin = Find(headers, "origin");
   if (!context.m_Head.m_Peer.m_IsTcp || origin == nullptr) return std::nullopt;
   if (Lower(*origin) == "http://" + Lower(*Find(headers, "host"))) return std::nullopt;
-  return MakeProblem(403, "ORIGIN_NOT_ALLOWED", "pages of other origins may not use this service");
+  return MakeProblem(403, "ORIGIN_NOT_ALLOWED",
+                     "pages from other origins may not use this service");
 }
 
 Refusal CheckReadOnly(RuleContext& context) {
@@ -125,7 +126,9 @@ Refusal FindRoute(RuleContext& context) {
   std::vector<std::string> segments;
   for (const std::string_view segment : SegmentsOf(context.m_Head.m_Path)) {
     auto decoded = Decode(segment);
-    if (!decoded) return MakeProblem(400, "PATH_INVALID", "the path is not percent-encoded UTF-8");
+    if (!decoded) {
+      return MakeProblem(400, "PATH_INVALID", "the path is not valid percent-encoded UTF-8");
+    }
     segments.push_back(std::move(*decoded));
   }
   const auto method = MethodOf(context.m_Head.m_Method);
@@ -146,23 +149,24 @@ Refusal FindRoute(RuleContext& context) {
 Refusal CheckPermission(RuleContext& context) {
   const Access access = context.m_Admission.m_Route->m_Access;
   const Peer& peer = context.m_Head.m_Peer;
-  const bool toChange = access == Access::Change;
+  const bool isChange = access == Access::Change;
   const bool mayChange = !peer.m_IsTcp && MayUse(context.m_Permissions, peer, true);
   context.m_Admission.m_Request.m_MayChange = mayChange;
   const bool mayRead = peer.m_IsTcp || MayUse(context.m_Permissions, peer, false);
-  const bool isAllowed = access == Access::Anyone || (toChange ? mayChange : mayRead);
+  const bool isAllowed = access == Access::Anyone || (isChange ? mayChange : mayRead);
   if (isAllowed) return std::nullopt;
   return MakeProblem(403, "PERMISSION_DENIED",
-                     toChange ? "this user may not change anything" : "this user may not read");
+                     isChange ? "this user is not permitted to make changes"
+                              : "this user is not permitted to read");
 }
 
 Refusal ReadQuery(RuleContext& context) {
-  Texts& query = context.m_Admission.m_Request.m_Query;
+  StringMap& query = context.m_Admission.m_Request.m_Query;
   for (const auto& [rawName, rawValue] : context.m_Head.m_Query) {
     auto name = Decode(rawName);
     auto value = Decode(rawValue);
     if (!name || !value) {
-      return MakeProblem(400, "QUERY_INVALID", "the query is not percent-encoded UTF-8");
+      return MakeProblem(400, "QUERY_INVALID", "the query is not valid percent-encoded UTF-8");
     }
     if (!Contains(context.m_Admission.m_Route->m_Query, *name)) {
       return MakeProblem(400, "QUERY_UNKNOWN", "unknown query parameter " + *name);
@@ -180,7 +184,7 @@ Refusal CheckBodyRule(RuleContext& context) {
     return MakeProblem(400, "BODY_NOT_ALLOWED", "this request must not have a body");
   }
   if (!HasBody(context.m_Head) && rule == BodyRule::Required) {
-    return MakeProblem(400, "BODY_MISSING", "this request needs a body");
+    return MakeProblem(400, "BODY_MISSING", "this request requires a body");
   }
   return std::nullopt;
 }
@@ -193,13 +197,13 @@ Refusal CheckBodySize(RuleContext& context) {
 
 Refusal CheckMediaType(RuleContext& context) {
   if (!HasBody(context.m_Head)) return std::nullopt;
-  const Texts& headers = context.m_Admission.m_Request.m_Headers;
+  const StringMap& headers = context.m_Admission.m_Request.m_Headers;
   const std::string* const type = Find(headers, "content-type");
   const std::string& wanted = context.m_Admission.m_Route->m_MediaType;
-  const bool isPlain = Find(headers, "content-encoding") == nullptr;
-  if (isPlain && type != nullptr && MediaType(*type) == wanted) return std::nullopt;
+  const bool hasEncoding = Find(headers, "content-encoding") != nullptr;
+  if (!hasEncoding && type != nullptr && MediaType(*type) == wanted) return std::nullopt;
   return MakeProblem(415, "MEDIA_TYPE_NOT_SUPPORTED", "the body must be " + wanted,
-                     isPlain ? "" : "Send the body without Content-Encoding.");
+                     hasEncoding ? "Send the body without Content-Encoding." : "");
 }
 
 // The rules in the order in which they are checked. Each may rely on the rules before it.

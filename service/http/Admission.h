@@ -20,7 +20,7 @@ struct Head {
   std::string m_Path;
   Pairs m_Query;
   Pairs m_Headers;
-  bool m_HasNul = false;   // the path or query was cut at a NUL
+  bool m_HasNul = false;   // the path or query was truncated at a NUL
   std::size_t m_Size = 0;  // in bytes, as received
   Peer m_Peer;
 };

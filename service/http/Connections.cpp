@@ -10,8 +10,8 @@
 namespace Http {
 namespace {
 
-bool HasDisconnected(int socket, const Unfinished& unfinished) {
-  pollfd wait = {socket, unfinished.EndingEvents(), 0};
+bool HasDisconnected(int socket, const UnfinishedResponse& unfinished) {
+  pollfd wait = {socket, unfinished.DisconnectEvents(), 0};
   return poll(&wait, 1, 0) == 1;
 }
 
@@ -33,7 +33,7 @@ Connections::~Connections() {
 Connections::EntryPtr Connections::Open(int socket) {
   auto entry = std::make_shared<Entry>(socket, PeerOf(socket));
   const Base::MutexLock lock(m_Lock);
-  if (IsTooMany(entry->m_Peer)) {
+  if (IsLimitReached(entry->m_Peer)) {
     // The request is refused too, because what a TCP client has already sent can still be read.
     entry->m_IsRefused = true;
     shutdown(socket, SHUT_RDWR);
@@ -41,12 +41,12 @@ Connections::EntryPtr Connections::Open(int socket) {
   }
   m_Entries.insert(entry);
   if (entry->m_Peer.m_IsTcp) ++m_Addresses[entry->m_Peer.m_Address];
-  entry->m_Deadline = Clock::now() + m_Limits.m_RequestTime;
+  entry->m_Deadline = Clock::now() + m_Limits.m_RequestTimeout;
   if (m_Entries.size() == 1) m_Changed.NotifyAll();
   return entry;
 }
 
-bool Connections::IsTooMany(const Peer& peer) const {
+bool Connections::IsLimitReached(const Peer& peer) const {
   if (m_Entries.size() >= m_Limits.m_Connections) return true;
   const auto found = m_Addresses.find(peer.m_Address);
   return found != m_Addresses.end() && found->second >= m_Limits.m_ConnectionsPerAddress;
@@ -59,14 +59,15 @@ void Connections::Close(const EntryPtr& entry) {
   if (address != m_Addresses.end() && --address->second == 0) m_Addresses.erase(address);
 }
 
-void Connections::SetTime(const EntryPtr& entry, std::optional<std::chrono::milliseconds> time) {
+void Connections::SetTimeout(const EntryPtr& entry,
+                             std::optional<std::chrono::milliseconds> timeout) {
   const Base::MutexLock lock(m_Lock);
   entry->m_Deadline.reset();
-  if (time) entry->m_Deadline = Clock::now() + *time;
+  if (timeout) entry->m_Deadline = Clock::now() + *timeout;
 }
 
-bool Connections::Wait(const EntryPtr& entry, std::shared_ptr<Unfinished> unfinished,
-                       bool isStream) {
+bool Connections::BeginWait(const EntryPtr& entry, std::shared_ptr<UnfinishedResponse> unfinished,
+                            bool isStream) {
   const Base::MutexLock lock(m_Lock);
   std::size_t& streams = m_Streams[entry->m_Peer.m_IsTcp];
   if (m_IsStopping || (isStream && streams >= m_Limits.m_Streams)) return false;
@@ -83,7 +84,7 @@ void Connections::EndWait(const EntryPtr& entry) {
 }
 
 void Connections::Stop() {
-  Aborted aborted;
+  Responses aborted;
   {
     const Base::MutexLock lock(m_Lock);
     m_IsStopping = true;
@@ -105,15 +106,15 @@ void Connections::Run() {
     }
     const auto next = Clock::now() + m_Limits.m_CheckInterval;
     while (!m_HasEnded && m_Changed.WaitUntil(lock, next)) continue;
-    const Aborted aborted = Check();
+    const Responses aborted = Check();
     lock.Unlock();
     for (const auto& each : aborted) each->Abort();
     lock.Lock();
   }
 }
 
-Connections::Aborted Connections::Check() {
-  Aborted aborted;
+Connections::Responses Connections::Check() {
+  Responses aborted;
   const auto now = Clock::now();
   for (const EntryPtr& entry : m_Entries) {
     if (entry->m_Deadline && now >= *entry->m_Deadline) shutdown(entry->m_Socket, SHUT_RDWR);

@@ -13,7 +13,7 @@
 #include "base/Mutex.h"
 #include "service/http/Message.h"
 #include "service/http/Settings.h"
-#include "service/http/Unfinished.h"
+#include "service/http/UnfinishedResponse.h"
 
 namespace Http {
 
@@ -36,23 +36,24 @@ class Connections {
   void Close(const EntryPtr& entry);
 
   // Replaces the time after which the connection is shut down. Empty: no limit.
-  void SetTime(const EntryPtr& entry, std::optional<std::chrono::milliseconds> time);
-  // Registers `unfinished`, for which the request waits. It is aborted if the client disconnects or
+  void SetTimeout(const EntryPtr& entry, std::optional<std::chrono::milliseconds> timeout);
+  // Registers the response for which the request waits. It is aborted if the client disconnects or
   // the server stops. Returns false if the server is stopping or too many streams are open.
-  bool Wait(const EntryPtr& entry, std::shared_ptr<Unfinished> unfinished, bool isStream);
-  // Unregisters the response that `Wait` registered, if any.
+  bool BeginWait(const EntryPtr& entry, std::shared_ptr<UnfinishedResponse> unfinished,
+                 bool isStream);
+  // Unregisters the response that `BeginWait` registered, if any.
   void EndWait(const EntryPtr& entry);
 
-  // Aborts all registered responses. Afterwards `Wait` returns false.
+  // Aborts all registered responses. Afterwards `BeginWait` returns false.
   void Stop();
 
  private:
   using Clock = std::chrono::steady_clock;
-  using Aborted = std::vector<std::shared_ptr<Unfinished>>;
+  using Responses = std::vector<std::shared_ptr<UnfinishedResponse>>;
 
-  bool IsTooMany(const Peer& peer) const HOST_REQUIRES(m_Lock);
+  bool IsLimitReached(const Peer& peer) const HOST_REQUIRES(m_Lock);
   void Run();
-  Aborted Check() HOST_REQUIRES(m_Lock);
+  Responses Check() HOST_REQUIRES(m_Lock);
 
   const Limits m_Limits;
 
@@ -78,7 +79,7 @@ struct Connections::Entry {
   bool m_IsRefused = false;  // set before any other thread sees the entry
   bool m_IsStream = false;
   std::optional<Clock::time_point> m_Deadline;
-  std::shared_ptr<Unfinished> m_Unfinished;
+  std::shared_ptr<UnfinishedResponse> m_Unfinished;
 };
 
 }  // namespace Http

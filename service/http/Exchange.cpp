@@ -37,17 +37,17 @@ Head::Pairs ReadPairs(MHD_Connection* connection, MHD_ValueKind kind) {
 void Exchange::End() {
   if (m_Gate != nullptr) m_Gate->Detach();
   m_Shared.m_Connections.EndWait(m_Entry);
-  m_Shared.m_Connections.SetTime(m_Entry, m_Shared.m_Settings.m_Limits.m_RequestTime);
+  m_Shared.m_Connections.SetTimeout(m_Entry, m_Shared.m_Settings.m_Limits.m_RequestTimeout);
   if (m_Unfinished != nullptr) m_Unfinished->End();
 }
 
-// libmicrohttpd ends the target at a NUL. In the connection's buffer the version follows the target
-// after one byte; a larger gap shows that the target was cut. If another release copies them to
-// separate buffers, a cut is not detected.
-bool Exchange::IsTargetCut(const char* version) const {
+// libmicrohttpd truncates the target at a NUL. In the connection's buffer, the version follows the
+// target after one byte, so a larger gap shows that the target was truncated. If another release
+// copies them to separate buffers, truncation is not detected.
+bool Exchange::IsTargetTruncated(const char* version) const {
   const auto gap =
       reinterpret_cast<std::uintptr_t>(version) - reinterpret_cast<std::uintptr_t>(m_TargetEnd);
-  return gap > 1 && gap <= MemoryOfConnection(m_Shared.m_Settings.m_Limits);
+  return gap > 1 && gap <= ConnectionBufferSize(m_Shared.m_Settings.m_Limits);
 }
 
 Head Exchange::ReadHead() const {
@@ -69,7 +69,7 @@ bool Exchange::Begin(std::string_view method, std::string_view path, const char*
   Head head = ReadHead();
   head.m_Method = method;
   head.m_Path = path;
-  head.m_HasNul = IsTargetCut(version);
+  head.m_HasNul = IsTargetTruncated(version);
   m_Admission = Admit(head, m_Shared.m_Router, m_Shared.m_Settings, *m_Shared.CurrentPermissions());
   if (!m_Admission.m_Refusal) return true;
   const bool readsBody = HasBody(head) && !IsBodyTooLarge(head, m_Shared.m_Settings.m_Limits) &&
@@ -90,9 +90,9 @@ void Exchange::AddBody(std::string_view bytes) {
 }
 
 bool Exchange::Finish() {
-  if (m_Late != nullptr) return AnswerLate();
+  if (m_Pending != nullptr) return AnswerPending();
   if (m_Admission.m_Refusal) return Answer(*m_Admission.m_Refusal);
-  StopTime();
+  ClearTimeout();
   return Answer(Handle());
 }
 
@@ -116,7 +116,7 @@ bool Exchange::Answer(Reply reply) {
 }
 
 bool Exchange::Answer(const Response& response) {
-  m_Shared.m_Connections.SetTime(m_Entry, m_Shared.m_Settings.m_Limits.m_ResponseTime);
+  m_Shared.m_Connections.SetTimeout(m_Entry, m_Shared.m_Settings.m_Limits.m_ResponseTimeout);
   try {
     return Send(m_Connection, response, m_Admission.m_Request);
   } catch (const std::logic_error& error) {
@@ -124,33 +124,33 @@ bool Exchange::Answer(const Response& response) {
   }
 }
 
-bool Exchange::Answer(const Later& later) {
-  if (Wait(later.m_Response, false)) {
-    m_Late = later.m_Response;
-    return AnswerLate();
+bool Exchange::Answer(const ResponsePromise& promise) {
+  if (BeginWait(promise.m_Response, false)) {
+    m_Pending = promise.m_Response;
+    return AnswerPending();
   }
-  later.m_Response->End();
+  promise.m_Response->End();
   return Answer(MakeProblem(503, "STOPPING", "the service is stopping"));
 }
 
-bool Exchange::AnswerLate() {
+bool Exchange::AnswerPending() {
   for (;;) {
-    if (const auto response = m_Late->Get()) return Answer(*response);
+    if (const auto response = m_Pending->Get()) return Answer(*response);
     if (m_Gate->Suspend()) return true;
   }
 }
 
 bool Exchange::Answer(const std::shared_ptr<Stream>& stream) {
-  if (Wait(stream, true)) return Send(m_Connection, stream, m_Gate);
+  if (BeginWait(stream, true)) return Send(m_Connection, stream, m_Gate);
   stream->End();
   return Answer(
       MakeProblem(503, "STREAM_REFUSED", "too many streams are open, or the service is stopping"));
 }
 
-bool Exchange::Wait(const std::shared_ptr<Unfinished>& unfinished, bool isStream) {
+bool Exchange::BeginWait(const std::shared_ptr<UnfinishedResponse>& unfinished, bool isStream) {
   auto gate = std::make_shared<Gate>(m_Connection, m_Entry->m_Socket);
   unfinished->Attach(gate);
-  if (!m_Shared.m_Connections.Wait(m_Entry, unfinished, isStream)) return false;
+  if (!m_Shared.m_Connections.BeginWait(m_Entry, unfinished, isStream)) return false;
   m_Gate = std::move(gate);
   m_Unfinished = unfinished;
   return true;

@@ -9,7 +9,7 @@
 
 #include "service/http/Admission.h"
 #include "service/http/Connections.h"
-#include "service/http/LateResponse.h"
+#include "service/http/PendingResponse.h"
 #include "service/http/Router.h"
 #include "service/http/Settings.h"
 
@@ -41,7 +41,7 @@ struct Shared {
 
 // Returns the size in bytes of a connection's buffer for headers and output. It is a multiple of
 // the limit for headers, so that libmicrohttpd rejects only headers far above that limit.
-inline std::size_t MemoryOfConnection(const Limits& limits) {
+inline std::size_t ConnectionBufferSize(const Limits& limits) {
   return 4 * limits.m_HeaderBytes;
 }
 
@@ -70,17 +70,17 @@ class Exchange {
 
  private:
   Head ReadHead() const;
-  bool IsTargetCut(const char* version) const;
+  bool IsTargetTruncated(const char* version) const;
   Reply Handle() const;
   Response MakeFailure(const std::string& what) const;
   bool Answer(Reply reply);
   bool Answer(const Response& response);
-  bool Answer(const Later& later);
+  bool Answer(const ResponsePromise& promise);
   bool Answer(const std::shared_ptr<Stream>& stream);
-  bool AnswerLate();
+  bool AnswerPending();
   // Removes the deadline, because the server's own work is not limited.
-  void StopTime() { m_Shared.m_Connections.SetTime(m_Entry, std::nullopt); }
-  bool Wait(const std::shared_ptr<Unfinished>& unfinished, bool isStream);
+  void ClearTimeout() { m_Shared.m_Connections.SetTimeout(m_Entry, std::nullopt); }
+  bool BeginWait(const std::shared_ptr<UnfinishedResponse>& unfinished, bool isStream);
 
   Shared& m_Shared;
   MHD_Connection* const m_Connection;
@@ -91,8 +91,8 @@ class Exchange {
 
   // Set only if the response was incomplete when the handler returned.
   std::shared_ptr<Gate> m_Gate;
-  std::shared_ptr<Unfinished> m_Unfinished;
-  std::shared_ptr<LateResponse> m_Late;
+  std::shared_ptr<UnfinishedResponse> m_Unfinished;
+  std::shared_ptr<PendingResponse> m_Pending;
 };
 
 }  // namespace Http

@@ -7,8 +7,8 @@ namespace Http {
 
 bool Gate::Suspend() {
   const Base::MutexLock lock(m_Lock);
-  m_IsSuspended = !m_IsWoken;
-  m_IsWoken = false;
+  m_IsSuspended = !m_IsWakePending;
+  m_IsWakePending = false;
   if (m_IsSuspended) MHD_suspend_connection(m_Connection);
   return m_IsSuspended;
 }
@@ -24,7 +24,7 @@ void Gate::Wake() {
 }
 
 // To libmicrohttpd this looks as if the client had closed the connection.
-void Gate::Cut() {
+void Gate::Disconnect() {
   const Base::MutexLock lock(m_Lock);
   if (m_Connection != nullptr) shutdown(m_Socket, SHUT_RDWR);
   WakeLocked();
@@ -32,7 +32,7 @@ void Gate::Cut() {
 
 void Gate::WakeLocked() {
   if (m_Connection == nullptr) return;
-  m_IsWoken = !m_IsSuspended;
+  m_IsWakePending = !m_IsSuspended;
   if (m_IsSuspended) MHD_resume_connection(m_Connection);
   m_IsSuspended = false;
 }

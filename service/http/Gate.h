@@ -15,17 +15,18 @@ class Gate {
   Gate(const Gate&) = delete;
   Gate& operator=(const Gate&) = delete;
 
-  // Call on the connection's thread. Returns true if the connection is now suspended. Returns false
-  // if `Wake` or `Cut` was called while it was not suspended; the caller then has to serve it.
+  // Call on the connection's thread. Returns true if the connection is now suspended, or false if
+  // `Wake` or `Disconnect` was called while it was not suspended; the caller must then check again
+  // for data to send.
   bool Suspend();
-  // Call on the connection's thread when the request has ended. Afterwards, `Wake` and `Cut` do
-  // nothing.
+  // Call on the connection's thread when the request has ended. Afterwards, `Wake` and `Disconnect`
+  // do nothing.
   void Detach();
 
   // Resumes the connection, or makes the next `Suspend` return false. Thread-safe.
   void Wake();
   // Shuts down the connection, even if the client does not read. Thread-safe.
-  void Cut();
+  void Disconnect();
 
  private:
   void WakeLocked() HOST_REQUIRES(m_Lock);
@@ -35,7 +36,7 @@ class Gate {
   Base::Mutex m_Lock;
   MHD_Connection* m_Connection HOST_GUARDED_BY(m_Lock);
   bool m_IsSuspended HOST_GUARDED_BY(m_Lock) = false;
-  bool m_IsWoken HOST_GUARDED_BY(m_Lock) = false;
+  bool m_IsWakePending HOST_GUARDED_BY(m_Lock) = false;
 };
 
 }  // namespace Http

@@ -113,7 +113,7 @@ void RemoveStale(const std::string& path) {
   if (!exists && errno == ENOENT) return;
   Check(exists, path);
   if (!S_ISSOCK(status.st_mode)) Throw(EEXIST, path);
-  if (Base::ErrorOfConnecting(path) != ECONNREFUSED) Throw(EADDRINUSE, path);
+  if (Base::ProbeSocket(path) != ECONNREFUSED) Throw(EADDRINUSE, path);
   Check(unlink(path.c_str()) == 0, path);
 }
 
@@ -127,12 +127,12 @@ Base::Descriptor ListenUnix(const std::filesystem::path& path, mode_t mode,
   Base::Descriptor socket = MakeSocket(AF_UNIX);
   RemoveStale(path);
   Check(bind(socket.Get(), address.Get(), address.m_Size) == 0, path);
-  ShareSocket(path, mode, group);
+  SetSocketAccess(path, mode, group);
   Check(listen(socket.Get(), SOMAXCONN) == 0, path);
   return socket;
 }
 
-void ShareSocket(const std::filesystem::path& path, mode_t mode, std::optional<gid_t> group) {
+void SetSocketAccess(const std::filesystem::path& path, mode_t mode, std::optional<gid_t> group) {
   constexpr auto kKeepOwner = static_cast<uid_t>(-1);
   Check(!group || lchown(path.c_str(), kKeepOwner, *group) == 0, path);
   Check(chmod(path.c_str(), mode) == 0, path);

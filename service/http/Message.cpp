@@ -28,9 +28,9 @@ bool IsTag(std::string_view element, std::string_view entityTag) {
 
 }  // namespace
 
-const std::string* Find(const Texts& texts, std::string_view name) {
-  const auto found = texts.find(name);
-  return found == texts.end() ? nullptr : &found->second;
+const std::string* Find(const StringMap& strings, std::string_view name) {
+  const auto found = strings.find(name);
+  return found == strings.end() ? nullptr : &found->second;
 }
 
 bool IsKept(std::string_view header) {

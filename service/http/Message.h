@@ -15,11 +15,11 @@ namespace Http {
 // HEAD is handled as GET; the server omits the body.
 enum class Method { Get, Post, Put, Patch, Delete };
 
-// Texts by name.
-using Texts = std::map<std::string, std::string, std::less<>>;
+// Strings by name.
+using StringMap = std::map<std::string, std::string, std::less<>>;
 
-// Returns the text with this name, or null.
-const std::string* Find(const Texts& texts, std::string_view name);
+// Returns the string with this name, or null.
+const std::string* Find(const StringMap& strings, std::string_view name);
 
 // The process or machine at the other end of a connection.
 struct Peer {
@@ -38,10 +38,10 @@ struct Peer {
 // and percent escapes have been decoded.
 struct Request {
   Method m_Method = Method::Get;
-  Texts m_Parameters;  // by their names in the route's path
-  Texts m_Query;       // only names that the route allows; "" for a missing value
-  Texts m_Headers;     // names in lower case; only those that `IsKept` accepts
-  std::string m_Body;  // as received
+  StringMap m_Parameters;  // by their names in the route's path
+  StringMap m_Query;       // only names that the route allows; "" for a missing value
+  StringMap m_Headers;     // names in lower case; only those that `IsKept` accepts
+  std::string m_Body;      // as received
   Peer m_Peer;
   bool m_MayChange = false;  // the client may use routes with `Access::Change`
 };
@@ -56,8 +56,8 @@ struct Response {
   std::string m_ContentType;  // empty: no body
   // May be shared by many responses; null is the same as empty.
   std::shared_ptr<const std::string> m_Body;
-  // The ETag of this content, without quotation marks; empty: none. It is sent as a weak one, since
-  // documents also contain the time of the response. If a GET request has the same tag in
+  // The ETag of this content, without quotation marks; empty: none. It is sent as a weak tag,
+  // because documents also contain the time of the response. If a GET request has the same tag in
   // If-None-Match, the server sends 304 instead of 200.
   std::string m_EntityTag;
   std::vector<std::pair<std::string, std::string>> m_Headers;
@@ -65,7 +65,7 @@ struct Response {
 
 Response MakeResponse(unsigned status, std::string contentType, std::string body);
 
-// Creates an RFC 9457 problem document. `id` is an upper-case word for programs, `detail` describes
+// Creates an RFC 9457 problem document. `id` is an upper-case name for programs, `detail` describes
 // what is wrong with this request, and `hint`, if not empty, what to do about it. Bytes that are
 // not UTF-8 are replaced.
 Response MakeProblem(unsigned status, std::string_view id, std::string_view detail,

@@ -47,8 +47,8 @@ void ReadCredentials(int socket, Peer& peer) {
 
 bool IsMember(const Peer& peer, const std::optional<gid_t>& group) {
   if (!group) return false;
-  const auto& others = peer.m_SupplementaryGroups;
-  return peer.m_Group == *group || std::find(others.begin(), others.end(), *group) != others.end();
+  const auto& groups = peer.m_SupplementaryGroups;
+  return peer.m_Group == *group || std::find(groups.begin(), groups.end(), *group) != groups.end();
 }
 
 }  // namespace

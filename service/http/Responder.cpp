@@ -4,11 +4,11 @@
 
 #include <utility>
 
-#include "service/http/LateResponse.h"
+#include "service/http/PendingResponse.h"
 
 namespace Http {
 
-Responder::Responder() : m_Response(std::make_shared<LateResponse>()) {}
+Responder::Responder() : m_Response(std::make_shared<PendingResponse>()) {}
 
 Responder::~Responder() {
   if (m_Response == nullptr) return;
@@ -26,7 +26,7 @@ bool Responder::HasEnded() const {
   return m_Response->HasEnded();
 }
 
-void LateResponse::Complete(Response response) {
+void PendingResponse::Complete(Response response) {
   std::shared_ptr<Gate> gate;
   {
     const Base::MutexLock lock(m_Lock);
@@ -37,31 +37,31 @@ void LateResponse::Complete(Response response) {
   if (gate != nullptr) gate->Wake();
 }
 
-bool LateResponse::HasEnded() const {
+bool PendingResponse::HasEnded() const {
   const Base::MutexLock lock(m_Lock);
   return m_HasEnded;
 }
 
-std::optional<Response> LateResponse::Get() const {
+std::optional<Response> PendingResponse::Get() const {
   const Base::MutexLock lock(m_Lock);
   return m_Response;
 }
 
-void LateResponse::Abort() {
+void PendingResponse::Abort() {
   Complete(MakeProblem(503, "STOPPING", "the service is stopping"));
 }
 
 // POLLRDHUP is excluded: a client that has only finished sending still waits for the response.
-short LateResponse::EndingEvents() const {
+short PendingResponse::DisconnectEvents() const {
   return POLLHUP | POLLERR;
 }
 
-void LateResponse::Attach(std::shared_ptr<Gate> gate) {
+void PendingResponse::Attach(std::shared_ptr<Gate> gate) {
   const Base::MutexLock lock(m_Lock);
   m_Gate = std::move(gate);
 }
 
-void LateResponse::End() {
+void PendingResponse::End() {
   const Base::MutexLock lock(m_Lock);
   m_HasEnded = true;
 }

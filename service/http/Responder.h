@@ -7,11 +7,11 @@
 
 namespace Http {
 
-class LateResponse;
+class PendingResponse;
 
 // Returned by a handler whose response will follow.
-struct Later {
-  std::shared_ptr<LateResponse> m_Response;
+struct ResponsePromise {
+  std::shared_ptr<PendingResponse> m_Response;
 };
 
 // Completes a request after its handler has returned `Promise()`. Thread-safe. Move-only. If it is
@@ -26,7 +26,7 @@ class Responder {
   Responder& operator=(const Responder&) = delete;
 
   // Returns the value that the handler must return. Call on the handler's thread.
-  Later Promise() const { return {m_Response}; }
+  ResponsePromise Promise() const { return {m_Response}; }
   // Sends the response, immediately or as soon as the handler has returned. Does nothing if the
   // request already has a response or has ended.
   void Complete(Response response) const;
@@ -35,7 +35,7 @@ class Responder {
   bool HasEnded() const;
 
  private:
-  std::shared_ptr<LateResponse> m_Response;  // null after a move
+  std::shared_ptr<PendingResponse> m_Response;  // null after a move
 };
 
 }  // namespace Http

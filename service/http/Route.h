@@ -14,7 +14,7 @@
 namespace Http {
 
 // The result of a handler: a response, the promise of a response, or a stream.
-using Reply = std::variant<Response, Later, std::shared_ptr<Stream>>;
+using Reply = std::variant<Response, ResponsePromise, std::shared_ptr<Stream>>;
 
 // Called on the server's threads, possibly on several simultaneously. Must not block. If it throws,
 // the client gets a 500.
@@ -31,7 +31,7 @@ enum class BodyRule { None, Required };
 struct Route {
   Method m_Method;
   // Each segment is literal text or a parameter, "{name}". A parameter matches any text except "",
-  // ".", ".." and strings with "/". The first row that matches a request is used.
+  // ".", ".." and strings with "/". The first route that matches a request is used.
   std::string m_Path;
   Access m_Access;
   Handler m_Handler;

@@ -39,8 +39,8 @@ bool PathMatches(const Segments& pattern, const Segments& segments) {
                     SegmentMatches);
 }
 
-Texts ParametersOf(const Segments& pattern, const Segments& segments) {
-  Texts parameters;
+StringMap ParametersOf(const Segments& pattern, const Segments& segments) {
+  StringMap parameters;
   for (std::size_t i = 0; i < pattern.size(); ++i) {
     if (!IsParameter(pattern[i])) continue;
     parameters[pattern[i].substr(1, pattern[i].size() - 2)] = segments[i];
@@ -87,16 +87,16 @@ Router::Router(std::vector<Route> routes) {
   for (Route& route : routes) Add(std::move(route));
 }
 
-// A path template such as "/{name}" matches itself, so an earlier row that also matches it would
+// A path template such as "/{name}" matches itself, so an earlier route that also matches it would
 // receive all of this row's requests.
 void Router::Add(Route route) {
   Segments segments;
   for (const std::string_view segment : SegmentsOf(route.m_Path)) segments.emplace_back(segment);
   if (segments.empty() || route.m_Path.front() != '/') {
-    throw std::logic_error("path without a slash: " + route.m_Path);
+    throw std::logic_error("path does not start with a slash: " + route.m_Path);
   }
   if (Find(route.m_Method, segments).m_Route != nullptr) {
-    throw std::logic_error("path that an earlier row has: " + route.m_Path);
+    throw std::logic_error("path is already matched by an earlier route: " + route.m_Path);
   }
   m_Rows.push_back({std::move(route), std::move(segments)});
 }

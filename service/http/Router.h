@@ -10,8 +10,8 @@
 
 namespace Http {
 
-// Returns the method with this name; HEAD counts as GET. Returns empty for methods that no route
-// can have.
+// Returns the method with this name; HEAD counts as GET. Returns std::nullopt for methods that no
+// route can have.
 std::optional<Method> MethodOf(std::string_view name);
 
 // Returns the name of the method, in upper case.
@@ -25,15 +25,17 @@ class Router {
  public:
   // The result of a lookup.
   struct Match {
-    const Route* m_Route = nullptr;  // owned by the router; null: no such path and method
-    Texts m_Parameters;
-    std::string m_Allowed;  // methods of this path, as in an Allow header; empty: unknown path
+    const Route* m_Route = nullptr;  // owned by the router; null if no route matches
+    StringMap m_Parameters;          // the values of the path's parameters
+    // The methods of this path, as in an Allow header. Empty for an unknown path.
+    std::string m_Allowed;
   };
 
-  // Throws `std::logic_error` if a row can never be reached, or its path is malformed.
+  // Throws `std::logic_error` if the path of a route is malformed, or if an earlier route would
+  // receive all of its requests.
   explicit Router(std::vector<Route> routes);
 
-  // `segments` must have been percent-decoded.
+  // Returns the first route that matches. `segments` must have been percent-decoded.
   Match Find(std::optional<Method> method, const std::vector<std::string>& segments) const;
 
  private:

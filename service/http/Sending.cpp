@@ -11,9 +11,9 @@ namespace {
 
 using Body = std::shared_ptr<const std::string>;
 
-constexpr std::size_t kBlock = 4096;
+constexpr std::size_t kBlockSize = 4096;
 
-constexpr std::pair<const char*, const char*> kEveryResponse[] = {
+constexpr std::pair<const char*, const char*> kCommonHeaders[] = {
     {"Cache-Control", "no-store"},
     {"X-Content-Type-Options", "nosniff"},
 };
@@ -39,7 +39,7 @@ ssize_t ReadStream(void* owned, uint64_t, char* into, size_t size) {
     const auto& [stream, gate] = *static_cast<StreamReader*>(owned);
     for (;;) {
       const auto count = stream->Take(into, size);
-      if (!count && stream->IsCut()) return MHD_CONTENT_READER_END_WITH_ERROR;
+      if (!count && stream->IsAborted()) return MHD_CONTENT_READER_END_WITH_ERROR;
       if (!count) return MHD_CONTENT_READER_END_OF_STREAM;
       if (*count > 0) return static_cast<ssize_t>(*count);
       if (gate->Suspend()) return 0;
@@ -63,7 +63,7 @@ ResponsePtr MakeBuffered(const Body& body) {
 ResponsePtr MakeStreaming(const std::shared_ptr<Stream>& stream,
                           const std::shared_ptr<Gate>& gate) {
   auto owned = std::make_unique<StreamReader>(StreamReader{stream, gate});
-  ResponsePtr response(MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kBlock, ReadStream,
+  ResponsePtr response(MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kBlockSize, ReadStream,
                                                          owned.get(), Free<StreamReader>));
   if (response != nullptr) static_cast<void>(owned.release());
   return response;
@@ -71,12 +71,12 @@ ResponsePtr MakeStreaming(const std::shared_ptr<Stream>& stream,
 
 void AddHeader(const ResponsePtr& response, const std::string& name, const std::string& value) {
   if (MHD_add_response_header(response.get(), name.c_str(), value.c_str()) == MHD_YES) return;
-  throw std::logic_error("header that cannot be sent: " + name);
+  throw std::logic_error("invalid header: " + name);
 }
 
 bool Queue(MHD_Connection* connection, unsigned status, const ResponsePtr& response) {
   if (response == nullptr) return false;
-  for (const auto& [name, value] : kEveryResponse) AddHeader(response, name, value);
+  for (const auto& [name, value] : kCommonHeaders) AddHeader(response, name, value);
   return MHD_queue_response(connection, status, response.get()) == MHD_YES;
 }
 

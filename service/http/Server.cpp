@@ -36,7 +36,7 @@ bool Continue(Exchange& exchange, std::string_view body) {
   return true;
 }
 
-// Callbacks for libmicrohttpd. No exception may leave them.
+// Callbacks for libmicrohttpd. They must not throw.
 
 // The first callback of a request. Returns its exchange, or null if out of memory.
 void* OnTarget(void* closure, const char* target, MHD_Connection* connection) {
@@ -108,7 +108,7 @@ MHD_Daemon* StartDaemon(Shared& shared, int listener) {
       MHD_OPTION_LISTEN_SOCKET, listener,
       MHD_OPTION_THREAD_POOL_SIZE, limits.m_Threads,
       MHD_OPTION_CONNECTION_LIMIT, static_cast<unsigned>(connections),
-      MHD_OPTION_CONNECTION_MEMORY_LIMIT, MemoryOfConnection(limits),
+      MHD_OPTION_CONNECTION_MEMORY_LIMIT, ConnectionBufferSize(limits),
       MHD_OPTION_STRICT_FOR_CLIENT, 1,
       MHD_OPTION_NOTIFY_CONNECTION, OnConnection, &shared,
       MHD_OPTION_URI_LOG_CALLBACK, OnTarget, &shared,
@@ -128,10 +128,10 @@ class Server::Daemon {
     if (copy >= 0) m_Daemon = StartDaemon(shared, copy);
     if (m_Daemon != nullptr) return;
     if (copy >= 0) close(copy);
-    throw std::runtime_error("the HTTP server cannot be started");
+    throw std::runtime_error("cannot start the HTTP server");
   }
-  // Without the first call, libmicrohttpd would shut the listener down, also for a service manager
-  // that keeps it open.
+  // Without MHD_quiesce_daemon(), libmicrohttpd would shut the listener down, even for a service
+  // manager that keeps it open.
   ~Daemon() {
     const Base::Descriptor copy(MHD_quiesce_daemon(m_Daemon));
     MHD_stop_daemon(m_Daemon);

@@ -19,9 +19,9 @@ struct Limits {
   std::size_t m_HeaderBytes = 8192;          // request line and headers
   std::size_t m_BodyBytes = 65536;
   // Time limit from the connection, or the end of the previous response, to the end of the request.
-  std::chrono::milliseconds m_RequestTime{10000};
+  std::chrono::milliseconds m_RequestTimeout{10000};
   // Time limit for a client to receive a response other than a stream.
-  std::chrono::milliseconds m_ResponseTime{30000};
+  std::chrono::milliseconds m_ResponseTimeout{30000};
   // Interval of the checks for expired time limits and for disconnected clients.
   std::chrono::milliseconds m_CheckInterval{500};
   unsigned m_Threads = 4;  // per listener

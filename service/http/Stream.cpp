@@ -16,11 +16,11 @@ bool Stream::Send(std::string_view text) {
     const Base::MutexLock lock(m_Lock);
     if (m_IsClosed) return false;
     fits = Queue(text);
-    if (!fits) m_IsClosed = m_IsCut = true;
+    if (!fits) m_IsClosed = m_IsAborted = true;
     gate = m_Gate;
   }
   if (gate != nullptr && fits) gate->Wake();
-  if (gate != nullptr && !fits) gate->Cut();
+  if (gate != nullptr && !fits) gate->Disconnect();
   return fits;
 }
 
@@ -43,15 +43,15 @@ void Stream::Close() {
   if (gate != nullptr) gate->Wake();
 }
 
-bool Stream::IsCut() const {
+bool Stream::IsAborted() const {
   const Base::MutexLock lock(m_Lock);
-  return m_IsCut;
+  return m_IsAborted;
 }
 
 std::optional<std::size_t> Stream::Take(char* into, std::size_t size) {
   {
     const Base::MutexLock lock(m_Lock);
-    if (m_IsCut) return std::nullopt;
+    if (m_IsAborted) return std::nullopt;
     if (const std::size_t count = TakeLocked(into, size); count > 0) return count;
     if (m_IsClosed) return std::nullopt;
   }
@@ -80,15 +80,15 @@ void Stream::Abort() {
   std::shared_ptr<Gate> gate;
   {
     const Base::MutexLock lock(m_Lock);
-    m_IsClosed = m_IsCut = true;
+    m_IsClosed = m_IsAborted = true;
     gate = m_Gate;
   }
-  if (gate != nullptr) gate->Cut();
+  if (gate != nullptr) gate->Disconnect();
 }
 
 // POLLRDHUP is included: a client of a stream has nothing more to send, so if it closes its sending
 // side, it has disconnected.
-short Stream::EndingEvents() const {
+short Stream::DisconnectEvents() const {
   return POLLHUP | POLLERR | POLLRDHUP;
 }
 
@@ -100,7 +100,7 @@ void Stream::Attach(std::shared_ptr<Gate> gate) {
 void Stream::End() {
   {
     const Base::MutexLock lock(m_Lock);
-    m_IsClosed = m_IsCut = true;
+    m_IsClosed = m_IsAborted = true;
     m_Text = std::string();
     m_Taken = 0;
   }

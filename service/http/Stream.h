@@ -8,13 +8,13 @@
 #include <string_view>
 
 #include "base/Mutex.h"
-#include "service/http/Unfinished.h"
+#include "service/http/UnfinishedResponse.h"
 
 namespace Http {
 
 // `Send` and `Close` are thread-safe and may be called before and after the handler returns the
 // stream.
-class Stream : public Unfinished {
+class Stream : public UnfinishedResponse {
  public:
   using Callback = std::function<void()>;
 
@@ -41,10 +41,10 @@ class Stream : public Unfinished {
   // Moves up to `size` bytes from the queue to `into`. Returns 0 if none are queued now, or empty
   // if no more will follow.
   std::optional<std::size_t> Take(char* into, std::size_t size);
-  // Whether the stream was cut, so that the client must not see a regular end.
-  bool IsCut() const;
+  // Whether the stream ended early, so that the client must not see a regular end.
+  bool IsAborted() const;
   void Abort() override;
-  short EndingEvents() const override;
+  short DisconnectEvents() const override;
   void Attach(std::shared_ptr<Gate> gate) override;
   void End() override;
 
@@ -61,9 +61,9 @@ class Stream : public Unfinished {
   mutable Base::Mutex m_Lock;
   std::string m_Text HOST_GUARDED_BY(m_Lock);  // queued from offset `m_Taken` on
   std::size_t m_Taken HOST_GUARDED_BY(m_Lock) = 0;
-  bool m_IsDrained HOST_GUARDED_BY(m_Lock) = true;  // queue empty, `m_OnDrained` called
-  bool m_IsClosed HOST_GUARDED_BY(m_Lock) = false;  // accepts no more text
-  bool m_IsCut HOST_GUARDED_BY(m_Lock) = false;     // sends no more text
+  bool m_IsDrained HOST_GUARDED_BY(m_Lock) = true;   // queue empty, `m_OnDrained` called
+  bool m_IsClosed HOST_GUARDED_BY(m_Lock) = false;   // accepts no more text
+  bool m_IsAborted HOST_GUARDED_BY(m_Lock) = false;  // sends no more text
   std::shared_ptr<Gate> m_Gate HOST_GUARDED_BY(m_Lock);
 };
 

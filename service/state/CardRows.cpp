@@ -25,7 +25,7 @@ std::string TextOf(const std::set<std::uint32_t>& reasons) {
   return text;
 }
 
-std::set<std::uint32_t> ReasonsIn(const std::string& text) {
+std::set<std::uint32_t> ParseReasons(const std::string& text) {
   std::istringstream stream(text);
   std::set<std::uint32_t> reasons;
   for (std::uint32_t reason = 0; stream >> reason;) reasons.insert(reason);
@@ -46,18 +46,20 @@ std::string TextOf(const std::vector<DriveState>& drives) {
   return text;
 }
 
-std::optional<std::int64_t> NumberIn(const std::string& word) {
-  std::istringstream stream(word);
+std::optional<std::int64_t> ParseNumber(const std::string& text) {
+  std::istringstream stream(text);
   std::int64_t number = 0;
   if (!(stream >> number)) return std::nullopt;
   return number;
 }
 
-std::vector<DriveState> DrivesIn(const std::string& text) {
+std::vector<DriveState> ParseDrives(const std::string& text) {
   std::istringstream stream(text);
   std::vector<DriveState> drives;
   std::string size, sector;
-  while (stream >> size >> sector) drives.push_back({0, "", {NumberIn(size), NumberIn(sector)}});
+  while (stream >> size >> sector) {
+    drives.push_back({0, "", {ParseNumber(size), ParseNumber(sector)}});
+  }
   return drives;
 }
 
@@ -92,10 +94,10 @@ void Read(const Statement& statement, int column, std::string& text) {
   text = statement.Text(column);
 }
 void Read(const Statement& statement, int column, std::set<std::uint32_t>& reasons) {
-  reasons = ReasonsIn(statement.Text(column));
+  reasons = ParseReasons(statement.Text(column));
 }
 void Read(const Statement& statement, int column, std::vector<DriveState>& drives) {
-  drives = DrivesIn(statement.Text(column));
+  drives = ParseDrives(statement.Text(column));
 }
 
 // Calls `visit(name, value)` for each column, the key first, except `hours`, which the history

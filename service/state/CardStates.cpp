@@ -21,7 +21,7 @@ constexpr auto kDetached = static_cast<std::uint32_t>(PI::Value::DETACHED);
 constexpr std::uint64_t kStableMs = 60'000;  // several polls of the plug-in
 
 // Attached and detached take effect immediately and do not make a card abnormal.
-bool IsCardState(std::uint32_t reason) {
+bool IsAttachReason(std::uint32_t reason) {
   return reason == kAttached || reason == kDetached;
 }
 
@@ -56,16 +56,16 @@ CardState StateOf(const Console::Model& model, const Object& adapter) {
   state.m_Name = FieldText(adapter, "name");
   state.m_Reasons = ReasonsOf(adapter);
   for (const Object& object : model.Objects()) {
-    const bool isIts =
+    const bool isOfCard =
         object.m_Kind == Console::Kind::Drive && AdapterOf(model, object) == &adapter;
-    if (isIts) state.m_Drives.push_back(StateOf(object));
+    if (isOfCard) state.m_Drives.push_back(StateOf(object));
   }
   return state;
 }
 
-void BackToNormal(Reasons& reasons) {
+void ClearAbnormalReasons(Reasons& reasons) {
   for (auto it = reasons.begin(); it != reasons.end();) {
-    it = IsCardState(*it) ? std::next(it) : reasons.erase(it);
+    it = IsAttachReason(*it) ? std::next(it) : reasons.erase(it);
   }
 }
 
@@ -84,14 +84,14 @@ void EndReasons(const Reasons& observed, std::uint64_t timeMs, Reasons& logged,
     }
     const std::uint64_t since = absent.emplace(reason, timeMs).first->second;
     const std::uint64_t passed = std::max(since, timeMs) - std::min(since, timeMs);
-    if (!IsCardState(reason) && passed < kStableMs) continue;
+    if (!IsAttachReason(reason) && passed < kStableMs) continue;
     logged.erase(reason);
     absent.erase(reason);
   }
 }
 
 bool IsAbnormal(const Reasons& reasons) {
-  return !std::all_of(reasons.begin(), reasons.end(), IsCardState);
+  return !std::all_of(reasons.begin(), reasons.end(), IsAttachReason);
 }
 
 // Returns the numbers in ascending order, which is the plug-in's order within each of its masks.
@@ -114,17 +114,17 @@ bool Differ(const DriveFormat& left, const DriveFormat& right) {
          Differ(left.m_SectorSizeBytes, right.m_SectorSizeBytes);
 }
 
-void AddUnknown(const DriveFormat& observed, DriveFormat& logged) {
+void FillUnknown(const DriveFormat& observed, DriveFormat& logged) {
   if (!logged.m_SizeBytes) logged.m_SizeBytes = observed.m_SizeBytes;
   if (!logged.m_SectorSizeBytes) logged.m_SectorSizeBytes = observed.m_SectorSizeBytes;
 }
 
-// Keeps known formats, because these change only with their event.
+// Keeps formats that are already known: they change only with a PD_FORMAT_CHANGED event.
 void ApplyDrives(const std::vector<DriveState>& observed, std::vector<DriveState>& logged) {
   std::vector<DriveState> drives = observed;
   for (std::size_t i = 0; i < std::min(drives.size(), logged.size()); ++i) {
     drives[i].m_Format = logged[i].m_Format;
-    AddUnknown(observed[i].m_Format, drives[i].m_Format);
+    FillUnknown(observed[i].m_Format, drives[i].m_Format);
   }
   logged = drives;
 }
@@ -133,13 +133,13 @@ class Events {
  public:
   explicit Events(std::uint64_t timeMs) : m_TimeMs(timeMs) {}
 
-  void AppendOfCard(std::uint32_t number, const std::string& serial, const CardState& card) {
+  void AppendForCard(std::uint32_t number, const std::string& serial, const CardState& card) {
     Append(number, serial, PI::OBJECT_ADAPTER, card.m_ObjectID, card.m_Name)
         .SetPlaceHolder1(card.m_Name);
   }
 
-  void AppendOfDrive(std::uint32_t number, const std::string& serial, const CardState& card,
-                     const DriveState& drive) {
+  void AppendForDrive(std::uint32_t number, const std::string& serial, const CardState& card,
+                      const DriveState& drive) {
     PI::CEvent& event =
         Append(number, serial, PI::OBJECT_PHYSICAL_DRIVE, drive.m_ObjectID, drive.m_Name);
     event.SetPlaceHolder1(card.m_Name);
@@ -169,13 +169,13 @@ void AppendChanges(const std::string& serial, const CardState& before, const Car
   // The reasons of a new card existed when it was added, so they have no events.
   if (!before.m_IsNew) {
     for (const std::uint32_t number : EventNumbers(before.m_Reasons, now.m_Reasons)) {
-      events.AppendOfCard(number, serial, now);
+      events.AppendForCard(number, serial, now);
     }
   }
   const std::size_t drives = std::min(before.m_Drives.size(), now.m_Drives.size());
   for (std::size_t i = 0; i < drives; ++i) {
     if (!Differ(before.m_Drives[i].m_Format, now.m_Drives[i].m_Format)) continue;
-    events.AppendOfDrive(E::PD_FORMAT_CHANGED, serial, now, now.m_Drives[i]);
+    events.AppendForDrive(E::PD_FORMAT_CHANGED, serial, now, now.m_Drives[i]);
   }
 }
 
@@ -205,7 +205,7 @@ void ApplyEvent(const HostKit::LoggedEvent& event, CardStates& logged) {
   if (found == logged.end()) return;
   CardState& card = found->second;
   if (event.m_EventID == E::CTRL_PNPREMOVE) card.m_IsPresent = false;
-  if (event.m_EventID == E::CTRL_NORMAL) BackToNormal(card.m_Reasons);
+  if (event.m_EventID == E::CTRL_NORMAL) ClearAbnormalReasons(card.m_Reasons);
   if (event.m_EventID == E::PD_FORMAT_CHANGED) card.m_Drives.clear();
   const std::uint32_t reason = HostKit::ReasonOf(event.m_EventID);
   if (reason != 0) BeginReason(reason, card.m_Reasons);
@@ -232,13 +232,13 @@ std::vector<StateEvent> EventsBetween(const CardStates& before, const CardStates
   for (const auto& [serial, card] : before) {
     const auto found = now.find(serial);
     const bool isGone = found == now.end() || !found->second.m_IsPresent;
-    if (card.m_IsPresent && isGone) events.AppendOfCard(E::CTRL_PNPREMOVE, serial, card);
+    if (card.m_IsPresent && isGone) events.AppendForCard(E::CTRL_PNPREMOVE, serial, card);
   }
   for (const auto& [serial, card] : now) {
     if (!card.m_IsPresent) continue;
     const auto found = before.find(serial);
     if (found == before.end() || !found->second.m_IsPresent) {
-      events.AppendOfCard(E::CTRL_PNPADD, serial, card);
+      events.AppendForCard(E::CTRL_PNPADD, serial, card);
     } else {
       AppendChanges(serial, found->second, card, events);
     }

@@ -10,7 +10,7 @@ namespace {
 
 using Console::Value;
 
-std::optional<double> NumberIn(const Value& value) {
+std::optional<double> AsNumber(const Value& value) {
   if (const auto* number = std::get_if<double>(&value.m_Data)) return *number;
   if (const auto* count = std::get_if<std::uint64_t>(&value.m_Data)) {
     return static_cast<double>(*count);
@@ -26,7 +26,7 @@ std::optional<std::int64_t> ToStoredValue(const std::optional<double>& number, d
 }
 
 bool HasRange(HistoryTable table, const HistoryField& field) {
-  return table == HistoryTable::Hours && field.m_HourValue == HourValue::Range;
+  return table == HistoryTable::Hours && field.m_HourAggregate == HourAggregate::Range;
 }
 
 }  // namespace
@@ -34,12 +34,12 @@ bool HasRange(HistoryTable table, const HistoryField& field) {
 // Each hour keeps its worst wear: reserve space only falls and used endurance only rises, unless a
 // card is replaced or formatted.
 const HistoryField kHistoryFields[kHistoryFieldCount] = {
-    {"temperature_celsius", "temperature", 1000, HourValue::Range},
-    {"reserve_space_ratio", "reserve", 1e6, HourValue::Minimum},
-    {"endurance_used_ratio", "endurance", 1e6, HourValue::Maximum},
-    {"written_bytes", "written", 1, HourValue::Last},
-    {"read_bytes", "read", 1, HourValue::Last},
-    {"slot_power_watts", "power", 1000, HourValue::Range},
+    {"temperature_celsius", "temperature", 1000, HourAggregate::Range},
+    {"reserve_space_ratio", "reserve", 1e6, HourAggregate::Minimum},
+    {"endurance_used_ratio", "endurance", 1e6, HourAggregate::Maximum},
+    {"written_bytes", "written", 1, HourAggregate::Last},
+    {"read_bytes", "read", 1, HourAggregate::Last},
+    {"slot_power_watts", "power", 1000, HourAggregate::Range},
 };
 
 const HistoryField* FindHistoryField(const std::string& name) {
@@ -52,7 +52,7 @@ const HistoryField* FindHistoryField(const std::string& name) {
 HistoryValues ReadHistoryValues(const Console::Object& adapter) {
   HistoryValues values;
   for (const HistoryField& field : kHistoryFields) {
-    values.push_back(ToStoredValue(NumberIn(ReadField(adapter, field.m_Name)), field.m_PerUnit));
+    values.push_back(ToStoredValue(AsNumber(ReadField(adapter, field.m_Name)), field.m_PerUnit));
   }
   return values;
 }
@@ -68,7 +68,7 @@ std::string HistoryColumns(HistoryTable table) {
   return columns;
 }
 
-std::string HistoryRange(HistoryTable table, const HistoryField& field) {
+std::string RangeColumns(HistoryTable table, const HistoryField& field) {
   const std::string name = field.m_Column;
   return HasRange(table, field) ? name + "_min, " + name + "_max, " + name + "_mean"
                                 : name + ", " + name + ", " + name;

@@ -11,15 +11,16 @@
 
 namespace Service {
 
-// The value that an hour keeps from its minutes. `Range`: minimum, maximum and mean.
-enum class HourValue { Range, Minimum, Maximum, Last };
+// How an hour aggregates the values of its minutes. `Range`: minimum, maximum and mean.
+enum class HourAggregate { Range, Minimum, Maximum, Last };
 
-// Values are stored as integers, which need a third of the space of floating-point numbers.
+// A field with a history. Its values are stored as scaled integers, which take a third of the space
+// of floating-point numbers.
 struct HistoryField {
-  const char* m_Name;  // of the console's field, with its base unit
+  const char* m_Name;  // the name of the console's field, including the base unit
   const char* m_Column;
-  double m_PerUnit;  // the stored number for a value of 1
-  HourValue m_HourValue;
+  double m_PerUnit;  // stored integer = value * m_PerUnit
+  HourAggregate m_HourAggregate;
 };
 
 constexpr std::size_t kHistoryFieldCount = 6;
@@ -34,10 +35,11 @@ HistoryValues ReadHistoryValues(const Console::Object& adapter);
 
 enum class HistoryTable { Minutes, Hours };
 
-// Returns the columns of all fields for CREATE TABLE, each preceded by ", ".
+// Returns the column definitions of all fields for CREATE TABLE, each preceded by ", ".
 std::string HistoryColumns(HistoryTable table);
 
-// Returns the names of three columns of the table: the field's minimum, maximum and mean.
-std::string HistoryRange(HistoryTable table, const HistoryField& field);
+// Returns a list of columns for SELECT: the field's minimum, maximum and mean. If the table has one
+// column for the field, lists it three times.
+std::string RangeColumns(HistoryTable table, const HistoryField& field);
 
 }  // namespace Service

@@ -70,20 +70,20 @@ void AppendCells(const HistoryField& field, const FieldSummary& summary, std::ve
   const auto append = [&](std::int64_t value) {
     cells.push_back(summary.m_Known == 0 ? Cell() : Cell(value));
   };
-  switch (field.m_HourValue) {
-    case HourValue::Range:
+  switch (field.m_HourAggregate) {
+    case HourAggregate::Range:
       append(summary.m_Minimum);
       append(summary.m_Maximum);
       append(std::llround(summary.m_Sum /
                           static_cast<double>(std::max<std::int64_t>(summary.m_Known, 1))));
       break;
-    case HourValue::Minimum:
+    case HourAggregate::Minimum:
       append(summary.m_Minimum);
       break;
-    case HourValue::Maximum:
+    case HourAggregate::Maximum:
       append(summary.m_Maximum);
       break;
-    case HourValue::Last:
+    case HourAggregate::Last:
       append(summary.m_Last);
       break;
   }
@@ -96,8 +96,8 @@ void WriteRow(Connection& connection, const char* table, const std::vector<Cell>
   statement.Step();
 }
 
-// Takes the card's next position in the ring of hours. Returns empty if the card was forgotten.
-std::optional<std::int64_t> TakeHour(Connection& connection, std::int64_t position) {
+// Allocates the card's next position in the ring of hours. Returns empty if the card was forgotten.
+std::optional<std::int64_t> AllocateHour(Connection& connection, std::int64_t position) {
   Statement statement = connection.Prepare(
       "UPDATE host_known_cards SET hours = hours + 1 WHERE position = ? RETURNING hours - 1");
   if (!statement.Bind(position).Step()) return std::nullopt;
@@ -107,7 +107,7 @@ std::optional<std::int64_t> TakeHour(Connection& connection, std::int64_t positi
 void WriteHours(Connection& connection, const HourSummaries& summaries) {
   for (const auto& [key, summary] : summaries) {
     const auto [hour, position] = key;
-    const auto number = TakeHour(connection, position);
+    const auto number = AllocateHour(connection, position);
     if (!number) continue;
     std::vector<Cell> cells = {position * kHoursKept + *number % kHoursKept, hour,
                                summary.m_Samples};

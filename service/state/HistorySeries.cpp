@@ -17,22 +17,23 @@ using HostKit::Statement;
 // The recorded values of one hour.
 struct Hour {
   std::vector<HistoryValue> m_Summaries;
-  std::int64_t m_InSummaries = 0;          // minutes
-  std::vector<HistoryValue> m_Summarized;  // minutes that are part of a summary
-  std::vector<HistoryValue> m_Minutes;     // minutes that are not part of one
+  std::int64_t m_SummaryMinutes = 0;  // number of minutes in the summaries
+  std::vector<HistoryValue> m_SummarizedMinutes;
+  std::vector<HistoryValue> m_OtherMinutes;  // not part of a summary
 
   void AppendTo(std::vector<HistoryValue>& values) const {
-    const bool isComplete = static_cast<std::int64_t>(m_Summarized.size()) >= m_InSummaries;
-    for (const HistoryValue& value : isComplete ? m_Summarized : m_Summaries) {
+    const bool isComplete =
+        static_cast<std::int64_t>(m_SummarizedMinutes.size()) >= m_SummaryMinutes;
+    for (const HistoryValue& value : isComplete ? m_SummarizedMinutes : m_Summaries) {
       values.push_back(value);
     }
-    values.insert(values.end(), m_Minutes.begin(), m_Minutes.end());
+    values.insert(values.end(), m_OtherMinutes.begin(), m_OtherMinutes.end());
   }
 };
 
 using Hours = std::map<std::int64_t, Hour>;
 
-// Reads the three cells after the first two. An unknown value has no samples.
+// Reads minimum, maximum and mean, which follow two other columns. An unknown value has no samples.
 HistoryValue ValueOf(const Statement& row, std::int64_t samples, double perUnit) {
   constexpr int column = 2;
   HistoryValue value;
@@ -52,28 +53,29 @@ void ReadMinutes(Connection& connection, const HistoryField& field, std::int64_t
       "WITH RECURSIVE numbers (number) AS (SELECT MAX(0, ?1 - ?2) UNION ALL "
       "SELECT number + 1 FROM numbers WHERE number + 1 < ?1) "
       "SELECT number, time, " +
-      HistoryRange(HistoryTable::Minutes, field) +
+      RangeColumns(HistoryTable::Minutes, field) +
       " FROM numbers CROSS JOIN host_history_minutes ON id = number % ?2 * ?3 + ?4");
   rows.Bind(next).Bind(kMinutesKept).Bind(kPositions).Bind(position);
   while (rows.Step()) {
     HistoryValue value = ValueOf(rows, 1, field.m_PerUnit);
     value.m_Time = static_cast<std::uint64_t>(rows.Integer(1)) * kMinuteMs;
     Hour& hour = hours[rows.Integer(1) / kMinutesPerHour];
-    (rows.Integer(0) < unsummarized ? hour.m_Summarized : hour.m_Minutes).push_back(value);
+    (rows.Integer(0) < unsummarized ? hour.m_SummarizedMinutes : hour.m_OtherMinutes)
+        .push_back(value);
   }
 }
 
 void ReadHours(Connection& connection, const HistoryField& field, std::int64_t position,
                Hours& hours) {
   Statement rows =
-      connection.Prepare("SELECT time, samples, " + HistoryRange(HistoryTable::Hours, field) +
+      connection.Prepare("SELECT time, samples, " + RangeColumns(HistoryTable::Hours, field) +
                          " FROM host_history_hours WHERE id BETWEEN ? AND ?");
   rows.Bind(position * kHoursKept).Bind((position + 1) * kHoursKept - 1);
   while (rows.Step()) {
     HistoryValue value = ValueOf(rows, rows.Integer(1), field.m_PerUnit);
     value.m_Time = static_cast<std::uint64_t>(rows.Integer(0) * kMinutesPerHour) * kMinuteMs;
     Hour& hour = hours[rows.Integer(0)];
-    hour.m_InSummaries += rows.Integer(1);
+    hour.m_SummaryMinutes += rows.Integer(1);
     hour.m_Summaries.push_back(value);
   }
 }

@@ -66,11 +66,11 @@ void SetText(const Object& object, const char* field, std::string& text) {
   if (!now.empty()) text = now;
 }
 
-std::optional<std::int64_t> CountOf(const Object& object, const char* field) {
+std::optional<std::int64_t> FieldNumber(const Object& object, const char* field) {
   const Console::Value value = ReadField(object, field);
-  const auto* count = std::get_if<std::uint64_t>(&value.m_Data);
-  if (count == nullptr) return std::nullopt;
-  return static_cast<std::int64_t>(*count);
+  const auto* number = std::get_if<std::uint64_t>(&value.m_Data);
+  if (number == nullptr) return std::nullopt;
+  return static_cast<std::int64_t>(*number);
 }
 
 std::optional<std::int64_t> SizeOf(const CardState& state) {
@@ -81,11 +81,12 @@ std::optional<std::int64_t> SizeOf(const CardState& state) {
   return size;
 }
 
-void Describe(const Object& adapter, const CardState& state, KnownCard& card) {
+// Values that are now unknown keep their last known value.
+void UpdateDescription(const Object& adapter, const CardState& state, KnownCard& card) {
   SetText(adapter, "name", card.m_Name);
   SetText(adapter, "product", card.m_Product);
   SetText(adapter, "pci_address", card.m_PciAddress);
-  if (const auto slot = CountOf(adapter, "pci_slot")) card.m_Slot = slot;
+  if (const auto slot = FieldNumber(adapter, "pci_slot")) card.m_Slot = slot;
   if (const auto size = SizeOf(state)) card.m_SizeBytes = size;
 }
 
@@ -140,7 +141,7 @@ class CardUpdate {
         std::max(card.m_LastSeen, m_TimeMs) - std::min(card.m_LastSeen, m_TimeMs);
     if (!card.m_IsPresent || passed >= kLastSeenMs) card.m_LastSeen = m_TimeMs;
     card.m_IsPresent = true;
-    Describe(adapter, m_Observed.at(serial), card);
+    UpdateDescription(adapter, m_Observed.at(serial), card);
     m_Sample[serial] = ReadHistoryValues(adapter);
   }
 
@@ -184,7 +185,7 @@ void StateStore::Change(const HostKit::OwnTablesUse& use) {
 }
 
 void StateStore::Read(const HostKit::OwnTablesUse& use) {
-  HostKit::WithOwnTablesToRead([&](Connection& connection) {
+  HostKit::ReadOwnTables([&](Connection& connection) {
     Prepare(connection);
     use(connection);
   });
@@ -272,11 +273,11 @@ AcknowledgeResult StateStore::Acknowledge(const Acknowledgment& acknowledgment) 
 
 bool StateStore::Unacknowledge(const std::string& serial, const std::string& reason,
                                std::uint64_t nowMs) {
-  bool wasThere = false;
+  bool wasAcknowledged = false;
   Change([&](Connection& connection) {
-    wasThere = RemoveAcknowledgment(connection, serial, reason, nowMs);
+    wasAcknowledged = RemoveAcknowledgment(connection, serial, reason, nowMs);
   });
-  return wasThere;
+  return wasAcknowledged;
 }
 
 std::vector<Acknowledgment> StateStore::Acknowledgments(std::uint64_t nowMs) {

@@ -1,5 +1,5 @@
 // The stored state of the service: known cards, acknowledgments, history, and the state of the
-// cards according to the event log. It is in the host's database and survives a crash of the
+// cards according to the event log. It is stored in the host's database and survives a crash of the
 // process at any time. Each call is atomic.
 #pragma once
 
@@ -42,7 +42,8 @@ class StateStore {
   std::vector<KnownCard> Cards();
 
   // Removes a missing card, with its history and acknowledgments. If the card is inserted again, it
-  // counts as a new card. `isPresent`: whether the card is present; empty: as last observed.
+  // counts as a new card. `isPresent` says whether the card is present; if it is
+  // empty, the last observation counts.
   ForgetResult Forget(const std::string& serial, std::optional<bool> isPresent = std::nullopt);
 
   // See Acknowledgments.h.

@@ -68,7 +68,8 @@ class StateThread {
   }
 
   bool Enqueue(std::function<void()> task);
-  // Calls `work`. Returns empty on success, or the reason of the failure, which it reports if new.
+  // Calls `work`. Returns an empty string on success, or the reason for the failure, which it
+  // reports if new.
   std::string Try(Kind kind, const std::function<void()>& work);
   void Run();
 

@@ -17,7 +17,7 @@ void NotifyReloading() {
   Notify("RELOADING=1\nMONOTONIC_USEC=" + std::to_string(count));
 }
 
-std::optional<std::chrono::microseconds> WatchdogTime() {
+std::optional<std::chrono::microseconds> WatchdogTimeout() {
   std::uint64_t time = 0;
   if (sd_watchdog_enabled(0, &time) <= 0) return std::nullopt;
   return std::chrono::microseconds(time);

@@ -17,6 +17,6 @@ void Notify(const std::string& assignments);
 void NotifyReloading();
 
 // Returns the time within which the manager expects the next WATCHDOG=1; empty if it expects none.
-std::optional<std::chrono::microseconds> WatchdogTime();
+std::optional<std::chrono::microseconds> WatchdogTimeout();
 
 }  // namespace Systemd

@@ -31,7 +31,7 @@ TEST(Descriptor, IsClosedWithItsOwner) {
   EXPECT_FALSE(IsOpen(number));
 }
 
-TEST(Descriptor, HandsOverItsNumberWhenMoved) {
+TEST(Descriptor, TransfersItsNumberWhenMoved) {
   Base::Descriptor first = OpenNull();
   const int number = first.Get();
   Base::Descriptor second(std::move(first));
@@ -133,7 +133,7 @@ TEST(ReadAll, ReportsTheError) {
   EXPECT_EQ("", text);
 }
 
-TEST(MakePipe, CarriesTextUntilEndOfFile) {
+TEST(MakePipe, TransfersTextUntilEndOfFile) {
   Base::Pipe pipe = Base::MakePipe();
   EXPECT_EQ(FD_CLOEXEC, fcntl(pipe.m_Read.Get(), F_GETFD));
   EXPECT_EQ(FD_CLOEXEC, fcntl(pipe.m_Write.Get(), F_GETFD));
@@ -144,10 +144,10 @@ TEST(MakePipe, CarriesTextUntilEndOfFile) {
   EXPECT_EQ("text", text);
 }
 
-TEST(Discard, DropsWrittenData) {
+TEST(RedirectToNull, DropsWrittenData) {
   const Base::Pipe pipe = Base::MakePipe();
   EXPECT_EQ(0, fcntl(pipe.m_Read.Get(), F_SETFL, O_NONBLOCK));
-  Base::Discard(pipe.m_Write.Get());
+  Base::RedirectToNull(pipe.m_Write.Get());
   EXPECT_EQ(0, Base::WriteAll(pipe.m_Write, "text"));
   std::string text;
   // End of file, because the only writer has been replaced.
@@ -155,10 +155,10 @@ TEST(Discard, DropsWrittenData) {
   EXPECT_EQ("", text);
 }
 
-TEST(ErrorOfReading, IsTheErrorFromOpeningTheFile) {
-  EXPECT_EQ(0, Base::ErrorOfReading("/dev/null"));
-  EXPECT_EQ(ENOENT, Base::ErrorOfReading("/no/such/file"));
-  EXPECT_EQ(ENOTDIR, Base::ErrorOfReading("/dev/null/file"));
+TEST(CheckReadable, ReturnsTheErrnoOfOpeningTheFile) {
+  EXPECT_EQ(0, Base::CheckReadable("/dev/null"));
+  EXPECT_EQ(ENOENT, Base::CheckReadable("/no/such/file"));
+  EXPECT_EQ(ENOTDIR, Base::CheckReadable("/dev/null/file"));
 }
 
 }  // namespace

@@ -9,7 +9,7 @@ using Names = std::vector<std::string>;
 
 struct Case {
   const char* m_Name;
-  std::string m_Word;
+  std::string m_Input;
   Names m_Names;
   std::size_t m_MaxEdits;
   const char* m_Nearest;  // "" for none
@@ -40,12 +40,12 @@ const Case kCases[] = {
 
 TEST(NearestName, FindsTheIntendedName) {
   for (const Case& each : kCases) {
-    const std::string* found = Base::NearestName(each.m_Word, each.m_Names, each.m_MaxEdits);
+    const std::string* found = Base::NearestName(each.m_Input, each.m_Names, each.m_MaxEdits);
     EXPECT_EQ(each.m_Nearest, found == nullptr ? "" : *found) << each.m_Name;
   }
 }
 
-TEST(NearestName, IgnoresWordsLongerThan64Characters) {
+TEST(NearestName, IgnoresInputLongerThan64Characters) {
   const Names names = {std::string(64, 'x')};
   EXPECT_EQ(&names[0], Base::NearestName(std::string(64, 'x'), names, 1));
   EXPECT_EQ(nullptr, Base::NearestName(std::string(65, 'x'), names, 1));

@@ -17,16 +17,16 @@ inline bool IsRoot() {
 }
 
 // Runs the process with the rights of an ordinary user until this object is destroyed.
-class AsUser {
+class EffectiveUser {
  public:
-  explicit AsUser(uid_t user) {
+  explicit EffectiveUser(uid_t user) {
     if (seteuid(user) != 0) std::abort();
   }
-  ~AsUser() {
+  ~EffectiveUser() {
     if (seteuid(0) != 0) std::abort();
   }
-  AsUser(const AsUser&) = delete;
-  AsUser& operator=(const AsUser&) = delete;
+  EffectiveUser(const EffectiveUser&) = delete;
+  EffectiveUser& operator=(const EffectiveUser&) = delete;
 };
 
 class TrustFixture : public testing::Test {
@@ -36,7 +36,7 @@ class TrustFixture : public testing::Test {
   TrustFixture() { chmod(m_Directory.Path().c_str(), 0755); }
 
   static void SkipUnlessRoot() {
-    if (!IsRoot()) GTEST_SKIP() << "only root can create files of another user";
+    if (!IsRoot()) GTEST_SKIP() << "only root can create another user's files";
   }
 
   Path Directory(const std::string& name, mode_t mode) const {
@@ -60,7 +60,7 @@ class TrustFixture : public testing::Test {
   }
 
   // Removes the path of the temporary directory from a reason for rejection.
-  std::string WithoutRoot(const std::string& trustError) const {
+  std::string WithoutPrefix(const std::string& trustError) const {
     const std::string prefix = m_Directory.Path().string() + "/";
     return trustError.rfind(prefix, 0) == 0 ? trustError.substr(prefix.size()) : trustError;
   }

@@ -88,7 +88,8 @@ const FileRule kFiles[] = {
     {"character device", true, S_IFCHR | 0666, kBob, 1, kRoot, ""},
     {"block device", true, S_IFBLK | 0666, kBob, 1, kRoot, ""},
     {"directory with three hard links", true, S_IFDIR | 0777, kRoot, 3, kRoot, ""},
-    {"directory of another user", true, S_IFDIR | 0755, kBob, 2, kRoot, "is owned by uid 1001"},
+    {"directory owned by another user", true, S_IFDIR | 0755, kBob, 2, kRoot,
+     "is owned by uid 1001"},
 };
 
 TEST(TrustRules, CheckFiles) {
@@ -121,7 +122,7 @@ TEST(TrustRules, CheckCodeForEveryUserAsStrictlyAsForRoot) {
   }
 }
 
-TEST(TrustRules, LetRootCreateFilesThatOthersCannotWrite) {
+TEST(TrustRules, MakeNewFilesOfRootUnwritableByOthers) {
   EXPECT_EQ(0644U, Base::NewFileMode(kRoot));
   EXPECT_EQ(0755U, Base::NewDirectoryMode(kRoot));
   EXPECT_EQ(0666U, Base::NewFileMode(kAnn));

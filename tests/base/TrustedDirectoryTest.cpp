@@ -13,10 +13,10 @@ class TrustedDirectory : public TrustFixture {
   // Returns the opened directory with the name in it ("own/file"), the error ("error 2"), or the
   // reason for rejection.
   std::string Describe(const Base::TrustedDirectory& found) const {
-    if (!found.m_TrustError.empty()) return WithoutRoot(found.m_TrustError);
+    if (!found.m_TrustError.empty()) return WithoutPrefix(found.m_TrustError);
     if (found.m_Error != 0) return "error " + std::to_string(found.m_Error);
     const fs::path link = "/proc/self/fd/" + std::to_string(found.m_Directory.Get());
-    return WithoutRoot((fs::read_symlink(link) / found.m_Name).string());
+    return WithoutPrefix((fs::read_symlink(link) / found.m_Name).string());
   }
   std::string OpenDirectoryOfFile(const fs::path& file,
                                   Base::OpenDirectoryOptions options = {}) const {
@@ -96,7 +96,7 @@ TEST_F(TrustedDirectoryAsRoot, RejectsPathsThroughADirectoryThatOthersCanWrite) 
 
 TEST_F(TrustedDirectoryAsRoot, RejectsADirectoryThatAnAccessListLetsOthersWrite) {
   const auto shared = Directory("shared", 0755);
-  if (!ShareByAccessList(shared)) GTEST_SKIP() << "the file system does not support ACLs";
+  if (!GrantWriteByAcl(shared)) GTEST_SKIP() << "the file system does not support ACLs";
   EXPECT_EQ("shared can be written by other users", OpenDirectoryOfFile(shared / "file"));
 }
 

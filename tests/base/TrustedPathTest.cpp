@@ -1,5 +1,5 @@
 // Paths with files, links and directories that another user could have placed there. Some tests
-// require root, because they create files of another user.
+// require root, because they create another user's files.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 class TrustedPath : public TrustFixture {
  protected:
   std::string TrustErrorOf(const fs::path& file) const {
-    return WithoutRoot(Base::ResolveTrusted(file).m_TrustError);
+    return WithoutPrefix(Base::ResolveTrusted(file).m_TrustError);
   }
   static std::string Resolve(const fs::path& file) {
     return Base::ResolveTrusted(file).m_File.string();
@@ -78,8 +78,8 @@ TEST_F(TrustedPath, ResolvesARelativePathFromTheCurrentDirectory) {
 TEST_F(TrustedPath, RejectsAFileWithASecondHardLinkInASharedDirectory) {
   const auto own = Directory("own", 0700);
   const auto shared = Directory("shared", 01777);
-  fs::create_hard_link(File(own / "file"), shared / "planted");
-  EXPECT_EQ(TrustErrorOf(shared / "planted"), "shared/planted has a second hard link");
+  fs::create_hard_link(File(own / "file"), shared / "linked");
+  EXPECT_EQ(TrustErrorOf(shared / "linked"), "shared/linked has a second hard link");
   EXPECT_EQ(TrustErrorOf(own / "file"), "");
 }
 
@@ -149,13 +149,13 @@ TEST_F(TrustedPathAsRoot, RejectsFilesThatAnAccessListLetsOthersWrite) {
   const auto shared = Directory("shared", 0755);
   const auto file = File(Directory("own", 0755) / "file");
   const auto link = Link("file", m_Directory.Path() / "own" / "link");
-  if (!ShareByAccessList(shared)) GTEST_SKIP() << "the file system does not support ACLs";
-  ASSERT_TRUE(ShareByAccessList(file));
+  if (!GrantWriteByAcl(shared)) GTEST_SKIP() << "the file system does not support ACLs";
+  ASSERT_TRUE(GrantWriteByAcl(file));
   EXPECT_EQ(TrustErrorOf(shared / "missing"), "shared can be written by other users");
   EXPECT_EQ(TrustErrorOf(file), "own/file can be written by other users");
   EXPECT_EQ(TrustErrorOf(link), "own/file can be written by other users");
-  const Base::TrustedPath judged{file, "", false};
-  EXPECT_EQ(WithoutRoot(Base::TrustErrorOfOpened(judged, Base::OpenAt(AT_FDCWD, file, O_RDONLY))),
+  const Base::TrustedPath path{file, "", false};
+  EXPECT_EQ(WithoutPrefix(Base::TrustErrorOfOpened(path, Base::OpenAt(AT_FDCWD, file, O_RDONLY))),
             "own/file can be written by other users");
 }
 
@@ -181,12 +181,12 @@ TEST_F(TrustedPathAsRoot, ChecksTheDirectoriesThatProcLinksTo) {
   close(directory);
 }
 
-TEST_F(TrustedPathAsRoot, LetsAnOrdinaryUserShareDirectoriesAndFiles) {
+TEST_F(TrustedPathAsRoot, AllowsSharedDirectoriesAndFilesForAnOrdinaryUser) {
   const auto theirs = ChangeOwner(Directory("theirs", 0777), 1);
   ChangeOwner(File(theirs / "of-root", 0666), 0);
   const auto group = ChangeOwner(Directory("group", 0775), 1);
   ChangeOwner(File(group / "shared", 0666), 1);
-  const AsUser user(kOtherUser);
+  const EffectiveUser user(kOtherUser);
   EXPECT_EQ(TrustErrorOf(theirs / "of-root"), "");
   EXPECT_EQ(TrustErrorOf(theirs / "missing"), "");
   EXPECT_EQ(TrustErrorOf(group / "shared"), "");
@@ -196,7 +196,7 @@ TEST_F(TrustedPathAsRoot, RejectsFilesOfOthersInASharedDirectoryForAnOrdinaryUse
   const auto shared = Directory("shared", 01777);
   ChangeOwner(File(shared / "file", 0666), 1);
   ChangeOwner(Link("/etc", shared / "link"), 1);
-  const AsUser user(kOtherUser);
+  const EffectiveUser user(kOtherUser);
   EXPECT_EQ(TrustErrorOf(shared / "file"), "shared/file is owned by uid 1");
   EXPECT_EQ(TrustErrorOf(shared / "link" / "passwd"), "shared/link is owned by uid 1");
 }
@@ -208,7 +208,7 @@ TEST_F(TrustedPathAsRoot, RejectsDirectoriesOfOthersInASharedDirectoryForAnOrdin
   ChangeOwner(File(theirs / "file"), kOtherUser);
   ChangeOwner(Directory("shared/own", 0755), kOtherUser);
   ChangeOwner(File(Directory("shared/of-root", 0755) / "file"), kOtherUser);
-  const AsUser user(kOtherUser);
+  const EffectiveUser user(kOtherUser);
   EXPECT_EQ(TrustErrorOf(theirs), "shared/theirs is owned by uid 1");
   EXPECT_EQ(TrustErrorOf(theirs / "file"), "shared/theirs is owned by uid 1");
   EXPECT_EQ(TrustErrorOf(theirs / "missing"), "shared/theirs is owned by uid 1");

@@ -42,68 +42,68 @@ std::string Copy(const char* text) {
   return text;
 }
 
-#define EXPECT_PAIR(expected, name)                  \
+#define EXPECT_ATTRIBUTE(expected, name)             \
   EXPECT_TRUE(vsl_has_##name(handle, err)) << #name; \
   EXPECT_EQ(expected, Copy(vsl_##name(handle, err))) << #name
-#define EXPECT_FORMAT_PAIR(expected, name)                      \
+#define EXPECT_FORMAT_ATTRIBUTE(expected, name)                 \
   EXPECT_TRUE(vsl_iom_format_has_##name(handle, err)) << #name; \
   EXPECT_EQ(expected, Copy(vsl_iom_format_##name(handle, err))) << #name
 
 void ExpectIdentity(void* handle, vsl_error_record* err) {
-  EXPECT_PAIR("/dev/fct0", device_path);
-  EXPECT_PAIR("FA00000001", serial_number);
-  EXPECT_PAIR("Flash Adapter 785GB", board_name);
-  EXPECT_PAIR("Flash Adapter G2", product_name);
-  EXPECT_PAIR("3.4.9 build 1187", driver_version);
-  EXPECT_PAIR("v6.3.11", fw_current_version);
-  EXPECT_PAIR(6, fw_current_major_ver);
-  EXPECT_PAIR(3, fw_current_minor_ver);
-  EXPECT_PAIR(11, fw_current_micro_ver);
-  EXPECT_PAIR(10957, fw_current_revision);
-  EXPECT_PAIR(3, pci_bus);
-  EXPECT_PAIR(5, pci_device);
-  EXPECT_PAIR(6, pci_function);
-  EXPECT_PAIR(1, pci_slot_num);
-  EXPECT_PAIR(7, pci_domain);
+  EXPECT_ATTRIBUTE("/dev/fct0", device_path);
+  EXPECT_ATTRIBUTE("FA00000001", serial_number);
+  EXPECT_ATTRIBUTE("Flash Adapter 785GB", board_name);
+  EXPECT_ATTRIBUTE("Flash Adapter G2", product_name);
+  EXPECT_ATTRIBUTE("3.4.9 build 1187", driver_version);
+  EXPECT_ATTRIBUTE("v6.3.11", fw_current_version);
+  EXPECT_ATTRIBUTE(6, fw_current_major_ver);
+  EXPECT_ATTRIBUTE(3, fw_current_minor_ver);
+  EXPECT_ATTRIBUTE(11, fw_current_micro_ver);
+  EXPECT_ATTRIBUTE(10957, fw_current_revision);
+  EXPECT_ATTRIBUTE(3, pci_bus);
+  EXPECT_ATTRIBUTE(5, pci_device);
+  EXPECT_ATTRIBUTE(6, pci_function);
+  EXPECT_ATTRIBUTE(1, pci_slot_num);
+  EXPECT_ATTRIBUTE(7, pci_domain);
   EXPECT_EQ(0x1003, vsl_pci_device_id(handle, err));
 }
 
 void ExpectCapacityAndWear(void* handle, vsl_error_record* err) {
-  EXPECT_PAIR(784999997440U, factory_size_bytes);
-  EXPECT_PAIR(784999997440U, size_bytes);
-  EXPECT_PAIR(512U, sector_size_bytes);
-  EXPECT_PAIR(1355270400U, first_use_ts);
-  EXPECT_PAIR(1352937600U, origin_ts);
-  EXPECT_PAIR(10.0F, reserve_warning_threshold_percent);
-  EXPECT_PAIR(98.9F, reserve_space_pct);
+  EXPECT_ATTRIBUTE(784999997440U, factory_size_bytes);
+  EXPECT_ATTRIBUTE(784999997440U, size_bytes);
+  EXPECT_ATTRIBUTE(512U, sector_size_bytes);
+  EXPECT_ATTRIBUTE(1355270400U, first_use_ts);
+  EXPECT_ATTRIBUTE(1352937600U, origin_ts);
+  EXPECT_ATTRIBUTE(10.0F, reserve_warning_threshold_percent);
+  EXPECT_ATTRIBUTE(98.9F, reserve_space_pct);
   EXPECT_EQ(2U, vsl_reserve_status(handle, err));
-  EXPECT_PAIR(8200U, rated_endurance_tbytes);
-  EXPECT_PAIR(74.0F, rated_writes_remaining_percent);
-  EXPECT_PAIR(3516238185627648U, total_physical_bytes_read);
-  EXPECT_PAIR(2344158790418432U, total_physical_bytes_written);
+  EXPECT_ATTRIBUTE(8200U, rated_endurance_tbytes);
+  EXPECT_ATTRIBUTE(74.0F, rated_writes_remaining_percent);
+  EXPECT_ATTRIBUTE(3516238185627648U, total_physical_bytes_read);
+  EXPECT_ATTRIBUTE(2344158790418432U, total_physical_bytes_written);
 }
 
 void ExpectHealth(void* handle, vsl_error_record* err) {
-  EXPECT_PAIR(51.7F, temp_internal_deg_c);
-  EXPECT_PAIR(78.0F, temp_internal_warn_deg_c);
-  EXPECT_PAIR(85.0F, temp_setpoint_high_deg_c);
-  EXPECT_PAIR(14.8F, pcie_slot_power_watts);
-  EXPECT_PAIR(1U, external_power_requirement);
-  EXPECT_PAIR(true, external_power_connected);
-  EXPECT_PAIR(2U, iom_state);
-  EXPECT_PAIR(8U, minimal_mode_reason);
-  EXPECT_PAIR(2U, write_throttling_state);
-  EXPECT_PAIR(9U, write_throttling_reason);
-  EXPECT_PAIR(17U, current_errors);
-  EXPECT_PAIR(18U, current_warnings);
-  EXPECT_PAIR(20U, current_info);
-  EXPECT_PAIR(true, beacon_state);
+  EXPECT_ATTRIBUTE(51.7F, temp_internal_deg_c);
+  EXPECT_ATTRIBUTE(78.0F, temp_internal_warn_deg_c);
+  EXPECT_ATTRIBUTE(85.0F, temp_setpoint_high_deg_c);
+  EXPECT_ATTRIBUTE(14.8F, pcie_slot_power_watts);
+  EXPECT_ATTRIBUTE(1U, external_power_requirement);
+  EXPECT_ATTRIBUTE(true, external_power_connected);
+  EXPECT_ATTRIBUTE(2U, iom_state);
+  EXPECT_ATTRIBUTE(8U, minimal_mode_reason);
+  EXPECT_ATTRIBUTE(2U, write_throttling_state);
+  EXPECT_ATTRIBUTE(9U, write_throttling_reason);
+  EXPECT_ATTRIBUTE(17U, current_errors);
+  EXPECT_ATTRIBUTE(18U, current_warnings);
+  EXPECT_ATTRIBUTE(20U, current_info);
+  EXPECT_ATTRIBUTE(true, beacon_state);
 }
 
 void ExpectAdapter(void* card, vsl_error_record* err) {
   void* handle = nullptr;
   EXPECT_EQ(0U, vsl_adapter_create(card, &handle, err));
-  EXPECT_PAIR(24.75F, power_limit_watts);
+  EXPECT_ATTRIBUTE(24.75F, power_limit_watts);
   EXPECT_EQ(0U, vsl_destroy(&handle, err));
 }
 
@@ -111,14 +111,14 @@ void ExpectAdapter(void* card, vsl_error_record* err) {
 void ExpectFormat(void* card, vsl_error_record* err) {
   void* handle = nullptr;
   EXPECT_EQ(0U, vsl_iom_format_create(card, &handle, err));
-  EXPECT_FORMAT_PAIR(true, disallow_overformat);
-  EXPECT_FORMAT_PAIR(512U, min_sector_size_bytes);
-  EXPECT_FORMAT_PAIR(4096U, max_sector_size_bytes);
-  EXPECT_FORMAT_PAIR(256U, sector_size_multiplier);
-  EXPECT_FORMAT_PAIR(true, power_of_two_sector_size);
-  EXPECT_FORMAT_PAIR(777149997056U, size_bytes);
-  EXPECT_FORMAT_PAIR(784999997440U, max_size_bytes);
-  EXPECT_FORMAT_PAIR(99, size_pct);
+  EXPECT_FORMAT_ATTRIBUTE(true, disallow_overformat);
+  EXPECT_FORMAT_ATTRIBUTE(512U, min_sector_size_bytes);
+  EXPECT_FORMAT_ATTRIBUTE(4096U, max_sector_size_bytes);
+  EXPECT_FORMAT_ATTRIBUTE(256U, sector_size_multiplier);
+  EXPECT_FORMAT_ATTRIBUTE(true, power_of_two_sector_size);
+  EXPECT_FORMAT_ATTRIBUTE(777149997056U, size_bytes);
+  EXPECT_FORMAT_ATTRIBUTE(784999997440U, max_size_bytes);
+  EXPECT_FORMAT_ATTRIBUTE(99, size_pct);
   EXPECT_TRUE(vsl_iom_format_has_size_mode(handle, err));
 
   EXPECT_EQ(0U, vsl_iom_format_set_size_pct(handle, 50, err));
@@ -131,7 +131,7 @@ void ExpectFormat(void* card, vsl_error_record* err) {
   EXPECT_EQ(0U, vsl_destroy(&handle, err));
 }
 
-// Overformatting allows a tenth more than the card's size.
+// Overformatting allows 10% more than the card's size.
 void ExpectOverformat(void* card, vsl_error_record* err) {
   void* format = nullptr;
   EXPECT_EQ(0U, vsl_iom_format_create(card, &format, err));
@@ -241,8 +241,8 @@ void PrintTo(const RefusedCall& row, std::ostream* out) {
 // Returns a new job or format handle, or null if `create` fails.
 template <class Create>
 void* CreateHandle(Create create, void* card, vsl_error_record* err) {
-  void* job = nullptr;
-  return create(card, &job, err) == 0 ? job : nullptr;
+  void* handle = nullptr;
+  return create(card, &handle, err) == 0 ? handle : nullptr;
 }
 
 const RefusedCall kRefusedCalls[] = {

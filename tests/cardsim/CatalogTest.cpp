@@ -79,7 +79,7 @@ TEST_F(Catalog, DestroyDoesNotNeedAnErrorRecord) {
   EXPECT_NE(0U, vsl_destroy(&card, nullptr));
 }
 
-TEST_F(Catalog, TheLibraryCanBeStartedTwice) {
+TEST_F(Catalog, TheLibraryCanBeRestarted) {
   StartWithCard();
   vsl_fini();
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
@@ -97,7 +97,7 @@ TEST_F(Catalog, SettingTheLocateLedChangesTheFile) {
   EXPECT_NE(0U, vsl_set_beacon_state(card, 2, &m_Error));
 }
 
-TEST_F(Catalog, SettingTheLocateLedToItsStateDoesNotWrite) {
+TEST_F(Catalog, SettingTheLocateLedToItsCurrentStateDoesNotWrite) {
   StartWithCard();
   const auto before = std::filesystem::last_write_time(Path());
   EXPECT_EQ(0U, vsl_set_beacon_state(CreateCard(), 0, &m_Error));

@@ -20,34 +20,34 @@ class Unopenable : public SimulatedCards {
   // output.
   std::string RunInChild(const std::function<std::string()>& work) {
     const auto result = m_Directory / "result";
-    FILE* kept = std::fopen(result.c_str(), "w");
+    FILE* output = std::fopen(result.c_str(), "w");
     const pid_t child = fork();
     if (child == 0) {
-      std::fputs(work().c_str(), kept);
-      std::fflush(kept);
+      std::fputs(work().c_str(), output);
+      std::fflush(output);
       _exit(0);
     }
     int status = -1;
     waitpid(child, &status, 0);
     EXPECT_EQ(0, status);
-    std::fclose(kept);
+    std::fclose(output);
     return Slurp(result);
   }
 
-  static void LeaveNoDescriptors() {
+  static void ExhaustDescriptors() {
     rlimit limit = {};
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = 0;
     setrlimit(RLIMIT_NOFILE, &limit);
   }
 
-  std::string TooMany() const { return Path().string() + ": Too many open files"; }
+  std::string TooManyOpenFiles() const { return Path().string() + ": Too many open files"; }
 };
 
 TEST_F(Unopenable, InitFailsWithoutDescriptors) {
   File().AddCard(0x1003);
-  EXPECT_EQ("2 " + TooMany(), RunInChild([this] {
-              LeaveNoDescriptors();
+  EXPECT_EQ("2 " + TooManyOpenFiles(), RunInChild([this] {
+              ExhaustDescriptors();
               return Code(vsl_init(0, &m_Error), m_Error);
             }));
 }
@@ -98,13 +98,13 @@ class UnopenableCalls : public Unopenable, public ::testing::WithParamInterface<
 TEST_P(UnopenableCalls, FailWithoutDescriptors) {
   File().Raise("card0", "FLASHBACK");
   EXPECT_EQ(ExpectedFailure("Too many open files"), RunInChild([this] {
-              LeaveNoDescriptors();
+              ExhaustDescriptors();
               return Result();
             }));
 }
 
 TEST_P(UnopenableCalls, FailOnADamagedFile) {
-  Spill("{broken");
+  OverwriteFile("{broken");
   EXPECT_EQ(ExpectedFailure("line 1, column 2: invalid JSON"), Result());
 }
 
@@ -121,10 +121,10 @@ TEST_P(UnopenableCalls, FailOnAnUnreadableFile) {
 }
 
 TEST_P(UnopenableCalls, WorkAgainAfterTheFileIsRestored) {
-  const std::string whole = Slurp();
-  Spill("{broken");
+  const std::string valid = Slurp();
+  OverwriteFile("{broken");
   Result();
-  Spill(whole);
+  OverwriteFile(valid);
   const std::string result = Result();
   EXPECT_TRUE(result == "0 " || result == "found ") << result;
   EXPECT_EQ("", Joined(CardSim::Misuse()));
@@ -139,7 +139,7 @@ TEST_F(Unopenable, AStatusMaskKeepsItsLastValue) {
   void* card = OpenCard();
   File().Raise("card0", "INTERNAL_ERROR");
   EXPECT_EQ("true 256", RunInChild([&] {
-              LeaveNoDescriptors();
+              ExhaustDescriptors();
               const bool has = vsl_has_current_errors(card, &m_Error);
               return std::string(has ? "true " : "false ") +
                      std::to_string(vsl_current_errors(card, &m_Error));

@@ -22,14 +22,14 @@ struct Call {
 
 #define CARD_PAIR(type, name)                                                                   \
   {"vsl_has_" #name, std::string_view(#name) == "power_limit_watts" ? " adapter#1" : " card#1", \
-   [](CallHandles& t) { vsl_has_##name(HandleFor(#name, t), nullptr); }},                       \
+   [](CallHandles& h) { vsl_has_##name(HandleFor(#name, h), nullptr); }},                       \
       {"vsl_" #name, std::string_view(#name) == "power_limit_watts" ? " adapter#1" : " card#1", \
-       [](CallHandles& t) { vsl_##name(HandleFor(#name, t), nullptr); }},
+       [](CallHandles& h) { vsl_##name(HandleFor(#name, h), nullptr); }},
 #define FORMAT_PAIR(type, name)                                           \
   {"vsl_iom_format_has_" #name, " format#1",                              \
-   [](CallHandles& t) { vsl_iom_format_has_##name(t.format, nullptr); }}, \
+   [](CallHandles& h) { vsl_iom_format_has_##name(h.format, nullptr); }}, \
       {"vsl_iom_format_" #name, " format#1",                              \
-       [](CallHandles& t) { vsl_iom_format_##name(t.format, nullptr); }},
+       [](CallHandles& h) { vsl_iom_format_##name(h.format, nullptr); }},
 
 void* HandleFor(std::string_view attribute, const CallHandles& handles) {
   return attribute == "power_limit_watts" ? handles.adapter : handles.card;
@@ -39,53 +39,53 @@ const Call kCalls[] = {
     VSL_CARD_ATTRIBUTES(CARD_PAIR) VSL_FORMAT_ATTRIBUTES(FORMAT_PAIR){
         "vsl_init", "", [](CallHandles&) { vsl_init(0, nullptr); }},
     {"vsl_iom_iterate", " iterated#1",
-     [](CallHandles& t) { vsl_iom_iterate(&t.iterated, 1, nullptr); }},
+     [](CallHandles& h) { vsl_iom_iterate(&h.iterated, 1, nullptr); }},
     {"vsl_iom_create_by_name", "",
-     [](CallHandles& t) { vsl_iom_create_by_name("/dev/fct0", &t.other, nullptr); }},
+     [](CallHandles& h) { vsl_iom_create_by_name("/dev/fct0", &h.other, nullptr); }},
     {"vsl_open", " card#1",
-     [](CallHandles& t) {
+     [](CallHandles& h) {
        vsl_error_record err;
-       vsl_close(t.card, &err);
-       vsl_open(t.card, nullptr);
+       vsl_close(h.card, &err);
+       vsl_open(h.card, nullptr);
      }},
-    {"vsl_close", " card#1", [](CallHandles& t) { vsl_close(t.card, nullptr); }},
+    {"vsl_close", " card#1", [](CallHandles& h) { vsl_close(h.card, nullptr); }},
     {"vsl_adapter_create", " card#1",
-     [](CallHandles& t) { vsl_adapter_create(t.card, &t.other, nullptr); }},
-    {"vsl_pci_device_id", " card#1", [](CallHandles& t) { vsl_pci_device_id(t.card, nullptr); }},
-    {"vsl_reserve_status", " card#1", [](CallHandles& t) { vsl_reserve_status(t.card, nullptr); }},
+     [](CallHandles& h) { vsl_adapter_create(h.card, &h.other, nullptr); }},
+    {"vsl_pci_device_id", " card#1", [](CallHandles& h) { vsl_pci_device_id(h.card, nullptr); }},
+    {"vsl_reserve_status", " card#1", [](CallHandles& h) { vsl_reserve_status(h.card, nullptr); }},
     {"vsl_iom_format_has_size_mode", " format#1",
-     [](CallHandles& t) { vsl_iom_format_has_size_mode(t.format, nullptr); }},
+     [](CallHandles& h) { vsl_iom_format_has_size_mode(h.format, nullptr); }},
     {"vsl_set_beacon_state", " card#1",
-     [](CallHandles& t) { vsl_set_beacon_state(t.card, 1, nullptr); }},
+     [](CallHandles& h) { vsl_set_beacon_state(h.card, 1, nullptr); }},
     {"vsl_vsu_iterate", " card#1",
-     [](CallHandles& t) { vsl_vsu_iterate(t.card, &t.other, 1, nullptr); }},
-    {"vsl_vsu_state", " volume#1", [](CallHandles& t) { vsl_vsu_state(t.volume, nullptr); }},
+     [](CallHandles& h) { vsl_vsu_iterate(h.card, &h.other, 1, nullptr); }},
+    {"vsl_vsu_state", " volume#1", [](CallHandles& h) { vsl_vsu_state(h.volume, nullptr); }},
     {"vsl_has_vsu_state", " volume#1",
-     [](CallHandles& t) { vsl_has_vsu_state(t.volume, nullptr); }},
+     [](CallHandles& h) { vsl_has_vsu_state(h.volume, nullptr); }},
     {"vsl_set_vsu_state", " volume#1",
-     [](CallHandles& t) { vsl_set_vsu_state(t.volume, 0, nullptr); }},
+     [](CallHandles& h) { vsl_set_vsu_state(h.volume, 0, nullptr); }},
     {"vsl_iom_attach_create", " card#1",
-     [](CallHandles& t) { vsl_iom_attach_create(t.card, &t.other, nullptr); }},
+     [](CallHandles& h) { vsl_iom_attach_create(h.card, &h.other, nullptr); }},
     {"vsl_iom_detach_create", " card#1",
-     [](CallHandles& t) { vsl_iom_detach_create(t.card, &t.other, nullptr); }},
+     [](CallHandles& h) { vsl_iom_detach_create(h.card, &h.other, nullptr); }},
     {"vsl_iom_detach_set_force", " detach#1",
-     [](CallHandles& t) { vsl_iom_detach_set_force(t.detach, 1, nullptr); }},
+     [](CallHandles& h) { vsl_iom_detach_set_force(h.detach, 1, nullptr); }},
     {"vsl_iom_format_create", " card#1",
-     [](CallHandles& t) { vsl_iom_format_create(t.card, &t.other, nullptr); }},
+     [](CallHandles& h) { vsl_iom_format_create(h.card, &h.other, nullptr); }},
     {"vsl_iom_format_set_size_mode", " format#1",
-     [](CallHandles& t) { vsl_iom_format_set_size_mode(t.format, 11, nullptr); }},
+     [](CallHandles& h) { vsl_iom_format_set_size_mode(h.format, 11, nullptr); }},
     {"vsl_iom_format_set_size_bytes", " format#1",
-     [](CallHandles& t) { vsl_iom_format_set_size_bytes(t.format, 512, nullptr); }},
+     [](CallHandles& h) { vsl_iom_format_set_size_bytes(h.format, 512, nullptr); }},
     {"vsl_iom_format_set_size_pct", " format#1",
-     [](CallHandles& t) { vsl_iom_format_set_size_pct(t.format, 50, nullptr); }},
+     [](CallHandles& h) { vsl_iom_format_set_size_pct(h.format, 50, nullptr); }},
     {"vsl_iom_format_set_sector_size_bytes", " format#1",
-     [](CallHandles& t) { vsl_iom_format_set_sector_size_bytes(t.format, 512, nullptr); }},
-    {"vsl_op_start", " detach#1", [](CallHandles& t) { vsl_op_start(t.detach, nullptr); }},
+     [](CallHandles& h) { vsl_iom_format_set_sector_size_bytes(h.format, 512, nullptr); }},
+    {"vsl_op_start", " detach#1", [](CallHandles& h) { vsl_op_start(h.detach, nullptr); }},
     {"vsl_op_wait_for_result", " detach#1",
-     [](CallHandles& t) {
+     [](CallHandles& h) {
        vsl_error_record err;
-       vsl_op_start(t.detach, &err);
-       vsl_op_wait_for_result(t.detach, nullptr);
+       vsl_op_start(h.detach, &err);
+       vsl_op_wait_for_result(h.detach, nullptr);
      }},
 };
 
@@ -95,20 +95,20 @@ class ErrorRecords : public SimulatedCards, public ::testing::WithParamInterface
     SimulatedCards::SetUp();
     StartWithCard();
     File().Set("card0", "detach_ms", "0");
-    m_Things = {OpenCard(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
-    vsl_adapter_create(m_Things.card, &m_Things.adapter, &m_Error);
-    vsl_iom_format_create(m_Things.card, &m_Things.format, &m_Error);
-    vsl_iom_detach_create(m_Things.card, &m_Things.detach, &m_Error);
-    vsl_iom_iterate(&m_Things.iterated, 1, &m_Error);
-    vsl_vsu_iterate(m_Things.card, &m_Things.volume, 1, &m_Error);
+    m_Handles = {OpenCard(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+    vsl_adapter_create(m_Handles.card, &m_Handles.adapter, &m_Error);
+    vsl_iom_format_create(m_Handles.card, &m_Handles.format, &m_Error);
+    vsl_iom_detach_create(m_Handles.card, &m_Handles.detach, &m_Error);
+    vsl_iom_iterate(&m_Handles.iterated, 1, &m_Error);
+    vsl_vsu_iterate(m_Handles.card, &m_Handles.volume, 1, &m_Error);
     ASSERT_EQ("", Joined(CardSim::Misuse()));
   }
 
-  CallHandles m_Things = {};
+  CallHandles m_Handles = {};
 };
 
 TEST_P(ErrorRecords, AreRequiredByEveryFunctionWithThatParameter) {
-  GetParam().make(m_Things);
+  GetParam().make(m_Handles);
   EXPECT_EQ(std::string(GetParam().name) + GetParam().handle + ": no error record",
             Joined(CardSim::Misuse()));
 }

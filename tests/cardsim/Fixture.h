@@ -1,4 +1,4 @@
-// A directory with a state file, and short forms of the card library's calls.
+// A directory with a state file, and helpers for calls to the card library.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ class SimulatedCards : public ::testing::Test {
     std::filesystem::remove_all(m_Directory);
   }
 
-  // Uses memory if possible, where syncing a file is fast.
+  // Uses a file system in memory if possible, because fsync() is fast there.
   virtual std::filesystem::path Root() const {
     const std::filesystem::path memory = "/dev/shm";
     const bool usable = access(memory.c_str(), W_OK) == 0;
@@ -67,7 +67,7 @@ class SimulatedCards : public ::testing::Test {
     text << std::ifstream(path).rdbuf();
     return text.str();
   }
-  void Spill(const std::string& text) const { std::ofstream(Path()) << text; }
+  void OverwriteFile(const std::string& text) const { std::ofstream(Path()) << text; }
 
   // Returns the message of the exception, or "no error".
   template <typename Action>

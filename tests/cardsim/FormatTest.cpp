@@ -19,10 +19,10 @@ class Format : public SimulatedCards {
     for (const auto& [attribute, value] : settings) File().Set("card0", attribute, value);
     ASSERT_EQ(0U, vsl_init(0, &m_Error));
     CardSim::Reset();
-    Make();
+    CreateFormat();
   }
 
-  void Make() { ASSERT_EQ(0U, vsl_iom_format_create(CreateCard(), &m_Format, &m_Error)); }
+  void CreateFormat() { ASSERT_EQ(0U, vsl_iom_format_create(CreateCard(), &m_Format, &m_Error)); }
 
   void Run() {
     EXPECT_EQ(0U, vsl_op_start(m_Format, &m_Error)) << m_Error.text;
@@ -80,7 +80,7 @@ TEST_F(Format, ShowsTheRequestedSizeBeforeItStarts) {
 
 TEST_F(Format, DoesNotAddAbsentAttributes) {
   File().MakeAbsent("card0", "iom_format_size_pct");
-  Make();
+  CreateFormat();
   vsl_iom_format_set_size_pct(m_Format, 50, &m_Error);
   Run();
   EXPECT_EQ("499712 absent 512", Outcome());
@@ -97,29 +97,29 @@ struct Request {
   const char* name;
   const char* attribute;  // to change first
   const char* value;
-  vsl_code (*ask)(void* format, vsl_error_record* err);
+  vsl_code (*call)(void* format, vsl_error_record* err);
   const char* refusal;
 };
 
-vsl_code Sector(void* format, uint32_t bytes, vsl_error_record* err) {
+vsl_code SetSectorSize(void* format, uint32_t bytes, vsl_error_record* err) {
   return vsl_iom_format_set_sector_size_bytes(format, bytes, err);
 }
 
 const Request kRefused[] = {
     {"SectorTooSmall", nullptr, nullptr,
-     [](void* f, vsl_error_record* e) { return Sector(f, 256, e); },
+     [](void* f, vsl_error_record* e) { return SetSectorSize(f, 256, e); },
      "the sector size must be 512 to 4096 bytes"},
     {"SectorTooLarge", nullptr, nullptr,
-     [](void* f, vsl_error_record* e) { return Sector(f, 8192, e); },
+     [](void* f, vsl_error_record* e) { return SetSectorSize(f, 8192, e); },
      "the sector size must be 512 to 4096 bytes"},
-    {"SectorBetweenSteps", nullptr, nullptr,
-     [](void* f, vsl_error_record* e) { return Sector(f, 1000, e); },
+    {"SectorNotAMultiple", nullptr, nullptr,
+     [](void* f, vsl_error_record* e) { return SetSectorSize(f, 1000, e); },
      "the sector size must be a multiple of 512"},
-    {"SectorNoPowerOfTwo", nullptr, nullptr,
-     [](void* f, vsl_error_record* e) { return Sector(f, 1536, e); },
+    {"SectorNotAPowerOfTwo", nullptr, nullptr,
+     [](void* f, vsl_error_record* e) { return SetSectorSize(f, 1536, e); },
      "the sector size must be a power of two"},
     {"SectorZero", "iom_format_min_sector_size_bytes", "0",
-     [](void* f, vsl_error_record* e) { return Sector(f, 0, e); },
+     [](void* f, vsl_error_record* e) { return SetSectorSize(f, 0, e); },
      "the sector size must be 0 to 4096 bytes"},
     {"SizeZero", nullptr, nullptr,
      [](void* f, vsl_error_record* e) { return vsl_iom_format_set_size_bytes(f, 0, e); },
@@ -149,9 +149,9 @@ class RefusedFormat : public Format, public ::testing::WithParamInterface<Reques
 TEST_P(RefusedFormat, ReportsTheReason) {
   if (GetParam().attribute != nullptr) {
     File().Set("card0", GetParam().attribute, GetParam().value);
-    Make();
+    CreateFormat();
   }
-  EXPECT_NE(0U, GetParam().ask(m_Format, &m_Error));
+  EXPECT_NE(0U, GetParam().call(m_Format, &m_Error));
   EXPECT_STREQ(GetParam().refusal, m_Error.text);
 }
 
@@ -161,7 +161,7 @@ INSTANTIATE_TEST_SUITE_P(Table, RefusedFormat, ::testing::ValuesIn(kRefused),
 TEST_F(Format, AcceptsAnySectorSizeInRangeIfPowersOfTwoAreNotRequired) {
   File().Set("card0", "iom_format_power_of_two_sector_size", "false");
   File().Set("card0", "iom_format_sector_size_multiplier", "0");
-  Make();
+  CreateFormat();
   EXPECT_EQ(0U, vsl_iom_format_set_sector_size_bytes(m_Format, 777, &m_Error));
   Run();
   EXPECT_EQ("999999 100 777", Outcome());

@@ -108,7 +108,7 @@ void DestroyOpen(void* card, void* err) {
   vsl_open(card, Err(err));
   EXPECT_EQ(0U, vsl_destroy(&card, Err(err)));
 }
-void AdapterOfUnopened(void* card, void* err) {
+void AdapterFromUnopened(void* card, void* err) {
   void* adapter = nullptr;
   EXPECT_NE(0U, vsl_adapter_create(card, &adapter, Err(err)));
   EXPECT_EQ(nullptr, adapter);
@@ -128,10 +128,10 @@ void StartCard(void* card, void* err) {
 void OpenNull(void*, void* err) {
   EXPECT_NE(0U, vsl_open(nullptr, Err(err)));
 }
-void CreateIntoNowhere(void*, void* err) {
+void CreateIntoNull(void*, void* err) {
   EXPECT_NE(0U, vsl_iom_create_by_name("/dev/fct0", nullptr, Err(err)));
 }
-void DestroyNowhere(void*, void* err) {
+void DestroyNullVariable(void*, void* err) {
   EXPECT_NE(0U, vsl_destroy(nullptr, Err(err)));
 }
 void UseVolumeOfDestroyedCard(void* card, void* err) {
@@ -163,13 +163,13 @@ const MisuseCase kMisuseCases[] = {
     {"OpenTwice", OpenTwice, "vsl_open card#1: opened twice"},
     {"CloseUnopened", CloseUnopened, "vsl_close card#1: closed but not open"},
     {"DestroyOpen", DestroyOpen, "vsl_destroy card#1: destroyed while open"},
-    {"AdapterOfUnopened", AdapterOfUnopened, "vsl_adapter_create card#1: the card is not open"},
+    {"AdapterFromUnopened", AdapterFromUnopened, "vsl_adapter_create card#1: the card is not open"},
     {"CallAfterFini", CallAfterFini, "vsl_open: called after vsl_fini"},
     {"UseAfterRestart", UseAfterRestart, "vsl_destroy card#1: created before vsl_fini"},
     {"StartCard", StartCard, "vsl_op_start card#1: wrong kind of handle"},
     {"OpenNull", OpenNull, "vsl_open null: null handle"},
-    {"CreateIntoNowhere", CreateIntoNowhere, "vsl_iom_create_by_name null: null handle variable"},
-    {"DestroyNowhere", DestroyNowhere, "vsl_destroy null: null handle variable"},
+    {"CreateIntoNull", CreateIntoNull, "vsl_iom_create_by_name null: null handle variable"},
+    {"DestroyNullVariable", DestroyNullVariable, "vsl_destroy null: null handle variable"},
     {"UseVolumeOfDestroyedCard", UseVolumeOfDestroyedCard,
      "vsl_vsu_state volume#1: used after being destroyed"},
     {"UseAfterNextIteration", UseAfterNextIteration,

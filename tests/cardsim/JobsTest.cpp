@@ -239,15 +239,15 @@ struct Canceled {
   std::atomic<bool> unwound{false};
 };
 
-struct MarksUnwinding {
-  explicit MarksUnwinding(Canceled& canceled) : m_Canceled(canceled) {}
-  ~MarksUnwinding() { m_Canceled.unwound = true; }
+struct UnwindMarker {
+  explicit UnwindMarker(Canceled& canceled) : m_Canceled(canceled) {}
+  ~UnwindMarker() { m_Canceled.unwound = true; }
   Canceled& m_Canceled;
 };
 
 void* WaitUntilCanceled(void* argument) {
   auto& canceled = *static_cast<Canceled*>(argument);
-  const MarksUnwinding mark(canceled);
+  const UnwindMarker mark(canceled);
   vsl_error_record err;
   canceled.waiting = true;
   vsl_op_wait_for_result(canceled.job, &err);
@@ -273,7 +273,7 @@ TEST_F(Jobs, ACanceledThreadUnwindsAndReleasesTheCard) {
 
 void* CallUntilCanceled(void* argument) {
   auto& canceled = *static_cast<Canceled*>(argument);
-  const MarksUnwinding mark(canceled);
+  const UnwindMarker mark(canceled);
   vsl_error_record err;
   for (std::uint32_t i = 0;; ++i) {
     void* card = nullptr;

@@ -13,7 +13,7 @@ class Output : public Program {
 
   // Runs the program with its output redirected to `target`. Returns its error output and exit
   // code.
-  std::string RunInto(const std::string& target, const std::string& arguments) {
+  std::string RunRedirected(const std::string& target, const std::string& arguments) {
     const std::string err = (m_Directory / "err").string();
     const int status =
         std::system((CARDSIM_PROGRAM " " + arguments + " 2>" + err + " >" + target).c_str());
@@ -86,7 +86,7 @@ const PrintedArguments kPrintedArguments[] = {
     {"Attribute", "get card0 $'a\\nb'", "cardsim: unknown attribute a\\x0ab\n[3]"},
     {"Bit", "raise card0 $'\\u202e'", "cardsim: unknown status bit \\u202e\n[3]"},
     {"Kind", "add $'\\xff'", "cardsim: unknown kind of card \\xff\n[3]"},
-    {"CutShort", "add $'\\xe2\\x82'", "cardsim: unknown kind of card \\xe2\\x82\n[3]"},
+    {"Truncated", "add $'\\xe2\\x82'", "cardsim: unknown kind of card \\xe2\\x82\n[3]"},
     {"Overlong", "add $'\\xc0\\x9b'", "cardsim: unknown kind of card \\xc0\\x9b\n[3]"},
     {"Surrogate", "add $'\\xed\\xa0\\x80'", "cardsim: unknown kind of card \\xed\\xa0\\x80\n[3]"},
     {"BeyondUnicode", "add $'\\xf4\\x90\\x80\\x80'",
@@ -112,7 +112,7 @@ TEST_P(PrintedTexts, ArePrintedEscaped) {
 INSTANTIATE_TEST_SUITE_P(Table, PrintedTexts, ::testing::ValuesIn(kPrintedArguments),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(Output, EscapesTheStringsOfAScenario) {
+TEST_F(Output, EscapesStringsInAScenario) {
   const auto scenario = m_Directory / "scenario.json";
   std::ofstream(scenario) << R"({"title": "a\u202eb", "steps": [
       {"do": "clear-failure", "what": "vsl_open", "say": "c\u009bd"}]})";
@@ -126,11 +126,11 @@ TEST_F(Output, EscapesTheFileNameInHelp) {
   EXPECT_EQ(std::string::npos, help.find('\x1b'));
 }
 
-// A command, and the end of its message when the output could not be written.
+// A command, and how its error message ends if the output cannot be written.
 struct LostOutputCase {
   const char* name;
   const char* arguments;
-  const char* rest;
+  const char* suffix;
 };
 
 constexpr const char* kSaved = "; the change is saved";
@@ -155,26 +155,26 @@ const LostOutputCase kLostOutputs[] = {
 
 class LostOutput : public Output, public ::testing::WithParamInterface<LostOutputCase> {
  protected:
-  std::string RunInto(const char* target) {
+  std::string RunRedirected(const char* target) {
     std::ofstream(m_Directory / "scenario.json")
         << R"({"title": "a", "steps": [{"do": "clear-failure", "what": "vsl_open"}]})";
     std::string arguments = GetParam().arguments;
     const auto directory = arguments.find("DIRECTORY");
     if (directory != std::string::npos) arguments.replace(directory, 9, m_Directory.string());
-    return Output::RunInto(target, arguments);
+    return Output::RunRedirected(target, arguments);
   }
 };
 
 TEST_P(LostOutput, ExitsWith1OnAFullDevice) {
   EXPECT_EQ("cardsim: cannot write standard output: No space left on device" +
-                std::string(GetParam().rest) + "\n[1]",
-            RunInto("/dev/full"));
+                std::string(GetParam().suffix) + "\n[1]",
+            RunRedirected("/dev/full"));
 }
 
 TEST_P(LostOutput, ExitsWith1OnAClosedStreamAndLeavesFilesIntact) {
   EXPECT_EQ("cardsim: cannot write standard output: Bad file descriptor" +
-                std::string(GetParam().rest) + "\n[1]",
-            RunInto("&-"));
+                std::string(GetParam().suffix) + "\n[1]",
+            RunRedirected("&-"));
   EXPECT_EQ("no error", ErrorOf([this] { File().Cards(); }));
 }
 
@@ -194,11 +194,11 @@ TEST_F(Output, EveryCommandHasARow) {
 TEST_F(Output, ALongListOnAFullDeviceExitsWith1) {
   File().Set("card0", "serial_number", std::string(100000, 'x'));
   EXPECT_EQ("cardsim: cannot write standard output: No space left on device\n[1]",
-            RunInto("/dev/full", "list"));
+            RunRedirected("/dev/full", "list"));
 }
 
 TEST_F(Output, LeavesTheFileIntactWithoutStandardStreams) {
-  EXPECT_EQ("[1]", RunInto("&- <&- 2>&-", "raise card0 FLASHBACK"));
+  EXPECT_EQ("[1]", RunRedirected("&- <&- 2>&-", "raise card0 FLASHBACK"));
   EXPECT_EQ("256", File().Get("card0", "current_errors"));
 }
 

@@ -44,7 +44,7 @@ class Play : public Program {
   }
 
   // Waits until the program has exited. Returns its output, errors and exit code.
-  std::string End(pid_t child) {
+  std::string AwaitExit(pid_t child) {
     int status = -1;
     waitpid(child, &status, 0);
     return Slurp(m_Directory / "out") + Slurp(m_Directory / "err") + "[" +
@@ -135,7 +135,7 @@ TEST_F(Play, CtrlCStopsItBetweenTwoSteps) {
   EXPECT_EQ(
       "A scenario\n   0.0 s  card1: raised FLASHBACK\n"
       "cardsim: stopped before step 2 of 2\n[130]",
-      End(child));
+      AwaitExit(child));
   EXPECT_EQ("256", File().Get("card1", "current_errors"));
 }
 
@@ -146,7 +146,7 @@ TEST_F(Play, SigtermStopsItBetweenTwoSteps) {
   EXPECT_EQ(
       "A scenario\n   0.0 s  card1: raised FLASHBACK\n"
       "cardsim: stopped before step 2 of 2\n[143]",
-      End(child));
+      AwaitExit(child));
 }
 
 struct Example {

@@ -70,9 +70,9 @@ TEST_F(ProfileFiles, HaveOneVolumeByDefault) {
 }
 
 TEST_F(ProfileFiles, AreListedByHelp) {
-  Write("my-odd-card", kLarge);
-  EXPECT_NE(std::string::npos, Run("add --help").find("my-odd-card"));
-  EXPECT_EQ("my-odd-card", CardSim::StateFile::Profiles().back());
+  Write("my-test-card", kLarge);
+  EXPECT_NE(std::string::npos, Run("add --help").find("my-test-card"));
+  EXPECT_EQ("my-test-card", CardSim::StateFile::Profiles().back());
 }
 
 TEST_F(ProfileFiles, AreUsableInScenarios) {
@@ -90,9 +90,9 @@ TEST_F(ProfileFiles, DoNotReplaceBuiltInKinds) {
 }
 
 TEST_F(ProfileFiles, AreSuggestedForAWrongName) {
-  Write("my-odd-card", kLarge);
-  EXPECT_EQ("cardsim: unknown kind of card my-od-card; did you mean my-odd-card?\n[3]",
-            Run("add my-od-card"));
+  Write("my-test-card", kLarge);
+  EXPECT_EQ("cardsim: unknown kind of card my-tes-card; did you mean my-test-card?\n[3]",
+            Run("add my-tes-card"));
 }
 
 TEST_F(ProfileFiles, AreNotUsedFromOtherDirectories) {
@@ -103,7 +103,7 @@ TEST_F(ProfileFiles, AreNotUsedFromOtherDirectories) {
 TEST_F(ProfileFiles, AMissingDirectoryIsReported) {
   fs::remove_all(Directory());
   EXPECT_EQ("cardsim: " + Directory().string() + ": No such file or directory\n[1]",
-            Run("add my-odd-card"));
+            Run("add my-test-card"));
 }
 
 TEST_F(ProfileFiles, AreRejectedInASharedDirectoryIfHardLinked) {
@@ -144,7 +144,7 @@ const BadFile kBadFiles[] = {
      ": pci_device_id: must be a whole number from 0 to 65535"},
     {"LargeHexDeviceId", R"({"pci_device_id": "0x10000"})",
      ": pci_device_id: must be a whole number from 0 to 65535"},
-    {"NoHexDeviceId", R"({"pci_device_id": "0x10zz"})",
+    {"InvalidHexDeviceId", R"({"pci_device_id": "0x10zz"})",
      ": pci_device_id: must be a whole number from 0 to 65535"},
     {"UnknownAttribute", R"({"pci_device_id": 1, "bord_name": "b"})",
      ": bord_name: unknown attribute; did you mean board_name?"},
@@ -166,10 +166,10 @@ const BadFile kBadFiles[] = {
 class BadProfile : public ProfileFiles, public ::testing::WithParamInterface<BadFile> {};
 
 TEST_P(BadProfile, IsReportedAndNothingChanges) {
-  Write("odd", GetParam().text);
+  Write("bad", GetParam().text);
   const std::string before = Slurp();
-  const std::string error = "cardsim: " + PathOf("odd").string() + GetParam().error + "\n[1]";
-  EXPECT_EQ(error, Run("add odd"));
+  const std::string error = "cardsim: " + PathOf("bad").string() + GetParam().error + "\n[1]";
+  EXPECT_EQ(error, Run("add bad"));
   // A search by device ID reads every file.
   EXPECT_EQ(error, Run("add 9999"));
   EXPECT_EQ(before, Slurp());
@@ -179,19 +179,19 @@ INSTANTIATE_TEST_SUITE_P(Table, BadProfile, ::testing::ValuesIn(kBadFiles),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(ProfileFiles, AreReportedIfTooLarge) {
-  Write("odd", std::string(1048577, ' '));
-  EXPECT_EQ("cardsim: " + PathOf("odd").string() + ": is too large for a profile\n[1]",
-            Run("add odd"));
+  Write("bad", std::string(1048577, ' '));
+  EXPECT_EQ("cardsim: " + PathOf("bad").string() + ": is too large for a profile\n[1]",
+            Run("add bad"));
 }
 
 TEST_F(ProfileFiles, AreReportedIfTheyAreDirectories) {
-  fs::create_directory(PathOf("odd"));
-  EXPECT_EQ("cardsim: " + PathOf("odd").string() + ": not a regular file\n[1]", Run("add odd"));
+  fs::create_directory(PathOf("bad"));
+  EXPECT_EQ("cardsim: " + PathOf("bad").string() + ": not a regular file\n[1]", Run("add bad"));
 }
 
 TEST_F(ProfileFiles, AreReportedIfTheyAreDanglingLinks) {
-  fs::create_symlink("nothing.json", PathOf("odd"));
-  EXPECT_EQ("cardsim: " + PathOf("odd").string() + ": no such file\n[1]", Run("add odd"));
+  fs::create_symlink("nothing.json", PathOf("bad"));
+  EXPECT_EQ("cardsim: " + PathOf("bad").string() + ": no such file\n[1]", Run("add bad"));
 }
 
 }  // namespace

@@ -76,20 +76,21 @@ const Refused kRefused[] = {
      "cardsim: unknown command heal; did you mean clear-failure?\n[2]"},
     {"ExtraArgument", "list card0", "cardsim: unexpected argument card0\n[2]"},
     {"NotANumber", "play --speed fast file", "cardsim: --speed: fast is not a number\n[2]"},
-    {"NoCount", "add 0x1003 --count 0", "cardsim: --count: 0 is out of range (1 to 250)\n[2]"},
+    {"ZeroCount", "add 0x1003 --count 0", "cardsim: --count: 0 is out of range (1 to 250)\n[2]"},
     {"LargeCount", "add 0x1003 --count 251",
      "cardsim: --count: 251 is out of range (1 to 250)\n[2]"},
-    {"NoCard", "set card7 pci_bus 1", "cardsim: no card named card7; did you mean card0?\n[3]"},
-    {"NoAttribute", "get card0 pci_buz",
+    {"UnknownCard", "set card7 pci_bus 1",
+     "cardsim: no card named card7; did you mean card0?\n[3]"},
+    {"UnknownAttribute", "get card0 pci_buz",
      "cardsim: unknown attribute pci_buz; did you mean pci_bus?\n[3]"},
-    {"NoBit", "raise card0 FLASHBAK",
+    {"UnknownBit", "raise card0 FLASHBAK",
      "cardsim: unknown status bit FLASHBAK; did you mean FLASHBACK?\n[3]"},
-    {"NoKind", "add floppy", "cardsim: unknown kind of card floppy\n[3]"},
-    {"NoFunction", "fail vsl_opne",
+    {"UnknownKind", "add floppy", "cardsim: unknown kind of card floppy\n[3]"},
+    {"UnknownFunction", "fail vsl_opne",
      "cardsim: unknown function vsl_opne; did you mean vsl_open?\n[3]"},
     {"BadValue", "set card0 pci_bus 256",
      "cardsim: pci_bus: must be a whole number from 0 to 255\n[1]"},
-    {"CodeOfSuccess", "fail vsl_open --code 0",
+    {"SuccessCode", "fail vsl_open --code 0",
      "cardsim: the code must not be 0, which means success\n[1]"},
 };
 
@@ -109,7 +110,7 @@ TEST_F(Program, DoesNotChangeAnExistingOrDamagedFile) {
   EXPECT_EQ(
       "cardsim: " + Path().string() + ": already exists; `cardsim new --force` replaces it\n[1]",
       Run("new"));
-  Spill("{broken");
+  OverwriteFile("{broken");
   EXPECT_EQ("cardsim: " + Path().string() + ": line 1, column 2: invalid JSON\n[1]", Run("list"));
   EXPECT_EQ("{broken", Slurp());
 }

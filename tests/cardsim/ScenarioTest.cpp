@@ -122,7 +122,7 @@ TEST_F(Scenarios, ADurationOfOneDayIsAccepted) {
   EXPECT_EQ(86400000U, scenario.DurationMs());
 }
 
-TEST_F(Scenarios, TheObserverStopsThePlayBetweenTwoSteps) {
+TEST_F(Scenarios, TheObserverStopsTheScenarioBetweenTwoSteps) {
   const auto scenario = ParseScenario(WithSteps(
       R"({"do": "raise", "card": "card1", "what": "FLASHBACK"},
          {"after_ms": 80000000, "do": "clear", "card": "card1", "what": "FLASHBACK"})"));
@@ -168,11 +168,11 @@ struct BadCase {
 };
 
 const BadCase kBadSteps[] = {
-    {"NoVerb", R"({"do": "rase"})", "step 2.do: unknown verb rase; did you mean raise?"},
+    {"UnknownVerb", R"({"do": "rase"})", "step 2.do: unknown verb rase; did you mean raise?"},
     {"FormerVerb", R"({"do": "heal", "what": "vsl_open"})",
      "step 2.do: unknown verb heal; did you mean clear-failure?"},
     {"NoDo", R"({"card": "card1"})", R"(step 2: has no "do")"},
-    {"NoObject", R"("raise")", "step 2: must be an object"},
+    {"NotAnObject", R"("raise")", "step 2: must be an object"},
     {"NoCard", R"({"do": "remove"})", R"(step 2: has no "card")"},
     {"CardIsNumber", R"({"do": "remove", "card": 1})", "step 2.card: must be a string"},
     {"CardIsEmpty", R"({"do": "remove", "card": ""})",
@@ -180,11 +180,11 @@ const BadCase kBadSteps[] = {
     {"CardIsPath", R"({"do": "remove", "card": "/dev/fct0"})",
      "step 2.card: must be a card's name, such as card0"},
     {"NoWhat", R"({"do": "raise", "card": "card1"})", R"(step 2: has no "what")"},
-    {"NoBit", R"({"do": "raise", "card": "card1", "what": "FLASHBAK"})",
+    {"UnknownBit", R"({"do": "raise", "card": "card1", "what": "FLASHBAK"})",
      "step 2.what: unknown status bit FLASHBAK; did you mean FLASHBACK?"},
-    {"NoBitToClear", R"({"do": "clear", "card": "card1", "what": 8})",
+    {"BitIsNumber", R"({"do": "clear", "card": "card1", "what": 8})",
      "step 2.what: must be a string"},
-    {"NoAttribute", R"({"do": "set", "card": "card1", "what": "pci_buz", "to": 1})",
+    {"UnknownAttribute", R"({"do": "set", "card": "card1", "what": "pci_buz", "to": 1})",
      "step 2.what: unknown attribute pci_buz; did you mean pci_bus?"},
     {"NoValue", R"({"do": "set", "card": "card1", "what": "pci_bus"})", R"(step 2: has no "to")"},
     {"ValueTooLarge", R"({"do": "set", "card": "card1", "what": "pci_bus", "to": 256})",
@@ -200,13 +200,13 @@ const BadCase kBadSteps[] = {
      "step 2.to: must be true or false"},
     {"BadVolume", R"({"do": "set", "card": "card1", "what": "volumes", "to": [{"state": 2}]})",
      "step 2.to[0].state: must be a whole number from 0 to 1"},
-    {"NoKind", R"({"do": "add", "what": "flash-785"})",
+    {"UnknownKind", R"({"do": "add", "what": "flash-785"})",
      "step 2.what: unknown kind of card flash-785; did you mean flash-785g?"},
-    {"NoFunction", R"({"do": "fail", "what": "vsl_opne"})",
+    {"UnknownFunction", R"({"do": "fail", "what": "vsl_opne"})",
      "step 2.what: unknown function vsl_opne; did you mean vsl_open?"},
-    {"NoFunctionToClear", R"({"do": "clear-failure", "what": "vsl_fini"})",
+    {"FunctionWithoutResult", R"({"do": "clear-failure", "what": "vsl_fini"})",
      "step 2.what: vsl_fini has no result and cannot fail"},
-    {"CodeOfSuccess", R"({"do": "fail", "what": "vsl_open", "code": 0})",
+    {"SuccessCode", R"({"do": "fail", "what": "vsl_open", "code": 0})",
      "step 2.code: must not be 0, which means success"},
     {"TextOfTwoLines", R"({"do": "fail", "what": "vsl_open", "text": "a\nb"})",
      "step 2.text: must be one line without control characters"},
@@ -216,11 +216,11 @@ const BadCase kBadSteps[] = {
      "step 2.say: must be a string"},
     {"MemberOfAnotherVerb", R"({"do": "remove", "card": "card1", "what": "x"})",
      "step 2.what: unknown"},
-    {"MisspeltMember", R"({"do": "remove", "card": "card1", "aftr_ms": 1})",
+    {"MisspelledMember", R"({"do": "remove", "card": "card1", "aftr_ms": 1})",
      "step 2.aftr_ms: unknown; did you mean after_ms?"},
     {"NegativeTime", R"({"after_ms": -1, "do": "remove", "card": "card1"})",
      "step 2.after_ms: must be a whole number from 0 to 86400000"},
-    {"BrokenTime", R"({"after_ms": 1.5, "do": "remove", "card": "card1"})",
+    {"FractionalTime", R"({"after_ms": 1.5, "do": "remove", "card": "card1"})",
      "step 2.after_ms: must be a whole number from 0 to 86400000"},
     {"TimeIsText", R"({"after_ms": "1", "do": "remove", "card": "card1"})",
      "step 2.after_ms: must be a whole number from 0 to 86400000"},
@@ -243,17 +243,16 @@ INSTANTIATE_TEST_SUITE_P(Table, BadSteps, ::testing::ValuesIn(kBadSteps),
 
 const BadCase kBadFiles[] = {
     {"Empty", "", "line 1, column 1: invalid JSON"},
-    {"NoJson", "{\n  ?", "line 2, column 3: invalid JSON"},
+    {"InvalidJson", "{\n  ?", "line 2, column 3: invalid JSON"},
     {"HugeNumber", R"({"title": 1e999})", "contains a number that is out of range"},
     {"List", "[]", "file: must be an object"},
     {"NoTitle", R"({"steps": []})", R"(file: has no "title")"},
     {"NoSteps", R"({"title": "t"})", R"(file: has no "steps")"},
-    {"StepsAreText", R"({"title": "t", "steps": "s"})",
-     "steps: must be a list of at least one step"},
-    {"NoStep", R"({"title": "t", "steps": []})", "steps: must be a list of at least one step"},
+    {"StepsAreText", R"({"title": "t", "steps": "s"})", "steps: must be a non-empty array"},
+    {"EmptySteps", R"({"title": "t", "steps": []})", "steps: must be a non-empty array"},
     {"TitleOfTwoLines", R"({"title": "a\u001b[2J", "steps": []})",
      "file.title: must be one line without control characters"},
-    {"MoreThanThat", R"({"title": "t", "step": []})", "file.step: unknown; did you mean steps?"},
+    {"UnknownMember", R"({"title": "t", "step": []})", "file.step: unknown; did you mean steps?"},
 };
 
 class BadScenarios : public Scenarios, public ::testing::WithParamInterface<BadCase> {};

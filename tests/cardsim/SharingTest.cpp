@@ -50,9 +50,9 @@ TEST_F(Sharing, ACardAddedByAnotherProcessIsFoundByName) {
   EXPECT_NE(0U, vsl_open(card, &m_Error));
 }
 
-// Two changes within one tick of the clock produce files of equal size and time, and the file
-// system may reuse inode numbers.
-TEST_F(Sharing, EveryOneOfManyQuickChangesIsDetected) {
+// After two changes within one clock tick, the file may have the same size, modification time and
+// inode number as before.
+TEST_F(Sharing, ChangesInQuickSuccessionAreAllDetected) {
   StartWithCard();
   for (int i = 100; i < 160; ++i) {
     File().Set("card0", "pci_slot_num", std::to_string(i));
@@ -63,8 +63,8 @@ TEST_F(Sharing, EveryOneOfManyQuickChangesIsDetected) {
   }
 }
 
-// Raises the bits with the indexes `first`, `first + step`, ... of ten.
-void RaiseSome(const CardSim::StateFile& file, std::size_t first, std::size_t step) {
+// Raises every `step`th of these ten error bits, starting at index `first`.
+void RaiseErrorBits(const CardSim::StateFile& file, std::size_t first, std::size_t step) {
   const char* names[] = {"errors.INTERNAL_ERROR",
                          "errors.INCOMPATIBLE_PCI_BANDWIDTH",
                          "errors.PARTIAL_WRITE_THROTTLING",
@@ -79,13 +79,13 @@ void RaiseSome(const CardSim::StateFile& file, std::size_t first, std::size_t st
   for (std::size_t i = first; i < 10; i += step) copy.Raise("card0", names[i]);
 }
 
-TEST_F(Sharing, NoEditOfSeveralProcessesIsLost) {
+TEST_F(Sharing, ConcurrentEditsByProcessesAreAllKept) {
   File().AddCard(0x1003);
   std::vector<pid_t> children;
   for (std::size_t i = 0; i < 5; ++i) {
     const pid_t child = fork();
     if (child == 0) {
-      RaiseSome(File(), i, 5);
+      RaiseErrorBits(File(), i, 5);
       _exit(0);
     }
     children.push_back(child);
@@ -98,11 +98,11 @@ TEST_F(Sharing, NoEditOfSeveralProcessesIsLost) {
   EXPECT_EQ("1023", File().Get("card0", "current_errors"));
 }
 
-TEST_F(Sharing, NoEditOfSeveralThreadsIsLostAndReadersSeeCompleteFiles) {
+TEST_F(Sharing, ConcurrentEditsByThreadsAreAllKeptAndReadersSeeCompleteFiles) {
   StartWithCard();
   std::vector<std::thread> threads;
   for (std::size_t i = 0; i < 3; ++i) {
-    threads.emplace_back([this, i] { RaiseSome(File(), i, 3); });
+    threads.emplace_back([this, i] { RaiseErrorBits(File(), i, 3); });
   }
   threads.emplace_back([] {
     vsl_error_record err;
@@ -120,11 +120,11 @@ TEST_F(Sharing, CallsFailWhileTheFileIsDamaged) {
   StartWithCard();
   void* card = CreateCard();
   const std::string good = Slurp();
-  Spill("{");
+  OverwriteFile("{");
   EXPECT_EQ(2U, vsl_open(card, &m_Error));
   EXPECT_EQ(Path().string() + ": line 1, column 2: invalid JSON", m_Error.text);
   EXPECT_EQ("{", Slurp());
-  Spill(good);
+  OverwriteFile(good);
   EXPECT_EQ(0U, vsl_open(card, &m_Error));
 }
 

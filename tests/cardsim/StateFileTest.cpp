@@ -106,7 +106,7 @@ TEST_P(UnknownNames, ThrowNoSuchThing) {
   try {
     GetParam().act(File());
     FAIL() << "accepted";
-  } catch (const CardSim::NoSuchThing& error) {
+  } catch (const CardSim::UnknownName& error) {
     EXPECT_STREQ(GetParam().text, error.what());
   }
   EXPECT_EQ(before, Slurp());
@@ -190,16 +190,16 @@ TEST_F(StateFiles, RaisingAddsAnAbsentMask) {
   EXPECT_EQ("2", File().Get("card0", "current_info"));
 }
 
-// A damaged file, and the message that reports it.
-struct DamagedFile {
+// An invalid file, and the message that reports it.
+struct InvalidFile {
   const char* name;
   const char* text;
-  const char* why;
+  const char* message;
 };
 
-const DamagedFile kDamagedFiles[] = {
+const InvalidFile kInvalidFiles[] = {
     {"Empty", "", "line 1, column 1: invalid JSON"},
-    {"Torn", "{\"cardsim\": 1,\n \"cards\": [", "line 2, column 12: invalid JSON"},
+    {"Truncated", "{\"cardsim\": 1,\n \"cards\": [", "line 2, column 12: invalid JSON"},
     {"List", "[]", "file: must be an object"},
     {"HugeNumber", "{\"cardsim\": 1e999}", "contains a number that is out of range"},
     {"NoVersion", "{\"next_id\": 1, \"cards\": []}", "file: has no \"cardsim\""},
@@ -207,10 +207,10 @@ const DamagedFile kDamagedFiles[] = {
      "cardsim: must be 1, the version of the file"},
     {"UnknownMember", "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [], \"card\": 1}",
      "file.card: unknown; did you mean cards?"},
-    {"CardsNoList", "{\"cardsim\": 1, \"next_id\": 1, \"cards\": {}}", "cards: must be a list"},
-    {"CardNoObject", "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [3]}",
+    {"CardsNotArray", "{\"cardsim\": 1, \"next_id\": 1, \"cards\": {}}", "cards: must be an array"},
+    {"CardNotAnObject", "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [3]}",
      "cards[0]: must be an object"},
-    {"CardNoName", "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [{\"id\": 0}]}",
+    {"CardWithoutName", "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [{\"id\": 0}]}",
      "cards[0]: has no \"name\""},
     {"WrongType",
      "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [{\"name\": \"a\", \"id\": 0, "
@@ -239,7 +239,7 @@ const DamagedFile kDamagedFiles[] = {
      "{\"cardsim\": 1, \"next_id\": 9, \"cards\": [{\"name\": \"a\", \"id\": 0},"
      "{\"name\": \"b\", \"id\": 0}]}",
      "cards[1].id: used by another card"},
-    {"IdNotYetGiven", "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [{\"name\": \"a\", \"id\": 1}]}",
+    {"IdTooLarge", "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [{\"name\": \"a\", \"id\": 1}]}",
      "cards[0].id: must be below next_id"},
     {"BadVolume",
      "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [{\"name\": \"a\", \"id\": 0, "
@@ -251,17 +251,17 @@ const DamagedFile kDamagedFiles[] = {
     {"UnknownFunction",
      "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [], \"failures\": {\"open\": {}}}",
      "failures.open: unknown function open"},
-    {"FailureOfNothing",
+    {"FailureWithCodeZero",
      "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [], \"failures\": "
      "{\"vsl_open\": {\"code\": 0, \"text\": \"\"}}}",
      "failures.vsl_open.code: must not be 0, which means success"},
 };
 
-class DamagedFiles : public SimulatedCards, public ::testing::WithParamInterface<DamagedFile> {};
+class InvalidFiles : public SimulatedCards, public ::testing::WithParamInterface<InvalidFile> {};
 
-TEST_P(DamagedFiles, AreReportedAndNotChanged) {
-  Spill(GetParam().text);
-  const std::string expected = Path().string() + ": " + GetParam().why;
+TEST_P(InvalidFiles, AreReportedAndNotChanged) {
+  OverwriteFile(GetParam().text);
+  const std::string expected = Path().string() + ": " + GetParam().message;
   EXPECT_EQ(expected, ErrorOf([this] { File().AddCard(0x1003); }));
   EXPECT_EQ(expected, ErrorOf([this] { File().Cards(); }));
   EXPECT_NE(0U, vsl_init(0, &m_Error));
@@ -269,7 +269,7 @@ TEST_P(DamagedFiles, AreReportedAndNotChanged) {
   EXPECT_EQ(GetParam().text, Slurp());
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, DamagedFiles, ::testing::ValuesIn(kDamagedFiles),
+INSTANTIATE_TEST_SUITE_P(Table, InvalidFiles, ::testing::ValuesIn(kInvalidFiles),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(StateFiles, AreNotCreatedByAccess) {

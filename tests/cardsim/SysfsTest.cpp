@@ -51,7 +51,7 @@ TEST_F(Sysfs, ReplacesItsOwnEarlierTree) {
   EXPECT_EQ("", Listing());
 }
 
-TEST_F(Sysfs, DoesNotReplaceAForeignTree) {
+TEST_F(Sysfs, DoesNotReplaceATreeOfAnotherProgram) {
   std::filesystem::create_directories(Devices() / "0000:00:00.0");
   EXPECT_EQ(Devices().string() + ": not created by cardsim; will not be replaced",
             ErrorOf([this] { File().WriteSysfs(Tree()); }));

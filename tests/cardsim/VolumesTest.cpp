@@ -74,7 +74,7 @@ TEST_F(Volumes, AreNormalizedInTheFile) {
   EXPECT_EQ(R"([{"state":1,"settable":true},{"state":0,"settable":false},)"
             R"({"state":1,"settable":true,"refuses":true}])",
             File().Get("card0", "volumes"));
-  EXPECT_EQ("volumes: must be a list", ErrorOf([this] { File().Set("card0", "volumes", "x"); }));
+  EXPECT_EQ("volumes: must be an array", ErrorOf([this] { File().Set("card0", "volumes", "x"); }));
   EXPECT_EQ("volumes[0].states: unknown; did you mean state?",
             ErrorOf([this] { File().Set("card0", "volumes", R"([{"states": 1}])"); }));
 }

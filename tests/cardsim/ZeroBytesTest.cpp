@@ -36,10 +36,10 @@ constexpr const char* kState =
  "current_errors": 256, "iom_state": 2, "volumes": [{"state": 1}]}]})";
 
 TEST_F(ZeroBytes, AreNotAcceptedInAStateFile) {
-  Spill(kState);
+  OverwriteFile(kState);
   ASSERT_EQ("no error", ErrorOf([this] { File().Cards(); }));
   for (const std::string& text : WithZeroByte(kState)) {
-    Spill(text);
+    OverwriteFile(text);
     EXPECT_NE("no error", ErrorOf([this] { File().Cards(); })) << Visible(text);
   }
 }
@@ -62,13 +62,13 @@ TEST_F(ZeroBytes, AreNotAcceptedInAProfile) {
   const auto directory = m_Directory / "profiles";
   std::filesystem::create_directory(directory);
   const ScopedVariable variable("CARDSIM_PROFILES", directory.string());
-  const auto adding = [&](const std::string& profile) {
+  const auto errorOfAdding = [&](const std::string& profile) {
     std::ofstream(directory / "large.json") << profile;
     return ErrorOf([this] { File().AddCard(std::string("large")); });
   };
-  EXPECT_EQ("no error", adding(kProfile));
+  EXPECT_EQ("no error", errorOfAdding(kProfile));
   for (const std::string& text : WithZeroByte(kProfile)) {
-    EXPECT_NE("no error", adding(text)) << Visible(text);
+    EXPECT_NE("no error", errorOfAdding(text)) << Visible(text);
   }
 }
 

@@ -50,7 +50,7 @@ class BlockDeviceUsers : public testing::Test {
     std::ofstream(directory / "partition") << "1\n";
   }
 
-  void Hold(const std::string& device, const std::string& holder) const {
+  void AddHolder(const std::string& device, const std::string& holder) const {
     fs::create_directory_symlink(m_Root / "block" / holder,
                                  m_Root / "block" / device / "holders" / holder);
   }
@@ -83,7 +83,7 @@ TEST_F(BlockDeviceUsers, DecodesAnEscapedSpaceInAMountPoint) {
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /my data"});
 }
 
-TEST_F(BlockDeviceUsers, FindsAFileSystemWithItsOwnDeviceNumberByItsSource) {
+TEST_F(BlockDeviceUsers, FindsAFileSystemWithAnAnonymousDeviceNumberByItsSource) {
   Mount("40 22 0:45 / /pool rw - btrfs /dev/fioa1 rw,space_cache");
   EXPECT_EQ(UsersOf(kCard), Users{"fioa1 is mounted at /pool"});
 }
@@ -100,15 +100,15 @@ TEST_F(BlockDeviceUsers, ReportsSwap) {
 
 TEST_F(BlockDeviceUsers, ReportsAHolderWithItsUsers) {
   AddDisk("devices/virtual", "dm-0", "253:0");
-  Hold("fioa/fioa1", "dm-0");
+  AddHolder("fioa/fioa1", "dm-0");
   Mount("40 22 253:0 / /srv rw - xfs /dev/mapper/vg-srv rw");
   EXPECT_EQ(UsersOf(kCard), (Users{"dm-0 is mounted at /srv", "fioa1 is held by dm-0"}));
 }
 
 TEST_F(BlockDeviceUsers, StopsAtAHolderThatHoldsItself) {
   AddDisk("devices/virtual", "dm-0", "253:0");
-  Hold("fioa", "dm-0");
-  Hold("dm-0", "dm-0");
+  AddHolder("fioa", "dm-0");
+  AddHolder("dm-0", "dm-0");
   EXPECT_EQ(UsersOf(kCard), (Users{"dm-0 is held by dm-0", "fioa is held by dm-0"}));
 }
 
@@ -119,7 +119,7 @@ TEST_F(BlockDeviceUsers, IgnoresTheDiskOfAnotherCard) {
   EXPECT_EQ(UsersOf("0000:5e:00.0"), Users{"fiob is mounted at /data"});
 }
 
-TEST_F(BlockDeviceUsers, AcceptsAnUppercaseAddressWithoutSegment) {
+TEST_F(BlockDeviceUsers, AcceptsAnAddressInUppercaseOrWithoutSegment) {
   Mount("40 22 252:0 / /data rw - ext4 /dev/fioa rw");
   EXPECT_EQ(UsersOf("3b:00.0"), Users{"fioa is mounted at /data"});
   EXPECT_EQ(UsersOf("0000:3B:00.0"), Users{"fioa is mounted at /data"});

@@ -33,11 +33,11 @@ class CardTimes : public testing::Test {
     ++m_Plugin.m_ChangeCount;
     m_Plugin.m_Children.clear();
   }
-  void Report(std::uint64_t now, bool respondsFirst, bool respondsSecond) {
-    m_Tracker.Update({m_Plugin, Card(kFirst, respondsFirst), Card(kSecond, respondsSecond)}, now);
+  void Report(std::uint64_t now, bool firstResponds, bool secondResponds) {
+    m_Tracker.Update({m_Plugin, Card(kFirst, firstResponds), Card(kSecond, secondResponds)}, now);
   }
-  std::vector<std::uint64_t> ReadAt() const {
-    return {m_Tracker.Times().ReadAt(kFirst), m_Tracker.Times().ReadAt(kSecond)};
+  std::vector<std::uint64_t> LastReadTimes() const {
+    return {m_Tracker.Times().LastReadTime(kFirst), m_Tracker.Times().LastReadTime(kSecond)};
   }
 
   PI::CObject m_Plugin;
@@ -56,47 +56,47 @@ using Times = std::vector<std::uint64_t>;
 TEST_F(CardTimes, AreUnknownBeforeTheFirstReport) {
   EXPECT_EQ(0U, m_Tracker.Times().m_ObservedAt);
   EXPECT_EQ(0U, m_Tracker.Times().m_ScannedAt);
-  EXPECT_EQ((Times{0, 0}), ReadAt());
+  EXPECT_EQ((Times{0, 0}), LastReadTimes());
 }
 
-// The change count is still 0.
-TEST_F(CardTimes, IncludeTheScanWhenThePluginStarts) {
+// At that time, the plug-in's change count is still 0.
+TEST_F(CardTimes, IncludeTheScanAtPluginStart) {
   m_Plugin.m_Children = {kFirst, kSecond};
   Report(100, false, false);
   EXPECT_EQ(100U, m_Tracker.Times().m_ScannedAt);
-  EXPECT_EQ((Times{100, 100}), ReadAt());
+  EXPECT_EQ((Times{100, 100}), LastReadTimes());
   Report(200, false, false);
   EXPECT_EQ(100U, m_Tracker.Times().m_ScannedAt);
 }
 
-TEST_F(CardTimes, StayForACardThatStopsResponding) {
+TEST_F(CardTimes, KeepTheLastTimeOfACardThatStopsResponding) {
   Scan();
   Report(100, true, true);
   Report(200, true, false);
   EXPECT_EQ(200U, m_Tracker.Times().m_ObservedAt);
-  EXPECT_EQ((Times{200, 100}), ReadAt());
+  EXPECT_EQ((Times{200, 100}), LastReadTimes());
   Report(300, true, true);
-  EXPECT_EQ((Times{300, 300}), ReadAt());
+  EXPECT_EQ((Times{300, 300}), LastReadTimes());
 }
 
 TEST_F(CardTimes, AdvanceWithEachSuccessfulScan) {
   Scan();
   Report(100, false, false);
-  EXPECT_EQ((Times{100, 100}), ReadAt());
+  EXPECT_EQ((Times{100, 100}), LastReadTimes());
   Report(200, false, false);
-  EXPECT_EQ((Times{100, 100}), ReadAt());
+  EXPECT_EQ((Times{100, 100}), LastReadTimes());
   Scan();
   Report(300, false, false);
-  EXPECT_EQ((Times{300, 300}), ReadAt());
+  EXPECT_EQ((Times{300, 300}), LastReadTimes());
   EXPECT_EQ(300U, m_Tracker.Times().m_ScannedAt);
 }
 
-TEST_F(CardTimes, StayAfterAFailedScan) {
+TEST_F(CardTimes, KeepTheLastScanTimeAfterAFailedScan) {
   Scan();
   Report(100, true, true);
   FailToScan();
   Report(200, true, false);
-  EXPECT_EQ((Times{200, 100}), ReadAt());
+  EXPECT_EQ((Times{200, 100}), LastReadTimes());
   EXPECT_EQ(100U, m_Tracker.Times().m_ScannedAt);
 }
 
@@ -105,7 +105,7 @@ TEST_F(CardTimes, AreForgottenWithTheCard) {
   Report(100, true, true);
   m_Tracker.Update({m_Plugin, Adapter(kFirst, {PI::Property::BYTES_WRITTEN})}, 200);
   Report(300, true, false);
-  EXPECT_EQ((Times{300, 0}), ReadAt());
+  EXPECT_EQ((Times{300, 0}), LastReadTimes());
 }
 
 }  // namespace

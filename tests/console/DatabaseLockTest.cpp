@@ -90,7 +90,7 @@ TEST_F(DatabaseLock, CreatesAFileThatOthersCannotOpen) {
   EXPECT_EQ(0600U, status.st_mode & 07777U);
 }
 
-TEST_F(DatabaseLock, HoldsEvenIfTheFileIsInvalid) {
+TEST_F(DatabaseLock, IsRespectedEvenIfTheFileIsInvalid) {
   std::filesystem::create_directories(m_Directory.Path() / "state");
   for (const char* const text : {"", "12", "x\n", "12\n", "12\n\n"}) {
     WriteText(LockFile(), text);

@@ -1,5 +1,5 @@
 // A preloaded library that prevents the host kit from creating threads. The program can create
-// other threads until the file CONSOLE_TEST_NO_THREADS exists and is not empty.
+// other threads until the file that CONSOLE_TEST_NO_THREADS names exists and is not empty.
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sys/stat.h>
@@ -12,13 +12,13 @@ namespace {
 
 using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 
-bool IsOfKit(void* (*start)(void*)) {
+bool IsInHostKit(void* (*start)(void*)) {
   Dl_info info = {};
   return dladdr(reinterpret_cast<void*>(start), &info) != 0 && info.dli_fname != nullptr &&
          std::strstr(info.dli_fname, "libhostkit") != nullptr;
 }
 
-bool AreExhausted() {
+bool NoThreadsLeft() {
   const char* file = std::getenv("CONSOLE_TEST_NO_THREADS");
   struct stat status = {};
   return file != nullptr && stat(file, &status) == 0 && status.st_size > 0;
@@ -31,5 +31,5 @@ extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* 
                                                                      void* (*start)(void*),
                                                                      void* argument) {
   static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
-  return IsOfKit(start) || AreExhausted() ? EAGAIN : next(thread, attr, start, argument);
+  return IsInHostKit(start) || NoThreadsLeft() ? EAGAIN : next(thread, attr, start, argument);
 }

@@ -216,6 +216,7 @@ TEST(RecordJson, ConvertsAnyFloat) {
   EXPECT_TRUE(std::isnan(PropertyOf(JsonOf(property)).m_Value.m_Float));
 }
 
+// Returns the error message, or "accepted".
 std::string WhyRejected(const json& command) {
   try {
     CommandFromJson(command);
@@ -229,13 +230,13 @@ std::string WhyPropertyRejected(const char* record) {
   return WhyRejected({{"command", "SET_PROPERTY"}, {"payload", json::parse(record)}});
 }
 
-struct RejectedCase {
+struct PropertyCase {
   const char* m_Record;
-  const char* m_Why;
+  const char* m_Expected;
 };
 
 TEST(RecordJson, RejectsInvalidRecords) {
-  const RejectedCase cases[] = {
+  const PropertyCase cases[] = {
       {"[]", "payload: expected an object"},
       {"null", "payload: expected an object"},
       {R"({"hue": 1})", "payload: unknown field hue"},
@@ -267,12 +268,12 @@ TEST(RecordJson, RejectsInvalidRecords) {
        R"(payload.string.text: expected a string or {"hex": "..."} with pairs of lowercase hexadecimal digits)"},
       {R"({"string": {"text": {"hex": "ff", "x": 1}}})",
        R"(payload.string.text: expected a string or {"hex": "..."} with pairs of lowercase hexadecimal digits)"},
-      {R"({"choice": {"allowed": 1}})", "payload.choice.allowed: expected a list"},
+      {R"({"choice": {"allowed": 1}})", "payload.choice.allowed: expected an array"},
       {R"({"choice": {"allowed": [1, 2.5]}})",
        "payload.choice.allowed[1]: expected an integer from -2147483648 to 2147483647"},
   };
-  for (const RejectedCase& each : cases) {
-    EXPECT_EQ(each.m_Why, WhyPropertyRejected(each.m_Record)) << each.m_Record;
+  for (const PropertyCase& each : cases) {
+    EXPECT_EQ(each.m_Expected, WhyPropertyRejected(each.m_Record)) << each.m_Record;
   }
 }
 
@@ -357,7 +358,7 @@ TEST(RecordJson, ConvertsATableOfRows) {
 
 TEST(RecordJson, RejectsAnEventWithTooFewPlaceholders) {
   const json event = {{"place_holders", {"one"}}};
-  EXPECT_EQ("payload.events[0].place_holders: expected a list of 14 elements",
+  EXPECT_EQ("payload.events[0].place_holders: expected an array of 14 elements",
             WhyRejected({{"command", "EXECUTE_OPERATION"}, {"payload", {{"events", {event}}}}}));
 }
 

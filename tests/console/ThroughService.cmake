@@ -1,5 +1,5 @@
-# The suites that run a second time through a service (CORVANE_TEST_SERVICE=1). Their tests that run
-# directly only are skipped with a reason. A summary of these tests follows the name.
+# The suites that run a second time through a service (CORVANE_TEST_SERVICE=1). Their tests that
+# require a direct run are skipped with a reason. The text after the name summarizes these tests.
 set(THROUGH_SERVICE
   "cards"
   "change|the test plug-in, and the user's file permissions"
@@ -17,7 +17,7 @@ set(THROUGH_SERVICE
   "status|the test plug-in, and changes that follow a trace"
   "watch")
 
-# The suites that run directly only, and the reasons.
+# The suites that only run directly, and the reasons.
 set(NOT_THROUGH_SERVICE
   "browser|tests the service itself"
   "client|compares runs with and without a service"
@@ -30,8 +30,8 @@ set(NOT_THROUGH_SERVICE
   "hooks|tests the service itself"
   "jobs|tests the service itself"
   "journal|tests the service itself"
-  "memory|tests the service itself"
-  "machine|tests the service itself"
+  "service_state|tests the service itself"
+  "service_manager|tests the service itself"
   "man|needs no plug-in"
   "readings|tests the service itself"
   "paging|tests the service itself"

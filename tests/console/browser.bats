@@ -18,19 +18,18 @@ setup() {
   ended pages 0 || { err pages; false; }
 }
 
-# readings PAGE KIND: prints the different results of the page's attempts whose names start with
-# KIND.
-readings() {
+# results PAGE KIND: prints the distinct results of the page's attempts whose names start with KIND.
+results() {
   json pages "sorted({json.dumps(v) for k, v in d['$1'].items() if k.startswith('$2')})"
 }
 
-@test "a page of another origin can read nothing" {
+@test "a page from another origin cannot read anything" {
   local page kind
   for page in port host; do
     same 13 "$(json pages "len(d['$page'])")"
-    for kind in cors image events form; do same '["null"]' "$(readings "$page" "$kind")"; done
-    # Status and content that browsers report for a response which they hide.
-    same '["[0, \"\"]"]' "$(readings "$page" no-cors)"
+    for kind in cors image events form; do same '["null"]' "$(results "$page" "$kind")"; done
+    # Browsers report this status and content for an opaque response.
+    same '["[0, \"\"]"]' "$(results "$page" no-cors)"
   done
 }
 
@@ -41,7 +40,7 @@ readings() {
     "$(json pages '[d["rebound"]["image"], d["rebound"]["events"], json.loads(d["rebound"]["form"][1])["id"]]')"
 }
 
-@test "a page at the service's own address can read but change nothing" {
+@test "a page at the service's own address can read but not change anything" {
   same '[["S100", "S200"], "a1", true]' \
     "$(json pages '[sorted(o["serial_number"] for o in json.loads(d["own"]["cors /v1/cards"][1])["result"]["objects"] if o["type"] == "adapter"), json.loads(d["own"]["cors /v1/status"][1])["result"]["objects"][2]["object"], "corvane_plugin_up 1\n" in d["own"]["no-cors /metrics"][1]]')"
   same '[200, ""]' "$(json pages 'd["own"]["events"]')"
@@ -49,7 +48,7 @@ readings() {
     "$(json pages 'sorted({json.loads(v[1])["id"] for k, v in d["own"].items() if k in ("form", "cors session") or "post" in k})')"
 }
 
-# The request of the pages has an effect if an allowed client sends it.
+# The same request succeeds if an allowed client sends it.
 @test "no page changes a card" {
   same '[[], 202]' "$(json pages '[d["jobs"], d["allowed"]]')"
 }

@@ -1,5 +1,5 @@
 """Opens a page in a real browser that tries to read from a service and to change its cards, from
-several origins. Prints by origin what each attempt returned, as JSON.
+several origins. Prints the result of each attempt as JSON, by origin.
 
 Usage: browser.py SOCKET    starts a service with the simulated cards, at this socket and on TCP
 
@@ -187,13 +187,13 @@ def start_service(path, port):
         ["corvane-host", "serve", "--simulate", "--socket", path, "--listen", f"127.0.0.1:{port}"],
         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
         start_new_session=True)
-    asked = client.Client(path)
+    api = client.Client(path)
     end = time.monotonic() + TIMEOUT
     while True:
         if service.poll() is not None or time.monotonic() > end:
             raise RuntimeError(f"the service does not start: {service.stderr.read().decode()}")
         try:
-            if asked.send("GET", "/readyz").status == 200:
+            if api.send("GET", "/readyz").status == 200:
                 return service
         except OSError:
             pass
@@ -220,10 +220,10 @@ def main(path):
         started += [open_browser(f"{report}/port", directory),
                     open_browser(f"http://host.localhost:{reports.port}/host", directory)]
         reports.await_names(reports.reports, ["own", "rebound", "port", "host"])
-        asked = client.Client(path)
-        result = {**reports.reports, "jobs": asked.get("/v1/jobs")["jobs"]}
-        # The request that the pages have sent has an effect if it comes from an allowed client.
-        result["allowed"] = asked.send("POST", "/v1/cards/S100/operations/locate", "{}").status
+        api = client.Client(path)
+        result = {**reports.reports, "jobs": api.get("/v1/jobs")["jobs"]}
+        # The same request succeeds if an allowed client sends it.
+        result["allowed"] = api.send("POST", "/v1/cards/S100/operations/locate", "{}").status
         json.dump(result, sys.stdout)
     finally:
         stop(started)

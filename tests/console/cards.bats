@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The locate LED of a card, attach and detach, and storage units online and offline.
+# The commands locate, attach, detach, online and offline.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -45,7 +45,7 @@ setup_file() {
   keep word own word locate a0 up &
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/stopped.json"
   stop_when INT "$BATS_FILE_TMPDIR/stopped.json" '"beacon_state": true' stopped \
-    corvane-host "$(reach "$BATS_FILE_TMPDIR/stopped.json")" locate a0 on --for 1h &
+    corvane-host "$(cards_option "$BATS_FILE_TMPDIR/stopped.json")" locate a0 on --for 1h &
   wait
   keep offline own offline offline a0/d0 -y &
   keep units own units offline a0/d0 &
@@ -57,9 +57,9 @@ setup_file() {
 mounted() {
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/mounted.json"
   export CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json"
-  lay_mount_on_card "$CORVANE_SYSFS"
+  make_mounted_sysfs "$CORVANE_SYSFS"
   # With --simulate, the devices would be those of the simulation.
-  corvane-host ${CORVANE_TEST_SERVICE:+"$(reach "$CARDSIM_STATE")"} detach a0 -y
+  corvane-host ${CORVANE_TEST_SERVICE:+"$(cards_option "$CARDSIM_STATE")"} detach a0 -y
 }
 
 @test "detach waits until the card is detached" {
@@ -78,7 +78,7 @@ mounted() {
 }
 
 @test "the schema rejects an invalid change document" {
-  refused attach 'd["result"].pop("changed")' 'd["result"].update(before="up")' \
+  schema_rejects attach 'd["result"].pop("changed")' 'd["result"].update(before="up")' \
     'd["result"].update(elapsed_seconds=-1)' 'd.update(command="set")' 'd.update(exit_code=9)' \
     'd.update(result={"progress": {"object": "a0"}})'
 }
@@ -149,7 +149,7 @@ Nothing was changed." "$(out dry)"
   ended on 0
   same "a0 locate LED: off -> on" "$(out on)"
   # The LED stays on for as long as the service runs.
-  directly said on "  To keep the LED on: corvane-host locate a0 on --for 5m"
+  if_direct said on "  To keep the LED on: corvane-host locate a0 on --for 5m"
   same true "$(card on beacon_state)"
 }
 
@@ -191,6 +191,6 @@ Nothing was changed." "$(out dry)"
 
 @test "detach refuses a mounted or held drive" {
   ended mounted 4
-  said mounted "corvane-host: detach a0: fioa is held by md7, fioa is mounted at $(a_mount 2)"
+  said mounted "corvane-host: detach a0: fioa is held by md7, fioa is mounted at $(any_mount 2)"
   untouched mounted
 }

@@ -20,18 +20,18 @@ setup_file() {
   keep low change low 30005=1 &
   keep high change high poll_interval_seconds=300 &
   keep same change same poll_interval=15 &
-  directly keep sealed change_sealed &
+  if_direct keep sealed change_sealed &
   keep word change word poll_interval=soon &
   keep huge change huge poll_interval=99999999999 &
   wait
   keep none change none poll_intervl=5 &
-  directly keep shape corvane-host set plugin poll_interval &
+  if_direct keep shape corvane-host set plugin poll_interval &
   keep table change table poll_interval=16 -o tsv &
   keep fixed host set a0 name=Bob &
-  directly keep nocards corvane-host set plugin poll_interval=30 &
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/set.log" directly keep odd odd set set plugin poll_interval=33 &
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/unset.log" directly keep unset odd unset set plugin poll_interval=33 &
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/topology.log" directly keep topology odd topology list &
+  if_direct keep nocards corvane-host set plugin poll_interval=30 &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/set.log" if_direct keep odd test_plugin set set plugin poll_interval=33 &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/unset.log" if_direct keep unset test_plugin unset set plugin poll_interval=33 &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/topology.log" if_direct keep topology test_plugin topology list &
   wait
 }
 
@@ -90,12 +90,12 @@ plugin	poll_interval	15	16" "$(out table)"
 
 @test "set rejects an invalid number and an invalid assignment" {
   local name
-  for name in word huge $(directly echo shape); do
+  for name in word huge $(if_direct echo shape); do
     ended "$name" 2
     silent "$name" out
   done
   said word "corvane-host: 'soon' is not a valid integer"
-  directly said shape "corvane-host: 'poll_interval' is not PROP=VALUE"
+  if_direct said shape "corvane-host: 'poll_interval' is not PROP=VALUE"
   [ ! -e "$BATS_FILE_TMPDIR/word/Corvane.ini" ]
 }
 

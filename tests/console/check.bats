@@ -33,7 +33,7 @@ setup_file() {
   keep warning host check &
   keep critical with critical check &
   keep mixed with mixed check &
-  keep ascii env LC_ALL=C corvane-host "$(reach "$BATS_FILE_TMPDIR/mixed.json")" check a1 &
+  keep ascii env LC_ALL=C corvane-host "$(cards_option "$BATS_FILE_TMPDIR/mixed.json")" check a1 &
   keep card host check S100 &
   keep drive host check a1/d0 &
   keep duplicate with duplicate check &
@@ -42,39 +42,39 @@ setup_file() {
   keep json host check -o json &
   keep emptyjson with empty check -o json &
   keep empty with empty check &
-  directly keep bus corvane-host check &
+  if_direct keep bus corvane-host check &
   keep closed with closed check &
   keep noobject host check a9 &
   keep ambiguous with duplicate check S100 &
-  directly keep nodriver with nodriver check &
-  directly keep damaged env CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/damaged" corvane-host check &
+  if_direct keep nodriver with nodriver check &
+  if_direct keep damaged env CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/damaged" corvane-host check &
   wait
-  directly keep noplugin corvane-host check --plugin '/none|such' &
-  directly keep noplug corvane-host check --plugin "$CORVANE_BUILD/lib/libhostkit.so" &
-  directly keep version odd version check &
-  directly keep smart odd smart check &
-  directly keep slow odd slow check --timeout 200ms &
-  directly keep topology odd topology check &
-  directly keep crash odd crash check &
-  directly keep crashloud odd crash check -v &
-  directly keep exit odd exit check &
-  directly keep crashjson odd crash check -o json &
-  directly keep late odd hang check --timeout 200ms &
-  directly keep latejson odd hang check --timeout 200ms -o json &
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/stuck.log" directly keep stuck odd hang1 check --timeout 1s &
-  directly keep late0 host check --timeout 0s &
+  if_direct keep noplugin corvane-host check --plugin '/none|such' &
+  if_direct keep noplug corvane-host check --plugin "$CORVANE_BUILD/lib/libhostkit.so" &
+  if_direct keep version test_plugin version check &
+  if_direct keep smart test_plugin smart check &
+  if_direct keep slow test_plugin slow check --timeout 200ms &
+  if_direct keep topology test_plugin topology check &
+  if_direct keep crash test_plugin crash check &
+  if_direct keep crashloud test_plugin crash check -v &
+  if_direct keep exit test_plugin exit check &
+  if_direct keep crashjson test_plugin crash check -o json &
+  if_direct keep late test_plugin hang check --timeout 200ms &
+  if_direct keep latejson test_plugin hang check --timeout 200ms -o json &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/stuck.log" if_direct keep stuck test_plugin hang1 check --timeout 1s &
+  if_direct keep late0 host check --timeout 0s &
   wait
-  directly keep nooption corvane-host check --frobnicate &
-  directly keep novalue corvane-host --ascii check --timeout &
-  directly keep words corvane-host check a0 a1 &
-  directly keep badform corvane-host check -o xml &
-  directly keep other corvane-host list --frobnicate check &
-  directly keep span corvane-host check --timeout soon &
-  directly keep longspan corvane-host check --timeout 10001d &
+  if_direct keep nooption corvane-host check --frobnicate &
+  if_direct keep novalue corvane-host --ascii check --timeout &
+  if_direct keep words corvane-host check a0 a1 &
+  if_direct keep badform corvane-host check -o xml &
+  if_direct keep other corvane-host list --frobnicate check &
+  if_direct keep span corvane-host check --timeout soon &
+  if_direct keep longspan corvane-host check --timeout 10001d &
   keep patient host check --timeout 10000d &
-  directly keep nooptionjson corvane-host check --frobnicate -o json &
-  CONSOLE_TEST_PLUGIN=hang directly stop_when TERM "$BATS_FILE_TMPDIR/stopped.log" Initialize stopped \
-    corvane-host --plugin "$ODD_PLUGIN" check &
+  if_direct keep nooptionjson corvane-host check --frobnicate -o json &
+  CONSOLE_TEST_PLUGIN=hang if_direct stop_when TERM "$BATS_FILE_TMPDIR/stopped.log" Initialize stopped \
+    corvane-host --plugin "$TEST_PLUGIN" check &
   keep full to_full_disk host check &
   wait
 }
@@ -162,7 +162,7 @@ pci:0000:5e:00.0" "$(readings duplicate | sed 's/_.*//' | sort -u)"
 
 @test "check is UNKNOWN on a machine without a readable card" {
   local name
-  for name in empty closed $(directly echo bus); do
+  for name in empty closed $(if_direct echo bus); do
     ended "$name" 3
     same "CORVANE UNKNOWN - no supported adapter found in this machine" "$(out "$name")"
   done
@@ -185,7 +185,7 @@ pci:0000:5e:00.0" "$(readings duplicate | sed 's/_.*//' | sort -u)"
   done <<END
 noplugin~cannot load the plug-in: file not found: /none/such
 noplug~cannot load the plug-in: $CORVANE_BUILD/lib/libhostkit.so is not a storage plug-in: no symbol createIf
-version~cannot load the plug-in: $ODD_PLUGIN has interface version 3, this host requires version 2
+version~cannot load the plug-in: $TEST_PLUGIN has interface version 3, this host requires version 2
 topology~cannot read the topology: The adapter rejected the command (20003)
 damaged~cannot read $BATS_FILE_TMPDIR/damaged/Corvane.ini: not an ini file
 crash~check: the program crashed (Aborted)
@@ -224,7 +224,7 @@ corvane-host: check: the program crashed (Aborted)" "$(err crashloud)"
 @test "check gives up on a plug-in that hangs" {
   direct_only "uses the test plug-in"
   SECONDS=0
-  CONSOLE_TEST_PLUGIN=hang run -3 corvane-host --plugin "$ODD_PLUGIN" check --timeout 1s
+  CONSOLE_TEST_PLUGIN=hang run -3 corvane-host --plugin "$TEST_PLUGIN" check --timeout 1s
   [ "$SECONDS" -ge 1 ]
   same "CORVANE UNKNOWN - check: timed out after 1000 ms" "${lines[0]}"
 }
@@ -241,11 +241,11 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 
 @test "check leaves no process and no temporary directory" {
   direct_only "tests a plug-in in the same process"
-  same "" "$(pgrep -f -- "--plugin $ODD_PLUGIN check" || true)"
+  same "" "$(pgrep -f -- "--plugin $TEST_PLUGIN check" || true)"
   same "" "$(ls -A "$TMPDIR")"
 }
 
-@test "a signal to the complete process group leaves no temporary directory" {
+@test "a signal to the entire process group leaves no temporary directory" {
   direct_only "tests a plug-in in the same process"
   mkdir "$BATS_TEST_TMPDIR/tmp"
   # The temporary directory exists when the first trace line of the plug-in appears.

@@ -33,8 +33,8 @@ pid_of() { cat "$BATS_FILE_TMPDIR/$1.pid"; }
 # service and its database.
 served() { corvane-host --socket "$SOCKET" "$@"; }
 direct() { CORVANE_DATABASE=:memory: corvane-host --simulate "$@"; }
-# untimely: leaves out the times of the readings.
-untimely() { sed -e '/^last_read_at /d' -e '/^corvane_adapter_reading_age_seconds/d'; }
+# without_reading_times: removes the times of the readings.
+without_reading_times() { sed -e '/^last_read_at /d' -e '/^corvane_adapter_reading_age_seconds/d'; }
 
 @test "reads through the service print the same output as direct reads" {
   local line
@@ -44,7 +44,7 @@ untimely() { sed -e '/^last_read_at /d' -e '/^corvane_adapter_reading_age_second
     keep served served "${words[@]}"
     keep direct direct "${words[@]}"
     same "$(rc direct)" "$(rc served)"
-    same "$(out direct | untimely)" "$(out served | untimely)"
+    same "$(out direct | without_reading_times)" "$(out served | without_reading_times)"
     same "$(err direct)" "$(err served)"
   done <<'END'
 list
@@ -84,7 +84,7 @@ END
   keep served served metrics
   keep direct direct metrics
   ended served 0
-  same "$(out direct | untimely | grep '^corvane_adapter_')" "$(out served | untimely | grep '^corvane_adapter_')"
+  same "$(out direct | without_reading_times | grep '^corvane_adapter_')" "$(out served | without_reading_times | grep '^corvane_adapter_')"
   grep -qx "corvane_plugin_up 1" "$BATS_FILE_TMPDIR/served.out"
 }
 
@@ -133,7 +133,7 @@ END
   done
 }
 
-@test "--direct refuses a database that a service holds" {
+@test "--direct refuses a database that a service has locked" {
   keep held corvane-host --direct list
   ended held 4
   same "corvane-host: cannot load the plug-in: $CORVANE_DATABASE is in use by the service with process id $(pid_of main)
@@ -158,7 +158,7 @@ END
   ended link 4
 }
 
-@test "a killed service does not hold its database" {
+@test "a killed service does not keep its database locked" {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/killed.db"
   start_service killed "$BATS_FILE_TMPDIR/killed.sock"
   keep before corvane-host --direct list
@@ -235,13 +235,13 @@ END
     same "$(seq $((after + 1)) "$count")" \
       "$(grep -B1 '^event: event' "$BATS_FILE_TMPDIR/stream" | sed -n 's/^id: //p')"
     # The documents are the same except for their times.
-    same "$(tail -n +$((after + 1)) "$BATS_FILE_TMPDIR/events.out" | timeless)" \
-      "$(sed -n 's/^data: \(.*"command".*\)/\1/p' "$BATS_FILE_TMPDIR/stream" | timeless)"
+    same "$(tail -n +$((after + 1)) "$BATS_FILE_TMPDIR/events.out" | without_times)" \
+      "$(sed -n 's/^data: \(.*"command".*\)/\1/p' "$BATS_FILE_TMPDIR/stream" | without_times)"
   done
   same 400 "$(curl -s -o /dev/null -w '%{http_code}' --unix-socket "$SOCKET" \
     -H "Last-Event-ID: x" http://service/v1/events/stream)"
 }
-timeless() {
+without_times() {
   python3 -c 'import json,sys
 for line in sys.stdin:
     d = json.loads(line); del d["time"], d["observed_at"]; print(json.dumps(d))'

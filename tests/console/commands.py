@@ -1,9 +1,9 @@
-"""The commands that `corvane-host help` lists, each with arguments to run it with."""
+"""The commands that `corvane-host help` lists, with arguments to run each of them."""
 
 import json
 
-# Maps a word of a synopsis to an argument. The tests replace OBJ and DRIVE.
-WORDS = {
+# The argument for each placeholder of a synopsis. The tests replace OBJ and DRIVE.
+PLACEHOLDERS = {
     "PROP": "temperature_celsius",
     "PROP=VALUE": "poll_interval=15",
     "on|off": "off",
@@ -24,7 +24,7 @@ def arguments(help_json, overrides):
     found = {}
     for name, row in rows.items():
         required = [word for word in row["arguments"].split() if not word.startswith("[")]
-        found[name] = " ".join(WORDS.get(word, word) for word in required)
+        found[name] = " ".join(PLACEHOLDERS.get(word, word) for word in required)
     return {**found, **overrides}
 
 

@@ -93,7 +93,7 @@ offers() {
   offers "explain CTRL_PNP" CTRL_PNPADD CTRL_PNPREMOVE
   offers "wait a0 at" attached
   offers "history a0 w" written_bytes
-  offers "ack a0 MIS" MISSING
+  offers "ack a0 UNREA" UNREADABLE
   offers "unack a0 TEMPERATURE_ABOVE_W" TEMPERATURE_ABOVE_WARN
   offers "list -c name,temp" name,temperature_celsius name,temperature_critical_celsius \
     name,temperature_warning_celsius

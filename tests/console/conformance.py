@@ -123,13 +123,13 @@ ROWS = [
 # Problems that other tests exercise, because they require a service in another state.
 ELSEWHERE = {
     "AMBIGUOUS": "paging.bats: a name of several objects is ambiguous",
-    "DATABASE_UNUSABLE": "memory.bats: an unusable database is reported, and cards are still served",
+    "DATABASE_UNUSABLE": "service_state.bats: an unusable database is reported, and cards are still served",
     "PLUGIN_DOWN": "serve.bats: a plug-in that cannot be loaded is reported",
     "TOO_MANY_CALLS": "jobs.bats: at most 32 commands wait for the plug-in",
     "TIMED_OUT": "tests/service/ApiTest.cpp",
     "NO_EVENT_LOG": "client.bats: a log that cannot be read is reported",
     "STREAM_REFUSED": "tests/service/EventFeedTest.cpp",
-    "JOB_RUNNING": "jobs.bats: one job runs on a card at a time",
+    "JOB_RUNNING": "jobs.bats: a card runs one job at a time",
     "PERMISSION_DENIED": "tests/service/http",
     "READ_ONLY": "tests/service/http",
     "HOST_NOT_ALLOWED": "tests/service/http",
@@ -140,13 +140,13 @@ ELSEWHERE = {
 
 
 class Document(api_document.Document):
-    """The OpenAPI document, and the responses in it that requests have received."""
+    """The OpenAPI document, and those of its responses that the service has sent."""
 
     def __init__(self, service):
         super().__init__(service)
         self.seen = set()
 
-    def unseen(self):
+    def all_responses(self):
         for template, operations in self.content["paths"].items():
             for method, operation in operations.items():
                 for status in operation["responses"]:
@@ -154,7 +154,7 @@ class Document(api_document.Document):
                         yield template, method, status, None
                 for problem in operation["x-problems"]:
                     yield template, method, str(problem["status"]), problem["id"]
-        for problem in self.common():
+        for problem in self.common_problems():
             yield "any", "any", str(problem["status"]), problem["id"]
 
 
@@ -175,10 +175,11 @@ def check_row(service, document, row):
         found = document.check_problem(operation, response)
     if found != problem:
         raise ValueError(f"problem {found}")
-    if problem is None or (operation and api_document.has(operation["x-problems"], status, problem)):
+    listed = operation["x-problems"] if operation else []
+    if problem is None or api_document.has_problem(listed, status, problem):
         document.check_response(operation, response)
         document.seen.add((template, method.lower(), str(status), problem))
-    if problem and api_document.has(document.common(), status, problem):
+    if problem and api_document.has_problem(document.common_problems(), status, problem):
         document.seen.add(("any", "any", str(status), problem))
     if status == 202:
         await_job(service, json.loads(response.content)["id"])
@@ -197,9 +198,9 @@ def main():
         except (ValueError, KeyError, jsonschema.ValidationError) as error:
             print(row[:2], str(error).splitlines()[0], file=sys.stderr)
             failed += 1
-    for each in document.unseen():
-        if each not in document.seen and each[3] not in ELSEWHERE:
-            print("not exercised:", each, file=sys.stderr)
+    for response in document.all_responses():
+        if response not in document.seen and response[3] not in ELSEWHERE:
+            print("not exercised:", response, file=sys.stderr)
             failed += 1
     print(f"{len(ROWS)} requests, {len(document.seen)} responses of the document")
     return 1 if failed else 0

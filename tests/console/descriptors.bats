@@ -11,9 +11,9 @@ setup_file() {
   make_cards
   rmdir "$CORVANE_SYSFS/bus/pci/devices"
   cardsim sysfs "$CORVANE_SYSFS"
-  # Directly, the cards are those of the sysfs.
+  # Without a service, the commands read the cards from the simulated sysfs.
   SERVED=
-  [ -z "${CORVANE_TEST_SERVICE:-}" ] || SERVED=$(reach "$CARDSIM_STATE")
+  [ -z "${CORVANE_TEST_SERVICE:-}" ] || SERVED=$(cards_option "$CARDSIM_STATE")
   export SERVED
   keep list corvane-host ${SERVED:+"$SERVED"} list -o value
   keep check corvane-host ${SERVED:+"$SERVED"} check

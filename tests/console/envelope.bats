@@ -23,16 +23,16 @@ setup_file() {
   printf '{"cards": [' >"$BATS_FILE_TMPDIR/damaged.json"
 }
 
-every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/envelope.py" "$1"; }
+check_every_command() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/envelope.py" "$1"; }
 
 @test "the schema covers every command" {
-  every schema
+  check_every_command schema
 }
 
 @test "every command in every situation prints JSON that matches the schema and the exit code" {
-  every json
+  check_every_command json
 }
 
 @test "piped output contains no escape byte" {
-  every escapes
+  check_every_command escapes
 }

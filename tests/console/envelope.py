@@ -48,14 +48,14 @@ OBJECTS = {"set": {"a0": "plugin"}}
 # Commands that do not load a plug-in.
 WITHOUT_PLUGIN = {"explain", "completion", "help", "version"}
 # Commands that print a result even if the plug-in cannot be used.
-ANSWERS_ANYWAY = {"metrics"}
+PRINT_RESULT_ANYWAY = {"metrics"}
 # Commands that need a card that a service has recorded.
 NEED_RECORDED_CARD = {"history", "ack", "forget"}
 # The command with the exit codes of monitoring plug-ins.
 CHECK = "check"
 UNKNOWN = 3
 
-# Situation: cards, more options, objects, and the expected exit code and message id. A third
+# Situation: cards, more options, objects, and the expected exit code and message id. A second
 # expectation, if present, is for commands that name an object.
 SITUATIONS = {
     "success": ("two", [], ("a0", "a0/d0"), (0, None)),
@@ -66,7 +66,7 @@ SITUATIONS = {
         "empty", [], ("a0", "a0/d0"), (0, "ERR_NO_SUPPORTED_HARDWARE"), (3, "NO_SUCH_OBJECT"),
     ),
     "plug-in missing": ("two", ["--plugin", "/none/such.so"], ("a0", "a0/d0"), (5, "PLUGIN_MISSING")),
-    "no plug-in": (
+    "not a plug-in": (
         "two", ["--plugin", f"{BUILD}/lib/libhostkit.so"], ("a0", "a0/d0"),
         (5, "PLUGIN_NO_ENTRY_POINT"),
     ),
@@ -184,8 +184,8 @@ def failure(check, situation, command, format_name):
     last = found[-1]
     if last["exit_code"] != done.returncode:
         return f"exit code {last['exit_code']} in the document, {done.returncode} of the process"
-    answers = code == 0 or (command in ANSWERS_ANYWAY and situation != "usage")
-    if (last["result"] is not None) != answers:
+    has_result = code == 0 or (command in PRINT_RESULT_ANYWAY and situation != "usage")
+    if (last["result"] is not None) != has_result:
         return f"result {last['result']} with exit code {code}"
     ids = [message["id"] for message in last["messages"]]
     if ids[-1:] != ([identifier] if identifier else []):
@@ -201,13 +201,13 @@ def schema_failure(formats):
     named = schema["properties"]["command"]["enum"]
     if sorted(named, key=str) != sorted([*formats, None], key=str):
         return f"values of `command`: {set(named) ^ {*formats, None} or 'one is listed twice'}"
-    ruled = []
+    with_rule = []
     for rule in schema["allOf"]:
         names = rule["if"]["properties"].get("command", {"enum": []})
-        ruled += names.get("enum", [names.get("const")])
-    written = [name for name in formats if {"json", "jsonl"} & set(formats[name])]
-    if sorted(ruled) != sorted(written):
-        return f"rules of `allOf`: {set(ruled) ^ set(written) or 'one command has two'}"
+        with_rule += names.get("enum", [names.get("const")])
+    with_json = [name for name in formats if {"json", "jsonl"} & set(formats[name])]
+    if sorted(with_rule) != sorted(with_json):
+        return f"rules of `allOf`: {set(with_rule) ^ set(with_json) or 'one command has two'}"
     return None
 
 

@@ -26,9 +26,9 @@ import escapes
 state = json.load(open(source, encoding="utf-8"))
 card = state["cards"][0]
 # The simulator assigns card names, so they cannot be changed.
-texts = [key for key, value in card.items() if isinstance(value, str) and key != "name"]
-assert len(texts) >= 6, texts
-for key in texts:
+keys = [key for key, value in card.items() if isinstance(value, str) and key != "name"]
+assert len(keys) >= 6, keys
+for key in keys:
     card[key] = escapes.HOSTILE
 json.dump(state, open(target, "w", encoding="utf-8"))
 END
@@ -85,7 +85,7 @@ END
 
 @test "a byte that is not valid UTF-8 is escaped" {
   direct_only "uses the test plug-in"
-  keep odd odd odd get a0 firmware_version
+  keep odd test_plugin odd get a0 firmware_version
   same 'bad\xffutf' "$(out odd)"
 }
 

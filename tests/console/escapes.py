@@ -20,7 +20,7 @@ import commands  # noqa: E402
 
 DIRECTORY = pathlib.Path(os.environ.get("BATS_TEST_TMPDIR", "."))
 BUILD = pathlib.Path(os.environ["CORVANE_BUILD"])
-ODD_PLUGIN = os.environ["ODD_PLUGIN"]
+TEST_PLUGIN = os.environ["TEST_PLUGIN"]
 
 # Characters that move the cursor, reverse the text direction or break lines.
 HOSTILE = (
@@ -53,8 +53,8 @@ SITUATIONS = {
     "trace file": ["--trace", "all", "--trace-file", "PLACE/trace"],
     "no such object": ["OBJ=HOSTILE"],
     "no such plug-in": ["--plugin", "PLACE/none.so"],
-    "no plug-in": ["--plugin", "PLACE/cards.json"],
-    "odd plug-in": ["--plugin", ODD_PLUGIN],
+    "not a plug-in": ["--plugin", "PLACE/cards.json"],
+    "test plug-in": ["--plugin", TEST_PLUGIN],
     "no cards": ["--simulate=PLACE/none.json"],
     "damaged cards": ["--simulate=PLACE/config/Corvane.ini"],
     "damaged ini": ["DAMAGED"],
@@ -64,10 +64,10 @@ SITUATIONS = {
     "wrong timeout": ["--timeout", "HOSTILE"],
     "wrong trace": ["--trace", "HOSTILE"],
     "no trace file": ["--trace", "all", "--trace-file", "PLACE/none/trace"],
-    "one more word": ["HOSTILE"],
+    "extra argument": ["HOSTILE"],
 }
 
-# Other command lines with a string of the caller.
+# Other command lines with hostile arguments or file names.
 MORE = [
     ["HOSTILE"],
     ["list", "-c", "HOSTILE"],

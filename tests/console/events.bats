@@ -7,42 +7,42 @@ load helper
 setup_file() {
   load helper
   make_machine
-  keep once odd events events &
-  keep span odd events events --for 10s &
+  keep pending test_plugin events events &
+  keep timed test_plugin events events --for 10s &
   keep tsv follow 3 -o tsv &
   keep lines follow 2 -o jsonl &
-  keep json odd events events -o json &
-  keep none odd quiet events --for 0s &
+  keep json test_plugin events events -o json &
+  keep none test_plugin quiet events --for 0s &
   CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep logged follow 3 &
   wait
-  CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep gone odd quiet events 0x0000000000000099 -o tsv -H &
-  CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep never odd quiet events 0x0000000000000098 &
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep gone test_plugin quiet events 0x0000000000000099 -o tsv -H &
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/log.db" keep never test_plugin quiet events 0x0000000000000098 &
   wait
 }
 
 # follow COUNT ARGUMENTS...: prints the first COUNT lines of events -f.
-follow() { odd events events -f "${@:2}" | head -n "$1"; }
+follow() { test_plugin events events -f "${@:2}" | head -n "$1"; }
 
 WARNING="The temperature of adapter (unnamed) is above its warning threshold."
 REMOVED="Adapter (unnamed) was removed or is not responding."
 
 @test "events prints time, severity, object and text of pending events" {
-  ended once 0
+  ended pending 0
   same "2026-11-21T05:31:02+00:00 warning 10967 CTRL_TEMPERATURE_ABOVE_WARN a0 $WARNING" \
-    "$(out once | sed -e 1d -e 's/  */ /g')"
+    "$(out pending | sed -e 1d -e 's/  */ /g')"
 }
 
 @test "events --for prints new events as they arrive" {
-  ended span 0
+  ended timed 0
   same "TIME SEVERITY ID EVENT OBJECT TEXT
 2026-11-21T05:31:02+00:00 warning 10967 CTRL_TEMPERATURE_ABOVE_WARN a0 $WARNING
 2026-11-21T05:31:02+00:00 information 11094 CTRL_PNPREMOVE 0x0000000000000099 $REMOVED" \
-    "$(out span | sed -e 's/  */ /g')"
+    "$(out timed | sed -e 's/  */ /g')"
 }
 
 @test "columns stay aligned for events that arrive later" {
   same "45
-45" "$(out span | sed 1d | awk '{print index($0, "CTRL_")}')"
+45" "$(out timed | sed 1d | awk '{print index($0, "CTRL_")}')"
 }
 
 @test "events -o tsv prints one header row" {

@@ -94,7 +94,7 @@ setup_file() {
 }
 
 @test "the schema rejects an invalid entry" {
-  refused json 'd["result"]["entries"][0].pop("advice")' 'd["result"]["entries"] = []' \
+  schema_rejects json 'd["result"]["entries"][0].pop("advice")' 'd["result"]["entries"] = []' \
     'd["result"]["entries"][0].update(family="reasons")' \
     'd["result"]["entries"][0].update(advice="")'
 }

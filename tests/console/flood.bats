@@ -27,19 +27,19 @@ flood() {
   out "$1"
 }
 
-# The threads of a listener accept a few connections before they close the refused ones.
+# An upper limit for the connections that a listener has accepted, but not yet refused.
 REFUSED=128
 
-# is_as_before NAME: succeeds if the service has as many files and threads as before the flood.
-is_as_before() {
+# has_recovered NAME: succeeds if the service has as many files and threads as before the flood.
+has_recovered() {
   local directory
   directory="/proc/$(cat "$BATS_FILE_TMPDIR/pid")"
   [ "$(json "$1" '[d["files"][0], d["threads"][0]]')" = \
     "[$(find "$directory/fd" -mindepth 1 | wc -l), $(find "$directory/task" -mindepth 1 -maxdepth 1 | wc -l)]" ]
 }
 
-# all_at_once NAME: skips the test, after its checks, if the connections were opened in batches.
-all_at_once() {
+# skip_if_batched NAME: skips the test, after its checks, if the connections were opened in batches.
+skip_if_batched() {
   local batch
   batch=$(json "$1" 'd["batch"]')
   [ "$batch" -eq 10000 ] ||
@@ -51,16 +51,16 @@ all_at_once() {
   same '[true, "ok"]' "$(json tcp '[all(1 <= n <= 16 for n in d["served"]), d["other"]]')"
   same '[true, true]' \
     "$(json tcp "[d['files'][1] - d['files'][0] <= 16 + $REFUSED, d['threads'][0] == d['threads'][1]]")"
-  eventually is_as_before tcp
+  eventually has_recovered tcp
   same 200 "$(curl -s --max-time 60 -o /dev/null -w '%{http_code}' "http://127.0.0.1:$PORT/healthz")"
-  all_at_once tcp
+  skip_if_batched tcp
 }
 
 @test "10,000 connections to the Unix socket get 256 responses, and the service recovers" {
   flood unix
   same '[true, true, true]' \
     "$(json unix "[all(1 <= n <= 256 for n in d['served']), d['files'][1] - d['files'][0] <= 256 + $REFUSED, d['threads'][0] == d['threads'][1]]")"
-  eventually is_as_before unix
+  eventually has_recovered unix
   answers_ready
-  all_at_once unix
+  skip_if_batched unix
 }

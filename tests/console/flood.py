@@ -2,9 +2,10 @@
 
 Usage: flood.py tcp|unix SOCKET PORT PID
 
-Prints as JSON how many of the connections got a response, how many responses another client on the
-Unix socket got meanwhile (tcp only), the files and threads of the service before, their highest
-numbers, and `batch`, the number of connections that were open at the same time.
+Prints a JSON object: `served`, the number of responses for each batch of connections; `other`, "ok"
+if another client on the Unix socket got a response during the flood, or what failed (tcp only);
+`files` and `threads`, the numbers of each in the service before the flood and at the peak; and
+`batch`, the number of connections that were open at the same time.
 """
 import json
 import os
@@ -98,7 +99,7 @@ def responses(connections, service):
 
 
 class Reader(threading.Thread):
-    """Reads the cards on the Unix socket until it is stopped."""
+    """Reads the cards over the Unix socket until it is stopped."""
 
     def __init__(self, path):
         super().__init__(daemon=True)
@@ -116,12 +117,15 @@ class Reader(threading.Thread):
             self.failure = repr(error)
 
     def finish(self):
-        """Stops after at least one more response."""
-        wanted = self.count + 2  # the first of these may have been requested earlier
+        """Waits for a response to a request sent after this call, and stops the thread.
+
+        Returns "ok", or what failed.
+        """
+        target = self.count + 2  # the next response may be to a request sent before this call
         end = time.monotonic() + TIMEOUT
-        while self.count < wanted and not self.failure and time.monotonic() < end:
+        while self.count < target and not self.failure and time.monotonic() < end:
             time.sleep(0.01)
-        enough = self.count >= wanted
+        enough = self.count >= target
         self.stopped.set()
         self.join(TIMEOUT)
         return self.failure or ("ok" if enough else "no response during the flood")

@@ -15,7 +15,7 @@ setup_file() {
   cardsim set card0 iom_state 0
 
   keep dry own dry format a0/d0 -n --capacity 50 --sector-size 4096 &
-  keep nowish own nowish format a0/d0 --confirm S100 &
+  keep nochange own nochange format a0/d0 --confirm S100 &
   keep sign own sign format a0/d0 -n --capacity 50% &
   keep dryjson own dryjson format a0/d0 -n --capacity maximum -o json &
   keep refused own refused format a0/d0 --capacity 50 &
@@ -49,12 +49,12 @@ Nothing was changed." "$(out dry)"
 }
 
 @test "format without --capacity or --sector-size is a usage error and erases nothing" {
-  ended nowish 2
-  silent nowish out
+  ended nochange 2
+  silent nochange out
   same "corvane-host: --capacity or --sector-size is required
   For example: corvane-host format a0/d0 --capacity 80
-  Nothing was changed." "$(err nowish)"
-  [ ! -e "$BATS_FILE_TMPDIR/nowish.json" ] || untouched nowish
+  Nothing was changed." "$(err nochange)"
+  [ ! -e "$BATS_FILE_TMPDIR/nochange.json" ] || untouched nochange
 }
 
 @test "format accepts a percent sign and reports an unchanged sector size" {
@@ -64,7 +64,7 @@ Nothing was changed." "$(out dry)"
 }
 
 @test "the schema rejects an invalid plan" {
-  refused dryjson 'd["result"].pop("after")' 'd["result"]["planned"].pop("capacity")' \
+  schema_rejects dryjson 'd["result"].pop("after")' 'd["result"]["planned"].pop("capacity")' \
     'd["result"]["before"].update(sector_size_bytes="512")' 'd.update(command="attach")'
 }
 
@@ -79,7 +79,7 @@ Nothing was changed." "$(out dry)"
   untouched refused yes
 }
 
-@test "format refuses another serial number" {
+@test "format refuses a wrong serial number" {
   ended wrong 4
   said wrong "corvane-host: format a0/d0: 'S200' is not the serial number"
   untouched wrong

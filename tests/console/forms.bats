@@ -13,7 +13,7 @@ setup_file() {
   keep value host tree -o value &
   keep lines host tree -o jsonl &
   keep ascii host tree --ascii &
-  keep latin env LC_ALL=C corvane-host "$(reach "$CARDSIM_STATE")" tree &
+  keep latin env LC_ALL=C corvane-host "$(cards_option "$CARDSIM_STATE")" tree &
   keep color host list --color always &
   keep columns host list -c object,status_reasons,id -o tsv &
   wait
@@ -23,22 +23,22 @@ setup_file() {
   keep get host get a1 temperature_celsius name -o json &
   keep events host events -o json &
   keep plugin host plugin -o json &
-  directly keep explain corvane-host explain OK -o json &
-  directly keep help corvane-host help -o json &
-  directly keep version corvane-host --version -o json &
-  directly keep odd odd odd show a0 -o json &
-  directly keep oddlist odd odd list &
-  directly keep oddtsv odd odd list -o tsv &
+  if_direct keep explain corvane-host explain OK -o json &
+  if_direct keep help corvane-host help -o json &
+  if_direct keep version corvane-host --version -o json &
+  if_direct keep odd test_plugin odd show a0 -o json &
+  if_direct keep oddlist test_plugin odd list &
+  if_direct keep oddtsv test_plugin odd list -o tsv &
   wait
   CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/for-set" keep set host set plugin poll_interval=30 -o json &
   keep noobject host show a9 -o json &
-  directly keep nocommand corvane-host frobnicate -o json &
-  directly keep nooption corvane-host list --frobnicate -o json &
-  directly keep badform corvane-host list -o xml &
-  directly keep noplugin corvane-host --plugin /none list -o jsonl &
+  if_direct keep nocommand corvane-host frobnicate -o json &
+  if_direct keep nooption corvane-host list --frobnicate -o json &
+  if_direct keep badformat corvane-host list -o xml &
+  if_direct keep noplugin corvane-host --plugin /none list -o jsonl &
   keep readonly host set a0 name=x -o json &
-  directly keep nocards corvane-host list -o json &
-  directly keep nolines corvane-host list -o jsonl &
+  if_direct keep nocards corvane-host list -o json &
+  if_direct keep nolines corvane-host list -o jsonl &
   keep noevents host events -o jsonl &
   wait
 }
@@ -54,8 +54,8 @@ a1/d0	MOLT EP PX600 2.6TB (0)	AVAILABLE	-	-	2599999766528	-	-" "$(out tsv)"
 }
 
 @test "-o jsonl prints one document for an empty list" {
-  directly valid nolines
-  directly same '[0, []]' "$(directly json nolines '[d["exit_code"], d["result"]["objects"]]')"
+  if_direct valid nolines
+  if_direct same '[0, []]' "$(if_direct json nolines '[d["exit_code"], d["result"]["objects"]]')"
   valid noevents
   same '[0, []]' "$(json noevents '[d["exit_code"], d["result"]["events"]]')"
 }
@@ -96,7 +96,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
 
 @test "JSON of every command matches the schema" {
   local name
-  for name in list tree show get events plugin set $(directly echo explain help version odd nocards); do
+  for name in list tree show get events plugin set $(if_direct echo explain help version odd nocards); do
     echo "$name"
     ended "$name" 0
     valid "$name"
@@ -106,7 +106,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
 @test "the JSON of every failure contains the exit code and message id" {
   local row name code id
   for row in noobject:3:NO_SUCH_OBJECT readonly:4:NOT_WRITABLE \
-    $(directly echo nocommand:2:USAGE nooption:2:USAGE noplugin:5:PLUGIN_MISSING); do
+    $(if_direct echo nocommand:2:USAGE nooption:2:USAGE noplugin:5:PLUGIN_MISSING); do
     IFS=: read -r name code id <<<"$row"
     echo "$name"
     ended "$name" "$code"
@@ -117,7 +117,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
 }
 
 @test "the schema rejects invalid documents" {
-  refused list 'd.pop("time")' 'd["extra"] = 1' 'd.update(command="frob")' 'd.update(exit_code=9)' \
+  schema_rejects list 'd.pop("time")' 'd["extra"] = 1' 'd.update(command="frob")' 'd.update(exit_code=9)' \
     'd["result"]["objects"][0].pop("temperature_celsius")' \
     'd["result"]["objects"][0].update(temperature_celsius="48")' \
     'd["result"]["objects"][1].update(type="adapter")' 'd.update(result=None)'
@@ -175,7 +175,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
 
 @test "an unsupported output format is refused" {
   direct_only "needs no plug-in"
-  ended badform 2
-  silent badform out
-  said badform "corvane-host: -o: invalid value 'xml'"
+  ended badformat 2
+  silent badformat out
+  said badformat "corvane-host: -o: invalid value 'xml'"
 }

@@ -13,24 +13,24 @@ setup_file() {
   cardsim set card0 attach_ms 8000
   export TERM=xterm-256color
   export CONSOLE_TEST_PLUGIN=hang1
-  directly stuck TERM asked list -o json &
-  directly stuck "INT TERM" both list &
+  if_direct stuck TERM asked list -o json &
+  if_direct stuck "INT TERM" both list &
   echo "of an earlier run" >"$BATS_FILE_TMPDIR/kept.prom"
-  directly stuck INT metrics metrics --textfile "$BATS_FILE_TMPDIR/kept.prom" &
-  CONSOLE_TEST_PLUGIN=hang3 directly stuck TERM waiting wait a0 gone &
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/keyed.log" directly keep keyed \
-    screen 24x100 run "$(until_hangs keyed)" press Ctrl-C see "the plug-in does not respond" ends 130 \
-    -- corvane-host --plugin "$ODD_PLUGIN" status &
-  CONSOLE_TEST_PLUGIN=hang2 directly keep late corvane-host --plugin "$ODD_PLUGIN" wait a0 gone --timeout 1s &
-  CONSOLE_TEST_PLUGIN=hang3 CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/view.log" directly keep view \
-    screen 24x100 see "EVENTS (0)" raw '\e[?1049h' run "$(until_hangs view)" press Ctrl-C ends 130 raw '\e[?1049l' see "does not respond" \
-    -- corvane-host --plugin "$ODD_PLUGIN" watch &
+  if_direct stuck INT metrics metrics --textfile "$BATS_FILE_TMPDIR/kept.prom" &
+  CONSOLE_TEST_PLUGIN=hang3 if_direct stuck TERM waiting wait a0 gone &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/keyed.log" if_direct keep keyed \
+    screen 24x100 run "$(until_hangs keyed)" press Ctrl-C see "the plug-in is not responding" ends 130 \
+    -- corvane-host --plugin "$TEST_PLUGIN" status &
+  CONSOLE_TEST_PLUGIN=hang2 if_direct keep late corvane-host --plugin "$TEST_PLUGIN" wait a0 gone --timeout 1s &
+  CONSOLE_TEST_PLUGIN=hang3 CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/view.log" if_direct keep view \
+    screen 24x100 see "EVENTS (0)" raw '\e[?1049h' run "$(until_hangs view)" press Ctrl-C ends 130 raw '\e[?1049l' see "is not responding" \
+    -- corvane-host --plugin "$TEST_PLUGIN" watch &
   wait
   keep slow own slow attach a0 -y --timeout 1s &
-  directly keep twice screen 24x100 see "Attaching a0 ..." press Ctrl-C see "will not be rolled back" press Ctrl-C \
-    ends -2 -- corvane-host "$(reach "$(copy twice)")" attach a0 -y &
+  if_direct keep twice screen 24x100 see "Attaching a0 ..." press Ctrl-C see "will not be rolled back" press Ctrl-C \
+    ends -2 -- corvane-host "$(cards_option "$(copy twice)")" attach a0 -y &
   keep once screen 24x100 see "Attaching a0 ..." press Ctrl-C see "will not be rolled back" ends 130 \
-    -- corvane-host "$(reach "$(copy once)")" attach a0 -y &
+    -- corvane-host "$(cards_option "$(copy once)")" attach a0 -y &
   wait
 }
 
@@ -40,7 +40,7 @@ until_hangs() { echo "until grep -qs hangs '$BATS_FILE_TMPDIR/$1.log'; do sleep 
 # stuck SIGNALS NAME ARGUMENTS...: sends the signals to a run while the plug-in hangs.
 stuck() {
   stop_when "$1" "$BATS_FILE_TMPDIR/$2.log" hangs "$2" \
-    corvane-host --plugin "$ODD_PLUGIN" "${@:3}"
+    corvane-host --plugin "$TEST_PLUGIN" "${@:3}"
 }
 
 # The plug-in would hang for ten minutes or more.
@@ -50,7 +50,7 @@ stuck() {
   [ "$(cat "$BATS_FILE_TMPDIR/asked.seconds")" -lt 500 ]
   valid asked
   same '[130, "STOPPED"]' "$(json asked '[d["exit_code"], d["messages"][-1]["id"]]')"
-  said asked "corvane-host: interrupted; the plug-in does not respond"
+  said asked "corvane-host: interrupted; the plug-in is not responding"
 }
 
 @test "a second signal, even a different one, terminates the program immediately" {
@@ -59,10 +59,10 @@ stuck() {
   silent both err
 }
 
-@test "metrics leaves the previous text file after a signal during a hanging read" {
+@test "metrics keeps the previous text file when a signal interrupts a hanging read" {
   direct_only "uses the test plug-in"
   ended metrics 130
-  same "corvane-host: interrupted; the plug-in does not respond" \
+  same "corvane-host: interrupted; the plug-in is not responding" \
     "$(err metrics)"
   same "of an earlier run" "$(cat "$BATS_FILE_TMPDIR/kept.prom")"
 }
@@ -82,7 +82,7 @@ stuck() {
 @test "wait exits with 7 if the plug-in hangs" {
   direct_only "uses the test plug-in"
   ended late 7
-  said late "corvane-host: the plug-in does not respond"
+  said late "corvane-host: the plug-in is not responding"
 }
 
 @test "attach exits with 7 after --timeout and reports that the job continues" {
@@ -96,7 +96,7 @@ is_attached() { [ "$(card "$1" iom_state)" = 2 ]; }
 @test "the first Ctrl-C waits for a job, the second exits" {
   ended once 0 || { err once; false; }
   # A service continues the job, so the command does not wait for it.
-  directly ended twice 0 || { err twice; false; }
-  directly same 2 "$(card once iom_state)"
+  if_direct ended twice 0 || { err twice; false; }
+  if_direct same 2 "$(card once iom_state)"
   eventually is_attached once
 }

@@ -50,7 +50,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   same "" "$(grep -E '.{81}' "$BATS_TEST_TMPDIR/lines")"
 }
 
-@test "the help of a command has its arguments, options, danger, output formats, exit codes and examples" {
+@test "command help lists the arguments, options, danger, output formats, exit codes and examples" {
   ended format 0
   same "Usage: corvane-host format DRIVE [OPTIONS]" "$(out format | head -1)"
   same "Danger Arguments Options Examples" \
@@ -105,7 +105,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
     "$(json one '[d["result"]["commands"][0][k] for k in ("name", "group", "arguments", "forms")]')"
   same '[["--timeout", null, "TIME", []]]' \
     "$(json one '[[o[k] for k in ("name", "short", "value", "choices")] for o in d["result"]["commands"][0]["options"] if o["name"] == "--timeout"]')"
-  refused one 'd["result"]["commands"][0].pop("options")' \
+  schema_rejects one 'd["result"]["commands"][0].pop("options")' \
     'd["result"]["commands"][0]["options"][0].update(name="timeout")'
 }
 

@@ -19,7 +19,7 @@ make_cards() {
     "card0 total_physical_bytes_written 1099511627776" "card0 rated_endurance_tbytes 4" \
     "card1 serial_number S200" "card1 pci_bus 94" "card1 factory_size_bytes 2199023255552" \
     "card1 temp_internal_deg_c absent" "card1 reserve_space_pct absent"; do
-    # shellcheck disable=SC2086  # a row is three words
+    # shellcheck disable=SC2086  # a row is three arguments
     cardsim set $row
   done
   cardsim raise card1 TEMPERATURE_ABOVE_WARN
@@ -44,16 +44,16 @@ keep() {
   echo "$rc" >"$name.rc"
 }
 
-# host ARGUMENTS...: runs the program with simulated cards. odd CASE ARGUMENTS...: runs it with the
-# test plug-in.
+# host ARGUMENTS...: runs the program with simulated cards.
+# test_plugin CASE ARGUMENTS...: runs it with the test plug-in; CASE selects its behavior.
 host() { corvane-host --simulate "$@"; }
-odd() { CONSOLE_TEST_PLUGIN="$1" corvane-host --plugin "$ODD_PLUGIN" "${@:2}"; }
+test_plugin() { CONSOLE_TEST_PLUGIN="$1" corvane-host --plugin "$TEST_PLUGIN" "${@:2}"; }
 
-# reach FILE: prints the option for the simulated cards in FILE.
-reach() { echo "--simulate=$1"; }
+# cards_option FILE: prints the option for the simulated cards in FILE.
+cards_option() { echo "--simulate=$1"; }
 
-# directly COMMAND...: runs the command unless the commands use a service.
-directly() { [ -n "${CORVANE_TEST_SERVICE:-}" ] || "$@"; }
+# if_direct COMMAND...: runs the command, or does nothing if the commands use a service.
+if_direct() { [ -n "${CORVANE_TEST_SERVICE:-}" ] || "$@"; }
 
 # direct_only REASON: skips the test if the commands use a service.
 direct_only() { [ -z "${CORVANE_TEST_SERVICE:-}" ] || skip "$1"; }
@@ -101,7 +101,7 @@ untimed() { out "$1" | sed -E -e 's/, in [0-9:]+$//' -e 's/^Done in [0-9:]+\./Do
 
 # stop_when SIGNALS FILE PATTERN NAME PROGRAM...: runs the program and sends it the signals, one
 # after the other, once FILE, or a file in the directory FILE, matches PATTERN. Fails if the program
-# exits before that. With setsid as the program, the complete process group receives the signals.
+# exits before that. With setsid as the program, the entire process group receives the signals.
 # NAME.seconds contains the time from the first signal to the exit. The test plug-in uses NAME.log
 # and NAME.signaled.
 stop_when() {
@@ -154,8 +154,9 @@ for name in names:
 END
 }
 
-# refused NAME EDIT...: expects that the document `d` no longer matches the schema after each edit.
-refused() {
+# schema_rejects NAME EDIT...: expects that the document `d` does not match the schema after any of
+# the edits.
+schema_rejects() {
   python3 - "$SCHEMA" "$BATS_FILE_TMPDIR/$1.out" "${@:2}" <<'END'
 import json, sys
 import jsonschema
@@ -209,26 +210,27 @@ untouched() {
 # which the terminal emulator module is installed.
 screen() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/screen.py" "$@"; }
 
-# a_mount COLUMN: prints the device number (1) or mount point (2) of a file system that is mounted
+# any_mount COLUMN: prints the device number (1) or mount point (2) of a file system that is mounted
 # once. Does not rely on /, because a chroot may not list it.
-a_mount() {
+any_mount() {
   awk '{count[$3]++; place[$3] = $5}
     END {for (n in count) if (count[n] == 1 && place[n] !~ /\\/) print n, place[n]}' \
     /proc/self/mountinfo | sort | head -n 1 | cut -d ' ' -f "$1"
 }
 
-# lay_mount_on_card DIRECTORY: creates a sysfs for the cards, in which card0's disk has the device
-# number of a_mount's file system and is held by md7.
-lay_mount_on_card() {
+# make_mounted_sysfs DIRECTORY: creates a sysfs for the cards, in which card0's disk has the device
+# number of any_mount's file system and is held by md7.
+make_mounted_sysfs() {
   cardsim sysfs "$1"
   local disk="$1/bus/pci/devices/0000:3b:02.1/block/fioa"
   mkdir -p "$disk/holders/md7" "$1/block"
   ln -s "$disk" "$1/block/fioa"
-  a_mount 1 >"$disk/dev"
+  any_mount 1 >"$disk/dev"
 }
 
-# enter FILE ROW...: adds entries "TIME SEVERITY EVENT ID 'NAME' 'TEXT' SERIAL TYPE" to a log.
-enter() {
+# add_log_entries FILE ROW...: adds rows "TIME SEVERITY EVENT ID 'NAME' 'TEXT' SERIAL TYPE" to the
+# event log in FILE.
+add_log_entries() {
   python3 - "$@" <<'END'
 import calendar, shlex, sqlite3, sys, time
 
@@ -244,9 +246,10 @@ with sqlite3.connect(sys.argv[1]) as database:
 END
 }
 
-# With CORVANE_TEST_SERVICE=1, `host`, `own`, `with` and `reach` use a service. Each combination of
-# cards, database, configuration and devices has one. Runs for direct use only start
-# with `directly`, and the tests that need their results with `direct_only`.
+# With CORVANE_TEST_SERVICE=1, `host`, `own`, `with` and `cards_option` use a service. Each
+# combination of cards, database, configuration and devices has its own service. `if_direct` skips a
+# run that is not possible through a service; the tests that need its results call `direct_only`
+# first, which skips them.
 
 # service_for CARDS: starts the service unless it is running, and prints its socket.
 service_for() {
@@ -278,5 +281,5 @@ if [ -n "${CORVANE_TEST_SERVICE:-}" ]; then
   host() { corvane-host --socket "$(service_for "$CARDSIM_STATE")" "$@"; }
   with() { corvane-host --socket "$(service_for "$BATS_FILE_TMPDIR/$1.json")" "${@:2}"; }
   own() { corvane-host --socket "$(service_for "$(copy "$1")")" "${@:2}"; }
-  reach() { echo "--socket=$(service_for "$1")"; }
+  cards_option() { echo "--socket=$(service_for "$1")"; }
 fi

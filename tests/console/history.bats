@@ -10,14 +10,14 @@ setup_file() {
   make_cards
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   local log="$BATS_FILE_TMPDIR/log.db" file
-  # A service reads the log when it starts, so the entries precede it.
+  # Without a service, which would read the log when it starts, before the entries are added.
   CORVANE_DATABASE="$log" keep none corvane-host --simulate events
   # Serial numbers identify cards, because ids change between runs and names depend on the slot.
-  enter "$log" \
+  add_log_entries "$log" \
     "2026-11-19T23:59:59 3 10967 5 'BoardX (9)' 'Too hot.' S100 19038" \
-    "2026-11-20T00:00:00 2 10980 5 'BoardX (9)' 'Well again.' S100 19038" \
-    "2026-11-20T05:31:00 2 10985 5 'DriveX (0)' 'Another size.' S100 19018" \
-    "2026-11-20T05:31:01 3 11094 6 'BoardY (1)' 'It left.' S900 19038" \
+    "2026-11-20T00:00:00 2 10980 5 'BoardX (9)' 'Back to normal.' S100 19038" \
+    "2026-11-20T05:31:00 2 10985 5 'DriveX (0)' 'New size.' S100 19018" \
+    "2026-11-20T05:31:01 3 11094 6 'BoardY (1)' 'Card removed.' S900 19038" \
     "2026-11-20T06:00:00 4 10957 6 'SanDisk BoardA (1)' 'An old entry.' '' 0"
   CORVANE_DATABASE="$log" keep all host events -o tsv &
   CORVANE_DATABASE="$log" keep json host events -o json &
@@ -37,19 +37,19 @@ setup_file() {
   keep badsince host events --since 2026-02-31 &
   keep badlimit host events --limit -1 &
   wait
-  CORVANE_DATABASE=/proc/none/host.db directly keep broken host events a1 -o json &
-  CORVANE_DATABASE=/proc/none/host.db directly keep brokenodd odd events events &
-  CORVANE_DATABASE=/proc/none/host.db directly keep statusbroken host status &
-  directly keep noread unwritable 000 events -o json &
-  directly keep nowrite unwritable 444 events -o tsv -H &
-  directly keep nodatabase host --database /etc/passwd events &
-  CORVANE_DATABASE="$BATS_FILE_TMPDIR/far.db" directly keep far far &
+  CORVANE_DATABASE=/proc/none/host.db if_direct keep broken host events a1 -o json &
+  CORVANE_DATABASE=/proc/none/host.db if_direct keep brokenodd test_plugin events events &
+  CORVANE_DATABASE=/proc/none/host.db if_direct keep statusbroken host status &
+  if_direct keep noread unwritable 000 events -o json &
+  if_direct keep nowrite unwritable 444 events -o tsv -H &
+  if_direct keep nodatabase host --database /etc/passwd events &
+  CORVANE_DATABASE="$BATS_FILE_TMPDIR/large.db" if_direct keep large measure_large_log &
   keep relative relative_days &
   wait
-  directly keep grown see_and_forget
+  if_direct keep warned warn_across_runs
 }
 
-teardown_file() { directly chmod u+w "$BATS_FILE_TMPDIR"/other*; }
+teardown_file() { if_direct chmod u+w "$BATS_FILE_TMPDIR"/other*; }
 
 # unwritable MODE ARGUMENTS...: runs the program with a copy of the log in a read-only directory.
 unwritable() {
@@ -61,8 +61,9 @@ unwritable() {
   CORVANE_DATABASE="$directory/log.db" unprivileged corvane-host --simulate "${@:2}"
 }
 
-# Measures reading the newest and all entries of a log with 20,000, compared with an empty log.
-far() {
+# Measures the CPU time for reading the newest 50, the newest 3 and all of 20,000 log entries, and
+# for reading an empty log.
+measure_large_log() {
   host events >/dev/null 2>&1
   python3 - "$CORVANE_DATABASE" <<'END'
 import sqlite3, sys
@@ -89,7 +90,7 @@ cost() {
 relative_days() {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/days.db"
   corvane-host --simulate events >/dev/null 2>&1
-  enter "$CORVANE_DATABASE" \
+  add_log_entries "$CORVANE_DATABASE" \
     "$(date -u -d '2 days ago' +%F)T00:00:00 2 10980 5 X before S100 19038" \
     "$(date -u -d yesterday +%F)T00:00:00 2 10980 5 X yesterday S100 19038" \
     "$(date -u -d '90 minutes ago' +%FT%T) 2 10980 5 X recent S100 19038"
@@ -107,8 +108,8 @@ follow_one() {
 
 # One run observes a warning, and the next run shows its start. Then the card recovers, and the
 # warning returns while no host is running.
-see_and_forget() {
-  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/grown.db"
+warn_across_runs() {
+  export CORVANE_DATABASE="$BATS_FILE_TMPDIR/warned.db"
   local before
   before=$(date +%s)
   one_event_after raise
@@ -120,10 +121,11 @@ see_and_forget() {
   keep unseen host status -o json
   cardsim remove card0
   keep moved host events -o json
-  echo "$before $(date +%s)" >"$BATS_FILE_TMPDIR/grown.span"
+  echo "$before $(date +%s)" >"$BATS_FILE_TMPDIR/warned.span"
 }
 
-# Changes the card after the plug-in has started, and waits for the event, which takes three polls.
+# Changes the card after the host has read its objects, and waits for the event. The plug-in reports
+# a change after three polls.
 one_event_after() {
   local trace="$BATS_FILE_TMPDIR/$1.trace"
   host events -f --limit 0 -o jsonl --trace 2 --trace-file "$trace" | head -n 1 >/dev/null &
@@ -132,7 +134,7 @@ one_event_after() {
   wait $!
 }
 
-words() { out "$1" | cut -f 6 | tr '\n' '|'; }
+texts() { out "$1" | cut -f 6 | tr '\n' '|'; }
 
 @test "events prints a note for an empty log" {
   ended none 0
@@ -145,9 +147,9 @@ words() { out "$1" | cut -f 6 | tr '\n' '|'; }
   silent all err
   same "time	severity	event_id	event	object	text
 2026-11-19T23:59:59+00:00	warning	10967	CTRL_TEMPERATURE_ABOVE_WARN	a0	Too hot.
-2026-11-20T00:00:00+00:00	information	10980	CTRL_NORMAL	a0	Well again.
-2026-11-20T05:31:00+00:00	information	10985	PD_FORMAT_CHANGED	a0/d0	Another size.
-2026-11-20T05:31:01+00:00	warning	11094	CTRL_PNPREMOVE	S900	It left.
+2026-11-20T00:00:00+00:00	information	10980	CTRL_NORMAL	a0	Back to normal.
+2026-11-20T05:31:00+00:00	information	10985	PD_FORMAT_CHANGED	a0/d0	New size.
+2026-11-20T05:31:01+00:00	warning	11094	CTRL_PNPREMOVE	S900	Card removed.
 2026-11-20T06:00:00+00:00	error	10957	CTRL_INTERNAL_ERROR	a0	An old entry." "$(out all)"
 }
 
@@ -157,16 +159,16 @@ words() { out "$1" | cut -f 6 | tr '\n' '|'; }
     "$(json json '[[e[k] for k in ("object", "serial_number", "source")] for e in d["result"]["events"]]')"
   same '[["0x0130000000000001", "0x0000000000000005"], ["0x0130000000000001", "0x0000000000000005"], ["0x0130000000000002", "0x0000000000000005"], [null, "0x0000000000000006"], ["0x0130000000000001", "0x0000000000000006"]]' \
     "$(json json '[[e[k] for k in ("id", "logged_id")] for e in d["result"]["events"]]')"
-  refused json 'd["result"]["events"][0]["logged_id"] = None' \
+  schema_rejects json 'd["result"]["events"][0]["logged_id"] = None' \
     'd["result"]["events"][0]["serial_number"] = 5' \
     'del d["result"]["events"][0]["serial_number"]'
 }
 
 @test "--since and --limit select events exactly" {
-  same "Well again.|Another size.|It left.|An old entry.|" "$(words day)"
-  same "Another size.|It left.|An old entry.|" "$(words second)"
-  same "It left.|An old entry.|" "$(words offset)"
-  same "It left.|An old entry.|" "$(words newest)"
+  same "Back to normal.|New size.|Card removed.|An old entry.|" "$(texts day)"
+  same "New size.|Card removed.|An old entry.|" "$(texts second)"
+  same "Card removed.|An old entry.|" "$(texts offset)"
+  same "Card removed.|An old entry.|" "$(texts newest)"
 }
 
 @test "--since accepts days and durations" {
@@ -178,15 +180,15 @@ before yesterday recent 3d" "$(out relative)"
 }
 
 @test "events OBJ includes the objects below it" {
-  same "Too hot.|Well again.|Another size.|An old entry.|" "$(words card)"
-  same "Another size.|" "$(words drive)"
-  same "Too hot.|Well again.|Another size.|An old entry.|" "$(words plugin)"
+  same "Too hot.|Back to normal.|New size.|An old entry.|" "$(texts card)"
+  same "New size.|" "$(texts drive)"
+  same "Too hot.|Back to normal.|New size.|An old entry.|" "$(texts plugin)"
   ended other 0
   silent other out
 }
 
 @test "events accepts the serial number of a removed card and rejects an unknown one" {
-  same "It left.|" "$(words left)"
+  same "Card removed.|" "$(texts left)"
   ended unknown 3
   said unknown "corvane-host: S901: no such object"
 }
@@ -204,7 +206,7 @@ before yesterday recent 3d" "$(out relative)"
 }
 
 @test "an unreadable log is an error for events and a note for status" {
-  direct_only "the service reads the log (client.bats and memory.bats test its failures)"
+  direct_only "the service reads the log (client.bats and service_state.bats test its failures)"
   ended broken 1
   valid broken
   same '["NO_EVENT_LOG"]' "$(json broken '[m["id"] for m in d["messages"]]')"
@@ -219,16 +221,16 @@ before yesterday recent 3d" "$(out relative)"
 }
 
 @test "events reads a read-only log without changing it" {
-  direct_only "the service reads the log (client.bats and memory.bats test its failures)"
+  direct_only "the service reads the log (client.bats and service_state.bats test its failures)"
   ended nowrite 0
   silent nowrite err
-  same "Too hot.|Well again.|Another size.|It left.|An old entry.|" "$(words nowrite)"
+  same "Too hot.|Back to normal.|New size.|Card removed.|An old entry.|" "$(texts nowrite)"
   same log.db "$(ls "$BATS_FILE_TMPDIR/other444")"
   cmp "$BATS_FILE_TMPDIR/log.db" "$BATS_FILE_TMPDIR/other444/log.db"
 }
 
 @test "events exits with 6 without read permission for the log" {
-  direct_only "the service reads the log (client.bats and memory.bats test its failures)"
+  direct_only "the service reads the log (client.bats and service_state.bats test its failures)"
   ended noread 6
   valid noread
   said noread "corvane-host: cannot read the event log $BATS_FILE_TMPDIR/other000/log.db: Permission denied"
@@ -243,17 +245,17 @@ before yesterday recent 3d" "$(out relative)"
   same "Entry 19951." "$(out newest50 | head -1 | cut -f 6)"
   same "Entry 20000." "$(out newest50 | tail -1 | cut -f 6)"
   said newest50 "corvane-host: note: showing the newest 50 events; the log contains older ones"
-  same "Entry 19998.|Entry 19999.|Entry 20000.|" "$(words newest3)"
+  same "Entry 19998.|Entry 19999.|Entry 20000.|" "$(texts newest3)"
 }
 
 @test "status shows the start of a status that an earlier run logged" {
   direct_only "tests separate runs that load the plug-in"
-  read -r before after <"$BATS_FILE_TMPDIR/grown.span"
+  read -r before after <"$BATS_FILE_TMPDIR/warned.span"
   valid since
   local since
   since=$(date -d "$(json since 'd["result"]["objects"][0]["since"]' | tr -d '"')" +%s)
   [ "$since" -ge "$before" ] && [ "$since" -le "$after" ]
-  same "$(out grown | grep PCI | cut -f 1 | head -1)" \
+  same "$(out warned | grep PCI | cut -f 1 | head -1)" \
     "$(json since 'd["result"]["objects"][0]["since"]' | tr -d '"')"
   grep -qE '^a0  WARNING since [0-9:]{5}, [0-9]+ s$' "$BATS_FILE_TMPDIR/sincetext.out"
   grep -qE '^a1  WARNING$' "$BATS_FILE_TMPDIR/sincetext.out"
@@ -266,7 +268,7 @@ before yesterday recent 3d" "$(out relative)"
   valid unseen
   same '[["a0", "WARNING", null], ["a0/d0", "AVAILABLE", null], ["a1", "WARNING", null], ["a1/d0", "AVAILABLE", null]]' \
     "$(json unseen '[[o["object"], o["status"], o["since"]] for o in d["result"]["objects"]]')"
-  refused unseen 'd["result"]["objects"][0].pop("since")' \
+  schema_rejects unseen 'd["result"]["objects"][0].pop("since")' \
     'd["result"]["objects"][0]["since"] = "05:31"'
 }
 

@@ -28,19 +28,19 @@ program() {
   chmod 755 "$PROGRAMS/$1"
 }
 
-# start [PROGRAM...]: starts the service, with PROGRAM to execute it if given.
+# start [PROGRAM...]: starts the service, through PROGRAM if given.
 start() {
   "$@" corvane-host serve --simulate --socket "$SOCKET" --events-directory "$PROGRAMS" 2>>"$BATS_TEST_TMPDIR/err" 3>&- &
   echo $! >"$BATS_TEST_TMPDIR/pid"
   eventually is_ready "$SOCKET"
 }
 
-end() {
+kill_service() {
   kill "-$1" "$(cat "$BATS_TEST_TMPDIR/pid")"
   wait "$(cat "$BATS_TEST_TMPDIR/pid")" || true
 }
 has_lines() { [ "$(wc -l <"$LINES")" -ge "$1" ]; }
-logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TEST_TMPDIR/events.out" && json events 'len(d["result"]["events"])'; }
+logged_count() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TEST_TMPDIR/events.out" && json events 'len(d["result"]["events"])'; }
 
 @test "a program receives the event as JSON and as environment variables" {
   program notify 'cat >"$LINES.json"; env | grep ^CORVANE_ | sort >"$LINES.env"; echo done >>"$LINES"'
@@ -54,7 +54,7 @@ logged() { corvane-host --socket "$SOCKET" events -o json --limit 100 >"$BATS_TE
   grep -qx CORVANE_SERIAL_NUMBER=S100 "$LINES.env"
   grep -qx CORVANE_SEVERITY=warning "$LINES.env"
   run ! grep -q CORVANE_DATABASE "$LINES.env"
-  end TERM
+  kill_service TERM
   same 1 "$(wc -l <"$LINES")"
 }
 
@@ -84,7 +84,7 @@ os.execvp(sys.argv[1], sys.argv[1:])'
   start
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
   eventually has_lines 1
-  end TERM
+  kill_service TERM
   same trusted "$(cat "$LINES")"
   grep -q "^corvane-host: events.d: skipped $PROGRAMS/open: " "$BATS_TEST_TMPDIR/err"
 }
@@ -93,25 +93,25 @@ os.execvp(sys.argv[1], sys.argv[1:])'
   program notify 'echo "$CORVANE_NUMBER" >>"$LINES"'
   host list >/dev/null
   # The card is normal, so the service has no missed event to add.
-  enter "$CORVANE_DATABASE" "2026-11-20T05:31:00 1 10980 1 'Card' 'Normal' S100 2"
+  add_log_entries "$CORVANE_DATABASE" "2026-11-20T05:31:00 1 10980 1 'Card' 'Normal' S100 2"
   start
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
   eventually has_lines 1
-  end TERM
+  kill_service TERM
   same 2 "$(cat "$LINES")"
 }
 
 @test "programs run at the next start for events logged while the service was stopped" {
   program notify 'echo "$CORVANE_NUMBER" >>"$LINES"'
   start
-  end TERM
+  kill_service TERM
   # The card is normal, so the service has no missed event to add.
-  enter "$CORVANE_DATABASE" "2026-11-20T05:31:00 1 10980 1 'Card' 'Normal' S100 2"
+  add_log_entries "$CORVANE_DATABASE" "2026-11-20T05:31:00 1 10980 1 'Card' 'Normal' S100 2"
   start
   eventually has_lines 1
-  end TERM
+  kill_service TERM
   start
-  end TERM
+  kill_service TERM
   same 1 "$(cat "$LINES")"
 }
 
@@ -124,20 +124,20 @@ os.execvp(sys.argv[1], sys.argv[1:])'
     card=card$((round % 2))
     cardsim raise $card NEAR_WEARING_OUT
     eventually has_lines "$round"
-    end KILL
+    kill_service KILL
     cardsim clear $card NEAR_WEARING_OUT
     start
   done
   echo 0 >"$LINES.sleep"
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
-  newest() { [ "$(tail -n 1 "$LINES")" = "$(logged)" ]; }
+  newest() { [ "$(tail -n 1 "$LINES")" = "$(logged_count)" ]; }
   eventually newest
-  end TERM
+  kill_service TERM
   same "" "$(sort "$LINES" | uniq -d)"
 }
 
-# hold_database: locks the database against writes until `release_database`.
-hold_database() {
+# lock_database: locks the database until `unlock_database`.
+lock_database() {
   python3 - "$CORVANE_DATABASE" "$BATS_TEST_TMPDIR/held" "$BATS_TEST_TMPDIR/release" 3>&- <<'END' &
 import os, sqlite3, sys, time
 database, held, release = sys.argv[1:]
@@ -150,7 +150,7 @@ connection.execute("ROLLBACK")
 END
   eventually test -e "$BATS_TEST_TMPDIR/held"
 }
-release_database() {
+unlock_database() {
   : >"$BATS_TEST_TMPDIR/release"
   wait "$!"
 }
@@ -159,25 +159,25 @@ is_unlogged() { grep -q "cannot use the event log" "$BATS_TEST_TMPDIR/err"; }
 @test "programs run as soon as an event that could not be logged is logged" {
   program notify 'echo "$CORVANE_EVENT" >>"$LINES"'
   start
-  hold_database
+  lock_database
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
   eventually is_unlogged
-  release_database
+  unlock_database
   eventually has_lines 1
-  end TERM
+  kill_service TERM
   same CTRL_TEMPERATURE_ABOVE_WARN "$(cat "$LINES")"
 }
 
 @test "programs run for an event that is logged after the plug-in process has died" {
   program notify 'echo "$CORVANE_EVENT" >>"$LINES"'
   start
-  hold_database
+  lock_database
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
   eventually is_unlogged
   pkill -KILL -P "$(cat "$BATS_TEST_TMPDIR/pid")" -f plugin-process
-  release_database
+  unlock_database
   eventually has_lines 1
-  end TERM
+  kill_service TERM
   same CTRL_TEMPERATURE_ABOVE_WARN "$(cat "$LINES")"
 }
 
@@ -187,7 +187,7 @@ is_unlogged() { grep -q "cannot use the event log" "$BATS_TEST_TMPDIR/err"; }
   pkill -KILL -P "$(cat "$BATS_TEST_TMPDIR/pid")" -f plugin-process
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
   eventually has_lines 1
-  end TERM
+  kill_service TERM
   same CTRL_TEMPERATURE_ABOVE_WARN "$(cat "$LINES")"
 }
 

@@ -1,8 +1,8 @@
 """Sends hostile requests to every operation of the service's OpenAPI document. Each must be refused
 with a problem of the document.
 
-Usage: hostile_requests.py texts SOCKET        NUL and invalid UTF-8 in every text
-       hostile_requests.py bodies SOCKET       huge and deep JSON in every body
+Usage: hostile_requests.py texts SOCKET        NUL and invalid UTF-8 in every string
+       hostile_requests.py bodies SOCKET       huge and deeply nested JSON in every body
        hostile_requests.py changes SOCKET PORT every change, over TCP
 """
 import json
@@ -27,7 +27,8 @@ BODIES = {
     "SessionCommand": {"command": "GET_TOPOLOGY"},
 }
 # A value of each parameter in a path.
-PARAMETERS = {"serial": "S100", "drive": "0", "operation": "locate", "job": "0-0"}
+PARAMETERS = {"serial": "S100", "drive": "0", "operation": "locate", "job": "0-0",
+              "table": "adapter"}
 HEADERS = ["Idempotency-Key", "If-None-Match", "Last-Event-ID", "Origin", "Content-Type"]
 
 INVALID = [b"\xff", b"\xc0\x80", b"\xed\xa0\x80", b"\xf5\x80\x80\x80", b"\xe2\x82"]
@@ -145,8 +146,8 @@ def check_headers(target):
                               ["HEADER_INVALID"])
 
 
-def texts_in(target, schema):
-    """Returns the names of the texts in a body."""
+def string_fields(target, schema):
+    """Returns the names of the string fields of a body."""
     properties = target.document.content["components"]["schemas"][schema]["properties"]
     return [name for name, value in properties.items()
             if target.document.resolved(value).get("type") == "string"]
@@ -156,7 +157,7 @@ def check_body_texts(target):
     for method, _, path, body, operation in target.operations():
         if body is None:
             continue
-        for name in [*texts_in(target, target.schema_of(operation)), "unknown"]:
+        for name in [*string_fields(target, target.schema_of(operation)), "unknown"]:
             for text in [*INVALID, b"\0", b"\\ud800", b"\\udc00", b"\\u0000"]:
                 value = json.dumps({**body, name: "HOSTILE"}).encode()
                 hostile = value.replace(b"HOSTILE", b"x" + text)

@@ -140,18 +140,17 @@ other_symbols 0" "$(out about | sed 's/  */ /g')"
 }
 
 @test "plugin shows exported and missing symbols of the file" {
-  keep oddplugin odd x plugin -o json
+  keep oddplugin test_plugin x plugin -o json
   ended oddplugin 0
   valid oddplugin
   same '[["createIf", true], ["releaseIf", true], ["NAMESPACE_Corvane::ErrorMsgList", false], ["NAMESPACE_Corvane::MBX_MODULE_INFO_Corvane", false], ["NAMESPACE_Corvane::NLS::m_LngFile", false], ["NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL", false]]' \
     "$(json oddplugin '[[s["name"], s["present"]] for s in d["result"]["symbols"] if s["expected"]]')"
-  same "$(nm -D --defined-only --demangle "$ODD_PLUGIN" | cut -d ' ' -f 3- | LC_ALL=C sort)" \
+  same "$(nm -D --defined-only --demangle "$TEST_PLUGIN" | cut -d ' ' -f 3- | LC_ALL=C sort)" \
     "$(python3 -c 'import json,sys; [print(s["name"]) for s in json.load(open(sys.argv[1]))["result"]["symbols"] if s["present"]]' \
       "$BATS_FILE_TMPDIR/oddplugin.out" | LC_ALL=C sort)"
-  refused oddplugin 'd["result"]["symbols"].clear()' 'd["result"]["symbols"][0].pop("present")'
+  schema_rejects oddplugin 'd["result"]["symbols"].clear()' 'd["result"]["symbols"][0].pop("present")'
 }
 
-# All names of the first adapter.
 @test "get accepts every name of an adapter" {
   for name in a0 A0 S100 "SanDisk BoardA (1)" pci:0000:3b:02.1 pci:3b:02.1 /dev/fct0 \
     0x0130000000000001 0x130000000000001; do

@@ -22,7 +22,7 @@ teardown_file() {
 run_job() {
   local id
   ask "$1" POST "$2" "$3"
-  ended "$1" 202
+  responded "$1" 202
   id=$(json "$1" 'd["id"]' | tr -d '"')
   has_ended() {
     ask "$1" GET "/v1/jobs/$id"
@@ -42,7 +42,7 @@ result() {
   result detach SUCCEEDED '[d["result"]["result"][k] for k in ("operation", "before", "after")]' \
     '["OP_DETACH", "attached", "detached"]'
   ask card GET "/v1/cards/S100?fresh=1"
-  ended card 200
+  responded card 200
   same '["DETACHED"]' "$(json card 'd["result"]["object"]["status_reasons"]')"
   run_job attach /v1/cards/S100/operations/attach '{"confirm": true}'
   result attach SUCCEEDED 'd["result"]["result"]["after"]' '"attached"'
@@ -108,15 +108,15 @@ END
   problem missing 404 NO_SUCH_JOB
 }
 
-@test "one job runs on a card at a time" {
+@test "a card runs one job at a time" {
   kill -STOP "$(plugin_process)"
   ask first POST /v1/cards/S100/operations/locate '{}'
   ask second POST /v1/cards/S100/operations/stop-locate '{}'
   ask other POST /v1/cards/S200/operations/locate '{}'
   kill -CONT "$(plugin_process)"
-  ended first 202
+  responded first 202
   problem second 409 JOB_RUNNING
-  ended other 202
+  responded other 202
   all_ended() {
     ask jobs GET /v1/jobs
     [ "$(json jobs '[j["id"] for j in d["jobs"] if j["state"] == "RUNNING"]')" = "[]" ]
@@ -124,22 +124,23 @@ END
   eventually all_ended
 }
 
-# once NAME KEY PATH BODY: keeps the response of a request with that key.
-once() {
+# post_with_key NAME KEY PATH BODY: like `ask NAME POST /v1/cards/PATH BODY`, with KEY as the
+# idempotency key.
+post_with_key() {
   curl -s --max-time 60 --unix-socket "$SOCKET" -o "$BATS_FILE_TMPDIR/$1.out" -w '%{http_code}' \
     -H "Content-Type: application/json" -H "Idempotency-Key: $2" -d "$4" \
     "http://service/v1/cards/$3" >"$BATS_FILE_TMPDIR/$1.rc"
 }
 
 @test "a repeated request with the same key starts one job" {
-  once first key1 S100/operations/locate '{"dry_run": true}'
-  once again key1 S100/operations/locate '{"dry_run": true}'
-  ended first 202
-  ended again 202
+  post_with_key first key1 S100/operations/locate '{"dry_run": true}'
+  post_with_key again key1 S100/operations/locate '{"dry_run": true}'
+  responded first 202
+  responded again 202
   same "$(json first 'd["id"]')" "$(json again 'd["id"]')"
-  once body key1 S100/operations/locate '{}'
+  post_with_key body key1 S100/operations/locate '{}'
   problem body 422 IDEMPOTENCY_KEY_REUSED
-  once path key1 S200/operations/locate '{"dry_run": true}'
+  post_with_key path key1 S200/operations/locate '{"dry_run": true}'
   problem path 422 IDEMPOTENCY_KEY_REUSED
 }
 
@@ -148,8 +149,8 @@ once() {
   logged() { grep -c '^corvane-host: runOperation/locate/S100 requested by uid ' "$BATS_FILE_TMPDIR/serve.err" || true; }
   before=$(logged)
   for i in 1 2; do
-    once logged key2 S100/operations/locate '{"dry_run": true}'
-    ended logged 202
+    post_with_key logged key2 S100/operations/locate '{"dry_run": true}'
+    responded logged 202
   done
   same $((before + 1)) "$(logged)"
 }
@@ -158,13 +159,13 @@ once() {
   run_job older /v1/cards/S200/operations/locate '{"dry_run": true}'
   run_job newer /v1/cards/S100/operations/locate '{"dry_run": true}'
   ask jobs GET /v1/jobs
-  ended jobs 200
+  responded jobs 200
   same '["S100", "S200"]' "$(json jobs '[j["serial_number"] for j in d["jobs"]][:2]')"
 }
 
 @test "PATCH /v1/plugin changes the poll interval" {
   ask change PATCH /v1/plugin '{"poll_interval": 21}'
-  ended change 200
+  responded change 200
   same '[15, 21]' "$(json change '[d["result"]["before"], d["result"]["after"]]')"
   grep -qx "PollInterval=21" "$CORVANE_CONFIG_DIR/Corvane.ini"
   ask unknown PATCH /v1/plugin '{"interval": 21}'
@@ -208,7 +209,7 @@ once() {
 
 @test "docs/openapi.yaml describes this service" {
   ask api GET /v1/openapi.json
-  ended api 200
+  responded api 200
   python3 - "$CORVANE_SOURCE/docs/openapi.yaml" "$BATS_FILE_TMPDIR/api.out" <<'END'
 import json, sys
 import yaml

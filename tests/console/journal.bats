@@ -28,7 +28,7 @@ for entry in json.load(sys.stdin)["result"]["entries"]: print(entry["meaning"]);
 # A test journal receives the entries of the service. Only root can create its socket in a separate
 # /run.
 @test "the service sends events and changes to the journal with their fields" {
-  [ "$(id -u)" -eq 0 ] || skip "must be run as root, to give the service another /run"
+  [ "$(id -u)" -eq 0 ] || skip "needs root, to give the service a separate /run"
   unshare -m true 2>/dev/null || skip "needs unshare"
   make_machine
   make_cards

@@ -27,7 +27,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
   done
 }
 
-@test "the page of corvane-host has exactly the commands of the help" {
+@test "the corvane-host man page lists exactly the commands in the help" {
   local help page
   help=$(corvane-host --help | sed -n '/^Inspect/,/^Examples/p' | sed -n 's/^  \([a-z]\+\).*/\1/p')
   page=$(terms corvane-host COMMANDS | awk '{print $1}')
@@ -35,9 +35,9 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
   same "$help" "$page"
 }
 
-@test "the page of corvane-host has exactly the options of the help" {
+@test "the corvane-host man page lists exactly the options in the help" {
   local help page
-  help=$(corvane-host --help | sed -n '/^Options of all/,/^Exit/p' |
+  help=$(corvane-host --help | sed -n '/^Common options/,/^Exit/p' |
     sed -n 's/^  \(-., \|    \)\(--[a-z-]*\).*/\1\2/p' | tr -d ' ')
   page=$(terms corvane-host OPTIONS | grep '^-' |
     sed 's/\(-., \|\)\(--[a-z-]*\).*/\1\2/' | tr -d ' ')
@@ -45,24 +45,24 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
   same "$help" "$page"
 }
 
-@test "the page of corvane-host lists the same commands for each option as the help" {
+@test "the corvane-host man page lists the same commands for each option as the help" {
   local help page
-  help=$(corvane-host --help | sed -n '/^Options of some/,/^$/p' |
+  help=$(corvane-host --help | sed -n '/^Command-specific options/,/^$/p' |
     awk '/^  (-., |    )--/ {print ""; sub(/^  (-., |    )/, "")} {printf "%s ", $0}' |
     sed -n 's/^\(--[a-z-]*\) .*(\([a-z, ]*\)) *$/\1 \2/p' | tr -s ' ')
-  page=$(section corvane-host OPTIONS | sed -n '/^   Options of some/,$p' |
+  page=$(section corvane-host OPTIONS | sed -n '/^   Command-specific options/,$p' |
     awk '/^       -/ {print ""; sub(/^ *(-., )?/, ""); $0 = $1} {printf "%s ", $0}' |
     sed -n 's/^\(--[a-z-]*\)  *\([a-z, ]*\):.*/\1 \2/p')
   [ "$(wc -l <<<"$help")" -ge 13 ]
   same "$help" "$page"
 }
 
-@test "the page of corvane-host lists the exit codes of the help" {
+@test "the corvane-host man page lists exactly the exit codes in the help" {
   same "$(corvane-host --help | sed -n '/^Exit codes/,$p' | sed -n 's/^  \([0-9]*\)  .*/\1/p')" \
     "$(terms corvane-host "EXIT STATUS")"
 }
 
-@test "the page of cardsim has exactly the commands of its help" {
+@test "the cardsim man page lists exactly the commands in the help" {
   local help
   help=$(cardsim --help | sed -n '/^Commands/,$p' | sed -n 's/^  \([a-z-]*\)  .*/\1/p')
   [ "$(wc -l <<<"$help")" -eq 12 ]
@@ -79,7 +79,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
 a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o value)"
   same "$root/lib/libCorvane.so" \
     "$("$root/bin/corvane-host" plugin -o json | python3 -c 'import json,sys; print(json.load(sys.stdin)["result"]["file"])')"
-  # The installed programs do not use libraries of the build directory.
+  # The installed programs do not use libraries from the build directory.
   run ! grep -q "$CORVANE_BUILD" <(ldd "$root/bin/corvane-host" "$root/lib/libCorvane.so")
   cmp "$SCHEMA" "$root/share/corvane/corvane-host.schema.json"
   cmp "$PAGES/corvane-host.1" "$root/share/man/man1/corvane-host.1"
@@ -91,7 +91,7 @@ a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o val
 }
 
 # --socket is an option of all commands, with a different meaning for serve.
-@test "the page of serve lists the options of its help, and --socket" {
+@test "the corvane-host-serve man page lists the options in the help, and --socket" {
   local help page
   help=$(corvane-host help serve | sed -n '/^Options/,/^  -o/s/^ *\(--[a-z-]*\).*/\1/p' | sort)
   page=$(groff -man -Tutf8 -P-cbou "$PAGES/../man8/corvane-host-serve.8" | sed -n '/^OPTIONS/,/^SIGNALS/p' |

@@ -13,7 +13,7 @@ setup_file() {
   cardsim clear card1 TEMPERATURE_ABOVE_WARN
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/corvane.db"
   host list >/dev/null
-  # Numbers 1 to 12; every third event is a warning of S200, and every sixth an error of its drive.
+  # Events 1 to 12: 3 and 9 are warnings of S200, 6 and 12 are errors of its drive.
   local rows=() number
   for number in $(seq 12); do
     case $((number % 6)) in
@@ -22,7 +22,7 @@ setup_file() {
       *) rows+=("2026-11-20T05:31:$number 2 10980 1 'Card' 'text $number' S100 19038") ;;
     esac
   done
-  enter "$CORVANE_DATABASE" "${rows[@]}"
+  add_log_entries "$CORVANE_DATABASE" "${rows[@]}"
   start_service
 }
 

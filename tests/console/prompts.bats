@@ -31,7 +31,7 @@ setup_file() {
   on narrow 24x40 see "? [y/N]" press n press Enter ends 4 see "Nothing was changed." -- detach a0 &
   TERM=dumb on dumb 24x120 see "[y/N]" press y press Enter ends 0 see "a0: attached -> detached" -- detach a0 &
   keep piped screen 24x120 see "[y/N]" press y press Enter ends 0 \
-    -- sh -c "corvane-host '$(reach "$BATS_FILE_TMPDIR/piped.json")' detach a0 | cat >'$BATS_FILE_TMPDIR/piped.answer'" &
+    -- sh -c "corvane-host '$(cards_option "$BATS_FILE_TMPDIR/piped.json")' detach a0 | cat >'$BATS_FILE_TMPDIR/piped.answer'" &
   on right 24x120 see "LED     the card's locate LED is blinking" see "(Enter cancels):" \
     press S10 run "cardsim --state $BATS_FILE_TMPDIR/right.json get card0 beacon_state | grep true" \
     press 0 press Enter ends 0 see "Formatting a0/d0 ... 0:" see "a0/d0: 512.0 GiB" -- format a0/d0 --capacity 50 &
@@ -62,8 +62,8 @@ setup_file() {
   wait
 }
 
-# on NAME SIZE STEP... -- ARGUMENTS...: runs the program with its own cards on a terminal of that
-# size.
+# on NAME SIZE STEP... -- ARGUMENTS...: runs the program with a separate copy of the cards, on a
+# terminal of this size.
 on() {
   local name="$1" file="$BATS_FILE_TMPDIR/$1.json" steps=()
   shift
@@ -72,17 +72,17 @@ on() {
     steps+=("$1")
     shift
   done
-  keep "$name" screen "${steps[@]}" print -- corvane-host "$(reach "$file")" "${@:2}"
+  keep "$name" screen "${steps[@]}" print -- corvane-host "$(cards_option "$file")" "${@:2}"
 }
 
 mounted() {
   local sysfs="$BATS_FILE_TMPDIR/used"
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/mounted.json"
-  CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" lay_mount_on_card "$sysfs"
+  CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" make_mounted_sysfs "$sysfs"
   CORVANE_SYSFS="$sysfs" CARDSIM_STATE="$BATS_FILE_TMPDIR/mounted.json" \
-    screen 24x120 see ": fioa is held by md7, fioa is mounted at $(a_mount 2)" ends 4 \
+    screen 24x120 see ": fioa is held by md7, fioa is mounted at $(any_mount 2)" ends 4 \
     see "Nothing was changed." \
-    -- corvane-host ${CORVANE_TEST_SERVICE:+"$(reach "$BATS_FILE_TMPDIR/mounted.json")"} \
+    -- corvane-host ${CORVANE_TEST_SERVICE:+"$(cards_option "$BATS_FILE_TMPDIR/mounted.json")"} \
     format a0/d0 --capacity 50
 }
 
@@ -94,8 +94,8 @@ played() {
   done
 }
 
-# as_before NAME...: expects that the cards are attached and unchanged.
-as_before() {
+# still_attached NAME...: expects that the cards are attached and unchanged.
+still_attached() {
   local name
   for name; do cmp "$BATS_FILE_TMPDIR/attached.before" "$BATS_FILE_TMPDIR/$name.json"; done
 }
@@ -108,24 +108,24 @@ as_before() {
 
 @test "n, an empty line and end of input cancel" {
   played no enter eof
-  as_before no enter eof
+  still_attached no enter eof
 }
 
 @test "Ctrl-C at a prompt exits with 130 and changes nothing" {
   played halt
-  as_before halt
+  still_attached halt
 }
 
 @test "attach, offline, detach and op run prompt for confirmation" {
   played attach offline forced op opformat
   same 2 "$(card attach iom_state)"
-  as_before offline forced op
+  still_attached offline forced op
   untouched opformat
 }
 
 @test "the response can be edited, even on a narrow terminal" {
   played edit narrow
-  as_before edit narrow
+  still_attached edit narrow
 }
 
 @test "the prompt is not written to standard output" {

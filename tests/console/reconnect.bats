@@ -68,8 +68,9 @@ followed() { numbers <"$BATS_TEST_TMPDIR/follow.out"; }
 has_followed() { [ "$(followed | wc -w)" -ge "$1" ]; }
 logged() { corvane-host --socket "$SOCKET" events -o jsonl --limit 1000 | numbers; }
 
-# raise_in_turn COMMAND...: runs the same events, two of them while the service does not run.
-raise_in_turn() {
+# change_cards: changes the cards while the service runs, after it was killed, and after it was
+# stopped.
+change_cards() {
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
   eventually has_followed 1
   kill_both
@@ -91,7 +92,7 @@ raise_in_turn() {
 @test "events -f continues after the service was killed and after it was stopped" {
   start
   follow events -f -o jsonl
-  raise_in_turn
+  change_cards
   has_all() { [ "$(followed)" = "$(logged)" ]; }
   eventually has_all
   kill -TERM "$(pid_of follow)"
@@ -103,7 +104,7 @@ raise_in_turn() {
 @test "watch continues after the service was killed and after it was stopped" {
   start
   follow watch -o jsonl
-  raise_in_turn
+  change_cards
   has_all() { [ "$(followed)" = "$(logged)" ]; }
   eventually has_all
   # The cards are shown as the new service reports them.
@@ -115,7 +116,7 @@ print(json.load(sys.stdin)["observed_at"])')" \> "$STARTED" ]; }
   same 2 "$(losses)"
 }
 
-@test "events --for exits with 0 while the service does not run" {
+@test "events --for exits with 0 while the service is not running" {
   start
   follow events --for 10s -o jsonl
   kill_both
@@ -123,7 +124,7 @@ print(json.load(sys.stdin)["observed_at"])')" \> "$STARTED" ]; }
   same 1 "$(losses)"
 }
 
-@test "watch --for exits with 0 while the service does not run" {
+@test "watch --for exits with 0 while the service is not running" {
   start
   follow watch --for 10s -o jsonl
   eventually test -s "$BATS_TEST_TMPDIR/follow.out"
@@ -132,7 +133,7 @@ print(json.load(sys.stdin)["observed_at"])')" \> "$STARTED" ]; }
   same 1 "$(losses)"
 }
 
-@test "a signal ends events -f while the service does not run" {
+@test "a signal stops events -f while the service is not running" {
   start
   follow events -f
   kill_both
@@ -141,7 +142,7 @@ print(json.load(sys.stdin)["observed_at"])')" \> "$STARTED" ]; }
   ends 130
 }
 
-@test "events -f ends with its reader while the service does not run" {
+@test "events -f exits when its reader exits while the service is not running" {
   start
   mkfifo "$BATS_TEST_TMPDIR/pipe"
   cat "$BATS_TEST_TMPDIR/pipe" >"$BATS_TEST_TMPDIR/cat.out" 3>&- &

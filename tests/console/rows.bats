@@ -27,7 +27,7 @@ start_together() {
   wait
 }
 
-@test "rows prints the number of rows and their columns that are not NULL" {
+@test "rows prints the number of rows and their non-NULL columns" {
   ended all 0
   same "adapter: 1 row in host_adapter_rows
 drive: 1 row in host_drive_rows
@@ -64,7 +64,7 @@ plugin	1	pi_plugin_version	7.7.0" "$(out tsv)"
 }
 
 @test "the schema rejects unknown tables and columns" {
-  refused json 'd["result"]["tables"] = []' 'd["result"]["tables"][0]["table"] = "volume"' \
+  schema_rejects json 'd["result"]["tables"] = []' 'd["result"]["tables"][0]["table"] = "volume"' \
     'd["result"]["tables"][0]["rows"][0]["ad_model"] = None' \
     'd["result"]["tables"][0]["rows"][0]["model"] = "x"' \
     'del d["result"]["tables"][0]["rows"][0]["ID"]'
@@ -102,19 +102,19 @@ print(len(serials), len(set(serials)))' "$BATS_TEST_TMPDIR/together.db")"
 }
 
 @test "another user's database is neither used nor changed" {
-  [ "$(id -u)" -eq 0 ] || skip "only root can make the files of another user"
+  [ "$(id -u)" -eq 0 ] || skip "only root can create another user's files"
   local shared="$BATS_TEST_TMPDIR/shared" name
   mkdir -m 1777 "$shared"
   echo precious >"$BATS_TEST_TMPDIR/target"
   ln -s ../target "$shared/corvane.db"
   chown -h 65534 "$shared/corvane.db"
   for name in events list; do
-    CORVANE_DATABASE="$shared/corvane.db" keep "planted$name" host "$name" &
+    CORVANE_DATABASE="$shared/corvane.db" keep "untrusted$name" host "$name" &
   done
   wait
-  ended plantedevents 6
-  said plantedevents "corvane-host: cannot read the event log $shared/corvane.db: \
+  ended untrustedevents 6
+  said untrustedevents "corvane-host: cannot read the event log $shared/corvane.db: \
 $shared/corvane.db is owned by uid 65534"
-  ended plantedlist 0
+  ended untrustedlist 0
   same precious "$(cat "$BATS_TEST_TMPDIR/target")"
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Runs a program on a terminal, presses keys, and prints what a user sees.
 
-Usage: screen.py ROWSxCOLUMNS STEP... -- COMMAND...
+Usage: screen.py ROWSxCOLS STEP... -- COMMAND...
 
 Steps, in order:
   see TEXT         wait until the screen shows the text
@@ -12,8 +12,8 @@ Steps, in order:
   colored TEXT     fail unless the text is on the screen in color
   uncolored TEXT   fail unless the text is on the screen without color
   print            write the screen to standard output
-  ends CODE        wait until the program exits; fail unless the exit code is CODE or CODE is `any`,
-                   and the terminal modes are restored
+  ends CODE        wait until the program exits; fail if its exit code is not CODE (`any` matches
+                   every code) or the terminal modes are not restored
   raw TEXT         fail unless the program has sent these bytes; \\e stands for escape
   never TEXT       fail if the program has sent these bytes
 Exits with 0 if every step succeeded within its timeout.
@@ -85,9 +85,9 @@ class Terminal:
         self.sent += data
         self.stream.feed(data)
 
-    def wait_until(self, what, holds):
+    def wait_until(self, what, condition):
         end = time.monotonic() + TIMEOUT_SECONDS
-        while not holds():
+        while not condition():
             if time.monotonic() > end:
                 self.fail(what)
             self.receive(0.05)
@@ -104,24 +104,24 @@ class Terminal:
     def has_exited(self):
         return not self.child.isalive()
 
-    def code(self):
+    def exit_code(self):
         if self.child.signalstatus is not None:
             return -self.child.signalstatus
         return self.child.exitstatus
 
     def fail(self, what):
-        sys.stderr.write(f"failed: {what}\nthe screen is:\n{self.text()}\n")
+        sys.stderr.write(f"failed: {what}\nscreen contents:\n{self.text()}\n")
         self.child.kill(signal.SIGKILL)
         sys.exit(1)
 
 
-def size_of(text):
+def parse_size(text):
     rows, columns = text.split("x")
     return int(rows), int(columns)
 
 
 def default_modes():
-    """Returns the modes of a new terminal. The program may have changed those of its terminal."""
+    """Returns the modes of a new terminal, because the program may have changed its own already."""
     pair = os.openpty()
     try:
         return termios.tcgetattr(pair[0])
@@ -149,14 +149,14 @@ def play(terminal, steps):
         elif verb == "press":
             terminal.child.send(KEYS.get(argument, argument))
         elif verb == "size":
-            terminal.resize(size_of(argument))
+            terminal.resize(parse_size(argument))
         elif verb == "run":
             subprocess.run(argument, shell=True, check=True, stdout=subprocess.DEVNULL)
         elif verb == "ends":
             terminal.wait_until(message, terminal.has_exited)
             terminal.receive(0.2)
-            if argument not in ("any", str(terminal.code())):
-                terminal.fail(f"{message}: the program exited with {terminal.code()}")
+            if argument not in ("any", str(terminal.exit_code())):
+                terminal.fail(f"{message}: the program exited with {terminal.exit_code()}")
             if terminal.modes() != modes:
                 terminal.fail("the terminal modes were not restored")
         elif verb in ("raw", "never"):
@@ -169,7 +169,7 @@ def play(terminal, steps):
 
 def main():
     split = sys.argv.index("--")
-    terminal = Terminal(size_of(sys.argv[1]), sys.argv[split + 1:])
+    terminal = Terminal(parse_size(sys.argv[1]), sys.argv[split + 1:])
     play(terminal, sys.argv[2:split])
 
 

@@ -33,11 +33,11 @@ hostile() {
   answers_ready
 }
 
-@test "NUL and invalid UTF-8 are refused in every text of every request" {
+@test "NUL and invalid UTF-8 are refused in every string of every request" {
   hostile texts "$SOCKET"
 }
 
-@test "huge and deep JSON is refused in every body" {
+@test "huge and deeply nested JSON is refused in every body" {
   hostile bodies "$SOCKET"
 }
 
@@ -84,7 +84,7 @@ stop_shared() {
 }
 teardown() { stop_shared; }
 
-@test "the groups of a user determine what the user may do" {
+@test "a user's groups determine which requests are permitted" {
   [ "$(id -u)" -eq 0 ] || skip "only root can run programs as other users"
   unshare --mount true 2>/dev/null || skip "this machine does not allow new namespaces"
   # Other users cannot enter the directory of the tests.
@@ -110,7 +110,7 @@ teardown() { stop_shared; }
 }
 
 # Unlike in the previous test, the permissions of the socket do not keep other users out.
-@test "a user in neither group may only ask whether the service works" {
+@test "a user in neither group may only query the health of the service" {
   [ "$(id -u)" -eq 0 ] || skip "only root can run programs as other users"
   SHARED=$(mktemp -d /tmp/corvane-security.XXXXXX)
   chmod 755 "$SHARED"

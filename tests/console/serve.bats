@@ -20,7 +20,7 @@ teardown_file() {
 
 @test "health and readiness are reported" {
   ask health GET /healthz
-  ended health 200
+  responded health 200
   same "ok" "$(out health)"
   answers_ready
   same "ready" "$(out ready)"
@@ -49,7 +49,7 @@ teardown_file() {
   ask unknown GET /v1/cards/S300
   problem unknown 404 NO_SUCH_OBJECT
   ask drive GET /v1/cards/S100/drives/1
-  ended drive 404
+  responded drive 404
   ask path GET /v1/plugins
   problem path 404 NOT_FOUND
   ask option GET /v1/cards/--version
@@ -64,7 +64,7 @@ teardown_file() {
   ask wrong GET "/v1/events?since=never"
   problem wrong 400 USAGE
   ask metrics GET /metrics
-  ended metrics 200
+  responded metrics 200
   grep -qx "corvane_plugin_up 1" "$BATS_FILE_TMPDIR/metrics.out"
   tail -n 1 "$BATS_FILE_TMPDIR/metrics.out" | grep -qx "# EOF"
 }
@@ -86,10 +86,10 @@ teardown_file() {
 
 @test "a session reads the snapshot" {
   ask session GET /v1/session
-  ended session 200
+  responded session 200
   same '[true, true]' "$(json session '[d["up"], d["has_cards"]]')"
   ask topology POST /v1/session '{"command": "GET_TOPOLOGY"}'
-  ended topology 200
+  responded topology 200
   same '[0, 5]' "$(json topology '[d["result"], len(d["payload"])]')"
 }
 
@@ -100,7 +100,7 @@ teardown_file() {
   record=$(json topology '[p for p in d["payload"][0]["properties"] if p.get("writable")][0]')
   record=$(python3 -c 'import json,sys; p=json.loads(sys.argv[1]); p["integer"]=17; print(json.dumps(p))' "$record")
   ask set POST /v1/session "{\"command\": \"SET_PROPERTY\", \"object\": $plugin, \"payload\": $record}"
-  ended set 200
+  responded set 200
   same 0 "$(json set 'd["result"]')"
   changed() {
     ask topology POST /v1/session '{"command": "GET_TOPOLOGY"}'
@@ -156,7 +156,7 @@ teardown_file() {
   USED_SOCKET="$socket" ask down POST /v1/session '{"command": "GET_TOPOLOGY"}'
   problem down 503 PLUGIN_DOWN
   USED_SOCKET="$socket" ask down GET /metrics
-  ended down 200
+  responded down 200
   grep -qx "corvane_plugin_up 0" "$BATS_FILE_TMPDIR/down.out"
   kill "$pid"
   wait "$pid" || rc=$?

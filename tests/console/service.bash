@@ -26,15 +26,18 @@ ask() {
     -w '%{http_code}' "${body[@]}" "http://service$3" >"$name.rc"
 }
 
+# responded NAME STATUS: expects this HTTP status of the response.
+responded() { same "$2" "$(rc "$1")"; }
+
 # document NAME PATH: requests a document and expects status 200 and a match with the schema.
 document() {
   ask "$1" GET "$2"
-  ended "$1" 200
+  responded "$1" 200
   valid "$1"
 }
 
 # problem NAME STATUS ID: expects a problem document with this status and id.
 problem() {
-  ended "$1" "$2"
+  responded "$1" "$2"
   same "[$2, \"$3\"]" "$(json "$1" '[d["status"], d["id"]]')"
 }

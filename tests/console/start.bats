@@ -27,7 +27,7 @@ without_threads() {
   # Thread creation fails once the plug-in's log has its first line, which it writes during
   # startup.
   export CONSOLE_TEST_LOG="$log" CONSOLE_TEST_NO_THREADS="$log"
-  CONSOLE_TEST_PLUGIN="hang in DeInitialize" without_threads unstopped --plugin "$ODD_PLUGIN" list
+  CONSOLE_TEST_PLUGIN="hang in DeInitialize" without_threads unstopped --plugin "$TEST_PLUGIN" list
   unset CONSOLE_TEST_LOG CONSOLE_TEST_NO_THREADS
   ended unstopped 1
   said unstopped "corvane-host: note: cannot start a thread to stop the plug-in; exiting without stopping it"
@@ -55,64 +55,64 @@ without_threads() {
   same "  Repair or remove the file. Nothing was changed." "$(err damaged | tail -n +2)"
 }
 
-nothing_is_left() { [ -z "$(ls -A "$TMPDIR")" ]; }
+is_cleaned_up() { [ -z "$(ls -A "$TMPDIR")" ]; }
 
-# killed SIGNAL NAME: sends the signal to a running simulation and expects its directory to be
-# removed.
-killed() {
+# signal_simulation SIGNAL NAME: sends the signal to a running simulation and expects its directory
+# to be removed.
+signal_simulation() {
   # Programs that a shell starts in the background ignore SIGQUIT.
   stop_when "$1" "$TMPDIR" . "$2" env --default-signal=QUIT corvane-host --simulate watch || true
-  eventually nothing_is_left
+  eventually is_cleaned_up
 }
 
-# deadly: prints the signals that terminate the program because it does not handle them, including
-# one real-time signal.
-deadly() {
+# fatal_signals: prints the signals that terminate the program because it does not handle them,
+# including one real-time signal.
+fatal_signals() {
   kill -l | tr -s ' \t' '\n' | sed -n 's/^SIG//p' |
     grep -vxE '(INT|TERM|HUP|PIPE|XFSZ|CHLD|CONT|STOP|TSTP|TTIN|TTOU|URG|WINCH)|RTM.*[-+].*|RTMAX'
 }
 
-@test "a simulation that is killed leaves no directory" {
+@test "the directory of a killed simulation is removed" {
   local signal
   ulimit -c 0
-  deadly | grep -qx QUIT
-  for signal in $(deadly); do
-    killed "$signal" "kill$signal"
+  fatal_signals | grep -qx QUIT
+  for signal in $(fatal_signals); do
+    signal_simulation "$signal" "kill$signal"
     # A sanitizer reports some of these signals and exits with a different code.
     [ -n "$CORVANE_SANITIZE" ] || ended "kill$signal" $((128 + $(kill -l "$signal")))
   done
 }
 
-# has_child_outside PID: succeeds if a child of this process has a different session.
-has_child_outside() {
+# has_child_in_other_session PID: succeeds if a child of this process has a different session.
+has_child_in_other_session() {
   cat /proc/[0-9]*/stat 2>/dev/null | sed 's/.*) //' |
     awk -v pid="$1" '$2 == pid && $4 != pid {found = 1} END {exit !found}'
 }
 
-# A terminal sends the signals of its keys to the complete process group.
-@test "a simulation whose process group is killed leaves no directory" {
+# A terminal sends the signals of its keys to the entire process group.
+@test "the directory of a simulation is removed when its process group is killed" {
   local signal pid
   for signal in QUIT KILL; do
     setsid env --default-signal=QUIT corvane-host --simulate watch >/dev/null 2>&1 3>&- &
     pid=$!
     # Wait for the process that will remove the directory.
-    eventually has_child_outside "$pid"
+    eventually has_child_in_other_session "$pid"
     kill "-$signal" -- "-$pid"
     wait "$pid" || true
-    eventually nothing_is_left
+    eventually is_cleaned_up
   done
 }
 
-@test "a simulation that is stopped leaves no directory" {
+@test "the directory of a stopped simulation is removed" {
   local signal
   for signal in TERM HUP INT; do
-    killed "$signal" "stop$signal"
+    signal_simulation "$signal" "stop$signal"
     ended "stop$signal" 130
   done
 }
 
-@test "--simulate refuses a temporary directory of another user" {
-  [ "$(id -u)" -eq 0 ] || skip "only root can give files to another user"
+@test "--simulate refuses another user's temporary directory" {
+  [ "$(id -u)" -eq 0 ] || skip "only root can change the owner of a file"
   mkdir "$BATS_TEST_TMPDIR/tmp"
   chown "65534" "$BATS_TEST_TMPDIR/tmp"
   TMPDIR="$BATS_TEST_TMPDIR/tmp" keep tmp corvane-host --simulate list

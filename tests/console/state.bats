@@ -2,7 +2,7 @@
 # Commands for the state that a service keeps: history, ack, unack and forget. Each test runs them
 # through a service, and in a copy of its database without a service.
 
-# shellcheck disable=SC2030,SC2031  # variables that one test sets for itself
+# shellcheck disable=SC2030,SC2031  # variables that are set in one test only
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -24,7 +24,7 @@ setup_file() {
     [ "$(json known '[c["present"] for c in d["cards"] if c["serial_number"] == "GONE"]')" = "[false]" ]
   }
   eventually is_missing
-  record
+  add_history
 }
 
 teardown_file() {
@@ -34,7 +34,7 @@ teardown_file() {
 
 # Adds three hours of history, one hour apart except for a gap, and copies the database. Cards have
 # the positions 0 (S100), 1 (S200) and 2 (GONE).
-record() {
+add_history() {
   python3 - "$CORVANE_DATABASE" "$BATS_FILE_TMPDIR/direct.db" <<'END'
 import calendar, sqlite3, sys
 
@@ -107,7 +107,7 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   both_json large 'd["result"]["points"][2]["maximum_s"]' '"9007199254740994"'
   both lines history S100 temperature_celsius "${DAY[@]}" -o jsonl
   valid lines:3 lines.direct:3
-  refused json 'd["result"]["points"][0]["mean"] = None' 'del d["result"]["serial_number"]' \
+  schema_rejects json 'd["result"]["points"][0]["mean"] = None' 'del d["result"]["serial_number"]' \
     'd["result"]["property"] = "status"'
 }
 
@@ -119,7 +119,7 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
 @test "history without recorded values prints a note" {
   both none history S200 temperature_celsius "${DAY[@]}"
   both_ended none 0
-  both_said none "corvane-host: note: no values of a1 temperature_celsius are recorded in this range"
+  both_said none "corvane-host: note: no values of a1 temperature_celsius were recorded in this range"
   silent none out
 }
 
@@ -154,7 +154,7 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   both other ack a1 TEMPERATURE_ABOVE_WARN --until 2099-11-30T12:00:00Z -o json
   both_json other '[d["result"]["changed"], d["result"]["acknowledgment"]["until"], d["result"]["acknowledgment"]["note"]]' \
     '[true, "2099-11-30T12:00:00+00:00", ""]'
-  refused other 'd["result"]["acknowledgment"]["until"] = "never"' 'del d["result"]["changed"]'
+  schema_rejects other 'd["result"]["acknowledgment"]["until"] = "never"' 'del d["result"]["changed"]'
   ask listed GET /v1/acknowledgments
   same '[["S200", "TEMPERATURE_ABOVE_WARN", "2099-11-30T12:00:00+00:00"]]' \
     "$(json listed '[[a[k] for k in ("serial_number", "reason", "until")] for a in d["acknowledgments"]]')"
@@ -209,7 +209,7 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   both forgotten forget GONE -y -o json
   both_ended forgotten 0
   both_json forgotten '[d["result"][k] for k in ("serial_number", "changed", "dry_run")]' '["GONE", true, false]'
-  refused forgotten 'd["result"]["last_seen"] = None'
+  schema_rejects forgotten 'd["result"]["last_seen"] = None'
   ask known GET /v1/known-cards
   same '["S100", "S200"]' "$(json known '[c["serial_number"] for c in d["cards"]]')"
   both again forget GONE -y

@@ -28,7 +28,7 @@ setup_file() {
   keep degradedcheck with degraded check &
   keep degradedblock with degraded watch -o table --for 0s &
   keep degradedjson with degraded status -o json &
-  directly keep none corvane-host status &
+  if_direct keep none corvane-host status &
   wait
   keep already host wait a1 warning &
   keep late host wait S100 'temperature_celsius<40' --timeout 1s &
@@ -41,27 +41,27 @@ setup_file() {
   keep present host wait pci:0000:5e:00.0 present -o json &
   keep word host wait a0 atached &
   keep wornout host wait a0 'reserve_space_ratio<5%' --timeout 0s &
-  keep wornless host wait a0 'reserve_space_ratio>96.5%' --timeout 0s &
-  keep hotper host wait a0 'temperature_celsius<5%' --timeout 0s &
+  keep unworn host wait a0 'reserve_space_ratio>96.5%' --timeout 0s &
+  keep hotpercent host wait a0 'temperature_celsius<5%' --timeout 0s &
   keep number host wait a0 'temperature_celsius>hot' &
   keep property host wait a0 temperatur=4 &
-  directly keep unread unread &
+  if_direct keep unread wait_without_reader &
   wait
-  directly keep soon with soon wait S200 'status!=WARNING' --trace 2 --trace-file "$(trace_of soon)" &
-  directly keep leave with leave wait a0 gone --trace 2 --trace-file "$(trace_of leave)" &
-  directly after_a_while leave remove card0 &
-  directly stop_when TERM "$BATS_FILE_TMPDIR/stopped.log" GetTopology stopped \
-    corvane-host --plugin "$ODD_PLUGIN" wait a0 gone &
-  directly after_a_while soon clear card1 TEMPERATURE_ABOVE_WARN &
-  directly keep follow one_event &
-  directly after_a_while event raise card0 CORRECTABLE_PCI_ERRORS &
+  if_direct keep soon with soon wait S200 'status!=WARNING' --trace 2 --trace-file "$(trace_of soon)" &
+  if_direct keep leave with leave wait a0 gone --trace 2 --trace-file "$(trace_of leave)" &
+  if_direct change_after_read leave remove card0 &
+  if_direct stop_when TERM "$BATS_FILE_TMPDIR/stopped.log" GetTopology stopped \
+    corvane-host --plugin "$TEST_PLUGIN" wait a0 gone &
+  if_direct change_after_read soon clear card1 TEMPERATURE_ABOVE_WARN &
+  if_direct keep follow one_event &
+  if_direct change_after_read event raise card0 CORRECTABLE_PCI_ERRORS &
   wait
 }
 
 trace_of() { echo "$BATS_FILE_TMPDIR/$1.trace"; }
 
-# after_a_while NAME ARGUMENTS...: changes the cards after the program has read them.
-after_a_while() {
+# change_after_read NAME ARGUMENTS...: changes the cards after the program has read them.
+change_after_read() {
   eventually has_read "$(trace_of "$1")"
   cards "$@"
 }
@@ -72,10 +72,10 @@ one_event() {
 }
 
 # Runs a wait whose reader has exited. Prints its exit code, duration and CPU time.
-unread() {
+wait_without_reader() {
   local TIMEFORMAT="%R %U %S" code=0
   time {
-    odd quiet wait a0 gone --timeout 4s | true
+    test_plugin quiet wait a0 gone --timeout 4s | true
     code=${PIPESTATUS[0]}
   }
   echo "$code"
@@ -102,10 +102,10 @@ a1  WARNING
 }
 
 @test "wait accepts percentages only for ratios" {
-  ended wornless 0
+  ended unworn 0
   ended wornout 7
-  ended hotper 2
-  said hotper "corvane-host: '5%' is not a number"
+  ended hotpercent 2
+  said hotpercent "corvane-host: '5%' is not a number"
 }
 
 @test "status shows a reason with its reading and limit" {

@@ -11,30 +11,30 @@ setup_file() {
   make_cards
 }
 
-every() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/stuck.py" "$1"; }
+check_every_command() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/stuck.py" "$1"; }
 
 @test "every command times out when the plug-in hangs" {
-  every timeout
+  check_every_command timeout
 }
 
 @test "every command exits after one SIGINT when the plug-in hangs" {
-  every signal
+  check_every_command signal
 }
 
 @test "list prints its result even if the plug-in does not stop" {
   CONSOLE_TEST_PLUGIN="hang in DeInitialize" keep stop \
-    timeout 100 corvane-host --plugin "$ODD_PLUGIN" list -o value
+    timeout 100 corvane-host --plugin "$TEST_PLUGIN" list -o value
   ended stop 0
   same "a0
 a0/d0
 a1
 0x0000000000000031" "$(out stop)"
-  said stop "corvane-host: note: the plug-in does not stop; exiting anyway"
+  said stop "corvane-host: note: the plug-in did not stop; exiting anyway"
 }
 
 @test "set warns after a timeout that the change may still take effect" {
   CONSOLE_TEST_PLUGIN="hang in SetProperty" keep set \
-    timeout 100 corvane-host --plugin "$ODD_PLUGIN" set plugin poll_interval=30 --timeout 1s
+    timeout 100 corvane-host --plugin "$TEST_PLUGIN" set plugin poll_interval=30 --timeout 1s
   ended set 7
   said set "  The command may still take effect; check with show."
 }
@@ -52,21 +52,21 @@ with_hung_library() {
 @test "list exits with 7 if the card library hangs" {
   with_hung_library keep library timeout 100 corvane-host list --timeout 1s
   ended library 7
-  said library "corvane-host: the plug-in does not respond"
+  said library "corvane-host: the plug-in is not responding"
 }
 
 @test "every command has a default timeout for a hanging card library" {
-  with_hung_library every library
+  with_hung_library check_every_command library
 }
 
 @test "every command that loads the plug-in reports that it cannot poll the cards" {
-  every no-worker
+  check_every_command no-worker
 }
 
 @test "every command rejects an invalid --timeout before it loads the plug-in" {
   local command
   for command in list tree status events watch metrics rows plugin check; do
-    CONSOLE_TEST_PLUGIN=hang run timeout 100 corvane-host --plugin "$ODD_PLUGIN" "$command" --timeout soon
+    CONSOLE_TEST_PLUGIN=hang run timeout 100 corvane-host --plugin "$TEST_PLUGIN" "$command" --timeout soon
     [[ "$status" == 2 || "$command:$status" == check:3 ]]
     [[ "$output" == *"--timeout: invalid duration 'soon'"* ]]
   done

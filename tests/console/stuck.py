@@ -25,7 +25,7 @@ import commands  # noqa: E402
 
 DIRECTORY = pathlib.Path(os.environ["BATS_TEST_TMPDIR"])
 HOST = f"{os.environ['CORVANE_BUILD']}/bin/corvane-host"
-PLUGIN = os.environ["ODD_PLUGIN"]
+PLUGIN = os.environ["TEST_PLUGIN"]
 
 # Enough for a slow machine, and much less than the ten minutes for which the plug-in hangs.
 TIMEOUT_SECONDS = 200
@@ -69,7 +69,7 @@ WAITING = ["events --for 1s", "watch --for 1s", "events -f"]
 NEED_WORKER = {"wait", "watch"}
 
 TIMED_OUT, UNKNOWN, STOPPED, FAILED = 7, 3, 130, 1
-NO_RESPONSE = "the plug-in does not respond"
+NO_RESPONSE = "the plug-in is not responding"
 NO_WORKER = "the plug-in could not start the thread that polls the cards; no events will arrive"
 
 counter = itertools.count()
@@ -158,22 +158,22 @@ def no_worker(words):
     return None if notes == 1 else f"{notes} notes: {out}{err}"
 
 
-def loading():
+def plugin_commands():
     """Returns the commands that load a plug-in, with their arguments."""
     help_json = subprocess.run([HOST, "help", "-o", "json"], capture_output=True, check=True).stdout
     found = commands.arguments(help_json, OVERRIDES)
     return {name: words for name, words in sorted(found.items()) if name not in WITHOUT_PLUGIN}
 
 
-def lines():
-    """Yields the words of each command line."""
-    for command, arguments in loading().items():
+def command_lines():
+    """Yields each command line as a list of arguments."""
+    for command, arguments in plugin_commands().items():
         arguments = arguments.replace("OBJ", "a0").replace("DRIVE", "a0/d0")
         yield [command, *arguments.split()]
 
 
 def cases(more):
-    for words in lines():
+    for words in command_lines():
         for case in START + ([] if words[0] in NO_OBJECTS else ["hang1"]):
             yield [*words, *more], case
 
@@ -188,7 +188,7 @@ def work_of(what):
     if what == "signal":
         return interrupt, list(cases([]))
     work = {"library": hung_library, "no-worker": no_worker}[what]
-    return work, [(words,) for words in [*lines(), *(words.split() for words in WAITING)]]
+    return work, [(words,) for words in [*command_lines(), *(words.split() for words in WAITING)]]
 
 
 def main(what):

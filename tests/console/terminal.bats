@@ -19,8 +19,8 @@ setup_file() {
   keep piped host status &
   export CONSOLE_TEST_PLUGIN=events
   keep events screen 24x100 see "warning" colored "warning" uncolored "CTRL_" ends 0 \
-    -- corvane-host --plugin "$ODD_PLUGIN" events &
-  keep pipedevents odd events events &
+    -- corvane-host --plugin "$TEST_PLUGIN" events &
+  keep pipedevents test_plugin events events &
   wait
 }
 

@@ -24,14 +24,14 @@ setup_file() {
   keep missing corvane-host --simulate="$BATS_FILE_TMPDIR/missing.json" list &
   keep noobject host show a7 &
   wait
-  keep serials odd odd get SAME &
-  keep version odd version list &
-  keep memory odd memory list &
-  keep locks odd locks list &
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/numbers.log" keep numbers odd numbers list &
-  keep noisy odd noisy list -o value &
-  keep verbose odd noisy list -o value -v &
-  keep full to_full_disk odd x list &
+  keep serials test_plugin odd get SAME &
+  keep version test_plugin version list &
+  keep memory test_plugin memory list &
+  keep locks test_plugin locks list &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/numbers.log" keep numbers test_plugin numbers list &
+  keep noisy test_plugin noisy list -o value &
+  keep verbose test_plugin noisy list -o value -v &
+  keep full to_full_disk test_plugin x list &
   keep tracefile host --trace 2 --trace-file "$BATS_FILE_TMPDIR/trace.log" list -o value &
   keep traceerr host --trace 2 list -o value &
   wait
@@ -83,7 +83,7 @@ with_config() {
   [ ! -e "$BATS_FILE_TMPDIR/missing.json" ]
 }
 
-@test "a simulation leaves no temporary directory" {
+@test "the temporary directory of a simulation is removed" {
   same "" "$(ls -A "$TMPDIR")"
 }
 
@@ -232,7 +232,7 @@ noise 3" "$(err verbose)"
 @test "every command fails in every output format if the output device is full" {
   export CORVANE_DATABASE="$BATS_TEST_TMPDIR/log.db"
   keep none host events
-  enter "$CORVANE_DATABASE" "2026-11-19T23:59:59 3 10967 1 'BoardA (1)' 'Too hot.' S100 19038"
+  add_log_entries "$CORVANE_DATABASE" "2026-11-19T23:59:59 3 10967 1 'BoardA (1)' 'Too hot.' S100 19038"
   /usr/bin/python3 "$CORVANE_SOURCE/tests/console/full.py"
 }
 
@@ -245,7 +245,7 @@ noise 3" "$(err verbose)"
 
 @test "Ctrl-C while the plug-in starts stops it cleanly" {
   CONSOLE_TEST_PLUGIN=slow stop_when INT "$BATS_FILE_TMPDIR/early.log" Initialize early \
-    corvane-host --plugin "$ODD_PLUGIN" list
+    corvane-host --plugin "$TEST_PLUGIN" list
   ended early 130
   silent early out
   same "Initialize
@@ -257,7 +257,7 @@ destroyed" "$(cat "$BATS_FILE_TMPDIR/early.log")"
 # stop_follower SIGNAL NAME: sends the signal to events -f while it waits for a second event.
 stop_follower() {
   CONSOLE_TEST_PLUGIN=events stop_when "$1" "$BATS_FILE_TMPDIR/$2.out" CTRL_TEMPERATURE "$2" \
-    corvane-host --plugin "$ODD_PLUGIN" events -f
+    corvane-host --plugin "$TEST_PLUGIN" events -f
 }
 
 @test "Ctrl-C while waiting for events stops the plug-in cleanly" {
@@ -267,7 +267,7 @@ stop_follower() {
 destroyed" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
 }
 
-@test "Ctrl-C during a simulation leaves no temporary directory" {
+@test "Ctrl-C during a simulation removes its temporary directory" {
   # The first file in $TMPDIR shows that the simulation's directory exists.
   stop_when INT "$TMPDIR" . simulated corvane-host --simulate list
   ended simulated 130

@@ -1,11 +1,11 @@
 #!/usr/bin/env bats
-# Files that another user could have planted are not loaded, run or followed.
+# Files that another user could have created or changed are not loaded, run or followed.
 
 bats_require_minimum_version 1.5.0
 load helper
 
-# A user who is not root and probably does not run the tests.
-STRANGER=65534
+# A user other than root, who is unlikely to be the one running the tests.
+OTHER_UID=65534
 
 setup_file() {
   load helper
@@ -22,8 +22,8 @@ need_root() {
   [ "$(id -u)" -eq 0 ] || skip "only root can change the owner of a file"
 }
 
-# fresh: copies the plug-in and the libraries that it needs.
-fresh() {
+# copy_plugin: copies the plug-in and the libraries that it needs.
+copy_plugin() {
   rm -rf "${BATS_TEST_TMPDIR:?}/lib"
   cp -r "$BATS_FILE_TMPDIR/plugin" "$BATS_TEST_TMPDIR/lib"
   plugin="$BATS_TEST_TMPDIR/lib/libCorvane.so"
@@ -43,46 +43,46 @@ refuses() {
 }
 
 @test "a plug-in of the same user is loaded" {
-  fresh
+  copy_plugin
   loads own
 }
 
 @test "a plug-in that other users can write to is refused" {
-  fresh
+  copy_plugin
   chmod o+w "$plugin"
   refuses writable "$plugin can be written by other users"
 }
 
-@test "a plug-in of another user is refused with advice" {
+@test "a plug-in owned by another user is refused with advice" {
   need_root
-  fresh
-  chown "$STRANGER" "$plugin"
-  refuses stranger "$plugin is owned by uid $STRANGER"
+  copy_plugin
+  chown "$OTHER_UID" "$plugin"
+  refuses owner "$plugin is owned by uid $OTHER_UID"
   same "  Any user who can change the file could run code as root.
   Run the command as the owner of the file, or install it: sudo cmake --install build/release
   Or change its owner to root: chown -R root $BATS_TEST_TMPDIR/lib; chmod -R go-w $BATS_TEST_TMPDIR/lib" \
-    "$(err stranger | tail -n +2)"
+    "$(err owner | tail -n +2)"
 }
 
-@test "a plug-in in a directory of another user, or one that others can write, is refused" {
+@test "a plug-in in another user's directory, or in one that others can write to, is refused" {
   need_root
-  fresh
+  copy_plugin
   chmod 777 "$BATS_TEST_TMPDIR/lib"
   refuses open "$BATS_TEST_TMPDIR/lib can be written by other users"
   chmod 1777 "$BATS_TEST_TMPDIR/lib"
   refuses sticky "$BATS_TEST_TMPDIR/lib can be written by other users"
   chmod 775 "$BATS_TEST_TMPDIR/lib"
-  chgrp "$STRANGER" "$BATS_TEST_TMPDIR/lib"
+  chgrp "$OTHER_UID" "$BATS_TEST_TMPDIR/lib"
   refuses group "$BATS_TEST_TMPDIR/lib can be written by other users"
   chmod 755 "$BATS_TEST_TMPDIR/lib"
-  chown "$STRANGER" "$BATS_TEST_TMPDIR/lib"
-  refuses directory "$BATS_TEST_TMPDIR/lib is owned by uid $STRANGER"
+  chown "$OTHER_UID" "$BATS_TEST_TMPDIR/lib"
+  refuses directory "$BATS_TEST_TMPDIR/lib is owned by uid $OTHER_UID"
 }
 
-# share FILE: grants another user write access through an ACL. Fails if the file system does
+# grant_write FILE: grants another user write access through an ACL. Fails if the file system does
 # not support ACLs.
-share() {
-  python3 - "$1" "$STRANGER" <<'END'
+grant_write() {
+  python3 - "$1" "$OTHER_UID" <<'END'
 import os, struct, sys
 
 none = 0xFFFFFFFF
@@ -94,65 +94,65 @@ END
 
 @test "a plug-in in a directory whose ACL lets another user write is refused" {
   need_root
-  fresh
-  share "$BATS_TEST_TMPDIR/lib" || skip "the file system does not support ACLs"
+  copy_plugin
+  grant_write "$BATS_TEST_TMPDIR/lib" || skip "the file system does not support ACLs"
   refuses list "$BATS_TEST_TMPDIR/lib can be written by other users"
 }
 
-@test "a link of another user on the path to a plug-in is refused" {
+@test "another user's link on the path to a plug-in is refused" {
   need_root
-  fresh
+  copy_plugin
   mkdir -m 1777 "$BATS_TEST_TMPDIR/shared"
   ln -s "$BATS_TEST_TMPDIR/lib" "$BATS_TEST_TMPDIR/shared/lib"
   loads link "$BATS_TEST_TMPDIR/shared/lib/libCorvane.so"
-  chown -h "$STRANGER" "$BATS_TEST_TMPDIR/shared/lib"
-  refuses planted "$BATS_TEST_TMPDIR/shared/lib is owned by uid $STRANGER" \
+  chown -h "$OTHER_UID" "$BATS_TEST_TMPDIR/shared/lib"
+  refuses untrusted "$BATS_TEST_TMPDIR/shared/lib is owned by uid $OTHER_UID" \
     "$BATS_TEST_TMPDIR/shared/lib/libCorvane.so"
 }
 
 @test "a library in the plug-in's directory is checked like the plug-in" {
-  fresh
+  copy_plugin
   chmod o+w "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so"
   refuses dependency "$BATS_TEST_TMPDIR/lib/libvsl_abstraction.so can be written by other users"
 }
 
-# plant FILE: creates an unloadable library that belongs to another user.
-plant() {
+# create_untrusted FILE: creates an unloadable library that belongs to another user.
+create_untrusted() {
   echo "no library" >"$1"
-  chown "$STRANGER" "$1"
+  chown "$OTHER_UID" "$1"
 }
 
-@test "a library in a directory for a processor type is checked like the plug-in" {
+@test "a library in a CPU-specific directory is checked like the plug-in" {
   need_root
   local level
   for level in 2 3 4; do
-    fresh
+    copy_plugin
     mkdir -p "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level"
-    plant "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level/libvsl_abstraction.so"
-    refuses "level $level" "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level/libvsl_abstraction.so is owned by uid $STRANGER"
+    create_untrusted "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level/libvsl_abstraction.so"
+    refuses "level $level" "$BATS_TEST_TMPDIR/lib/glibc-hwcaps/x86-64-v$level/libvsl_abstraction.so is owned by uid $OTHER_UID"
   done
   for level in tls x86_64 tls/x86_64 haswell haswell/x86_64 avx512_1; do
-    fresh
+    copy_plugin
     mkdir -p "$BATS_TEST_TMPDIR/lib/$level"
-    plant "$BATS_TEST_TMPDIR/lib/$level/libvsl_abstraction.so"
-    refuses "older loader" "$BATS_TEST_TMPDIR/lib/$level/libvsl_abstraction.so is owned by uid $STRANGER"
+    create_untrusted "$BATS_TEST_TMPDIR/lib/$level/libvsl_abstraction.so"
+    refuses "older loader" "$BATS_TEST_TMPDIR/lib/$level/libvsl_abstraction.so is owned by uid $OTHER_UID"
   done
-  fresh
+  copy_plugin
   mkdir -p -m 1777 "$BATS_TEST_TMPDIR/lib/glibc-hwcaps"
   refuses "open to others" "$BATS_TEST_TMPDIR/lib/glibc-hwcaps can be written by other users"
 }
 
 @test "a link to a plug-in uses the libraries of the plug-in's directory" {
   need_root
-  fresh
+  copy_plugin
   mkdir -m 1777 "$BATS_TEST_TMPDIR/sticky"
   ln -s "$plugin" "$BATS_TEST_TMPDIR/sticky/p.so"
-  plant "$BATS_TEST_TMPDIR/sticky/libvsl_abstraction.so"
+  create_untrusted "$BATS_TEST_TMPDIR/sticky/libvsl_abstraction.so"
   loads link "$BATS_TEST_TMPDIR/sticky/p.so"
 }
 
 @test "indirect dependencies of the plug-in are also checked" {
-  fresh
+  copy_plugin
   # p.so needs libouter.so, which needs libinner.so.
   echo 'int f(void) { return 0; }' | cc -shared -fPIC -xc - -o "$BATS_TEST_TMPDIR/lib/libinner.so"
   echo 'int f(void); int g(void) { return f(); }' |
@@ -188,11 +188,11 @@ library() {
   chmod 777 "$evil"
 
   library "$lib/sign.so" -L"$lib" -lf -Wl,-rpath,"$evil/\$LIB"
-  refuses sign "$lib/sign.so makes the loader look in $evil/\$LIB" "$lib/sign.so"
+  refuses sign "$lib/sign.so has an unsupported variable in $evil/\$LIB" "$lib/sign.so"
   local path
   for path in "\$LIB/\$ORIGIN" "\$ORIGINAL" "\${ORIGIN"; do
     library "$lib/sign.so" -L"$lib" -lf -Wl,-rpath,"$path"
-    refuses sign "$lib/sign.so makes the loader look in $path" "$lib/sign.so"
+    refuses sign "$lib/sign.so has an unsupported variable in $path" "$lib/sign.so"
   done
   library "$lib/path.so" -L"$evil" -lg
   refuses path "$evil can be written by other users" "$lib/path.so"
@@ -215,7 +215,7 @@ library() {
   cd "$evil"
   refuses current "$evil can be written by other users" "$lib/current.so"
   cd "$lib"
-  # The loader does not read sections.
+  # The loader does not need the section table, so the check must not depend on it.
   library "$lib/bare.so" -L"$lib" -lf -Wl,-rpath,"$evil"
   python3 - "$lib/bare.so" <<'PYTHON'
 import sys
@@ -239,7 +239,7 @@ PYTHON
 }
 
 @test "check is UNKNOWN and metrics reports a failure for an untrusted plug-in" {
-  fresh
+  copy_plugin
   chmod o+w "$plugin"
   run -3 corvane-host --plugin "$plugin" check
   [[ "$output" == "CORVANE UNKNOWN - cannot load the plug-in: "* ]]
@@ -247,21 +247,21 @@ PYTHON
   [[ "$output" == *"corvane_plugin_up 0"* ]]
 }
 
-@test "metrics are not written through a link of another user" {
+@test "metrics are not written through another user's link" {
   need_root
   mkdir "$BATS_TEST_TMPDIR/kept"
   mkdir -m 1777 "$BATS_TEST_TMPDIR/shared"
   ln -s "$BATS_TEST_TMPDIR/kept" "$BATS_TEST_TMPDIR/shared/way"
   keep mine corvane-host metrics --textfile "$BATS_TEST_TMPDIR/shared/way/mine.prom"
   ended mine 0
-  chown -h "$STRANGER" "$BATS_TEST_TMPDIR/shared/way"
-  keep planted corvane-host metrics --textfile "$BATS_TEST_TMPDIR/shared/way/x.prom"
-  ended planted 6
-  said planted "corvane-host: cannot write $BATS_TEST_TMPDIR/shared/way/x.prom: $BATS_TEST_TMPDIR/shared/way is owned by uid $STRANGER"
+  chown -h "$OTHER_UID" "$BATS_TEST_TMPDIR/shared/way"
+  keep untrusted corvane-host metrics --textfile "$BATS_TEST_TMPDIR/shared/way/x.prom"
+  ended untrusted 6
+  said untrusted "corvane-host: cannot write $BATS_TEST_TMPDIR/shared/way/x.prom: $BATS_TEST_TMPDIR/shared/way is owned by uid $OTHER_UID"
   same mine.prom "$(ls "$BATS_TEST_TMPDIR/kept")"
 }
 
-@test "metrics are not written through a link below a directory of another user" {
+@test "metrics are not written through a link below another user's directory" {
   need_root
   local theirs="$BATS_TEST_TMPDIR/theirs" way
   mkdir -p "$BATS_TEST_TMPDIR/secret/deep/deeper" "$theirs/one/two"
@@ -269,16 +269,16 @@ PYTHON
   ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/sub"
   ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/one/sub"
   ln -s "$BATS_TEST_TMPDIR/secret" "$theirs/one/two/sub"
-  chown -hR "$STRANGER" "$theirs"
+  chown -hR "$OTHER_UID" "$theirs"
   for way in sub one/sub one/two/sub sub/deep sub/deep/deeper sub/.. one/.. one one/two; do
     keep below corvane-host metrics --textfile "$theirs/$way/x.prom"
     ended below 6 || { echo "$way"; false; }
-    said below "corvane-host: cannot write $theirs/$way/x.prom: $theirs is owned by uid $STRANGER"
+    said below "corvane-host: cannot write $theirs/$way/x.prom: $theirs is owned by uid $OTHER_UID"
   done
   same "" "$(find "$BATS_TEST_TMPDIR" -name '*.prom*')"
 }
 
-@test "metrics are not written through a link in a directory that others can write" {
+@test "metrics are not written through a link in a directory that others can write to" {
   need_root
   local shared="$BATS_TEST_TMPDIR/shared"
   mkdir -p "$BATS_TEST_TMPDIR/kept" "$shared"
@@ -306,10 +306,10 @@ PYTHON
   said nowhere "corvane-host: cannot write $BATS_TEST_TMPDIR/nowhere/x.prom: No such file or directory"
 }
 
-@test "metrics are written to a directory of another user, but not through a link in it" {
+@test "metrics are written to another user's directory, but not through a link in it" {
   need_root
   mkdir "$BATS_TEST_TMPDIR/collector"
-  chown "$STRANGER" "$BATS_TEST_TMPDIR/collector"
+  chown "$OTHER_UID" "$BATS_TEST_TMPDIR/collector"
   keep into corvane-host metrics --textfile "$BATS_TEST_TMPDIR/collector/x.prom"
   ended into 0
   same x.prom "$(ls "$BATS_TEST_TMPDIR/collector")"
@@ -320,8 +320,8 @@ PYTHON
   same kept "$(cat "$BATS_TEST_TMPDIR/kept")"
 }
 
-# reads DIRECTORY...: prints the source lines that read the environment with plain getenv.
-reads() {
+# getenv_calls DIRECTORY...: prints the source lines that read the environment with plain getenv.
+getenv_calls() {
   grep -rnE '(^|[^_[:alnum:]])getenv[[:space:]]*\(' "$@" --include=*.cpp --include=*.h --include=*.in
 }
 
@@ -329,7 +329,7 @@ reads() {
   local directory
   cd "$CORVANE_SOURCE"
   for directory in base console service hostkit cardsim Corvane orm models host; do [ -d "$directory" ]; done
-  run -1 reads base console service hostkit cardsim Corvane orm models host
+  run -1 getenv_calls base console service hostkit cardsim Corvane orm models host
   same "" "$output"
 }
 
@@ -337,6 +337,6 @@ reads() {
   mkdir "$BATS_TEST_TMPDIR/source"
   echo 'const char* a = std::getenv ("A");' >"$BATS_TEST_TMPDIR/source/a.cpp"
   echo 'const char* b = secure_getenv("B");' >"$BATS_TEST_TMPDIR/source/b.cpp"
-  run -0 reads "$BATS_TEST_TMPDIR/source"
+  run -0 getenv_calls "$BATS_TEST_TMPDIR/source"
   same "$BATS_TEST_TMPDIR/source/a.cpp:1:const char* a = std::getenv (\"A\");" "$output"
 }

@@ -21,22 +21,22 @@ setup_file() {
     press e gone "a1  0x0130" see "EVENTS (1)" gone "a0/d0" \
     size 12x60 press e see "a0/d0" see "RESERVE" print \
     raw '\e[?1049h' never '\e[?1049l' press q ends 0 raw '\e[?1049l' \
-    -- corvane-host "$(reach "$BATS_FILE_TMPDIR/keys.json")" watch &
+    -- corvane-host "$(cards_option "$BATS_FILE_TMPDIR/keys.json")" watch &
   keep stop screen 24x80 see "EVENTS (0)" colored "WARNING" press Ctrl-C ends 130 raw '\e[?1049l' \
-    -- corvane-host "$(reach "$CARDSIM_STATE")" watch &
+    -- corvane-host "$(cards_option "$CARDSIM_STATE")" watch &
   NO_COLOR=1 keep plain screen 24x80 see "EVENTS (0)" uncolored "WARNING" press q ends 0 \
-    -- corvane-host "$(reach "$CARDSIM_STATE")" watch &
+    -- corvane-host "$(cards_option "$CARDSIM_STATE")" watch &
   keep ascii screen 24x80 see "EVENTS (0)" see "48 C" see " 97 % #####" press q ends 0 \
-    -- corvane-host "$(reach "$CARDSIM_STATE")" watch --ascii --color never &
-  keep dumb env TERM=dumb script -qec "corvane-host $(reach "$CARDSIM_STATE") watch --for 0s" /dev/null &
+    -- corvane-host "$(cards_option "$CARDSIM_STATE")" watch --ascii --color never &
+  keep dumb env TERM=dumb script -qec "corvane-host $(cards_option "$CARDSIM_STATE") watch --for 0s" /dev/null &
   stop_when TERM "$BATS_FILE_TMPDIR/changed" seen blocks \
-    corvane-host "$(reach "$BATS_FILE_TMPDIR/blocks.json")" watch &
+    corvane-host "$(cards_option "$BATS_FILE_TMPDIR/blocks.json")" watch &
   stop_when TERM "$BATS_FILE_TMPDIR/changed" seen lines \
-    corvane-host "$(reach "$BATS_FILE_TMPDIR/lines.json")" watch -o jsonl &
+    corvane-host "$(cards_option "$BATS_FILE_TMPDIR/lines.json")" watch -o jsonl &
   change_cards &
   wait
   keep past past &
-  directly keep broken broken &
+  if_direct keep broken broken &
   wait
   keep reader one_block &
   keep json host watch -o json &
@@ -61,14 +61,14 @@ change_cards() {
 past() {
   local file="$BATS_FILE_TMPDIR/past.json"
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/past.db"
-  # A service reads the log when it starts, so the entry precedes it.
+  # Without a service, which would read the log when it starts, before the entry is added.
   corvane-host --simulate="$file" events >/dev/null 2>&1
-  enter "$CORVANE_DATABASE" "2026-11-20T05:31:00 4 10957 5 'X (9)' 'An old entry.' S200 19038"
+  add_log_entries "$CORVANE_DATABASE" "2026-11-20T05:31:00 4 10957 5 'X (9)' 'An old entry.' S200 19038"
   screen 24x110 see "EVENTS (1)" see "2026-11-20 05:31:00  error        a1      CTRL_INTERNAL_ERROR" \
     run "cardsim --state $file raise card0 CORRECTABLE_PCI_ERRORS" \
     see "EVENTS (2)" see "warning      a0      CTRL_CORRECTABLE_PCI_ERRORS" \
     press e gone "a0/d0" see "An old entry." see "CTRL_CORRECTABLE_PCI_ERRORS" press q ends 0 \
-    -- corvane-host "$(reach "$file")" watch || return
+    -- corvane-host "$(cards_option "$file")" watch || return
   with past events -o tsv -H | cut -f 4,5
 }
 
@@ -79,11 +79,11 @@ broken() {
     run "rm $database* && mkdir $database" \
     run "cardsim --state $file raise card0 CORRECTABLE_PCI_ERRORS" \
     see "EVENTS (1)" never "cannot use" press q ends 0 see "cannot use the event log" \
-    -- corvane-host "$(reach "$file")" watch
+    -- corvane-host "$(cards_option "$file")" watch
 }
 
 one_block() {
-  corvane-host "$(reach "$CARDSIM_STATE")" watch | head -n 2 | tail -n 1
+  corvane-host "$(cards_option "$CARDSIM_STATE")" watch | head -n 2 | tail -n 1
   echo "${PIPESTATUS[*]}" >"$BATS_FILE_TMPDIR/reader.ends"
 }
 

@@ -50,7 +50,7 @@ namespace in = PI;
 CHECK_ALL(PI::_SEVERITY, HOST_SEVERITIES, NO_LOW_NUMBERS);
 }  // namespace Severities
 
-// The kit has more units, which the host's helper returns for byte counts.
+// The host kit has more units, which `CPluginHelper` returns for byte counts.
 namespace Units {
 namespace in = PI;
 HOST_UNITS(CHECK)

@@ -25,10 +25,11 @@ namespace in = own;
 CHECK_ALL(own::_OPERATION_ID, HOST_OPERATIONS, NO_LOW_NUMBERS);
 }  // namespace Operations
 
-#define SELECTOR_OF_ALL(X) X(UNDEFINED, 1)
+// The plug-in declares only this one of the low numbers: it selects all properties.
+#define PLUGIN_LOW_PROPERTIES(X) X(UNDEFINED, 1)
 namespace Properties {
 namespace in = own::Property;
-CHECK_ALL(own::Property::Id, HOST_PROPERTIES, SELECTOR_OF_ALL);
+CHECK_ALL(own::Property::Id, HOST_PROPERTIES, PLUGIN_LOW_PROPERTIES);
 }  // namespace Properties
 
 namespace ShortNames {
@@ -76,7 +77,7 @@ CHECK_ALL(NAMESPACE_Corvane::CardStateNumber, CARD_STATES, NO_LOW_NUMBERS);
 
 static_assert(NAMESPACE_Corvane::kLibraryNotReady == 27);
 static_assert(NAMESPACE_Corvane::kSizeModeOverformat == 11);
-static_assert(NAMESPACE_Corvane::kErrorTextAt == 8);
+static_assert(NAMESPACE_Corvane::kErrorTextOffset == 8);
 static_assert(NAMESPACE_Corvane::kErrorRecordSize == 1048);
 static_assert(NAMESPACE_Corvane::kWaitSucceeded == 1);
 static_assert(NAMESPACE_Corvane::kWaitTimedOut == 130);

@@ -224,6 +224,6 @@ static_assert(PI::UNITS_DEGREES_CELSIUS == 21000 && PI::UNITS_MEGABYTES == 21002
               PI::UNITS_BYTES == 21025 && PI::UNITS_WATTS == 21028);
 
 #undef AT
-#undef IS
+#undef HAS_TYPE
 
 }  // namespace

@@ -149,17 +149,17 @@ constexpr Position kPluginPositions[] = {{1, "id"},         {2, "apiVersion"},  
                                          {10, "vendor"},    {11, "pluginVersion"}};
 
 template <std::size_t fieldCount, std::size_t positionCount>
-constexpr bool AreAt(const Field (&fields)[fieldCount],
-                     const Position (&positions)[positionCount]) {
+constexpr bool MatchesPositions(const Field (&fields)[fieldCount],
+                                const Position (&positions)[positionCount]) {
   for (const Position& position : positions) {
     if (fields[position.number - 1].name != position.name) return false;
   }
   return true;
 }
 
-static_assert(AreAt(kAdapter, kAdapterPositions));
-static_assert(AreAt(kPD, kPDPositions));
-static_assert(AreAt(kPlugin, kPluginPositions));
+static_assert(MatchesPositions(kAdapter, kAdapterPositions));
+static_assert(MatchesPositions(kPD, kPDPositions));
+static_assert(MatchesPositions(kPlugin, kPluginPositions));
 
 template <std::size_t count>
 constexpr bool NamesDiffer(const Field (&fields)[count]) {

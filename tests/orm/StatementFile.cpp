@@ -40,40 +40,40 @@ void Read(const std::string& text, string_list& value) {
   value = Split(text, ",");
 }
 
-std::string Show(int value) {
+std::string ToText(int value) {
   return value == null_int ? "null" : std::to_string(value);
 }
-std::string Show(unsigned long value) {
+std::string ToText(unsigned long value) {
   return value == null_ulong ? "null" : std::to_string(value);
 }
-std::string Show(double value) {
+std::string ToText(double value) {
   std::ostringstream text;
   text << value;
   return value == null_double ? "null" : text.str();
 }
-std::string Show(const std::string& value) {
+std::string ToText(const std::string& value) {
   return value;
 }
-std::string Show(string_list value) {
+std::string ToText(string_list value) {
   std::replace(value.begin(), value.end(), std::string(), std::string("\"\""));
   return "[" + boost::join(value, ",") + "]";
 }
 
 template <class Row>
-std::string ShowRow(const Row& row) {
+std::string RowText(const Row& row) {
   std::string text = "row";
   Row::Columns([&](const char* column, auto member) {
-    text += std::string(" ") + column + "=" + Show(row.*member);
+    text += std::string(" ") + column + "=" + ToText(row.*member);
   });
   return text + "\n";
 }
 
 TableSetup SetupOf(const StatementCase& given) {
   TableSetup setup;
-  for (const auto& [word, rest] : given.lines) {
-    if (word == "map") setup.hasMap = rest != "none";
-    if (word != "table") continue;
-    const Words words = Split(rest, " ");
+  for (const auto& [keyword, arguments] : given.lines) {
+    if (keyword == "map") setup.hasMap = arguments != "none";
+    if (keyword != "table") continue;
+    const Words words = Split(arguments, " ");
     setup.name = words.at(0);
     setup.hasTable = setup.name != "none";
     setup.autoKey = std::count(words.begin(), words.end(), "auto") != 0;
@@ -98,11 +98,11 @@ class Runner {
 
   std::string Run(const StatementCase& given) {
     std::string outcome;
-    for (const auto& [word, rest] : given.lines) {
-      if (word == "set") Set(rest);
-      if (word == "answer") m_pDatabase->Answer(Split(rest, "|"));
-      if (word == "fail") m_pDatabase->Fail(rest);
-      if (word == "do") outcome = Outcome(Split(rest, " "));
+    for (const auto& [keyword, arguments] : given.lines) {
+      if (keyword == "set") Set(arguments);
+      if (keyword == "answer") m_pDatabase->Answer(Split(arguments, "|"));
+      if (keyword == "fail") m_pDatabase->Fail(arguments);
+      if (keyword == "do") outcome = Outcome(Split(arguments, " "));
     }
     std::string text;
     for (const std::string& sql : m_pDatabase->sent) text += "sent " + sql + "|\n";
@@ -110,10 +110,10 @@ class Runner {
   }
 
  private:
-  void Set(const std::string& rest) {
-    const auto blank = rest.find(' ');
-    const std::string column = rest.substr(0, blank);
-    const std::string value = blank == std::string::npos ? "" : rest.substr(blank + 1);
+  void Set(const std::string& arguments) {
+    const auto blank = arguments.find(' ');
+    const std::string column = arguments.substr(0, blank);
+    const std::string value = blank == std::string::npos ? "" : arguments.substr(blank + 1);
     bool found = false;
     Row::Columns([&](const char* name, auto member) {
       if (name != column) return;
@@ -123,22 +123,22 @@ class Runner {
     if (!found) throw std::runtime_error("no column " + column);
   }
 
-  std::string Outcome(const Words& verb) {
+  std::string Outcome(const Words& command) {
     try {
-      return Do(verb);
+      return Do(command);
     } catch (const DBEXCEPTION::DatabaseException& exception) {
       return std::string("throws ") + exception.what() + "\n";
     }
   }
 
-  std::string Do(const Words& verb) {
-    if (verb.at(0) == "insert") return ResultLine(m_Storage.insert(m_Row));
-    if (verb.at(0) == "max") return Max(verb.at(1));
-    if (verb.at(0) == "update") {
+  std::string Do(const Words& command) {
+    if (command.at(0) == "insert") return ResultLine(m_Storage.insert(m_Row));
+    if (command.at(0) == "max") return Max(command.at(1));
+    if (command.at(0) == "update") {
       m_Storage.update(m_Row);
       return "";
     }
-    return WithCondition(verb);
+    return WithCondition(command);
   }
 
   template <class Number>
@@ -157,25 +157,27 @@ class Runner {
     return text;
   }
 
-  std::string WithCondition(const Words& verb) {
+  std::string WithCondition(const Words& command) {
     if constexpr (std::is_same_v<Row, Place>) {
       const auto number = [&](std::size_t at) {
-        return is_equal(&Place::number, std::stoi(verb.at(at)));
+        return is_equal(&Place::number, std::stoi(command.at(at)));
       };
-      const auto host = [&](std::size_t at) { return is_equal(&Place::host, verb.at(at).c_str()); };
-      const auto name = [&](std::size_t at) { return is_equal(&Place::name, verb.at(at)); };
-      const std::string& kind = verb.at(1);
-      if (kind == "number-host") return Perform(verb[0], where(number(2) and host(3)));
-      if (kind == "name-host") return Perform(verb[0], where(name(2) and host(3)));
+      const auto host = [&](std::size_t at) {
+        return is_equal(&Place::host, command.at(at).c_str());
+      };
+      const auto name = [&](std::size_t at) { return is_equal(&Place::name, command.at(at)); };
+      const std::string& kind = command.at(1);
+      if (kind == "number-host") return Perform(command[0], where(number(2) and host(3)));
+      if (kind == "name-host") return Perform(command[0], where(name(2) and host(3)));
       if (kind == "all-three") {
-        return Perform(verb[0], where(number(2) and host(3) and name(4)));
+        return Perform(command[0], where(number(2) and host(3) and name(4)));
       }
-      if (kind == "number") return Perform(verb[0], where(number(2)));
-      if (kind == "name") return Perform(verb[0], where(name(2)));
+      if (kind == "number") return Perform(command[0], where(number(2)));
+      if (kind == "name") return Perform(command[0], where(name(2)));
     } else if constexpr (std::is_same_v<Row, Everything> || std::is_same_v<Row, Item>) {
-      return Perform(verb[0], where(is_equal(&Row::id, std::stoi(verb.at(2)))));
+      return Perform(command[0], where(is_equal(&Row::id, std::stoi(command.at(2)))));
     }
-    throw std::runtime_error("unknown verb " + verb[0]);
+    throw std::runtime_error("unknown verb " + command[0]);
   }
 
   template <class Condition>
@@ -185,7 +187,7 @@ class Runner {
       return "";
     }
     std::string text;
-    for (const Row& row : m_Storage.get_all<Row>(condition)) text += ShowRow(row);
+    for (const Row& row : m_Storage.get_all<Row>(condition)) text += RowText(row);
     return text.empty() ? "no rows\n" : text;
   }
 
@@ -201,16 +203,16 @@ std::string RunAs(const StatementCase& given) {
 
 void ReadLine(const std::string& line, StatementCase& current) {
   const auto blank = line.find(' ');
-  const std::string word = line.substr(0, blank);
-  const std::string rest = blank == std::string::npos ? "" : line.substr(blank + 1);
+  const std::string keyword = line.substr(0, blank);
+  const std::string arguments = blank == std::string::npos ? "" : line.substr(blank + 1);
   if (!current.lines.empty() && current.lines.back().first == "do") {
     current.expected += line + "\n";
-  } else if (word == "case") {
-    current.name = rest;
-  } else if (word == "row") {
-    current.row = rest;
+  } else if (keyword == "case") {
+    current.name = arguments;
+  } else if (keyword == "row") {
+    current.row = arguments;
   } else {
-    current.lines.emplace_back(word, rest);
+    current.lines.emplace_back(keyword, arguments);
   }
 }
 

@@ -1,4 +1,4 @@
-// The text of values in statements.
+// The formatting of values in SQL statements.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -29,7 +29,7 @@ TEST(ValueText, DoesNotTruncateTheLongestDouble) {
   EXPECT_EQ(text.substr(text.size() - 8), "8.000000");
 }
 
-TEST(ValueText, IsNullForADoubleThatPrintsLikeTheAbsentOne) {
+TEST(ValueText, IsNullForADoubleThatFormatsLikeTheNullValue) {
   EXPECT_EQ(value_text(1.1754943508222875e-38), "NULL");
   EXPECT_EQ(value_text(0.0), "NULL");
   EXPECT_EQ(value_text(0.00000049), "NULL");

@@ -1,4 +1,4 @@
-// The words and separators of statements.
+// The spelling of keywords, separators and quotes in SQL statements.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,18 +11,18 @@ using namespace DatabaseORM;
 
 struct Word {
   const char* name;
-  const std::string& word;
-  const char* text;
+  const std::string& actual;
+  const char* expected;
 };
 
-void PrintTo(const Word& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const Word& value, std::ostream* out) {
+  *out << value.name;
 }
 
 class Words : public testing::TestWithParam<Word> {};
 
 TEST_P(Words, HaveTheirExactSpelling) {
-  EXPECT_EQ(GetParam().word, GetParam().text);
+  EXPECT_EQ(GetParam().actual, GetParam().expected);
 }
 
 std::string NameOfWord(const testing::TestParamInfo<Word>& each) {
@@ -39,7 +39,7 @@ INSTANTIATE_TEST_SUITE_P(OfStatements, Words,
                                          Word{"NullText", null_text, "NULL"}),
                          NameOfWord);
 
-// Hosts declare their tables with these.
+// Hosts use these in CREATE TABLE statements.
 INSTANTIATE_TEST_SUITE_P(
     OfDeclarations, Words,
     testing::Values(Word{"OnUpdateNoAction", on_update_no_action, "ON UPDATE NO ACTION"},

@@ -29,8 +29,8 @@ struct Case {
   const char* row;
 };
 
-void PrintTo(const Case& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const Case& value, std::ostream* out) {
+  *out << value.name;
 }
 
 std::string NameOfCase(const testing::TestParamInfo<Case>& info) {
@@ -46,11 +46,11 @@ void ExpectRow(const Case& each, std::uint32_t property) {
 
 // Parameters: time of first use, bytes written, rating in units of 2^40 bytes, and percentage of
 // the rated writes remaining.
-Settings Wear(const char* firstUse, const char* written, const char* rated, const char* left) {
+Settings Wear(const char* firstUse, const char* written, const char* rated, const char* remaining) {
   return {{"first_use_ts", firstUse},
           {"total_physical_bytes_written", written},
           {"rated_endurance_tbytes", rated},
-          {"rated_writes_remaining_percent", left}};
+          {"rated_writes_remaining_percent", remaining}};
 }
 
 constexpr const char* A_YEAR_AGO = "1735689600";            // 2025-01-01 00:00, 8760 hours
@@ -72,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
         // 50.9 counts as 50; 51 would add nine days.
         Case{"PercentCutTowardZero", Wear(A_YEAR_AGO, "0", "100", "50.9"),
              R"(ESTIMATED_LIFETIME = "2027-01-01" (sort 23045))"},
-        // 1 percent used in one whole hour leaves 99 hours; an age of two hours would leave 198.
+        // 1 percent used in one full hour leaves 99 hours; an age of two hours would leave 198.
         Case{"AgeInWholeHours", Wear(ALMOST_TWO_HOURS_AGO, "0", "100", "99.0"),
              R"(ESTIMATED_LIFETIME = "2026-01-05" (sort 23045))"},
         // 80 of 100 units written in 8760 hours leave 2190 hours, although the card reports less
@@ -93,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(
         // The negative age wraps around to a very large one.
         Case{"FirstUsedInTheFuture", Wear(IN_A_YEAR, "0", "100", "50.0"),
              R"(ESTIMATED_LIFETIME = "9025-12-01" (sort 23045))"},
-        // Without a rating, only the card's own wear counts.
+        // Without a rating, only the wear that the card reports counts.
         Case{"NoRating", Wear(A_YEAR_AGO, "54975581388800", "0", "50.0"),
              R"(ESTIMATED_LIFETIME = "2027-01-01" (sort 23045))"},
         Case{"NoFirstUse", Wear(nullptr, "0", "100", "50.0"), ABSENT}),
@@ -112,7 +112,7 @@ TEST(EstimatedLifetimeOverTime, CountsFromTheTimeOfTheRequest) {
 TEST(EstimatedLifetimeOverTime, IsNotTraced) {
   OneCard host(Wear(A_YEAR_AGO, "0", "100", "50.0"));
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   EXPECT_NE(host.Row(OneCard::ADAPTER, LIFETIME), ABSENT);
   EXPECT_THAT(host.Traces(16), IsEmpty());
 }
@@ -150,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(RatedEnduranceTrace, TracesThePercentage) {
   OneCard host(Wear(A_YEAR_AGO, "274877906944000", "100", "50.0"));
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   host.Row(OneCard::ADAPTER, ENDURANCE);
   EXPECT_THAT(host.Traces(16),
               ElementsAre("GetAdapterProperties, vsl_has_rated_endurance_percent = 250"));
@@ -159,7 +159,7 @@ TEST(RatedEnduranceTrace, TracesThePercentage) {
 TEST(RatedEnduranceTrace, TracesNothingForARatingOfZero) {
   OneCard host(Wear(A_YEAR_AGO, "274877906944000", "0", "50.0"));
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   host.Row(OneCard::ADAPTER, ENDURANCE);
   EXPECT_THAT(host.Traces(16), IsEmpty());
 }
@@ -199,7 +199,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(ReserveTraces, ShowTheValuesOfTheCard) {
   OneCard host(Settings{{"reserve_space_pct", "12.99"}, {"reserve_status", "3"}});
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   host.Row(OneCard::ADAPTER, PI::Property::REMAINING_RESERVE_SPACE);
   host.Row(OneCard::ADAPTER, PI::Property::RESERVE_STATUS);
   EXPECT_THAT(host.Traces(16), ElementsAre("GetAdapterProperties, vsl_has_reserve_space_pct = 12",
@@ -234,8 +234,8 @@ struct Count {
   const char* shown;
 };
 
-void PrintTo(const Count& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const Count& value, std::ostream* out) {
+  *out << value.name;
 }
 
 class ByteCounters : public testing::TestWithParam<Count> {};
@@ -245,7 +245,7 @@ TEST_P(ByteCounters, AreShownInTheLargestUnitThatFits) {
   OneCard host(
       Settings{{"total_physical_bytes_read", bytes}, {"total_physical_bytes_written", bytes}});
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   const std::string rest = std::string(shown) + ", format 8, fixed 0)";
   const auto expected = [&rest](const std::string& head, const std::string& sort) {
     const std::size_t unit = rest.find(" unit");
@@ -269,13 +269,13 @@ INSTANTIATE_TEST_SUITE_P(
                     Count{"OneAndAHalfTiB", "1649267441664", "1.5f unit 21004"},
                     Count{"OnePiB", "1125899906842624", "1f unit 21005"},
                     Count{"Largest", "18446744073709551615", "16384f unit 21005"}),
-    [](const auto& each) { return each.param.name; });
+    [](const auto& test) { return test.param.name; });
 
 TEST(AbsentByteCounters, HaveNoRowAndNoTrace) {
   OneCard host(
       Settings{{"total_physical_bytes_read", nullptr}, {"total_physical_bytes_written", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_READ), ABSENT);
   EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_WRITTEN), ABSENT);
   EXPECT_THAT(host.Traces(16), IsEmpty());
@@ -289,7 +289,7 @@ TEST(ByteCountersWithoutAUnit, HaveNoRowAndNoTrace) {
   ASSERT_EQ(host.Initialize(), 0U);
   const std::vector<std::string> all = host.Rows(OneCard::ADAPTER);
   const ScopedUnitConversionFailure failure;
-  host.Watch();
+  host.ClearRecords();
   EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_READ), ABSENT);
   EXPECT_EQ(host.Row(OneCard::ADAPTER, PI::Property::BYTES_WRITTEN), ABSENT);
   EXPECT_THAT(host.Traces(16), IsEmpty());

@@ -18,7 +18,8 @@ using testing::IsEmpty;
 constexpr std::uint64_t ADAPTER = 0x0130000000000001;
 constexpr std::uint32_t UNKNOWN_OPERATION = 50099;
 
-// Renders the identifier, the name, the eight other numbers and the number of parameters.
+// Renders the identifier, the name, the other fields in the order of `OperationRow`, and the number
+// of parameters.
 std::string Row(const PI::COperation& operation) {
   std::string text;
   for (const std::uint32_t number :
@@ -104,11 +105,11 @@ class CheckByState : public AdapterOperations, public testing::WithParamInterfac
 
 TEST_P(CheckByState, UsesTheStateOfTheLastScan) {
   StartWith("iom_state", GetParam().state);
-  const std::vector<std::pair<std::uint32_t, std::uint32_t>> wanted = {
+  const std::vector<std::pair<std::uint32_t, std::uint32_t>> expected = {
       {Number::OP_ATTACH, GetParam().attach},
       {Number::OP_DETACH, GetParam().detach},
       {Number::OP_FORCE_DETACH, GetParam().detach}};
-  for (const auto& [operation, result] : wanted) {
+  for (const auto& [operation, result] : expected) {
     Clear();
     EXPECT_EQ(m_Host.Check(ADAPTER, operation), result) << operation;
     // These return paths do not write an exit line.
@@ -130,7 +131,7 @@ INSTANTIATE_TEST_SUITE_P(
                     CardInState{"Stopped", "7", Number::ERR_GENERAL, Number::ERR_GENERAL},
                     CardInState{"UnknownState", "8", Number::ERR_GENERAL, Number::ERR_GENERAL},
                     CardInState{"NoState", "absent", Number::ERR_GENERAL, Number::ERR_GENERAL}),
-    [](const auto& each) { return std::string(each.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(AdapterOperations, CheckUsesTheStateOfTheLastScan) {
   StartWith("iom_state", "0");
@@ -186,16 +187,16 @@ INSTANTIATE_TEST_SUITE_P(
                     LocateLEDCheck{"StopWhenOff", Number::OP_STOP_LOCATE_DEVICE, "false",
                                    Number::ERR_NO_LOCATE_STARTED},
                     LocateLEDCheck{"StopWhenOn", Number::OP_STOP_LOCATE_DEVICE, "true", 0}),
-    [](const auto& each) { return std::string(each.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 // The state that the library returns is used even if the call fails.
 TEST_F(AdapterOperations, CheckTreatsAnUnreadableLocateLEDAsOff) {
   StartWith();
   m_Host.Cards().Set(m_Card, "beacon_state", "true");
-  const std::pair<std::uint32_t, std::uint32_t> wanted[] = {
+  const std::pair<std::uint32_t, std::uint32_t> expected[] = {
       {Number::OP_LOCATE_DEVICE, 0},
       {Number::OP_STOP_LOCATE_DEVICE, Number::ERR_NO_LOCATE_STARTED}};
-  for (const auto& [operation, result] : wanted) {
+  for (const auto& [operation, result] : expected) {
     Clear();
     CardSim::FailCall("vsl_beacon_state", 1, 72, "no response");
     EXPECT_EQ(m_Host.Check(ADAPTER, operation), result);
@@ -288,7 +289,7 @@ INSTANTIATE_TEST_SUITE_P(LocateLEDs, SwitchLocateLED,
                                          LocateLEDSwitch{"Off", Number::OP_STOP_LOCATE_DEVICE,
                                                          "true", "false",
                                                          "vsl_set_beacon_state card#1 0"}),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(AdapterOperations, ExecuteDoesNotRepeatTheCheck) {
   StartWith();
@@ -320,7 +321,7 @@ TEST_F(AdapterOperations, ShowThePositionOfTheCardInTheTrace) {
   EXPECT_EQ(m_Host.Traces(2).front(), "ENTER ExecuteAdapterOperation(50099) (1)");
 }
 
-TEST_F(AdapterOperations, AreTracedByTheRouterUnderTheDataLock) {
+TEST_F(AdapterOperations, AreCheckedAndTracedUnderTheDataLock) {
   StartWith();
   EXPECT_EQ(m_Host.Check(ADAPTER, UNKNOWN_OPERATION), 0U);
   EXPECT_THAT(

@@ -27,7 +27,7 @@ TEST(AdapterProperties, AreListedInTheOrderOfTheTable) {
   EXPECT_THAT(host.Rows(OneCard::ADAPTER), ElementsAreArray(ALL_ROWS));
 }
 
-TEST(AdapterProperties, HaveTheHostsNumbers) {
+TEST(AdapterProperties, HaveTheExpectedNumbers) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
   const std::vector<PI::CProperty> properties = host.Properties(OneCard::ADAPTER);
@@ -35,14 +35,14 @@ TEST(AdapterProperties, HaveTheHostsNumbers) {
   for (std::size_t i = 0; i < properties.size(); ++i) {
     SCOPED_TRACE(ALL_ROWS[i]);
     EXPECT_EQ(properties[i].m_PropertyID, ALL_NUMBERS[i].property);
-    EXPECT_EQ(properties[i].m_ValueType, ALL_NUMBERS[i].kind);
+    EXPECT_EQ(properties[i].m_ValueType, ALL_NUMBERS[i].valueType);
     EXPECT_EQ(properties[i].m_NameID, ALL_NUMBERS[i].label);
     EXPECT_EQ(ChoicesOf(properties[i]), ALL_NUMBERS[i].choices);
     EXPECT_FALSE(properties[i].m_Writable);
   }
 }
 
-TEST(AdapterProperties, AreTheSameReadOneByOne) {
+TEST(AdapterProperties, AreTheSameInSingleReads) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
   for (std::size_t i = 0; i < std::size(ALL_NUMBERS); ++i) {
@@ -81,8 +81,8 @@ TEST(AdapterProperties, ReturnTheFirstForTheAllSelector) {
 TEST(AdapterProperties, ExcludeThoseOfOtherObjects) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
-  // Plug-in, drive and parameter properties, low numbers, short names, values, and a number without
-  // a meaning.
+  // Plug-in, drive and parameter properties, low numbers, short names, values, and an unassigned
+  // number.
   for (const std::uint32_t property :
        {0U, 2U, 3U, Number::Property::VENDOR_API_VERSION, Number::Property::POLL_INTERVAL,
         Number::Property::TYPE, Number::Property::PHYSICAL_SIZE,
@@ -142,8 +142,8 @@ TEST(AdapterProperties, HaveAnEmptyNameUntilTheHostAssignsANumber) {
 // A card of an unknown family that has no segment attribute has an unknown segment.
 TEST(AdapterProperties, ShowAnUnknownSegment) {
   OneCard host;
-  const std::string odd = host.AddCard(0x4242);
-  host.Cards().MakeAbsent(odd, "pci_domain");
+  const std::string unknown = host.AddCard(0x4242);
+  host.Cards().MakeAbsent(unknown, "pci_domain");
   ASSERT_EQ(host.Initialize(), 0U);
   const std::uint64_t second = host.AdapterId(1);
   const std::string row = "PCI_SEGMENT = 18446744073709551615 (label SEGMENT, sort 23134)";
@@ -162,8 +162,8 @@ struct Case {
   const char* row;
 };
 
-void PrintTo(const Case& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const Case& value, std::ostream* out) {
+  *out << value.name;
 }
 
 class AdapterRow : public testing::TestWithParam<Case> {};
@@ -220,7 +220,7 @@ INSTANTIATE_TEST_SUITE_P(
              R"(SERIAL_NUMBER = "" (sort 23116))"},
         Case{"NoDriverVersion", {{"driver_version", nullptr}}, Property::DRIVER_VERSION, ABSENT},
         Case{"EmptyDriverVersion", {{"driver_version", "\"\""}}, Property::DRIVER_VERSION, ABSENT},
-        Case{"FirmwareAsOneText",
+        Case{"FirmwareAsOneString",
              {{"fw_current_revision", nullptr}, {"fw_current_version", "v6.3.11"}},
              Property::FIRMWARE_VERSION,
              R"(FIRMWARE_VERSION = "v6.3.11" (sort 23051))"},

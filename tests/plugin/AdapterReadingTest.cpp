@@ -67,7 +67,7 @@ class AdapterReading : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    m_Host.Watch();
+    m_Host.ClearRecords();
   }
 
   OneCard m_Host{CARD_WITH_ALL_ROWS};
@@ -107,7 +107,7 @@ TEST(AdapterReadingOfTwoCards, TracesTheCardsNumber) {
   host.AddCard();
   ASSERT_EQ(host.Initialize(), 0U);
   const std::uint64_t second = host.AdapterId(1);
-  host.Watch();
+  host.ClearRecords();
   host.Row(second, Property::NAME);
   EXPECT_THAT(host.Traces(2),
               ElementsAre("ENTER AdapterGetProperties (1)", "LEAVE AdapterGetProperties -> 0"));
@@ -116,7 +116,7 @@ TEST(AdapterReadingOfTwoCards, TracesTheCardsNumber) {
 
 TEST_F(AdapterReading, OpensTheCardEvenForARecordedRow) {
   for (const std::uint32_t id : IdsWithout(LIVE)) {
-    m_Host.Watch();
+    m_Host.ClearRecords();
     EXPECT_NE(m_Host.Row(OneCard::ADAPTER, id), "result ERR_GENERAL") << id;
     EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                             "vsl_close card#1", "vsl_destroy card#1"))
@@ -140,8 +140,8 @@ struct RowCalls {
   std::size_t count;
 };
 
-void PrintTo(const RowCalls& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const RowCalls& value, std::ostream* out) {
+  *out << value.name;
 }
 
 class AdapterReadingOfOneRow : public testing::TestWithParam<RowCalls> {};
@@ -149,7 +149,7 @@ class AdapterReadingOfOneRow : public testing::TestWithParam<RowCalls> {};
 TEST_P(AdapterReadingOfOneRow, CallsTheCardForThatRowOnly) {
   OneCard host(CARD_WITH_ALL_ROWS);
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   EXPECT_NE(host.Row(OneCard::ADAPTER, GetParam().property), "result ERR_GENERAL");
   std::vector<std::string> expected = {"vsl_iom_create_by_name /dev/fct0", "vsl_open card#1"};
   for (std::size_t i = 0; i < GetParam().count; ++i) {
@@ -168,7 +168,7 @@ INSTANTIATE_TEST_SUITE_P(
                     RowCalls{"BytesRead", Property::BYTES_READ, 12, 2},
                     RowCalls{"BytesWritten", Property::BYTES_WRITTEN, 14, 2},
                     RowCalls{"Endurance", Property::RATED_ENDURANCE_PERCENT, 16, 4}),
-    [](const auto& each) { return each.param.name; });
+    [](const auto& test) { return test.param.name; });
 
 // Live rows show the card's values at the time of the request; the other rows show the values of
 // the last scan.
@@ -213,7 +213,7 @@ TEST_F(AdapterReading, OmitsTheLiveRowsWhenTheCardHasBeenRemoved) {
   ExpectNoLeaks();
 }
 
-TEST_F(AdapterReading, ReadsSingleRowsLikeTheListWhenTheCardCannotBeOpened) {
+TEST_F(AdapterReading, ASingleReadFailsOnlyForALiveRowWhenTheCardCannotBeOpened) {
   for (const char* function : {"vsl_iom_create_by_name", "vsl_open"}) {
     for (const std::uint32_t id : ALL_IDS) {
       CardSim::FailCall(function, 1, 5, "unavailable");
@@ -224,7 +224,7 @@ TEST_F(AdapterReading, ReadsSingleRowsLikeTheListWhenTheCardCannotBeOpened) {
   ExpectNoLeaks();
 }
 
-TEST_F(AdapterReading, KeepsThePayloadWhenTheCardCannotBeOpened) {
+TEST_F(AdapterReading, LeavesThePayloadUnchangedWhenTheCardCannotBeOpened) {
   CardSim::FailCall("vsl_open", 1, 5, "open failed");
   PI::CProperty payload(Property::BYTES_READ, true);
   payload.SetValue(std::string("mine"));
@@ -239,8 +239,8 @@ struct MissingAttribute {
   std::set<std::uint32_t> missing;
 };
 
-void PrintTo(const MissingAttribute& each, std::ostream* out) {
-  *out << each.attribute;
+void PrintTo(const MissingAttribute& value, std::ostream* out) {
+  *out << value.attribute;
 }
 
 class AdapterWithoutAnAttribute : public testing::TestWithParam<MissingAttribute> {};
@@ -249,7 +249,7 @@ TEST_P(AdapterWithoutAnAttribute, OmitsOnlyTheRowsThatNeedIt) {
   OneCard host(CARD_WITH_ALL_ROWS);
   host.Set({{GetParam().attribute, nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   EXPECT_THAT(IdsOf(host), ElementsAreArray(IdsWithout(GetParam().missing)));
   for (const std::uint32_t id : ALL_IDS) {
     const bool missing = host.Row(OneCard::ADAPTER, id) == "result ERR_GENERAL";
@@ -288,7 +288,7 @@ INSTANTIATE_TEST_SUITE_P(
         MissingAttribute{"factory_size_bytes", {}}, MissingAttribute{"current_errors", {}},
         MissingAttribute{"write_throttling_state", {}},
         MissingAttribute{"reserve_warning_threshold_percent", {}}),
-    [](const auto& each) { return each.param.attribute; });
+    [](const auto& test) { return test.param.attribute; });
 
 // The lifetime needs three attributes; the read stops at the first missing one.
 TEST(AdapterReadingOfTheLifetime, StopsAtTheFirstMissingAttribute) {
@@ -299,7 +299,7 @@ TEST(AdapterReadingOfTheLifetime, StopsAtTheFirstMissingAttribute) {
     OneCard host(CARD_WITH_ALL_ROWS);
     host.Set({{attribute, nullptr}});
     ASSERT_EQ(host.Initialize(), 0U);
-    host.Watch();
+    host.ClearRecords();
     EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::ESTIMATED_LIFETIME), "result ERR_GENERAL");
     expected.push_back(std::string("vsl_has_") + attribute + " card#1");
     std::vector<std::string> calls = expected;
@@ -312,7 +312,7 @@ TEST(AdapterReadingOfTheLifetime, ReadsNothingWithoutAFirstUse) {
   OneCard host(CARD_WITH_ALL_ROWS);
   host.Set({{"first_use_ts", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::ESTIMATED_LIFETIME), "result ERR_GENERAL");
   EXPECT_THAT(host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                         "vsl_close card#1", "vsl_destroy card#1"));
@@ -323,7 +323,7 @@ TEST(AdapterReadingOfTheEndurance, ReadsTheRatingFirst) {
   OneCard host(CARD_WITH_ALL_ROWS);
   host.Set({{"rated_endurance_tbytes", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   EXPECT_EQ(host.Row(OneCard::ADAPTER, Property::RATED_ENDURANCE_PERCENT), "result ERR_GENERAL");
   EXPECT_THAT(host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_open card#1",
                                         "vsl_has_rated_endurance_tbytes card#1", "vsl_close card#1",
@@ -333,16 +333,16 @@ TEST(AdapterReadingOfTheEndurance, ReadsTheRatingFirst) {
 // The request succeeds even if one of its calls fails: no handle remains open, and the next request
 // is not affected. Handles are not checked after a failed destroy or close.
 TEST_F(AdapterReading, SucceedsWhenAnyOneCallFails) {
-  const std::vector<std::string> whole = m_Host.Rows(OneCard::ADAPTER);
+  const std::vector<std::string> complete = m_Host.Rows(OneCard::ADAPTER);
   std::map<std::string, unsigned int> seen;
   for (const std::string& call : ALL_CALLS) {
     const std::string function = call.substr(0, call.find(' '));
-    m_Host.Watch();
+    m_Host.ClearRecords();
     CardSim::FailCall(function, ++seen[function], 5, "unavailable");
     std::vector<PI::CProperty> list;
     EXPECT_EQ(m_Host.Execute(PI::CMD_GET_PROPERTIES, OneCard::ADAPTER, &list), 0U) << function;
     if (function != "vsl_destroy" && function != "vsl_close") ExpectNoLeaks();
-    EXPECT_EQ(m_Host.Rows(OneCard::ADAPTER), whole) << function;
+    EXPECT_EQ(m_Host.Rows(OneCard::ADAPTER), complete) << function;
   }
 }
 
@@ -357,8 +357,8 @@ struct FailedCall {
   std::vector<std::string> traces;
 };
 
-void PrintTo(const FailedCall& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const FailedCall& value, std::ostream* out) {
+  *out << value.name;
 }
 
 class AdapterReadingWithAFailedCall : public testing::TestWithParam<FailedCall> {
@@ -369,7 +369,7 @@ class AdapterReadingWithAFailedCall : public testing::TestWithParam<FailedCall> 
     m_Host.Set({{"total_physical_bytes_written", "87960930222080"},
                 {"rated_writes_remaining_percent", "90.0"}});
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    m_Host.Watch();
+    m_Host.ClearRecords();
   }
   static void Fail() {
     const auto functionOf = [](std::size_t call) {
@@ -385,14 +385,14 @@ class AdapterReadingWithAFailedCall : public testing::TestWithParam<FailedCall> 
 };
 
 TEST_P(AdapterReadingWithAFailedCall, OmitsOnlyThatRowOrItsValue) {
-  const std::vector<std::string> whole = m_Host.Rows(OneCard::ADAPTER);
-  m_Host.Watch();
+  const std::vector<std::string> complete = m_Host.Rows(OneCard::ADAPTER);
+  m_Host.ClearRecords();
   Fail();
-  std::vector<std::string> expected = whole;
+  std::vector<std::string> expected = complete;
   for (std::size_t i = 0; i < ALL_IDS.size(); ++i) {
     if (ALL_IDS[i] == GetParam().property) expected[i] = GetParam().row;
   }
-  EXPECT_NE(expected, whole);
+  EXPECT_NE(expected, complete);
   expected.erase(std::remove(expected.begin(), expected.end(), "result ERR_GENERAL"),
                  expected.end());
   EXPECT_THAT(m_Host.Rows(OneCard::ADAPTER), ElementsAreArray(expected));
@@ -496,7 +496,7 @@ const FailedCall FAILED_CALLS[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Each, AdapterReadingWithAFailedCall, testing::ValuesIn(FAILED_CALLS),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(AdapterReading, IsCompleteWhenTheHandleCannotBeDestroyed) {
   CardSim::FailCall("vsl_destroy", 1, 5, "stuck");

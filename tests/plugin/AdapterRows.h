@@ -88,11 +88,11 @@ inline const std::vector<std::string> ALL_ROWS = {
     "ACTIVITY = IDLE of [IDLE BUSY ATTACHING DETACHING] (sort 23002)",
 };
 
-// The numbers of a row: property, value type (1 string, 2 bool, 3 choice, 4 number, 5 float, 6
-// multi-choice, 7 range), displayed name, choices.
+// The numeric fields of a row: property, value type (1 string, 2 bool, 3 choice, 4 number, 5 float,
+// 6 multi-choice, 7 range), displayed name, choices.
 struct RowNumbers {
   std::uint32_t property;
-  std::uint32_t kind;
+  std::uint32_t valueType;
   std::uint32_t label;
   std::vector<int> choices;
 };

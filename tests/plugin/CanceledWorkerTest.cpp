@@ -28,8 +28,8 @@ class CanceledWorker : public WorkerFixture {
     EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   }
 
-  // Returns the number of objects, requested from a separate thread.
-  std::size_t ObjectsForTheNextCommand() {
+  // Requests the topology from another thread and returns the number of objects.
+  std::size_t CountObjectsFromAnotherThread() {
     std::size_t count = 0;
     const auto read = [&] { count = m_Host.Topology().size(); };
     { const HostThread thread(read); }
@@ -50,7 +50,7 @@ TEST_F(CanceledWorker, ReleasesItsLockWhenStuckInAQuickPoll) {
   ExpectNoLockHeld();
   EXPECT_THAT(Releases(),
               ElementsAre("8 Before m_DataLock.Release ()", "8 After m_DataLock.Release ()"));
-  EXPECT_EQ(ObjectsForTheNextCommand(), 3U);
+  EXPECT_EQ(CountObjectsFromAnotherThread(), 3U);
 }
 
 TEST_F(CanceledWorker, ReleasesBothLocksWhenStuckInAScan) {
@@ -59,7 +59,7 @@ TEST_F(CanceledWorker, ReleasesBothLocksWhenStuckInAScan) {
   EXPECT_THAT(Releases(),
               ElementsAre("8 Before m_EventsLock.Release ()", "8 After m_EventsLock.Release ()",
                           "8 Before m_DataLock.Release ()", "8 After m_DataLock.Release ()"));
-  EXPECT_EQ(ObjectsForTheNextCommand(), 3U);
+  EXPECT_EQ(CountObjectsFromAnotherThread(), 3U);
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ TEST_F(CardRemoval, AQuickPollDoesNotDetectARemovalOrAReturn) {
   WaitForWakeUps(2);
   EXPECT_EQ(Scans(), 0U);
   WaitForScans();
-  Events();
+  m_Host.CollectEvents();
   Show(0);
   WaitForWakeUps(2);
   EXPECT_EQ(Scans(), 1U);
@@ -185,8 +185,8 @@ TEST_F(CardRemoval, ACardMissedByTheFirstScanIsAddedByTheNext) {
   EXPECT_EQ(m_Host.ObjectOf(PLUGIN).m_Children, (std::vector<std::uint64_t>{ObjectId(3), FIRST}));
 }
 
-// The host treats another card at the same position as the same object.
-TEST_F(CardRemoval, AnotherCardAtTheSamePositionTakesOverTheIds) {
+// Objects are identified by position, so another card there appears as the same object.
+TEST_F(CardRemoval, AnotherCardAtTheSamePositionKeepsTheIds) {
   AddCards(1);
   StartWatch();
   m_Host.Cards().RemoveCard("card0");
@@ -207,7 +207,7 @@ TEST_F(CardRemoval, ACardThatCannotBeOpenedUsesUpAnId) {
   CardSim::FailCall("vsl_open", 2, 62, "unavailable");
   WaitForScans();
   ASSERT_THAT(TimesOf("16 After ScanSystem() ret = 20003"), SizeIs(1));
-  Events();
+  m_Host.CollectEvents();
   EXPECT_THAT(NextScan(), ElementsAre(Added(6, 2)));
   EXPECT_EQ(m_Host.ObjectOf(ObjectId(6)).m_Children, (std::vector<std::uint64_t>{ObjectId(7)}));
 }
@@ -217,7 +217,7 @@ TEST_F(CardRemoval, AnAddedDetachedAdapterDoesNotRaiseADetachEvent) {
   StartWatch();
   Hide(1);
   WaitForScans();
-  Events();
+  m_Host.CollectEvents();
   Set("card1", "iom_state", "0");
   Show(1);
   EXPECT_THAT(NextScan(), ElementsAre(Added(5, 2)));

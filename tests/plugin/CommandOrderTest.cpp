@@ -19,7 +19,7 @@ constexpr std::uint64_t PLUGIN = 0x0130000000000000;
 constexpr std::uint64_t ADAPTER = 0x0130000000000001;
 constexpr std::uint64_t DRIVE = 0x0130000000000002;
 
-// One card; no thread of the plug-in is running.
+// One card; the plug-in's threads are not running.
 class CommandOrder : public testing::Test {
  protected:
   CommandOrder() {
@@ -32,11 +32,11 @@ class CommandOrder : public testing::Test {
   Lines StepsOfInitialize(unsigned int expected) {
     unsigned int result = 0;
     {
-      PrintedText printed(m_Host.Directory() / "printed");
-      m_Journal.Print(printed);
+      StdoutCapture output(m_Host.Directory() / "printed");
+      m_Journal.RecordOutput(output);
       result = m_Host.Initialize();
       m_Journal.Note("end");
-      m_Journal.StopPrint();
+      m_Journal.StopOutput();
     }
     EXPECT_EQ(result, expected);
     Lines steps = Steps(m_Journal.Entries());
@@ -59,7 +59,7 @@ class CommandOrder : public testing::Test {
   }
   Lines AllSteps() { return Steps(m_Journal.Entries()); }
 
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
   SimulatedHost m_Host;
   Journal m_Journal{m_Host};
 };
@@ -135,7 +135,7 @@ TEST_F(CommandOrder, InitializeWithoutAUsableCard) {
 TEST_F(CommandOrder, InitializeWithAFailingScan) {
   CardSim::FailCall("vsl_open", 1, 7, "no");
   Lines expected = START_LIBRARY;
-  const Lines rest = {"-- trace 8 Before m_DataLock.Wait (sg)",
+  const Lines scan = {"-- trace 8 Before m_DataLock.Wait (sg)",
                       "d- trace 8 After m_DataLock.Wait (sg)",
                       "d- trace 2 ENTER ScanSystem(1) PhyDrive=0",
                       "d- call vsl_iom_create_by_name /dev/fct0",
@@ -148,7 +148,7 @@ TEST_F(CommandOrder, InitializeWithAFailingScan) {
                       "d- call vsl_fini",
                       "d- print Corvane:  Initialize:  adapter count is 0",
                       "d- trace 2 LEAVE Initialize() -> 20001"};
-  expected.insert(expected.end(), rest.begin(), rest.end());
+  expected.insert(expected.end(), scan.begin(), scan.end());
   EXPECT_THAT(StepsOfInitialize(Number::ERR_NO_SUPPORTED_HARDWARE), ElementsAreArray(expected));
 }
 
@@ -351,7 +351,7 @@ TEST_F(CommandOrder, MakeUnitsOffline) {
 // notified host reads the new value.
 TEST(CommandOrderInSeededSchedules, NewPollInterval) {
   RunInManySchedules([](Schedule schedule) {
-    SimulatedHost host(TimeModeOf(schedule));
+    SimulatedHost host(TimeModeSetter(schedule));
     HostKit::SetTraceMask(0);
     host.AddCard();
     ASSERT_EQ(host.Initialize(), 0U);

@@ -31,7 +31,7 @@ constexpr std::uint64_t SECOND = 0x0130000000000003;
 // A running host with a detached and an attached card. Attach and detach take one second each.
 class TwoCardHost {
  public:
-  explicit TwoCardHost(Schedule schedule) : m_Host(TimeModeOf(schedule)) {
+  explicit TwoCardHost(Schedule schedule) : m_Host(TimeModeSetter(schedule)) {
     // Trace lines would take up half the run time of hundreds of schedules.
     if (schedule) HostKit::SetTraceMask(0);
     m_Host.WriteIni("PollInterval=2\n");

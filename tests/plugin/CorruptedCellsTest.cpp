@@ -20,8 +20,8 @@ struct CorruptedCell {
   const char* reason;
 };
 
-void PrintTo(const CorruptedCell& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const CorruptedCell& value, std::ostream* out) {
+  *out << value.name;
 }
 
 // Removes STRICT from the table first, so that its columns accept values of any type.
@@ -34,7 +34,7 @@ class CorruptedCells : public WorkerFixture, public testing::WithParamInterface<
  protected:
   CorruptedCells() {
     AddCards(1);
-    DatabaseLife::Begin(File());
+    ScopedDatabase::Begin(File());
     m_OnLine = [this](const std::string& line) {
       if (line.rfind("128 ", 0) == 0) m_DatabaseLines.push_back(line.substr(4));
     };
@@ -50,7 +50,7 @@ class CorruptedCells : public WorkerFixture, public testing::WithParamInterface<
     WaitForScans();
   }
 
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
   Cells m_DatabaseLines;
 };
 
@@ -73,27 +73,27 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         CorruptedCell{"Key", "UPDATE host_adapter_rows SET ID = 2147483648",
                       "UPDATE host_adapter_rows SET ID = 1",
-                      "(a cell of host_adapter_rows.ID cannot be read)"},
+                      "(invalid value in host_adapter_rows.ID)"},
         CorruptedCell{"Int", "UPDATE host_adapter_rows SET ad_temperature = 2147483648",
                       "UPDATE host_adapter_rows SET ad_temperature = NULL",
-                      "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
+                      "(invalid value in host_adapter_rows.ad_temperature)"},
         CorruptedCell{"Double", "UPDATE host_drive_rows SET pd_remaining_reserve = 1e-310",
                       "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
-                      "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
+                      "(invalid value in host_drive_rows.pd_remaining_reserve)"},
         CorruptedCell{"LargestDouble",
                       "UPDATE host_drive_rows SET pd_remaining_reserve = 1.7976931348623157e308",
                       "UPDATE host_drive_rows SET pd_remaining_reserve = NULL",
-                      "(a cell of host_drive_rows.pd_remaining_reserve cannot be read)"},
+                      "(invalid value in host_drive_rows.pd_remaining_reserve)"},
         CorruptedCell{"Text", WITHOUT_TYPES "UPDATE host_adapter_rows SET ad_temperature = 'warm'",
                       "UPDATE host_adapter_rows SET ad_temperature = NULL",
-                      "(a cell of host_adapter_rows.ad_temperature cannot be read)"},
+                      "(invalid value in host_adapter_rows.ad_temperature)"},
         CorruptedCell{"Empty", WITHOUT_TYPES "UPDATE host_adapter_rows SET ad_object_id = ''",
                       "UPDATE host_adapter_rows SET ad_object_id = NULL",
-                      "(a cell of host_adapter_rows.ad_object_id cannot be read)"},
+                      "(invalid value in host_adapter_rows.ad_object_id)"},
         CorruptedCell{"Column", "ALTER TABLE host_adapter_rows DROP COLUMN ad_vendor",
                       "ALTER TABLE host_adapter_rows ADD COLUMN ad_vendor TEXT",
-                      "(the result has incomplete rows of host_adapter_rows)"}),
-    [](const auto& each) { return std::string(each.param.name); });
+                      "(the result contains an incomplete row of host_adapter_rows)"}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
 }  // namespace CorvaneTest

@@ -19,16 +19,16 @@ constexpr const char* WAIT_ATTACH = "16 Wait for termination... (Attach)";
 constexpr const char* WAIT_DETACH = "16 Wait for termination... (Detach)";
 
 // A trace line of the command, with its time in milliseconds since the start of the command.
-struct TracedAt {
+struct TimedLine {
   unsigned long ms;
   std::string line;
 };
 
-bool operator==(const TracedAt& left, const TracedAt& right) {
+bool operator==(const TimedLine& left, const TimedLine& right) {
   return left.ms == right.ms && left.line == right.line;
 }
 
-void PrintTo(const TracedAt& traced, std::ostream* stream) {
+void PrintTo(const TimedLine& traced, std::ostream* stream) {
   *stream << traced.ms << " ms: " << traced.line;
 }
 
@@ -45,7 +45,7 @@ class DeInitialize : public testing::Test {
   }
 
   // Delays the result of each job by the given time.
-  void HoldJobs(unsigned int attachMs, unsigned int detachMs) {
+  void DelayJobs(unsigned int attachMs, unsigned int detachMs) {
     CardSim::SetHook([=](const CardSim::Call& call) {
       if (call.function != "vsl_op_wait_for_result") return;
       SleepMs(call.handle == "attach#1" ? attachMs : detachMs);
@@ -55,7 +55,8 @@ class DeInitialize : public testing::Test {
   unsigned int Attach() { return m_Host.Run(m_Host.AdapterId(1), PI::OP_ATTACH); }
   unsigned int Detach() { return m_Host.Run(m_Host.AdapterId(0), PI::OP_DETACH); }
 
-  // Runs the command and returns its result. Records its traces about threads and its duration.
+  // Runs the command and returns its result. Records its trace lines about threads, and its
+  // duration.
   unsigned int Stop() {
     m_TracedLines.clear();
     const unsigned long start = MBX::Misc::now();
@@ -66,12 +67,12 @@ class DeInitialize : public testing::Test {
           {MBX::Misc::now() - start, std::to_string(line.level) + " " + line.text});
     });
     unsigned int result = 1;
-    m_Ms = ElapsedMs([&] { result = m_Host.DeInitialize(); });
+    m_StopMs = ElapsedMs([&] { result = m_Host.DeInitialize(); });
     HostKit::SetTraceSink([](const HostKit::TraceLine&) {});
     return result;
   }
 
-  // Waits for the held jobs, which must end before the plug-in is released.
+  // Waits for the delayed jobs, which must end before the plug-in is released.
   void AwaitJobs() {
     while (!AllEnded()) SleepMs(100);
   }
@@ -83,8 +84,8 @@ class DeInitialize : public testing::Test {
   }
 
   SimulatedHost m_Host;
-  std::vector<TracedAt> m_TracedLines;
-  unsigned long m_Ms = 0;
+  std::vector<TimedLine> m_TracedLines;
+  unsigned long m_StopMs = 0;
 };
 
 TEST_F(DeInitialize, StopsTheLibraryAfterAPauseIfNoThreadRuns) {
@@ -163,8 +164,8 @@ struct FailedStart {
   void (*causeFailure)(SimulatedHost& host);
 };
 
-void PrintTo(const FailedStart& each, std::ostream* stream) {
-  *stream << each.name;
+void PrintTo(const FailedStart& value, std::ostream* stream) {
+  *stream << value.name;
 }
 
 class DeInitializeAfterFailure : public testing::TestWithParam<FailedStart> {};
@@ -200,7 +201,7 @@ constexpr FailedStart FAILED_STARTS[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Start, DeInitializeAfterFailure, testing::ValuesIn(FAILED_STARTS),
-                         [](const auto& each) { return each.param.name; });
+                         [](const auto& test) { return test.param.name; });
 
 TEST_F(DeInitialize, DoesNotCallALibraryThatCouldNotBeStartedAgain) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -214,27 +215,28 @@ TEST_F(DeInitialize, DoesNotCallALibraryThatCouldNotBeStartedAgain) {
 
 TEST_F(DeInitialize, ChecksForAJobEveryHalfSecond) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  HoldJobs(3000, 0);
+  DelayJobs(3000, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_TracedLines, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{600, WAIT_ATTACH},
-                                         TracedAt{1100, WAIT_ATTACH}, TracedAt{1600, WAIT_ATTACH},
-                                         TracedAt{2100, WAIT_ATTACH}, TracedAt{2600, WAIT_ATTACH}));
-  EXPECT_EQ(m_Ms, 3200U);
+  EXPECT_THAT(m_TracedLines,
+              ElementsAre(TimedLine{100, WAIT_ATTACH}, TimedLine{600, WAIT_ATTACH},
+                          TimedLine{1100, WAIT_ATTACH}, TimedLine{1600, WAIT_ATTACH},
+                          TimedLine{2100, WAIT_ATTACH}, TimedLine{2600, WAIT_ATTACH}));
+  EXPECT_EQ(m_StopMs, 3200U);
   EXPECT_EQ(m_Host.Cards().Get("card1", "iom_state"), "2");
   EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
 }
 
 TEST_F(DeInitialize, DoesNotWaitForAJobThatEndsDuringTheFirstSleep) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  HoldJobs(99, 0);
+  DelayJobs(99, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
   EXPECT_THAT(m_TracedLines, IsEmpty());
-  EXPECT_EQ(m_Ms, 200U);
+  EXPECT_EQ(m_StopMs, 200U);
 }
 
-TEST_F(DeInitialize, DoesNotWaitForAnEndedJob) {
+TEST_F(DeInitialize, DoesNotWaitForAFinishedJob) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   ASSERT_EQ(Attach(), 0U);
   ASSERT_EQ(Detach(), 0U);
@@ -243,29 +245,29 @@ TEST_F(DeInitialize, DoesNotWaitForAnEndedJob) {
   EXPECT_THAT(m_TracedLines, IsEmpty());
 }
 
-TEST_F(DeInitialize, WaitsForBothJobsAndTracesThemInTurn) {
+TEST_F(DeInitialize, WaitsForBothJobsAndTracesEachRunningJob) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  HoldJobs(700, 1300);
+  DelayJobs(700, 1300);
   ASSERT_EQ(Detach(), 0U);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_TracedLines, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{100, WAIT_DETACH},
-                                         TracedAt{600, WAIT_ATTACH}, TracedAt{600, WAIT_DETACH},
-                                         TracedAt{1100, WAIT_DETACH}));
-  EXPECT_EQ(m_Ms, 1700U);
+  EXPECT_THAT(m_TracedLines, ElementsAre(TimedLine{100, WAIT_ATTACH}, TimedLine{100, WAIT_DETACH},
+                                         TimedLine{600, WAIT_ATTACH}, TimedLine{600, WAIT_DETACH},
+                                         TimedLine{1100, WAIT_DETACH}));
+  EXPECT_EQ(m_StopMs, 1700U);
 }
 
 TEST_F(DeInitialize, TreatsAForcedDetachAsADetach) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  HoldJobs(0, 200);
+  DelayJobs(0, 200);
   ASSERT_EQ(m_Host.Run(m_Host.AdapterId(0), PI::OP_FORCE_DETACH), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_TracedLines, ElementsAre(TracedAt{100, WAIT_DETACH}));
+  EXPECT_THAT(m_TracedLines, ElementsAre(TimedLine{100, WAIT_DETACH}));
 }
 
 // Checks at 100, 600, ... 25,100 ms; only the last one is past 25 s.
-std::vector<TracedAt> EveryCheck(const std::vector<const char*>& lines) {
-  std::vector<TracedAt> tracedLines;
+std::vector<TimedLine> EveryCheck(const std::vector<const char*>& lines) {
+  std::vector<TimedLine> tracedLines;
   for (unsigned long ms = 100; ms <= 25100; ms += 500) {
     for (const char* line : lines) tracedLines.push_back({ms, line});
   }
@@ -274,25 +276,25 @@ std::vector<TracedAt> EveryCheck(const std::vector<const char*>& lines) {
 
 TEST_F(DeInitialize, WaitsForAJobOfJustUnderTwentyFiveSeconds) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  HoldJobs(25099, 0);
+  DelayJobs(25099, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  std::vector<TracedAt> expected = EveryCheck({WAIT_ATTACH});
+  std::vector<TimedLine> expected = EveryCheck({WAIT_ATTACH});
   expected.pop_back();
   EXPECT_EQ(expected.size(), 50U);
   EXPECT_THAT(m_TracedLines, ElementsAreArray(expected));
-  EXPECT_EQ(m_Ms, 25200U);
+  EXPECT_EQ(m_StopMs, 25200U);
 }
 
-TEST_F(DeInitialize, AbandonsAJobAfterTwentyFiveSecondsAndLetsItRun) {
+TEST_F(DeInitialize, AbandonsAJobAfterTwentyFiveSecondsWithoutCancelingIt) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  HoldJobs(25150, 0);
+  DelayJobs(25150, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  std::vector<TracedAt> expected = EveryCheck({WAIT_ATTACH});
+  std::vector<TimedLine> expected = EveryCheck({WAIT_ATTACH});
   expected.push_back({25100, "16 Kill Attach"});
   EXPECT_THAT(m_TracedLines, ElementsAreArray(expected));
-  EXPECT_EQ(m_Ms, 25200U);
+  EXPECT_EQ(m_StopMs, 25200U);
   AwaitJobs();
   ASSERT_EQ(HostKit::Threads().size(), 1U);
   EXPECT_FALSE(HostKit::Threads()[0].canceled);
@@ -301,15 +303,15 @@ TEST_F(DeInitialize, AbandonsAJobAfterTwentyFiveSecondsAndLetsItRun) {
 
 TEST_F(DeInitialize, AbandonsBothJobsAtTheSameCheck) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  HoldJobs(60000, 50000);
+  DelayJobs(60000, 50000);
   ASSERT_EQ(Attach(), 0U);
   ASSERT_EQ(Detach(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  std::vector<TracedAt> expected = EveryCheck({WAIT_ATTACH, WAIT_DETACH});
+  std::vector<TimedLine> expected = EveryCheck({WAIT_ATTACH, WAIT_DETACH});
   expected.push_back({25100, "16 Kill Attach"});
   expected.push_back({25100, "16 Kill Detach"});
   EXPECT_THAT(m_TracedLines, ElementsAreArray(expected));
-  EXPECT_EQ(m_Ms, 25200U);
+  EXPECT_EQ(m_StopMs, 25200U);
   EXPECT_EQ(m_Host.Calls().back(), "vsl_fini");
   AwaitJobs();
   for (const HostKit::ThreadView& thread : HostKit::Threads()) EXPECT_FALSE(thread.canceled);
@@ -317,12 +319,12 @@ TEST_F(DeInitialize, AbandonsBothJobsAtTheSameCheck) {
 
 TEST_F(DeInitialize, ASecondCallWaitsForAnAbandonedJob) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  HoldJobs(26000, 0);
+  DelayJobs(26000, 0);
   ASSERT_EQ(Attach(), 0U);
   EXPECT_EQ(Stop(), 0U);
   EXPECT_EQ(Stop(), 0U);
-  EXPECT_THAT(m_TracedLines, ElementsAre(TracedAt{100, WAIT_ATTACH}, TracedAt{600, WAIT_ATTACH}));
-  EXPECT_EQ(m_Ms, 1200U);
+  EXPECT_THAT(m_TracedLines, ElementsAre(TimedLine{100, WAIT_ATTACH}, TimedLine{600, WAIT_ATTACH}));
+  EXPECT_EQ(m_StopMs, 1200U);
 }
 
 }  // namespace

@@ -35,7 +35,7 @@ class Debounce : public WorkerFixture {
     return CollectAndRender();
   }
   // Whether the next quick poll sees a difference from the stored record.
-  bool PollSeesAChange() {
+  bool QuickPollSeesAChange() {
     const std::size_t before = Scans();
     WaitForWakeUps();
     return Scans() > before;
@@ -46,11 +46,11 @@ TEST_F(Debounce, AcceptsAMaskInTheThirdComparison) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
-  EXPECT_TRUE(PollSeesAChange());  // the stored mask has not changed
+  EXPECT_TRUE(QuickPollSeesAChange());  // the stored mask has not changed
   EXPECT_THAT(CollectAndRender(), IsEmpty());
-  EXPECT_TRUE(PollSeesAChange());
+  EXPECT_TRUE(QuickPollSeesAChange());
   EXPECT_THAT(CollectAndRender(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
-  EXPECT_FALSE(PollSeesAChange());
+  EXPECT_FALSE(QuickPollSeesAChange());
 }
 
 TEST_F(Debounce, ShowsStatusAndReasonsImmediately) {
@@ -76,20 +76,20 @@ TEST_F(Debounce, NeedsThreeComparisonsToReturnToNormal) {
   EXPECT_THAT(ScanWithErrors(0, "0"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_NORMAL object 1"));
-  EXPECT_FALSE(PollSeesAChange());
+  EXPECT_FALSE(QuickPollSeesAChange());
 }
 
-TEST_F(Debounce, DoesNotReportAMaskSeenByOneScan) {
+TEST_F(Debounce, DoesNotReportAMaskSeenInOnlyOneScan) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   Set("card0", "current_errors", "0");
-  EXPECT_FALSE(PollSeesAChange());  // the stored mask never changed
+  EXPECT_FALSE(QuickPollSeesAChange());  // the stored mask never changed
   WaitForScans(4);
   EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
-TEST_F(Debounce, DoesNotReportAMaskSeenByTwoScans) {
+TEST_F(Debounce, DoesNotReportAMaskSeenInOnlyTwoScans) {
   AddCards(1);
   StartWatch();
   EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
@@ -99,11 +99,11 @@ TEST_F(Debounce, DoesNotReportAMaskSeenByTwoScans) {
   EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
-TEST_F(Debounce, NeverAcceptsAFlickeringMask) {
+TEST_F(Debounce, DoesNotAcceptAMaskUntilItIsStable) {
   AddCards(1);
   StartWatch();
   for (int i = 0; i < 6; ++i) EXPECT_THAT(ScanWithErrors(0, i % 2 == 0 ? "1" : "0"), IsEmpty());
-  // Three comparisons are needed after the last flicker.
+  // Once the mask is stable, it is accepted in the third comparison.
   EXPECT_THAT(ScanWithErrors(0, "1"), IsEmpty());
   EXPECT_THAT(NextScan(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_INTERNAL_ERROR object 1"));
@@ -162,11 +162,11 @@ TEST_F(InformationDebounce, AcceptsTheMaskInTheThirdComparison) {
   AddCards(1);
   StartWatch();
   SetInformation("2");
-  EXPECT_TRUE(PollSeesAChange());
+  EXPECT_TRUE(QuickPollSeesAChange());
   EXPECT_EQ(Reasons(FIRST), "[UNACTIVATED_FIRMWARE ATTACHED]");
-  EXPECT_TRUE(PollSeesAChange());
-  EXPECT_TRUE(PollSeesAChange());
-  EXPECT_FALSE(PollSeesAChange());
+  EXPECT_TRUE(QuickPollSeesAChange());
+  EXPECT_TRUE(QuickPollSeesAChange());
+  EXPECT_FALSE(QuickPollSeesAChange());
   EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
@@ -175,27 +175,27 @@ TEST_F(InformationDebounce, NeedsThreeComparisonsToReturnToNormal) {
   SetInformation("2");
   StartWatch();
   SetInformation("0");
-  EXPECT_TRUE(PollSeesAChange());
-  EXPECT_TRUE(PollSeesAChange());
+  EXPECT_TRUE(QuickPollSeesAChange());
+  EXPECT_TRUE(QuickPollSeesAChange());
   EXPECT_THAT(CollectAndRender(), IsEmpty());
-  EXPECT_TRUE(PollSeesAChange());
+  EXPECT_TRUE(QuickPollSeesAChange());
   EXPECT_THAT(CollectAndRender(), ElementsAre("CTRL_NORMAL object 1"));
-  EXPECT_FALSE(PollSeesAChange());
+  EXPECT_FALSE(QuickPollSeesAChange());
 }
 
-TEST_F(InformationDebounce, DoesNotAcceptAMaskSeenByTwoScans) {
+TEST_F(InformationDebounce, DoesNotAcceptAMaskSeenInOnlyTwoScans) {
   AddCards(1);
   StartWatch();
   SetInformation("2");
-  EXPECT_TRUE(PollSeesAChange());
-  EXPECT_TRUE(PollSeesAChange());
+  EXPECT_TRUE(QuickPollSeesAChange());
+  EXPECT_TRUE(QuickPollSeesAChange());
   SetInformation("0");
-  EXPECT_FALSE(PollSeesAChange());
+  EXPECT_FALSE(QuickPollSeesAChange());
   WaitForScans(3);
   EXPECT_THAT(CollectAndRender(), IsEmpty());
 }
 
-// The warning is accepted one scan before the information.
+// The warning mask is accepted one scan before the information mask.
 TEST_F(InformationDebounce, DoesNotEnableInformationEventsBeforeItIsAccepted) {
   AddCards(1);
   StartWatch();
@@ -206,10 +206,10 @@ TEST_F(InformationDebounce, DoesNotEnableInformationEventsBeforeItIsAccepted) {
   EXPECT_THAT(CollectAndRender(), IsEmpty());
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_TEMPERATURE_ABOVE_WARN object 1"));
   EXPECT_THAT(NextScan(), IsEmpty());
-  EXPECT_FALSE(PollSeesAChange());
+  EXPECT_FALSE(QuickPollSeesAChange());
 }
 
-// The information is accepted one scan before the warning.
+// The information mask is accepted one scan before the warning mask.
 TEST_F(InformationDebounce, EnablesInformationEventsOnlyInTheComparisonThatAcceptsIt) {
   AddCards(1);
   StartWatch();
@@ -341,12 +341,12 @@ TEST_F(Debounce, AcceptsTheMasksAndTheRecoveryOfANewCardImmediately) {
   Show(1);
   EXPECT_THAT(NextScan(), ElementsAre("CTRL_PNPADD object 5"));
   EXPECT_EQ(Status(ObjectId(5)), "FAILED");
-  EXPECT_FALSE(PollSeesAChange());
+  EXPECT_FALSE(QuickPollSeesAChange());
   EXPECT_THAT(ScanWithErrors(1, "0"), ElementsAre("CTRL_NORMAL object 5"));
 }
 
 // The history of a card found at startup is filled with its first masks.
-TEST_F(Debounce, DoesNotImmediatelyAcceptTheRecoveryOfAnOldCard) {
+TEST_F(Debounce, DoesNotImmediatelyAcceptTheRecoveryOfACardFoundAtStartup) {
   AddCards(2);
   Set("card1", "current_errors", "1");
   StartWatch();

@@ -19,7 +19,7 @@ using testing::ElementsAreArray;
 
 using Names = std::vector<std::string>;
 using Numbers = std::vector<std::int32_t>;
-using Three = std::array<std::uint64_t, 3>;
+using MaskHistory = std::array<std::uint64_t, 3>;
 
 // clang-format off
 #define PATH_FIELDS(X) \
@@ -71,9 +71,9 @@ using Three = std::array<std::uint64_t, 3>;
 // The fields that an assignment does not change.
 #define HISTORY_FIELDS(X) \
   X(std::uint64_t, m_FlagHistoryIndex) \
-  X(Three, m_ErrorHistory) \
-  X(Three, m_WarningHistory) \
-  X(Three, m_InfoHistory)
+  X(MaskHistory, m_ErrorHistory) \
+  X(MaskHistory, m_WarningHistory) \
+  X(MaskHistory, m_InfoHistory)
 
 #define DRIVE_FIELDS(X) \
   X(std::uint32_t, m_CardIndex) \
@@ -99,21 +99,21 @@ using Three = std::array<std::uint64_t, 3>;
   X(bool, m_PowerOfTwoSectors)
 // clang-format on
 
-#define IN_PATH(type, name) \
+#define CHECK_PATH(type, name) \
   static_assert(std::is_same_v<decltype(CControlDevicePath::name), type>, #name);
-#define IN_ADAPTER(type, name) \
+#define CHECK_ADAPTER(type, name) \
   static_assert(std::is_same_v<decltype(CFusionIOAdapter::name), type>, #name);
-#define IN_HISTORY(type, name)                                                                \
+#define CHECK_HISTORY(type, name)                                                             \
   static_assert(std::is_same_v<decltype(CFusionIOAdapter::name.m_Value), type> &&             \
                     sizeof(CFusionIOAdapter::name) == sizeof(CFusionIOAdapter::name.m_Value), \
                 #name);
-#define IN_DRIVE(type, name) \
+#define CHECK_DRIVE(type, name) \
   static_assert(std::is_same_v<decltype(CFusionIOPhysicalDrive::name), type>, #name);
 
-PATH_FIELDS(IN_PATH)
-ADAPTER_FIELDS(IN_ADAPTER)
-HISTORY_FIELDS(IN_HISTORY)
-DRIVE_FIELDS(IN_DRIVE)
+PATH_FIELDS(CHECK_PATH)
+ADAPTER_FIELDS(CHECK_ADAPTER)
+HISTORY_FIELDS(CHECK_HISTORY)
+DRIVE_FIELDS(CHECK_DRIVE)
 
 #define COUNT_ONE(type, name) +1
 static_assert(PATH_FIELDS(COUNT_ONE) == 2);
@@ -122,7 +122,7 @@ static_assert(DRIVE_FIELDS(COUNT_ONE) == 21);
 
 // Returns the names of the fields in the declaration of a class. The layout alone would not reveal
 // a field in a padding gap.
-Names DeclaredIn(const std::string& record) {
+Names DeclaredFields(const std::string& record) {
   std::ifstream header(CORVANE_SOURCES "/Corvane/Src/DeviceRecords.h");
   const std::regex field("  [A-Za-z][^({]* (m_\\w+)( = .*|\\{.*\\})?;.*");
   Names names;
@@ -139,16 +139,17 @@ Names DeclaredIn(const std::string& record) {
 #define NAME(type, name) #name,
 
 TEST(DeviceRecordFields, AControlDeviceHasExactlyTheseFields) {
-  EXPECT_THAT(DeclaredIn("CControlDevicePath"), ElementsAreArray(Names{PATH_FIELDS(NAME)}));
+  EXPECT_THAT(DeclaredFields("CControlDevicePath"), ElementsAreArray(Names{PATH_FIELDS(NAME)}));
 }
 
 TEST(DeviceRecordFields, AnAdapterHasExactlyTheseFields) {
-  EXPECT_THAT(DeclaredIn("CFusionIOAdapter"),
+  EXPECT_THAT(DeclaredFields("CFusionIOAdapter"),
               ElementsAreArray(Names{ADAPTER_FIELDS(NAME) HISTORY_FIELDS(NAME)}));
 }
 
 TEST(DeviceRecordFields, ADriveHasExactlyTheseFields) {
-  EXPECT_THAT(DeclaredIn("CFusionIOPhysicalDrive"), ElementsAreArray(Names{DRIVE_FIELDS(NAME)}));
+  EXPECT_THAT(DeclaredFields("CFusionIOPhysicalDrive"),
+              ElementsAreArray(Names{DRIVE_FIELDS(NAME)}));
 }
 
 }  // namespace

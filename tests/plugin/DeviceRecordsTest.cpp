@@ -17,7 +17,7 @@ namespace PI = ::PI;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-using Three = std::array<std::uint64_t, 3>;
+using MaskHistory = std::array<std::uint64_t, 3>;
 
 void Put(std::ostream& text, const std::vector<std::int32_t>& list) {
   for (const std::int32_t each : list) text << each << '+';
@@ -112,12 +112,12 @@ void FillHistories(CFusionIOAdapter& adapter, std::uint64_t base) {
 
 void ExpectHistories(const CFusionIOAdapter& adapter, std::uint64_t base) {
   EXPECT_EQ(adapter.m_FlagHistoryIndex.m_Value, base % 3);
-  EXPECT_EQ(adapter.m_ErrorHistory.m_Value, (Three{base, base + 1, base + 2}));
-  EXPECT_EQ(adapter.m_WarningHistory.m_Value, (Three{base + 3, base + 4, base + 5}));
-  EXPECT_EQ(adapter.m_InfoHistory.m_Value, (Three{base + 6, base + 7, base + 8}));
+  EXPECT_EQ(adapter.m_ErrorHistory.m_Value, (MaskHistory{base, base + 1, base + 2}));
+  EXPECT_EQ(adapter.m_WarningHistory.m_Value, (MaskHistory{base + 3, base + 4, base + 5}));
+  EXPECT_EQ(adapter.m_InfoHistory.m_Value, (MaskHistory{base + 6, base + 7, base + 8}));
 }
 
-void ExpectBaseOfFilled(const PI::CObject& object) {
+void ExpectFilledBase(const PI::CObject& object) {
   EXPECT_EQ(object.m_ID, 500U);
   EXPECT_EQ(object.m_ChangeCount, 501U);
   EXPECT_THAT(object.m_Parents, ElementsAre(502));
@@ -172,7 +172,7 @@ void ExpectOrder(const Record& record, const Fields&... fields) {
 constexpr const char* ADAPTER_DEFAULTS =
     // index, number, vendor, board, model, name
     "0|0|SanDisk||||"
-    // location, serial number, driver, its version, firmware, path
+    // location, serial number, driver, driver version, firmware, path
     "||||||"
     // segment, bus, device, function, slot
     "18446744073709551615|0|0|0|18446744073709551615|"
@@ -180,9 +180,9 @@ constexpr const char* ADAPTER_DEFAULTS =
     "0|0|0|0|0|0|0|"
     // status, activity, reasons
     "40024|40102||"
-    // LED state, its flag, throttling, first use, origin
+    // has a locate LED, LED flag, throttling, first use, origin
     "0|0|40252|18446744073709551615|18446744073709551615|"
-    // spare status, reserve, external power, its connector
+    // spare status, reserve, external power, whether it is connected
     "40024|1|40252|0|"
     // slot power, power limit, warning temperature, set point
     "0|0|0|0|";
@@ -199,7 +199,7 @@ constexpr const char* DRIVE_DEFAULTS =
     // over-formatting, drive flag, powers of two
     "1|0|0|";
 
-TEST(DeviceRecords, ANewAdapterHasUnknownValues) {
+TEST(DeviceRecords, ANewAdapterHasDefaultValues) {
   const CFusionIOAdapter adapter;
   EXPECT_EQ(FieldsOf(adapter), ADAPTER_DEFAULTS);
   EXPECT_EQ(adapter.m_ObjectType, 19038U);
@@ -209,11 +209,11 @@ TEST(DeviceRecords, ANewAdapterHasUnknownValues) {
   EXPECT_EQ(adapter.m_FlagHistoryIndex.m_Value, 0U);
   for (const FlagHistory* history :
        {&adapter.m_ErrorHistory, &adapter.m_WarningHistory, &adapter.m_InfoHistory}) {
-    EXPECT_EQ(history->m_Value, (Three{0, 0, 0}));
+    EXPECT_EQ(history->m_Value, (MaskHistory{0, 0, 0}));
   }
 }
 
-TEST(DeviceRecords, ANewDriveHasUnknownValues) {
+TEST(DeviceRecords, ANewDriveHasDefaultValues) {
   const CFusionIOPhysicalDrive drive;
   EXPECT_EQ(FieldsOf(drive), DRIVE_DEFAULTS);
   EXPECT_EQ(drive.m_ObjectType, 19018U);
@@ -226,7 +226,7 @@ TEST(DeviceRecords, ACopiedAdapterHasAllFields) {
   const CFusionIOAdapter copy(adapter);
   EXPECT_EQ(FieldsOf(copy), FieldsOf(adapter));
   EXPECT_NE(FieldsOf(copy), ADAPTER_DEFAULTS);
-  ExpectBaseOfFilled(copy);
+  ExpectFilledBase(copy);
   ExpectHistories(copy, 100);
 }
 
@@ -237,7 +237,7 @@ TEST(DeviceRecords, AnAssignedAdapterKeepsItsHistories) {
   FillHistories(target, 200);
   target = adapter;
   EXPECT_EQ(FieldsOf(target), FieldsOf(adapter));
-  ExpectBaseOfFilled(target);
+  ExpectFilledBase(target);
   ExpectHistories(target, 200);
   ExpectHistories(adapter, 100);
 }
@@ -282,7 +282,7 @@ TEST(DeviceRecords, ACopiedOrAssignedDriveHasAllFields) {
   for (const CFusionIOPhysicalDrive* each : {&copy, &std::as_const(target)}) {
     EXPECT_EQ(FieldsOf(*each), FieldsOf(drive));
     EXPECT_NE(FieldsOf(*each), DRIVE_DEFAULTS);
-    ExpectBaseOfFilled(*each);
+    ExpectFilledBase(*each);
   }
 }
 

@@ -48,8 +48,8 @@ class Dispatch : public testing::Test {
     return m_Host.Execute(PI::CMD_SET_PROPERTY, id, &property);
   }
 
-  // Returns the router's trace lines that start with `begin`.
-  Lines CountLines(const char* begin) { return StartingWith(LeveledTraces(m_Host), begin); }
+  // Returns the trace lines that start with `begin`.
+  Lines LinesStartingWith(const char* begin) { return StartingWith(LeveledTraces(m_Host), begin); }
 
   SimulatedHost m_Host;
   std::uint64_t m_Plugin = 0;
@@ -78,7 +78,7 @@ TEST_F(Dispatch, IdsStartWithTheModuleNumberAndCountUp) {
   EXPECT_EQ(m_Drive, 0x0130000000000004U);
 }
 
-TEST_F(Dispatch, EachKindOfObjectListsItsOwnRows) {
+TEST_F(Dispatch, EachKindOfObjectHasItsOwnPropertiesAndOperations) {
   EXPECT_EQ(ShownValue(m_Host, m_Plugin, PI::Property::NAME), "SanDisk-Plugin");
   EXPECT_EQ(ShownValue(m_Host, m_Adapter, PI::Property::OS_DEVICE), "/dev/fct1");
   EXPECT_EQ(ShownValue(m_Host, m_Host.AdapterId(0), PI::Property::OS_DEVICE), "/dev/fct0");
@@ -110,15 +110,15 @@ TEST_F(Dispatch, ThePluginObjectPassesEveryCheck) {
   EXPECT_EQ(m_Host.Check(m_Plugin, 99999), 0U);
 }
 
-// The six requests that name an object.
+// The six requests that address an object.
 struct Request {
   const char* name;
   bool queriesCard;  // if sent to an adapter
   unsigned int (*send)(SimulatedHost& host, std::uint64_t id);
 };
 
-void PrintTo(const Request& each, std::ostream* stream) {
-  *stream << each.name;
+void PrintTo(const Request& value, std::ostream* stream) {
+  *stream << value.name;
 }
 
 constexpr Request REQUESTS[] = {
@@ -183,7 +183,7 @@ TEST_P(EachRequest, ReleasesTheLockAfterAnUnknownObject) {
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
 }
 
-TEST_P(EachRequest, IsServedEvenWhenTheLockCannotBeTaken) {
+TEST_P(EachRequest, IsServedEvenWhenTheLockCannotBeAcquired) {
   HostKit::FailLockWait(1, 1);
   EXPECT_EQ(Send(m_Adapter), ExpectedResult());
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_EQ(lock.depth, 0U);
@@ -196,7 +196,7 @@ TEST_P(EachRequest, TracesTheLockOnce) {
   EXPECT_EQ(Count(lines, AFTER_LOCK), 1);
 }
 
-TEST_P(EachRequest, IsServedAfterTheStop) {
+TEST_P(EachRequest, IsServedAfterDeInitialize) {
   m_Host.DeInitialize();
   EXPECT_EQ(Send(UNKNOWN_OBJECT), Number::ERR_INVALID_OBJECT_ID);
   EXPECT_EQ(Send(m_Plugin),
@@ -205,8 +205,8 @@ TEST_P(EachRequest, IsServedAfterTheStop) {
                                                                  : 0U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Router, EachRequest, testing::ValuesIn(REQUESTS),
-                         [](const auto& each) { return each.param.name; });
+INSTANTIATE_TEST_SUITE_P(Requests, EachRequest, testing::ValuesIn(REQUESTS),
+                         [](const auto& test) { return test.param.name; });
 
 TEST(DispatchBeforeInitialize, ThePluginObjectHasIdZero) {
   SimulatedHost host;
@@ -244,7 +244,7 @@ TEST_F(Dispatch, AFailedListingIsEmptyAndKeepsItsCapacity) {
   EXPECT_GE(operations.capacity(), 50U);
 }
 
-TEST_F(Dispatch, AFailedInitializeEmptiesItsPayload) {
+TEST_F(Dispatch, AFailedInitializeClearsItsPayload) {
   std::vector<PI::CAdapterID> ids(3);
   ids.reserve(50);
   HostKit::FailLockInit(1);
@@ -273,7 +273,7 @@ TEST_F(Dispatch, ASuccessfulReadReplacesTheCompleteRecord) {
   EXPECT_EQ(Render(property), "PCI_BUS = 4 (label BUS, sort 23132)");
 }
 
-TEST_F(Dispatch, AReadOfAllPropertiesReturnsTheFirst) {
+TEST_F(Dispatch, ASingleReadWithTheAllSelectorReturnsTheFirst) {
   PI::CProperty property(PI::Property::UNDEFINED, false);
   EXPECT_EQ(m_Host.Property(m_Plugin, 1, property), 0U);
   EXPECT_EQ(ValueOf(property), "Plugin:ID=304");
@@ -334,10 +334,10 @@ TEST_F(Dispatch, AListingTracesHowManyObjectsItSearches) {
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
   m_Host.ClearTraces();
   m_Host.Properties(m_Adapter);
-  EXPECT_THAT(CountLines("4 "), ElementsAre(adapters));
+  EXPECT_THAT(LinesStartingWith("4 "), ElementsAre(adapters));
   m_Host.ClearTraces();
   m_Host.Properties(m_Drive);
-  EXPECT_THAT(CountLines("4 "), ElementsAre(adapters, drives));
+  EXPECT_THAT(LinesStartingWith("4 "), ElementsAre(adapters, drives));
   m_Host.ClearTraces();
   m_Host.Properties(UNKNOWN_OBJECT);
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
@@ -350,7 +350,7 @@ TEST_F(Dispatch, AReadTracesHowManyObjectsItSearches) {
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
   m_Host.ClearTraces();
   Get(m_Adapter, PI::Property::NAME);
-  EXPECT_THAT(CountLines("4 "), ElementsAre(adapters));
+  EXPECT_THAT(LinesStartingWith("4 "), ElementsAre(adapters));
   m_Host.ClearTraces();
   Get(UNKNOWN_OBJECT, PI::Property::NAME);
   EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));

@@ -126,7 +126,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, DriveSize, testing::ValuesIn(SIZE_CASES), [](con
   return std::string(each.param.attribute) + "_" + std::to_string(each.index);
 });
 
-TEST(DrivePercentage, IsComputedWhenTheCardHasNone) {
+TEST(DrivePercentage, IsComputedWhenTheCardDoesNotReportIt) {
   const struct {
     std::uint64_t formatted;
     std::uint64_t size;
@@ -166,12 +166,12 @@ TEST(DrivePercentage, IsZeroWithoutSizes) {
   EXPECT_EQ(card.Drive(Property::FORMATTED_PERCENTAGE), "0");
 }
 
-// The largest size that a format can request: 10 MiB is the card's own size, 20 the maximum of a
-// format, 30 the maximum in over-format mode.
+// The largest size that a format can request: 10 MiB is the card's size, 20 the maximum size
+// of a format, and 30 the maximum in over-format mode.
 struct LargestCase {
   const char* name;
   bool hasSize;
-  bool hasLargest;
+  bool hasMaximum;
   const char* disallowed;
   bool hasMode;
   const char* shown;
@@ -180,15 +180,15 @@ struct LargestCase {
 
 TEST(DriveConfigurableSize, IsTheLargestSizeThatAFormatCanRequest) {
   const LargestCase cases[] = {
-      // name, size, largest size, over-formatting disallowed, size mode, shown, modes set
+      // name, size, maximum size, over-formatting disallowed, size mode, shown, modes set
       {"everything", true, true, "false", true, "30", 1},
       {"over-formatting not reported", true, true, NONE, true, "30", 1},
       {"over-formatting disallowed", true, true, "true", true, "20", 0},
       {"no size mode", true, true, "false", false, "20", 0},
-      {"no largest size", true, false, "false", true, "10", 1},
-      {"no largest size, disallowed", true, false, "true", true, "10", 0},
+      {"no maximum size", true, false, "false", true, "10", 1},
+      {"no maximum size, disallowed", true, false, "true", true, "10", 0},
       {"no size", false, true, "true", true, "20", 0},
-      {"nothing", false, false, "true", true, "0", 0},
+      {"neither size", false, false, "true", true, "0", 0},
   };
   for (const LargestCase& each : cases) {
     SCOPED_TRACE(each.name);
@@ -197,7 +197,7 @@ TEST(DriveConfigurableSize, IsTheLargestSizeThatAFormatCanRequest) {
     SetMiB(card, "iom_format_max_size_bytes", 20);
     SetMiB(card, "overformat_size_bytes", 30);
     if (!each.hasSize) card.Without("size_bytes");
-    if (!each.hasLargest) card.Without("iom_format_max_size_bytes");
+    if (!each.hasMaximum) card.Without("iom_format_max_size_bytes");
     SetOrRemove(card, "iom_format_disallow_overformat", each.disallowed);
     SetOrRemove(card, "iom_format_size_mode", each.hasMode ? "true" : NONE);
     ASSERT_EQ(card.Scan(), 0U);
@@ -217,8 +217,9 @@ TEST(DriveConfigurableSize, IsUnchangedWhenTheModeIsRejected) {
   EXPECT_EQ(Count(card.Host().Calls(), "vsl_iom_format_max_size_bytes format#1"), 2);
 }
 
-// Runs a format without parameters and returns its call that sets the smallest sector size.
-std::string SmallestSector(ScannedCard& card) {
+// Runs a format without parameters, which uses the smallest sector size, and returns the call that
+// sets it.
+std::string SectorSizeCall(ScannedCard& card) {
   card.Host().ClearCalls();
   card.Host().Run(card.Host().DriveId(0), PI::OP_FORMAT_DEVICE);
   const Lines calls = StartingWith(card.Host().Calls(), "vsl_iom_format_set_sector_size_bytes");
@@ -235,7 +236,7 @@ TEST(DriveSectorLimit, IsTheLimitOfTheCardOr512) {
     ScannedCard card;
     SetOrRemove(card, "iom_format_min_sector_size_bytes", value);
     ASSERT_EQ(card.Scan(), 0U);
-    EXPECT_EQ(SmallestSector(card), call);
+    EXPECT_EQ(SectorSizeCall(card), call);
   }
 }
 
@@ -252,7 +253,7 @@ TEST(DriveWithoutFormatHandle, IsListedWithoutLimits) {
   EXPECT_EQ(card.Drive(Property::FORMATTED_PERCENTAGE), "0");
   EXPECT_EQ(card.Drive(Property::NAME), "Flash Adapter G2 (0)");
   EXPECT_EQ(card.Drive(Property::STATUS), "AVAILABLE");
-  EXPECT_EQ(SmallestSector(card), "vsl_iom_format_set_sector_size_bytes format#1 0");
+  EXPECT_EQ(SectorSizeCall(card), "vsl_iom_format_set_sector_size_bytes format#1 0");
 }
 
 // Returns how often a format to the maximum capacity sets the size mode, which it does only if
@@ -311,7 +312,7 @@ TEST(DrivePair, DoesNotLeakAHandle) {
   for (const char* failing : {"vsl_iom_format_create", "vsl_adapter_create", "vsl_close"}) {
     ScannedCard card;
     CardSim::FailCall(failing, 1, 12, "busy");
-    EXPECT_THAT(LogOf(card.Host()).handles, IsEmpty()) << failing;
+    EXPECT_THAT(LogFirstScan(card.Host()).handles, IsEmpty()) << failing;
   }
 }
 

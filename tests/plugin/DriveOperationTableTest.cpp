@@ -16,7 +16,8 @@ using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Renders the identifier, the name, the eight other numbers and the number of parameters.
+// Renders the identifier, the name, the other fields in the order of `OperationRow`, and the number
+// of parameters.
 std::vector<std::string> Rows(const CFusionIOPhysicalDrive& drive) {
   std::vector<PI::COperation> operations;
   AppendDriveOperations(drive, operations);

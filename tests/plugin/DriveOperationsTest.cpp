@@ -90,7 +90,7 @@ INSTANTIATE_TEST_SUITE_P(
         FormatCheck{"WithAnError", "current_errors", "1", Number::ERR_PHYSICALDRIVE_NOT_AVAILABLE},
         FormatCheck{"InMinimalMode", "iom_state", "5", Number::ERR_PHYSICALDRIVE_NOT_AVAILABLE},
         FormatCheck{"Failed", "iom_state", "6", Number::ERR_PHYSICALDRIVE_NOT_AVAILABLE}),
-    [](const auto& each) { return std::string(each.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 struct UnitCheck {
   const char* name;
@@ -104,7 +104,8 @@ std::ostream& operator<<(std::ostream& out, const UnitCheck& check) {
   return out << check.name;
 }
 
-Lines Enumeration(std::size_t units) {
+// Returns the calls that query the state of each unit.
+Lines UnitQueries(std::size_t units) {
   Lines calls = {"vsl_iom_create_by_name /dev/fct0"};
   for (std::size_t i = 1; i <= units; ++i) {
     calls.push_back("vsl_vsu_iterate card#1");
@@ -119,9 +120,9 @@ class CheckUnits : public DriveOperations, public testing::WithParamInterface<Un
 
 TEST_P(CheckUnits, ReadsEveryUnit) {
   StartWith(GetParam().volumes);
-  const std::pair<std::uint32_t, std::uint32_t> wanted[] = {
+  const std::pair<std::uint32_t, std::uint32_t> expected[] = {
       {Number::OP_MAKE_ONLINE, GetParam().online}, {Number::OP_MAKE_OFFLINE, GetParam().offline}};
-  for (const auto& [operation, result] : wanted) {
+  for (const auto& [operation, result] : expected) {
     Clear();
     EXPECT_EQ(m_Host.Check(DRIVE, operation), result) << operation;
     EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().calls));
@@ -137,15 +138,15 @@ TEST_P(CheckUnits, ReadsEveryUnit) {
 INSTANTIATE_TEST_SUITE_P(
     Cards, CheckUnits,
     testing::Values(
-        UnitCheck{"WithoutUnits", "[]", Number::ERR_GENERAL, Number::ERR_GENERAL, Enumeration(0)},
-        UnitCheck{"WithOneOnline", R"([{"state": 1}])", Number::ERR_GENERAL, 0, Enumeration(1)},
-        UnitCheck{"WithOneOffline", R"([{"state": 0}])", 0, Number::ERR_GENERAL, Enumeration(1)},
-        UnitCheck{"WithBoth", R"([{"state": 0}, {"state": 1}])", 0, 0, Enumeration(2)},
-        UnitCheck{"WithBothReversed", R"([{"state": 1}, {"state": 0}])", 0, 0, Enumeration(2)},
+        UnitCheck{"WithoutUnits", "[]", Number::ERR_GENERAL, Number::ERR_GENERAL, UnitQueries(0)},
+        UnitCheck{"WithOneOnline", R"([{"state": 1}])", Number::ERR_GENERAL, 0, UnitQueries(1)},
+        UnitCheck{"WithOneOffline", R"([{"state": 0}])", 0, Number::ERR_GENERAL, UnitQueries(1)},
+        UnitCheck{"WithBoth", R"([{"state": 0}, {"state": 1}])", 0, 0, UnitQueries(2)},
+        UnitCheck{"WithBothReversed", R"([{"state": 1}, {"state": 0}])", 0, 0, UnitQueries(2)},
         // The check does not query whether a state can be set.
         UnitCheck{"WithOneThatIsFixed", R"([{"state": 0, "settable": false}])", 0,
-                  Number::ERR_GENERAL, Enumeration(1)}),
-    [](const auto& each) { return std::string(each.param.name); });
+                  Number::ERR_GENERAL, UnitQueries(1)}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 // The two checks differ deliberately in how they treat a handle that was never created.
 TEST_F(DriveOperations, CheckForOnlineDoesNotDestroyAHandleThatWasNotCreated) {
@@ -183,13 +184,13 @@ TEST_F(DriveOperations, CheckAcceptsAnUnknownOperation) {
   }
 }
 
-// The calls and traces for one storage unit in a switch.
+// A command that switches all storage units, with its calls and traces.
 struct UnitSwitch {
   const char* name;
   const char* volumes;
   std::uint32_t operation;
   std::uint32_t result;
-  Lines calls;   // between the first and the last call of the card
+  Lines calls;   // between vsl_iom_create_by_name and vsl_destroy
   Lines traces;  // between entry and exit
 };
 
@@ -279,7 +280,7 @@ const UnitSwitch UNIT_SWITCHES[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Cards, SwitchUnits, testing::ValuesIn(UNIT_SWITCHES),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 // A failing call for the storage units. A failed iteration ends the enumeration; a unit whose state
 // cannot be read counts as offline, and a unit that cannot report whether it has a state counts as
@@ -292,7 +293,7 @@ struct UnitFailure {
   const char* function;
   unsigned int nth;
   std::uint32_t result;
-  Lines calls;   // between the first and the last call of the card
+  Lines calls;   // between vsl_iom_create_by_name and vsl_destroy
   Lines traces;  // between entry and exit
 };
 
@@ -412,9 +413,9 @@ const UnitFailure UNIT_FAILURES[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Calls, FailingUnits, testing::ValuesIn(UNIT_FAILURES),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
-TEST_F(DriveOperations, SwitchTheUnitsOfTheCardPermanently) {
+TEST_F(DriveOperations, KeepTheNewStateOfTheUnits) {
   StartWith(R"([{"state": 1}])");
   EXPECT_EQ(m_Host.Run(DRIVE, PI::OP_MAKE_OFFLINE), 0U);
   EXPECT_EQ(m_Host.Check(DRIVE, PI::OP_MAKE_OFFLINE), Number::ERR_GENERAL);

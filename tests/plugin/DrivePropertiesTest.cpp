@@ -47,10 +47,10 @@ const std::vector<std::string> ALL_ROWS = {
     "BLOCK_SIZE = 4096 (sort 23278, unit 21025)",
 };
 
-// The numbers of a row: property, value type (1 string, 3 choice, 4 number), choices.
+// The numeric fields of a row: property, value type (1 string, 3 choice, 4 number), choices.
 struct RowNumbers {
   std::uint32_t property;
-  std::uint32_t kind;
+  std::uint32_t valueType;
   std::vector<int> choices;
 };
 
@@ -68,7 +68,7 @@ class DriveProperties : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    m_Host.Watch();
+    m_Host.ClearRecords();
   }
 
   OneCard m_Host{TYPICAL};
@@ -78,20 +78,20 @@ TEST_F(DriveProperties, AreListedInTheOrderOfTheTable) {
   EXPECT_THAT(m_Host.Rows(OneCard::DRIVE), ElementsAreArray(ALL_ROWS));
 }
 
-TEST_F(DriveProperties, HaveTheHostsNumbers) {
+TEST_F(DriveProperties, HaveTheExpectedNumbers) {
   const std::vector<PI::CProperty> properties = m_Host.Properties(OneCard::DRIVE);
   ASSERT_EQ(properties.size(), std::size(ALL_NUMBERS));
   for (std::size_t i = 0; i < properties.size(); ++i) {
     SCOPED_TRACE(ALL_ROWS[i]);
     EXPECT_EQ(properties[i].m_PropertyID, ALL_NUMBERS[i].property);
     EXPECT_EQ(properties[i].m_NameID, ALL_NUMBERS[i].property);
-    EXPECT_EQ(properties[i].m_ValueType, ALL_NUMBERS[i].kind);
+    EXPECT_EQ(properties[i].m_ValueType, ALL_NUMBERS[i].valueType);
     EXPECT_EQ(properties[i].m_Value.m_Choice.m_Allowed, ALL_NUMBERS[i].choices);
     EXPECT_FALSE(properties[i].m_Writable);
   }
 }
 
-TEST_F(DriveProperties, AreTheSameReadOneByOne) {
+TEST_F(DriveProperties, AreTheSameInSingleReads) {
   for (std::size_t i = 0; i < std::size(ALL_NUMBERS); ++i) {
     EXPECT_EQ(m_Host.Row(OneCard::DRIVE, ALL_NUMBERS[i].property), ALL_ROWS[i]);
   }
@@ -152,7 +152,7 @@ TEST_F(DriveProperties, TraceEntryAndStatusInTheList) {
                           "2 GetPhysicalDriveProperties() set status property of disk to 40099"));
 }
 
-TEST_F(DriveProperties, TraceEntryAndStatusOfASingleStatus) {
+TEST_F(DriveProperties, TraceEntryAndStatusInASingleRead) {
   m_Host.Row(OneCard::DRIVE, Property::STATUS);
   EXPECT_THAT(m_Host.LeveledTraces(),
               ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
@@ -173,8 +173,8 @@ struct Case {
   const char* row;
 };
 
-void PrintTo(const Case& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const Case& value, std::ostream* out) {
+  *out << value.name;
 }
 
 class DriveRow : public testing::TestWithParam<Case> {};
@@ -228,12 +228,12 @@ INSTANTIATE_TEST_SUITE_P(
              {{"pci_domain", "0"}},
              Property::UNIQUE_ID,
              R"(UNIQUE_ID = "PCI:Bus=59&Device=4&Function=1&ID=0" (visible 0))"}),
-    [](const auto& each) { return each.param.name; });
+    [](const auto& test) { return test.param.name; });
 
 TEST(DriveStatus, IsTracedWithItsNumberWhenFailed) {
   OneCard host(Settings{{"current_errors", "1"}});
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   host.Row(OneCard::DRIVE, Property::STATUS);
   EXPECT_THAT(host.Traces(2),
               ElementsAre("ENTER GetPhysicalDriveProperties()",

@@ -43,7 +43,7 @@ TEST_F(EntryPoints, CreateDoesNotCallACard) {
   EXPECT_THAT(m_Host.Calls(), testing::IsEmpty());
 }
 
-TEST_F(EntryPoints, CreateLeavesLocksAndEventsUnusable) {
+TEST_F(EntryPoints, CreateDoesNotInitializeLocksAndEvents) {
   ASSERT_EQ(m_Host.Create(), 0U);
   ASSERT_EQ(HostKit::Locks().size(), 2U);
   for (const HostKit::LockView& lock : HostKit::Locks()) EXPECT_FALSE(lock.initialized);
@@ -109,7 +109,7 @@ TEST_F(EntryPoints, HaveCLinkage) {
   EXPECT_EQ(dlsym(RTLD_DEFAULT, "releaseIf"), reinterpret_cast<void*>(&releaseIf));
 }
 
-// The virtual table of a plug-in, by slot.
+// Returns an entry of the plug-in's virtual table.
 void* Slot(const IPLUGINAPI* plugin, std::size_t index) {
   void* const* table = nullptr;
   std::memcpy(&table, static_cast<const void*>(plugin), sizeof table);
@@ -149,7 +149,7 @@ TEST_F(EntryPoints, TheThirdSlotDestroysAndFrees) {
   releaseIf(&plugin);
 }
 
-TEST_F(EntryPoints, VersionAndModuleFollowTheTablePointer) {
+TEST_F(EntryPoints, VersionAndModuleFollowTheVtablePointer) {
   ASSERT_EQ(m_Host.Create(), 0U);
   std::uint32_t words[4] = {};
   std::memcpy(words, static_cast<const void*>(m_Host.Plugin()), sizeof words);

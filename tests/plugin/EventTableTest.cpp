@@ -26,10 +26,10 @@ class EventTable : public WorkerFixture {
   // Starts with a card whose masks were already set before startup.
   void StartWith(const std::string& errors, const std::string& warnings, const std::string& info) {
     AddCards(1);
-    Masks(errors, warnings, info);
+    SetMasks(errors, warnings, info);
     StartWatch();
   }
-  void Masks(const std::string& errors, const std::string& warnings, const std::string& info) {
+  void SetMasks(const std::string& errors, const std::string& warnings, const std::string& info) {
     Set("card0", "current_errors", errors);
     Set("card0", "current_warnings", warnings);
     Set("card0", "current_info", info);
@@ -37,7 +37,7 @@ class EventTable : public WorkerFixture {
   // Sets new masks and returns the events of the next three scans.
   Lines EventsAfter(const std::string& errors, const std::string& warnings,
                     const std::string& info) {
-    Masks(errors, warnings, info);
+    SetMasks(errors, warnings, info);
     WaitForScans(3);
     return Events();
   }
@@ -94,7 +94,7 @@ TEST_P(EachBit, RaisesNormalWhenTheLastIsCleared) {
   StartWith("0", "0", "0");
   Set("card0", GetParam().mask, GetParam().value);
   WaitForScans(3);
-  Events();
+  m_Host.CollectEvents();
   Set("card0", GetParam().mask, "0");
   WaitForScans(2);
   EXPECT_THAT(Events(), IsEmpty());
@@ -103,11 +103,11 @@ TEST_P(EachBit, RaisesNormalWhenTheLastIsCleared) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Masks, EachBit, testing::ValuesIn(BITS),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(EventTable, IgnoredBitsNeitherRaiseEventsNorCauseAScan) {
   StartWith("0", "0", "0");
-  Masks("0", "0x200", "0x1");
+  SetMasks("0", "0x200", "0x1");
   WaitForWakeUps(2);
   EXPECT_EQ(Scans(), 0U);
   WaitForScans(4);
@@ -150,15 +150,15 @@ struct Information {
   Lines events;
 };
 
-void PrintTo(const Information& each, std::ostream* stream) {
-  *stream << each.name;
+void PrintTo(const Information& value, std::ostream* stream) {
+  *stream << value.name;
 }
 
 // Information events require a change of the information mask; the warning bits decide which of
 // them are raised.
 const Information INFORMATION[] = {
     {"RisesWithoutWarnings", {"0", "0", "0"}, {"0", "0", "0x2"}, {}},
-    {"RisesWithAnOldWarning", {"0", "0x3", "0"}, {"0", "0x3", "0x2"}, {}},
+    {"RisesWithAnEarlierWarning", {"0", "0x3", "0"}, {"0", "0x3", "0x2"}, {}},
     {"RisesWithTheFirstWarning",
      {"0", "0", "0"},
      {"0", "0x1", "0x2"},
@@ -218,7 +218,7 @@ TEST_P(EachInformation, RaisesTheExpectedEvents) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Masks, EachInformation, testing::ValuesIn(INFORMATION),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(EventTable, AnEventHasTheStoredNameOfItsAdapter) {
   StartWith("0", "0", "0");
@@ -281,7 +281,7 @@ TEST_P(EachStateChange, RaisesItsEventImmediatelyAndOnce) {
 }
 
 INSTANTIATE_TEST_SUITE_P(States, EachStateChange, testing::ValuesIn(STATE_CHANGES),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 struct DriveChange {
   const char* name;
@@ -332,7 +332,7 @@ TEST_P(EachDriveChange, RaisesFormatChangedForSizeAndSectorSize) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Attributes, EachDriveChange, testing::ValuesIn(DRIVE_CHANGES),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(EventTable, ASizeThatDiffersByLessThanAMiBRaisesNothing) {
   AddCards(1);
@@ -353,7 +353,7 @@ TEST_F(EventTable, OnePassRaisesEventsInAFixedOrder) {
   StartWatch();
   Hide(3);
   WaitForScans();
-  Events();
+  m_Host.CollectEvents();
   Hide(0);
   Show(3);
   for (const char* card : {"card1", "card2"}) {
@@ -377,7 +377,7 @@ TEST_F(EventTable, OnePassRaisesEventsInAFixedOrder) {
 // Within one adapter: errors, warnings, information, normal, attachment.
 TEST_F(EventTable, OneAdapterRaisesEventsInAFixedOrder) {
   StartWith("0", "0", "0");
-  Masks("0x1", "0x1", "0x2");
+  SetMasks("0x1", "0x1", "0x2");
   WaitForScans(2);
   Set("card0", "iom_state", "0");
   WaitForScans();
@@ -385,7 +385,7 @@ TEST_F(EventTable, OneAdapterRaisesEventsInAFixedOrder) {
                                     AdapterEvent("CTRL_TEMPERATURE_ABOVE_WARN", "3"),
                                     AdapterEvent("CTRL_WRITE_REG_POWER", "2"),
                                     AdapterEvent("CTRL_DETACHED", "4")));
-  Masks("0", "0", "0");
+  SetMasks("0", "0", "0");
   WaitForScans(2);
   Set("card0", "iom_state", "2");
   WaitForScans();

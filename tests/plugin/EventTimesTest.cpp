@@ -1,4 +1,5 @@
-// The time of each event: the time of the comparison that raised it, or of the start of the job.
+// The time of each event: the time of the comparison that raised it or, for a failed job, the time
+// at which the job acquired the data lock.
 
 #include "tests/plugin/Watch.h"
 #include "tests/support/Numbers.h"
@@ -23,7 +24,8 @@ void PrintTo(const EventSource& source, std::ostream* stream) {
   *stream << source.name;
 }
 
-void Masks(CardSim::StateFile& cards, const char* errors, const char* warnings, const char* info) {
+void SetMasks(CardSim::StateFile& cards, const char* errors, const char* warnings,
+              const char* info) {
   cards.Set("card0", "current_errors", errors);
   cards.Set("card0", "current_warnings", warnings);
   cards.Set("card0", "current_info", info);
@@ -38,23 +40,23 @@ const EventSource EVENT_SOURCES[] = {
     {"Error",
      1,
      [](CardSim::StateFile&) {},
-     [](CardSim::StateFile& cards) { Masks(cards, "0x1", "0", "0"); },
+     [](CardSim::StateFile& cards) { SetMasks(cards, "0x1", "0", "0"); },
      {"CTRL_INTERNAL_ERROR at 15872"}},
     {"Warning",
      1,
      [](CardSim::StateFile&) {},
-     [](CardSim::StateFile& cards) { Masks(cards, "0", "0x4", "0"); },
+     [](CardSim::StateFile& cards) { SetMasks(cards, "0", "0x4", "0"); },
      {"CTRL_NONOPTIMAL_PCI_BANDWIDTH at 15872"}},
     {"InformationWithWarnings",
      1,
      [](CardSim::StateFile&) {},
-     [](CardSim::StateFile& cards) { Masks(cards, "0", "0x3", "0x2"); },
+     [](CardSim::StateFile& cards) { SetMasks(cards, "0", "0x3", "0x2"); },
      {"CTRL_TEMPERATURE_ABOVE_WARN at 15872", "CTRL_NEAR_WEARING_OUT at 15872",
       "CTRL_WRITE_REG_POWER at 15872", "CTRL_UNACTIVATED_FIRMWARE at 15872"}},
     {"Normal",
      1,
-     [](CardSim::StateFile& cards) { Masks(cards, "0x1", "0", "0"); },
-     [](CardSim::StateFile& cards) { Masks(cards, "0", "0", "0"); },
+     [](CardSim::StateFile& cards) { SetMasks(cards, "0x1", "0", "0"); },
+     [](CardSim::StateFile& cards) { SetMasks(cards, "0", "0", "0"); },
      {"CTRL_NORMAL at 15872"}},
     {"Detached",
      1,
@@ -102,7 +104,7 @@ class EventTimes : public WorkerFixture {
     return texts;
   }
 
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
   StatementWatch m_Statements;
 };
 
@@ -118,7 +120,7 @@ TEST_P(EachEventSource, HasTheTimeOfItsComparison) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Sources, EachEventSource, testing::ValuesIn(EVENT_SOURCES),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 // The scan at 15,024 ms finds that the second card has been removed and sends three statements. Two
 // polls of one card and a scan of both cards follow.
@@ -146,9 +148,9 @@ void PrintTo(const FailingJob& job, std::ostream* stream) {
 
 class EachFailingJob : public EventTimes, public testing::WithParamInterface<FailingJob> {};
 
-// The event has the time at which the job holds the lock, not the time at which it starts to wait
-// or at which the card rejects the job.
-TEST_P(EachFailingJob, HasTheTimeWhenTheJobReadTheObjects) {
+// The event has the time at which the job acquires the data lock, not the time at which it starts
+// to wait or at which the card rejects the job.
+TEST_P(EachFailingJob, HasTheTimeAtWhichTheJobAcquiredTheLock) {
   AddCards(1);
   Set("card0", "iom_state", GetParam().state);
   StartWatch("255");
@@ -173,7 +175,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(FailingJob{"Attach", PI::OP_ATTACH, "0", "CTRL_ATTACH_FAILED"},
                     FailingJob{"Detach", PI::OP_DETACH, "2", "CTRL_DETACH_FAILED"},
                     FailingJob{"ForceDetach", PI::OP_FORCE_DETACH, "2", "CTRL_DETACH_FAILED"}),
-    [](const auto& each) { return std::string(each.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
 }  // namespace CorvaneTest

@@ -39,7 +39,7 @@ struct Flow {
   const char* name;
   std::vector<Attribute> card;  // set before each pass
   std::function<std::size_t(SimulatedHost&)> run;
-  std::size_t good;  // the result without a failure
+  std::size_t expected;  // the result without a failure
   std::vector<Consequence> consequences;
   bool inPairs;  // short enough to test every pair of failures
 };
@@ -74,7 +74,7 @@ std::size_t ResultAfter(const Flow& flow, const Step& step) {
     const bool hit = consequence.nth == ANY || consequence.nth == step.nth;
     if (hit && step.function == consequence.function) return consequence.result;
   }
-  return flow.good;
+  return flow.expected;
 }
 
 std::string LocksHeld() {
@@ -90,7 +90,7 @@ struct Faults {
   std::vector<Step> steps;
 
   void Inject() const {
-    for (const Step& step : steps) CardSim::FailCall(step.function, step.nth, 99, "swept");
+    for (const Step& step : steps) CardSim::FailCall(step.function, step.nth, 99, "injected");
   }
   std::size_t Count(const char* function) const {
     std::size_t count = 0;
@@ -135,10 +135,10 @@ class FaultSweep : public testing::TestWithParam<Flow> {
     ASSERT_EQ(host.Initialize(), 0U);
   }
 
-  // The calls of a pass in which nothing fails.
+  // Runs the flow without failures and returns its calls.
   static std::vector<Step> PassWithoutFailures(SimulatedHost& host) {
     Prepare(host);
-    EXPECT_EQ(Run(host), GetParam().good);
+    EXPECT_EQ(Run(host), GetParam().expected);
     ExpectNoLeaks({});
     return StepsOf(CardSim::CallLog());
   }
@@ -182,7 +182,7 @@ TEST_P(FaultSweepInPairs, SurvivesEachPairOfCallsFailing) {
       // The failure that ends the flow first determines the result.
       const std::size_t one = ResultAfter(GetParam(), good[first]);
       const std::size_t other = ResultAfter(GetParam(), good[second]);
-      Sweep({{good[first], good[second]}}, one != GetParam().good ? one : other, good);
+      Sweep({{good[first], good[second]}}, one != GetParam().expected ? one : other, good);
     }
   }
 }
@@ -346,7 +346,7 @@ const Flow FLOWS[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Flows, FaultSweep, testing::ValuesIn(FLOWS),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 std::vector<Flow> FlowsForPairs() {
   std::vector<Flow> flows;
@@ -357,7 +357,7 @@ std::vector<Flow> FlowsForPairs() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Flows, FaultSweepInPairs, testing::ValuesIn(FlowsForPairs()),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 // Startup creates the plug-in, so it has a separate sweep.
 

@@ -14,7 +14,7 @@ namespace {
 using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
 using testing::ElementsAre;
 
-struct Sectors {
+struct SectorCase {
   const char* name;
   std::uint32_t current;
   std::uint32_t minimum;
@@ -24,11 +24,11 @@ struct Sectors {
   const char* expected;
 };
 
-std::ostream& operator<<(std::ostream& out, const Sectors& sectors) {
-  return out << sectors.name;
+std::ostream& operator<<(std::ostream& out, const SectorCase& sectorCase) {
+  return out << sectorCase.name;
 }
 
-class FormatParameters : public testing::TestWithParam<Sectors> {
+class FormatParameters : public testing::TestWithParam<SectorCase> {
  protected:
   static std::vector<std::string> ParametersOfDrive() {
     CFusionIOPhysicalDrive drive;
@@ -45,7 +45,7 @@ class FormatParameters : public testing::TestWithParam<Sectors> {
   }
 };
 
-TEST_P(FormatParameters, OfferCapacitySizeAndSectors) {
+TEST_P(FormatParameters, OfferCapacitySizeAndSectorSize) {
   EXPECT_THAT(
       ParametersOfDrive(),
       ElementsAre("CHOICE_PARAM = FACTORY_CAPACITY of [MAXIMUM_CAPACITY FACTORY_CAPACITY "
@@ -54,7 +54,7 @@ TEST_P(FormatParameters, OfferCapacitySizeAndSectors) {
                   GetParam().expected));
 }
 
-const Sectors SECTORS[] = {
+const SectorCase SECTOR_CASES[] = {
     {"Range", 4096, 512, 4096, 512, false,
      "RANGE_PARAM = 4096 in 512..4096 step 512 (label BLOCK_SIZE, unit 21025, writable 1)"},
     {"MinimumAboveMaximum", 520, 1024, 512, 8, false,
@@ -63,23 +63,23 @@ const Sectors SECTORS[] = {
      "CHOICE_PARAM = 512B of [512B 1K 2K 4K] (label BLOCK_SIZE, writable 1)"},
     {"All", 8192, 512, 8192, 512, true,
      "CHOICE_PARAM = 8K of [512B 1K 2K 4K 8K] (label BLOCK_SIZE, writable 1)"},
-    {"BetweenTheCandidates", 2048, 513, 4095, 1, true,
+    {"LimitsBetweenSizes", 2048, 513, 4095, 1, true,
      "CHOICE_PARAM = 2K of [1K 2K] (label BLOCK_SIZE, writable 1)"},
-    {"OneOnly", 4096, 4096, 4096, 512, true,
+    {"SingleSize", 4096, 4096, 4096, 512, true,
      "CHOICE_PARAM = 4K of [4K] (label BLOCK_SIZE, writable 1)"},
     {"AboveAll", 16384, 16384, 32768, 512, true,
      "CHOICE_PARAM = 512B of [512B] (label BLOCK_SIZE, writable 1)"},
     {"BelowAll", 256, 0, 256, 1, true,
      "CHOICE_PARAM = 512B of [512B] (label BLOCK_SIZE, writable 1)"},
-    {"AnUnknownSizeNotInTheList", 520, 1024, 8192, 8, true,
+    {"UnsupportedCurrentSize", 520, 1024, 8192, 8, true,
      "CHOICE_PARAM = 512B of [1K 2K 4K 8K] (label BLOCK_SIZE, writable 1)"},
-    {"AKnownSizeNotInTheList", 1024, 2048, 8192, 512, true,
+    {"CurrentSizeBelowMinimum", 1024, 2048, 8192, 512, true,
      "CHOICE_PARAM = 1K of [2K 4K 8K] (label BLOCK_SIZE, writable 1)"},
     {"NoLimits", 0, 0, 0, 0, true, "CHOICE_PARAM = 512B of [512B] (label BLOCK_SIZE, writable 1)"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Drives, FormatParameters, testing::ValuesIn(SECTORS),
-                         [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(Drives, FormatParameters, testing::ValuesIn(SECTOR_CASES),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
 }  // namespace CorvaneTest

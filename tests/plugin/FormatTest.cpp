@@ -93,7 +93,7 @@ class Format : public testing::Test {
     return m_Host.Run(DRIVE, PI::OP_FORMAT_DEVICE, std::move(parameters));
   }
 
-  // The settings of the format job before its start.
+  // Returns the calls that configure the format job.
   Lines Requests() {
     Lines requests;
     for (const std::string& call : m_Host.Calls()) {
@@ -202,9 +202,9 @@ const Request REQUESTS[] = {
     {"SizeWithoutFormatting", {Range(SIZE, 50)}, "512", "100"},
     {"SizeOfTheWrongKind", {Choice(FORMATTING, CUSTOM), Choice(SIZE, 50)}, "512", "100"},
     {"SizeAsANumber", {Choice(FORMATTING, CUSTOM), NumberProperty(SIZE, 50)}, "512", "100"},
-    {"SizeAsAText", {Choice(FORMATTING, CUSTOM), Text(SIZE, "50")}, "512", "100"},
+    {"SizeAsAString", {Choice(FORMATTING, CUSTOM), Text(SIZE, "50")}, "512", "100"},
     {"FormattingOfTheWrongKind", {Range(FORMATTING, HIGH)}, "512", "100"},
-    {"FormattingAsAText", {Text(FORMATTING, "HIGH_PERFORMANCE")}, "512", "100"},
+    {"FormattingAsAString", {Text(FORMATTING, "HIGH_PERFORMANCE")}, "512", "100"},
     {"FormattingTwice", {Choice(FORMATTING, HIGH), Choice(FORMATTING, IMPROVED)}, "512", "90"},
     {"SizeTwice", {Range(SIZE, 20), Choice(FORMATTING, CUSTOM), Range(SIZE, 30)}, "512", "30"},
     {"SizeTwiceOnceOfTheWrongKind",
@@ -218,7 +218,7 @@ const Request REQUESTS[] = {
     {"AnIdInsteadOfAName", {MisnamedParameter(PI::Property::FORMATTING, HIGH)}, "512", "100"},
     {"SectorsAsARange", {Range(BLOCK_SIZE, 2048)}, "2048", "100"},
     {"SectorsAsARangeBeyondTheCard", {Range(BLOCK_SIZE, 65536)}, "65536", ""},
-    {"SectorsAsAText", {Text(BLOCK_SIZE, "2048")}, "512", "100"},
+    {"SectorsAsAString", {Text(BLOCK_SIZE, "2048")}, "512", "100"},
     {"SectorsAsANumber", {NumberProperty(BLOCK_SIZE, 2048)}, "512", "100"},
     {"SectorsOf512", {Choice(BLOCK_SIZE, PI::Value::_512B)}, "512", "100"},
     {"SectorsOf1K", {Choice(BLOCK_SIZE, PI::Value::_1K)}, "1024", "100"},
@@ -244,7 +244,7 @@ const Request REQUESTS[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Parameters, FormatRequest, testing::ValuesIn(REQUESTS),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 struct Capacity {
   const char* name;
@@ -314,7 +314,7 @@ const Capacity CAPACITIES[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Formattings, FormatCapacity, testing::ValuesIn(CAPACITIES),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 // A card-library call that fails during a format.
 struct Failure {
@@ -435,7 +435,7 @@ const Failure FAILURES[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Calls, FormatFailure, testing::ValuesIn(FAILURES),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(Format, FailsWhenTheFallbackAlsoFails) {
   Start();

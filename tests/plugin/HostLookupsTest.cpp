@@ -1,5 +1,5 @@
 // The exact strings with which the plug-in looks up cards on the host and requests adapter numbers.
-// This host ignores differences in spelling; another host may compare exactly.
+// The host kit accepts the ids in either case; another host may compare the strings exactly.
 
 #include <gmock/gmock.h>
 
@@ -63,7 +63,7 @@ TEST_F(HostLookups, OnlyGenerateANumberForACardOfAnUnknownFamily) {
                           "GenerateUniqueAdapterNumber for localhost 4294967295 60 3 4"));
 }
 
-TEST_F(HostLookups, RunAfterTheHostHasAnEntry) {
+TEST_F(HostLookups, CreateTheEntryOfTheHostFirst) {
   PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs.clear();
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   ASSERT_EQ(m_Host.Initialize(), 0U);

@@ -46,7 +46,7 @@ const std::vector<std::string> kStatements = {
 class HostileStrings : public WorkerFixture {
  protected:
   HostileStrings() {
-    DatabaseLife::Begin(File());
+    ScopedDatabase::Begin(File());
     PI::CEvent event;
     event.m_SourceName = "first";
     HostKit::AppendEvents({HostKit::LogEntryFor(event)});
@@ -100,7 +100,7 @@ class HostileStrings : public WorkerFixture {
     Set("card0", "sector_size_bytes", "512");
   }
 
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
   std::string m_Schema;
 };
 
@@ -119,7 +119,7 @@ TEST_F(HostileStrings, DamageNothingAfterACompleteNewRow) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Hostile, EachHostileString, testing::ValuesIn(StringAttributes()),
-                         [](const auto& each) { return each.param; });
+                         [](const auto& test) { return test.param; });
 
 }  // namespace
 }  // namespace CorvaneTest

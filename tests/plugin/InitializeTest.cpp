@@ -58,8 +58,8 @@ struct InitFailure {
   std::size_t usableEvents;
 };
 
-void PrintTo(const InitFailure& each, std::ostream* stream) {
-  *stream << each.name;
+void PrintTo(const InitFailure& value, std::ostream* stream) {
+  *stream << value.name;
 }
 
 template <class View>
@@ -70,7 +70,7 @@ std::size_t Usable(const std::vector<View>& views) {
 
 class InitializeWithoutLock : public testing::TestWithParam<InitFailure> {};
 
-TEST_P(InitializeWithoutLock, FailsImmediatelyAndTracesItsName) {
+TEST_P(InitializeWithoutLock, FailsImmediatelyAndTracesTheNameOfTheLockOrEvent) {
   SimulatedHost host;
   host.AddCard();
   GetParam().fail(GetParam().ordinal);
@@ -95,9 +95,9 @@ constexpr InitFailure INIT_FAILURES[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Step, InitializeWithoutLock, testing::ValuesIn(INIT_FAILURES),
-                         [](const auto& each) { return each.param.name; });
+                         [](const auto& test) { return test.param.name; });
 
-TEST_F(Initialize, CreatesOneManualAndTwoAutomaticEventsAllUnset) {
+TEST_F(Initialize, CreatesOneManualResetAndTwoAutoResetEventsAllUnset) {
   AddCards(1);
   ASSERT_EQ(Run().result, 0U);
   const std::vector<HostKit::EventView> events = HostKit::Events();
@@ -122,7 +122,7 @@ TEST_F(Initialize, DoesNotStartTheLibraryWithoutACardOnThePciBus) {
   EXPECT_THAT(m_Host.m_AdapterIDs, IsEmpty());
 }
 
-TEST(InitializeRetry, AcceptsOnlyTheNineDevices) {
+TEST(InitializeDeviceIds, AcceptsOnlyTheNineSupported) {
   const std::uint16_t accepted[] = {0x1000, 0x1003, 0x1005, 0x1006, 0x1007,
                                     0x1008, 0x2001, 0x3001, 0x3002};
   for (const std::uint16_t id : accepted) {
@@ -154,8 +154,8 @@ struct StartCase {
   unsigned long ms;
 };
 
-void PrintTo(const StartCase& each, std::ostream* stream) {
-  *stream << each.name;
+void PrintTo(const StartCase& value, std::ostream* stream) {
+  *stream << value.name;
 }
 
 class InitializeNotReady : public testing::TestWithParam<StartCase> {};
@@ -188,7 +188,7 @@ constexpr StartCase START_CASES[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Rejected, InitializeNotReady, testing::ValuesIn(START_CASES),
-                         [](const auto& each) { return each.param.name; });
+                         [](const auto& test) { return test.param.name; });
 
 TEST_F(Initialize, GivesUpOnALibraryThatIsNeverReady) {
   AddCards(1);
@@ -227,7 +227,7 @@ TEST_F(Initialize, TreatsAnotherCodeAfterRetriesAsFinal) {
   EXPECT_THAT(m_Host.Traces(16), ElementsAre("Initialize, vsl_init = 5 (broken)"));
 }
 
-TEST(InitializeRetry, DoesNotWaitForTheSecondStart) {
+TEST(InitializeRetry, DoesNotRetryTheSecondStart) {
   for (const std::uint64_t code : {27UL, 5UL}) {
     SimulatedHost host;
     host.AddCard();

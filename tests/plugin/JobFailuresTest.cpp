@@ -36,16 +36,13 @@ std::ostream& operator<<(std::ostream& out, const JobFailure& failure) {
 
 constexpr const char* ATTACH_FAILED =
     "CTRL_ATTACH_FAILED severity 4 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash "
-    "Adapter 785GB "
-    "(1)|||||||||||||";
+    "Adapter 785GB (1)|||||||||||||";
 constexpr const char* DETACH_FAILED =
     "CTRL_DETACH_FAILED severity 3 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash "
-    "Adapter 785GB "
-    "(1)|||||||||||||";
+    "Adapter 785GB (1)|||||||||||||";
 constexpr const char* FORCE_DETACH_FAILED =
     "CTRL_DETACH_FAILED severity 4 object 1 source SanDisk Flash Adapter 785GB (1)|SanDisk Flash "
-    "Adapter 785GB "
-    "(1)|||||||||||||";
+    "Adapter 785GB (1)|||||||||||||";
 
 const JobFailure JOB_FAILURES[] = {
     {"AttachCreateByName",
@@ -225,7 +222,7 @@ TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
 }
 
 // A failed job also clears its device before its thread exits.
-TEST_P(EachJobFailure, IsNotBusyWhenOnlyItsThreadIsLeft) {
+TEST_P(EachJobFailure, IsNotBusyWhileItsThreadExits) {
   StartWith({GetParam().before}, "0");
   CardSim::FailCall(GetParam().function, 1, 62, "failed");
   const std::string trace = GetParam().trace;
@@ -241,9 +238,9 @@ TEST_P(EachJobFailure, IsNotBusyWhenOnlyItsThreadIsLeft) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, EachJobFailure, testing::ValuesIn(JOB_FAILURES),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
-TEST_F(JobFailures, ReportTheTimeOfTheirStart) {
+TEST_F(JobFailures, ReportTheStartTimeOfTheJob) {
   StartWith({DETACHED});
   CardSim::FailCall("vsl_op_wait_for_result", 1, 63, "timeout");
   HeldCall held("vsl_op_wait_for_result");
@@ -266,7 +263,7 @@ TEST_F(JobFailures, AttachingAnAttachedCardIsAcceptedAndFailsLater) {
   EXPECT_EQ(StateOf("card0"), ATTACHED);
 }
 
-TEST_F(JobFailures, OnlyForceDetachesACardInUse) {
+TEST_F(JobFailures, OnlyAForcedDetachDetachesACardInUse) {
   StartWith({ATTACHED});
   m_Host.Cards().Set("card0", "in_use", "true");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);

@@ -148,8 +148,8 @@ TEST_F(JobsAndScans, ACardWithoutAStateIsNotShownAsDetaching) {
   EXPECT_EQ(StatusLine(FIRST), "FAILED IDLE: none");
 }
 
-// A job that reaches its first step after another job has taken over its slot and ended. The device
-// of the first job is stored, but the thread that owns the slot has exited.
+// A job that reaches its first step only after another job has reused its slot and ended. The
+// device of the first job is stored, but the thread recorded in the slot has exited.
 struct LostSlot {
   const char* name;
   std::uint32_t operation;
@@ -184,10 +184,10 @@ INSTANTIATE_TEST_SUITE_P(
                     LostSlot{"Detach", Number::OP_DETACH, "0", "2", "WARNING IDLE: DETACHED"},
                     LostSlot{"ForceDetach", Number::OP_FORCE_DETACH, "0", "2",
                              "WARNING IDLE: DETACHED"}),
-    [](const auto& each) { return std::string(each.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
-// The correction uses the position in the list, which belongs to another card after a card has been
-// removed.
+// The scan uses the card index as a position in the list of adapters. After a card has been
+// removed, that position belongs to another card or is beyond the end.
 TEST_F(JobsAndScans, AnAttachedCardAfterARemovedOneStaysAttached) {
   StartWith({"2", "2"});
   m_Host.Cards().RemoveCard("card0");
@@ -219,8 +219,8 @@ TEST_F(JobsAndScans, TheScanReportsTheResultOfAJob) {
 class JobWithoutItsAdapter : public JobsAndScans {
  protected:
   // Starts the attach of the first card when a scan creates the card's handle, and then runs
-  // `loseCard`.
-  void LoseCard(const std::function<void()>& loseCard) {
+  // `hideCard`.
+  void AttachDuringScan(const std::function<void()>& hideCard) {
     StartWith({"0", "0"});
     std::atomic<bool> done{false};
     std::mutex mutex;
@@ -233,7 +233,7 @@ class JobWithoutItsAdapter : public JobsAndScans {
       if (!named || !scanning || done.exchange(true)) return;
       worker = std::this_thread::get_id();
       EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
-      loseCard();
+      hideCard();
     });
     SleepFor(SOME_SCANS_MS);
     CardSim::SetHook({});
@@ -250,14 +250,14 @@ constexpr const char* EMPTY_FAILURE =
     "UNDEFINED severity 0 object 0 at no time source  placeholder ";
 
 TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventWhenItsCardHasBeenRemoved) {
-  LoseCard([this] { m_Host.Cards().RemoveCard("card0"); });
+  AttachDuringScan([this] { m_Host.Cards().RemoveCard("card0"); });
   EXPECT_THAT(m_CallsOfJob, ElementsAre("vsl_iom_create_by_name /dev/fct0"));
   EXPECT_THAT(Events(), ElementsAre(FIRST_CARD_REMOVED, EMPTY_FAILURE));
 }
 
 // The scan does not find the card, but the job does. Only the scans report events for the card.
 TEST_F(JobWithoutItsAdapter, StillAttachesItsCard) {
-  LoseCard([] { CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone"); });
+  AttachDuringScan([] { CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone"); });
   // A scan that starts in the meantime also uses handle numbers.
   ASSERT_EQ(m_CallsOfJob.size(), 6U);
   std::vector<std::string> functions;
@@ -273,8 +273,8 @@ TEST_F(JobWithoutItsAdapter, StillAttachesItsCard) {
   EXPECT_THAT(events[1], testing::StartsWith("CTRL_PNPADD "));
 }
 
-TEST_F(JobWithoutItsAdapter, AlsoQueuesAnEmptyEventForALaterCall) {
-  LoseCard([] {
+TEST_F(JobWithoutItsAdapter, QueuesAnEmptyEventWhenALaterCallFails) {
+  AttachDuringScan([] {
     CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");
     CardSim::FailCall("vsl_op_start", 1, 62, "failed");
   });

@@ -96,7 +96,7 @@ TEST_P(EachJob, TracesItsStartAndItsEnd) {
 }
 
 // The job does not hold a lock during any call. Its device is stored before the first call and
-// cleared after the last one. The line that traces the start of the thread is written beforehand.
+// cleared after the last one. The command traces the start of the thread before the first step.
 TEST_P(EachJob, RunsItsStepsInOrder) {
   StartWith({GetParam().before}, "0");
   const std::string name = GetParam().name;
@@ -123,8 +123,8 @@ TEST_P(EachJob, RunsItsStepsInOrder) {
   EXPECT_LT(announced, std::find(all.begin(), all.end(), expected.front()));
 }
 
-// The first job reaches its first step after another job has taken over its slot and ended. The
-// device of the first job is stored, but the thread that owns the slot has exited.
+// The first job reaches its first step only after another job has reused its slot and ended. The
+// device of the first job is stored, but the thread recorded in the slot has exited.
 TEST_P(EachJob, IsNotBusyOnceTheThreadOfItsSlotHasEnded) {
   StartWith({GetParam().before, GetParam().before}, "0");
   HeldTrace begin("ENTER " + std::string(GetParam().name) + "(/dev/fct0)");
@@ -201,7 +201,7 @@ TEST_P(EachJob, IsBusyWhileItWaitsForTheDataLock) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, EachJob, testing::ValuesIn(JOBS),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 // The order of the lock steps around the preparation of the event and around its posting.
 TEST_F(Jobs, TraceEachLockStep) {
@@ -211,9 +211,9 @@ TEST_F(Jobs, TraceEachLockStep) {
   SleepFor(LONGER_THAN_A_JOB_MS);
   Lines lines;
   for (const std::string& line : m_Host.LeveledTraces(2 | 8 | 16)) {
-    const bool ofTheCommand = line.find("m_DataLock.Wait (sg)") != std::string::npos ||
-                              line.find("xecute") != std::string::npos;
-    if (!ofTheCommand) lines.push_back(line);
+    const bool isFromTheCommand = line.find("m_DataLock.Wait (sg)") != std::string::npos ||
+                                  line.find("xecute") != std::string::npos;
+    if (!isFromTheCommand) lines.push_back(line);
   }
   EXPECT_THAT(lines, ElementsAre("2 ENTER Attach(/dev/fct0)", "8 Before m_DataLock.Wait(INFINITE)",
                                  "8 After m_DataLock.Wait(INFINITE)",
@@ -274,7 +274,7 @@ INSTANTIATE_TEST_SUITE_P(
                          ATTACHED,
                          {Number::ERR_GENERAL, Number::ERR_ADAPTER_BUSY, Number::ERR_ADAPTER_BUSY},
                          {Number::ERR_GENERAL, 0, 0}}),
-    [](const auto& each) { return std::string(each.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(Jobs, TraceTheExitOfABusyCheck) {
   StartWith({DETACHED});
@@ -302,7 +302,7 @@ Lines Threads() {
 }
 
 // Both kinds of detach share one slot.
-TEST_F(Jobs, AForcedDetachTakesTheSlotOfAnEndedDetach) {
+TEST_F(Jobs, AForcedDetachReusesTheSlotOfAFinishedDetach) {
   StartWith({ATTACHED, ATTACHED});
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_DETACH), 0U);
   SleepFor(LONGER_THAN_A_JOB_MS);
@@ -333,7 +333,7 @@ TEST_F(Jobs, AttachAndDetachRunSimultaneouslyOnTwoCards) {
 
 // The job clears its device before its thread exits, and counts as ended as soon as the device is
 // cleared.
-TEST_F(Jobs, AreNotBusyWhenOnlyTheirThreadIsLeft) {
+TEST_F(Jobs, AreNotBusyWhileTheirThreadExits) {
   StartWith({DETACHED}, "0");
   HeldTrace held("LEAVE Attach()");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
@@ -344,7 +344,7 @@ TEST_F(Jobs, AreNotBusyWhenOnlyTheirThreadIsLeft) {
   SleepFor(1);
 }
 
-TEST_F(Jobs, BothSucceedWhenStartedAgainWhileRunning) {
+TEST_F(Jobs, BothSucceedWhenTwoAttachesOverlap) {
   StartWith({DETACHED, DETACHED});
   HeldCall held("vsl_op_wait_for_result");
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);

@@ -38,8 +38,8 @@ struct Case {
   Cells live;
 };
 
-void PrintTo(const Case& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const Case& value, std::ostream* out) {
+  *out << value.name;
 }
 
 std::string NameOfCase(const testing::TestParamInfo<Case>& info) {
@@ -50,7 +50,7 @@ class LiveRowFields : public testing::TestWithParam<Case> {};
 
 TEST_P(LiveRowFields, AreReadFromTheCard) {
   OneCard host(PlainCard());
-  const DatabaseLife database;
+  const ScopedDatabase database;
   host.Set(GetParam().settings);
   ASSERT_EQ(host.Initialize(), 0U);
   ASSERT_THAT(DriveRows(), SizeIs(1));
@@ -157,11 +157,11 @@ class RowCalls : public testing::Test {
   }
 
   OneCard m_Host;
-  DatabaseLife m_Database;
+  ScopedDatabase m_Database;
 };
 
 // An adapter's row is read through a null handle, so every attribute is missing.
-const Cells OF_AN_ADAPTER = {
+const Cells ADAPTER_CALLS = {
     "vsl_has_rated_endurance_tbytes null", "vsl_has_total_physical_bytes_read null",
     "vsl_has_total_physical_bytes_written null", "vsl_has_rated_endurance_tbytes null"};
 
@@ -174,7 +174,7 @@ TEST_F(RowCalls, CreateAHandleAndDoNotOpenTheCard) {
   EXPECT_THAT(
       CallsForRows(),
       ElementsAreArray(
-          OF_AN_ADAPTER +
+          ADAPTER_CALLS +
           Cells{"vsl_iom_create_by_name /dev/fct0", "vsl_has_rated_endurance_tbytes card#1",
                 "vsl_has_total_physical_bytes_written card#1",
                 "vsl_has_rated_writes_remaining_percent card#1",
@@ -190,7 +190,7 @@ TEST_F(RowCalls, LeakTheirHandle) {
 
 TEST_F(RowCalls, StopAtTheFirstMissingAttribute) {
   EXPECT_THAT(CallsForRows({{"rated_endurance_tbytes", nullptr}}),
-              ElementsAreArray(OF_AN_ADAPTER + Cells{"vsl_iom_create_by_name /dev/fct0",
+              ElementsAreArray(ADAPTER_CALLS + Cells{"vsl_iom_create_by_name /dev/fct0",
                                                      "vsl_has_rated_endurance_tbytes card#1"}));
 }
 
@@ -221,7 +221,7 @@ TEST_F(RowCalls, DoNotTraceAdapterProperties) {
 
 TEST(CardThatCannotBeFound, KeepsItsRowWithoutLiveFields) {
   OneCard host(PlainCard());
-  const DatabaseLife database;
+  const ScopedDatabase database;
   // The scan makes the first call.
   CardSim::FailCall("vsl_iom_create_by_name", 2, 5, "failed");
   ASSERT_EQ(host.Initialize(), 0U);
@@ -232,10 +232,10 @@ TEST(CardThatCannotBeFound, KeepsItsRowWithoutLiveFields) {
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
 }
 
-// Reserve, endurance, and the threshold of the warning about the reserve.
+// Reserve, endurance and reserve warning threshold.
 TEST(PercentagesOfARow, ArePassedThroughPropertiesWithARange) {
   OneCard host(PlainCard());
-  const DatabaseLife database;
+  const ScopedDatabase database;
   const RangeWatch ranges;
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_THAT(ranges.m_Values,
@@ -244,7 +244,7 @@ TEST(PercentagesOfARow, ArePassedThroughPropertiesWithARange) {
 
 TEST(LiveFieldsOverTime, AreReadAgainAtEachScan) {
   OneCard host(PlainCard());
-  const DatabaseLife database;
+  const ScopedDatabase database;
   host.WriteIni("PollInterval=255\n");
   ASSERT_EQ(host.Start(), 0U);
   host.Set({{"total_physical_bytes_read", "4096"}, {"reserve_space_pct", "50.0"}});
@@ -254,9 +254,9 @@ TEST(LiveFieldsOverTime, AreReadAgainAtEachScan) {
       IsSupersetOf({"pd_bytes_read_ki_b=4", "pd_remaining_reserve=50.0", "pd_hours_of_use=8762"}));
 }
 
-TEST(LiveFieldsOverTime, BecomeNullWhenTheCardNoLongerHasThem) {
+TEST(LiveFieldsOverTime, BecomeNullWhenAnAttributeDisappears) {
   OneCard host(PlainCard());
-  const DatabaseLife database;
+  const ScopedDatabase database;
   host.WriteIni("PollInterval=2\n");
   ASSERT_EQ(host.Start(), 0U);
   ASSERT_THAT(LiveCells(DriveRows().at(0)), SizeIs(8));

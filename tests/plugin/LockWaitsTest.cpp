@@ -83,7 +83,7 @@ TEST_F(LockWait, JobWaitsForEventsLockDuringScan) {
   EXPECT_THAT(Events(), SizeIs(1));
 }
 
-// A job holds the events' lock while it queues its failure.
+// A job holds the events lock while it queues its failure.
 class LockHeldByJob : public LockWait {
  protected:
   void StartWithAJob() {

@@ -32,7 +32,7 @@ TEST(ModuleIdentity, HasALanguageFileWithTwoDefaults) {
   EXPECT_STREQ(file.GetText(1), "No information available for this error");
 }
 
-TEST(ModuleIdentity, HasAMessageListOfFourWords) {
+TEST(ModuleIdentity, HasAMessageListOfFourFields) {
   const auto& list = NAMESPACE_Corvane::ErrorMsgList;
   static_assert(sizeof list == 32);
   EXPECT_EQ(list.m_MessageCode, 0x21300001U);
@@ -72,18 +72,18 @@ TEST(Tracing, PrintsTheCountLineWhenEverythingIsTraced) {
   EXPECT_THAT(host.Traces(), testing::Not(Contains(testing::HasSubstr("adapter count"))));
 }
 
-// The lines of one topology request with one card, by level.
-struct AtLevel {
+// A trace mask, and the lines of a topology request with one card that it enables.
+struct MaskRow {
   const char* name;
   std::uint32_t mask;
   std::vector<std::string> lines;
 };
 
-void PrintTo(const AtLevel& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const MaskRow& value, std::ostream* out) {
+  *out << value.name;
 }
 
-class TracingWithAMask : public testing::TestWithParam<AtLevel> {};
+class TracingWithAMask : public testing::TestWithParam<MaskRow> {};
 
 TEST_P(TracingWithAMask, WritesOnlyTheLevelsOfTheMask) {
   OneCard host(Settings{{"reserve_space_pct", "98.0"},
@@ -91,7 +91,7 @@ TEST_P(TracingWithAMask, WritesOnlyTheLevelsOfTheMask) {
                         {"total_physical_bytes_read", nullptr},
                         {"total_physical_bytes_written", nullptr}});
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   HostKit::SetTraceMask(GetParam().mask);
   host.Topology();
   EXPECT_EQ(host.LeveledTraces(), GetParam().lines);
@@ -100,36 +100,36 @@ TEST_P(TracingWithAMask, WritesOnlyTheLevelsOfTheMask) {
 INSTANTIATE_TEST_SUITE_P(
     All, TracingWithAMask,
     testing::Values(
-        AtLevel{"Entry",
+        MaskRow{"Entry",
                 2,
                 {"2 ENTER GetTopology", "2 ENTER AdapterGetProperties (0)",
                  "2 LEAVE AdapterGetProperties -> 0", "2 ENTER GetPhysicalDriveProperties()",
                  "2 GetPhysicalDriveProperties() set status property of disk to 40099",
                  "2 LEAVE GetTopology"}},
-        AtLevel{"Flow",
+        MaskRow{"Flow",
                 4,
                 {"4 GetTopology() Adapter m_ID=0x130000000000001", "4 GetTopology() m_Adapters = 1",
                  "4 GetTopology() PhysicalDrive m_ID=0x130000000000002",
                  "4 GetTopology() m_PhysicalDrives = 1"}},
-        AtLevel{"Locks", 8, {"8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)"}},
-        AtLevel{"Results",
+        MaskRow{"Locks", 8, {"8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)"}},
+        MaskRow{"Results",
                 16,
                 {"16 GetAdapterProperties, vsl_has_reserve_space_pct = 98",
                  "16 GetAdapterProperties, vsl_has_reserve_status = 0"}},
-        AtLevel{"Database", 128, {}}, AtLevel{"NoLevelOfThePlugin", 0xFFFFFF61, {}},
-        AtLevel{"TwoLevels",
+        MaskRow{"Database", 128, {}}, MaskRow{"NoLevelOfThePlugin", 0xFFFFFF61, {}},
+        MaskRow{"TwoLevels",
                 4 | 8,
                 {"8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                  "4 GetTopology() Adapter m_ID=0x130000000000001", "4 GetTopology() m_Adapters = 1",
                  "4 GetTopology() PhysicalDrive m_ID=0x130000000000002",
                  "4 GetTopology() m_PhysicalDrives = 1"}}),
-    [](const auto& each) { return each.param.name; });
+    [](const auto& test) { return test.param.name; });
 
 // The mask changes in the middle of a command, from a card call.
 TEST(Tracing, FollowsAChangeOfTheMaskAtTheNextLine) {
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   HostKit::SetTraceMask(8);
   CardSim::SetHook([](const CardSim::Call& call) {
     if (call.function == "vsl_close") HostKit::SetTraceMask(2);

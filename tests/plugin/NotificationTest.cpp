@@ -15,7 +15,7 @@ using testing::SizeIs;
 class Notification : public WorkerFixture {
  protected:
   // One card without a change, and one queued event.
-  void StartWithAnEventWaiting() {
+  void StartWithAQueuedEvent() {
     AddCards(1);
     Set("card0", "iom_state", "0");
     StartWatch();
@@ -44,7 +44,7 @@ TEST_F(Notification, IsSentAfterAChangeWithoutAnEvent) {
   EXPECT_THAT(Events(), IsEmpty());
 }
 
-TEST_F(Notification, IsSentAfterAChangeOfOnlyADrive) {
+TEST_F(Notification, IsSentWhenOnlyADriveHasChanged) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_format_max_sector_size_bytes", "2048");
@@ -63,7 +63,7 @@ TEST_F(Notification, IsSentForEachScanOfAMaskNotYetAccepted) {
   EXPECT_THAT(Notifications(), ElementsAre(5024U, 10048U, 15072U));
 }
 
-TEST_F(Notification, IsSentAfterAChangeSeenByAQuickPoll) {
+TEST_F(Notification, IsSentAfterAQuickPollDetectsAChange) {
   AddCards(1);
   StartWatch();
   Set("card0", "iom_state", "0");
@@ -72,22 +72,22 @@ TEST_F(Notification, IsSentAfterAChangeSeenByAQuickPoll) {
   EXPECT_THAT(Events(), SizeIs(1));
 }
 
-TEST_F(Notification, IsNotSentAfterOnlyAQuickPollWithAQueuedEvent) {
-  StartWithAnEventWaiting();
+TEST_F(Notification, IsNotSentForAQueuedEventBeforeTheNextScan) {
+  StartWithAQueuedEvent();
   WaitForWakeUps(2);
   EXPECT_EQ(Scans(), 0U);
   EXPECT_THAT(Notifications(), IsEmpty());
 }
 
-TEST_F(Notification, IsSentForTheEventOfAJobAtTheNextScan) {
-  StartWithAnEventWaiting();
+TEST_F(Notification, IsSentForAQueuedEventAtTheNextScan) {
+  StartWithAQueuedEvent();
   WaitForScans();
   EXPECT_THAT(TimesOf("16 After UpdateSystem() ret = 20000"), ElementsAre(15036U));
   EXPECT_THAT(Notifications(), ElementsAre(15036U));
 }
 
 TEST_F(Notification, IsSentAtEveryScanUntilTheEventsAreCollected) {
-  StartWithAnEventWaiting();
+  StartWithAQueuedEvent();
   WaitForScans(2);
   EXPECT_THAT(Notifications(), ElementsAre(15036U, 30072U));
   EXPECT_THAT(Events(), SizeIs(1));
@@ -107,7 +107,7 @@ TEST_F(Notification, IsNotSentAfterAFailedScan) {
 }
 
 TEST_F(Notification, IsSentAfterAFailedScanWithAQueuedEvent) {
-  StartWithAnEventWaiting();
+  StartWithAQueuedEvent();
   WaitForWakeUps(2);
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   WaitForScans();
@@ -208,7 +208,7 @@ TEST_F(Notification, IsSentOnceForTwoRequestsThatArriveTogether) {
 }
 
 // No lock is held, so the host can send commands immediately, on the worker's thread and on others.
-TEST_F(Notification, LetsTheHostCollectImmediately) {
+TEST_F(Notification, AllowsCommandsFromTheCallback) {
   AddCards(1);
   StartWatch();
   Lines collected;

@@ -15,8 +15,8 @@ constexpr const char* READ_LINE =
     "GetAdapterProperties, vsl_has_total_physical_bytes_read = 4398046511104";
 constexpr const char* ENDURANCE_LINE = "GetAdapterProperties, vsl_has_rated_endurance_percent = 10";
 
-// For the drive's row: a fifth of the endurance is used.
-constexpr const char* OF_THE_DRIVE = "ComputeRemainingLifeTime 8760 10995116277760 20 100";
+// The computation for the drive's row: a fifth of the endurance is used.
+constexpr const char* DRIVE_LIFETIME = "ComputeRemainingLifeTime 8760 10995116277760 20 100";
 
 // The calls for each of the four parts when every attribute is present.
 const Cells LIFETIME = {"vsl_has_rated_endurance_tbytes",
@@ -44,15 +44,15 @@ class NullHandleRow : public testing::Test {
  protected:
   // One tenth of the rated endurance is written. Every value differs from that of the card.
   NullHandleRow() : m_Host(PlainCard()) {
-    m_Answers.rated_endurance_tbytes = 200;
-    m_Answers.rated_writes_remaining_percent = 73.9F;
-    m_Answers.total_physical_bytes_read = 4398046511104;
-    m_Answers.total_physical_bytes_written = 21990232555520;
+    m_Results.rated_endurance_tbytes = 200;
+    m_Results.rated_writes_remaining_percent = 73.9F;
+    m_Results.total_physical_bytes_read = 4398046511104;
+    m_Results.total_physical_bytes_written = 21990232555520;
   }
 
   void ExpectCalls(const std::vector<Cells>& parts) {
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    EXPECT_THAT(m_Answers.m_Calls, ElementsAreArray(Joined(parts)));
+    EXPECT_THAT(m_Results.m_Calls, ElementsAreArray(Joined(parts)));
   }
 
   // The trace lines about live values.
@@ -65,12 +65,12 @@ class NullHandleRow : public testing::Test {
   }
 
   OneCard m_Host;
-  const DatabaseLife m_Database;
-  NullHandleAnswers m_Answers;
+  const ScopedDatabase m_Database;
+  NullHandleResults m_Results;
 };
 
 TEST_F(NullHandleRow, ReadsEachPartInTurnWithAZeroedRecord) {
-  ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
+  ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {DRIVE_LIFETIME}});
 }
 
 TEST_F(NullHandleRow, TracesTwoLinesAndNoneForTheBytesWritten) {
@@ -87,7 +87,7 @@ TEST_F(NullHandleRow, IsTheSameRowAsWithoutValues) {
 // The converted byte counts are not used.
 TEST_F(NullHandleRow, IsTheSameWithoutAUnitForItsBytes) {
   const ScopedUnitConversionFailure failure;
-  ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
+  ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {DRIVE_LIFETIME}});
   EXPECT_THAT(LiveLines(),
               ElementsAre(std::string("16 ") + READ_LINE, std::string("16 ") + ENDURANCE_LINE));
   EXPECT_THAT(AdapterRows(), ElementsAre(PlainAdapterRow()));
@@ -99,44 +99,47 @@ TEST_F(NullHandleRow, OmitsTheLifetimeWithoutAFirstUse) {
 }
 
 TEST_F(NullHandleRow, OmitsTheEnduranceWithoutARating) {
-  m_Answers.rated_endurance_tbytes.reset();
+  m_Results.rated_endurance_tbytes.reset();
   ExpectCalls({{"vsl_has_rated_endurance_tbytes"},
                BYTES_READ,
                BYTES_WRITTEN,
-               {"vsl_has_rated_endurance_tbytes", OF_THE_DRIVE}});
+               {"vsl_has_rated_endurance_tbytes", DRIVE_LIFETIME}});
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));
 }
 
 TEST_F(NullHandleRow, OmitsTheEnduranceWithoutBytesWritten) {
-  m_Answers.total_physical_bytes_written.reset();
+  m_Results.total_physical_bytes_written.reset();
   ExpectCalls({{"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written"},
                BYTES_READ,
                {"vsl_has_total_physical_bytes_written"},
                {"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written"},
-               {OF_THE_DRIVE}});
+               {DRIVE_LIFETIME}});
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));
 }
 
 TEST_F(NullHandleRow, ShowsTheOtherPartsWithoutRemainingWrites) {
-  m_Answers.rated_writes_remaining_percent.reset();
+  m_Results.rated_writes_remaining_percent.reset();
   ExpectCalls({{"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written",
                 "vsl_has_rated_writes_remaining_percent"},
                BYTES_READ,
                BYTES_WRITTEN,
                ENDURANCE,
-               {OF_THE_DRIVE}});
+               {DRIVE_LIFETIME}});
 }
 
 TEST_F(NullHandleRow, TracesOneLineWithoutBytesRead) {
-  m_Answers.total_physical_bytes_read.reset();
-  ExpectCalls(
-      {LIFETIME, {"vsl_has_total_physical_bytes_read"}, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
+  m_Results.total_physical_bytes_read.reset();
+  ExpectCalls({LIFETIME,
+               {"vsl_has_total_physical_bytes_read"},
+               BYTES_WRITTEN,
+               ENDURANCE,
+               {DRIVE_LIFETIME}});
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + ENDURANCE_LINE));
 }
 
 // With a rating of 0, the percentage is left out.
 TEST_F(NullHandleRow, DoesNotTraceTheEnduranceForARatingOfZero) {
-  m_Answers.rated_endurance_tbytes = 0;
+  m_Results.rated_endurance_tbytes = 0;
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
@@ -144,7 +147,7 @@ TEST_F(NullHandleRow, DoesNotTraceTheEnduranceForARatingOfZero) {
 
 TEST_F(NullHandleRow, MakesTheSameCallsWhileItsTraceLevelIsOff) {
   HostKit::SetTraceMask(~16U);
-  ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {OF_THE_DRIVE}});
+  ExpectCalls({LIFETIME, BYTES_READ, BYTES_WRITTEN, ENDURANCE, {DRIVE_LIFETIME}});
   EXPECT_THAT(LiveLines(), IsEmpty());
 }
 

@@ -1,5 +1,5 @@
 // An operation has each number of its row in the right field. The plug-in's own rows contain equal
-// numbers, so they would not reveal a mix-up.
+// numbers, so they would not reveal swapped fields.
 
 #include <gmock/gmock.h>
 
@@ -12,7 +12,7 @@ namespace {
 using NAMESPACE_Corvane::MakeOperation;
 using testing::IsEmpty;
 
-TEST(OperationTable, PutsEachNumberOfARowInItsField) {
+TEST(OperationTable, StoresEachNumberOfARowInItsField) {
   const PI::COperation operation =
       MakeOperation({NAMESPACE_Corvane::PI::OP_ATTACH, 11, 12, 13, 14, true, -16, 17, 18});
   EXPECT_EQ(operation.m_OperationID, Number::OP_ATTACH);

@@ -30,10 +30,10 @@ const std::vector<std::string> ALL_ROWS = {
     "POLL_INTERVAL = 15 in 2..255 step 1 (sort 23335, unit 21007, writable 1)",
 };
 
-// The numbers of a row: property, value type (1 string, 7 range), displayed name.
+// The numeric fields of a row: property, value type (1 string, 7 range), displayed name.
 struct RowNumbers {
   std::uint32_t property;
-  std::uint32_t kind;
+  std::uint32_t valueType;
   std::uint32_t label;
 };
 
@@ -50,7 +50,7 @@ class PluginObject : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    m_Host.Watch();
+    m_Host.ClearRecords();
   }
 
   std::uint64_t ChangeCount() { return m_Host.ObjectOf(OneCard::PLUGIN).m_ChangeCount; }
@@ -89,13 +89,13 @@ TEST_F(PluginObject, ListsItsPropertiesInTheOrderOfTheTable) {
   EXPECT_THAT(m_Host.Rows(OneCard::PLUGIN), ElementsAreArray(ALL_ROWS));
 }
 
-TEST_F(PluginObject, HasTheHostsNumbers) {
+TEST_F(PluginObject, HasTheExpectedNumbers) {
   const std::vector<PI::CProperty> properties = m_Host.Properties(OneCard::PLUGIN);
   ASSERT_EQ(properties.size(), std::size(ALL_NUMBERS));
   for (std::size_t i = 0; i < properties.size(); ++i) {
     SCOPED_TRACE(ALL_ROWS[i]);
     EXPECT_EQ(properties[i].m_PropertyID, ALL_NUMBERS[i].property);
-    EXPECT_EQ(properties[i].m_ValueType, ALL_NUMBERS[i].kind);
+    EXPECT_EQ(properties[i].m_ValueType, ALL_NUMBERS[i].valueType);
     EXPECT_EQ(properties[i].m_NameID, ALL_NUMBERS[i].label);
     EXPECT_EQ(properties[i].m_Writable, ALL_NUMBERS[i].property == PI::Property::POLL_INTERVAL);
   }
@@ -153,13 +153,13 @@ struct Setting {
   int expected;
 };
 
-void PrintTo(const Setting& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const Setting& value, std::ostream* out) {
+  *out << value.name;
 }
 
-class PollIntervalSetTo : public testing::TestWithParam<Setting> {};
+class RequestedPollInterval : public testing::TestWithParam<Setting> {};
 
-TEST_P(PollIntervalSetTo, IsClampedToTheLimitsOfTheRequest) {
+TEST_P(RequestedPollInterval, IsClampedToTheLimitsOfTheRequest) {
   const Setting& setting = GetParam();
   OneCard host;
   ASSERT_EQ(host.Initialize(), 0U);
@@ -170,7 +170,7 @@ TEST_P(PollIntervalSetTo, IsClampedToTheLimitsOfTheRequest) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, PollIntervalSetTo,
+    All, RequestedPollInterval,
     testing::Values(
         Setting{"Usual", 30, 2, 255, 30}, Setting{"One", 1, 2, 255, 2},
         Setting{"Zero", 0, 2, 255, 2}, Setting{"Smallest", 2, 2, 255, 2},
@@ -185,7 +185,7 @@ INSTANTIATE_TEST_SUITE_P(
         Setting{"InvertedLimitsFromAbove", 60, 50, 20, 20}, Setting{"NoLimitsAtAll", 0, 0, 0, 0},
         // Compared as signed numbers.
         Setting{"NegativeMinimum", 5, -10, 255, 5}, Setting{"NegativeMaximum", 5, 2, -7, -7}),
-    [](const auto& each) { return each.param.name; });
+    [](const auto& test) { return test.param.name; });
 
 TEST_F(PluginObject, CountsANewIntervalAsAChangeAndWakesTheWorker) {
   const std::uint64_t before = ChangeCount();
@@ -300,7 +300,7 @@ TEST_F(PluginObject, RejectsOperationsOfOtherObjects) {
   for (const std::uint32_t operation :
        {Number::OP_FORMAT_DEVICE, Number::OP_MAKE_ONLINE, Number::OP_LOCATE_DEVICE,
         Number::OP_ATTACH, Number::OP_FORCE_DETACH, 0U, 1U, 99999U}) {
-    m_Host.Watch();
+    m_Host.ClearRecords();
     EXPECT_EQ(m_Host.Run(OneCard::PLUGIN, operation), Number::ERR_INVALID_OPERATION) << operation;
     EXPECT_THAT(m_Host.LeveledTraces(),
                 ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
@@ -312,7 +312,7 @@ TEST_F(PluginObject, RejectsOperationsOfOtherObjects) {
 
 // Events.
 
-const std::vector<std::string> COLLECTING = {
+const std::vector<std::string> COLLECTION_TRACES = {
     "8 Before m_DataLock.Wait (sg)",
     "8 After m_DataLock.Wait (sg)",
     "2 ENTER ExecutePluginOperation()",
@@ -327,13 +327,13 @@ const std::vector<std::string> COLLECTING = {
 
 TEST_F(PluginObject, ReturnsNothingFromAnEmptyQueue) {
   EXPECT_THAT(Collect(), IsEmpty());
-  EXPECT_THAT(m_Host.LeveledTraces(), ElementsAreArray(COLLECTING));
+  EXPECT_THAT(m_Host.LeveledTraces(), ElementsAreArray(COLLECTION_TRACES));
 }
 
 TEST_F(PluginObject, ReturnsEventsOnceAndInOrder) {
   QueueTwoFailures();
   EXPECT_THAT(Collect(), ElementsAre(Number::CTRL_ATTACH_FAILED, Number::CTRL_DETACH_FAILED));
-  EXPECT_THAT(m_Host.LeveledTraces(), ElementsAreArray(COLLECTING));
+  EXPECT_THAT(m_Host.LeveledTraces(), ElementsAreArray(COLLECTION_TRACES));
   EXPECT_THAT(Collect(), IsEmpty());
 }
 

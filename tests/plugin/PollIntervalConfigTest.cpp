@@ -13,8 +13,8 @@ struct IniCase {
   const char* seconds;
 };
 
-void PrintTo(const IniCase& each, std::ostream* stream) {
-  *stream << each.name;
+void PrintTo(const IniCase& value, std::ostream* stream) {
+  *stream << value.name;
 }
 
 class PollIntervalConfig : public testing::TestWithParam<IniCase> {};
@@ -32,10 +32,10 @@ constexpr IniCase INI_CASES[] = {
     {"EmptyFile", "", "15"},
     {"OnlyAnotherKey", "PollTime=30\n", "15"},
     {"KeyInASection", "[Corvane]\nPollInterval=30\n", "15"},
-    {"NoIniFile", "PollInterval\n", "15"},
+    {"KeyWithoutAnEqualsSign", "PollInterval\n", "15"},
     {"EmptyValue", "PollInterval=\n", "15"},
     {"BlankValue", "PollInterval=   \n", "15"},
-    {"Word", "PollInterval=abc\n", "15"},
+    {"Letters", "PollInterval=abc\n", "15"},
     {"UnitAfterTheDefault", "PollInterval=15x\n", "15"},
     {"UnitAfterAnotherNumber", "PollInterval=30x\n", "15"},
     {"TwoNumbers", "PollInterval=30 40\n", "15"},
@@ -48,7 +48,7 @@ constexpr IniCase INI_CASES[] = {
     {"AboveMinimum", "PollInterval=3\n", "3"},
     {"Default", "PollInterval=15\n", "15"},
     {"LeadingZeroIsDecimal", "PollInterval=010\n", "10"},
-    {"BlanksAround", "PollInterval =  60  \n", "60"},
+    {"SpacesAround", "PollInterval =  60  \n", "60"},
     {"AmongOtherKeys", "Color=green\nPollInterval=60\nSize=3\n", "60"},
     {"BelowMaximum", "PollInterval=254\n", "254"},
     {"Maximum", "PollInterval=255\n", "255"},
@@ -58,9 +58,9 @@ constexpr IniCase INI_CASES[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Ini, PollIntervalConfig, testing::ValuesIn(INI_CASES),
-                         [](const auto& each) { return each.param.name; });
+                         [](const auto& test) { return test.param.name; });
 
-TEST(PollIntervalFile, IsReadBeyondAZeroByte) {
+TEST(PollIntervalFile, IsNotTruncatedAtANullByte) {
   SimulatedHost host;
   host.AddCard();
   host.WriteIni(std::string("PollInterval=30\0 40\n", 20));

@@ -199,7 +199,7 @@ TEST_P(EachChange, StartsAScanForAnEarlierCardIfExpected) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, EachChange, testing::ValuesIn(CHANGES),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(QuickPoll, TreatsAMissingStateAsDetached) {
   AddCards(1);
@@ -210,7 +210,7 @@ TEST_F(QuickPoll, TreatsAMissingStateAsDetached) {
   EXPECT_FALSE(NextPollStartsScan());  // the scan also treated it as detached
 }
 
-TEST_F(QuickPoll, IgnoresAMaskThatIsNoLongerPresent) {
+TEST_F(QuickPoll, IgnoresAMaskThatBecomesAbsent) {
   AddCards(1);
   Set("card0", "current_errors", "1");
   StartWatch();
@@ -330,11 +330,12 @@ TEST_F(QuickPoll, DoesNotChangeTheObjects) {
   EXPECT_EQ(Reasons(FIRST), "[ATTACHED]");
 }
 
-// While a job runs on a card, the state at the end of the job counts as the state in progress.
+// While an attach job runs on a card, its attached state counts as attaching; during a detach job,
+// its detached state counts as detaching.
 class QuickPollDuringAJob : public QuickPoll {
  protected:
-  // Starts the job on a card and holds it before its end.
-  void StartHeld(std::uint64_t adapter, std::uint32_t operation) {
+  // Starts the job on a card and blocks it before its end.
+  void StartBlockedJob(std::uint64_t adapter, std::uint32_t operation) {
     for (const std::string& card : m_Host.Cards().Cards()) {
       Set(card, "attach_ms", "0");
       Set(card, "detach_ms", "0");
@@ -352,7 +353,7 @@ TEST_F(QuickPollDuringAJob, AnAttachedCardInAnAttachJobCountsAsAttaching) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   StartWatch();
-  StartHeld(FIRST, PI::OP_ATTACH);
+  StartBlockedJob(FIRST, PI::OP_ATTACH);
   Set("card0", "iom_state", "1");
   EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Activity(FIRST), "ATTACHING");
@@ -367,7 +368,7 @@ TEST_F(QuickPollDuringAJob, AnAttachedCardInAnAttachJobCountsAsAttaching) {
 TEST_F(QuickPollDuringAJob, ADetachedCardInADetachJobCountsAsDetaching) {
   AddCards(1);
   StartWatch();
-  StartHeld(FIRST, PI::OP_DETACH);
+  StartBlockedJob(FIRST, PI::OP_DETACH);
   EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Activity(FIRST), "DETACHING");
   Set("card0", "iom_state", "0");
@@ -380,7 +381,7 @@ TEST_F(QuickPollDuringAJob, ADetachedCardInADetachJobCountsAsDetaching) {
 TEST_F(QuickPollDuringAJob, ADetachedCardInAForcedDetachJobCountsAsDetaching) {
   AddCards(1);
   StartWatch();
-  StartHeld(FIRST, PI::OP_FORCE_DETACH);
+  StartBlockedJob(FIRST, PI::OP_FORCE_DETACH);
   EXPECT_TRUE(NextPollStartsScan());
   Set("card0", "iom_state", "0");
   EXPECT_FALSE(NextPollStartsScan());
@@ -391,7 +392,7 @@ TEST_F(QuickPollDuringAJob, DoesNotRequestAScanEachTimeWhileTheJobRuns) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   StartWatch("255");
-  StartHeld(FIRST, PI::OP_ATTACH);
+  StartBlockedJob(FIRST, PI::OP_ATTACH);
   Set("card0", "iom_state", "2");
   EXPECT_TRUE(NextPollStartsScan());
   EXPECT_EQ(Activity(FIRST), "ATTACHING");
@@ -399,49 +400,48 @@ TEST_F(QuickPollDuringAJob, DoesNotRequestAScanEachTimeWhileTheJobRuns) {
   EXPECT_FALSE(NextPollStartsScan());
 }
 
-struct NoCorrection {
+struct UncorrectedState {
   const char* name;
   const char* initial;
   std::uint32_t operation;
-  const char* jobState;  // state during the job, which is recorded
-  const char* later;     // later state, which is not corrected
+  const char* later;  // a state during the job that is not corrected
 };
 
-void PrintTo(const NoCorrection& each, std::ostream* stream) {
-  *stream << each.name;
+void PrintTo(const UncorrectedState& value, std::ostream* stream) {
+  *stream << value.name;
 }
 
-const NoCorrection NO_CORRECTIONS[] = {
-    {"DetachedWhileAttaching", "0", PI::OP_ATTACH, "1", "0"},
-    {"DetachingWhileAttaching", "0", PI::OP_ATTACH, "1", "3"},
-    {"FailedWhileAttaching", "0", PI::OP_ATTACH, "1", "6"},
-    {"AttachedWhileDetaching", "2", PI::OP_DETACH, "3", "2"},
-    {"AttachingWhileDetaching", "2", PI::OP_DETACH, "3", "1"},
-    {"BusyWhileDetaching", "2", PI::OP_DETACH, "3", "4"},
+const UncorrectedState UNCORRECTED_STATES[] = {
+    {"DetachedWhileAttaching", "0", PI::OP_ATTACH, "0"},
+    {"DetachingWhileAttaching", "0", PI::OP_ATTACH, "3"},
+    {"FailedWhileAttaching", "0", PI::OP_ATTACH, "6"},
+    {"AttachedWhileDetaching", "2", PI::OP_DETACH, "2"},
+    {"AttachingWhileDetaching", "2", PI::OP_DETACH, "1"},
+    {"BusyWhileDetaching", "2", PI::OP_DETACH, "4"},
 };
 
 class EachUncorrectedState : public QuickPollDuringAJob,
-                             public testing::WithParamInterface<NoCorrection> {};
+                             public testing::WithParamInterface<UncorrectedState> {};
 
-TEST_P(EachUncorrectedState, CountsAsRead) {
+TEST_P(EachUncorrectedState, IsUsedAsRead) {
   AddCards(1);
   Set("card0", "iom_state", GetParam().initial);
   StartWatch();
-  StartHeld(FIRST, GetParam().operation);
+  StartBlockedJob(FIRST, GetParam().operation);
   EXPECT_TRUE(NextPollStartsScan());
   Set("card0", "iom_state", GetParam().later);
   EXPECT_TRUE(NextPollStartsScan());
 }
 
-INSTANTIATE_TEST_SUITE_P(States, EachUncorrectedState, testing::ValuesIn(NO_CORRECTIONS),
-                         [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(States, EachUncorrectedState, testing::ValuesIn(UNCORRECTED_STATES),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(QuickPollDuringAJob, AJobDoesNotCorrectAnotherCard) {
   AddCards(2);
   Set("card0", "iom_state", "0");
   Set("card1", "iom_state", "1");
   StartWatch();
-  StartHeld(FIRST, PI::OP_ATTACH);
+  StartBlockedJob(FIRST, PI::OP_ATTACH);
   EXPECT_TRUE(NextPollStartsScan());  // the job's own card
   Set("card1", "iom_state", "2");
   EXPECT_TRUE(NextPollStartsScan());
@@ -455,7 +455,7 @@ TEST_P(EachDetachJob, DoesNotCorrectAnotherCard) {
   AddCards(2);
   Set("card1", "iom_state", "3");
   StartWatch();
-  StartHeld(FIRST, GetParam());
+  StartBlockedJob(FIRST, GetParam());
   EXPECT_TRUE(NextPollStartsScan());  // the job's own card
   Set("card1", "iom_state", "0");
   EXPECT_TRUE(NextPollStartsScan());
@@ -465,7 +465,7 @@ TEST_P(EachDetachJob, DoesNotCorrectAnotherCard) {
 TEST_P(EachDetachJob, DoesNotCorrectAMissingState) {
   AddCards(1);
   StartWatch();
-  StartHeld(FIRST, GetParam());
+  StartBlockedJob(FIRST, GetParam());
   EXPECT_TRUE(NextPollStartsScan());  // for the detaching state
   m_Host.Cards().MakeAbsent("card0", "iom_state");
   EXPECT_TRUE(NextPollStartsScan());
@@ -476,7 +476,7 @@ TEST_P(EachDetachJob, DoesNotCorrectAMissingState) {
 INSTANTIATE_TEST_SUITE_P(Operations, EachDetachJob,
                          testing::Values(PI::OP_DETACH, PI::OP_FORCE_DETACH));
 
-TEST_F(QuickPollDuringAJob, AnEndedJobDoesNotCorrectTheState) {
+TEST_F(QuickPollDuringAJob, AFinishedJobDoesNotCorrectTheState) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   Set("card0", "attach_ms", "0");

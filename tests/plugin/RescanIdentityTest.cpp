@@ -131,7 +131,7 @@ TEST_F(RescanIdentity, CardsAfterARemovedOneKeepTheirIds) {
   EXPECT_EQ(Value(ObjectId(4), PI::Property::UNIQUE_ID), "\"PCI:Bus=4&Device=0&Function=0&ID=0\"");
   EXPECT_EQ(Value(ObjectId(5), PI::Property::OS_DEVICE), "\"/dev/fct2\"");
   EXPECT_EQ(Value(ObjectId(6), PI::Property::UNIQUE_ID), "\"PCI:Bus=5&Device=0&Function=0&ID=0\"");
-  Events();
+  m_Host.CollectEvents();
   WaitForScans(2);
   EXPECT_THAT(Events(), IsEmpty());
   EXPECT_THAT(Notifications(), SizeIs(1));
@@ -199,7 +199,7 @@ TEST_P(EachUnstableMask, IsClearWhenItCannotBeRead) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Masks, EachUnstableMask, testing::ValuesIn(UNSTABLE_MASKS),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 // The locate LED is switched off only at startup.
 TEST_F(RescanIdentity, ALocateLEDThatIsOnStaysOn) {
@@ -292,7 +292,7 @@ class JobAfterARemovedCard : public RescanIdentity {
     Hide(0);
     WaitForScans();
   }
-  void HoldAttach(std::uint64_t adapter) {
+  void StartBlockedAttach(std::uint64_t adapter) {
     m_pHeld = std::make_unique<HeldCall>("vsl_op_wait_for_result");
     ASSERT_EQ(m_Host.Run(adapter, PI::OP_ATTACH), 0U);
     m_pHeld->WaitUntilReached();
@@ -303,14 +303,14 @@ class JobAfterARemovedCard : public RescanIdentity {
 };
 
 TEST_F(JobAfterARemovedCard, CorrectsTheCardWhoseIndexIsThePositionOfTheAdapter) {
-  HoldAttach(ObjectId(5));  // of card 2, now at position 1
+  StartBlockedAttach(ObjectId(5));  // of card 2, now at position 1
   Set("card1", "iom_state", "2");
   WaitForScans();
   EXPECT_EQ(Activity(ObjectId(3)), "ATTACHING");
 }
 
 TEST_F(JobAfterARemovedCard, DoesNotCorrectBeyondTheEndOfTheList) {
-  HoldAttach(ObjectId(5));
+  StartBlockedAttach(ObjectId(5));
   Set("card2", "iom_state", "2");
   WaitForScans();
   EXPECT_EQ(Activity(ObjectId(5)), "IDLE");

@@ -29,12 +29,12 @@ constexpr const char* DRIVE_UPDATED = "PD (Flash Adapter G2 (0)) updated in db."
 constexpr const char* PLUGIN_INSERTED = "Plugin FusionIO inserted to db.";
 
 // Returns, for example, " (Storage query exception thrown! (statement rejected))".
-std::string Because(const std::string& reason) {
+std::string Reason(const std::string& reason) {
   return " (Storage query exception thrown! (" + reason + "))";
 }
 
-std::string BecauseOfTheKey(const std::string& reason) {
-  return " (Storage query exception thrown! Cannot read ID from database!" + Because(reason) + ")";
+std::string KeyReason(const std::string& reason) {
+  return " (Storage query exception thrown! Cannot read ID from database!" + Reason(reason) + ")";
 }
 
 // Makes an action on a table fail from now on: "INSERT", "UPDATE" or "DELETE".
@@ -69,7 +69,7 @@ class RowFailures : public WorkerFixture {
   std::string File() { return (m_Host.Directory() / "rows.db").string(); }
 
   const SqliteInterceptor m_Interceptor;  // before the database is opened
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
   const std::string m_Number = NumberOf(3);
   const std::string m_Adapter = "Adapter (SanDisk Flash Adapter 785GB (1)) (" + m_Number + ") ";
   Cells m_DatabaseLines;
@@ -81,7 +81,7 @@ TEST_F(RowFailures, AFailedAdapterInsertIsTracedAndTheOthersContinue) {
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(m_Host.Traces(128),
               ElementsAre("Storage query exception thrown during inserting Adapter () (" +
-                              m_Number + ") to db." + Because("statement rejected"),
+                              m_Number + ") to db." + Reason("statement rejected"),
                           DRIVE_INSERTED, PLUGIN_INSERTED));
   EXPECT_THAT(Counts(), ElementsAre("0", "1", "1"));
   EXPECT_THAT(m_Host.Topology(), SizeIs(3));
@@ -95,7 +95,7 @@ TEST_F(RowFailures, AFailedDriveInsertIsTracedAndTheOthersContinue) {
               ElementsAre("Adapter () (" + m_Number + ") inserted to db.",
                           "Storage query exception thrown during inserting PD (Flash Adapter G2 "
                           "(0)) to db." +
-                              Because("statement rejected"),
+                              Reason("statement rejected"),
                           PLUGIN_INSERTED));
   EXPECT_THAT(Counts(), ElementsAre("1", "0", "1"));
 }
@@ -105,7 +105,7 @@ TEST_F(RowFailures, AFailedPluginInsertIsTracedAndStartupSucceeds) {
   Reject("INSERT", PLUGIN_ROWS);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_EQ(m_Host.Traces(128).back(),
-            "Plugin FusionIO inserted to db." + Because("statement rejected"));
+            "Plugin FusionIO inserted to db." + Reason("statement rejected"));
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "0"));
 }
 
@@ -120,7 +120,7 @@ TEST_F(RowFailures, AFailedPluginDeletionIsTracedAndTheResultIsUnchanged) {
             Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_THAT(m_Host.Traces(128),
               ElementsAre("Exception thrown during removing SanDisk plugin object from db." +
-                          Because("statement rejected")));
+                          Reason("statement rejected")));
   EXPECT_THAT(m_Host.Topology(), SizeIs(1));
 }
 
@@ -131,7 +131,7 @@ TEST_F(RowFailures, AFailedAdapterUpdateIsTracedAndRepeatedAtTheNextChange) {
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines,
               ElementsAre("Storage query exception thrown during updating " + m_Adapter +
-                              "entry updated in db." + Because("statement rejected"),
+                              "entry updated in db." + Reason("statement rejected"),
                           DRIVE_UPDATED));
   StopRejecting();
   SetTemperature("70.0");
@@ -147,7 +147,7 @@ TEST_F(RowFailures, AFailedDriveUpdateIsTracedAndRepeatedAtTheNextScan) {
   EXPECT_THAT(m_DatabaseLines,
               ElementsAre("Storage query exception thrown during updating PD (Flash Adapter G2 "
                           "(0)) in db." +
-                          Because("statement rejected")));
+                          Reason("statement rejected")));
   StopRejecting();
   ScanOnce();
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("4096"));
@@ -183,7 +183,7 @@ TEST_F(RowFailures, AFailedAdapterDeletionIsTracedAndItsRowStays) {
   ScanOnce();
   EXPECT_THAT(m_DatabaseLines,
               ElementsAre("Storage query exception thrown during removing " + m_Adapter +
-                              "removed from db." + Because("statement rejected"),
+                              "removed from db." + Reason("statement rejected"),
                           DRIVE_UPDATED));
   StopRejecting();
   ScanOnce();
@@ -231,8 +231,8 @@ struct FileCase {
   bool asOrdinaryUser = false;  // tests may run as root, which bypasses file permissions
 };
 
-void PrintTo(const FileCase& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const FileCase& value, std::ostream* out) {
+  *out << value.name;
 }
 
 void ReplaceWithDirectory(const std::string& file) {
@@ -270,11 +270,11 @@ class UnusableFile : public RowFailures, public testing::WithParamInterface<File
 
   // Creates the database file, makes it unusable and opens it again.
   void SwitchToUnusableFile() {
-    DatabaseLife::Begin(File());
-    DatabaseLife::Begin(":memory:");
+    ScopedDatabase::Begin(File());
+    ScopedDatabase::Begin(":memory:");
     GetParam().damage(File());
     if (GetParam().asOrdinaryUser && m_Before == 0 && seteuid(65534) != 0) std::abort();
-    DatabaseLife::Begin(File());
+    ScopedDatabase::Begin(File());
   }
 
   // Removes the closing parentheses, because SQLite appends the position of the damage to the
@@ -290,7 +290,7 @@ TEST_P(UnusableFile, DoesNotPreventStartup) {
   AddCards(1);
   SwitchToUnusableFile();
   ASSERT_EQ(m_Host.Start(), 0U);
-  const std::string reason = WithoutClosingParentheses(BecauseOfTheKey(GetParam().reason));
+  const std::string reason = WithoutClosingParentheses(KeyReason(GetParam().reason));
   EXPECT_THAT(
       m_Host.Traces(128),
       ElementsAre(
@@ -308,7 +308,7 @@ TEST_P(UnusableFile, DoesNotPreventAScan) {
   SwitchToUnusableFile();
   SetTemperature("60.0");
   ScanOnce();
-  const std::string reason = WithoutClosingParentheses(Because(GetParam().reason));
+  const std::string reason = WithoutClosingParentheses(Reason(GetParam().reason));
   EXPECT_THAT(
       m_DatabaseLines,
       ElementsAre(StartsWith("Storage query exception thrown during updating " + m_Adapter +
@@ -328,7 +328,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FileCase{"Damaged", OverwriteAPage, "database disk image is malformed: "},
                     FileCase{"ReadOnly", MakeReadOnly, "attempt to write a readonly database",
                              true}),
-    [](const testing::TestParamInfo<FileCase>& each) { return std::string(each.param.name); });
+    [](const testing::TestParamInfo<FileCase>& test) { return std::string(test.param.name); });
 
 // Another process that is about to write. It holds the write lock of the write-ahead log, which is
 // byte 120 of the -shm file.
@@ -373,7 +373,7 @@ class OtherWriter {
 };
 
 TEST_F(RowFailures, ALockedFileDoesNotPreventScansAndIsWrittenOnceUnlocked) {
-  DatabaseLife::Begin(File());
+  ScopedDatabase::Begin(File());
   Run();
   {
     const OtherWriter writer(File());
@@ -383,7 +383,7 @@ TEST_F(RowFailures, ALockedFileDoesNotPreventScansAndIsWrittenOnceUnlocked) {
   }
   EXPECT_THAT(m_DatabaseLines, ElementsAre("Storage query exception thrown during updating PD "
                                            "(Flash Adapter G2 (0)) in db." +
-                                           Because("database is locked")));
+                                           Reason("database is locked")));
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("512"));
   ScanOnce();
   EXPECT_THAT(Column(DRIVE_ROWS, "pd_sector_size"), ElementsAre("4096"));
@@ -409,7 +409,7 @@ TEST_F(RowFailures, AReadOnlyFileDoesNotPreventScans) {
 }
 
 TEST_F(RowFailures, ADeletedFileIsRecreatedEmpty) {
-  DatabaseLife::Begin(File());
+  ScopedDatabase::Begin(File());
   Run();
   std::filesystem::remove(File());
   SetTemperature("60.0");
@@ -465,7 +465,7 @@ TEST_F(CardStrings, AQuestionMarkIsOrdinaryText) {
   EXPECT_THAT(m_DatabaseLines, ElementsAre(DRIVE_UPDATED, DRIVE_UPDATED));
 }
 
-TEST_F(CardStrings, TheWordNullIsStoredAsNullAndNotFound) {
+TEST_F(CardStrings, TheStringNullIsStoredAsNullAndNotFound) {
   RunWith("serial_number", "NULL");
   ScanOnce();
   ExpectSerialNumbers({"NULL", "FA00000002"}, {"NULL", "FA00000002"});

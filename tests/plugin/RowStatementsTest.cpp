@@ -33,7 +33,7 @@ class TwoCards : public WorkerFixture {
   void TearDown() override { m_OnLine = nullptr; }
 
   void SetTemperature(const char* celsius) { Set("card0", "temp_internal_deg_c", celsius); }
-  void SetSectors(const char* bytes) {
+  void SetSectorSize(const char* bytes) {
     for (const char* card : {"card0", "card1"}) Set(card, "sector_size_bytes", bytes);
   }
   void ScanOnce() {
@@ -73,18 +73,14 @@ class TwoCards : public WorkerFixture {
     return failures;
   }
 
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
   StatementWatch m_Statements;
   Cells m_DatabaseLines;
 };
 
 // The statements of each step.
 
-class RowStatements : public TwoCards {
- protected:
-  const std::string m_OfFirst =
-      "( ad.ad_adapter_number = '" + NumberOf(3) + "') AND ( ad.ad_host_name = 'localhost') ";
-};
+class RowStatements : public TwoCards {};
 
 TEST_F(RowStatements, ReadEachKeyAndInsertAtStartup) {
   m_Statements.Begin();
@@ -206,7 +202,7 @@ TEST_F(TwinRows, AreFoundAndUpdatedOnceForEachAdapter) {
                           "SELECT * FROM host_drive_rows", "UPDATE host_drive_rows"));
 }
 
-TEST_F(TwinRows, AreSearchedForEachAdapterAlsoIfThereAreNone) {
+TEST_F(TwinRows, AreSearchedForEachAdapterEvenIfNoneExist) {
   StartWatch();
   Query("DELETE FROM host_drive_rows");
   m_Statements.Begin();
@@ -226,8 +222,8 @@ struct RejectedStatement {
   const char* later;  // after the next step
 };
 
-void PrintTo(const RejectedStatement& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const RejectedStatement& value, std::ostream* out) {
+  *out << value.name;
 }
 
 class OneRejection : public TwoCards, public testing::WithParamInterface<RejectedStatement> {
@@ -256,7 +252,7 @@ class OneRejection : public TwoCards, public testing::WithParamInterface<Rejecte
 
 class RejectionAtStartup : public OneRejection {};
 
-TEST_P(RejectionAtStartup, CostsOneRow) {
+TEST_P(RejectionAtStartup, OmitsOneRow) {
   RejectStatement();
   StartWatch();
   EXPECT_THAT(m_Host.m_AdapterIDs, SizeIs(2));
@@ -288,12 +284,12 @@ ALL_CASES(RejectionAtStartup,
 class RejectionAtAChange : public OneRejection {};
 
 // An adapter's row shows the values before its change.
-TEST_P(RejectionAtAChange, CostsOneRowUntilTheNextChange) {
+TEST_P(RejectionAtAChange, OmitsOneRowUntilTheNextChange) {
   StartWatch();
   SetTemperature("60.0");
   WaitForScans();
   SetTemperature("70.0");
-  SetSectors("4096");
+  SetSectorSize("4096");
   RejectStatement();
   ScanOnce();
   ExpectRejected(m_DatabaseLines);
@@ -320,9 +316,9 @@ ALL_CASES(RejectionAtAChange,
 
 class RejectionAtRemoval : public OneRejection {};
 
-TEST_P(RejectionAtRemoval, CostsOneRowUntilTheNextScan) {
+TEST_P(RejectionAtRemoval, OmitsOneRowUntilTheNextScan) {
   StartWatch();
-  SetSectors("4096");
+  SetSectorSize("4096");
   Hide(1);
   RejectStatement();
   ScanOnce();
@@ -332,24 +328,24 @@ TEST_P(RejectionAtRemoval, CostsOneRowUntilTheNextScan) {
 }
 
 // The row of the removed adapter remains.
-constexpr const char* STILL_THERE = "A S1 50, A S2 50, D S1 4096, D S2 512, P";
-constexpr const char* GONE = "A S1 50, D S1 4096, D S2 512, P";
+constexpr const char* A2_RETAINED = "A S1 50, A S2 50, D S1 4096, D S2 512, P";
+constexpr const char* A2_DELETED = "A S1 50, D S1 4096, D S2 512, P";
 
 ALL_CASES(RejectionAtRemoval,
-          RejectedStatement{"TheAdapter", 1, "removing Adapter", STILL_THERE, STILL_THERE},
+          RejectedStatement{"TheAdapter", 1, "removing Adapter", A2_RETAINED, A2_RETAINED},
           RejectedStatement{"FindingTheOtherDrive", 2, "updating PD",
-                            "A S1 50, D S1 512, D S2 512, P", GONE},
+                            "A S1 50, D S1 512, D S2 512, P", A2_DELETED},
           RejectedStatement{"TheOtherDrive", 3, "updating PD", "A S1 50, D S1 512, D S2 512, P",
-                            GONE});
+                            A2_DELETED});
 
 class RejectionAtArrival : public OneRejection {};
 
-TEST_P(RejectionAtArrival, CostsOneRow) {
+TEST_P(RejectionAtArrival, OmitsOneRow) {
   StartWatch();
   Hide(1);
   WaitForScans();
   Show(1);
-  SetSectors("4096");
+  SetSectorSize("4096");
   RejectStatement();
   ScanOnce();
   ExpectRejected(m_DatabaseLines);
@@ -361,8 +357,8 @@ TEST_P(RejectionAtArrival, CostsOneRow) {
 constexpr const char* BACK = "A S1 50, A S2 50, D S1 4096, D S2 4096, D S2 4096, P";
 constexpr const char* BACK_WITHOUT_ADAPTER = "A S1 50, D S1 4096, D S2 4096, D S2 4096, P";
 constexpr const char* BACK_WITHOUT_DRIVE = "A S1 50, A S2 50, D S1 4096, D S2 4096, P";
-constexpr const char* BACK_BUT_D1 = "A S1 50, A S2 50, D S1 512, D S2 4096, D S2 4096, P";
-constexpr const char* BACK_BUT_D2 = "A S1 50, A S2 50, D S1 4096, D S2 512, D S2 4096, P";
+constexpr const char* BACK_OLD_D1 = "A S1 50, A S2 50, D S1 512, D S2 4096, D S2 4096, P";
+constexpr const char* BACK_OLD_D2 = "A S1 50, A S2 50, D S1 4096, D S2 512, D S2 4096, P";
 
 ALL_CASES(RejectionAtArrival,
           RejectedStatement{"ItsAdaptersKey", 1, "inserting Adapter", BACK_WITHOUT_ADAPTER,
@@ -372,10 +368,10 @@ ALL_CASES(RejectionAtArrival,
           RejectedStatement{"ItsDrivesKey", 3, "inserting PD", BACK_WITHOUT_DRIVE,
                             BACK_WITHOUT_DRIVE},
           RejectedStatement{"ItsDrive", 4, "inserting PD", BACK_WITHOUT_DRIVE, BACK_WITHOUT_DRIVE},
-          RejectedStatement{"FindingTheOtherDrive", 5, "updating PD", BACK_BUT_D1, BACK},
-          RejectedStatement{"TheOtherDrive", 6, "updating PD", BACK_BUT_D1, BACK},
-          RejectedStatement{"FindingItsDrive", 7, "updating PD", BACK_BUT_D2, BACK},
-          RejectedStatement{"ItsDriveAgain", 8, "updating PD", BACK_BUT_D2, BACK});
+          RejectedStatement{"FindingTheOtherDrive", 5, "updating PD", BACK_OLD_D1, BACK},
+          RejectedStatement{"TheOtherDrive", 6, "updating PD", BACK_OLD_D1, BACK},
+          RejectedStatement{"FindingItsDrive", 7, "updating PD", BACK_OLD_D2, BACK},
+          RejectedStatement{"ItsDriveAgain", 8, "updating PD", BACK_OLD_D2, BACK});
 
 // The plug-in catches only database exceptions.
 

@@ -45,7 +45,7 @@ class RowsAfterChanges : public WorkerFixture {
            NumberOf(static_cast<std::uint32_t>(number + 2)) + ") ";
   }
 
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
   Cells m_DatabaseLines;
   Cells m_RowCalls;
 };
@@ -53,7 +53,7 @@ class RowsAfterChanges : public WorkerFixture {
 constexpr const char* DRIVE_UPDATED = "PD (Flash Adapter G2 (0)) updated in db.";
 constexpr const char* DRIVE_INSERTED = "PD (Flash Adapter G2 (0)) inserted to db.";
 
-TEST_F(RowsAfterChanges, AnAdaptersRowIsOneScanBehind) {
+TEST_F(RowsAfterChanges, AnAdaptersRowLagsByOneChange) {
   Run(1);
   SetTemperature(0, "60.0");
   ScanOnce();
@@ -77,7 +77,7 @@ TEST_F(RowsAfterChanges, AScanWithoutAChangeWritesOnlyTheDrives) {
   EXPECT_THAT(Counts(), ElementsAre("2", "2", "1"));
 }
 
-TEST_F(RowsAfterChanges, AnAdaptersNumberIsWrittenAtItsFirstChange) {
+TEST_F(RowsAfterChanges, AnAdaptersNameIsWrittenAtItsFirstChange) {
   Run(1);
   ScanOnce();
   EXPECT_THAT(Column(ADAPTER_ROWS, "ad_name"), ElementsAre(""));
@@ -252,7 +252,7 @@ TEST_F(RowsAfterChanges, RowsOfAnotherHostAreNotChanged) {
   EXPECT_THAT(Counts(), ElementsAre("1", "2", "1"));
 }
 
-TEST_F(RowsAfterChanges, RowsOfOnlyAnotherHostAreNotUpdated) {
+TEST_F(RowsAfterChanges, RowsThatExistOnlyForAnotherHostAreNotUpdated) {
   Run(1);
   Query("UPDATE host_adapter_rows SET ad_host_name = 'elsewhere'");
   Query("UPDATE host_drive_rows SET pd_host_name = 'elsewhere'");
@@ -266,7 +266,7 @@ TEST_F(RowsAfterChanges, RowsOfOnlyAnotherHostAreNotUpdated) {
 
 // Each of the two drives finds the first row with that serial number, once for each of the two
 // adapters. The row has the values of the last update.
-TEST_F(RowsAfterChanges, CardsWithOneSerialNumberAllUpdateTheFirstRow) {
+TEST_F(RowsAfterChanges, CardsWithTheSameSerialNumberAllUpdateTheFirstRow) {
   AddCards(2);
   for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "S1");
   Set("card0", "reserve_warning_threshold_percent", "12.0");
@@ -309,7 +309,7 @@ TEST_F(RowsAfterChanges, AScanDoesNotRecreateDeletedRows) {
   EXPECT_THAT(m_RowCalls, IsEmpty());
 }
 
-TEST_F(RowsAfterChanges, ARowIsNoLongerUpdatedAfterItsDrivesSerialNumberChanges) {
+TEST_F(RowsAfterChanges, ARowIsNotUpdatedAfterItsDrivesSerialNumberChanges) {
   Run(1);
   Set("card0", "serial_number", "other");
   Set("card0", "sector_size_bytes", "4096");
@@ -333,7 +333,7 @@ TEST_F(RowsAfterChanges, AScanCallsTheCardOnlyForTheDrivesRow) {
 
 // The rows of an earlier start are kept.
 TEST(RowsOfAnotherStart, AreAddedToTheEarlierOnes) {
-  const DatabaseLife database;
+  const ScopedDatabase database;
   for (int start = 0; start < 2; ++start) {
     OneCard host(PlainCard());
     ASSERT_EQ(host.Initialize(), 0U);
@@ -342,11 +342,11 @@ TEST(RowsOfAnotherStart, AreAddedToTheEarlierOnes) {
 }
 
 TEST(RowsOfAnotherStart, ReplaceTheEarlierOnesAfterADatabaseRestart) {
-  const DatabaseLife database;
+  const ScopedDatabase database;
   OneCard host(PlainCard());
   const std::string file = (host.Directory() / "rows.db").string();
   for (int start = 0; start < 2; ++start) {
-    DatabaseLife::Begin(file);
+    ScopedDatabase::Begin(file);
     OneCard other(PlainCard());
     ASSERT_EQ(other.Initialize(), 0U);
     EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
@@ -354,7 +354,7 @@ TEST(RowsOfAnotherStart, ReplaceTheEarlierOnesAfterADatabaseRestart) {
 }
 
 TEST(RowsAfterAStop, AreKept) {
-  const DatabaseLife database;
+  const ScopedDatabase database;
   OneCard host(PlainCard());
   ASSERT_EQ(host.Start(), 0U);
   host.DeInitialize();

@@ -27,7 +27,7 @@ class RowsAfterOperations : public WorkerFixture {
     Set("card0", "sector_size_bytes", "512");
     StartWatch();
   }
-  // Changes the temperature, which is a change outside the plug-in.
+  // Changes the temperature and waits for the scan that detects the change.
   void ChangeTemperature(const char* celsius) {
     Set("card0", "temp_internal_deg_c", celsius);
     WaitForScans();
@@ -50,7 +50,7 @@ class RowsAfterOperations : public WorkerFixture {
                                  "pd_configurable_size"});
   }
 
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
 };
 
 TEST_F(RowsAfterOperations, ShowADetachAtTheNextChange) {
@@ -76,7 +76,7 @@ TEST_F(RowsAfterOperations, ShowAnAttachAtTheNextChange) {
   EXPECT_EQ(Rows(), "adapter OK ATTACHED IDLE 50, drive AVAILABLE 512 1048576 2097152");
 }
 
-// The scans during a long job write each state one change late.
+// An adapter's row lags by one change, so a later change is needed to write the final state.
 TEST_F(RowsAfterOperations, ShowALongAttachAsAttachingFirst) {
   RunWith("0");
   Set("card0", "attach_ms", "60000");

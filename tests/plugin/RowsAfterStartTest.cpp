@@ -23,17 +23,17 @@ class RowsAfterStart : public testing::Test {
   }
 
   OneCard m_Host;
-  DatabaseLife m_Database;
+  ScopedDatabase m_Database;
 };
 
-TEST_F(RowsAfterStart, AnAdapterHasExactlyItsFields) {
+TEST_F(RowsAfterStart, AnAdapterRowHasExactlyTheseCells) {
   ASSERT_EQ(Start(), 0U);
   const std::vector<Cells> rows = AdapterRows();
   ASSERT_THAT(rows, SizeIs(1));
   EXPECT_THAT(rows[0], ElementsAreArray(PlainAdapterRow()));
 }
 
-TEST_F(RowsAfterStart, ADriveHasExactlyItsFields) {
+TEST_F(RowsAfterStart, ADriveRowHasExactlyTheseCells) {
   ASSERT_EQ(Start(), 0U);
   const std::vector<Cells> rows = DriveRows();
   ASSERT_THAT(rows, SizeIs(1));
@@ -68,7 +68,7 @@ TEST_F(RowsAfterStart, ADriveHasExactlyItsFields) {
                                               "pd_write_throttling=40252"}));
 }
 
-TEST_F(RowsAfterStart, ThePluginHasExactlyItsFields) {
+TEST_F(RowsAfterStart, ThePluginRowHasExactlyTheseCells) {
   m_Host.WriteIni("PollInterval=20\n");
   ASSERT_EQ(Start(), 0U);
   EXPECT_THAT(PluginRows(),
@@ -81,12 +81,12 @@ TEST_F(RowsAfterStart, ThePluginHasExactlyItsFields) {
 struct Case {
   const char* name;
   Settings settings;
-  Cells cells;  // expected in the adapter's row
+  Cells cells;  // expected in the row of the adapter or drive
   const char* absentColumn = "no such column";
 };
 
-void PrintTo(const Case& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const Case& value, std::ostream* out) {
+  *out << value.name;
 }
 
 std::string NameOfCase(const testing::TestParamInfo<Case>& info) {
@@ -97,7 +97,7 @@ class AdapterRowFields : public testing::TestWithParam<Case> {};
 
 TEST_P(AdapterRowFields, ShowTheScannedCard) {
   OneCard host(PlainCard());
-  const DatabaseLife database;
+  const ScopedDatabase database;
   host.Set(GetParam().settings);
   ASSERT_EQ(host.Initialize(), 0U);
   ASSERT_THAT(AdapterRows(), SizeIs(1));
@@ -119,12 +119,13 @@ INSTANTIATE_TEST_SUITE_P(
              {{"fw_current_major_ver", nullptr}, {"fw_current_version", nullptr}},
              {},
              "ad_firmware_version="},
-        Case{"EmptyFirmwareText",
+        Case{"EmptyFirmwareString",
              {{"fw_current_major_ver", nullptr}, {"fw_current_version", ""}},
              {},
              "ad_firmware_version="},
-        Case{
-            "FirmwareAsText", {{"fw_current_major_ver", nullptr}}, {"ad_firmware_version=v6.3.11"}},
+        Case{"FirmwareAsString",
+             {{"fw_current_major_ver", nullptr}},
+             {"ad_firmware_version=v6.3.11"}},
         Case{"Attached", {}, {STATUS("OK"), ACTIVITY("IDLE"), REASONS("ATTACHED")}},
         Case{"Detached",
              {{"iom_state", "0"}},
@@ -145,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(
              {{"current_errors", "3"}, {"iom_state", "0"}},
              {STATUS("FAILED"), REASONS("INTERNAL_ERROR?INCOMPATIBLE_PCI_BANDWIDTH?DETACHED")}},
         Case{"BelowZero", {{"temp_internal_deg_c", "-3.9"}}, {"ad_temperature=-3"}},
-        // 2^32 + 5 MiB.
+        // (2^32 + 5) MiB.
         Case{"SizeTruncatedTo32Bits",
              {{"factory_size_bytes", "4503599632613376"}},
              {"ad_factory_size=5"}},
@@ -161,7 +162,7 @@ class DriveRowFields : public testing::TestWithParam<Case> {};
 
 TEST_P(DriveRowFields, ShowTheScannedCard) {
   OneCard host(PlainCard());
-  const DatabaseLife database;
+  const ScopedDatabase database;
   host.Set(GetParam().settings);
   ASSERT_EQ(host.Initialize(), 0U);
   ASSERT_THAT(DriveRows(), SizeIs(1));
@@ -171,13 +172,13 @@ TEST_P(DriveRowFields, ShowTheScannedCard) {
 INSTANTIATE_TEST_SUITE_P(
     All, DriveRowFields,
     testing::Values(
-        Case{"NameWithBrackets", {{"product_name", "Drive (new) A"}}, {"pd_short_name=Drive"}},
-        Case{"NameWithTwoAdjacentBrackets",
+        Case{"NameWithParentheses", {{"product_name", "Drive (new) A"}}, {"pd_short_name=Drive"}},
+        Case{"NameWithTwoAdjacentParentheses",
              {{"product_name", "Drive ((x"}},
              {"pd_short_name=Drive"}},
-        // The character before the bracket is always removed.
-        Case{"NoBlankBeforeTheBracket", {{"product_name", "Drive(x"}}, {"pd_short_name=Driv"}},
-        Case{"BracketFirst",
+        // The character before the parenthesis is always removed.
+        Case{"NoSpaceBeforeTheParenthesis", {{"product_name", "Drive(x"}}, {"pd_short_name=Driv"}},
+        Case{"ParenthesisFirst",
              {{"product_name", "(new) Drive"}},
              {"pd_short_name=(new) Drive (0)", "pd_product=(new) Drive"}},
         Case{"OneLetter", {{"product_name", "D"}}, {"pd_short_name=D"}},
@@ -198,7 +199,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"ThresholdOutsideItsRange",
              {{"reserve_warning_threshold_percent", "250.0"}},
              {"pd_reserve_warning=250"}},
-        // 2^32 + 5 MiB, in full.
+        // (2^32 + 5) MiB, not truncated.
         Case{"LargeSize",
              {{"factory_size_bytes", "4503599632613376"}},
              {"pd_factory_size=4294967301"}}),
@@ -206,7 +207,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(RowsOfTheNewerFamily, HaveItsDriverAndItsNames) {
   SimulatedHost host;
-  const DatabaseLife database;
+  const ScopedDatabase database;
   const std::string card = host.AddCard(0x3001);
   host.Cards().Set(card, "factory_size_bytes", "2199023255552");
   ASSERT_EQ(host.Initialize(), 0U);
@@ -217,7 +218,7 @@ TEST(RowsOfTheNewerFamily, HaveItsDriverAndItsNames) {
 // The host also has a card of a known family, because the plug-in does not start without one.
 TEST(RowsOfACardOfAnUnknownFamily, HaveAnEmptyDriverAndAnUnknownSegment) {
   SimulatedHost host;
-  const DatabaseLife database;
+  const ScopedDatabase database;
   host.AddCard(0x1003);
   host.Cards().MakeAbsent(host.AddCard(0x7777), "pci_domain");
   ASSERT_EQ(host.Initialize(), 0U);
@@ -233,7 +234,7 @@ class ManyRowsAfterStart : public testing::Test {
   }
 
   SimulatedHost m_Host;
-  DatabaseLife m_Database;
+  ScopedDatabase m_Database;
 };
 
 TEST_F(ManyRowsAfterStart, EachCardHasARowOfEachKindInOrder) {
@@ -245,7 +246,7 @@ TEST_F(ManyRowsAfterStart, EachCardHasARowOfEachKindInOrder) {
 }
 
 // Each adapter writes both drives, and each drive is written once for each adapter.
-TEST_F(ManyRowsAfterStart, CardsWithOneSerialNumberEachWriteAllTheirDrives) {
+TEST_F(ManyRowsAfterStart, CardsWithTheSameSerialNumberEachWriteAllTheirDrives) {
   for (const char* serial : {"S1", "S1"}) Add(serial);
   ASSERT_EQ(m_Host.Initialize(), 0U);
   EXPECT_THAT(Counts(), ElementsAre("2", "8", "1"));

@@ -16,7 +16,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// Builds the expected calls from the lists below.
+// Builds the list of expected calls.
 class Calls {
  public:
   Calls& Call(const std::string& line) {
@@ -68,7 +68,7 @@ class Calls {
 // This card has every optional attribute, so the scan makes the most calls.
 TEST(ScanCalls, ReadEveryAttribute) {
   ScannedCard card(0x1003);
-  const ScanLog log = LogOf(card.Host());
+  const ScanLog log = LogFirstScan(card.Host());
   Calls expected;
   expected.Start();
   expected.Read("card#1", {"pci_bus", "pci_device", "pci_function", "pci_domain"});
@@ -102,7 +102,7 @@ TEST(ScanCalls, ReadEveryAttribute) {
 }
 
 // Removes every attribute except the two that a card must have.
-void MakeBare(ScannedCard& card) {
+void RemoveOptionalAttributes(ScannedCard& card) {
   Lines names;
 #define CORVANE_NAME(type, name) names.push_back(#name);
 #define CORVANE_FORMAT_NAME(type, name) names.push_back("iom_format_" #name);
@@ -118,8 +118,8 @@ void MakeBare(ScannedCard& card) {
 
 TEST(ScanCalls, QueryEveryMissingAttribute) {
   ScannedCard card(0x1003);
-  MakeBare(card);
-  const ScanLog log = LogOf(card.Host());
+  RemoveOptionalAttributes(card);
+  const ScanLog log = LogFirstScan(card.Host());
   Calls expected;
   expected.Start();
   expected.Query("card#1", {"pci_bus", "pci_device", "pci_function", "pci_domain"});
@@ -153,7 +153,7 @@ TEST(ScanCalls, OmitTheBoardNameWithoutAFamily) {
   CardSim::SetHook([&](const CardSim::Call& call) {
     if (call.function == "vsl_open") card.Set("pci_device_id", "0x1001");
   });
-  const Lines calls = LogOf(card.Host()).calls;
+  const Lines calls = LogFirstScan(card.Host()).calls;
   EXPECT_EQ(Count(calls, "vsl_pci_device_id card#1"), 1);
   EXPECT_EQ(Count(calls, "vsl_has_board_name card#1"), 0);
   EXPECT_EQ(Count(calls, "vsl_has_pci_slot_num card#1"), 1);
@@ -162,7 +162,7 @@ TEST(ScanCalls, OmitTheBoardNameWithoutAFamily) {
 TEST(ScanCalls, ContinueWithoutTheFormatLimits) {
   ScannedCard card;
   CardSim::FailCall("vsl_iom_format_create", 1, 12, "busy");
-  const ScanLog log = LogOf(card.Host());
+  const ScanLog log = LogFirstScan(card.Host());
   const Lines tail(log.calls.end() - 5, log.calls.end());
   EXPECT_THAT(tail, testing::ElementsAre("vsl_iom_format_create card#1",
                                          "vsl_has_product_name card#1", "vsl_product_name card#1",
@@ -173,7 +173,7 @@ TEST(ScanCalls, ContinueWithoutTheFormatLimits) {
 TEST(ScanCalls, ContinueWithoutThePcieAdapter) {
   ScannedCard card;
   CardSim::FailCall("vsl_adapter_create", 1, 12, "busy");
-  const Lines calls = LogOf(card.Host()).calls;
+  const Lines calls = LogFirstScan(card.Host()).calls;
   const auto at = std::find(calls.begin(), calls.end(), "vsl_adapter_create card#1");
   ASSERT_NE(at, calls.end());
   EXPECT_EQ(*(at + 1), "vsl_has_temp_internal_warn_deg_c card#1");
@@ -184,13 +184,13 @@ TEST(ScanCalls, ContinueAfterIgnoredFailures) {
   Lines normalCalls;
   {
     ScannedCard workingCard;
-    normalCalls = LogOf(workingCard.Host()).calls;
+    normalCalls = LogFirstScan(workingCard.Host()).calls;
   }
   ScannedCard failingCard;
   CardSim::FailCall("vsl_set_beacon_state", 1, 12, "busy");
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 12, "busy");
   CardSim::FailCall("vsl_close", 1, 12, "busy");
-  EXPECT_THAT(LogOf(failingCard.Host()).calls, ElementsAreArray(normalCalls));
+  EXPECT_THAT(LogFirstScan(failingCard.Host()).calls, ElementsAreArray(normalCalls));
 }
 
 TEST(ScanCalls, DoNotTraceIgnoredFailures) {
@@ -210,7 +210,7 @@ TEST(ScanCalls, DoNotTraceIgnoredFailures) {
 TEST(ScanCalls, FinishEachCardBeforeTheNext) {
   ScannedCard card;
   card.Host().AddCard(0x3001);
-  const Lines calls = LogOf(card.Host()).calls;
+  const Lines calls = LogFirstScan(card.Host()).calls;
   EXPECT_THAT(
       StartingWith(calls, "vsl_iom_create_by_name"),
       testing::ElementsAre("vsl_iom_create_by_name /dev/fct0", "vsl_iom_create_by_name /dev/fct1"));

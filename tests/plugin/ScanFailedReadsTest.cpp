@@ -164,10 +164,10 @@ TEST_P(ScanFailedRead, ShowsAnotherValueIfTheReadSucceeds) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Reads, ScanFailedRead, testing::ValuesIn(FAILED_READS),
-                         [](const auto& each) { return std::string(each.param.function); });
+                         [](const auto& test) { return std::string(test.param.function); });
 
 // The smallest sector size is visible in the calls of a format without parameters.
-TEST(ScanFailedReads, MakeTheSmallestSectorZero) {
+TEST(ScanFailedReads, SetTheSmallestSectorSizeToZero) {
   ScannedCard card;
   CardSim::FailCall("vsl_iom_format_min_sector_size_bytes", 1, 12, "unreadable");
   ASSERT_EQ(card.Scan(), 0U);
@@ -177,8 +177,8 @@ TEST(ScanFailedReads, MakeTheSmallestSectorZero) {
               ElementsAre("vsl_iom_format_set_sector_size_bytes format#1 0"));
 }
 
-// The format then tries to over-format, and the card rejects it.
-TEST(ScanFailedReads, MakeOverformattingAllowed) {
+// The scan then sets the over-format mode, although the card does not allow it.
+TEST(ScanFailedReads, AllowOverformatting) {
   ScannedCard card;
   card.Set("iom_format_disallow_overformat", "true");
   CardSim::FailCall("vsl_iom_format_disallow_overformat", 1, 12, "unreadable");

@@ -98,7 +98,7 @@ TEST(ScanFields, AreTheSameForEveryCard) {
   EXPECT_EQ(card.Adapter(Property::ADAPTER_NUMBER), "0");
 }
 
-TEST(ScanFields, ShowALifetimeForAnEarlyFirstUse) {
+TEST(ScanFields, ShowALifetimeIfTheFirstUseIsKnown) {
   ScannedCard card;
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_NE(card.Adapter(Property::ESTIMATED_LIFETIME), "absent");
@@ -129,15 +129,15 @@ TEST(ScanFields, ShowAPowerLimitOnlyWithThePcieAdapter) {
 struct FirmwareCase {
   const char* name;
   const char* missing;  // one of the four parts, or null
-  bool hasText;
+  bool hasString;
   const char* shown;
 };
 
-TEST(ScanFirmware, IsBuiltFromItsPartsOrTheCardsText) {
+TEST(ScanFirmware, IsBuiltFromItsPartsOrTheCardsString) {
   const FirmwareCase cases[] = {
       // name, missing part, whether there is a string, shown
       {"all parts", NONE, true, "6.3.11 (10957)"},
-      {"all parts, no text", NONE, false, "6.3.11 (10957)"},
+      {"all parts, no string", NONE, false, "6.3.11 (10957)"},
       {"no major", "fw_current_major_ver", true, "v6.3.11"},
       {"no minor", "fw_current_minor_ver", true, "v6.3.11"},
       {"no micro", "fw_current_micro_ver", true, "v6.3.11"},
@@ -148,7 +148,7 @@ TEST(ScanFirmware, IsBuiltFromItsPartsOrTheCardsText) {
     SCOPED_TRACE(each.name);
     ScannedCard card;
     if (each.missing != NONE) card.Without(each.missing);
-    if (!each.hasText) card.Without("fw_current_version");
+    if (!each.hasString) card.Without("fw_current_version");
     ASSERT_EQ(card.Scan(), 0U);
     EXPECT_EQ(card.Adapter(Property::FIRMWARE_VERSION), each.shown);
   }

@@ -58,7 +58,7 @@ TEST_P(ScanWithoutAFamily, HasNeitherModelNorDriver) {
   ScannedCard card;
   SimulatedHost& host = card.Host();
   const std::string unlisted = host.AddCard(GetParam());
-  host.Cards().Set(unlisted, "product_name", "Odd One");
+  host.Cards().Set(unlisted, "product_name", "Unlisted");
   ASSERT_EQ(host.Start(), 0U);
   const std::uint64_t adapter = host.AdapterId(1);
   EXPECT_EQ(ShownValue(host, adapter, Property::PRODUCT), "");
@@ -66,7 +66,7 @@ TEST_P(ScanWithoutAFamily, HasNeitherModelNorDriver) {
   EXPECT_EQ(ShownValue(host, adapter, Property::NAME), "SanDisk  (2)");
   EXPECT_EQ(ShownValue(host, adapter, Property::STATUS), "OK");
   EXPECT_EQ(ShownValue(host, adapter, Property::UNIQUE_ID), "PCI:Bus=4&Device=0&Function=0");
-  EXPECT_EQ(ShownValue(host, host.DriveId(1), Property::NAME), "Odd One (0)");
+  EXPECT_EQ(ShownValue(host, host.DriveId(1), Property::NAME), "Unlisted (0)");
 }
 
 TEST_P(ScanWithoutAFamily, KeepsAnUnknownSegment) {
@@ -95,7 +95,7 @@ struct LocationCase {
   const char* location;
 };
 
-TEST(ScanLocation, IsShownInNumbersAndAsText) {
+TEST(ScanLocation, IsShownAsNumbersAndAsAString) {
   const LocationCase cases[] = {
       // domain, bus, device, function, location
       {"0", "0", "0", "0", "PCI:Bus=0&Device=0&Function=0"},
@@ -169,7 +169,7 @@ TEST(ScanSegment, ComesFromTheCardIfPresent) {
   EXPECT_EQ(card.Adapter(Property::PCI_SEGMENT), "0");
 }
 
-// Lists the card with the segment, then removes the card's attribute.
+// Adds the segment to the host's list of PCI devices, then removes the card's attribute.
 void HideSegment(SimulatedHost& host, const std::string& card, const std::string& segment) {
   host.Cards().Set(card, "pci_domain", segment);
   host.RefreshPciBus();
@@ -272,7 +272,7 @@ TEST_F(ScanWithASkippedCard, KeepsThePositionsOfTheOthers) {
 
 TEST_F(ScanWithASkippedCard, DoesNotUseAnIdOrAHandleForIt) {
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone");
-  const ScanLog log = LogOf(m_Host);
+  const ScanLog log = LogFirstScan(m_Host);
   EXPECT_THAT(log.handles, IsEmpty());
   EXPECT_EQ(Count(log.calls, "vsl_destroy null"), 0);
   const auto failed =

@@ -34,14 +34,14 @@ class ScanOrder : public WorkerFixture {
     return Steps(m_Journal.PluginEntries());
   }
 
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
   Journal m_Journal{m_Host};
 };
 
 const Lines WAKE_UP = {"-- trace 4 Worker() timeout event received"};
-const Lines TAKE_DATA = {"-- trace 8 Before m_DataLock.Wait(INFINITE)",
+const Lines LOCK_DATA = {"-- trace 8 Before m_DataLock.Wait(INFINITE)",
                          "d- trace 8 After m_DataLock.Wait(INFINITE)"};
-const Lines TAKE_EVENTS = {"d- trace 8 Before m_EventsLock.Wait(INFINITE)",
+const Lines LOCK_EVENTS = {"d- trace 8 Before m_EventsLock.Wait(INFINITE)",
                            "de trace 8 After m_EventsLock.Wait(INFINITE)"};
 const Lines BEGIN_SCAN = {"de trace 16 Before ScanSystem()",
                           "de trace 2 ENTER ScanSystem(0) PhyDrive=0"};
@@ -52,7 +52,7 @@ const Lines QUEUE = {"de trace 8 Before m_EventsLock.Wait (sg)",
                      "de trace 8 After m_EventsLock.Wait (sg)"};
 const Lines END_UPDATE = {"de trace 2 LEAVE UpdateSystem ret = 0",
                           "de trace 16 After UpdateSystem() ret = 0"};
-const Lines FREE_BOTH = {
+const Lines RELEASE_BOTH = {
     "de trace 4 Worker() after bscan", "de trace 8 Before m_EventsLock.Release ()",
     "d- trace 8 After m_EventsLock.Release ()", "d- trace 8 Before m_DataLock.Release ()",
     "-- trace 8 After m_DataLock.Release ()"};
@@ -61,12 +61,12 @@ const Lines RESTART_INTERVAL = {"-- trace 2 Worker() before restart interval"};
 
 // A pass with a scan. `steps` come between the start of the scan and the release of the locks.
 Lines PassWithScan(const std::vector<Lines>& steps, const Lines& notify = NOTIFY) {
-  return Joined({WAKE_UP, TAKE_DATA, TAKE_EVENTS, BEGIN_SCAN, Joined(steps), FREE_BOTH, notify,
+  return Joined({WAKE_UP, LOCK_DATA, LOCK_EVENTS, BEGIN_SCAN, Joined(steps), RELEASE_BOTH, notify,
                  RESTART_INTERVAL});
 }
 
 // The steps of a successful scan of one card.
-Lines CallsOfScan(const std::string& path, const std::string& number) {
+Lines StepsOfScan(const std::string& path, const std::string& number) {
   const std::string card = "card#" + number;
   const std::string adapter = "adapter#" + number;
   const std::string format = "format#" + number;
@@ -110,7 +110,7 @@ TEST_F(ScanOrder, ChangeWithAnEvent) {
   BeginJournal();
   EXPECT_THAT(StepsOfNextWakeUp(),
               ElementsAreArray(
-                  PassWithScan({CallsOfScan("/dev/fct0", "1"),
+                  PassWithScan({StepsOfScan("/dev/fct0", "1"),
                                 END_SCAN,
                                 {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
                                 QUEUE,
@@ -127,7 +127,7 @@ TEST_F(ScanOrder, UpdatesOnlyDriveRowsWhenNothingChanged) {
   BeginJournal();
   EXPECT_THAT(StepsOfNextWakeUp(),
               ElementsAreArray(
-                  PassWithScan({CallsOfScan("/dev/fct0", "1"),
+                  PassWithScan({StepsOfScan("/dev/fct0", "1"),
                                 END_SCAN,
                                 {"de trace 2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives"},
                                 UpdateDriveRow("/dev/fct0"),
@@ -147,7 +147,7 @@ TEST_F(ScanOrder, RemovedCardAndChangedCard) {
   CardSim::FailCall("vsl_iom_create_by_name", 2, 61, "gone");
   EXPECT_THAT(StepsOfNextWakeUp(),
               ElementsAreArray(
-                  PassWithScan({CallsOfScan("/dev/fct0", "1"),
+                  PassWithScan({StepsOfScan("/dev/fct0", "1"),
                                 {"de call vsl_iom_create_by_name /dev/fct1",
                                  "de trace 16 ScanSystem, vsl_iom_create_by_name = 61 (gone)"},
                                 END_SCAN,
@@ -170,17 +170,17 @@ TEST_F(ScanOrder, AddedCardAndChangedCard) {
   Hide(1);
   WaitForScans();
   WaitForWakeUps(2);
-  Events();
+  m_Host.CollectEvents();
   Show(1);
   Set("card0", "iom_state", "0");
   m_Journal.CollectEvents();
   BeginJournal();
-  Lines second = CallsOfScan("/dev/fct1", "2");
+  Lines second = StepsOfScan("/dev/fct1", "2");
   second.insert(second.end() - 2, "de trace 2 The drive is not found yet!");
   EXPECT_THAT(
       StepsOfNextWakeUp(),
       ElementsAreArray(PassWithScan(
-          {CallsOfScan("/dev/fct0", "1"),
+          {StepsOfScan("/dev/fct0", "1"),
            second,
            END_SCAN,
            {"de trace 2 ENTER UpdateSystem for 2 adapter, 2 physicalDrives"},
@@ -210,12 +210,12 @@ TEST_F(ScanOrder, QuickPollWithAChange) {
   const Lines begin(steps.begin(), steps.begin() + 14);
   EXPECT_THAT(begin, ElementsAreArray(Joined(
                          {WAKE_UP,
-                          TAKE_DATA,
+                          LOCK_DATA,
                           {"d- call vsl_iom_create_by_name /dev/fct0", "d- call vsl_open card#1",
                            "d- call vsl_close card#1", "d- call vsl_destroy card#1",
                            "d- call vsl_iom_create_by_name /dev/fct1", "d- call vsl_open card#2",
                            "d- call vsl_close card#2", "d- call vsl_destroy card#2"},
-                          TAKE_EVENTS,
+                          LOCK_EVENTS,
                           {"de trace 16 Before ScanSystem()"}})));
 }
 
@@ -229,7 +229,7 @@ TEST_F(ScanOrder, QuickPollOfCardsThatCannotBeOpened) {
       StepsOfNextWakeUp(),
       ElementsAreArray(Joined(
           {WAKE_UP,
-           TAKE_DATA,
+           LOCK_DATA,
            {"d- call vsl_iom_create_by_name /dev/fct0",
             "d- trace 16 Worker, vsl_iom_create_by_name = 61 (gone)",
             "d- call vsl_iom_create_by_name /dev/fct1", "d- call vsl_open card#1",

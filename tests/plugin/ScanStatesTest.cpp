@@ -13,13 +13,13 @@ using testing::IsEmpty;
 namespace Property = PI::Property;
 
 // Returns "status, activity: reasons".
-std::string Condition(ScannedCard& card) {
+std::string StatusLine(ScannedCard& card) {
   return card.Adapter(Property::STATUS) + ", " + card.Adapter(Property::ACTIVITY) + ": " +
          card.Adapter(Property::ADDITIONAL_STATUS);
 }
 
 struct StateCase {
-  const char* state;        // or null: absent
+  const char* state;        // null if the attribute is absent
   const char* healthy;      // expected without error or warning
   const char* withWarning;  // expected with a warning
   const char* withError;    // expected with an error
@@ -38,7 +38,7 @@ class ScanState : public testing::TestWithParam<StateCase> {
 
 TEST_P(ScanState, DeterminesTheStatusOfAHealthyCard) {
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Condition(m_Card), GetParam().healthy);
+  EXPECT_EQ(StatusLine(m_Card), GetParam().healthy);
   const bool failed = std::string(GetParam().healthy).rfind("FAILED", 0) == 0;
   EXPECT_EQ(DriveStatus(), failed ? "FAILED" : "AVAILABLE");
 }
@@ -46,13 +46,13 @@ TEST_P(ScanState, DeterminesTheStatusOfAHealthyCard) {
 TEST_P(ScanState, DeterminesTheStatusOfACardWithAWarning) {
   m_Card.Set("current_warnings", "0x2").Set("current_info", "0x2");
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Condition(m_Card), GetParam().withWarning);
+  EXPECT_EQ(StatusLine(m_Card), GetParam().withWarning);
 }
 
 TEST_P(ScanState, DeterminesTheStatusOfACardWithAnError) {
   m_Card.Set("current_errors", "0x100");
   ASSERT_EQ(m_Card.Scan(), 0U);
-  EXPECT_EQ(Condition(m_Card), GetParam().withError);
+  EXPECT_EQ(StatusLine(m_Card), GetParam().withError);
   EXPECT_EQ(DriveStatus(), "FAILED");
 }
 
@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(States, ScanState, testing::ValuesIn(STATE_CASES), [](c
 // Minimal mode.
 
 struct MinimalCase {
-  const char* mask;  // or null: absent
+  const char* mask;  // null if the attribute is absent
   const char* reasons;
 };
 
@@ -140,7 +140,7 @@ TEST(ScanMinimalMode, ListsItsReasonsFromTheLowestBitUp) {
 // Write throttling.
 
 struct ThrottlingCase {
-  const char* state;   // or null: absent
+  const char* state;   // null if the attribute is absent
   const char* reason;  // or null
   const char* shown;
   const char* reasons;

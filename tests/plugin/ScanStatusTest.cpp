@@ -23,8 +23,8 @@ struct BitCase {
   const char* reasons;
 };
 
-void PrintTo(const BitCase& each, std::ostream* stream) {
-  *stream << each.mask << " bit " << each.bit;
+void PrintTo(const BitCase& bitCase, std::ostream* stream) {
+  *stream << bitCase.mask << " bit " << bitCase.bit;
 }
 
 #define BIT(mask, bit, reason, event, status) {"current_" #mask, bit, #status, #reason " ATTACHED"},
@@ -64,7 +64,8 @@ INSTANTIATE_TEST_SUITE_P(Bits, ScanStatusBit, testing::ValuesIn(BIT_CASES), [](c
 
 struct MaskCase {
   const char* name;
-  const char* errors;  // or null: absent
+  // The masks; null if the attribute is absent.
+  const char* errors;
   const char* warnings;
   const char* info;
   const char* status;
@@ -203,7 +204,7 @@ TEST(ScanSamples, AreTakenAMillisecondApart) {
   });
   ASSERT_EQ(card.Scan(), 0U);
   ASSERT_EQ(times.size(), 15U);
-  for (unsigned long& each : times) each -= 1767225601000;  // the second start
+  for (unsigned long& each : times) each -= 1767225601000;  // the time of the second vsl_init
   EXPECT_THAT(times, ElementsAre(0, 1, 2, 3, 4, 4, 5, 6, 7, 8, 8, 9, 10, 11, 12));
 }
 

@@ -127,7 +127,8 @@ struct ScanLog {
   Lines misuse;
 };
 
-inline ScanLog LogOf(SimulatedHost& host) {
+// Runs `Initialize` and returns the log of its scan.
+inline ScanLog LogFirstScan(SimulatedHost& host) {
   ScanLog log;
   HostKit::SetTraceSink([&log](const HostKit::TraceLine& line) {
     if (line.text != "LEAVE ScanSystem() -> 0") return;

@@ -43,7 +43,7 @@ TEST(Scenarios, AFlickeringBitDoesNotRaiseAnEvent) {
   EXPECT_THAT(EventsOf("flicker"), IsEmpty());
 }
 
-TEST(Scenarios, ACardThatLeavesAndReturnsRaisesRemoveThenAdd) {
+TEST(Scenarios, ACardThatIsRemovedAndReturnsRaisesRemoveThenAdd) {
   EXPECT_THAT(EventsOf("card-goes-and-returns"), ElementsAre("CTRL_PNPREMOVE", "CTRL_PNPADD"));
 }
 

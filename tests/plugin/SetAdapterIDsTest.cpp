@@ -87,7 +87,7 @@ TEST_F(SetAdapterIDs, SkipsEntriesWithOtherAddresses) {
 TEST_F(SetAdapterIDs, IgnoresNameAndAdapterNumberOfAnEntry) {
   ASSERT_EQ(m_Card.Scan(), 0U);
   PI::CAdapterID id = Entry(7);
-  id.m_Name = "somebody";
+  id.m_Name = "ignored";
   id.m_AdapterNumber = 99;
   EXPECT_EQ(Assign({id}), 0U);
   EXPECT_EQ(Name(), "SanDisk Flash Adapter 785GB (7)");

@@ -44,19 +44,19 @@ std::vector<Line> LinesOf(std::initializer_list<const char*> directories) {
 }
 
 // Returns "FILE: CODE" for each matching line outside the file `exempt`.
-std::vector<std::string> Matching(const std::vector<Line>& lines, const std::regex& wanted,
+std::vector<std::string> Matching(const std::vector<Line>& lines, const std::regex& pattern,
                                   const std::string& exempt = "") {
   std::vector<std::string> found;
   for (const Line& line : lines) {
-    if (line.file == exempt || !std::regex_search(line.code, wanted)) continue;
+    if (line.file == exempt || !std::regex_search(line.code, pattern)) continue;
     found.push_back(line.file + ": " + line.code);
   }
   std::sort(found.begin(), found.end());
   return found;
 }
 
-bool Finds(const std::regex& wanted, const std::string& code) {
-  return std::regex_search(code, wanted);
+bool Finds(const std::regex& pattern, const std::string& code) {
+  return std::regex_search(code, pattern);
 }
 
 // Numbers are converted to text in one place, and read with a fixed locale.
@@ -73,12 +73,12 @@ TEST(SourceRules, NumbersWithAFractionDoNotFollowTheCLocale) {
   const std::regex conversion(
       R"(\b(strto(f|d|ld)|atof|sto(f|d|ld)|[efg]cvt|strfmon|strfrom(f|d|l))\s*\(|\blexical_cast\b|)"
       R"(%[-+#0-9.*']*[hlLqjzt]*[aAeEfFgG])");
-  for (const char* planted :
+  for (const char* violation :
        {"strtod(text, &end);", "double d = std::stod(cell);", "std::strtof(cell, nullptr)",
         "atof(text)", "std::printf(\"%f\", value);", "snprintf(text, size, \"at %.3g\", value);",
         "sscanf(text, \"%lf\", &value)", "boost::format(\"%-8.2Lf %%\")",
         "boost::lexical_cast<double>(text)"}) {
-    EXPECT_TRUE(Finds(conversion, planted)) << planted;
+    EXPECT_TRUE(Finds(conversion, violation)) << violation;
   }
   for (const char* harmless : {"strtod_l(text, &end, classic)", "printf(\"%lu %s\", n, text)"}) {
     EXPECT_FALSE(Finds(conversion, harmless)) << harmless;
@@ -95,7 +95,7 @@ TEST(SourceRules, NumbersWithAFractionDoNotFollowTheCLocale) {
           R"(TraceLog.cpp:       "%Y-%m-%dT%H:%M:%S.%eZ %v", spdlog::pattern_time_type::utc));)"));
 }
 
-// Handles are passed to the card library only through the functions that know their kinds.
+// Handles are passed to the card library only through functions that know their types.
 TEST(SourceRules, TheCardLibraryIsCalledInOnePlace) {
   const std::regex call("\\bvsl_(?!init\\(|fini\\()[a-z_]+\\(");
   EXPECT_THAT(Matching(LinesOf({"Corvane/Src"}), call, "CardHandles.h"), IsEmpty());
@@ -140,14 +140,14 @@ TEST(SourceRules, LocksAreAcquiredOnlyThroughGuards) {
   const std::vector<Line> lines = LinesOf({"Corvane/Src"});
   const std::set<std::string> locks = LocksIn(lines);
   EXPECT_THAT(locks, IsSupersetOf({"m_DataLock", "m_EventsLock"}));
-  EXPECT_THAT(LocksIn({{"", "CFastMutex m_Planted;"}}), ElementsAre("m_Planted"));
+  EXPECT_THAT(LocksIn({{"", "CFastMutex m_Example;"}}), ElementsAre("m_Example"));
   const std::regex raw = RawLocking(locks);
-  for (const char* planted :
+  for (const char* violation :
        {"m_DataLock.Wait(MBX::Threading::WAIT_INFINITE)", "  m_EventsLock.Release();",
         "this->m_DataLock.Release();", "auto* lock = &m_DataLock;",
         "const CSyncGuard guard(m_DataLock, 0);", "const std::lock_guard<std::mutex> guard(m_Own);",
         "ManualLock lock(m_DataLock, TRACE_SITE(), a, b);", "boost::mutex m_Own;"}) {
-    EXPECT_TRUE(Finds(raw, planted)) << planted;
+    EXPECT_TRUE(Finds(raw, violation)) << violation;
   }
   for (const char* harmless :
        {"TRACED_GUARD(m_DataLock);", "TRACED_WAIT(m_DataLock, locked, x);", "thread->Wait(0)",

@@ -42,7 +42,7 @@ TEST_F(ThreadCreation, CommandsWorkAndNothingIsPolledWithoutAWorker) {
   ExpectStopWithoutWaiting();
 }
 
-TEST_F(ThreadCreation, IsRetriedForTheWorkerWithTheNextNumbers) {
+TEST_F(ThreadCreation, IsRetriedForTheWorkerWhenNumbersAreAssignedAgain) {
   AddCards(1);
   HostKit::FailThreadCreate(1);
   StartWatch();
@@ -63,8 +63,8 @@ TEST_F(ThreadCreation, FailureForASecondWorkerDoesNotStopTheFirst) {
   EXPECT_THAT(WakeUpTimes(), ElementsAre(5000U));
 }
 
-// Without a worker to cancel, a late job continues on its card.
-TEST_F(ThreadCreation, ALateJobIsAbandonedEvenWithoutAWorker) {
+// Without a worker to cancel, a job that exceeds the timeout continues on its card.
+TEST_F(ThreadCreation, AJobThatExceedsTheTimeoutIsAbandonedEvenWithoutAWorker) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   Set("card0", "attach_ms", "40000");
@@ -185,7 +185,7 @@ TEST_P(EachJobWithoutAThread, DoesNotDelayTheStop) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, EachJobWithoutAThread, testing::ValuesIn(JOB_KINDS),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
 }  // namespace CorvaneTest

@@ -47,7 +47,7 @@ TEST(Topology, ShowsThePluginThenAdaptersThenDrives) {
                           "object 0130000000000004 type 19018 parents 0130000000000003 children"));
 }
 
-// A card that cannot be found at startup has no objects, and the later cards keep their order.
+// A card that cannot be found at startup has no objects; later cards keep their adapter numbers.
 TEST(Topology, ShowsTheCardsInTheOrderOfTheirControlDevices) {
   SimulatedHost host;
   for (int i = 0; i < 3; ++i) host.AddCard();
@@ -67,7 +67,7 @@ TEST(Topology, ShowsTheCardsInTheOrderOfTheirControlDevices) {
   EXPECT_EQ(Render(number), "ADAPTER_NUMBER = 2 (label ID, sort 23003)");
 }
 
-TEST(Topology, ShowsOnlyThePluginAfterAStartWithoutAScan) {
+TEST(Topology, ShowsOnlyThePluginAfterAFailedScanAtStartup) {
   SimulatedHost host;
   host.AddCard();
   CardSim::FailCall("vsl_open", 1, 5, "unavailable");
@@ -88,7 +88,7 @@ class TopologyOfOneCard : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    m_Host.Watch();
+    m_Host.ClearRecords();
   }
 
   OneCard m_Host{{{"reserve_space_pct", "98.0"},
@@ -186,7 +186,7 @@ TEST_F(TopologyOfOneCard, TracesEachObject) {
                           "4 GetTopology() m_PhysicalDrives = 1", "2 LEAVE GetTopology"));
 }
 
-// The tree comes from the stored records; only live rows are read from the card.
+// The tree is built from the stored records; only live rows are read from the card.
 TEST_F(TopologyOfOneCard, DoesNotScan) {
   m_Host.Set({{"board_name", "Other Board"}, {"temp_internal_deg_c", "99.0"}});
   m_Host.AddCard();
@@ -200,9 +200,10 @@ TEST_F(TopologyOfOneCard, DoesNotScan) {
   EXPECT_THAT(calls, Each(testing::Not(testing::HasSubstr("temp_internal"))));
 }
 
-TEST_F(TopologyOfOneCard, IsCompleteWhenTheCardCannotBeOpened) {
+// The adapter has six live rows; the drive has none.
+TEST_F(TopologyOfOneCard, OmitsOnlyTheLiveRowsWhenTheCardCannotBeOpened) {
   const std::size_t all = m_Host.Topology()[1].m_Properties.size();
-  m_Host.Watch();
+  m_Host.ClearRecords();
   CardSim::FailCall("vsl_open", 1, 5, "unavailable");
   std::vector<PI::CObject> objects;
   EXPECT_EQ(m_Host.Execute(PI::CMD_GET_TOPOLOGY, 0, &objects), 0U);
@@ -231,17 +232,17 @@ TEST(TopologyOfTwoCards, ReservesCapacityForExactlyFiveObjects) {
   EXPECT_EQ(objects.capacity(), 5U);
 }
 
-TEST(TopologyOfTwoCards, CallsOneCardAfterTheOther) {
+TEST(TopologyOfTwoCards, ClosesEachCardBeforeOpeningTheNext) {
   OneCard host;
   host.AddCard();
   ASSERT_EQ(host.Initialize(), 0U);
-  host.Watch();
+  host.ClearRecords();
   host.Topology();
   std::vector<std::string> handles;
   for (const CardSim::Call& call : CardSim::CallLog()) {
-    const bool isLife = call.function == "vsl_open" || call.function == "vsl_close" ||
-                        call.function == "vsl_destroy";
-    if (isLife) handles.push_back(call.text());
+    const bool isHandleCall = call.function == "vsl_open" || call.function == "vsl_close" ||
+                              call.function == "vsl_destroy";
+    if (isHandleCall) handles.push_back(call.text());
   }
   EXPECT_THAT(handles, ElementsAre("vsl_open card#1", "vsl_close card#1", "vsl_destroy card#1",
                                    "vsl_open card#2", "vsl_close card#2", "vsl_destroy card#2"));

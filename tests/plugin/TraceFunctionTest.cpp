@@ -1,6 +1,6 @@
 // The function that each trace line shows, which is the function that the line is about even if a
-// helper writes it. The table lists every line that the sources can write, and the commands of a
-// host reach them all.
+// helper writes it. The table lists every line that the sources can write, and the scenarios below
+// reach all of them.
 
 #include <gmock/gmock.h>
 
@@ -244,9 +244,9 @@ bool Fits(const char* text, const char* line) {
       const auto belongs = [&](char each) {
         return isText || std::isdigit(each) != 0 || (isHexadecimal && std::isxdigit(each) != 0);
       };
-      const std::size_t least = isText ? 0 : 1;
+      const std::size_t minimum = isText ? 0 : 1;
       for (std::size_t length = 0;; ++length) {
-        if (length >= least && Fits(text + 2, line + length)) return true;
+        if (length >= minimum && Fits(text + 2, line + length)) return true;
         if (line[length] == '\0' || !belongs(line[length])) return false;
       }
     }
@@ -255,7 +255,7 @@ bool Fits(const char* text, const char* line) {
   return *line == '\0';
 }
 
-// Makes every database statement fail while it exists.
+// While an instance exists, every database statement fails.
 class FailingDatabase {
  public:
   FailingDatabase() : m_pStorage(getDatabasePointer()), m_pReal(m_pStorage->dao) {
@@ -275,17 +275,17 @@ class FailingDatabase {
   const std::shared_ptr<DatabaseWrapper::DatabaseDAO> m_pReal;
 };
 
-// Gives access to `m_ForceWorker`, an event that the plug-in never sets itself. Access is not
+// Provides access to the private event `m_ForceWorker`, which the plug-in never sets: access is not
 // checked in an explicit instantiation.
 struct ForceWorkerMember {
   using Type = MBX::Threading::CEvent IPLUGINAPI_IMPL::*;
-  friend Type Open(ForceWorkerMember);
+  friend Type PointerTo(ForceWorkerMember);
 };
 template <class Member, typename Member::Type pointer>
-struct Opened {
-  friend typename Member::Type Open(Member) { return pointer; }
+struct PrivateMember {
+  friend typename Member::Type PointerTo(Member) { return pointer; }
 };
-template struct Opened<ForceWorkerMember, &IPLUGINAPI_IMPL::m_ForceWorker>;
+template struct PrivateMember<ForceWorkerMember, &IPLUGINAPI_IMPL::m_ForceWorker>;
 
 PI::CProperty Choice(std::uint32_t name, int value) {
   PI::CProperty parameter(PI::Property::CHOICE_PARAM, true);
@@ -295,7 +295,7 @@ PI::CProperty Choice(std::uint32_t name, int value) {
 }
 
 // Starts the worker. By default, it polls every two seconds and scans every six.
-void StartWatching(SimulatedHost& host, int cards, const char* ini = "PollInterval=6\n") {
+void StartPolling(SimulatedHost& host, int cards, const char* ini = "PollInterval=6\n") {
   host.WriteIni(ini);
   for (int i = 0; i < cards; ++i) host.AddCard();
   host.Cards().Set("card0", "volumes", R"([{"state": 0, "settable": true, "refuses": false}])");
@@ -310,7 +310,7 @@ void Stop(SimulatedHost& host) {
 // The scenarios. Each of them reaches some of the lines.
 
 void RequestEverything(SimulatedHost& host) {
-  StartWatching(host, 2);
+  StartPolling(host, 2);
   host.Topology();
   for (const std::uint64_t object : {PLUGIN, ADAPTER, DRIVE, UNKNOWN_OBJECT}) {
     host.Properties(object);
@@ -330,23 +330,23 @@ void RequestEverything(SimulatedHost& host) {
 }
 
 void ChangeCards(SimulatedHost& host) {
-  StartWatching(host, 2);
+  StartPolling(host, 2);
   host.Cards().Set("card0", "iom_state", "0");
   SleepFor(10000);
   for (const char* path : {"/dev/hidden", "/dev/fct1"}) {
     host.Cards().Set("card1", "device_path", std::string("\"") + path + '"');
     SleepFor(10000);
   }
-  (g_p_IPLUGINAPI_IMPL->*Open(ForceWorkerMember())).Set();
+  (g_p_IPLUGINAPI_IMPL->*PointerTo(ForceWorkerMember())).Set();
   SleepFor(1);
   Stop(host);
 }
 
-void FillRowsWithoutCards(SimulatedHost& host) {
-  NullHandleAnswers answers;
-  answers.rated_endurance_tbytes = 80;
-  answers.total_physical_bytes_read = 1024;
-  answers.total_physical_bytes_written = 1024;
+void FillRowsThroughNullHandles(SimulatedHost& host) {
+  NullHandleResults results;
+  results.rated_endurance_tbytes = 80;
+  results.total_physical_bytes_read = 1024;
+  results.total_physical_bytes_written = 1024;
   host.AddCard();
   host.Initialize();
   Stop(host);
@@ -356,7 +356,7 @@ constexpr std::uint32_t JOBS[] = {PI::OP_ATTACH, PI::OP_DETACH, PI::OP_FORCE_DET
 
 // Runs each job once for each of its calls, with that call failing.
 void FailJobs(SimulatedHost& host) {
-  StartWatching(host, 1, "PollInterval=255\n");
+  StartPolling(host, 1, "PollInterval=255\n");
   const char* const calls[] = {"vsl_iom_create_by_name", "vsl_iom_attach_create",
                                "vsl_iom_detach_create",  "vsl_iom_detach_set_force",
                                "vsl_op_start",           "vsl_op_wait_for_result"};
@@ -373,7 +373,7 @@ void FailJobs(SimulatedHost& host) {
 }
 
 void FailRequests(SimulatedHost& host) {
-  StartWatching(host, 1);
+  StartPolling(host, 1);
   const auto failing = [&](const char* call, const std::function<void()>& requests) {
     host.Cards().Fail(call, 5, "no");
     requests();
@@ -406,7 +406,7 @@ void FailRequests(SimulatedHost& host) {
 
 void FailTheDatabase(SimulatedHost& host) {
   const FailingDatabase failingDatabase;
-  StartWatching(host, 2);
+  StartPolling(host, 2);
   host.Cards().Set("card0", "iom_state", "0");
   host.Cards().Set("card1", "device_path", "\"/dev/hidden\"");
   SleepFor(10000);
@@ -437,7 +437,7 @@ void FailToCreateALock(SimulatedHost& host) {
 }
 
 void FailALockWait(SimulatedHost& host) {
-  StartWatching(host, 1);
+  StartPolling(host, 1);
   SleepFor(1);
   constexpr std::size_t eventsLock = 2;
   HostKit::FailLockWait(eventsLock, 1);
@@ -446,7 +446,7 @@ void FailALockWait(SimulatedHost& host) {
 }
 
 void StopWhileJobsRun(SimulatedHost& host) {
-  StartWatching(host, 2);
+  StartPolling(host, 2);
   host.Cards().Set("card0", "iom_state", "0");
   host.Cards().Set("card0", "attach_ms", "90000");
   host.Cards().Set("card1", "detach_ms", "90000");
@@ -467,7 +467,7 @@ using Scenario = void (*)(SimulatedHost&);
 const Scenario SCENARIOS[] = {
     RequestEverything,
     ChangeCards,
-    FillRowsWithoutCards,
+    FillRowsThroughNullHandles,
     FailJobs,
     FailRequests,
     FailTheDatabase,
@@ -575,10 +575,10 @@ TEST_F(TraceFunction, EveryTraceCallIsReached) {
     const std::vector<Site> sites = SitesOf(source);
     EXPECT_GE(sites.size(), 10U) << source;
     for (const Site& site : sites) {
-      const auto isHere = [&source = source, &site](const HostKit::TraceLine& line) {
+      const auto isFromSite = [&source = source, &site](const HostKit::TraceLine& line) {
         return line.file == source && line.line >= site.m_FirstLine && line.line <= site.m_LastLine;
       };
-      EXPECT_TRUE(std::any_of(Lines().begin(), Lines().end(), isHere))
+      EXPECT_TRUE(std::any_of(Lines().begin(), Lines().end(), isFromSite))
           << source << ".cpp, line " << site.m_FirstLine << ": " << site.m_Code;
     }
   }

@@ -13,7 +13,7 @@ using testing::SizeIs;
 
 class TwinSerialNumbers : public WorkerFixture {
  protected:
-  // Removes both cards, on the buses 3 and 4, and adds them again with the same serial number.
+  // Removes both cards, on buses 3 and 4, and adds them again with the same serial number.
   void ReturnTwins() {
     AddCards(2);
     StartWatch();
@@ -23,7 +23,7 @@ class TwinSerialNumbers : public WorkerFixture {
     for (const char* card : {"card0", "card1"}) Set(card, "serial_number", "TWIN");
     Show(0);
     Show(1);
-    Events();
+    m_Host.CollectEvents();
     ClearRecords();
     WaitForScans();
   }
@@ -34,7 +34,7 @@ class TwinSerialNumbers : public WorkerFixture {
         "'TWIN' ORDER BY ID");
   }
 
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
 };
 
 constexpr const char* FIRST_TWIN = "85568392920039430";   // object 6
@@ -70,9 +70,9 @@ TEST_F(TwinSerialNumbers, TheFirstDriveIsAddedForBothAdapters) {
 }
 
 // The first drive still has the number of the second adapter; the next scan corrects it.
-TEST_F(TwinSerialNumbers, TheNextScanCountsAsAChangeAndTheOneAfterItDoesNot) {
+TEST_F(TwinSerialNumbers, TheNextScanNotifiesTheHostAgainAndTheOneAfterItDoesNot) {
   ReturnTwins();
-  Events();
+  m_Host.CollectEvents();
   EXPECT_THAT(Notifications(), SizeIs(1));
   WaitForScans();
   EXPECT_THAT(Notifications(), SizeIs(2));

@@ -71,10 +71,10 @@ class WorkerFixture : public testing::Test {
   }
 
   // Starts the plug-in. From here on, calls, trace lines and notifications are recorded, with times
-  // since the start of the worker.
-  void StartWatch(const std::string& pollInterval = "15", unsigned int initialized = 0) {
+  // since the start of the worker. Initialization must return `expected`.
+  void StartWatch(const std::string& pollInterval = "15", unsigned int expected = 0) {
     m_Host.WriteIni("PollInterval=" + pollInterval + "\n");
-    ASSERT_EQ(m_Host.Initialize(), initialized);
+    ASSERT_EQ(m_Host.Initialize(), expected);
     m_Host.Plugin()->m_HostNotify = [this](IPLUGINAPI* plugin) { RecordNotification(plugin); };
     m_Host.ClearCalls();
     m_Begin = MBX::Misc::now();
@@ -83,7 +83,7 @@ class WorkerFixture : public testing::Test {
     Settle();
   }
 
-  // Lets every thread run until it waits.
+  // Runs every thread until it waits.
   static void Settle() { HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 1); }
   static void PassMs(std::int64_t milliseconds) {
     SleepFor(milliseconds);
@@ -114,11 +114,11 @@ class WorkerFixture : public testing::Test {
     const std::lock_guard<std::mutex> guard(m_Mutex);
     Lines lines;
     for (const std::string& line : m_Lines) {
-      const bool ofRows = line.rfind("128 ", 0) == 0 ||
-                          line.find("ENTER AdapterGetProperties") != std::string::npos ||
-                          line.find("SetDatabaseObjectProperties") != std::string::npos ||
-                          line.rfind("16 GetAdapterProperties, ", 0) == 0;
-      if (!ofRows) lines.push_back(line);
+      const bool isExcluded = line.rfind("128 ", 0) == 0 ||
+                              line.find("ENTER AdapterGetProperties") != std::string::npos ||
+                              line.find("SetDatabaseObjectProperties") != std::string::npos ||
+                              line.rfind("16 GetAdapterProperties, ", 0) == 0;
+      if (!isExcluded) lines.push_back(line);
     }
     return lines;
   }
@@ -126,7 +126,7 @@ class WorkerFixture : public testing::Test {
     m_Host.ClearCalls();
     ClearLines();
   }
-  // Clears only the record; the hook and the failures of the card library remain.
+  // Clears the recorded lines and notifications, but not the card library's hook and failures.
   void ClearLines() {
     const std::lock_guard<std::mutex> guard(m_Mutex);
     m_Lines.clear();

@@ -30,14 +30,14 @@ constexpr std::uint64_t SECOND = 0x0130000000000003;
 
 constexpr int NATIVE_RUNS = 10;
 
-void Natively(void (*scenario)(Schedule)) {
+void RunWithNativeThreads(void (*scenario)(Schedule)) {
   for (int i = 0; i < NATIVE_RUNS; ++i) scenario(NATIVE);
 }
 
 // Three cards at the shortest interval, and the events that the host has collected.
 class ThreeCardHost {
  public:
-  explicit ThreeCardHost(Schedule schedule) : m_Host(TimeModeOf(schedule)) {
+  explicit ThreeCardHost(Schedule schedule) : m_Host(TimeModeSetter(schedule)) {
     // Trace lines would take up half the run time of hundreds of schedules.
     HostKit::SetTraceMask(0);
     m_Host.WriteIni("PollInterval=2\n");
@@ -67,7 +67,7 @@ class ThreeCardHost {
     return m_Seen[object];
   }
   // Waits until `count` events of the object have been collected.
-  void AwaitSeen(std::uint64_t object, std::size_t count) {
+  void AwaitEvents(std::uint64_t object, std::size_t count) {
     constexpr int kMaxAttempts = 1000;
     for (int i = 0; i < kMaxAttempts && Seen(object).size() < count; ++i) SleepFor(100);
   }
@@ -91,9 +91,9 @@ class ThreeCardHost {
   std::map<std::uint64_t, std::vector<std::uint32_t>> m_Seen;
 };
 
-// The first card is detached and attached outside the plug-in, which the worker reports. Jobs on
-// the second card fail and queue their own events. Two threads collect continuously.
-void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
+// The first card is detached and attached outside the plug-in, and the worker reports each change.
+// Jobs on the second card fail and queue their own events. Two threads collect continuously.
+void CollectWhileWorkerAndJobsQueueEvents(Schedule schedule) {
   ThreeCardHost host(schedule);
   CardSim::FailCall("vsl_iom_attach_create", 1, 62, "failed", 3);
   std::atomic<bool> done{false};
@@ -106,11 +106,11 @@ void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
   {
     const HostThread first(collect);
     const HostThread second(collect);
-    for (std::size_t turn = 1; turn <= 3; ++turn) {
+    for (std::size_t round = 1; round <= 3; ++round) {
       EXPECT_EQ(host.m_Host.Run(SECOND, PI::OP_ATTACH), 0U);
-      host.m_Host.Cards().Set("card0", "iom_state", turn % 2 == 1 ? "0" : "2");
-      host.AwaitSeen(FIRST, turn);
-      host.AwaitSeen(SECOND, turn);
+      host.m_Host.Cards().Set("card0", "iom_state", round % 2 == 1 ? "0" : "2");
+      host.AwaitEvents(FIRST, round);
+      host.AwaitEvents(SECOND, round);
     }
     done = true;
   }
@@ -125,11 +125,11 @@ void CollectWhileWorkerAndJobsAppend(Schedule schedule) {
 }
 
 TEST(WorkerConcurrency, EachEventIsCollectedOnce) {
-  Natively(CollectWhileWorkerAndJobsAppend);
+  RunWithNativeThreads(CollectWhileWorkerAndJobsQueueEvents);
 }
 
 TEST(WorkerConcurrency, EachEventIsCollectedOnceInEverySeededSchedule) {
-  RunInManySchedules(CollectWhileWorkerAndJobsAppend);
+  RunInManySchedules(CollectWhileWorkerAndJobsQueueEvents);
 }
 
 // One thread collects, so that the events keep the order of the queue.
@@ -144,10 +144,10 @@ void CollectInOrder(Schedule schedule) {
         SleepFor(50);
       }
     });
-    for (std::size_t turn = 1; turn <= 4; ++turn) {
-      host.m_Host.Cards().Set("card0", "iom_state", turn % 2 == 1 ? "0" : "2");
-      host.AwaitSeen(FIRST, turn);
-      expected.push_back(turn % 2 == 1 ? Number::CTRL_DETACHED : Number::CTRL_ATTACHED);
+    for (std::size_t round = 1; round <= 4; ++round) {
+      host.m_Host.Cards().Set("card0", "iom_state", round % 2 == 1 ? "0" : "2");
+      host.AwaitEvents(FIRST, round);
+      expected.push_back(round % 2 == 1 ? Number::CTRL_DETACHED : Number::CTRL_ATTACHED);
     }
     done = true;
   }
@@ -156,7 +156,7 @@ void CollectInOrder(Schedule schedule) {
 }
 
 TEST(WorkerConcurrency, EventsKeepTheirOrder) {
-  Natively(CollectInOrder);
+  RunWithNativeThreads(CollectInOrder);
 }
 
 TEST(WorkerConcurrency, EventsKeepTheirOrderInEverySeededSchedule) {
@@ -204,16 +204,16 @@ void ReadWhileCardsAreRemovedAndReturn(Schedule schedule) {
 }
 
 TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturn) {
-  Natively(ReadWhileCardsAreRemovedAndReturn);
+  RunWithNativeThreads(ReadWhileCardsAreRemovedAndReturn);
 }
 
 TEST(WorkerConcurrency, TheTreeIsConsistentWhileCardsAreRemovedAndReturnInEverySeededSchedule) {
   RunInManySchedules(ReadWhileCardsAreRemovedAndReturn);
 }
 
-// The host collects events in the callback while other threads change the interval and operate
-// drives.
-void NotifyAndOperate(Schedule schedule) {
+// The host collects events in the callback while other threads change the poll interval and run
+// drive operations.
+void CollectInCallback(Schedule schedule) {
   ThreeCardHost host(schedule);
   std::atomic<int> collected{0};
   host.m_Host.Plugin()->m_HostNotify = [&](IPLUGINAPI*) {
@@ -237,21 +237,21 @@ void NotifyAndOperate(Schedule schedule) {
     });
     host.m_Host.Cards().Set("card0", "iom_state", "0");
   }
-  host.AwaitSeen(FIRST, 1);
+  host.AwaitEvents(FIRST, 1);
   EXPECT_THAT(host.Seen(FIRST), testing::ElementsAre(Number::CTRL_DETACHED));
   EXPECT_GE(collected, 2);
   host.StopAndExpectCleanExit();
 }
 
 TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallback) {
-  Natively(NotifyAndOperate);
+  RunWithNativeThreads(CollectInCallback);
 }
 
 TEST(WorkerConcurrency, TheHostCanSendCommandsInTheCallbackInEverySeededSchedule) {
-  RunInManySchedules(NotifyAndOperate);
+  RunInManySchedules(CollectInCallback);
 }
 
-// A stop at any time while the worker runs.
+// Stops the plug-in at a time that depends on the schedule.
 void StopAtAnyTime(Schedule schedule) {
   ThreeCardHost host(schedule);
   host.m_Host.Cards().Set("card0", "iom_state", "0");

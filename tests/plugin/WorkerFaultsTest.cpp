@@ -28,7 +28,7 @@ class WorkerFaults : public WorkerFixture {
     EXPECT_THAT(CardSim::Misuse(), IsEmpty());
     ExpectNoLockHeld();
   }
-  static HostKit::ThreadView TheNewestThread() { return HostKit::Threads().back(); }
+  static HostKit::ThreadView NewestThread() { return HostKit::Threads().back(); }
   // Renders the threads of this test's plug-in, and how often `Cancel` was called for each.
   static Lines Cancellations() {
     Lines texts;
@@ -56,16 +56,16 @@ class WorkerFaults : public WorkerFixture {
     for (unsigned long ms = 100; ms <= 25100; ms += 500) waits.push_back(begin + ms);
     EXPECT_THAT(TimesOf("16 Wait for termination... (Worker)"), ElementsAreArray(waits));
     EXPECT_THAT(TimesOf("16 Kill Worker"), ElementsAre(begin + 25100));
-    EXPECT_TRUE(TheNewestThread().canceled);
+    EXPECT_TRUE(NewestThread().canceled);
     PassMs(60000);
-    EXPECT_TRUE(TheNewestThread().ended);
+    EXPECT_TRUE(NewestThread().ended);
     EXPECT_THAT(TimesOf("2 LEAVE Worker()"), IsEmpty());
   }
 };
 
 const Lines WAKE_UP = {"4 Worker() timeout event received"};
-const Lines TAKE_DATA = {"8 Before m_DataLock.Wait(INFINITE)", "8 After m_DataLock.Wait(INFINITE)"};
-const Lines TAKE_EVENTS = {"8 Before m_EventsLock.Wait(INFINITE)",
+const Lines LOCK_DATA = {"8 Before m_DataLock.Wait(INFINITE)", "8 After m_DataLock.Wait(INFINITE)"};
+const Lines LOCK_EVENTS = {"8 Before m_EventsLock.Wait(INFINITE)",
                            "8 After m_EventsLock.Wait(INFINITE)"};
 const Lines RELEASE_EVENTS = {"8 Before m_EventsLock.Release ()",
                               "8 After m_EventsLock.Release ()"};
@@ -112,8 +112,8 @@ TEST_F(WorkerFaults, TracesAScanWithoutAChange) {
       RecordedLines(),
       ElementsAreArray(Joined(
           {WAKE_UP,
-           TAKE_DATA,
-           TAKE_EVENTS,
+           LOCK_DATA,
+           LOCK_EVENTS,
            SCAN,
            {"16 Before UpdateSystem()", "2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives",
             "2 LEAVE UpdateSystem ret = 20000", "16 After UpdateSystem() ret = 20000",
@@ -135,8 +135,8 @@ TEST_F(WorkerFaults, TracesAScanWithEvents) {
       RecordedLines(),
       ElementsAreArray(Joined(
           {WAKE_UP,
-           TAKE_DATA,
-           TAKE_EVENTS,
+           LOCK_DATA,
+           LOCK_EVENTS,
            SCAN,
            {"16 Before UpdateSystem()", "2 ENTER UpdateSystem for 1 adapter, 1 physicalDrives",
             "8 Before m_EventsLock.Wait (sg)", "8 After m_EventsLock.Wait (sg)",
@@ -168,8 +168,8 @@ TEST_F(WorkerFaults, TracesAFailedScan) {
   EXPECT_THAT(
       RecordedLines(),
       ElementsAreArray(Joined({WAKE_UP,
-                               TAKE_DATA,
-                               TAKE_EVENTS,
+                               LOCK_DATA,
+                               LOCK_EVENTS,
                                {"16 Before ScanSystem()", "2 ENTER ScanSystem(0) PhyDrive=0",
                                 "16 ScanSystem, vsl_open = 62 (unavailable)",
                                 "16 After ScanSystem() ret = 20003", "4 Worker() after bscan"},
@@ -217,8 +217,8 @@ TEST_F(WorkerFaults, TheScanAfterAFailedOneIsAFullIntervalLater) {
   WaitForWakeUps(2);
   CardSim::FailCall("vsl_open", 1, 62, "unavailable");
   WaitForScans(2);
-  // The failed scan took no time: the time is 15,024 ms plus three thirds of the interval, two of
-  // them with quick polls.
+  // The failed scan takes no time. The next one follows three thirds of the interval (15 s) and two
+  // quick polls (24 ms) later.
   EXPECT_THAT(ScanTimes(), ElementsAre(15024U, 30048U));
 }
 
@@ -239,7 +239,7 @@ TEST_F(WorkerFaults, APollIsSkippedIfTheDataLockFails) {
   ClearRecords();
   HostKit::FailLockWait(1, 1);
   WaitForWakeUps();
-  EXPECT_THAT(RecordedLines(), ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, RESTART_INTERVAL})));
+  EXPECT_THAT(RecordedLines(), ElementsAreArray(Joined({WAKE_UP, LOCK_DATA, RESTART_INTERVAL})));
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
   EXPECT_EQ(HostKit::Locks()[0].depth, 0U);
   WaitForWakeUps();
@@ -264,10 +264,11 @@ TEST_F(WorkerFaults, AScanIsPostponedIfTheEventsLockFails) {
   WaitForWakeUps();
   EXPECT_THAT(
       RecordedLines(),
-      ElementsAreArray(Joined({WAKE_UP, TAKE_DATA, TAKE_EVENTS, RELEASE_DATA, RESTART_INTERVAL})));
+      ElementsAreArray(Joined({WAKE_UP, LOCK_DATA, LOCK_EVENTS, RELEASE_DATA, RESTART_INTERVAL})));
   EXPECT_THAT(Notifications(), IsEmpty());
   ClearRecords();
-  // The next pass must scan without a quick poll, which would no longer see a change.
+  // The next pass must scan without a quick poll, which would not detect a change: the state is
+  // back to its old value.
   Set("card0", "iom_state", "2");
   WaitForWakeUps();
   EXPECT_EQ(Scans(), 1U);
@@ -291,7 +292,7 @@ TEST_F(WorkerFaults, TheEventsLockCanBeUnavailableForSeveralWakeUps) {
 // Runs a plug-in with a scan in which one call fails.
 class FailingScan : public WorkerFixture {
  public:
-  // Starts the plug-in and waits until the next wake-up is that of a scan.
+  // Starts the plug-in and waits until the next wake-up is due to scan.
   void Begin() {
     AddCards(2);
     StartWatch();
@@ -301,7 +302,7 @@ class FailingScan : public WorkerFixture {
     };
     m_Host.ClearCalls();
   }
-  std::map<std::string, unsigned int> CallsOfAScan() {
+  std::map<std::string, unsigned int> CountScanCalls() {
     Begin();
     std::map<std::string, unsigned int> counts;
     m_OnLine = [&](const std::string& line) {
@@ -336,7 +337,7 @@ class FailingScan : public WorkerFixture {
 };
 
 TEST(WorkerFaultSweep, SurvivesTheFailureOfEachCallOfAScan) {
-  const std::map<std::string, unsigned int> counts = FailingScan().CallsOfAScan();
+  const std::map<std::string, unsigned int> counts = FailingScan().CountScanCalls();
   ASSERT_GE(counts.size(), 60U);
   for (const auto& [function, count] : counts) {
     for (unsigned int nth = 1; nth <= count; ++nth) {
@@ -422,8 +423,8 @@ TEST_F(WorkerFaults, AWorkerStuckDestroyingAHandleIsAlsoCanceled) {
   ExpectCanceledIn("vsl_destroy");
 }
 
-// Any late thread causes a cancellation of the worker, which has already ended here.
-TEST_F(WorkerFaults, ALateJobDoesNotAffectAnEndedWorker) {
+// Each abandoned thread causes a cancellation of the worker, which has already ended here.
+TEST_F(WorkerFaults, AnAbandonedJobDoesNotAffectAnEndedWorker) {
   AddCards(1);
   Set("card0", "iom_state", "0");
   Set("card0", "attach_ms", "40000");
@@ -436,7 +437,7 @@ TEST_F(WorkerFaults, ALateJobDoesNotAffectAnEndedWorker) {
   EXPECT_THAT(Cancellations(), ElementsAre("1 ended, cancel 1", "2 ended, cancel 0"));
 }
 
-TEST_F(WorkerFaults, TwoLateJobsCancelAnEndedWorkerTwice) {
+TEST_F(WorkerFaults, TwoAbandonedJobsCancelAnEndedWorkerTwice) {
   AddCards(2);
   Set("card0", "iom_state", "0");
   Set("card0", "attach_ms", "40000");
@@ -467,7 +468,7 @@ TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsAndAbandonsThemInOrder) {
   ClearLines();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
   Lines expected = {"2 ENTER DeInitialize"};
-  for (int turn = 0; turn < 51; ++turn) {
+  for (int round = 0; round < 51; ++round) {
     expected.insert(expected.end(),
                     {"16 Wait for termination... (Worker)", "16 Wait for termination... (Attach)",
                      "16 Wait for termination... (Detach)"});
@@ -476,8 +477,8 @@ TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsAndAbandonsThemInOrder) {
                   {"16 Kill Worker", "16 Kill Attach", "16 Kill Detach", "2 LEAVE DeInitialize"});
   // The canceled worker also traces the release of its lock.
   Lines lines = RecordedLines();
-  const auto isOfALock = [](const std::string& line) { return line.rfind("8 ", 0) == 0; };
-  lines.erase(std::remove_if(lines.begin(), lines.end(), isOfALock), lines.end());
+  const auto isLockLine = [](const std::string& line) { return line.rfind("8 ", 0) == 0; };
+  lines.erase(std::remove_if(lines.begin(), lines.end(), isLockLine), lines.end());
   EXPECT_THAT(lines, ElementsAreArray(expected));
   EXPECT_EQ(NowMs(), 5500U + 25200U);
   PassMs(60000);
@@ -485,7 +486,7 @@ TEST_F(WorkerFaults, AStopWaitsForAllThreeThreadsAndAbandonsThemInOrder) {
               ElementsAre("1 ended early, cancel 3", "2 ended, cancel 0", "3 ended, cancel 0"));
 }
 
-TEST_F(WorkerFaults, SettingNumbersTwiceStartsTwoWorkersAndBothEnd) {
+TEST_F(WorkerFaults, AssigningNumbersTwiceStartsTwoWorkersAndBothEnd) {
   m_OneWorker = false;
   AddCards(1);
   StartWatch();

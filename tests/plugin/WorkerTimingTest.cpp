@@ -29,10 +29,9 @@ void PrintTo(const Timing& timing, std::ostream* stream) {
   *stream << timing.name;
 }
 
-// A wake-up occurs one third of the interval after the end of the previous wake-up. The third
-// wake-up is late by the duration of two quick polls, so the interval has elapsed. If the polls
-// take no time, the third wake-up occurs exactly at the interval, which is not yet enough, and the
-// fourth wake-up scans.
+// A wake-up occurs one third of the interval after the end of the previous wake-up. Two quick polls
+// delay the third wake-up beyond the interval, so it scans. If the polls take no time, the third
+// wake-up occurs exactly at the interval, which is not yet enough, and the fourth wake-up scans.
 const Timing TIMINGS[] = {
     {"Default", "15", 1, true, {5000, 10012, 15024, 20036, 25048, 30060}, {15024, 30060}},
     {"DefaultWithInstantPolls",
@@ -66,7 +65,7 @@ TEST_P(EachPollInterval, PollsEveryThirdAndScansEveryFullInterval) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Intervals, EachPollInterval, testing::ValuesIn(TIMINGS),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(WorkerTiming, AScanAfterAQuickPollRestartsTheInterval) {
   AddCards(1);
@@ -80,7 +79,7 @@ TEST_F(WorkerTiming, AScanAfterAQuickPollRestartsTheInterval) {
 }
 
 // At 37,000 ms, exactly one interval has passed since the reads, which is not yet enough.
-TEST_F(WorkerTiming, TheNextScanIsDueAnIntervalAfterTheReadsOfTheLast) {
+TEST_F(WorkerTiming, TheIntervalStartsWhenAScanHasReadTheCards) {
   AddCards(1);
   RemoveMasks("card0");
   StartWatch();
@@ -95,7 +94,7 @@ TEST_F(WorkerTiming, TheNextScanIsDueAnIntervalAfterTheReadsOfTheLast) {
 
 // The two statements of a scan without a change take a second.
 TEST_F(WorkerTiming, WritingTheRowsDoesNotPostponeTheNextScan) {
-  const DatabaseLife database;
+  const ScopedDatabase database;
   AddCards(1);
   RemoveMasks("card0");
   StartWatch();
@@ -151,7 +150,7 @@ TEST_F(WorkerTiming, AnOperationOfADriveDelaysTheNextQuickPoll) {
   EXPECT_THAT(WakeUpTimes(), ElementsAre(9000U));
 }
 
-TEST_F(WorkerTiming, AnOverdueScanRunsAtAnotherWakeUp) {
+TEST_F(WorkerTiming, AnOverdueScanStaysDueUnderALongerInterval) {
   AddCards(1);
   StartWatch();
   WaitForWakeUps(2);
@@ -191,7 +190,7 @@ TEST_F(WorkerTiming, ItReleasesItsLocksIfThereAreNoCards) {
 }
 
 // The limits that a host sends may allow any number.
-class OddInterval : public WorkerTiming {
+class OutOfRangeInterval : public WorkerTiming {
  protected:
   void StartWith(int value) {
     AddCards(1);
@@ -202,45 +201,45 @@ class OddInterval : public WorkerTiming {
   }
 };
 
-TEST_F(OddInterval, ZeroNeitherSpinsNorStopsTheWorker) {
+TEST_F(OutOfRangeInterval, ZeroNeitherSpinsNorStopsTheWorker) {
   StartWith(0);
   PassMs(1100);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(1333U, 1678U, 2023U));
   EXPECT_THAT(ScanTimes(), ElementsAre(1333U));
   PassMs(8900);
-  EXPECT_THAT(WakeUpTimes(), SizeIs(29));  // one every 345 ms, up to 11,000
+  EXPECT_THAT(WakeUpTimes(), SizeIs(29));  // one every 345 ms, until 11,000 ms
   EXPECT_EQ(m_Host.SetPollInterval(255), 0U);
   ClearRecords();
   PassMs(84000);
   EXPECT_THAT(WakeUpTimes(), IsEmpty());
 }
 
-TEST_F(OddInterval, OneSecondIsKept) {
+TEST_F(OutOfRangeInterval, OneSecondIsApplied) {
   StartWith(1);
   PassMs(1100);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(1333U, 1678U, 2023U));
-  // The times are counted from startup. The next interval has also elapsed at the third wake-up.
+  // The first interval is counted from startup. The next one has elapsed three wake-ups later.
   EXPECT_THAT(ScanTimes(), ElementsAre(1333U));
   PassMs(300);
   EXPECT_THAT(ScanTimes(), ElementsAre(1333U, 2368U));
 }
 
-TEST_F(OddInterval, MoreThanTheLimitIsKept) {
+TEST_F(OutOfRangeInterval, MoreThanTheMaximumIsApplied) {
   StartWith(300);
   PassMs(310000);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(101000U, 201012U, 301024U));
   EXPECT_THAT(ScanTimes(), ElementsAre(301024U));
 }
 
-// In 32 bits of milliseconds, 4,294,968 s would be 0.7 s.
-TEST_F(OddInterval, ManyDaysDoNotOverflow) {
+// In milliseconds, 4,294,968 s would overflow 32 bits and become 0.7 s.
+TEST_F(OutOfRangeInterval, ManyDaysDoNotOverflow) {
   StartWith(4294968);
   PassMs(std::int64_t{3} * 1431656000 - 5000);
   EXPECT_THAT(WakeUpTimes(), ElementsAre(1431657000U, 2863313012U));
   EXPECT_THAT(ScanTimes(), IsEmpty());
 }
 
-TEST_F(OddInterval, NegativeNeitherSpinsNorBlocksThePlugin) {
+TEST_F(OutOfRangeInterval, NegativeNeitherSpinsNorBlocksThePlugin) {
   StartWith(-1);
   PassMs(86400000);
   EXPECT_THAT(WakeUpTimes(), IsEmpty());
@@ -250,7 +249,7 @@ TEST_F(OddInterval, NegativeNeitherSpinsNorBlocksThePlugin) {
   EXPECT_THAT(ScanTimes(), SizeIs(1));
 }
 
-TEST_F(OddInterval, StillEndsWithTheStop) {
+TEST_F(OutOfRangeInterval, DoesNotDelayTheStop) {
   StartWith(0);
   EXPECT_EQ(m_Host.SetPollInterval(-1, -1, -1), 0U);
   const unsigned long begin = NowMs();

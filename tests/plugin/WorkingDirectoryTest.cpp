@@ -37,7 +37,7 @@ class WorkingDirectory : public WorkerFixture {
 
   // Runs in a process that has not opened a database yet. The exit code is the number of adapter
   // rows.
-  [[noreturn]] void StartIn(const std::string& database) {
+  [[noreturn]] void StartWith(const std::string& database) {
     AddCards(2);
     Enter();
     Delete();
@@ -55,24 +55,24 @@ using WorkingDirectoryDeathTest = WorkingDirectory;
 
 TEST_F(WorkingDirectoryDeathTest, CanBeDeletedBeforeAStart) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
-  EXPECT_EXIT(StartIn(File()), testing::ExitedWithCode(2), "Plugin FusionIO inserted to db.");
+  EXPECT_EXIT(StartWith(File()), testing::ExitedWithCode(2), "Plugin FusionIO inserted to db.");
 }
 
-TEST_F(WorkingDirectory, CanBeDeletedBeforeAStartOnARelativePath) {
+TEST_F(WorkingDirectory, CanBeDeletedBeforeAStartWithARelativePath) {
   AddCards(1);
   Enter();
   Delete();
-  DatabaseLife::Begin("rows.db");
+  ScopedDatabase::Begin("rows.db");
   ASSERT_EQ(m_Host.Start(), 0U);
   EXPECT_THAT(m_Host.Traces(128), Contains(HasSubstr("(unable to open database file)")));
-  DatabaseLife::Begin(":memory:");
+  ScopedDatabase::Begin(":memory:");
 }
 
 TEST_F(WorkingDirectory, CanBeDeletedBeforeTheWorkerReopensItsFile) {
-  const DatabaseLife database;
+  const ScopedDatabase database;
   AddCards(1);
   Enter();
-  DatabaseLife::Begin(File());
+  ScopedDatabase::Begin(File());
   StartWatch();
   Delete();
   std::filesystem::remove_all(std::filesystem::path(File()).parent_path());
@@ -84,10 +84,10 @@ TEST_F(WorkingDirectory, CanBeDeletedBeforeTheWorkerReopensItsFile) {
 }
 
 TEST_F(WorkingDirectory, CanChangeWithoutAffectingTheFile) {
-  const DatabaseLife database;
+  const ScopedDatabase database;
   AddCards(1);
   Enter();
-  DatabaseLife::Begin("rows.db");
+  ScopedDatabase::Begin("rows.db");
   std::filesystem::current_path(m_Host.Directory());
   ASSERT_EQ(m_Host.Start(), 0U);
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));

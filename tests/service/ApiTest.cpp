@@ -1,4 +1,4 @@
-// Requests to which the plug-in does not respond in time.
+// The API's handlers: timeouts, reads of the event log and the database, and metrics.
 
 #include <gmock/gmock.h>
 #include <signal.h>
@@ -18,7 +18,7 @@
 #include "hostkit/EventLog.h"
 #include "service/api/ApiTable.h"
 #include "service/api/Documents.h"
-#include "service/http/LateResponse.h"
+#include "service/http/PendingResponse.h"
 #include "tests/service/CollectorFixture.h"
 #include "tests/support/Temporary.h"
 
@@ -49,7 +49,7 @@ class Api : public CorvaneTest::CollectorFixture {
     kill(m_Process, SIGSTOP);
   }
 
-  // Waits for a running plug-in that was started after this many others.
+  // Waits until the plug-in is running and has been started more than `starts` times.
   void AwaitUpAfter(std::uint64_t starts) {
     Await([starts](const auto& it) { return it.m_Plugin.m_IsUp && it.m_Plugin.m_Starts > starts; });
   }
@@ -65,7 +65,7 @@ class Api : public CorvaneTest::CollectorFixture {
                             m_Threads,
                             m_State,
                             m_Metrics};
-    api.m_FreshTimeout = milliseconds(20);
+    api.m_RefreshTimeout = milliseconds(20);
     api.m_CallTimeout = m_CallTimeout;
     return api;
   }
@@ -82,9 +82,9 @@ class Api : public CorvaneTest::CollectorFixture {
         ADD_FAILURE() << "responded at once: " << *problem->m_Body;
         break;
       }
-      const auto& later = std::get<Http::Later>(reply).m_Response;
+      const auto& later = std::get<Http::ResponsePromise>(reply).m_Response;
       const Console::Deadline deadline(CorvaneTest::kTimeout);
-      while (!later->Get() && !deadline.IsOver()) std::this_thread::sleep_for(milliseconds(5));
+      while (!later->Get() && !deadline.HasPassed()) std::this_thread::sleep_for(milliseconds(5));
       if (later->Get()) return *later->Get();
     }
     ADD_FAILURE() << path << " did not respond";
@@ -109,7 +109,7 @@ class Api : public CorvaneTest::CollectorFixture {
 
   milliseconds m_CallTimeout{20};
   pid_t m_Process = 0;
-  const Console::ResultStream m_Stream{true};  // the test prints to standard error
+  const Console::ResultStream m_Stream{true};  // true: redirects test output to standard error
   Service::EventFeed m_Feed{m_Store};
   Service::JobTable m_Jobs;
   Service::ReplayCache m_Replays;
@@ -137,7 +137,7 @@ TEST_F(Api, TimesOutAndReplacesThePluginIfAChangeHangs) {
   const ScopedVariable behavior("CONSOLE_TEST_PLUGIN", "hang in SetProperty");
   const ScopedVariable logged("CONSOLE_TEST_LOG", log.string());
   Service::CollectorSettings settings = Settings();
-  settings.m_PluginFile = ODD_PLUGIN;
+  settings.m_PluginFile = TEST_PLUGIN;
   settings.m_CallTimeout = milliseconds(3000);
   Start(settings);
   m_CallTimeout = settings.m_CallTimeout;
@@ -161,15 +161,15 @@ TEST_F(Api, DoesNotReadTheDatabaseForADisconnectedClient) {
   m_State.Read([ended = end.get_future().share()](auto&) { return ended.wait(), true; },
                [](const auto&) {});
   std::vector<int> answered;
-  std::vector<Http::Later> promises;
+  std::vector<Http::ResponsePromise> replies;
   for (const int number : {1, 2}) {
     const auto answer = [&answered, number] {
       answered.push_back(number);
       return Http::Response();
     };
-    promises.push_back(std::get<Http::Later>(Service::AnswerFromDatabase(api, answer)));
+    replies.push_back(std::get<Http::ResponsePromise>(Service::AnswerFromDatabase(api, answer)));
   }
-  promises[0].m_Response->End();
+  replies[0].m_Response->End();
   end.set_value();
   m_State.Stop();
   EXPECT_THAT(answered, testing::ElementsAre(2));

@@ -32,13 +32,13 @@ class CollectorFixture : public testing::Test {
   }
 
   // Waits for the first snapshot that satisfies the predicate. Fails the test after `kTimeout`.
-  Service::SnapshotPtr Await(const std::function<bool(const Service::Snapshot&)>& holds) {
+  Service::SnapshotPtr Await(const std::function<bool(const Service::Snapshot&)>& predicate) {
     const Console::Deadline deadline(kTimeout);
     Service::SnapshotPtr snapshot = m_Store.Get();
-    while (!holds(*snapshot) && !deadline.IsOver()) {
+    while (!predicate(*snapshot) && !deadline.HasPassed()) {
       snapshot = m_Store.AwaitNewer(snapshot->m_Number, deadline);
     }
-    EXPECT_TRUE(holds(*snapshot));
+    EXPECT_TRUE(predicate(*snapshot));
     return snapshot;
   }
   Service::SnapshotPtr AwaitObjects(std::size_t count) {
@@ -47,7 +47,7 @@ class CollectorFixture : public testing::Test {
 
   SimulatedHost m_Host{HostKit::UseRealTime};
   Service::SnapshotStore m_Store;
-  std::unique_ptr<Service::Collector> m_pCollector;  // stops before the cards disappear
+  std::unique_ptr<Service::Collector> m_pCollector;  // destroyed before the cards
 };
 
 }  // namespace CorvaneTest

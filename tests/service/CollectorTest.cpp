@@ -30,8 +30,8 @@ class ProgressFixture : public CollectorFixture {
  protected:
   ~ProgressFixture() override { m_pCollector.reset(); }
 
-  void StartWithOwnClock(Service::CollectorSettings settings) {
-    settings.m_PluginFile = ODD_PLUGIN;
+  void StartWithTestClock(Service::CollectorSettings settings) {
+    settings.m_PluginFile = TEST_PLUGIN;
     settings.m_CallTimeout =
         std::chrono::minutes(30);  // measured in real time, so it never expires here
     settings.m_Now = [this] {
@@ -45,20 +45,20 @@ class ProgressFixture : public CollectorFixture {
   void SuspendProcess() const { kill(m_Process, SIGSTOP); }
   void ResumeProcess() const { kill(m_Process, SIGCONT); }
   void Advance(std::chrono::minutes time) { m_Elapsed += std::chrono::seconds(time).count(); }
-  // Waits until the collector waits for a call.
+  // Waits until the collector is blocked in a call: it then publishes nothing for two seconds.
   void AwaitCall() const {
     while (m_Store.Get()->m_Number !=
            m_Store.AwaitNewer(m_Store.Get()->m_Number, Deadline(milliseconds(2000)))->m_Number) {
     }
   }
-  bool BecomesStuck(bool isStuck) const {
+  bool AwaitStuck(bool isStuck) const {
     const Deadline deadline(kTimeout);
-    while (m_pCollector->IsStuck() != isStuck && !deadline.IsOver()) {
+    while (m_pCollector->IsStuck() != isStuck && !deadline.HasPassed()) {
       std::this_thread::sleep_for(milliseconds(1));
     }
     return m_pCollector->IsStuck() == isStuck;
   }
-  // Whether the format gets a reply.
+  // Formats a drive. Returns whether the call gets a reply.
   bool Format() const {
     PI::COperation operation;
     operation.m_OperationID = PI::OP_FORMAT_DEVICE;
@@ -69,7 +69,7 @@ class ProgressFixture : public CollectorFixture {
   std::future<bool> StartFormat() {
     while (!m_pCollector->IsStuck()) Advance(std::chrono::hours(100));
     auto format = std::async(std::launch::async, [this] { return Format(); });
-    EXPECT_TRUE(BecomesStuck(false));
+    EXPECT_TRUE(AwaitStuck(false));
     return format;
   }
 
@@ -146,7 +146,7 @@ TEST_F(Collector, RestartsAKilledProcess) {
   kill(first, SIGKILL);
   const SnapshotPtr down = Await([](const auto& it) { return !it.m_Plugin.m_IsUp; });
   EXPECT_EQ("the plug-in process has exited", down->m_Plugin.m_Reason);
-  EXPECT_EQ(3U, down->m_Objects.size());  // as they were last read
+  EXPECT_EQ(3U, down->m_Objects.size());  // the objects of the last read
   const SnapshotPtr up = Await([](const auto& it) { return it.m_Plugin.m_IsUp; });
   EXPECT_EQ(2U, up->m_Plugin.m_Starts);
   EXPECT_NE(first, up->m_Plugin.m_Process);
@@ -166,26 +166,26 @@ TEST_F(Collector, ReplacesAProcessThatDoesNotRespond) {
                        })->m_Plugin.m_Process;
   kill(second, SIGSTOP);
   const SnapshotPtr down = Await([](const auto& it) { return !it.m_Plugin.m_IsUp; });
-  EXPECT_EQ("the plug-in does not respond", down->m_Plugin.m_Reason);
+  EXPECT_EQ("the plug-in is not responding", down->m_Plugin.m_Reason);
   Await([second](const auto& it) { return it.m_Plugin.m_IsUp && it.m_Plugin.m_Process != second; });
 }
 
 // A process that does not respond within the timeout is replaced, so waiting for that timeout
 // counts as progress.
 TEST_F(CollectorProgress, IsStuckOnlyAfterTheTimeoutsOfItsCalls) {
-  StartWithOwnClock(Settings());
+  StartWithTestClock(Settings());
   SuspendProcess();
   AwaitCall();
   Advance(std::chrono::minutes(100));
-  EXPECT_TRUE(BecomesStuck(false));
+  EXPECT_TRUE(AwaitStuck(false));
   Advance(std::chrono::minutes(121));
-  EXPECT_TRUE(BecomesStuck(true));
+  EXPECT_TRUE(AwaitStuck(true));
   ResumeProcess();
-  EXPECT_TRUE(BecomesStuck(false));
+  EXPECT_TRUE(AwaitStuck(false));
 }
 
 TEST_F(CollectorProgress, IsNotStuckWhileItWaitsForAFormat) {
-  StartWithOwnClock(Settings());
+  StartWithTestClock(Settings());
   SuspendProcess();
   AwaitCall();
   auto format = StartFormat();
@@ -195,7 +195,7 @@ TEST_F(CollectorProgress, IsNotStuckWhileItWaitsForAFormat) {
 }
 
 TEST_F(CollectorProgress, AbandonsAFormatOnStop) {
-  StartWithOwnClock(Settings());
+  StartWithTestClock(Settings());
   SuspendProcess();
   AwaitCall();
   auto format = StartFormat();
@@ -210,14 +210,14 @@ TEST_F(CollectorProgress, AbandonsAFormatOnStop) {
 TEST_F(CollectorProgress, DoesNotCallThePluginDuringAFormat) {
   Service::CollectorSettings settings = Settings();
   settings.m_RefreshInterval = kTimeout;
-  StartWithOwnClock(settings);
+  StartWithTestClock(settings);
   SuspendProcess();
   auto format = StartFormat();
   const std::uint64_t published = m_Store.Get()->m_Number;
   // The collector starts a new step, and reads the clock, each time that it wakes.
   const int reads = m_ClockReads + 20;
   const Deadline deadline(kTimeout);
-  while (m_ClockReads < reads && !deadline.IsOver()) {
+  while (m_ClockReads < reads && !deadline.HasPassed()) {
     m_pCollector->RequestRefresh();
     std::this_thread::sleep_for(milliseconds(1));
   }
@@ -245,7 +245,7 @@ TEST_F(Collector, ForwardsEvents) {
     const std::lock_guard<std::mutex> guard(lock);
     return events.size();
   };
-  while (count() == 0 && !deadline.IsOver()) std::this_thread::sleep_for(milliseconds(5));
+  while (count() == 0 && !deadline.HasPassed()) std::this_thread::sleep_for(milliseconds(5));
   m_pCollector.reset();
   EXPECT_THAT(events, testing::ElementsAre(CorvaneTest::Number::CTRL_PNPREMOVE));
 }
@@ -285,7 +285,7 @@ TEST_F(Collector, LogsTheEventsOfTheCards) {
   AwaitObjects(3);
   m_Host.Cards().RemoveCard(card);
   const Deadline deadline(kTimeout);
-  while (HostKit::ReadEvents(0, 10).empty() && !deadline.IsOver()) {
+  while (HostKit::ReadEvents(0, 10).empty() && !deadline.HasPassed()) {
     m_Store.AwaitNewer(m_Store.Get()->m_Number, Deadline(milliseconds(100)));
   }
   std::vector<std::uint32_t> events;

@@ -21,7 +21,7 @@ using Service::StateStore;
 using Service::StateThread;
 using testing::ElementsAre;
 
-// Repeated here instead of being taken from the tables under test.
+// Hard-coded, so that the test does not rely on the tables under test.
 constexpr std::uint32_t kWarm = 10967;
 constexpr std::uint32_t kRemoved = 11094;
 
@@ -38,9 +38,9 @@ class EventAnnouncerFixture : public testing::Test {
   }
   ~EventAnnouncerFixture() override { m_State.Stop(); }
 
-  static HostKit::LoggedEvent EventOf(std::uint32_t number) {
+  static HostKit::LoggedEvent EventWithId(std::uint32_t id) {
     HostKit::LoggedEvent event = {};
-    event.m_EventID = number;
+    event.m_EventID = id;
     return event;
   }
   std::vector<std::uint32_t> Journal() {
@@ -61,15 +61,15 @@ class EventAnnouncerFixture : public testing::Test {
 using EventAnnouncer = EventAnnouncerFixture;
 
 TEST_F(EventAnnouncer, WritesEventsToTheJournal) {
-  m_pAnnouncer->Announce({EventOf(kWarm), EventOf(kRemoved)});
+  m_pAnnouncer->Announce({EventWithId(kWarm), EventWithId(kRemoved)});
   m_State.Stop();
   EXPECT_THAT(Journal(), ElementsAre(kWarm, kRemoved));
 }
 
 TEST_F(EventAnnouncer, WritesEventsToTheJournalEvenIfTheDatabaseIsSlow) {
   std::atomic<bool> isBusy{false};
-  std::promise<void> goOn;
-  const auto wait = [&isBusy, end = goOn.get_future().share()](StateStore&) {
+  std::promise<void> unblock;
+  const auto wait = [&isBusy, end = unblock.get_future().share()](StateStore&) {
     isBusy = true;
     end.wait();
     return true;
@@ -78,14 +78,14 @@ TEST_F(EventAnnouncer, WritesEventsToTheJournalEvenIfTheDatabaseIsSlow) {
   ASSERT_TRUE(m_State.Read(wait, ignore));
   while (!isBusy) std::this_thread::yield();
   while (m_State.Read(wait, ignore)) continue;  // until the queue is full
-  m_pAnnouncer->Announce({EventOf(kWarm)});
+  m_pAnnouncer->Announce({EventWithId(kWarm)});
   EXPECT_THAT(Journal(), ElementsAre(kWarm));
-  goOn.set_value();
+  unblock.set_value();
   m_State.Stop();
   EXPECT_THAT(Journal(), ElementsAre(kWarm));
 }
 
-// No snapshot follows.
+// The streams receive the event although no snapshot is published after it.
 TEST_F(EventAnnouncer, SendsMissedEventsToStreams) {
   constexpr std::uint64_t kStart = 1795239062000;
   StateTest::Card card;
@@ -93,7 +93,7 @@ TEST_F(EventAnnouncer, SendsMissedEventsToStreams) {
   ASSERT_TRUE(m_pAnnouncer->Record(StateTest::Observe(kStart, {card}, 0, true)));
   ASSERT_TRUE(m_pAnnouncer->Record(StateTest::Observe(kStart + 1000, {}, 0, true)));
   const Console::Deadline deadline(std::chrono::minutes(2));
-  while (m_pFeed->Newest() == 0 && !deadline.IsOver()) std::this_thread::yield();
+  while (m_pFeed->Newest() == 0 && !deadline.HasPassed()) std::this_thread::yield();
   EXPECT_EQ(1, m_pFeed->Newest());
   m_State.Stop();
   EXPECT_THAT(Journal(), ElementsAre(kRemoved));

@@ -177,7 +177,7 @@ TEST_F(EventFeed, DoesNotSendAnEventBeforeItsSnapshot) {
   EXPECT_EQ(1, m_pFeed->Newest());
 }
 
-TEST_F(EventFeed, SendsAnEventOfAnEarlierSnapshotOnRequest) {
+TEST_F(EventFeed, SendsAnEventWithoutANewSnapshotOnRequest) {
   Start();
   const auto client = Connect();
   client->ReadUntil("\"up\"");
@@ -229,8 +229,8 @@ TEST_F(EventFeed, SendsEachClientAllEventsAfterItsLastEventId) {
 }
 
 TEST_F(EventFeed, ReportsTheGapInATrimmedLog) {
-  constexpr int kKept = 20000;
-  Log(kKept + 5);
+  constexpr int kMaxEvents = 20000;
+  Log(kMaxEvents + 5);
   Start();
   struct Row {
     const char* m_After;
@@ -281,7 +281,7 @@ TEST_F(EventFeed, SendsHeartbeats) {
   client->ReadUntil("\n:\n\n");
 }
 
-TEST_F(EventFeed, DisconnectsAClientThatDoesNotReadAndLetsItResume) {
+TEST_F(EventFeed, DisconnectsAClientThatDoesNotReadButCanResume) {
   constexpr int kMany = 15000;  // more than the sockets buffer
   Service::EventFeedSettings settings;
   settings.m_Heartbeat = milliseconds(20);
@@ -300,7 +300,7 @@ TEST_F(EventFeed, DisconnectsAClientThatDoesNotReadAndLetsItResume) {
   EXPECT_EQ(before.back() + 1, Numbers(Await(*again, before.back() + 1)).front());
 }
 
-TEST_F(EventFeed, HasALimitForEachKindOfClient) {
+TEST_F(EventFeed, HasALimitForEachTransport) {
   Start();
   std::vector<std::unique_ptr<RawClient>> clients;
   for (const Transport transport : {Transport::Unix, Transport::Tcp}) {

@@ -12,11 +12,11 @@
 #include "tests/service/CollectorFixture.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define HAS_OWN_ALLOCATOR true
+#define SANITIZER_MALLOC true
 #elif defined(__has_feature)
-#define HAS_OWN_ALLOCATOR (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
+#define SANITIZER_MALLOC (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
 #else
-#define HAS_OWN_ALLOCATOR false
+#define SANITIZER_MALLOC false
 #endif
 
 namespace {
@@ -29,8 +29,8 @@ std::size_t ResidentBytes() {
   return resident * static_cast<std::size_t>(getpagesize());
 }
 
-// Counts the heaps that glibc has created for single threads: each reserves 64 MiB at a multiple of
-// 64 MiB and makes the beginning writable.
+// Counts glibc's per-thread heaps: each reserves 64 MiB, aligned to 64 MiB, and makes the beginning
+// writable.
 int ThreadHeaps(pid_t process) {
   constexpr std::size_t kReserved = 64 * kMiB;
   std::ifstream maps("/proc/" + std::to_string(process) + "/maps");
@@ -50,7 +50,7 @@ int ThreadHeaps(pid_t process) {
 }
 
 TEST(Heap, ReturnsFreeMemory) {
-  if (HAS_OWN_ALLOCATOR) GTEST_SKIP() << "the sanitizer replaces the allocator";
+  if (SANITIZER_MALLOC) GTEST_SKIP() << "the sanitizer replaces the allocator";
   const std::size_t before = ResidentBytes();
   std::vector<std::unique_ptr<char[]>> blocks;
   for (std::size_t size = 0; size < 64 * kMiB; size += 4096) {

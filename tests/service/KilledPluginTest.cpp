@@ -23,7 +23,7 @@ using Console::Deadline;
 using CorvaneTest::kTimeout;
 using std::chrono::milliseconds;
 
-// Repeated here instead of being taken from the tables under test.
+// Hard-coded, so that the test does not rely on the tables under test.
 constexpr std::uint32_t kWarm = 10967;
 constexpr std::uint32_t kNormal = 10980;
 constexpr std::uint32_t kAttached = 10983;
@@ -58,13 +58,13 @@ class KilledPlugin : public CorvaneTest::CollectorFixture {
     AwaitRecord();
   }
 
-  // Waits until a snapshot that was started after this call has been recorded.
+  // Waits until a snapshot that was read entirely after this call has been recorded.
   void AwaitRecord() {
     const std::uint64_t starts = m_Store.Get()->m_Plugin.m_Starts;
     Await([&](const auto& it) { return it.m_Plugin.m_IsUp && it.m_Plugin.m_Starts >= starts; });
     const int before = m_Recorded;
     const Deadline deadline(kTimeout);
-    while (m_Recorded < before + 2 && !deadline.IsOver()) {
+    while (m_Recorded < before + 2 && !deadline.HasPassed()) {
       std::this_thread::sleep_for(milliseconds(5));
     }
     EXPECT_GE(m_Recorded, before + 2);

@@ -18,7 +18,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Pair;
 
-HostKit::LoggedEvent WornOut() {
+HostKit::LoggedEvent WornOutEvent() {
   HostKit::LoggedEvent event = {};
   event.m_EventID = 10968;
   event.m_Severity = PI::SEVERITY_WARNING;
@@ -29,7 +29,7 @@ HostKit::LoggedEvent WornOut() {
 }
 
 TEST(LogEntry, HasTheFieldsOfItsEvent) {
-  const Systemd::JournalEntry entry = Service::EntryOf(WornOut());
+  const Systemd::JournalEntry entry = Service::EntryOf(WornOutEvent());
   EXPECT_EQ("Adapter a\\x0ab is worn out.", entry.m_Message);
   EXPECT_EQ(4, entry.m_Priority);
   EXPECT_THAT(
@@ -46,7 +46,7 @@ TEST(LogEntry, HasThePriorityOfTheEventSeverity) {
   } const cases[] = {
       {PI::SEVERITY_INFORMATION, 6}, {PI::SEVERITY_WARNING, 4}, {PI::SEVERITY_ERROR, 3}, {77, 5}};
   for (const auto& each : cases) {
-    HostKit::LoggedEvent event = WornOut();
+    HostKit::LoggedEvent event = WornOutEvent();
     event.m_Severity = each.m_Severity;
     EXPECT_EQ(each.m_Priority, Service::EntryOf(event).m_Priority) << each.m_Severity;
   }

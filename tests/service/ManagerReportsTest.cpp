@@ -82,7 +82,7 @@ TEST_F(Readiness, IsNotReportedByAReloadBeforeTheFirstSnapshot) {
   EXPECT_THAT(m_Sent, IsEmpty());
 }
 
-TEST_F(Readiness, IsReportedWithoutAWatchdog) {
+TEST_F(Readiness, IsNotRepeatedWithoutAWatchdog) {
   PublishUp();
   Update();
   EXPECT_THAT(Update(std::chrono::hours(1)), IsEmpty());

@@ -66,21 +66,21 @@ TEST(Notify, SendsTheTimeOfAReload) {
   EXPECT_LE(time, after.tv_sec * 1'000'000LL + after.tv_nsec / 1000);
 }
 
-TEST(WatchdogTime, IsSetByTheManager) {
+TEST(WatchdogTimeout, IsSetByTheManager) {
   const ScopedVariable pid("WATCHDOG_PID", std::to_string(getpid()));
   const ScopedVariable time("WATCHDOG_USEC", "30000000");
-  EXPECT_EQ(microseconds(30'000'000), Systemd::WatchdogTime());
+  EXPECT_EQ(microseconds(30'000'000), Systemd::WatchdogTimeout());
 }
 
-TEST(WatchdogTime, IsEmptyForAnotherProcess) {
+TEST(WatchdogTimeout, IsEmptyForAnotherProcess) {
   const ScopedVariable pid("WATCHDOG_PID", std::to_string(getpid() + 1));
   const ScopedVariable time("WATCHDOG_USEC", "30000000");
-  EXPECT_EQ(std::nullopt, Systemd::WatchdogTime());
+  EXPECT_EQ(std::nullopt, Systemd::WatchdogTimeout());
 }
 
-TEST(WatchdogTime, IsEmptyWithoutAWatchdog) {
+TEST(WatchdogTimeout, IsEmptyWithoutAWatchdog) {
   const ScopedVariable time("WATCHDOG_USEC", std::nullopt);
-  EXPECT_EQ(std::nullopt, Systemd::WatchdogTime());
+  EXPECT_EQ(std::nullopt, Systemd::WatchdogTimeout());
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ class FormatFixture : public CorvaneTest::CollectorFixture {
     if (m_Worker.IsAlive()) kill(m_Worker.ProcessId(), SIGCONT);
   }
 
-  // Whether the call gets a reply.
+  // Sends a command. Returns whether it gets a reply.
   bool Call(const Deadline& deadline, Worker::DuringFormat duringFormat) {
     const Console::PluginCommand command = {PI::CMD_GET_TOPOLOGY, 0, std::vector<PI::CObject>()};
     return m_Worker.Call(command, deadline, duringFormat).has_value();

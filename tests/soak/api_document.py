@@ -4,8 +4,8 @@ import json
 import jsonschema
 
 
-def has(problems, status, problem):
-    return any((each["status"], each["id"]) == (status, problem) for each in problems)
+def has_problem(problems, status, problem_id):
+    return any((each["status"], each["id"]) == (status, problem_id) for each in problems)
 
 
 class Document:
@@ -15,22 +15,23 @@ class Document:
         self.content = client.get("/v1/openapi.json")
         self.validators = {}
 
-    def common(self):
+    def common_problems(self):
         return self.content["components"]["responses"]["Common"]["x-problems"]
 
     def operation(self, method, path):
-        """Returns the path's template and operation, or None for both if the path is unknown."""
+        """Returns the path's template and operation. The operation is None if the path does not
+        have the method; both are None if the path is unknown."""
         segments = path.split("?", 1)[0].split("/")
         for template, operations in self.content["paths"].items():
             names = template.split("/")
-            fits = len(names) == len(segments) and all(
+            matches = len(names) == len(segments) and all(
                 name.startswith("{") or name == segment for name, segment in zip(names, segments))
-            if fits:
+            if matches:
                 return template, operations.get(method.lower())
         return None, None
 
     def resolved(self, part):
-        """Returns the part, with references resolved."""
+        """Returns the part, or the part that its $ref refers to."""
         while "$ref" in part:
             found = self.content
             for name in part["$ref"].split("/")[1:]:
@@ -55,7 +56,7 @@ class Document:
         described = operation["responses"][str(response.status)].get("content")
         if described is None:
             if response.content:
-                raise ValueError("the document does not contain this content")
+                raise ValueError("the document does not allow a body for this status")
             return
         if response.media_type not in described:
             raise ValueError(f"{response.media_type} is not in the document")
@@ -67,7 +68,8 @@ class Document:
         Returns the id of the problem."""
         problem = json.loads(response.content)
         self.check(problem, {"$ref": "#/components/schemas/Problem"})
-        allowed = self.common() + (operation["x-problems"] if operation else [])
-        if problem["status"] != response.status or not has(allowed, response.status, problem["id"]):
+        allowed = self.common_problems() + (operation["x-problems"] if operation else [])
+        is_allowed = has_problem(allowed, response.status, problem["id"])
+        if problem["status"] != response.status or not is_allowed:
             raise ValueError(f"the document does not contain {response.status} {problem['id']}")
         return problem["id"]

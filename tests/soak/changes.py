@@ -30,9 +30,9 @@ class Changes:
 
     def prepare(self):
         self.machine.cardsim("add", "0x2001")
-        self.note_last_card()
+        self.update_last_serial()
 
-    def note_last_card(self):
+    def update_last_serial(self):
         self.last_serial = self.machine.cardsim("get", f"card{CARDS}", "serial_number").strip('"')
 
     def await_start(self):
@@ -43,13 +43,13 @@ class Changes:
     def make(self, which):
         """Makes the next change of that alternation. Returns the arguments of cardsim."""
         alternation = ALTERNATIONS[which]
-        words, event, serial = alternation[self.steps[which] % len(alternation)]
+        arguments, event, serial = alternation[self.steps[which] % len(alternation)]
         self.steps[which] += 1
-        self.machine.cardsim(*words)
+        self.machine.cardsim(*arguments)
         if event == ADDED:
-            self.note_last_card()
+            self.update_last_serial()
         self.expected.append((event, serial or self.last_serial))
-        return " ".join(words)
+        return " ".join(arguments)
 
     def log(self):
         """Returns the events in the log, oldest first; empty until the log exists."""

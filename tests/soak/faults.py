@@ -1,4 +1,4 @@
-"""Injects faults of the machine while a service is running. During a fault, reads from the snapshot
+"""Injects machine faults while a service is running. During a fault, reads from the snapshot
 succeed, and other reads succeed or return a documented problem. After the fault, the service works
 again, and each change of a card has been logged as one event.
 
@@ -30,12 +30,12 @@ FROM_SNAPSHOT = ("/healthz", "/v1/cards", "/v1/cards/S0", "/v1/cards/S1/drives/0
 OTHERS = ("/readyz", "/metrics", "/v1/status", "/v1/events", "/v1/known-cards",
           "/v1/acknowledgments", "/v1/session/events", "/v1/session/event-counts",
           "/v1/cards/S0/history?field=temperature_celsius")
-NO_MORE = 3  # descriptor limit at which none can be opened; open ones remain open
+NO_MORE = 3  # descriptor limit at which no file can be opened; open descriptors remain usable
 DETACH = 0  # a position in changes.ALTERNATIONS
 
 
-class Setting:
-    """A machine with a running service that has stored the cards."""
+class FaultRun:
+    """A machine for one fault. Its service is running and has stored the cards."""
 
     def __init__(self, machine, seconds):
         self.machine = machine
@@ -73,7 +73,7 @@ class Setting:
         if problem == "UNEXPECTED" or (path in FROM_SNAPSHOT and problem not in accepted):
             raise Failure(text)
 
-    def read_on(self, exchange=None, accepted=(), share=1):
+    def keep_reading(self, exchange=None, accepted=(), share=1):
         """Reads for `share` of the fault's duration, at least twice."""
         end = time.monotonic() + self.seconds * share
         self.read_all(exchange, accepted)
@@ -95,45 +95,45 @@ class Setting:
             eventually(path, lambda path=path: self.machine.client.send("GET", path).status == 200)
 
 
-def hung_library(setting):
+def hung_library(run):
     """Each call of the card library waits for a lock."""
-    with open(f"{setting.machine.card_file}.lock", "r+b") as lock:
+    with open(f"{run.machine.card_file}.lock", "r+b") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
-        setting.read_on()
+        run.keep_reading()
 
 
-def suspended_worker(setting):
-    worker = setting.machine.worker()
+def suspended_worker(run):
+    worker = run.machine.worker()
     os.kill(worker, signal.SIGSTOP)
-    setting.changes.make(DETACH)
-    setting.read_on()
+    run.changes.make(DETACH)
+    run.keep_reading()
     with contextlib.suppress(ProcessLookupError):
         os.kill(worker, signal.SIGCONT)
 
 
-def locked_database(setting):
-    other = sqlite3.connect(setting.machine.database, isolation_level=None, timeout=60)
+def locked_database(run):
+    other = sqlite3.connect(run.machine.database, isolation_level=None, timeout=60)
     with contextlib.closing(other):
         other.execute("BEGIN IMMEDIATE")
-        setting.changes.make(DETACH)
-        setting.read_on()
+        run.changes.make(DETACH)
+        run.keep_reading()
         other.execute("ROLLBACK")
 
 
-def locked_at_start(setting):
+def locked_at_start(run):
     """Locks the database while the service starts, so that it cannot compare the cards with the
     log. Releases the lock shortly after the service has failed to log a change."""
-    machine = setting.machine
+    machine = run.machine
     machine.stop()
     other = sqlite3.connect(machine.database, isolation_level=None, timeout=60)
     with contextlib.closing(other):
         other.execute("BEGIN IMMEDIATE")
         machine.start()
-        setting.read_on()
-        setting.changes.make(DETACH)
+        run.keep_reading()
+        run.changes.make(DETACH)
         eventually("the change is announced",
                    lambda: " was detached" in machine.log.read_text(encoding="utf-8"))
-        time.sleep(0.2)  # not critical: the event must be logged once whenever the lock is released
+        time.sleep(0.2)  # not critical: the event must be logged once, however late the release
         other.execute("ROLLBACK")
 
 
@@ -142,24 +142,24 @@ def files_of(database):
             if (path := pathlib.Path(f"{database}{suffix}")).exists()]
 
 
-def damaged_database(setting):
-    """The service starts a new log in a new file."""
-    with open(setting.machine.database, "r+b") as file:
+def damaged_database(run):
+    """Overwrites the database, then deletes it. The service starts a new log in a new file."""
+    with open(run.machine.database, "r+b") as file:
         size = file.seek(0, os.SEEK_END)
         file.seek(100)
         file.write(b"\x5a" * (size - 100))
-    setting.read_on()
-    for path in files_of(setting.machine.database):
+    run.keep_reading()
+    for path in files_of(run.machine.database):
         path.unlink()
-    setting.changes.make(DETACH)
+    run.changes.make(DETACH)
 
 
-def deleted_database(setting):
-    """The service starts a new log in a new file."""
-    for path in files_of(setting.machine.database):
+def deleted_database(run):
+    """Deletes the database. The service starts a new log in a new file."""
+    for path in files_of(run.machine.database):
         path.unlink()
-    setting.changes.make(DETACH)
-    setting.read_on()
+    run.changes.make(DETACH)
+    run.keep_reading()
 
 
 def fill(directory):
@@ -173,86 +173,86 @@ def fill(directory):
     return path
 
 
-def full_disk(setting):
-    filler = fill(setting.machine.database.parent)
-    setting.changes.make(DETACH)
-    setting.read_on()
+def full_disk(run):
+    filler = fill(run.machine.database.parent)
+    run.changes.make(DETACH)
+    run.keep_reading()
     filler.unlink()
 
 
-def limited_files(setting):
+def limited_file_size(run):
     """Limits the size of files, which resembles a full disk but needs no separate file system."""
-    machine = setting.machine
+    machine = run.machine
     limits = [machine.limit(pid, resource.RLIMIT_FSIZE, 4096)
-              for pid in (machine.front.pid, machine.worker())]
-    setting.changes.make(DETACH)
-    setting.read_on()
+              for pid in (machine.service.pid, machine.worker())]
+    run.changes.make(DETACH)
+    run.keep_reading()
     for restore in limits:
         restore()
 
 
-def few_descriptors(setting):
+def few_descriptors(run):
     """Limits the descriptors of the service. An open connection still works; new ones wait or are
     refused."""
-    machine = setting.machine
+    machine = run.machine
     kept = client.Connection(machine.client.path)
     kept.exchange("GET", "/healthz")
-    restore = machine.limit(machine.front.pid, resource.RLIMIT_NOFILE, NO_MORE)
+    restore = machine.limit(machine.service.pid, resource.RLIMIT_NOFILE, NO_MORE)
     others = [socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) for _ in range(8)]
     for other in others:
         other.settimeout(60)
         other.connect(machine.client.path)
         other.sendall(b"GET /healthz HTTP/1.1\r\nHost: service\r\n\r\n")
-    setting.changes.make(DETACH)
-    setting.read_on(kept.exchange)
+    run.changes.make(DETACH)
+    run.keep_reading(kept.exchange)
     restore()
     kept.close()
     for other in others:
         other.close()
 
 
-def few_descriptors_of_worker(setting):
+def few_worker_descriptors(run):
     """Limits the descriptors of the plug-in process. With some limits, the plug-in reports the
     cards as removed."""
-    machine = setting.machine
+    machine = run.machine
     worker = machine.worker()
     in_use = len(os.listdir(f"/proc/{worker}/fd"))
     for limit in (NO_MORE, in_use, in_use + 1, in_use + 2):
         restore = machine.limit(worker, resource.RLIMIT_NOFILE, limit)
-        setting.read_on(accepted=("NO_SUCH_OBJECT",), share=0.25)
+        run.keep_reading(accepted=("NO_SUCH_OBJECT",), share=0.25)
         restore()
 
-    def are_back():
-        log = setting.changes.log()
+    def all_returned():
+        log = run.changes.log()
         removed = sorted(serial for event, serial in log if event == changes.REMOVED)
         added = sorted(serial for event, serial in log if event == changes.ADDED)
         return removed == added and machine.client.send("GET", "/v1/cards/S0").status == 200
-    eventually("each removed card was added again", are_back)
-    setting.changes.expected = setting.changes.log()
+    eventually("each removed card was added again", all_returned)
+    run.changes.expected = run.changes.log()
 
 
-def shifted_clock(setting):
+def shifted_clock(run):
     """Sets the clock forward by a day, then back by two."""
-    clock = pathlib.Path(setting.machine.environment["CORVANE_SOAK_CLOCK"])
+    clock = pathlib.Path(run.machine.environment["CORVANE_SOAK_CLOCK"])
     for shift in ("86400", "-86400"):
         clock.write_text(shift, encoding="ascii")
-        setting.changes.make(DETACH)
-        setting.read_on()
-        setting.changes.await_log()
+        run.changes.make(DETACH)
+        run.keep_reading()
+        run.changes.await_log()
     clock.write_text("0", encoding="ascii")
 
 
 FAULTS = {function.__name__: function for function in (
     hung_library, suspended_worker, locked_database, locked_at_start, damaged_database,
-    deleted_database, full_disk, limited_files, few_descriptors, few_descriptors_of_worker,
+    deleted_database, full_disk, limited_file_size, few_descriptors, few_worker_descriptors,
     shifted_clock)}
 
 
 @contextlib.contextmanager
 def small_disk(directory):
     """A file system of a few megabytes in the directory. Yields False if none can be mounted."""
-    words = ["mount", "-t", "tmpfs", "-o", "size=4m", "none", str(directory)]
-    if os.geteuid() != 0 or subprocess.run(words, capture_output=True, check=False).returncode != 0:
+    mount = ["mount", "-t", "tmpfs", "-o", "size=4m", "none", str(directory)]
+    if os.geteuid() != 0 or subprocess.run(mount, capture_output=True, check=False).returncode != 0:
         yield False
         return
     try:
@@ -273,26 +273,26 @@ def shift_clock(machine, build):
                                ASAN_OPTIONS=asan)
 
 
-def play(name, build, seconds):
+def run_fault(name, build, seconds):
     """Runs one fault. Returns a summary. Raises Failure."""
     with Machine(build, changes.CARDS) as machine, contextlib.ExitStack() as stack:
         if name == "full_disk" and not stack.enter_context(small_disk(machine.database.parent)):
-            return "skipped: no file system can be mounted here"
+            return "skipped: cannot mount a file system"
         stack.callback(machine.stop)  # before the file system is unmounted
         if name == "shifted_clock":
             shift_clock(machine, build)
-        setting = Setting(machine, seconds)
-        setting.start()
-        FAULTS[name](setting)
-        setting.recover()
-        return f"{setting.reads} reads, {len(setting.changes.expected)} events"
+        run = FaultRun(machine, seconds)
+        run.start()
+        FAULTS[name](run)
+        run.recover()
+        return f"{run.reads} reads, {len(run.changes.expected)} events"
 
 
 def main(build, seconds, names):
     failed = 0
     for name in names or FAULTS:
         try:
-            print(f"{name}: {play(name, build, seconds)}", flush=True)
+            print(f"{name}: {run_fault(name, build, seconds)}", flush=True)
         except (Failure, OSError) as failure:
             failed += 1
             print(f"{name}: {failure}\nrepeat with: faults.py BUILD {seconds:g} {name}",

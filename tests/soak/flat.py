@@ -45,7 +45,7 @@ def open_streams(machine, rng, stopping):
 def make_changes(machine, rng, stopping):
     source = changes.Changes(machine)
     while not stopping.wait(rng.uniform(1, 5)):
-        source.make(0)
+        source.make(0)  # detaches card0, or attaches it again
 
 
 def size_kib(path):
@@ -56,13 +56,13 @@ def sample(machine):
     values = {}
     for process, use in machine.usage().items():
         values.update({f"{process} {name}": value for name, value in use._asdict().items()})
-    values["front database_kib"] = size_kib(machine.database)
-    values["front wal_kib"] = size_kib(f"{machine.database}-wal")
+    values["service database_kib"] = size_kib(machine.database)
+    values["service wal_kib"] = size_kib(f"{machine.database}-wal")
     return values
 
 
 def measure(machine, minutes):
-    """Returns the samples after the warm-up."""
+    """Takes samples from the end of the warm-up to the end of the run."""
     seconds = minutes * 60
     time.sleep(seconds * WARM_UP)
     samples = []
@@ -73,8 +73,8 @@ def measure(machine, minutes):
 
 
 def tolerance(process, kind, minutes):
-    """Returns the allowed growth from the first third of the samples to the last. The middles of
-    these thirds are half of `minutes` apart."""
+    """Returns the allowed growth from the first third of the samples to the last. The
+    midpoints of these thirds are half of `minutes` apart."""
     handles = WORKER_KIB_PER_MINUTE * minutes / 2
     return TOLERANCES[kind] + (handles if (process, kind) == ("worker", "memory_kib") else 0)
 

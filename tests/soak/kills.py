@@ -30,9 +30,9 @@ def kill_worker(machine, _):
     send(machine.worker(), signal.SIGKILL)
 
 
-def kill_front(machine, _):
+def kill_service(machine, _):
     worker = machine.worker()
-    machine.front.kill()
+    machine.service.kill()
     machine.reap(worker)
     machine.launch()
 
@@ -40,13 +40,13 @@ def kill_front(machine, _):
 def kill_both(machine, _):
     worker = machine.worker()
     send(worker, signal.SIGKILL)
-    kill_front(machine, _)
+    kill_service(machine, _)
 
 
-def kill_front_at_start(machine, rng):
-    kill_front(machine, rng)
+def kill_service_at_start(machine, rng):
+    kill_service(machine, rng)
     time.sleep(rng.uniform(0, 1.5))
-    kill_front(machine, rng)
+    kill_service(machine, rng)
 
 
 def suspend_worker(machine, rng):
@@ -56,7 +56,7 @@ def suspend_worker(machine, rng):
     send(worker, signal.SIGCONT)
 
 
-ACTIONS = (kill_worker, kill_front, kill_both, kill_front_at_start, suspend_worker)
+ACTIONS = (kill_worker, kill_service, kill_both, kill_service_at_start, suspend_worker)
 
 
 class Run:
@@ -73,10 +73,10 @@ class Run:
         self.changes.await_start()
         self.clients.start()
 
-    def play(self, number):
+    def run_round(self, number):
         action = self.rng.choice(ACTIONS)
         delay = self.rng.uniform(0, MAX_DELAY)
-        # A suspended plug-in does not detect a new card, because only its start does.
+        # The plug-in detects new cards only when it starts, and a suspension does not restart it.
         count = len(changes.ALTERNATIONS) - (1 if action is suspend_worker else 0)
         change = self.changes.make(self.rng.randrange(count))
         self.round = f"round {number}: {change}; {action.__name__} after {delay:.2f} s"
@@ -144,7 +144,7 @@ def main(build, rounds, seed):
         try:
             run.start()
             for number in range(1, rounds + 1):
-                run.play(number)
+                run.run_round(number)
             run.finish()
         except Failure as failure:
             print(f"{run.round}\n{failure}\n{machine.log_tail()}\n"

@@ -26,7 +26,7 @@ class Clients:
         self.stream = Follower(machine.client.path, self.failures)
         self.stopping = threading.Event()
         self.threads = []
-        for work in (self.read, self.read, self.run_jobs, self.set_interval, self.warm):
+        for work in (self.read, self.read, self.run_jobs, self.set_interval, self.vary_temperature):
             self.threads.append(threading.Thread(target=self.repeat, args=(work,)))
 
     def start(self):
@@ -57,32 +57,31 @@ class Clients:
         self.send((200, 503), "GET", PATHS[count % len(PATHS)])
 
     def run_jobs(self, count):
-        """Switches the locate LED, and waits for the job."""
+        """Switches the locate LED on or off, and waits for the job to end."""
         name = ("locate", "stop-locate")[count % 2]
         response = self.send((202, 409, 503), "POST",
                              f"/v1/cards/{self.led_card}/operations/{name}", "{}")
         job = json.loads(response.content).get("id") if response.status == 202 else None
         while job and not self.stopping.wait(INTERVAL):
-            # After a restart, the service no longer has the job.
+            # A restart of the service discards its jobs.
             response = self.send((200, 404), "GET", f"/v1/jobs/{job}")
             if response.status == 404 or json.loads(response.content)["state"] != "RUNNING":
                 return
 
     def set_interval(self, _):
-        """Sets the poll interval to 2 again. After each change, the plug-in waits for a third of
-        the interval, so more frequent changes would keep it from polling."""
+        """Sets the poll interval to its current value, 2 s. Each change restarts the wait for the
+        next poll, a third of the interval, so more frequent changes would prevent polling."""
         self.send((200, 503, 504), "PATCH", "/v1/plugin", '{"poll_interval": 2}')
         self.stopping.wait(3)
 
-    def warm(self, count):
-        """Changes the temperature, because the plug-in compares status bits only if other values
-        have changed."""
+    def vary_temperature(self, count):
+        """Changes the temperature, which makes scans detect changes that do not cause events."""
         self.machine.set(1, "temp_internal_deg_c", 40 + count % 20 / 2)
         self.stopping.wait(0.5)
 
 
 class Follower(threading.Thread):
-    """Receives all events. After a lost connection, resumes after the last event received."""
+    """Receives all events. Reconnects after a lost connection, and resumes with the next event."""
 
     def __init__(self, path, failures):
         super().__init__(daemon=True)

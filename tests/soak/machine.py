@@ -15,7 +15,7 @@ import time
 import client
 
 # Timeout of a wait for something that happens within seconds; long enough for a slow machine.
-PATIENCE = 600
+WAIT_TIMEOUT = 600
 STOP_TIMEOUT = 45  # of the service's unit
 
 KINDS = ("0x2001", "0x3001", "0x2001", "0x2001")  # device ids of the cards
@@ -25,12 +25,12 @@ class Failure(Exception):
     """The reason for a failed test, in one or more lines."""
 
 
-def eventually(what, condition, patience=PATIENCE):
+def eventually(what, condition, timeout=WAIT_TIMEOUT):
     """Waits until the condition is true, and returns its value. A failure contains `what`."""
-    end = time.monotonic() + patience
+    end = time.monotonic() + timeout
     while not (value := condition()):
         if time.monotonic() > end:
-            raise Failure(f"not within {patience} s: {what}")
+            raise Failure(f"not within {timeout} s: {what}")
         time.sleep(0.02)
     return value
 
@@ -67,7 +67,7 @@ class Machine:
         self.database = self.directory / "state" / "corvane.db"
         self.log = self.directory / "serve.err"
         self.client = client.Client(self.directory / "run" / "s")
-        self.front = None  # the service's main process
+        self.service = None  # the main process, not the plug-in process
         self.environment = self.make_environment()
         self.make_cards(cards)
 
@@ -107,12 +107,12 @@ class Machine:
 
     # The cards
 
-    def cardsim(self, *words):
+    def cardsim(self, *arguments):
         """Runs cardsim. Raises Failure if it fails."""
-        done = subprocess.run([self.programs / "cardsim", *words], env=self.environment,
+        done = subprocess.run([self.programs / "cardsim", *arguments], env=self.environment,
                               capture_output=True, text=True, check=False)
         if done.returncode != 0:
-            raise Failure(f"cardsim {' '.join(words)}: {done.stderr}")
+            raise Failure(f"cardsim {' '.join(arguments)}: {done.stderr}")
         return done.stdout.strip()
 
     def set(self, card, attribute, value):
@@ -128,8 +128,8 @@ class Machine:
     def launch(self):
         """Starts the service without waiting for it."""
         with open(self.log, "ab") as log:
-            self.front = subprocess.Popen(self.command(), env=self.environment,
-                                          stdin=subprocess.DEVNULL, stdout=log, stderr=log)
+            self.service = subprocess.Popen(self.command(), env=self.environment,
+                                            stdin=subprocess.DEVNULL, stdout=log, stderr=log)
 
     def start(self):
         """Starts the service and waits until its plug-in is running."""
@@ -137,8 +137,8 @@ class Machine:
         self.await_ready()
 
     def is_ready(self):
-        if self.front.poll() is not None:
-            raise Failure(f"the service has exited with code {self.front.returncode}: "
+        if self.service.poll() is not None:
+            raise Failure(f"the service has exited with code {self.service.returncode}: "
                           f"{self.log_tail()}")
         try:
             return self.client.send("GET", "/readyz").status == 200
@@ -150,18 +150,18 @@ class Machine:
 
     def worker(self):
         """Returns the process id of the plug-in process, or None if it is not running."""
-        found = subprocess.run(["pgrep", "-P", str(self.front.pid), "-f", "plugin-process"],
+        found = subprocess.run(["pgrep", "-P", str(self.service.pid), "-f", "plugin-process"],
                                capture_output=True, text=True, check=False).stdout.split()
         return int(found[0]) if found else None
 
     def usage(self):
         """Returns the usage of both processes by name."""
-        return {"front": usage(self.front.pid), "worker": usage(self.worker())}
+        return {"service": usage(self.service.pid), "worker": usage(self.worker())}
 
     def steady_usage(self):
         """Returns the usage of both processes once two measurements, a second apart, are equal."""
         last = None
-        end = time.monotonic() + PATIENCE
+        end = time.monotonic() + WAIT_TIMEOUT
         while (now := self.usage()) != last:
             if time.monotonic() > end:
                 raise Failure(f"the resource usage is not stable: {now}")
@@ -172,7 +172,7 @@ class Machine:
     def reap(self, worker):
         """Waits until both processes have exited. Like the service manager, kills the plug-in
         process after `STOP_TIMEOUT`."""
-        self.front.wait()
+        self.service.wait()
         end = time.monotonic() + STOP_TIMEOUT
         while worker is not None and not has_exited(worker):
             if time.monotonic() > end:
@@ -181,14 +181,14 @@ class Machine:
 
     def stop(self):
         """Stops the service if it is running."""
-        if self.front is None or self.front.poll() is not None:
+        if self.service is None or self.service.poll() is not None:
             return
-        self.front.terminate()
+        self.service.terminate()
         try:
-            self.front.wait(PATIENCE)
+            self.service.wait(WAIT_TIMEOUT)
         except subprocess.TimeoutExpired:
-            self.front.kill()
-            self.front.wait()
+            self.service.kill()
+            self.service.wait()
 
     def open_database(self):
         """Opens the database read-only; the caller must close it. Raises

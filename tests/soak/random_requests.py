@@ -28,7 +28,7 @@ MAX_RESPONSE_TIME = 60
 
 
 def check(document, request, response):
-    """Raises ValueError or jsonschema.ValidationError."""
+    """Checks a response. Raises ValueError or jsonschema.ValidationError."""
     if response.status >= 500:
         raise ValueError("a server error without a fault")
     if request.flaws and response.status < 400:
@@ -64,7 +64,7 @@ class Run:
             check(self.document, request, response)
             if time.monotonic() - begin > MAX_RESPONSE_TIME:
                 raise ValueError(f"response after {time.monotonic() - begin:.0f} s")
-            if self.machine.front.poll() is not None:
+            if self.machine.service.poll() is not None:
                 raise ValueError("the service has exited")
         except (ValueError, OSError, jsonschema.ValidationError) as error:
             self.report(request, response, error)
@@ -113,7 +113,7 @@ def main(build, count, seed):
         make_removed_card(machine)
         run = Run(machine, count)
         set_hypothesis_home_dir(machine.directory / "hypothesis")  # not in the current directory
-        processes = machine.front.pid, machine.worker()
+        processes = machine.service.pid, machine.worker()
 
         @hypothesis.seed(seed)
         @hypothesis.settings(max_examples=count, database=None, deadline=None,
@@ -126,7 +126,7 @@ def main(build, count, seed):
         send_all()
         if not run.failures:
             run.compare()
-        if (machine.front.pid, machine.worker()) != processes:
+        if (machine.service.pid, machine.worker()) != processes:
             run.failures.append("a process was replaced")
         print(f"{run.done} requests: " + ", ".join(
             f"{number} with {status}" for status, number in sorted(run.statuses.items())))

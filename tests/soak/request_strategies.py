@@ -14,7 +14,7 @@ KNOWN = {
     "serial": ["S0", "S1", "S2", "S3", "GONE", "S9"],
     "drive": ["0", "0", "0", "1", "00", "-0"],
     "operation": ["locate", "stop-locate", "attach", "detach"],
-    "operation of a drive": ["online", "offline"],
+    "drive operation": ["online", "offline"],
     "reason": ["MISSING", "UNREADABLE", "TEMPERATURE_ABOVE_WARN", "FLASHBACK"],
     "since": ["1h", "2d", "2026-01-01", "never"],
     "from": ["1h", "2d", "2026-01-01"],
@@ -31,9 +31,10 @@ KNOWN = {
     "limit": ["0", "1", "10"],
 }
 
-ODD_STRINGS = ["", ".", "..", "...", "%", "%%", "%zz", "%00", "%2e%2e", "%2f", "%ff", "%c0%af",
-               "a/b", "/", "//", "\\", "\0", "é", "\u202e", "\U0001f600", "x" * 300, "x" * 7000,
-               "--help", "-1", "0x0", "1e9", "9" * 30, "null", "'; DROP TABLE host_known_cards; --"]
+EDGE_STRINGS = ["", ".", "..", "...", "%", "%%", "%zz", "%00", "%2e%2e", "%2f", "%ff", "%c0%af",
+                "a/b", "/", "//", "\\", "\0", "é", "\u202e", "\U0001f600", "x" * 300, "x" * 7000,
+                "--help", "-1", "0x0", "1e9", "9" * 30, "null",
+                "'; DROP TABLE host_known_cards; --"]
 
 JSON_VALUES = st.recursive(
     st.none() | st.booleans() | st.integers() | st.floats(allow_nan=False, allow_infinity=False) |
@@ -41,7 +42,7 @@ JSON_VALUES = st.recursive(
     lambda inner: st.lists(inner, max_size=3) |
     st.dictionaries(st.text(max_size=8), inner, max_size=3), max_leaves=8)
 
-STRINGS = st.sampled_from(ODD_STRINGS) | st.text(max_size=30)
+STRINGS = st.sampled_from(EDGE_STRINGS) | st.text(max_size=30)
 PLAIN_NAMES = st.text(string.ascii_lowercase + "_", min_size=1, max_size=12)
 
 
@@ -86,8 +87,8 @@ def instances(document, schema, name=None):
 
 
 @st.composite
-def damaged(draw, values):
-    """An object of `values`, with one field replaced, removed or added."""
+def mutated(draw, values):
+    """Draws an object from `values` and replaces, removes or adds one field."""
     value = dict(draw(values))
     edit = draw(st.sampled_from(["replace", "remove", "add"]))
     if edit == "add" or not value:
@@ -99,21 +100,21 @@ def damaged(draw, values):
     return value
 
 
-def deep(depth):
+def nested_arrays(depth):
     return "[" * depth + "]" * depth
 
 
 def bodies(document, schema):
     valid = instances(document, schema)
-    nested = st.sampled_from([10, 1000, 30000]).map(deep)
-    odd = st.one_of(
-        damaged(valid).map(json.dumps), damaged(valid).map(json.dumps), JSON_VALUES.map(json.dumps),
+    nested = st.sampled_from([10, 1000, 30000]).map(nested_arrays)
+    invalid = st.one_of(
+        mutated(valid).map(json.dumps), mutated(valid).map(json.dumps), JSON_VALUES.map(json.dumps),
         valid.map(lambda value: json.dumps(value) + "\0"),
         valid.map(lambda value: json.dumps(value)[:-1]),
         nested, nested.map(lambda text: '{"command": "GET_TOPOLOGY", "payload": ' + text + "}"),
         st.binary(max_size=40), st.sampled_from([b"", b'{"note": "\xff"}']),
         st.just("[" + "0," * 32768 + "0]"))
-    return mostly(valid.map(json.dumps), odd, 3)
+    return mostly(valid.map(json.dumps), invalid, 3)
 
 
 def reject(constant):
@@ -138,8 +139,8 @@ def paths(draw, document, template):
     segments = []
     for name in template.split("/"):
         if name.startswith("{"):
-            is_of_drive = name == "{operation}" and "{drive}" in template
-            kind = "operation of a drive" if is_of_drive else name[1:-1]
+            is_drive_operation = name == "{operation}" and "{drive}" in template
+            kind = "drive operation" if is_drive_operation else name[1:-1]
             text = draw(known_or(kind, STRINGS))
             safe = draw(st.sampled_from(["", "", "%/.:;@&=+$,!*'()"]))
             name = urllib.parse.quote(text, safe=safe)
@@ -179,7 +180,7 @@ def headers():
 
 
 @st.composite
-def of_operation(draw, document, template, method):
+def operation_requests(draw, document, template, method):
     operation = document.content["paths"][template][method]
     path = draw(paths(document, template))
     query, flaws = draw(queries(document, operation))
@@ -203,7 +204,7 @@ def of_operation(draw, document, template, method):
 
 
 @st.composite
-def of_any_path(draw):
+def undocumented_requests(draw):
     """A request that the document does not contain."""
     segments = draw(st.lists(STRINGS | st.sampled_from(["v1", "cards", "S0", "events"]),
                              max_size=5))
@@ -214,6 +215,6 @@ def of_any_path(draw):
 
 def requests(document):
     """Requests for all operations of the document, with equal probability, and other requests."""
-    operations = [of_operation(document, template, method)
+    operations = [operation_requests(document, template, method)
                   for template, methods in document.content["paths"].items() for method in methods]
-    return st.one_of(*operations, of_any_path())
+    return st.one_of(*operations, undocumented_requests())

@@ -10,7 +10,7 @@
 // version, then the tag, permissions and user of each entry. Returns false if the file system does
 // not support ACLs.
 // clang-format off
-inline bool ShareByAccessList(const std::filesystem::path& file, std::uint32_t user = 65534) {
+inline bool GrantWriteByAcl(const std::filesystem::path& file, std::uint32_t user = 65534) {
   constexpr std::uint32_t kNone = 0xFFFFFFFF;
   const std::uint32_t list[] = {
       2,             // version

@@ -1,4 +1,4 @@
-// Holds a thread in the card library until the test releases it.
+// Blocks a thread in the card library until the test releases it.
 #pragma once
 
 #include <atomic>
@@ -15,16 +15,17 @@ inline void SleepFor(std::int64_t milliseconds) {
   HostKit::SleepUntilNs(HostKit::SteadyNowNs() + milliseconds * 1'000'000);
 }
 
-// Blocks the first thread that reaches it until released. Both threads must be kit threads.
-class Barrier {
+// Blocks the first thread that reaches it until another thread releases it. Both must be kit
+// threads.
+class BlockPoint {
  public:
-  Barrier() {
+  BlockPoint() {
     m_Reached.Init(false, true);
     m_Released.Init(false, true);
   }
 
-  // Called by the thread to be held.
-  void Hold() {
+  // Called by the thread to block.
+  void Block() {
     if (m_Used.exchange(true)) return;
     m_Reached.Set();
     m_Released.Wait(MBX::Threading::WAIT_INFINITE);
@@ -46,21 +47,21 @@ class HeldCall {
  public:
   explicit HeldCall(const std::string& function) {
     CardSim::SetHook([this, function](const CardSim::Call& call) {
-      if (call.function == function) m_Barrier.Hold();
+      if (call.function == function) m_BlockPoint.Block();
     });
   }
   ~HeldCall() {
-    m_Barrier.Release();
+    m_BlockPoint.Release();
     CardSim::SetHook({});
   }
   HeldCall(const HeldCall&) = delete;
   HeldCall& operator=(const HeldCall&) = delete;
 
-  void WaitUntilReached() { m_Barrier.WaitUntilReached(); }
-  void Release() { m_Barrier.Release(); }
+  void WaitUntilReached() { m_BlockPoint.WaitUntilReached(); }
+  void Release() { m_BlockPoint.Release(); }
 
  private:
-  Barrier m_Barrier;
+  BlockPoint m_BlockPoint;
 };
 
 }  // namespace CorvaneTest

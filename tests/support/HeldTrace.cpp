@@ -13,26 +13,26 @@ namespace CorvaneTest {
 namespace {
 
 // Set by the sink, which must not block, and used later in the same call.
-thread_local Barrier* t_pBarrier = nullptr;
+thread_local BlockPoint* t_pBlockPoint = nullptr;
 
-void HoldAfterLine() {
-  Barrier* const barrier = t_pBarrier;
-  t_pBarrier = nullptr;
-  if (barrier == nullptr) return;
+void BlockAfterLine() {
+  BlockPoint* const blockPoint = t_pBlockPoint;
+  t_pBlockPoint = nullptr;
+  if (blockPoint == nullptr) return;
   const Base::CancellationGuard guard;  // no exception may leave a destructor
-  barrier->Hold();
+  blockPoint->Block();
 }
 
 }  // namespace
 
 HeldTrace::HeldTrace(const std::string& text) {
   HostKit::SetTraceSink([this, text](const HostKit::TraceLine& line) {
-    if (line.text == text) t_pBarrier = &m_Barrier;
+    if (line.text == text) t_pBlockPoint = &m_BlockPoint;
   });
 }
 
 HeldTrace::~HeldTrace() {
-  m_Barrier.Release();
+  m_BlockPoint.Release();
   HostKit::SetTraceSink({});
 }
 
@@ -46,5 +46,5 @@ void WriteTraceLine(void* line) {
   using Function = void (*)(void*);
   static const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, TRACE_LINE_DESTRUCTOR));
   next(line);
-  CorvaneTest::HoldAfterLine();
+  CorvaneTest::BlockAfterLine();
 }

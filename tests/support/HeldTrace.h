@@ -1,4 +1,4 @@
-// Holds a thread at one of its trace lines until a test releases it.
+// Blocks a thread at one of its trace lines until a test releases it.
 #pragma once
 
 #include <string>
@@ -18,11 +18,11 @@ class HeldTrace {
   HeldTrace(const HeldTrace&) = delete;
   HeldTrace& operator=(const HeldTrace&) = delete;
 
-  void WaitUntilReached() { m_Barrier.WaitUntilReached(); }
-  void Release() { m_Barrier.Release(); }
+  void WaitUntilReached() { m_BlockPoint.WaitUntilReached(); }
+  void Release() { m_BlockPoint.Release(); }
 
  private:
-  Barrier m_Barrier;
+  BlockPoint m_BlockPoint;
 };
 
 }  // namespace CorvaneTest

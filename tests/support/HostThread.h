@@ -38,36 +38,38 @@ class HostThread {
   MBX::Threading::CThread m_Thread;
 };
 
-// Native threads in virtual time, or the schedule of a seed.
+// The seed of a schedule, or `NATIVE` for native threads in virtual time.
 using Schedule = std::optional<std::uint64_t>;
 constexpr Schedule NATIVE = std::nullopt;
 
-inline std::function<void()> TimeModeOf(Schedule schedule) {
+// Returns the function that selects this schedule, to be called before the host starts.
+inline std::function<void()> TimeModeSetter(Schedule schedule) {
   if (!schedule) return HostKit::UseVirtualTime;
   return [seed = *schedule] { HostKit::UseSeededSchedule(seed); };
 }
 
-struct Seeds {
+struct SeedRange {
   std::uint64_t m_First;
   std::uint64_t m_Last;
 };
 
-// Returns the seeds 1 to 100, or those in CORVANE_SCHEDULES: "40" for 1 to 40, "217-217" to repeat
-// one. Throws `std::invalid_argument` for anything else.
-inline Seeds SelectedSeeds() {
+// Returns the seeds 1 to 100, or those in CORVANE_SCHEDULES: "40" for 1 to 40, "217-217" for 217
+// only. Throws `std::invalid_argument` if a number is missing or the range is empty.
+inline SeedRange SelectedSeeds() {
   const char* value = std::getenv("CORVANE_SCHEDULES");
   const std::string text = value == nullptr ? "100" : value;
   const std::size_t dash = text.find('-');
-  const Seeds seeds = dash == std::string::npos
-                          ? Seeds{1, std::stoull(text)}
-                          : Seeds{std::stoull(text), std::stoull(text.substr(dash + 1))};
+  const SeedRange seeds = dash == std::string::npos
+                              ? SeedRange{1, std::stoull(text)}
+                              : SeedRange{std::stoull(text), std::stoull(text.substr(dash + 1))};
   if (seeds.m_First > seeds.m_Last) throw std::invalid_argument("no schedule in " + text);
   return seeds;
 }
 
-// Runs the scenario in each schedule until the first failure, and prints its seed.
+// Runs the scenario in the schedule of each selected seed until the first failure, whose message
+// contains the seed.
 inline void RunInManySchedules(const std::function<void(Schedule)>& scenario) {
-  const Seeds seeds = SelectedSeeds();
+  const SeedRange seeds = SelectedSeeds();
   for (std::uint64_t seed = seeds.m_First; seed <= seeds.m_Last; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     scenario(seed);

@@ -26,23 +26,23 @@
 
 namespace CorvaneTest {
 
-// Redirects standard output to a file during its lifetime.
-class PrintedText {
+// Redirects standard output to a file until destroyed.
+class StdoutCapture {
  public:
-  explicit PrintedText(std::filesystem::path file) : m_File(std::move(file)) {
+  explicit StdoutCapture(std::filesystem::path file) : m_File(std::move(file)) {
     std::fflush(stdout);
     m_Before = dup(STDOUT_FILENO);
     std::FILE* opened = std::fopen(m_File.c_str(), "w");
     dup2(fileno(opened), STDOUT_FILENO);
     std::fclose(opened);
   }
-  ~PrintedText() {
+  ~StdoutCapture() {
     std::fflush(stdout);
     dup2(m_Before, STDOUT_FILENO);
     close(m_Before);
   }
-  PrintedText(const PrintedText&) = delete;
-  PrintedText& operator=(const PrintedText&) = delete;
+  StdoutCapture(const StdoutCapture&) = delete;
+  StdoutCapture& operator=(const StdoutCapture&) = delete;
 
   // Returns the output since the last call.
   std::string Next() {
@@ -108,10 +108,10 @@ class Journal {
   void Note(const std::string& text) {
     if (m_Observing) return;
     const std::string locks = HeldLocks();
-    const bool isTestThread = std::this_thread::get_id() == m_Owner;
+    const bool isTestThread = std::this_thread::get_id() == m_TestThread;
     const std::lock_guard<std::mutex> guard(m_Mutex);
-    if (m_pPrinted != nullptr) {
-      std::string printed = m_pPrinted->Next();
+    if (m_pOutput != nullptr) {
+      std::string printed = m_pOutput->Next();
       if (!printed.empty() && printed.back() == '\n') printed.pop_back();
       if (!printed.empty()) m_Entries.push_back({locks + " print " + printed, isTestThread});
     }
@@ -138,9 +138,9 @@ class Journal {
   }
   // Collects the events before each call and each statement, one entry per event.
   void CollectEvents() { m_CollectsEvents = true; }
-  // Records the output captured by `printed`, until `StopPrint`.
-  void Print(PrintedText& printed) { m_pPrinted = &printed; }
-  void StopPrint() { m_pPrinted = nullptr; }
+  // Records the output that `output` captures, until `StopOutput`.
+  void RecordOutput(StdoutCapture& output) { m_pOutput = &output; }
+  void StopOutput() { m_pOutput = nullptr; }
 
   // Observes immediately, to record changes since the last call.
   void ObserveNow() {
@@ -192,7 +192,7 @@ class Journal {
   // The kit names the thread of the test "main". In a test that observes locks, only one thread of
   // the plug-in is active.
   std::string HeldLocks() const {
-    const bool isTestThread = std::this_thread::get_id() == m_Owner;
+    const bool isTestThread = std::this_thread::get_id() == m_TestThread;
     std::string locks = "--";
     for (const HostKit::LockView& lock : HostKit::Locks()) {
       if (lock.owner.empty() || (lock.owner == "main") != isTestThread) continue;
@@ -204,8 +204,8 @@ class Journal {
 
   SimulatedHost& m_Host;
   StatementWatch m_Statements;
-  const std::thread::id m_Owner = std::this_thread::get_id();
-  PrintedText* m_pPrinted = nullptr;
+  const std::thread::id m_TestThread = std::this_thread::get_id();
+  StdoutCapture* m_pOutput = nullptr;
   bool m_RecordsTraces = false;
   bool m_RecordsNotifications = false;
   bool m_CollectsEvents = false;

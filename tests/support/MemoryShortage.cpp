@@ -12,7 +12,7 @@ thread_local int g_Left = -1;
 thread_local bool g_HasFailed = false;
 thread_local Shortage g_Kind = Shortage::OneFails;
 
-bool Fails() {
+bool ShouldFail() {
   if (g_Left < 0) return false;
   if (g_Left > 0) {
     --g_Left;
@@ -26,7 +26,7 @@ bool Fails() {
 }  // namespace
 
 void* operator new(std::size_t size) {
-  if (Fails()) throw std::bad_alloc();
+  if (ShouldFail()) throw std::bad_alloc();
   if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
   throw std::bad_alloc();
 }

@@ -15,15 +15,15 @@ namespace CorvaneTest {
 
 namespace {
 
-std::atomic<NullHandleAnswers*> g_pAnswers{nullptr};
-std::atomic<bool> g_NoUnitForBytes{false};
+std::atomic<NullHandleResults*> g_pResults{nullptr};
+std::atomic<bool> g_ConversionFails{false};
 
-NullHandleAnswers* AnswersFor(const void* handle) {
-  return handle == nullptr ? g_pAnswers.load() : nullptr;
+NullHandleResults* ResultsFor(const void* handle) {
+  return handle == nullptr ? g_pResults.load() : nullptr;
 }
 
 void NoteHelper(const std::string& call) {
-  if (NullHandleAnswers* const answers = g_pAnswers) answers->m_Calls.push_back(call);
+  if (NullHandleResults* const results = g_pResults) results->m_Calls.push_back(call);
 }
 
 // Returns the original definition of a function that this file replaces.
@@ -34,23 +34,23 @@ Function* Next(Function*, const char* symbol) {
 
 }  // namespace
 
-NullHandleAnswers::NullHandleAnswers() {
-  g_pAnswers = this;
+NullHandleResults::NullHandleResults() {
+  g_pResults = this;
 }
 
-NullHandleAnswers::~NullHandleAnswers() {
-  g_pAnswers = nullptr;
+NullHandleResults::~NullHandleResults() {
+  g_pResults = nullptr;
 }
 
 ScopedUnitConversionFailure::ScopedUnitConversionFailure() {
-  g_NoUnitForBytes = true;
+  g_ConversionFails = true;
 }
 
 ScopedUnitConversionFailure::~ScopedUnitConversionFailure() {
-  g_NoUnitForBytes = false;
+  g_ConversionFails = false;
 }
 
-void NullHandleAnswers::Note(const std::string& function, const vsl_error_record* record) {
+void NullHandleResults::Note(const std::string& function, const vsl_error_record* record) {
   static const vsl_error_record zero{};
   const bool isZero = record != nullptr && std::memcmp(record, &zero, sizeof zero) == 0;
   m_Calls.push_back(function + (isZero ? "" : " (record not zero)"));
@@ -61,17 +61,17 @@ void NullHandleAnswers::Note(const std::string& function, const vsl_error_record
 #define SEAM_PAIR(type, name)                                                     \
   extern "C" VSL_API bool vsl_has_##name(void* handle, vsl_error_record* err) {   \
     static const auto next = CorvaneTest::Next(vsl_has_##name, "vsl_has_" #name); \
-    auto* const answers = CorvaneTest::AnswersFor(handle);                        \
-    if (answers == nullptr) return next(handle, err);                             \
-    answers->Note("vsl_has_" #name, err);                                         \
-    return answers->name.has_value();                                             \
+    auto* const results = CorvaneTest::ResultsFor(handle);                        \
+    if (results == nullptr) return next(handle, err);                             \
+    results->Note("vsl_has_" #name, err);                                         \
+    return results->name.has_value();                                             \
   }                                                                               \
   extern "C" VSL_API type vsl_##name(void* handle, vsl_error_record* err) {       \
     static const auto next = CorvaneTest::Next(vsl_##name, "vsl_" #name);         \
-    auto* const answers = CorvaneTest::AnswersFor(handle);                        \
-    if (answers == nullptr) return next(handle, err);                             \
-    answers->Note("vsl_" #name, err);                                             \
-    return answers->name.value_or(type());                                        \
+    auto* const results = CorvaneTest::ResultsFor(handle);                        \
+    if (results == nullptr) return next(handle, err);                             \
+    results->Note("vsl_" #name, err);                                             \
+    return results->name.value_or(type());                                        \
   }
 
 SEAM_PAIR(std::uint32_t, rated_endurance_tbytes)
@@ -86,7 +86,7 @@ bool CPluginHelper::ConvertBytesToOtherUnit(unsigned long bytes, float& value, _
   static const auto next = CorvaneTest::Next(
       ConvertBytesToOtherUnit, "_ZN2PI13CPluginHelper23ConvertBytesToOtherUnitEmRfRNS_6_UNITSE");
   CorvaneTest::NoteHelper("ConvertBytesToOtherUnit " + std::to_string(bytes));
-  if (!CorvaneTest::g_NoUnitForBytes) return next(bytes, value, unit);
+  if (!CorvaneTest::g_ConversionFails) return next(bytes, value, unit);
   value = 77;
   unit = UNITS_WATTS;
   return false;

@@ -13,12 +13,12 @@ namespace CorvaneTest {
 
 // Makes reads with a null handle return the values set here, and records the calls. Only one
 // instance may exist at a time, and only while the plug-in runs no threads.
-class NullHandleAnswers {
+class NullHandleResults {
  public:
-  NullHandleAnswers();
-  ~NullHandleAnswers();
-  NullHandleAnswers(const NullHandleAnswers&) = delete;
-  NullHandleAnswers& operator=(const NullHandleAnswers&) = delete;
+  NullHandleResults();
+  ~NullHandleResults();
+  NullHandleResults(const NullHandleResults&) = delete;
+  NullHandleResults& operator=(const NullHandleResults&) = delete;
 
   // Named like the attributes. Those without a value are absent.
   std::optional<std::uint32_t> rated_endurance_tbytes;

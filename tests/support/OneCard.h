@@ -61,7 +61,7 @@ class OneCard : public SimulatedHost {
   }
 
   // Clears `Calls` and `Traces`.
-  void Watch() {
+  void ClearRecords() {
     ClearCalls();
     ClearTraces();
   }

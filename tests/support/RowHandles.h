@@ -27,11 +27,11 @@ inline std::vector<std::string> HandlesExceptRows() {
   const std::vector<CardSim::Call> calls = CardSim::CallLog();
   std::vector<std::string> others;
   for (const std::string& handle : CardSim::OpenHandles()) {
-    const bool isOfARow = std::all_of(calls.begin(), calls.end(), [&](const CardSim::Call& call) {
+    const bool isForRow = std::all_of(calls.begin(), calls.end(), [&](const CardSim::Call& call) {
       return call.handle != handle ||
              std::find(rowCalls.begin(), rowCalls.end(), call.function) != rowCalls.end();
     });
-    if (handle.rfind("card#", 0) != 0 || !isOfARow) others.push_back(handle);
+    if (handle.rfind("card#", 0) != 0 || !isForRow) others.push_back(handle);
   }
   return others;
 }

@@ -75,14 +75,14 @@ inline Cells Counts() {
   return counts;
 }
 
-// The host's database during a test: in memory, or in a file of the test's directory. Each `Begin`
-// starts a new run of the host.
-class DatabaseLife {
+// The host's database during a test: in memory, or in the file passed to `Begin`. Each `Begin`
+// opens the database again, as a restart of the host would.
+class ScopedDatabase {
  public:
-  DatabaseLife() { Begin(":memory:"); }
-  ~DatabaseLife() { Begin(":memory:"); }
-  DatabaseLife(const DatabaseLife&) = delete;
-  DatabaseLife& operator=(const DatabaseLife&) = delete;
+  ScopedDatabase() { Begin(":memory:"); }
+  ~ScopedDatabase() { Begin(":memory:"); }
+  ScopedDatabase(const ScopedDatabase&) = delete;
+  ScopedDatabase& operator=(const ScopedDatabase&) = delete;
 
   static void Begin(const std::string& file) {
     setenv("CORVANE_DATABASE", file.c_str(), 1);
@@ -127,7 +127,7 @@ inline Settings PlainCard() {
           {"reserve_warning_threshold_percent", "12.7"}};
 }
 
-// The row of that card's adapter after the plug-in was initialized.
+// The adapter row of `PlainCard` after the plug-in has been initialized.
 inline Cells PlainAdapterRow() {
   return {"ID=1",
           "ad_activity_names=IDLE",

@@ -24,14 +24,14 @@ std::string NameOrNumber(HostKit::Family family, std::uint32_t number) {
 
 namespace {
 
-// Uses memory if possible: the simulator syncs its file after each change, and on a disk that takes
-// ten times as long as everything else.
+// Uses a memory file system if possible: the simulator syncs its file after each change, and on a
+// disk that takes ten times as long as everything else.
 std::filesystem::path MakeDirectory() {
   const std::filesystem::path memory = "/dev/shm";
   const bool writable = access(memory.c_str(), W_OK) == 0;
   const auto root = writable ? memory : std::filesystem::temp_directory_path();
   std::string name = (root / "corvane-test-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary directory");
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
   return name;
 }
 
@@ -39,7 +39,7 @@ std::filesystem::path MakeDirectory() {
 std::mutex g_TraceMutex;
 std::vector<HostKit::TraceLine> g_Traces;
 
-void KeepTrace(const HostKit::TraceLine& line) {
+void RecordTrace(const HostKit::TraceLine& line) {
   const std::lock_guard<std::mutex> guard(g_TraceMutex);
   g_Traces.push_back(line);
 }
@@ -103,11 +103,11 @@ std::string Ids(const std::vector<std::uint64_t>& ids) {
 
 }  // namespace
 
-SimulatedHost::SimulatedHost(const std::function<void()>& pickTime)
+SimulatedHost::SimulatedHost(const std::function<void()>& setTimeMode)
     : m_Directory(MakeDirectory()), m_Cards(m_Directory / "cards.json") {
-  pickTime();
+  setTimeMode();
   HostKit::ResetLedger();
-  HostKit::SetTraceSink(KeepTrace);
+  HostKit::SetTraceSink(RecordTrace);
   HostKit::SetTraceMask(~std::uint32_t{0});
   ClearTraces();
   std::filesystem::create_directory(m_Directory / "config");

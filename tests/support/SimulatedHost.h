@@ -20,9 +20,9 @@ namespace CorvaneTest {
 
 class SimulatedHost {
  public:
-  // Starts without cards and configuration, and records all trace levels. `pickTime` sets the time
-  // mode before anything else is created.
-  explicit SimulatedHost(const std::function<void()>& pickTime = HostKit::UseVirtualTime);
+  // Starts without cards and configuration, and records all trace levels. `setTimeMode` is
+  // called before anything else is created.
+  explicit SimulatedHost(const std::function<void()>& setTimeMode = HostKit::UseVirtualTime);
   ~SimulatedHost();
   SimulatedHost(const SimulatedHost&) = delete;
   SimulatedHost& operator=(const SimulatedHost&) = delete;

@@ -1,4 +1,4 @@
-// Makes `boost::this_thread::sleep_for` in plug-in and simulator use the kit's clock.
+// Makes `boost::this_thread::sleep_for` in the plug-in and the simulator use the kit's clock.
 //
 // Boost implements a sleep as a timed wait on a condition that is never signaled, with a deadline
 // on its steady clock. This file replaces both the clock's `now` and the timed wait: the loader

@@ -19,46 +19,46 @@ namespace CorvaneTest {
 class StatementWatch {
  public:
   StatementWatch() : m_pStorage(getDatabasePointer()) {
-    m_pBetween = std::make_shared<Between>(m_pStorage->dao);
-    m_pStorage->dao = m_pBetween;
+    m_pInterceptor = std::make_shared<Interceptor>(m_pStorage->dao);
+    m_pStorage->dao = m_pInterceptor;
   }
-  ~StatementWatch() { m_pStorage->dao = m_pBetween->m_pDatabase; }
+  ~StatementWatch() { m_pStorage->dao = m_pInterceptor->m_pDatabase; }
   StatementWatch(const StatementWatch&) = delete;
   StatementWatch& operator=(const StatementWatch&) = delete;
 
-  // Starts recording every statement, including those of the test.
+  // Clears the recorded statements and the failure. Statements of the test are also recorded.
   void Begin() {
-    const std::lock_guard<std::mutex> guard(m_pBetween->m_Mutex);
-    m_pBetween->m_Statements.clear();
-    m_pBetween->m_FailingPosition = 0;
+    const std::lock_guard<std::mutex> guard(m_pInterceptor->m_Mutex);
+    m_pInterceptor->m_Statements.clear();
+    m_pInterceptor->m_FailingPosition = 0;
   }
-  // As `Begin`; the statement at `position`, counted from 1, throws instead of running.
+  // Like `Begin`, but the statement at `position`, counted from 1, throws instead of running.
   template <class Failure>
   void BeginFailing(std::size_t position, Failure failure) {
     Begin();
-    const std::lock_guard<std::mutex> guard(m_pBetween->m_Mutex);
-    m_pBetween->m_FailingPosition = position;
-    m_pBetween->m_pFailure = std::make_exception_ptr(std::move(failure));
+    const std::lock_guard<std::mutex> guard(m_pInterceptor->m_Mutex);
+    m_pInterceptor->m_FailingPosition = position;
+    m_pInterceptor->m_pFailure = std::make_exception_ptr(std::move(failure));
   }
   // `listener` is called before each statement, on the thread that sends it. It may block and may
   // call the plug-in. Call `OnStatement` only while no statement runs.
   void OnStatement(std::function<void(const std::string& sql)> listener) {
-    m_pBetween->m_Listener = std::move(listener);
+    m_pInterceptor->m_Listener = std::move(listener);
   }
   // `change` is called after each statement that does not fail, and may change the cells of its
-  // result. Otherwise as `OnStatement`.
+  // result. Otherwise like `OnStatement`.
   void OnResult(
       std::function<void(const std::string& sql, std::vector<std::string>& cells)> change) {
-    m_pBetween->m_Change = std::move(change);
+    m_pInterceptor->m_Change = std::move(change);
   }
   std::vector<std::string> Statements() const {
-    const std::lock_guard<std::mutex> guard(m_pBetween->m_Mutex);
-    return m_pBetween->m_Statements;
+    const std::lock_guard<std::mutex> guard(m_pInterceptor->m_Mutex);
+    return m_pInterceptor->m_Statements;
   }
 
  private:
-  struct Between : DatabaseWrapper::DatabaseDAO {
-    explicit Between(std::shared_ptr<DatabaseWrapper::DatabaseDAO> database)
+  struct Interceptor : DatabaseWrapper::DatabaseDAO {
+    explicit Interceptor(std::shared_ptr<DatabaseWrapper::DatabaseDAO> database)
         : m_pDatabase(std::move(database)) {}
 
     std::vector<std::string> query(std::string sql) override {
@@ -83,7 +83,7 @@ class StatementWatch {
   };
 
   const std::shared_ptr<DatabaseORM::storage_t> m_pStorage;
-  std::shared_ptr<Between> m_pBetween;
+  std::shared_ptr<Interceptor> m_pInterceptor;
 };
 
 }  // namespace CorvaneTest

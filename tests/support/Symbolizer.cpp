@@ -21,7 +21,7 @@ namespace {
   __sanitizer_symbolize_pc(address, "%f", name, sizeof name);
   if (std::strstr(name, "gnu_get_libc_version") != nullptr) return;
   std::fputs(
-      "The thread sanitizer cannot show the names of functions, so that tests/tsan.supp has no "
+      "The thread sanitizer cannot show the names of functions, so tests/tsan.supp has no "
       "effect.\nInstall llvm-symbolizer, on Debian: apt-get install llvm-14\n",
       stderr);
   _exit(1);

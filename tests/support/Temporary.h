@@ -38,7 +38,7 @@ class TemporaryDirectory {
  public:
   TemporaryDirectory() {
     std::string name = (std::filesystem::temp_directory_path() / "corvane-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary directory");
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
     m_Path = name;
   }
   ~TemporaryDirectory() {

@@ -22,14 +22,14 @@ struct CallHandles {
   vsl_error_record err = {};
 };
 
-void DetachCard(CallHandles& handles) {
+void CreateDetachJob(CallHandles& handles) {
   vsl_iom_detach_create(handles.card, &handles.job, &handles.err);
 }
-void FormatCard(CallHandles& handles) {
+void CreateFormatJob(CallHandles& handles) {
   vsl_iom_format_create(handles.card, &handles.job, &handles.err);
 }
 void StartFormat(CallHandles& handles) {
-  FormatCard(handles);
+  CreateFormatJob(handles);
   vsl_iom_format_set_size_pct(handles.job, 50, &handles.err);
   vsl_op_start(handles.job, &handles.err);
 }
@@ -51,80 +51,80 @@ void SetAttribute(CallHandles& handles, const char* attribute, const char* value
 }
 void SetFormatAttribute(CallHandles& handles, const char* attribute, const char* value) {
   SetAttribute(handles, attribute, value);
-  FormatCard(handles);
+  CreateFormatJob(handles);
 }
 
 struct Call {
   std::string name;
   std::string function;
-  const char* state;  // of the card, before the call
+  const char* state;  // the card's `iom_state` before the call
   void (*prepare)(CallHandles&);
   vsl_code (*call)(CallHandles&);  // returns 0 if the call succeeds and returns the expected value
-  bool needsMemory = true;         // false if the call may succeed when an allocation fails
+  bool needsMemory = true;         // whether the call must fail if an allocation fails
 };
 
 void NoPreparation(CallHandles&) {}
 
 const Call kCalls[] = {
-    {"Init", "vsl_init", "2", NoPreparation, [](CallHandles& t) { return vsl_init(0, &t.err); }},
+    {"Init", "vsl_init", "2", NoPreparation, [](CallHandles& h) { return vsl_init(0, &h.err); }},
     {"Iterate", "vsl_iom_iterate", "2", NoPreparation,
-     [](CallHandles& t) { return CodeOf(vsl_iom_iterate(&t.iterated, 1, &t.err)); }},
+     [](CallHandles& h) { return CodeOf(vsl_iom_iterate(&h.iterated, 1, &h.err)); }},
     {"CreateByName", "vsl_iom_create_by_name", "2", NoPreparation,
-     [](CallHandles& t) { return vsl_iom_create_by_name("/dev/fct0", &t.created, &t.err); }},
+     [](CallHandles& h) { return vsl_iom_create_by_name("/dev/fct0", &h.created, &h.err); }},
     {"Open", "vsl_open", "2",
-     [](CallHandles& t) {
-       vsl_close(t.card, &t.err);
+     [](CallHandles& h) {
+       vsl_close(h.card, &h.err);
        CardSim::StateFile(CardSim::StateFile::DefaultPath()).Raise("card1", "FLASHBACK");
      },
-     [](CallHandles& t) { return vsl_open(t.card, &t.err); }},
+     [](CallHandles& h) { return vsl_open(h.card, &h.err); }},
     {"Adapter", "vsl_adapter_create", "2", NoPreparation,
-     [](CallHandles& t) { return vsl_adapter_create(t.card, &t.created, &t.err); }},
+     [](CallHandles& h) { return vsl_adapter_create(h.card, &h.created, &h.err); }},
     {"BeaconOn", "vsl_set_beacon_state", "2", NoPreparation,
-     [](CallHandles& t) { return vsl_set_beacon_state(t.card, 1, &t.err); }},
+     [](CallHandles& h) { return vsl_set_beacon_state(h.card, 1, &h.err); }},
     {"NextVolume", "vsl_vsu_iterate", "2", NextVolume,
-     [](CallHandles& t) { return CodeOf(vsl_vsu_iterate(t.card, &t.volume, 1, &t.err)); }},
+     [](CallHandles& h) { return CodeOf(vsl_vsu_iterate(h.card, &h.volume, 1, &h.err)); }},
     {"SetVolume", "vsl_set_vsu_state", "2", NextVolume,
-     [](CallHandles& t) { return vsl_set_vsu_state(t.volume, 0, &t.err); }},
+     [](CallHandles& h) { return vsl_set_vsu_state(h.volume, 0, &h.err); }},
     {"CreateAttach", "vsl_iom_attach_create", "0", NoPreparation,
-     [](CallHandles& t) { return vsl_iom_attach_create(t.card, &t.created, &t.err); }},
+     [](CallHandles& h) { return vsl_iom_attach_create(h.card, &h.created, &h.err); }},
     {"CreateDetach", "vsl_iom_detach_create", "2", NoPreparation,
-     [](CallHandles& t) { return vsl_iom_detach_create(t.card, &t.created, &t.err); }},
+     [](CallHandles& h) { return vsl_iom_detach_create(h.card, &h.created, &h.err); }},
     {"CreateFormat", "vsl_iom_format_create", "0", NoPreparation,
-     [](CallHandles& t) { return vsl_iom_format_create(t.card, &t.created, &t.err); }},
-    {"FormatSize", "vsl_iom_format_set_size_bytes", "0", FormatCard,
-     [](CallHandles& t) { return vsl_iom_format_set_size_bytes(t.job, 4096, &t.err); }},
-    {"FormatPercent", "vsl_iom_format_set_size_pct", "0", FormatCard,
-     [](CallHandles& t) { return vsl_iom_format_set_size_pct(t.job, 50, &t.err); }},
-    {"FormatMode", "vsl_iom_format_set_size_mode", "0", FormatCard,
-     [](CallHandles& t) { return vsl_iom_format_set_size_mode(t.job, 11, &t.err); }},
+     [](CallHandles& h) { return vsl_iom_format_create(h.card, &h.created, &h.err); }},
+    {"FormatSize", "vsl_iom_format_set_size_bytes", "0", CreateFormatJob,
+     [](CallHandles& h) { return vsl_iom_format_set_size_bytes(h.job, 4096, &h.err); }},
+    {"FormatPercent", "vsl_iom_format_set_size_pct", "0", CreateFormatJob,
+     [](CallHandles& h) { return vsl_iom_format_set_size_pct(h.job, 50, &h.err); }},
+    {"FormatMode", "vsl_iom_format_set_size_mode", "0", CreateFormatJob,
+     [](CallHandles& h) { return vsl_iom_format_set_size_mode(h.job, 11, &h.err); }},
     {"StartAttach", "vsl_op_start", "0",
-     [](CallHandles& t) { vsl_iom_attach_create(t.card, &t.job, &t.err); },
-     [](CallHandles& t) { return vsl_op_start(t.job, &t.err); }},
-    {"StartDetach", "vsl_op_start", "2", DetachCard,
-     [](CallHandles& t) { return vsl_op_start(t.job, &t.err); }},
-    {"StartFormat", "vsl_op_start", "0", FormatCard,
-     [](CallHandles& t) { return vsl_op_start(t.job, &t.err); }},
+     [](CallHandles& h) { vsl_iom_attach_create(h.card, &h.job, &h.err); },
+     [](CallHandles& h) { return vsl_op_start(h.job, &h.err); }},
+    {"StartDetach", "vsl_op_start", "2", CreateDetachJob,
+     [](CallHandles& h) { return vsl_op_start(h.job, &h.err); }},
+    {"StartFormat", "vsl_op_start", "0", CreateFormatJob,
+     [](CallHandles& h) { return vsl_op_start(h.job, &h.err); }},
     {"Close", "vsl_close", "2", NoPreparation,
-     [](CallHandles& t) { return vsl_close(t.card, &t.err); }, false},
+     [](CallHandles& h) { return vsl_close(h.card, &h.err); }, false},
     {"PciDeviceId", "vsl_pci_device_id", "2",
-     [](CallHandles& t) { SetAttribute(t, "pci_device_id", "4099"); },
-     [](CallHandles& t) { return CodeOf(vsl_pci_device_id(t.card, &t.err) == 4099); }},
+     [](CallHandles& h) { SetAttribute(h, "pci_device_id", "4099"); },
+     [](CallHandles& h) { return CodeOf(vsl_pci_device_id(h.card, &h.err) == 4099); }},
     {"ReserveStatus", "vsl_reserve_status", "2",
-     [](CallHandles& t) {
-       SetAttribute(t, "reserve_space_pct", "5");
-       SetAttribute(t, "reserve_status", "1");
+     [](CallHandles& h) {
+       SetAttribute(h, "reserve_space_pct", "5");
+       SetAttribute(h, "reserve_status", "1");
      },
-     [](CallHandles& t) { return CodeOf(vsl_reserve_status(t.card, &t.err) == 1); }},
+     [](CallHandles& h) { return CodeOf(vsl_reserve_status(h.card, &h.err) == 1); }},
     {"HasVolumeState", "vsl_has_vsu_state", "2", NextVolume,
-     [](CallHandles& t) { return CodeOf(vsl_has_vsu_state(t.volume, &t.err)); }},
+     [](CallHandles& h) { return CodeOf(vsl_has_vsu_state(h.volume, &h.err)); }},
     {"VolumeState", "vsl_vsu_state", "2", NextVolume,
-     [](CallHandles& t) { return CodeOf(vsl_vsu_state(t.volume, &t.err) == 1); }, false},
-    {"Force", "vsl_iom_detach_set_force", "2", DetachCard,
-     [](CallHandles& t) { return vsl_iom_detach_set_force(t.job, 1, &t.err); }},
-    {"HasFormatMode", "vsl_iom_format_has_size_mode", "0", FormatCard,
-     [](CallHandles& t) { return CodeOf(vsl_iom_format_has_size_mode(t.job, &t.err)); }},
-    {"FormatSectorSize", "vsl_iom_format_set_sector_size_bytes", "0", FormatCard,
-     [](CallHandles& t) { return vsl_iom_format_set_sector_size_bytes(t.job, 512, &t.err); }},
+     [](CallHandles& h) { return CodeOf(vsl_vsu_state(h.volume, &h.err) == 1); }, false},
+    {"Force", "vsl_iom_detach_set_force", "2", CreateDetachJob,
+     [](CallHandles& h) { return vsl_iom_detach_set_force(h.job, 1, &h.err); }},
+    {"HasFormatMode", "vsl_iom_format_has_size_mode", "0", CreateFormatJob,
+     [](CallHandles& h) { return CodeOf(vsl_iom_format_has_size_mode(h.job, &h.err)); }},
+    {"FormatSectorSize", "vsl_iom_format_set_sector_size_bytes", "0", CreateFormatJob,
+     [](CallHandles& h) { return vsl_iom_format_set_sector_size_bytes(h.job, 512, &h.err); }},
 };
 
 // A value for attributes of type `T`, as text in the state file.
@@ -142,7 +142,7 @@ bool IsExpected(T value) {
   }
 }
 
-// Returns the handle that has the attribute.
+// Returns the handle from which the attribute is read.
 void* OwnerOf(CallHandles& handles, std::string_view attribute) {
   return attribute == "power_limit_watts" ? handles.created : handles.card;
 }
@@ -152,30 +152,30 @@ const Call kReads[] = {
   {"Has_" #attribute,                                                                          \
    "vsl_has_" #attribute,                                                                      \
    "2",                                                                                        \
-   [](CallHandles& t) { SetAttribute(t, #attribute, kText<type>); },                           \
-   [](CallHandles& t) { return CodeOf(vsl_has_##attribute(OwnerOf(t, #attribute), &t.err)); }, \
+   [](CallHandles& h) { SetAttribute(h, #attribute, kText<type>); },                           \
+   [](CallHandles& h) { return CodeOf(vsl_has_##attribute(OwnerOf(h, #attribute), &h.err)); }, \
    false},                                                                                     \
       {"Read_" #attribute,                                                                     \
        "vsl_" #attribute,                                                                      \
        "2",                                                                                    \
-       [](CallHandles& t) { SetAttribute(t, #attribute, kText<type>); },                       \
-       [](CallHandles& t) {                                                                    \
-         return CodeOf(IsExpected<type>(vsl_##attribute(OwnerOf(t, #attribute), &t.err)));     \
+       [](CallHandles& h) { SetAttribute(h, #attribute, kText<type>); },                       \
+       [](CallHandles& h) {                                                                    \
+         return CodeOf(IsExpected<type>(vsl_##attribute(OwnerOf(h, #attribute), &h.err)));     \
        },                                                                                      \
        false},
 #define FORMAT_ROWS(type, attribute)                                                         \
   {"FormatHas_" #attribute,                                                                  \
    "vsl_iom_format_has_" #attribute,                                                         \
    "0",                                                                                      \
-   [](CallHandles& t) { SetFormatAttribute(t, "iom_format_" #attribute, kText<type>); },     \
-   [](CallHandles& t) { return CodeOf(vsl_iom_format_has_##attribute(t.job, &t.err)); },     \
+   [](CallHandles& h) { SetFormatAttribute(h, "iom_format_" #attribute, kText<type>); },     \
+   [](CallHandles& h) { return CodeOf(vsl_iom_format_has_##attribute(h.job, &h.err)); },     \
    false},                                                                                   \
       {"FormatRead_" #attribute,                                                             \
        "vsl_iom_format_" #attribute,                                                         \
        "0",                                                                                  \
-       [](CallHandles& t) { SetFormatAttribute(t, "iom_format_" #attribute, kText<type>); }, \
-       [](CallHandles& t) {                                                                  \
-         return CodeOf(IsExpected<type>(vsl_iom_format_##attribute(t.job, &t.err)));         \
+       [](CallHandles& h) { SetFormatAttribute(h, "iom_format_" #attribute, kText<type>); }, \
+       [](CallHandles& h) {                                                                  \
+         return CodeOf(IsExpected<type>(vsl_iom_format_##attribute(h.job, &h.err)));         \
        },                                                                                    \
        false},
     VSL_CARD_ATTRIBUTES(CARD_ROWS) VSL_FORMAT_ATTRIBUTES(FORMAT_ROWS)
@@ -196,13 +196,13 @@ class CallMemory : public SimulatedCards {
   CallHandles RestartWith(const char* state) {
     vsl_fini();
     CardSim::Reset();
-    Spill(std::string(R"({"cardsim": 1, "next_id": 3, "failures": {}, "cards": [
+    OverwriteFile(std::string(R"({"cardsim": 1, "next_id": 3, "failures": {}, "cards": [
         {"name": "card0", "id": 1, "device_path": "/dev/fct0", "current_errors": 256,
          "board_name": "Flash Adapter 785GB", "serial_number": "FA1", "beacon_state": false,
          "size_bytes": 785000000000, "iom_format_max_size_bytes": 785000000000,
          "iom_format_size_bytes": 785000000000, "iom_format_size_pct": 100,
          "iom_format_size_mode": true, "volumes": [{"state": 1}, {"state": 1}], "iom_state": )") +
-          state + R"(},
+                  state + R"(},
         {"name": "card1", "id": 2, "device_path": "/dev/fct1"}]})");
     CallHandles handles;
     EXPECT_EQ(0U, vsl_init(0, &handles.err)) << handles.err.text;
@@ -213,8 +213,8 @@ class CallMemory : public SimulatedCards {
   }
 
   // Runs the call with a memory shortage. Returns whether an allocation failed.
-  bool RunShort(const Call& call, CallHandles& handles, int successes, Shortage kind,
-                vsl_code& code) {
+  bool RunWithShortage(const Call& call, CallHandles& handles, int successes, Shortage kind,
+                       vsl_code& code) {
     handles.err.text[0] = '\0';
     CorvaneTest::BeginShortage(successes, kind);
     code = call.call(handles);
@@ -230,7 +230,7 @@ class CallMemory : public SimulatedCards {
       const std::string before = Slurp();
       const std::string open = Joined(CardSim::OpenHandles());
       vsl_code code = 0;
-      if (!RunShort(call, handles, allocation, kind, code)) {
+      if (!RunWithShortage(call, handles, allocation, kind, code)) {
         ASSERT_EQ(0U, code) << handles.err.text;
         break;
       }
@@ -246,13 +246,13 @@ class CallMemory : public SimulatedCards {
   }
 };
 
-class CallsWithoutMemory : public CallMemory, public ::testing::WithParamInterface<Call> {};
+class CallsOutOfMemory : public CallMemory, public ::testing::WithParamInterface<Call> {};
 
-TEST_P(CallsWithoutMemory, ChangeNothingWhenOneAllocationFails) {
+TEST_P(CallsOutOfMemory, ChangeNothingWhenOneAllocationFails) {
   Sweep(GetParam(), Shortage::OneFails);
 }
 
-TEST_P(CallsWithoutMemory, ChangeNothingWhenNoMemoryIsLeft) {
+TEST_P(CallsOutOfMemory, ChangeNothingWhenNoMemoryIsLeft) {
   Sweep(GetParam(), Shortage::AllFail);
 }
 
@@ -260,7 +260,7 @@ void PrintTo(const Call& call, std::ostream* out) {
   *out << call.function;
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, CallsWithoutMemory, ::testing::ValuesIn(AllCalls()),
+INSTANTIATE_TEST_SUITE_P(Table, CallsOutOfMemory, ::testing::ValuesIn(AllCalls()),
                          [](const auto& row) { return row.param.name; });
 
 // Returns the functions that the library exports.
@@ -285,7 +285,7 @@ TEST_F(CallMemory, EveryFunctionHasARow) {
 class FinishedJobs : public CallMemory, public ::testing::WithParamInterface<Shortage> {
  protected:
   // Whether the file contains a job, which other processes would see.
-  bool IsMarked() const { return Slurp().find("\"job\"") != std::string::npos; }
+  bool FileHasJob() const { return Slurp().find("\"job\"") != std::string::npos; }
 
   std::string FormatAgain(CallHandles& handles) {
     void* job = nullptr;
@@ -298,16 +298,16 @@ class FinishedJobs : public CallMemory, public ::testing::WithParamInterface<Sho
   }
 };
 
-TEST_P(FinishedJobs, AFormatWithoutMemoryReleasesTheCard) {
+TEST_P(FinishedJobs, AFormatThatRunsOutOfMemoryReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
     CallHandles handles = RestartWith("0");
     StartFormat(handles);
-    ASSERT_TRUE(IsMarked());
+    ASSERT_TRUE(FileHasJob());
     CorvaneTest::BeginShortage(failures, GetParam());
     const vsl_code code = vsl_op_wait_for_result(handles.job, &handles.err);
-    const bool wasShort = CorvaneTest::EndShortage();
-    if (!wasShort) {
+    const bool hadShortage = CorvaneTest::EndShortage();
+    if (!hadShortage) {
       EXPECT_EQ(0U, code);
       break;
     }
@@ -316,30 +316,30 @@ TEST_P(FinishedJobs, AFormatWithoutMemoryReleasesTheCard) {
     ASSERT_EQ("0", File().Get("card0", "iom_state")) << failures;
     // The next call removes the job from the file, so other processes see that the card is free.
     vsl_has_serial_number(handles.card, &handles.err);
-    ASSERT_FALSE(IsMarked()) << failures;
+    ASSERT_FALSE(FileHasJob()) << failures;
     ASSERT_EQ("done", FormatAgain(handles)) << failures;
   }
   EXPECT_GT(failures, 20);
 }
 
-TEST_P(FinishedJobs, DestroyingAJobWithoutMemoryReleasesTheCard) {
+TEST_P(FinishedJobs, DestroyingAJobWhenOutOfMemoryReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
     CallHandles handles = RestartWith("0");
     StartFormat(handles);
     CorvaneTest::BeginShortage(failures, GetParam());
     const vsl_code code = vsl_destroy(&handles.job, nullptr);
-    const bool wasShort = CorvaneTest::EndShortage();
+    const bool hadShortage = CorvaneTest::EndShortage();
     ASSERT_EQ(0U, code) << failures;
-    if (!wasShort) break;
+    if (!hadShortage) break;
     vsl_has_serial_number(handles.card, &handles.err);
-    ASSERT_FALSE(IsMarked()) << failures;
+    ASSERT_FALSE(FileHasJob()) << failures;
     ASSERT_EQ("done", FormatAgain(handles)) << failures;
   }
   EXPECT_GT(failures, 20);
 }
 
-TEST_P(FinishedJobs, FiniSucceedsWithoutMemory) {
+TEST_P(FinishedJobs, FiniSucceedsWhenOutOfMemory) {
   RestartWith("2");
   CorvaneTest::BeginShortage(0, GetParam());
   vsl_fini();
@@ -354,15 +354,15 @@ INSTANTIATE_TEST_SUITE_P(Shortages, FinishedJobs,
                                                                               : "AllFail");
                          });
 
-TEST_F(CallMemory, AStatusMaskKeepsItsLastValueWithoutMemory) {
+TEST_F(CallMemory, AStatusMaskKeepsItsLastValueWhenOutOfMemory) {
   int lost = 0;
   int kept = 0;
-  for (bool wasShort = true; wasShort;) {
+  for (bool hadShortage = true; hadShortage;) {
     CallHandles handles = RestartWith("2");
     File().Raise("card1", "FLASHBACK");
     CorvaneTest::BeginShortage(lost + kept, Shortage::AllFail);
     const bool has = vsl_has_current_errors(handles.card, &handles.err);
-    wasShort = CorvaneTest::EndShortage();
+    hadShortage = CorvaneTest::EndShortage();
     ++(has ? kept : lost);
     // The call may fail only before it reads the file.
     ASSERT_TRUE(has || kept == 0) << lost + kept;

@@ -15,7 +15,7 @@ namespace {
 
 using CorvaneTest::Shortage;
 
-constexpr int kEnough = -1;
+constexpr int kNoShortage = -1;
 
 struct Verb {
   const char* name;
@@ -47,12 +47,12 @@ struct Outcome {
   int code;
   std::string out;
   std::string err;
-  bool wasShort;
+  bool hadShortage;
 };
 
 // noexcept, so that an exception that escapes `main` terminates the process.
-int RunMain(int count, char** words) noexcept {
-  return CardsimMain(count, words);
+int RunMain(int argc, char** argv) noexcept {
+  return CardsimMain(argc, argv);
 }
 
 class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterface<Verb> {
@@ -66,7 +66,7 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
          "beacon_state": false, "current_warnings": 0},
         {"name": "card1", "id": 2, "current_errors": 256, "pci_bus": 4}],
         "failures": {"vsl_close": {"code": 5, "text": "fails for a while"}}})";
-    Spill(m_Before);
+    OverwriteFile(m_Before);
     std::ofstream(m_Directory / "scenario.json")
         << R"({"title": "A scenario with a long title", "steps": [
         {"do": "raise", "card": "card0", "what": "FLASHBACK", "say": "a very long message text"},
@@ -75,52 +75,52 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
     void* shared =
         mmap(nullptr, sizeof(bool), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(MAP_FAILED, shared);
-    m_WasShort = static_cast<bool*>(shared);
+    m_HadShortage = static_cast<bool*>(shared);
   }
 
   void TearDown() override {
-    munmap(m_WasShort, sizeof(bool));
+    munmap(m_HadShortage, sizeof(bool));
     SimulatedCards::TearDown();
   }
 
   Outcome Run(int successes, Shortage kind) {
-    std::vector<std::string> words = {"cardsim"};
-    for (std::string word : GetParam().arguments) {
-      if (word.rfind("DIRECTORY", 0) == 0) word.replace(0, 9, m_Directory.string());
-      words.push_back(word);
+    std::vector<std::string> arguments = {"cardsim"};
+    for (std::string argument : GetParam().arguments) {
+      if (argument.rfind("DIRECTORY", 0) == 0) argument.replace(0, 9, m_Directory.string());
+      arguments.push_back(argument);
     }
     std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(word.data());
+    for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     const std::string out = (m_Directory / "out").string();
     const std::string err = (m_Directory / "err").string();
-    *m_WasShort = false;
+    *m_HadShortage = false;
     const pid_t child = fork();
     if (child == 0) {
       const bool ready = freopen(out.c_str(), "w", stdout) != nullptr &&
                          freopen(err.c_str(), "w", stderr) != nullptr;
       if (!ready) _exit(99);
-      if (successes != kEnough) CorvaneTest::BeginShortage(successes, kind);
-      const int code = RunMain(static_cast<int>(words.size()), argv.data());
-      *m_WasShort = CorvaneTest::EndShortage();
+      if (successes != kNoShortage) CorvaneTest::BeginShortage(successes, kind);
+      const int code = RunMain(static_cast<int>(arguments.size()), argv.data());
+      *m_HadShortage = CorvaneTest::EndShortage();
       fflush(nullptr);
       _exit(code);
     }
     int status = -1;
     waitpid(child, &status, 0);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), Slurp(out), Slurp(err),
-            *m_WasShort};
+            *m_HadShortage};
   }
 
   void Restore() {
-    Spill(m_Before);
+    OverwriteFile(m_Before);
     std::filesystem::remove_all(m_Directory / "sys");
   }
 
   void Sweep(Shortage kind) {
     Restore();
-    const Outcome whole = Run(kEnough, kind);
-    ASSERT_EQ("[0]", whole.err + "[" + std::to_string(whole.code) + "]");
+    const Outcome expected = Run(kNoShortage, kind);
+    ASSERT_EQ("[0]", expected.err + "[" + std::to_string(expected.code) + "]");
     const std::string after = Slurp();
     EXPECT_EQ(GetParam().changes, after != m_Before);
     int failures = 0;
@@ -128,10 +128,10 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
     for (;; failures += kind == Shortage::OneFails ? 1 : 5) {
       Restore();
       const Outcome outcome = Run(failures, kind);
-      if (!outcome.wasShort && outcome.code == 0) break;
+      if (!outcome.hadShortage && outcome.code == 0) break;
       // Some allocations are optional.
       if (outcome.code == 0) {
-        ASSERT_EQ(whole.out, outcome.out + outcome.err) << failures;
+        ASSERT_EQ(expected.out, outcome.out + outcome.err) << failures;
         ASSERT_EQ(after, Slurp()) << failures;
         continue;
       }
@@ -145,15 +145,16 @@ class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterfac
       ASSERT_EQ("no error", ErrorOf([this] { File().Cards(); })) << failures;
       // Repeating the command is slow, so it is tested only after some failures.
       if (isSaved || failures % 20 != 0) continue;
-      const Outcome again = Run(kEnough, kind);
-      ASSERT_EQ(whole.out + "[0]", again.out + again.err + "[" + std::to_string(again.code) + "]");
+      const Outcome again = Run(kNoShortage, kind);
+      ASSERT_EQ(expected.out + "[0]",
+                again.out + again.err + "[" + std::to_string(again.code) + "]");
       ASSERT_EQ(after, Slurp()) << failures;
     }
     EXPECT_GT(failures, 20);
   }
 
   std::string m_Before;
-  bool* m_WasShort = nullptr;
+  bool* m_HadShortage = nullptr;
 };
 
 TEST_P(ProgramMemory, FailsCleanlyWhenOneAllocationFails) {

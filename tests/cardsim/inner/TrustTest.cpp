@@ -10,8 +10,8 @@ namespace {
 
 constexpr const char* kOthers = "can be written by other users";
 
-// Some tests require root, because they create files of another user.
-class PlantedFiles : public SimulatedCards {
+// Some tests require root, because they create another user's files.
+class UntrustedFiles : public SimulatedCards {
  protected:
   std::string Cards() {
     return ErrorOf([this] { File().Cards(); });
@@ -23,7 +23,7 @@ class PlantedFiles : public SimulatedCards {
   std::string ForRoot(const std::string& error) const { return IsRoot() ? error : "no error"; }
 };
 
-TEST_F(PlantedFiles, LinksOfTheSameUserAreFollowedAndKept) {
+TEST_F(UntrustedFiles, LinksOfTheSameUserAreFollowedAndKept) {
   const auto real = m_Directory / "real";
   std::filesystem::create_directory(real);
   std::filesystem::rename(Path(), real / "other.json");
@@ -35,13 +35,13 @@ TEST_F(PlantedFiles, LinksOfTheSameUserAreFollowedAndKept) {
   EXPECT_TRUE(std::filesystem::exists(real / "other.json.lock"));
 }
 
-TEST_F(PlantedFiles, ALoopOfLinksIsReported) {
+TEST_F(UntrustedFiles, ALoopOfLinksIsReported) {
   std::filesystem::remove(Path());
   std::filesystem::create_symlink("cards.json", Path());
   EXPECT_EQ(Path().string() + ": Too many levels of symbolic links", Cards());
 }
 
-TEST_F(PlantedFiles, ALinkNamedLikeTheLockIsNotFollowed) {
+TEST_F(UntrustedFiles, ALinkNamedLikeTheLockIsNotFollowed) {
   const auto lock = Path().string() + ".lock";
   const auto victim = m_Directory / "victim";
   std::filesystem::remove(lock);
@@ -51,7 +51,7 @@ TEST_F(PlantedFiles, ALinkNamedLikeTheLockIsNotFollowed) {
   EXPECT_EQ("no error", Cards());
 }
 
-TEST_F(PlantedFiles, ALinkNamedLikeTheDraftIsReplaced) {
+TEST_F(UntrustedFiles, ALinkNamedLikeTheDraftIsReplaced) {
   const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_symlink(victim, Path().string() + ".new");
@@ -60,7 +60,7 @@ TEST_F(PlantedFiles, ALinkNamedLikeTheDraftIsReplaced) {
   EXPECT_FALSE(std::filesystem::is_symlink(Path()));
 }
 
-TEST_F(PlantedFiles, RootRejectsADirectoryThatOthersCanWrite) {
+TEST_F(UntrustedFiles, RootRejectsADirectoryThatOthersCanWrite) {
   chmod(m_Directory.c_str(), 0777);
   const std::string why =
       Path().string() + ": not trusted: " + m_Directory.string() + " " + kOthers;
@@ -74,26 +74,26 @@ TEST_F(PlantedFiles, RootRejectsADirectoryThatOthersCanWrite) {
   EXPECT_EQ("no error", Edit());
 }
 
-TEST_F(PlantedFiles, RootRejectsAFileThatOthersCanWrite) {
+TEST_F(UntrustedFiles, RootRejectsAFileThatOthersCanWrite) {
   chmod(Path().c_str(), 0666);
   EXPECT_EQ(ForRoot(Path().string() + ": not trusted: the file " + kOthers), Cards());
 }
 
-TEST_F(PlantedFiles, RootRejectsAFileOrDirectoryWithAnAccessListForOthers) {
-  if (!ShareByAccessList(Path())) GTEST_SKIP() << "the file system does not support ACLs";
+TEST_F(UntrustedFiles, RootRejectsAFileOrDirectoryWithAnAccessListForOthers) {
+  if (!GrantWriteByAcl(Path())) GTEST_SKIP() << "the file system does not support ACLs";
   EXPECT_EQ(ForRoot(Path().string() + ": not trusted: the file " + kOthers), Cards());
-  ASSERT_TRUE(ShareByAccessList(m_Directory));
+  ASSERT_TRUE(GrantWriteByAcl(m_Directory));
   EXPECT_EQ(ForRoot(Path().string() + ": not trusted: " + m_Directory.string() + " " + kOthers),
             Edit());
 }
 
-TEST_F(PlantedFiles, AFileWithASecondHardLinkInASharedDirectoryIsRejected) {
+TEST_F(UntrustedFiles, AFileWithASecondHardLinkInASharedDirectoryIsRejected) {
   chmod(m_Directory.c_str(), 01777);
   std::filesystem::create_hard_link(Path(), m_Directory / "second");
   EXPECT_EQ(Path().string() + ": not trusted: the file has a second hard link", Cards());
 }
 
-TEST_F(PlantedFiles, RootRejectsAFileAndALinkOfAnotherUser) {
+TEST_F(UntrustedFiles, RootRejectsAFileAndALinkOfAnotherUser) {
   if (!IsRoot()) GTEST_SKIP() << "only root can change the owner of files";
   ASSERT_EQ(0, chown(Path().c_str(), 65534, 65534));
   EXPECT_EQ(Path().string() + ": not trusted: the file is owned by uid 65534", Edit());
@@ -107,7 +107,7 @@ TEST_F(PlantedFiles, RootRejectsAFileAndALinkOfAnotherUser) {
             ErrorOf([&] { CardSim::StateFile(link).Cards(); }));
 }
 
-TEST_F(PlantedFiles, AMarkerThatIsALinkIsNotFollowed) {
+TEST_F(UntrustedFiles, AMarkerThatIsALinkIsNotFollowed) {
   const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_directories(m_Directory / "sys/bus/pci");
@@ -117,11 +117,11 @@ TEST_F(PlantedFiles, AMarkerThatIsALinkIsNotFollowed) {
   EXPECT_EQ("precious", Slurp(victim));
 }
 
-// A directory of another user, with links to a directory of root at several depths.
-class PlantedPaths : public PlantedFiles, public ::testing::WithParamInterface<const char*> {
+// Another user's directory, with links to a directory owned by root at several depths.
+class UntrustedPaths : public UntrustedFiles, public ::testing::WithParamInterface<const char*> {
  protected:
   void SetUp() override {
-    PlantedFiles::SetUp();
+    UntrustedFiles::SetUp();
     if (!IsRoot()) GTEST_SKIP() << "only root can change the owner of files";
     std::filesystem::create_directories(Theirs() / "one/two");
     std::filesystem::create_directory(Victim());
@@ -140,14 +140,14 @@ class PlantedPaths : public PlantedFiles, public ::testing::WithParamInterface<c
   }
 };
 
-TEST_P(PlantedPaths, NoStateFileDirectoryIsCreatedThere) {
+TEST_P(UntrustedPaths, NoStateFileDirectoryIsCreatedThere) {
   const auto file = Theirs() / GetParam() / "new/newer/cards.json";
   EXPECT_EQ(Refusal(file), ErrorOf([&] { CardSim::StateFile(file).Create(); }));
   EXPECT_TRUE(std::filesystem::is_empty(Victim()));
   EXPECT_FALSE(std::filesystem::exists(Theirs() / GetParam() / "new"));
 }
 
-TEST_P(PlantedPaths, NoSysfsTreeIsCreatedThere) {
+TEST_P(UntrustedPaths, NoSysfsTreeIsCreatedThere) {
   const auto directory = Theirs() / GetParam() / "sys";
   EXPECT_EQ(Refusal(directory / "bus/pci/.cardsim"),
             ErrorOf([&] { File().WriteSysfs(directory); }));
@@ -155,11 +155,11 @@ TEST_P(PlantedPaths, NoSysfsTreeIsCreatedThere) {
   EXPECT_FALSE(std::filesystem::exists(directory));
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, PlantedPaths,
+INSTANTIATE_TEST_SUITE_P(Table, UntrustedPaths,
                          ::testing::Values(".", "link", "one", "one/link", "one/two",
                                            "one/two/link", "none"));
 
-TEST_F(PlantedFiles, MissingDirectoriesAreCreatedThroughLinksOfTheSameUser) {
+TEST_F(UntrustedFiles, MissingDirectoriesAreCreatedThroughLinksOfTheSameUser) {
   std::filesystem::create_directory(m_Directory / "real");
   std::filesystem::create_directory_symlink("real", m_Directory / "way");
   const auto file = m_Directory / "way/a/../b/cards.json";
@@ -167,7 +167,7 @@ TEST_F(PlantedFiles, MissingDirectoriesAreCreatedThroughLinksOfTheSameUser) {
   EXPECT_TRUE(std::filesystem::exists(m_Directory / "real/b/cards.json"));
 }
 
-TEST_F(PlantedFiles, ADevicesDirectoryThatIsALinkIsReplaced) {
+TEST_F(UntrustedFiles, ADevicesDirectoryThatIsALinkIsReplaced) {
   File().AddCard(0x1003);
   const auto victim = m_Directory / "victim";
   std::filesystem::create_directories(victim);
@@ -180,7 +180,7 @@ TEST_F(PlantedFiles, ADevicesDirectoryThatIsALinkIsReplaced) {
   EXPECT_FALSE(std::filesystem::is_symlink(devices));
 }
 
-TEST_F(PlantedFiles, AMarkerThatIsALinkToARegularFileIsRejected) {
+TEST_F(UntrustedFiles, AMarkerThatIsALinkToARegularFileIsRejected) {
   const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_directories(m_Directory / "sys/bus/pci");
@@ -190,7 +190,7 @@ TEST_F(PlantedFiles, AMarkerThatIsALinkToARegularFileIsRejected) {
   EXPECT_EQ("precious", Slurp(victim));
 }
 
-TEST_F(PlantedFiles, AMarkerThatIsAPipeIsRejected) {
+TEST_F(UntrustedFiles, AMarkerThatIsAPipeIsRejected) {
   std::filesystem::create_directories(m_Directory / "sys/bus/pci");
   const auto marker = m_Directory / "sys/bus/pci/.cardsim";
   ASSERT_EQ(0, mkfifo(marker.c_str(), 0600));

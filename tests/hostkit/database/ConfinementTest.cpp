@@ -110,7 +110,7 @@ TEST_F(Confinement, RejectsFunctionsThatTheLayerDoesNotUse) {
 }
 
 // A file of an earlier version may contain triggers that were injected through a card's strings.
-TEST_F(Confinement, DropsForeignTriggersOfTheHostsTables) {
+TEST_F(Confinement, DropsInjectedTriggersOfTheHostsTables) {
   Use(":memory:");
   OtherProgram(File()).Run(
       "CREATE TRIGGER planted AFTER INSERT ON host_event_log BEGIN DELETE FROM host_event_log; END;"
@@ -137,7 +137,7 @@ TEST_F(Confinement, DropsIndexesOfTheLog) {
 }
 
 // Names are case-insensitive in SQL.
-TEST_F(Confinement, DropsForeignTriggersIgnoringCase) {
+TEST_F(Confinement, DropsInjectedTriggersIgnoringCase) {
   Use(":memory:");
   OtherProgram(File()).Run(
       "CREATE TRIGGER a AFTER INSERT ON HOST_EVENT_LOG BEGIN DELETE FROM host_event_log; END;"
@@ -165,19 +165,19 @@ TEST_F(Confinement, DropsTriggersOfTheRowsBeforeClearingThem) {
   EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0");
 }
 
-TEST_F(Confinement, ReplacesForeignObjectsNamedLikeATable) {
-  for (const char* planted :
+TEST_F(Confinement, ReplacesInjectedObjectsNamedLikeATable) {
+  for (const char* injected :
        {"CREATE VIEW HOST_ADAPTER_ROWS AS SELECT 1",
         "CREATE VIEW host_adapter_rows AS SELECT 1; CREATE TRIGGER t INSTEAD OF DELETE ON "
         "host_adapter_rows BEGIN DELETE FROM host_event_log; END",
         "CREATE TABLE Host_Adapter_Rows (v)",
         "CREATE TABLE other (v); CREATE INDEX HOST_ADAPTER_ROWS ON other (v)"}) {
     Use(":memory:");
-    OtherProgram(File()).Run(std::string("DROP TABLE host_adapter_rows; ") + planted);
+    OtherProgram(File()).Run(std::string("DROP TABLE host_adapter_rows; ") + injected);
     Use(File().string());
     OtherProgram(File()).Run("DROP TABLE IF EXISTS other");
-    EXPECT_EQ(Schema(), m_Schema) << planted;
-    EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0") << planted;
+    EXPECT_EQ(Schema(), m_Schema) << injected;
+    EXPECT_EQ(Counts(), "adapters 0 drives 0 plugins 0") << injected;
   }
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
@@ -347,12 +347,12 @@ TEST_F(Confinement, RejectsResultsThatTheLayerCannotRead) {
   const std::string columns = "'t', 'NULL', 't', '15', 't', '1', '2', 't', 't', 't'";
   EXPECT_EQ(FailureOf(all + "UNION SELECT '7', " + columns), "");
   EXPECT_EQ(FailureOf(all + "UNION SELECT 'warm', " + columns),
-            "a cell of host_plugin_rows.ID cannot be read");
+            "invalid value in host_plugin_rows.ID");
   EXPECT_EQ(FailureOf(all + "UNION SELECT 2147483648, " + columns),
-            "a cell of host_plugin_rows.ID cannot be read");
-  EXPECT_EQ(FailureOf(all + "UNION SELECT '', " + columns),
-            "a cell of host_plugin_rows.ID cannot be read");
-  EXPECT_EQ(FailureOf(all + "; SELECT 1"), "the result has incomplete rows of host_plugin_rows");
+            "invalid value in host_plugin_rows.ID");
+  EXPECT_EQ(FailureOf(all + "UNION SELECT '', " + columns), "invalid value in host_plugin_rows.ID");
+  EXPECT_EQ(FailureOf(all + "; SELECT 1"),
+            "the result contains an incomplete row of host_plugin_rows");
 }
 
 // Passes each hostile string to each kind of statement that the layer sends.

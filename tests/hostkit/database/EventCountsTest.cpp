@@ -41,7 +41,7 @@ TEST_F(EventCounts, DistinguishEventsAndSeverities) {
             "CTRL_TEMPERATURE_ABOVE_WARN/3 2, CTRL_TEMPERATURE_ABOVE_WARN/4 1, CTRL_NORMAL/2 1");
 }
 
-TEST_F(EventCounts, SurviveARestartAndLogRotation) {
+TEST_F(EventCounts, SurviveARestartAndDeletedEvents) {
   Log(PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, PI::SEVERITY_WARNING, 1);
   Restart();
   OtherProgram(File()).Run("DELETE FROM host_event_log");

@@ -56,14 +56,14 @@ TEST_F(FaultyDatabase, ADamagedFileIsReportedAndNotChanged) {
   m_pStorage->insert(AnAdapter(1));
   AppendEvent(PI::CEvent());
   CloseFile();
-  const std::string whole = ReadText(File());
+  const std::string intact = ReadText(File());
   Damage(8192, std::string(4096, '\x5A'));
   const std::string damaged = ReadText(File());
   Use(File().string());
   EXPECT_EQ(FailureOf(kWrite).substr(0, 34), "database disk image is malformed: ");
   CloseFile();
   EXPECT_EQ(ReadText(File()), damaged);
-  WriteText(File(), whole);
+  WriteText(File(), intact);
   Use(File().string());
   ExpectWorking();
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
@@ -115,7 +115,7 @@ TEST_F(FaultyDatabase, ARemovedFileIsRecreated) {
   EXPECT_EQ(OtherProgram(File()).Run("SELECT ad_adapter_number FROM host_adapter_rows"), "2");
 }
 
-TEST_F(FaultyDatabase, AFileThatReplacesTheOpenOneIsUsedWithoutItsRows) {
+TEST_F(FaultyDatabase, TheRowsOfAFileThatReplacesTheOpenOneAreCleared) {
   m_pStorage->insert(AnAdapter(1));
   AppendEvent(PI::CEvent());
   Use((m_Directory.Path() / "second.db").string());
@@ -149,7 +149,7 @@ TEST_F(FaultyDatabase, ClearsTheRowsOnceAStartupLockIsReleased) {
 
 TEST_F(FaultyDatabase, WaitsForAShortLock) {
   OtherProgram other(File());
-  // Repeat the test if a busy machine delayed this thread, which made the lock too long.
+  // Repeat the test if a busy machine delayed this thread, so that the lock was held too long.
   for (;;) {
     other.Run("BEGIN IMMEDIATE");
     std::string failure;

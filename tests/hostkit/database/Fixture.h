@@ -1,4 +1,4 @@
-// A host with its own database file, and another program that uses the file.
+// A host with a temporary database file, and another program that uses the same file.
 #pragma once
 
 #include <gtest/gtest.h>

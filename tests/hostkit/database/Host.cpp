@@ -40,13 +40,13 @@ void SetName(const std::string& name) {
 }
 
 std::string Run(const std::string& command) {
-  const std::string word = command.substr(0, command.find(' '));
-  const std::string rest = command.substr(std::min(command.size(), word.size() + 1));
-  if (word == "open") getDatabasePointer();
-  if (word == "fill") Fill(std::stoi(rest));
-  if (word == "name") SetName(rest);
-  if (word == "log") HostKit::AppendEvents({HostKit::LogEntryFor(PI::CEvent())});
-  if (word == "count") {
+  const std::string verb = command.substr(0, command.find(' '));
+  const std::string argument = command.substr(std::min(command.size(), verb.size() + 1));
+  if (verb == "open") getDatabasePointer();
+  if (verb == "fill") Fill(std::stoi(argument));
+  if (verb == "name") SetName(argument);
+  if (verb == "log") HostKit::AppendEvents({HostKit::LogEntryFor(PI::CEvent())});
+  if (verb == "count") {
     return getDatabasePointer()->dao->query("SELECT COUNT(*) FROM host_adapter_rows").at(0);
   }
   return "done";

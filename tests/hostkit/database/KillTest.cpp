@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 class KilledHost : public HostDatabaseTest {
  protected:
-  // Starts a host that writes, and kills it `after` that time from its first event.
+  // Starts a host that writes, and kills it when `after` has passed since its first event.
   void RunAndKill(std::chrono::milliseconds after) {
     pid_t process = 0;
     std::string program = DATABASE_WRITER;
@@ -52,8 +52,8 @@ class KilledHost : public HostDatabaseTest {
                        std::string(2000, 'x') + "'"),
               "0");
     EXPECT_EQ(file.Run("SELECT COUNT(*) = MAX(ID) FROM host_adapter_rows"), "1");
-    const std::string ofThisRun = "(SELECT MAX(seq) FROM sqlite_sequence) - " + m_Before;
-    EXPECT_EQ(file.Run("SELECT COUNT(*) - (" + ofThisRun + ") IN (0, 1) FROM host_adapter_rows"),
+    const std::string eventsOfRun = "(SELECT MAX(seq) FROM sqlite_sequence) - " + m_Before;
+    EXPECT_EQ(file.Run("SELECT COUNT(*) - (" + eventsOfRun + ") IN (0, 1) FROM host_adapter_rows"),
               "1");
   }
 

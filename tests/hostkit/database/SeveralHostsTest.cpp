@@ -76,8 +76,8 @@ class SeveralHosts : public HostDatabaseTest {
     Use(":memory:");
     setenv("CORVANE_DATABASE", File().c_str(), 1);
   }
-  std::string InFile(const std::string& sql) { return OtherProgram(File()).Run(sql); }
-  std::string RowsInFile() { return InFile("SELECT COUNT(*) FROM host_adapter_rows"); }
+  std::string RunSql(const std::string& sql) { return OtherProgram(File()).Run(sql); }
+  std::string RowsInFile() { return RunSql("SELECT COUNT(*) FROM host_adapter_rows"); }
 
   static constexpr const char* kNames =
       "SELECT ad_name FROM host_adapter_rows WHERE ad_adapter_number = 0";
@@ -89,7 +89,7 @@ TEST_F(SeveralHosts, WriteEachRowOnceIfTheyStartSimultaneously) {
     for (Host& host : hosts) host.Send("fill 64");
     for (Host& host : hosts) EXPECT_EQ(host.Reply(), "done");
     EXPECT_EQ(RowsInFile(), "64");
-    EXPECT_EQ(InFile("SELECT COUNT(DISTINCT ad_adapter_number) FROM host_adapter_rows"), "64");
+    EXPECT_EQ(RunSql("SELECT COUNT(DISTINCT ad_adapter_number) FROM host_adapter_rows"), "64");
     for (Host& host : hosts) EXPECT_EQ(host.Run("count"), "64");
     while (!hosts.empty()) {
       hosts.pop_front();
@@ -105,7 +105,7 @@ TEST_F(SeveralHosts, LeaveEachRowOnceIfTheyExitSimultaneously) {
     for (Host& host : hosts) host.Send("fill 64\nend");
     hosts.clear();
     EXPECT_EQ(RowsInFile(), "64");
-    EXPECT_EQ(InFile("SELECT COUNT(DISTINCT ad_adapter_number) FROM host_adapter_rows"), "64");
+    EXPECT_EQ(RunSql("SELECT COUNT(DISTINCT ad_adapter_number) FROM host_adapter_rows"), "64");
   }
 }
 
@@ -119,11 +119,11 @@ TEST_F(SeveralHosts, DoNotChangeTheRowsOfTheFirstHost) {
   EXPECT_EQ(second.Run("count"), "2");
   EXPECT_EQ(first.Run("count"), "3");
   EXPECT_EQ(RowsInFile(), "3");
-  EXPECT_EQ(InFile(kNames), "first");
+  EXPECT_EQ(RunSql(kNames), "first");
 }
 
-// One such host is the service, whose plug-in runs in another process.
-TEST_F(SeveralHosts, LeaveTheRowsToTheHostWithThePlugin) {
+// The service process logs events, but only its plug-in process writes adapter rows.
+TEST_F(SeveralHosts, DoNotLockTheRowsToLogEvents) {
   Host logging;
   EXPECT_EQ(logging.Run("log"), "done");
   Host host;
@@ -133,7 +133,7 @@ TEST_F(SeveralHosts, LeaveTheRowsToTheHostWithThePlugin) {
   EXPECT_EQ(RowsInFile(), "3");
 }
 
-TEST_F(SeveralHosts, ShareALockThroughALinkToTheFile) {
+TEST_F(SeveralHosts, ShareTheLockIfOnePathIsASymbolicLink) {
   Host first;
   EXPECT_EQ(first.Run("fill 3"), "done");
   const auto link = m_Directory.Path() / "link.db";
@@ -157,7 +157,7 @@ TEST_F(SeveralHosts, WriteTheirRowsAfterTheFirstHostExits) {
   EXPECT_EQ(RowsInFile(), "3");
   EXPECT_EQ(second.Run("name second"), "done");
   EXPECT_EQ(RowsInFile(), "2");
-  EXPECT_EQ(InFile(kNames), "second");
+  EXPECT_EQ(RunSql(kNames), "second");
   Host third;
   EXPECT_EQ(third.Run("fill 5"), "done");
   EXPECT_EQ(RowsInFile(), "2");
@@ -194,10 +194,10 @@ TEST_F(SeveralHosts, LogTheirEventsToTheSameFile) {
   AppendEvent(PI::CEvent());
   m_pStorage->insert(AnAdapter(7));
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
-  EXPECT_EQ(InFile("SELECT COUNT(*) FROM host_event_log"), "1");
+  EXPECT_EQ(RunSql("SELECT COUNT(*) FROM host_event_log"), "1");
   EXPECT_EQ(Counts(), "adapters 1 drives 0 plugins 0");
   EXPECT_EQ(RowsInFile(), "1");
-  EXPECT_EQ(InFile("SELECT ad_adapter_number FROM host_adapter_rows"), "0");
+  EXPECT_EQ(RunSql("SELECT ad_adapter_number FROM host_adapter_rows"), "0");
 }
 
 }  // namespace

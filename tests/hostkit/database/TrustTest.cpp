@@ -1,5 +1,5 @@
 // Databases that another user could have placed at the host's path. Most of these tests require
-// root, because they create files of another user.
+// root, because they create another user's files.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -25,7 +25,7 @@ class DatabaseTrust : public HostDatabaseTest {
     fs::create_directory(m_Shared);
     chmod(m_Shared.c_str(), 01777);
   }
-  void GiveToOtherUser(const fs::path& file) {
+  void ChangeOwner(const fs::path& file) {
     ASSERT_EQ(lchown(file.c_str(), kOtherUser, kOtherUser), 0);
   }
 
@@ -102,7 +102,7 @@ TEST_F(DatabaseTrust, ReplacesALockThatOthersCanOpen) {
 class DatabaseTrustOfRoot : public DatabaseTrust {
  protected:
   void SetUp() override {
-    if (geteuid() != 0) GTEST_SKIP() << "only root can create files of another user";
+    if (geteuid() != 0) GTEST_SKIP() << "only root can create another user's files";
   }
 };
 
@@ -110,7 +110,7 @@ TEST_F(DatabaseTrustOfRoot, RejectsALinkOfAnotherUser) {
   const auto target = m_Directory.Path() / "target";
   WriteText(target, "");
   fs::create_symlink(target, m_Shared / "corvane.db");
-  GiveToOtherUser(m_Shared / "corvane.db");
+  ChangeOwner(m_Shared / "corvane.db");
   Use((m_Shared / "corvane.db").string());
   EXPECT_EQ(Failure(), (m_Shared / "corvane.db").string() + " is owned by uid 65534");
   EXPECT_EQ(ReadText(target), "");
@@ -119,13 +119,13 @@ TEST_F(DatabaseTrustOfRoot, RejectsALinkOfAnotherUser) {
 
 TEST_F(DatabaseTrustOfRoot, RejectsAFileOfAnotherUser) {
   for (const char* suffix : {"", "-wal", "-shm", "-journal", "-host"}) {
-    const fs::path planted = (m_Shared / "corvane.db").string() + suffix;
-    WriteText(planted, "");
-    GiveToOtherUser(planted);
+    const fs::path untrusted = (m_Shared / "corvane.db").string() + suffix;
+    WriteText(untrusted, "");
+    ChangeOwner(untrusted);
     Use((m_Shared / "corvane.db").string());
-    EXPECT_EQ(Failure(), planted.string() + " is owned by uid 65534");
-    EXPECT_EQ(ReadText(planted), "");
-    fs::remove(planted);
+    EXPECT_EQ(Failure(), untrusted.string() + " is owned by uid 65534");
+    EXPECT_EQ(ReadText(untrusted), "");
+    fs::remove(untrusted);
   }
   EXPECT_EQ(Failure(), "");
 }
@@ -154,10 +154,10 @@ TEST_F(DatabaseTrustOfRoot, IgnoresALockInTheDirectoryOfALink) {
   Use(":memory:");
   const auto link = m_Shared / "link.db";
   fs::create_symlink(File(), link);
-  const std::string planted = link.string() + "-host";
-  WriteText(planted, "");
-  GiveToOtherUser(planted);
-  const int held = open(planted.c_str(), O_RDWR | O_CLOEXEC);
+  const std::string untrusted = link.string() + "-host";
+  WriteText(untrusted, "");
+  ChangeOwner(untrusted);
+  const int held = open(untrusted.c_str(), O_RDWR | O_CLOEXEC);
   ASSERT_EQ(flock(held, LOCK_EX | LOCK_NB), 0);
   Use(link.string());
   m_pStorage->insert(AnAdapter(1));
@@ -165,11 +165,11 @@ TEST_F(DatabaseTrustOfRoot, IgnoresALockInTheDirectoryOfALink) {
   close(held);
 }
 
-// An ordinary user may use a directory of another user, but not the lock.
+// An unprivileged user may use another user's directory, but not the lock in it.
 TEST_F(DatabaseTrustOfRoot, IgnoresALockOfAnotherUser) {
   const auto directory = m_Directory.Path() / "theirs";
   fs::create_directory(directory);
-  GiveToOtherUser(directory);
+  ChangeOwner(directory);
   const auto file = directory / "corvane.db";
   WriteText(file.string() + "-host", "");
   chmod((file.string() + "-host").c_str(), 0666);

@@ -37,7 +37,7 @@ class ConfigDirectory {
     return file.WriteKeyValue(key, value, -1, -1);
   }
 
-  std::size_t Files() const {
+  std::size_t FileCount() const {
     using Iterator = std::filesystem::directory_iterator;
     return static_cast<std::size_t>(std::distance(Iterator(Directory()), Iterator()));
   }

@@ -20,14 +20,14 @@ namespace fs = std::filesystem;
 
 TEST(ConfigFileFaults, ADamagedFileIsNotChanged) {
   const ConfigDirectory config;
-  const std::string odd[] = {"no ini file at all\n", "PollInterval=1\nPollInterval=2\n", "[S\n",
+  const std::string bad[] = {"no ini file at all\n", "PollInterval=1\nPollInterval=2\n", "[S\n",
                              "A=1\n=2\n", std::string("\0\1\2\xFF", 4)};
-  for (const std::string& text : odd) {
+  for (const std::string& text : bad) {
     WriteText(config.Ini(), text);
     EXPECT_EQ(config.Read("PollInterval"), "unreadable");
     EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_NOT_WRITTEN);
     EXPECT_EQ(ReadText(config.Ini()), text);
-    EXPECT_EQ(config.Files(), 1U);
+    EXPECT_EQ(config.FileCount(), 1U);
   }
 }
 
@@ -110,7 +110,7 @@ TEST(ConfigFileFaults, AFullDiskLeavesOnlyTheOldFile) {
   });
   EXPECT_EQ(result, static_cast<int>(HostKit::RESULT_NOT_WRITTEN));
   EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
-  EXPECT_EQ(config.Files(), 1U);
+  EXPECT_EQ(config.FileCount(), 1U);
 }
 
 TEST(ConfigFileFaults, RunningOutOfDescriptorsKeepsTheOldFile) {

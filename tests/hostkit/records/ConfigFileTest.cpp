@@ -16,7 +16,7 @@ TEST(ConfigFile, IsCreatedByTheFirstWrite) {
   EXPECT_EQ(config.Write("PollInterval", "30"), HostKit::RESULT_OK);
   EXPECT_EQ(config.Read("PollInterval"), "value 30");
   EXPECT_EQ(ReadText(config.Ini()), "PollInterval=30\n");
-  EXPECT_EQ(config.Files(), 1U);
+  EXPECT_EQ(config.FileCount(), 1U);
 }
 
 TEST(ConfigFile, CreatesItsDirectory) {
@@ -110,11 +110,11 @@ TEST(ConfigFile, TreatsADotInAKeyLiterally) {
 TEST(ConfigFile, RejectsValuesThatCannotBeReadBack) {
   const ConfigDirectory config;
   WriteText(config.Ini(), "PollInterval=20\n");
-  const std::pair<const char*, const char*> odd[] = {
+  const std::pair<const char*, const char*> invalid[] = {
       {"PollInterval", "30\nOther=1"}, {"PollInterval", " 30"},  {"PollInterval", "30\n"},
       {"Poll\nInterval", "30"},        {"Poll=Interval", "30"},  {" PollInterval", "30"},
       {";PollInterval", "30"},         {"[PollInterval", "30]"}, {"", "30"}};
-  for (const auto& [key, value] : odd) {
+  for (const auto& [key, value] : invalid) {
     EXPECT_EQ(config.Write(key, value), HostKit::RESULT_NOT_WRITTEN) << key << "=" << value;
     EXPECT_EQ(ReadText(config.Ini()), "PollInterval=20\n");
   }
@@ -165,7 +165,7 @@ TEST(ConfigFile, IsNeitherReadNorWrittenWithoutAName) {
   EXPECT_EQ(file.ReadKeyValue("PollInterval", value, -1, -1), HostKit::RESULT_NO_KEY);
   EXPECT_EQ(file.WriteKeyValue("PollInterval", "30", -1, -1), HostKit::RESULT_NOT_WRITTEN);
   EXPECT_EQ(value, "untouched");
-  EXPECT_EQ(config.Files(), 0U);
+  EXPECT_EQ(config.FileCount(), 0U);
 }
 
 TEST(ConfigFile, KeepsTheKeysOfConcurrentWriters) {
@@ -181,7 +181,7 @@ TEST(ConfigFile, KeepsTheKeysOfConcurrentWriters) {
     EXPECT_EQ(config.Read("a" + std::to_string(i)), "value " + std::to_string(i));
     EXPECT_EQ(config.Read("b" + std::to_string(i)), "value " + std::to_string(i));
   }
-  EXPECT_EQ(config.Files(), 1U);
+  EXPECT_EQ(config.FileCount(), 1U);
 }
 
 }  // namespace

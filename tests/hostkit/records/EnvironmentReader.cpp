@@ -1,4 +1,4 @@
-// Prints whether it runs with more rights than its caller, and the paths of its files.
+// Prints whether it runs with more privileges than its caller, and the paths of its files.
 #include <sys/auxv.h>
 
 #include <iostream>

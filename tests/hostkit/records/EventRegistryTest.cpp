@@ -20,7 +20,7 @@ enum : std::uint32_t { HOST_ERRORS(CONSTANT) HOST_SEVERITIES(CONSTANT) };
 }  // namespace Typed
 #undef CONSTANT
 
-// Numbers that the host does not have.
+// Numbers that are not in the registry.
 constexpr std::uint32_t kNoError = 20006;
 constexpr std::uint32_t kNoEvent = 10000;
 constexpr std::uint32_t kNoValue = 49999;

@@ -10,9 +10,9 @@ namespace {
 
 using Numbers = std::vector<std::int32_t>;
 
-// Each test uses its own host names, because numbers are kept until the process exits.
-int NumberAt(const std::string& host, std::uint32_t segment, std::uint32_t bus,
-             std::uint32_t device = 0, std::uint32_t function = 0) {
+// Each test uses different host names, because numbers are kept until the process exits.
+int AssignNumber(const std::string& host, std::uint32_t segment, std::uint32_t bus,
+                 std::uint32_t device = 0, std::uint32_t function = 0) {
   PI::CGlobalAdapterID id;
   id.m_HostName = host;
   id.m_Segment = segment;
@@ -35,38 +35,40 @@ TEST(GlobalAdapterId, IsUnnumberedByDefault) {
   EXPECT_EQ(id.m_Segment + id.m_Bus + id.m_Device + id.m_Function + id.m_AdapterNumber, 0U);
 }
 
-TEST(GlobalAdapterId, AnAddressKeepsItsNumberAndIsListedOnce) {
-  const int first = NumberAt("keeps", 0, 0x3b);
+TEST(GlobalAdapterId, NumbersEachAddressOnlyOnce) {
+  const int first = AssignNumber("keeps", 0, 0x3b);
   EXPECT_GE(first, 1);
-  EXPECT_EQ(NumberAt("keeps", 0, 0x3b), first);
-  EXPECT_EQ(NumberAt("keeps", 0, 0x3b), first);
+  EXPECT_EQ(AssignNumber("keeps", 0, 0x3b), first);
+  EXPECT_EQ(AssignNumber("keeps", 0, 0x3b), first);
   EXPECT_EQ(NumbersOf("keeps"), Numbers{first});
 }
 
 TEST(GlobalAdapterId, DiffersIfAnyPartOfTheAddressDiffers) {
-  const std::set<int> numbers = {NumberAt("a", 0, 0),       NumberAt("a", 1, 0),
-                                 NumberAt("a", 0, 1),       NumberAt("a", 0, 0, 1),
-                                 NumberAt("a", 0, 0, 0, 1), NumberAt("b", 0, 0)};
+  const std::set<int> numbers = {AssignNumber("a", 0, 0),       AssignNumber("a", 1, 0),
+                                 AssignNumber("a", 0, 1),       AssignNumber("a", 0, 0, 1),
+                                 AssignNumber("a", 0, 0, 0, 1), AssignNumber("b", 0, 0)};
   EXPECT_EQ(numbers.size(), 6U);
   EXPECT_EQ(NumbersOf("a").size(), 5U);
   EXPECT_EQ(NumbersOf("b").size(), 1U);
 }
 
-TEST(GlobalAdapterId, UsesTheHostEntryThatAPluginAdded) {
+TEST(GlobalAdapterId, UsesAHostEntryAddedByAPlugin) {
   PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs["made"];
-  const int number = NumberAt("made", 0, 1);
+  const int number = AssignNumber("made", 0, 1);
   EXPECT_EQ(NumbersOf("made"), Numbers{number});
 }
 
-TEST(GlobalAdapterId, DoesNotReuseANumberOfAnyHost) {
-  const int last = NumberAt("before", 0, 1);
+TEST(GlobalAdapterId, DoesNotReuseANumberFromAnotherHost) {
+  const int last = AssignNumber("before", 0, 1);
   PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs["elsewhere"] = {last + 1, last + 2};
-  EXPECT_EQ(NumberAt("after", 0, 1), last + 3);
+  EXPECT_EQ(AssignNumber("after", 0, 1), last + 3);
 }
 
 TEST(GlobalAdapterId, IsTheSameInAllThreads) {
   const auto numberAll = [](Numbers& numbers) {
-    for (std::uint32_t bus = 0; bus < 100; ++bus) numbers.push_back(NumberAt("threads", 0, bus));
+    for (std::uint32_t bus = 0; bus < 100; ++bus) {
+      numbers.push_back(AssignNumber("threads", 0, bus));
+    }
   };
   Numbers seen[4];
   std::vector<std::thread> threads;

@@ -12,7 +12,7 @@ using Value = std::optional<std::string>;
 
 struct Case {
   const char* name;
-  Value own;   // the variable of the path itself
+  Value own;   // CORVANE_CONFIG_DIR and CORVANE_DATABASE
   Value base;  // XDG_CONFIG_HOME and XDG_STATE_HOME
   const char* config;
   const char* database;

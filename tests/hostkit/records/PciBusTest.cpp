@@ -136,9 +136,9 @@ TEST_F(PciBus, SkipsDevicesThatCannotBeRead) {
 }
 
 TEST_F(PciBus, SkipsIdentityFilesWithInvalidContent) {
-  const char* const odd[] = {"", "\n", "0x", "1aed", "0x11aed", "0x1aeg", "-0x1aed", "0x 1aed"};
+  const char* const bad[] = {"", "\n", "0x", "1aed", "0x11aed", "0x1aeg", "-0x1aed", "0x 1aed"};
   int bus = 0;
-  for (const char* vendor : odd) Add("0000:1" + std::to_string(bus++) + ":00.0", vendor, "0x1005");
+  for (const char* vendor : bad) Add("0000:1" + std::to_string(bus++) + ":00.0", vendor, "0x1005");
   Add("0000:20:00.0", std::string(100000, '0'), "0x1005");
   Add("0000:21:00.0", std::string("0x1aed\0", 7), "0x1005");
   EXPECT_EQ(Find({"1AED1005"}, 1), "none");
@@ -156,7 +156,7 @@ TEST(RealPciBus, EveryDeviceIsFoundByItsIdentity) {
   const ScopedVariable sysfs("CORVANE_SYSFS", {});
   EXPECT_EQ(Find({"FFFFFFFF"}, 1), "none");
   const fs::path directory = "/sys/bus/pci/devices";
-  if (!fs::exists(directory)) GTEST_SKIP() << "this machine shows no PCI bus";
+  if (!fs::exists(directory)) GTEST_SKIP() << "this machine has no PCI bus";
   for (const auto& entry : fs::directory_iterator(directory)) {
     const std::string vendor = FirstWord(entry.path() / "vendor");
     const std::string device = FirstWord(entry.path() / "device");

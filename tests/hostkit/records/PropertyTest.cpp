@@ -51,7 +51,7 @@ TEST(Property, HasEmptyValuesByDefault) {
   EXPECT_TRUE(value.m_MultiValue.m_Values.empty() && value.m_MultiValue.m_Allowed.empty());
 }
 
-TEST(Property, HoldsStrings) {
+TEST(Property, StoresStrings) {
   PI::CProperty property = NewProperty();
   property.SetValue("literal");
   EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_STRING);
@@ -63,7 +63,7 @@ TEST(Property, HoldsStrings) {
   EXPECT_EQ(property.m_Value.m_String.m_Text, "");
 }
 
-TEST(Property, HoldsScalars) {
+TEST(Property, StoresScalars) {
   PI::CProperty property = NewProperty();
   property.SetValue(true);
   EXPECT_EQ(property.m_ValueType, HostKit::VALUE_TYPE_BOOL);

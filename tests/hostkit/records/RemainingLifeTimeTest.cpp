@@ -9,7 +9,7 @@
 namespace {
 
 constexpr unsigned long kTByte = 1099511627776;
-constexpr unsigned long kMost = 61360000;
+constexpr unsigned long kMaxHours = 61360000;
 
 unsigned long Remaining(unsigned long usedHours, unsigned long bytesWritten,
                         unsigned int usedPercent, unsigned long ratedTBytes) {
@@ -40,22 +40,24 @@ TEST_P(RemainingLifeTime, IsTheSmallerOfTheTwoEstimates) {
 
 INSTANTIATE_TEST_SUITE_P(
     , RemainingLifeTime,
-    testing::Values(
-        Case{"WearIsFaster", 1000, 1 * kTByte, 10, 100, 9000},
-        Case{"WritingIsFaster", 1000, 50 * kTByte, 10, 100, 1000},
-        Case{"PartsOfAnHourAreDropped", 10, 0, 3, 100, 323},
-        Case{"WithoutRating", 1000, 50 * kTByte, 10, 0, 9000},
-        Case{"WithoutRatingAndWear", 1000, 50 * kTByte, 0, 0, kMost},
-        Case{"OnlyWritingSeen", 1000, 1 * kTByte, 0, 100, 99000},
-        Case{"OnlyWearSeen", 100, 0, 25, 100, 300}, Case{"NothingSeen", 1000, 0, 0, 100, kMost},
-        Case{"NewAndWriting", 0, 1 * kTByte, 0, 100, 99}, Case{"NewAndWearing", 0, 0, 1, 100, 99},
-        Case{"NewAndUntouched", 0, 0, 0, 0, kMost}, Case{"AllWorn", 1000, 1 * kTByte, 100, 100, 0},
-        Case{"MoreThanWorn", 1000, 1 * kTByte, 101, 100, 0},
-        Case{"AllWritten", 1000, 100 * kTByte, 10, 100, 0},
-        Case{"MoreThanRatedWritten", 1000, 101 * kTByte, 10, 100, 0},
-        Case{"MoreThanAllLeft", 1000, 1 * kTByte, 0xFFFFFFFF, 100, 99000},
-        Case{"SlowEnoughForTheMaximum", 100000000, 1, 1, 100, kMost},
-        Case{"FirstUseInTheFuture", ULONG_MAX / 3600000, 1, 1, 1, kMost}),
+    testing::Values(Case{"WearIsFaster", 1000, 1 * kTByte, 10, 100, 9000},
+                    Case{"WritingIsFaster", 1000, 50 * kTByte, 10, 100, 1000},
+                    Case{"PartsOfAnHourAreDropped", 10, 0, 3, 100, 323},
+                    Case{"WithoutRating", 1000, 50 * kTByte, 10, 0, 9000},
+                    Case{"WithoutRatingAndWear", 1000, 50 * kTByte, 0, 0, kMaxHours},
+                    Case{"OnlyWritingSeen", 1000, 1 * kTByte, 0, 100, 99000},
+                    Case{"OnlyWearSeen", 100, 0, 25, 100, 300},
+                    Case{"NothingSeen", 1000, 0, 0, 100, kMaxHours},
+                    Case{"NewAndWriting", 0, 1 * kTByte, 0, 100, 99},
+                    Case{"NewAndWearing", 0, 0, 1, 100, 99},
+                    Case{"NewAndUntouched", 0, 0, 0, 0, kMaxHours},
+                    Case{"AllWorn", 1000, 1 * kTByte, 100, 100, 0},
+                    Case{"MoreThanWorn", 1000, 1 * kTByte, 101, 100, 0},
+                    Case{"AllWritten", 1000, 100 * kTByte, 10, 100, 0},
+                    Case{"MoreThanRatedWritten", 1000, 101 * kTByte, 10, 100, 0},
+                    Case{"MoreThanAllLeft", 1000, 1 * kTByte, 0xFFFFFFFF, 100, 99000},
+                    Case{"SlowEnoughForTheMaximum", 100000000, 1, 1, 100, kMaxHours},
+                    Case{"FirstUseInTheFuture", ULONG_MAX / 3600000, 1, 1, 1, kMaxHours}),
     NameOfCase());
 
 TEST(RemainingLifeTimeOfExtremeCards, IsAtMostTheMaximum) {
@@ -64,7 +66,7 @@ TEST(RemainingLifeTimeOfExtremeCards, IsAtMostTheMaximum) {
     for (const unsigned long bytes : numbers) {
       for (const unsigned long percent : numbers) {
         for (const unsigned long rated : numbers) {
-          EXPECT_LE(Remaining(age, bytes, static_cast<unsigned int>(percent), rated), kMost);
+          EXPECT_LE(Remaining(age, bytes, static_cast<unsigned int>(percent), rated), kMaxHours);
         }
       }
     }

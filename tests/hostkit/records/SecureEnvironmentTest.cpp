@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr uid_t kOther = 65534;
+constexpr uid_t kOtherUser = 65534;
 
 // Returns the output of the program.
 std::string OutputOf(const std::filesystem::path& program) {
@@ -29,21 +29,21 @@ class SecureEnvironment : public testing::Test {
   std::filesystem::path Program() const { return m_Directory.Path() / "reader"; }
 
   TemporaryDirectory m_Directory;
-  ScopedVariable m_Config{"CORVANE_CONFIG_DIR", "/planted"};
-  ScopedVariable m_Database{"CORVANE_DATABASE", "/planted/db"};
-  ScopedVariable m_Sysfs{"CORVANE_SYSFS", "/planted/sys"};
-  ScopedVariable m_Home{"HOME", "/planted/home"};
+  ScopedVariable m_Config{"CORVANE_CONFIG_DIR", "/untrusted"};
+  ScopedVariable m_Database{"CORVANE_DATABASE", "/untrusted/db"};
+  ScopedVariable m_Sysfs{"CORVANE_SYSFS", "/untrusted/sys"};
+  ScopedVariable m_Home{"HOME", "/untrusted/home"};
 };
 
 TEST_F(SecureEnvironment, IsReadByAnOrdinaryProgram) {
-  EXPECT_EQ(OutputOf(Program()), "0\n/planted\n/planted/db\n/planted/sys\n");
+  EXPECT_EQ(OutputOf(Program()), "0\n/untrusted\n/untrusted/db\n/untrusted/sys\n");
 }
 
-TEST_F(SecureEnvironment, IsNotReadByAProgramWithMoreRights) {
-  const passwd* const user = getpwuid(kOther);
+TEST_F(SecureEnvironment, IsNotReadByAProgramWithMorePrivileges) {
+  const passwd* const user = getpwuid(kOtherUser);
   if (geteuid() != 0 || user == nullptr) GTEST_SKIP() << "only root can create such a program";
   const std::string home = std::string(user->pw_dir);
-  ASSERT_EQ(chown(Program().c_str(), kOther, kOther), 0);
+  ASSERT_EQ(chown(Program().c_str(), kOtherUser, kOtherUser), 0);
   ASSERT_EQ(chmod(Program().c_str(), 04755), 0);
   const std::string output = OutputOf(Program());
   if (output.rfind("0\n", 0) == 0)

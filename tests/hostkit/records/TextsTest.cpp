@@ -51,7 +51,7 @@ TEST(Texts, NamesAreCaseInsensitive) {
   EXPECT_EQ(HostKit::NumberOf(Family::Event, ""), 0U);
 }
 
-bool EndsAsASentence(const std::string& text) {
+bool EndsWithAPeriod(const std::string& text) {
   return !text.empty() && text.back() == '.';
 }
 
@@ -62,7 +62,7 @@ TEST(Texts, EveryNumberHasACaption) {
     EXPECT_NE(caption, row.name == std::string("OK") ? "" : row.name);
     EXPECT_FALSE(std::islower(static_cast<unsigned char>(caption[0]))) << caption;
     const bool sentence = row.family == Family::Error || row.family == Family::Event;
-    EXPECT_EQ(EndsAsASentence(caption), sentence) << caption;
+    EXPECT_EQ(EndsWithAPeriod(caption), sentence) << caption;
   }
 }
 

@@ -10,9 +10,9 @@ namespace {
 
 struct Listener {
   unsigned int Count() { return 7; }
-  unsigned int Receive(const std::string& word) {
-    received = word;
-    return static_cast<unsigned int>(word.size());
+  unsigned int Receive(const std::string& text) {
+    received = text;
+    return static_cast<unsigned int>(text.size());
   }
 
   std::string received;
@@ -24,9 +24,9 @@ TEST_P(Delegate, CallsItsMember) {
   Listener listener;
   EXPECT_EQ(7U, (TDelegateR0<Listener, unsigned int>(&listener, &Listener::Count).Call()));
   TDelegateR1<Listener, unsigned int, const std::string&> receive(&listener, &Listener::Receive,
-                                                                  "word");
+                                                                  "text");
   EXPECT_EQ(4U, receive.Clone()->Call());
-  EXPECT_EQ("word", listener.received);
+  EXPECT_EQ("text", listener.received);
 }
 
 TEST_P(Delegate, KeepsItsArgumentForAThreadThatStartsLater) {
@@ -34,10 +34,10 @@ TEST_P(Delegate, KeepsItsArgumentForAThreadThatStartsLater) {
   Listener listener;
   CThread thread;
   {
-    auto word = std::make_unique<std::string>("a text too long for the string's internal buffer");
-    auto receive = std::make_unique<Receive>(&listener, &Listener::Receive, *word);
-    word->assign("other");
-    word.reset();
+    auto text = std::make_unique<std::string>("a text too long for the string's internal buffer");
+    auto receive = std::make_unique<Receive>(&listener, &Listener::Receive, *text);
+    text->assign("other");
+    text.reset();
     EXPECT_EQ(1, thread.Create(*receive, false));
   }
   EXPECT_EQ(WAIT_SUCCEEDED, thread.Wait(WAIT_INFINITE));

@@ -14,7 +14,7 @@ class Inspect : public EveryTimeMode {
   }
 
   // Renders the locks with owner and depth, as "1:main*2 2:free".
-  static std::string LocksNow() {
+  static std::string RenderLocks() {
     std::ostringstream text;
     for (const auto& lock : HostKit::Locks()) {
       text << (text.tellp() > 0 ? " " : "") << lock.ordinal << ':'
@@ -29,20 +29,20 @@ TEST_P(Inspect, ShowsOwnersAndDepthsOfLocks) {
   ReadyLock first, second;
   first.Wait(WAIT_INFINITE);
   first.Wait(WAIT_INFINITE);
-  EXPECT_EQ("1:main*2 2:free", LocksNow());
+  EXPECT_EQ("1:main*2 2:free", RenderLocks());
   Job([&] {
     const CSyncGuard guard(second, WAIT_INFINITE);
-    EXPECT_EQ("1:main*2 2:thread 1*1", LocksNow());
+    EXPECT_EQ("1:main*2 2:thread 1*1", RenderLocks());
   })->Wait(WAIT_INFINITE);
   first.Release();
   first.Release();
-  EXPECT_EQ("1:free 2:free", LocksNow());
+  EXPECT_EQ("1:free 2:free", RenderLocks());
 }
 
 TEST_P(Inspect, ShowsTheOwnerOfALockAfterItsThreadExits) {
   ReadyLock lock;
   Job([&] { lock.Wait(WAIT_INFINITE); })->Wait(WAIT_INFINITE);
-  EXPECT_EQ("1:thread 1*1", LocksNow());
+  EXPECT_EQ("1:thread 1*1", RenderLocks());
   EXPECT_EQ(WAIT_TIMED_OUT, lock.Wait(0));
 }
 
@@ -74,7 +74,7 @@ TEST_P(Inspect, NumbersFromOneAfterAReset) {
   ReadyLock before;
   HostKit::ResetLedger();
   ReadyLock after;
-  EXPECT_EQ("0:free 1:free", LocksNow());
+  EXPECT_EQ("0:free 1:free", RenderLocks());
 }
 
 TEST_P(Inspect, ShowsTheStateOfEvents) {
@@ -103,7 +103,7 @@ TEST_P(Inspect, ShowsThreadsThatWereStarted) {
   EXPECT_FALSE(HostKit::Threads()[0].canceled);
 }
 
-TEST_P(Inspect, MakesAnInitFail) {
+TEST_P(Inspect, FailsTheSelectedInit) {
   HostKit::FailLockInit(2);
   HostKit::FailEventInit(1);
   Native_OS::CFastMutex first, second;
@@ -117,7 +117,7 @@ TEST_P(Inspect, MakesAnInitFail) {
   EXPECT_EQ(1, event.Init(false, false));
 }
 
-TEST_P(Inspect, MakesTheNthWaitOfAnExistingOrFutureLockFail) {
+TEST_P(Inspect, FailsTheNthWaitOfAnExistingOrFutureLock) {
   HostKit::FailLockWait(2, 1);
   ReadyLock first, second;
   HostKit::FailLockWait(1, 2);

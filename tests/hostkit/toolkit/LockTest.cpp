@@ -8,8 +8,8 @@ namespace {
 
 class Lock : public EveryTimeMode {
  protected:
-  // Returns the result of a wait in another thread, which releases the lock if the wait succeeded.
-  static unsigned int TryElsewhere(Native_OS::CFastMutex& lock, unsigned int timeoutMs = 0) {
+  // Waits for the lock on another thread, releases it if acquired, and returns the wait's result.
+  static unsigned int WaitOnOtherThread(Native_OS::CFastMutex& lock, unsigned int timeoutMs = 0) {
     unsigned int result = 0;
     Job job([&] {
       result = lock.Wait(timeoutMs);
@@ -20,7 +20,7 @@ class Lock : public EveryTimeMode {
   }
 };
 
-TEST_P(Lock, CannotBeTakenBeforeInit) {
+TEST_P(Lock, CannotBeAcquiredBeforeInit) {
   Native_OS::CFastMutex lock;
   EXPECT_EQ(WAIT_FAILED, lock.Wait(WAIT_INFINITE));
   EXPECT_EQ(WAIT_FAILED, lock.Wait(0));
@@ -31,31 +31,31 @@ TEST_P(Lock, KeepsItsOwnerAcrossASecondInit) {
   EXPECT_EQ(1, lock.Init());
   EXPECT_EQ(WAIT_SUCCEEDED, lock.Wait(WAIT_INFINITE));
   EXPECT_EQ(1, lock.Init());
-  EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_TIMED_OUT, WaitOnOtherThread(lock));
   lock.Release();
-  EXPECT_EQ(WAIT_SUCCEEDED, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_SUCCEEDED, WaitOnOtherThread(lock));
 }
 
 TEST_P(Lock, IsFreeAfterOneReleasePerWait) {
   ReadyLock lock;
   for (int i = 0; i < 3; ++i) EXPECT_EQ(WAIT_SUCCEEDED, lock.Wait(WAIT_INFINITE));
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock));
+    EXPECT_EQ(WAIT_TIMED_OUT, WaitOnOtherThread(lock));
     lock.Release();
   }
-  EXPECT_EQ(WAIT_SUCCEEDED, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_SUCCEEDED, WaitOnOtherThread(lock));
 }
 
 TEST_P(Lock, TimesOut) {
   ReadyLock lock;
   lock.Wait(WAIT_INFINITE);
   const unsigned long begin = MBX::Misc::now();
-  EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock, 20));
+  EXPECT_EQ(WAIT_TIMED_OUT, WaitOnOtherThread(lock, 20));
   EXPECT_GE(MBX::Misc::now() - begin, 19U);
   lock.Release();
 }
 
-TEST_P(Lock, IsTakenByTheWaitingThreadWhenReleased) {
+TEST_P(Lock, IsAcquiredByTheWaitingThreadWhenReleased) {
   ReadyLock lock;
   ReadyEvent waiting;
   lock.Wait(WAIT_INFINITE);
@@ -75,7 +75,7 @@ TEST_P(Lock, CannotBeReleasedByAnotherThread) {
   ReadyLock lock;
   lock.Wait(WAIT_INFINITE);
   Job([&] { lock.Release(); })->Wait(WAIT_INFINITE);
-  EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_TIMED_OUT, WaitOnOtherThread(lock));
   lock.Release();
 }
 
@@ -107,17 +107,17 @@ TEST_P(Lock, IsNotReleasedByAGuardThatTimedOut) {
   ReadyLock lock;
   lock.Wait(WAIT_INFINITE);
   Job([&] { const CSyncGuard guard(lock, 0); })->Wait(WAIT_INFINITE);
-  EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_TIMED_OUT, WaitOnOtherThread(lock));
   lock.Release();
 }
 
-TEST_P(Lock, IsReleasedByAGuardThatTookIt) {
+TEST_P(Lock, IsReleasedByAGuardThatAcquiredIt) {
   ReadyLock lock;
   {
     const CSyncGuard guard(lock, WAIT_INFINITE);
-    EXPECT_EQ(WAIT_TIMED_OUT, TryElsewhere(lock));
+    EXPECT_EQ(WAIT_TIMED_OUT, WaitOnOtherThread(lock));
   }
-  EXPECT_EQ(WAIT_SUCCEEDED, TryElsewhere(lock));
+  EXPECT_EQ(WAIT_SUCCEEDED, WaitOnOtherThread(lock));
 }
 
 IN_EVERY_TIME_MODE(Lock);

@@ -49,9 +49,10 @@ const StartCase kStarts[] = {
     {"all", 0xFFFFFFFF, "^$"},
     {"off", 0, "^$"},
     {"", 0, "^$"},
-    {"loud", 0, "^CORVANE_TRACE [^\n]*: loud\n$"},
+    {"loud", 0, "^CORVANE_TRACE [^\n]*: loud; tracing is off\n$"},
     // Printed unescaped, this value would control a terminal.
-    {"x\x1b[31m\n\u202e\xff", 0, "^CORVANE_TRACE [^\n]*: x\\\\x1b\\[31m\\\\x0a\\\\u202e\\\\xff\n$"},
+    {"x\x1b[31m\n\u202e\xff", 0,
+     "^CORVANE_TRACE [^\n]*: x\\\\x1b\\[31m\\\\x0a\\\\u202e\\\\xff; tracing is off\n$"},
 };
 
 TEST(ModuleInfoDeathTest, StartsWithTheMaskFromTheEnvironment) {

@@ -132,7 +132,7 @@ TEST_F(SeededSchedule, IncludesThreadsThatRegister) {
   std::atomic<bool> left{false};
   std::thread native([&] {
     {
-      const HostKit::KnownThread self("native");
+      const HostKit::RegisteredThread self("native");
       inside = true;
       for (int i = 0; i < 50; ++i) HostKit::SwitchPoint();
       inside = false;

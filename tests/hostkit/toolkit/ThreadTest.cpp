@@ -27,7 +27,7 @@ class Thread : public EveryTimeMode {
   std::unique_ptr<CThread> m_pThread = std::make_unique<CThread>();
 };
 
-TEST_P(Thread, HasNoHandleBeforeItIsCreated) {
+TEST_P(Thread, HasNoHandleBeforeItIsStarted) {
   EXPECT_EQ(WAIT_FAILED, m_pThread->Wait(0));
   EXPECT_EQ(0UL, m_pThread->GetHandle());
 }
@@ -117,7 +117,7 @@ TEST_P(Thread, CountsCancelRequests) {
   EXPECT_FALSE(HostKit::Threads()[0].canceled);
 }
 
-TEST_P(Thread, CanBeDeletedBeforeItIsCreated) {
+TEST_P(Thread, CanBeDeletedWithoutBeingStarted) {
   m_pThread.reset();
   EXPECT_TRUE(HostKit::Threads().empty());
 }

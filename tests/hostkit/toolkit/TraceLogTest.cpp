@@ -128,17 +128,17 @@ TEST_F(TraceLog, MayBeAnOpenDescriptor) {
   EXPECT_THAT(Content(m_File), testing::HasSubstr("through the descriptor"));
 }
 
-// Uses a shared directory in which another user has created links to a file of root.
+// Uses a shared directory in which another user has created links to a file owned by root.
 class TraceLogTrust : public TraceLog {
  protected:
   void SetUp() override {
-    if (geteuid() != 0) GTEST_SKIP() << "only root can create files of another user";
+    if (geteuid() != 0) GTEST_SKIP() << "only root can create another user's files";
     TraceLog::SetUp();
     fs::create_directory(m_Shared);
     fs::permissions(m_Shared, fs::perms::all_all | fs::perms::sticky_bit);
     std::ofstream(m_Target.string()) << "precious";
   }
-  void Plant(const char* name) {
+  void CreateLinkOfOtherUser(const char* name) {
     fs::create_symlink(m_Target, m_Shared / name);
     ASSERT_EQ(lchown((m_Shared / name).c_str(), 65534, 65534), 0);
   }
@@ -148,7 +148,7 @@ class TraceLogTrust : public TraceLog {
 };
 
 TEST_F(TraceLogTrust, RejectsALinkOfAnotherUser) {
-  Plant("trace.log");
+  CreateLinkOfOtherUser("trace.log");
   EXPECT_FALSE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
   EXPECT_EQ(errno, EPERM);
   Send(2, "elsewhere");
@@ -157,7 +157,7 @@ TEST_F(TraceLogTrust, RejectsALinkOfAnotherUser) {
 
 TEST_F(TraceLogTrust, RejectsADanglingLinkOfAnotherUser) {
   fs::remove(m_Target);
-  Plant("trace.log");
+  CreateLinkOfOtherUser("trace.log");
   EXPECT_FALSE(HostKit::SetTraceFile((m_Shared / "trace.log").string()));
   EXPECT_FALSE(fs::exists(m_Target));
 }

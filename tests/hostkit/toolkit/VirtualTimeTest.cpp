@@ -78,7 +78,7 @@ TEST_F(VirtualTime, StopsWhileARegisteredThreadRuns) {
   std::promise<void> known;
   unsigned long duringWork = 0;
   std::thread worker([&] {
-    const HostKit::KnownThread self("worker");
+    const HostKit::RegisteredThread self("worker");
     known.set_value();
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
     duringWork = MBX::Misc::now();

@@ -13,7 +13,7 @@ namespace CorvaneTest {
 
 namespace {
 
-struct Watch {
+struct AllocationWatch {
   bool m_On = false;
   std::size_t m_Failing = 0;
   Shortage m_Shortage = Shortage::OneFails;
@@ -21,7 +21,7 @@ struct Watch {
   std::size_t m_LargestBytes = 0;
 };
 
-thread_local Watch g_Watch;
+thread_local AllocationWatch g_Watch;
 
 enum class Owner { Plugin, ForPlugin, Other };
 
@@ -44,7 +44,8 @@ Owner OwnerOf(const void* address) {
   return Owner::Plugin;
 }
 
-bool IsOfPlugin() {
+// Whether the calling thread is allocating for the plug-in, judged by its call stack.
+bool IsPluginAllocation() {
   constexpr int kDepth = 48;
   void* frames[kDepth];
   const int depth = backtrace(frames, kDepth);
@@ -57,37 +58,37 @@ bool IsOfPlugin() {
   return !isOther;
 }
 
-bool Fails() {
+bool ShouldFail() {
   if (g_Watch.m_Failing == 0 || g_Watch.m_Count < g_Watch.m_Failing) return false;
   return g_Watch.m_Count == g_Watch.m_Failing || g_Watch.m_Shortage == Shortage::AllFail;
 }
 
-void Note(std::size_t size) {
+void CountAllocation(std::size_t size) {
   if (!g_Watch.m_On) return;
-  g_Watch.m_On = false;  // allocations below are not counted
-  const bool counts = IsOfPlugin();
+  g_Watch.m_On = false;  // the stack walk's own allocations are not counted
+  const bool counts = IsPluginAllocation();
   g_Watch.m_On = true;
   if (!counts) return;
   g_Watch.m_LargestBytes = std::max(g_Watch.m_LargestBytes, size);
   ++g_Watch.m_Count;
-  if (Fails()) throw std::bad_alloc();
+  if (ShouldFail()) throw std::bad_alloc();
 }
 
 }  // namespace
 
-WatchedAllocations::WatchedAllocations(std::size_t failing, Shortage shortage) {
+AllocationCounter::AllocationCounter(std::size_t failing, Shortage shortage) {
   g_Watch = {true, failing, shortage, 0, 0};
 }
 
-WatchedAllocations::~WatchedAllocations() {
+AllocationCounter::~AllocationCounter() {
   g_Watch.m_On = false;
 }
 
-std::size_t WatchedAllocations::Count() const {
+std::size_t AllocationCounter::Count() const {
   return g_Watch.m_Count;
 }
 
-std::size_t WatchedAllocations::LargestBytes() const {
+std::size_t AllocationCounter::LargestBytes() const {
   return g_Watch.m_LargestBytes;
 }
 
@@ -96,7 +97,7 @@ std::size_t WatchedAllocations::LargestBytes() const {
 // Replaces the standard library's function, which is the only way to run out of memory on demand.
 
 void* operator new(std::size_t size) {
-  CorvaneTest::Note(size);
+  CorvaneTest::CountAllocation(size);
   if (void* memory = std::malloc(std::max<std::size_t>(size, 1))) return memory;
   throw std::bad_alloc();
 }

@@ -16,13 +16,13 @@ enum class Shortage {
 
 // Counts the plug-in's allocations on the calling thread while it exists. Only one object at a time
 // may exist per thread.
-class WatchedAllocations {
+class AllocationCounter {
  public:
   // Allocation number `failing`, counted from 1, throws `std::bad_alloc`; 0 for none.
-  explicit WatchedAllocations(std::size_t failing = 0, Shortage shortage = Shortage::OneFails);
-  ~WatchedAllocations();
-  WatchedAllocations(const WatchedAllocations&) = delete;
-  WatchedAllocations& operator=(const WatchedAllocations&) = delete;
+  explicit AllocationCounter(std::size_t failing = 0, Shortage shortage = Shortage::OneFails);
+  ~AllocationCounter();
+  AllocationCounter(const AllocationCounter&) = delete;
+  AllocationCounter& operator=(const AllocationCounter&) = delete;
 
   std::size_t Count() const;
   std::size_t LargestBytes() const;

@@ -1,27 +1,27 @@
-// The list of the cards that were found at startup. Scans use only its positions and paths, so the
-// test reads the list in the plug-in.
+// The list of the cards that were found at startup. Scans use the positions and paths of its
+// entries, but not their numbers, so the test reads the list itself.
 
 #include <gmock/gmock.h>
 
 #include <string>
 #include <vector>
 
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 #include "tests/support/HeldCall.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
 namespace {
 
-OPEN_MEMBER(ControlDevicePathsMember, m_ControlDevicePaths,
-            std::vector<NAMESPACE_Corvane::CControlDevicePath> Plugin::*);
+PRIVATE_MEMBER(ControlDevicePathsMember, m_ControlDevicePaths,
+               std::vector<NAMESPACE_Corvane::CControlDevicePath> Plugin::*);
 
 using testing::ElementsAre;
 
 // Renders the number and path of each entry, such as "0 /dev/fct1".
 std::vector<std::string> ControlDevicePaths() {
   std::vector<std::string> texts;
-  for (const auto& entry : ThePlugin().*Open(ControlDevicePathsMember())) {
+  for (const auto& entry : ThePlugin().*PointerTo(ControlDevicePathsMember())) {
     texts.push_back(std::to_string(entry.m_CardIndex) + " " + entry.m_DevicePath);
   }
   return texts;

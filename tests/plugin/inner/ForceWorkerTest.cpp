@@ -2,7 +2,7 @@
 // Nothing in the plug-in sets it, so the test does.
 
 #include "tests/plugin/Watch.h"
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 
 namespace CorvaneTest {
 namespace {
@@ -13,13 +13,13 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-OPEN_MEMBER(ForceWorkerMember, m_ForceWorker, CEvent Plugin::*);
-OPEN_MEMBER(StopRequestMember, m_StopRequest, CEvent Plugin::*);
-OPEN_MEMBER(PrivateEventMember, m_PrivateEvent, CEvent Plugin::*);
+PRIVATE_MEMBER(ForceWorkerMember, m_ForceWorker, CEvent Plugin::*);
+PRIVATE_MEMBER(StopRequestMember, m_StopRequest, CEvent Plugin::*);
+PRIVATE_MEMBER(PrivateEventMember, m_PrivateEvent, CEvent Plugin::*);
 
 template <class Member>
 void SetEvent(Member member) {
-  (ThePlugin().*Open(member)).Set();
+  (ThePlugin().*PointerTo(member)).Set();
 }
 
 constexpr const char* FORCED = "4 Worker() m_ForceWorker event received, force scan";

@@ -1,5 +1,5 @@
 // Handles of the card library: the calls that accept each kind, and the destruction of a handle
-// when its function is left early.
+// when an exception or a cancellation unwinds the stack.
 
 #include <gmock/gmock.h>
 #include <pthread.h>
@@ -23,25 +23,25 @@ using testing::IsEmpty;
 // Whether `Handle` is accepted as each kind of parameter. A format is also accepted as a job; every
 // other kind is accepted only as itself.
 template <class Handle>
-constexpr bool Is(bool card, bool adapter, bool format, bool job, bool unit) {
+constexpr bool IsAcceptedAs(bool card, bool adapter, bool format, bool job, bool unit) {
   return std::is_convertible_v<Handle, CardRef> == card &&
          std::is_convertible_v<Handle, AdapterRef> == adapter &&
          std::is_convertible_v<Handle, FormatRef> == format &&
          std::is_convertible_v<Handle, JobRef> == job &&
          std::is_convertible_v<Handle, UnitRef> == unit;
 }
-static_assert(Is<CardHandle>(true, false, false, false, false));
-static_assert(Is<AdapterHandle>(false, true, false, false, false));
-static_assert(Is<FormatHandle>(false, false, true, true, false));
-static_assert(Is<JobHandle>(false, false, false, true, false));
-static_assert(Is<CardRef>(true, false, false, false, false));
-static_assert(Is<AdapterRef>(false, true, false, false, false));
-static_assert(Is<FormatRef>(false, false, true, true, false));
-static_assert(Is<JobRef>(false, false, false, true, false));
-static_assert(Is<UnitRef>(false, false, false, false, true));
-static_assert(Is<void*>(false, false, false, false, false));
+static_assert(IsAcceptedAs<CardHandle>(true, false, false, false, false));
+static_assert(IsAcceptedAs<AdapterHandle>(false, true, false, false, false));
+static_assert(IsAcceptedAs<FormatHandle>(false, false, true, true, false));
+static_assert(IsAcceptedAs<JobHandle>(false, false, false, true, false));
+static_assert(IsAcceptedAs<CardRef>(true, false, false, false, false));
+static_assert(IsAcceptedAs<AdapterRef>(false, true, false, false, false));
+static_assert(IsAcceptedAs<FormatRef>(false, false, true, true, false));
+static_assert(IsAcceptedAs<JobRef>(false, false, false, true, false));
+static_assert(IsAcceptedAs<UnitRef>(false, false, false, false, true));
+static_assert(IsAcceptedAs<void*>(false, false, false, false, false));
 
-// The calls themselves.
+// The functions that take a handle.
 using LocateLEDCall = decltype(&LocateLEDIsOn);
 static_assert(std::is_invocable_v<LocateLEDCall, CardHandle&, ErrorRecord&>);
 static_assert(!std::is_invocable_v<LocateLEDCall, AdapterHandle&, ErrorRecord&>);

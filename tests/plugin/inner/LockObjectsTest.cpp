@@ -7,19 +7,19 @@
 #include <vector>
 
 #include "hostkit/Tracing.h"
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 #include "tests/support/HeldCall.h"
 #include "tests/support/SimulatedHost.h"
 
 namespace CorvaneTest {
 namespace {
 
-OPEN_MEMBER(LockObjectsMember, LockObjects, unsigned int (Plugin::*)(int adapter, int drive));
-OPEN_MEMBER(UnlockObjectsMember, UnlockObjects, unsigned int (Plugin::*)());
+PRIVATE_MEMBER(LockObjectsMember, LockObjects, unsigned int (Plugin::*)(int adapter, int drive));
+PRIVATE_MEMBER(UnlockObjectsMember, UnlockObjects, unsigned int (Plugin::*)());
 
 using testing::ElementsAre;
 
-// Three cards.
+// A running plug-in with three cards.
 class LockObjects : public testing::Test {
  protected:
   void SetUp() override {
@@ -30,9 +30,9 @@ class LockObjects : public testing::Test {
   }
 
   static unsigned int Lock(int adapter, int drive) {
-    return (ThePlugin().*Open(LockObjectsMember()))(adapter, drive);
+    return (ThePlugin().*PointerTo(LockObjectsMember()))(adapter, drive);
   }
-  static unsigned int Unlock() { return (ThePlugin().*Open(UnlockObjectsMember()))(); }
+  static unsigned int Unlock() { return (ThePlugin().*PointerTo(UnlockObjectsMember()))(); }
 
   // Renders one character per object in the order of the tree: L if it is marked.
   std::string Marks() {
@@ -123,7 +123,8 @@ TEST_F(LockObjects, IsUndoneByAScanBeforeTheDataLockIsReleased) {
   EXPECT_THAT(locked, ElementsAre(false));
 }
 
-// Marks of a failed scan, which does not change records: only a notification removes them.
+// Marks that exist during a failed scan. Because the scan does not replace any record, only a
+// notification removes them.
 class LockObjectsInAFailedScan : public LockObjects {
  protected:
   // Returns the marks at each notification.

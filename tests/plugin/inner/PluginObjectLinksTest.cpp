@@ -2,7 +2,7 @@
 // test does.
 
 #include "tests/plugin/Watch.h"
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 
 namespace CorvaneTest {
 namespace {

@@ -8,7 +8,7 @@
 #include <stdexcept>
 
 #include "host/Database.h"
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 #include "tests/support/RowView.h"
 #include "tests/support/StatementWatch.h"
 
@@ -22,15 +22,15 @@ using NAMESPACE_Corvane::CFusionIOPlugin;
 template <class Record>
 using RowOperationOf = unsigned int (Plugin::*)(Record& record);
 
-OPEN_MEMBER(InsertAdapter, InsertObjectToDatabase, RowOperationOf<CFusionIOAdapter>);
-OPEN_MEMBER(UpdateAdapter, UpdateObjectInDatabase, RowOperationOf<CFusionIOAdapter>);
-OPEN_MEMBER(DeleteAdapter, DeleteObjectFromDatabase, RowOperationOf<CFusionIOAdapter>);
-OPEN_MEMBER(InsertDrive, InsertObjectToDatabase, RowOperationOf<CFusionIOPhysicalDrive>);
-OPEN_MEMBER(UpdateDrive, UpdateObjectInDatabase, RowOperationOf<CFusionIOPhysicalDrive>);
-OPEN_MEMBER(DeleteDrive, DeleteObjectFromDatabase, RowOperationOf<CFusionIOPhysicalDrive>);
-OPEN_MEMBER(InsertPlugin, InsertObjectToDatabase, RowOperationOf<CFusionIOPlugin>);
-OPEN_MEMBER(UpdatePlugin, UpdateObjectInDatabase, RowOperationOf<CFusionIOPlugin>);
-OPEN_MEMBER(DeletePlugin, DeleteObjectFromDatabase, RowOperationOf<CFusionIOPlugin>);
+PRIVATE_MEMBER(InsertAdapter, InsertObjectToDatabase, RowOperationOf<CFusionIOAdapter>);
+PRIVATE_MEMBER(UpdateAdapter, UpdateObjectInDatabase, RowOperationOf<CFusionIOAdapter>);
+PRIVATE_MEMBER(DeleteAdapter, DeleteObjectFromDatabase, RowOperationOf<CFusionIOAdapter>);
+PRIVATE_MEMBER(InsertDrive, InsertObjectToDatabase, RowOperationOf<CFusionIOPhysicalDrive>);
+PRIVATE_MEMBER(UpdateDrive, UpdateObjectInDatabase, RowOperationOf<CFusionIOPhysicalDrive>);
+PRIVATE_MEMBER(DeleteDrive, DeleteObjectFromDatabase, RowOperationOf<CFusionIOPhysicalDrive>);
+PRIVATE_MEMBER(InsertPlugin, InsertObjectToDatabase, RowOperationOf<CFusionIOPlugin>);
+PRIVATE_MEMBER(UpdatePlugin, UpdateObjectInDatabase, RowOperationOf<CFusionIOPlugin>);
+PRIVATE_MEMBER(DeletePlugin, DeleteObjectFromDatabase, RowOperationOf<CFusionIOPlugin>);
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -40,19 +40,19 @@ using testing::StartsWith;
 // Returns the result of an operation on a record.
 template <class Operation, class Record>
 unsigned int Call(Operation operation, Record& record) {
-  return (ThePlugin().*Open(operation))(record);
+  return (ThePlugin().*PointerTo(operation))(record);
 }
 
 class RowOperations : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    m_Host.Watch();
+    m_Host.ClearRecords();
     m_Statements.Begin();
   }
 
   OneCard m_Host{PlainCard()};
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
   StatementWatch m_Statements;
 };
 
@@ -62,8 +62,8 @@ struct OperationCase {
   std::size_t statements;  // if none fails
 };
 
-void PrintTo(const OperationCase& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const OperationCase& value, std::ostream* out) {
+  *out << value.name;
 }
 
 class RowOperationResult : public RowOperations,
@@ -88,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(
         OperationCase{"UpdateDrive", [] { return Call(UpdateDrive(), Drives().at(0)); }, 2},
         OperationCase{"InsertPlugin", [] { return Call(InsertPlugin(), PluginObject()); }, 2},
         OperationCase{"DeletePlugin", [] { return Call(DeletePlugin(), PluginObject()); }, 1}),
-    [](const auto& each) { return std::string(each.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(RowOperations, DoNothingToDeleteADrive) {
   EXPECT_EQ(Call(DeleteDrive(), Drives().at(0)), 0U);
@@ -140,7 +140,7 @@ std::string ExceptionOf(const std::function<void()>& run) {
 }
 
 // The host's database converts such a failure itself; another database may not.
-TEST_F(RowOperations, PassOnTheExceptionForAKeyThatCannotBeRead) {
+TEST_F(RowOperations, PropagateTheExceptionForAnUnreadableKey) {
   const std::pair<const char*, const char*> cases[] = {{"", "invalid stoi"},
                                                        {"2147483648", "range stoi"}};
   for (const auto& [key, thrown] : cases) {

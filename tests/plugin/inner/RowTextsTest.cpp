@@ -1,5 +1,5 @@
 // Rows of records that no scan produces: states that occur only in the lists of choices, numbers
-// without a name, names that do not end in a number in brackets, unknown serial numbers.
+// without a name, names that do not end in a number in parentheses, unknown serial numbers.
 
 #include <gmock/gmock.h>
 
@@ -8,7 +8,7 @@
 #include "models/Adapter.h"
 #include "models/PD.h"
 #include "models/Plugin.h"
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 #include "tests/support/RowView.h"
 #include "tests/support/StatementWatch.h"
 
@@ -17,17 +17,17 @@ namespace {
 
 using NAMESPACE_Corvane::CFusionIOAdapter;
 using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
-OPEN_MEMBER(FillAdapterMember, SetDatabaseObjectProperties,
-            unsigned int (Plugin::*)(RaidDataModels::Adapter& row, CFusionIOAdapter& adapter));
-OPEN_MEMBER(FillDriveMember, SetDatabaseObjectProperties,
-            unsigned int (Plugin::*)(RaidDataModels::PD& row, CFusionIOPhysicalDrive& drive));
-OPEN_MEMBER(FillPluginMember, SetDatabaseObjectProperties,
-            unsigned int (Plugin::*)(RaidDataModels::Plugin& row,
-                                     NAMESPACE_Corvane::CFusionIOPlugin& plugin));
-OPEN_MEMBER(InsertDriveMember, InsertObjectToDatabase,
-            unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive));
-OPEN_MEMBER(UpdateDriveMember, UpdateObjectInDatabase,
-            unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive));
+PRIVATE_MEMBER(FillAdapterMember, SetDatabaseObjectProperties,
+               unsigned int (Plugin::*)(RaidDataModels::Adapter& row, CFusionIOAdapter& adapter));
+PRIVATE_MEMBER(FillDriveMember, SetDatabaseObjectProperties,
+               unsigned int (Plugin::*)(RaidDataModels::PD& row, CFusionIOPhysicalDrive& drive));
+PRIVATE_MEMBER(FillPluginMember, SetDatabaseObjectProperties,
+               unsigned int (Plugin::*)(RaidDataModels::Plugin& row,
+                                        NAMESPACE_Corvane::CFusionIOPlugin& plugin));
+PRIVATE_MEMBER(InsertDriveMember, InsertObjectToDatabase,
+               unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive));
+PRIVATE_MEMBER(UpdateDriveMember, UpdateObjectInDatabase,
+               unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive));
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -36,25 +36,25 @@ class RowTexts : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    m_Host.Watch();
+    m_Host.ClearRecords();
   }
 
   static RaidDataModels::Adapter RowOf(CFusionIOAdapter& adapter) {
     RaidDataModels::Adapter row;
-    EXPECT_EQ((ThePlugin().*Open(FillAdapterMember()))(row, adapter), 0U);
+    EXPECT_EQ((ThePlugin().*PointerTo(FillAdapterMember()))(row, adapter), 0U);
     return row;
   }
   static RaidDataModels::PD RowOf(CFusionIOPhysicalDrive& drive) {
     RaidDataModels::PD row;
-    EXPECT_EQ((ThePlugin().*Open(FillDriveMember()))(row, drive), 0U);
+    EXPECT_EQ((ThePlugin().*PointerTo(FillDriveMember()))(row, drive), 0U);
     return row;
   }
 
   OneCard m_Host{PlainCard()};
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
 };
 
-TEST_F(RowTexts, ShowThreeDriveStatesAndOKOtherwise) {
+TEST_F(RowTexts, ShowOKForAllOtherDriveStates) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {PI::Value::AVAILABLE, "AVAILABLE"},
       {PI::Value::AVAILABLE_SMART, "AVAILABLE_SMART"},
@@ -73,7 +73,7 @@ TEST_F(RowTexts, ShowThreeDriveStatesAndOKOtherwise) {
   }
 }
 
-TEST_F(RowTexts, ShowTwoAdapterStatusesAndOKOtherwise) {
+TEST_F(RowTexts, ShowOKForAllOtherAdapterStatuses) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {PI::Value::OK, "OK"},          {PI::Value::WARNING, "WARNING"},
       {PI::Value::FAILED, "FAILED"},  {PI::Value::AVAILABLE, "OK"},
@@ -95,9 +95,9 @@ TEST_F(RowTexts, AreEmptyForNumbersWithoutAName) {
   EXPECT_THAT(row.statusReasonNames, ElementsAre("ATTACHED", "", "DETACHED", ""));
 }
 
-// The name ends at the blank before the first bracket; a name that starts with a bracket is
-// unchanged.
-TEST_F(RowTexts, EndADrivesNameBeforeTheBracket) {
+// Drops the first parenthesis and the text after it, then the last character, which is usually a
+// space. A name that starts with a parenthesis is unchanged.
+TEST_F(RowTexts, EndADrivesShortNameBeforeTheParenthesis) {
   const std::pair<const char*, const char*> cases[] = {
       {"Drive (0)", "Drive"}, {"Two Words 1.3TB (0)", "Two Words 1.3TB"},
       {"A (B) (0)", "A"},     {"A ((0)", "A"},
@@ -160,14 +160,14 @@ TEST_F(RowTexts, ReplaceACompleteRow) {
   row.driverVersion = "old";
   row.firmwareVersion = "old";
   CFusionIOAdapter adapter;
-  EXPECT_EQ((ThePlugin().*Open(FillAdapterMember()))(row, adapter), 0U);
+  EXPECT_EQ((ThePlugin().*PointerTo(FillAdapterMember()))(row, adapter), 0U);
   EXPECT_EQ(row.alarmState + row.driverVersion + row.firmwareVersion, "NULLNULLNULL");
 
   RaidDataModels::PD driveRow;
   driveRow.activityName = "old";
   driveRow.hoursOfUse = 5;
   CFusionIOPhysicalDrive drive;
-  EXPECT_EQ((ThePlugin().*Open(FillDriveMember()))(driveRow, drive), 0U);
+  EXPECT_EQ((ThePlugin().*PointerTo(FillDriveMember()))(driveRow, drive), 0U);
   EXPECT_EQ(driveRow.activityName, "NULL");
   EXPECT_EQ(driveRow.hoursOfUse, -2147483647 - 1);
 
@@ -175,21 +175,21 @@ TEST_F(RowTexts, ReplaceACompleteRow) {
   pluginRow.pluginState = "old";
   pluginRow.processNumber = 5;
   pluginRow.id = 9;
-  EXPECT_EQ((ThePlugin().*Open(FillPluginMember()))(pluginRow, PluginObject()), 0U);
+  EXPECT_EQ((ThePlugin().*PointerTo(FillPluginMember()))(pluginRow, PluginObject()), 0U);
   EXPECT_EQ(pluginRow.pluginState, "NULL");
   EXPECT_EQ(pluginRow.processNumber, -2147483647 - 1);
   EXPECT_EQ(pluginRow.id, -2147483647 - 1);
 }
 
-// Neither the database nor a card is called.
+// Neither the database nor the card library is called.
 class RowOfADriveWithoutAnAdapter : public RowTexts {
  protected:
-  void ExpectNothingDone(CFusionIOPhysicalDrive& drive) {
+  void ExpectNotWritten(CFusionIOPhysicalDrive& drive) {
     StatementWatch statements;
     statements.Begin();
-    m_Host.Watch();
-    EXPECT_EQ((ThePlugin().*Open(InsertDriveMember()))(drive), 0U);
-    EXPECT_EQ((ThePlugin().*Open(UpdateDriveMember()))(drive), 0U);
+    m_Host.ClearRecords();
+    EXPECT_EQ((ThePlugin().*PointerTo(InsertDriveMember()))(drive), 0U);
+    EXPECT_EQ((ThePlugin().*PointerTo(UpdateDriveMember()))(drive), 0U);
     EXPECT_THAT(statements.Statements(), IsEmpty());
     EXPECT_THAT(m_Host.Calls(), IsEmpty());
     EXPECT_THAT(m_Host.Traces(), IsEmpty());
@@ -201,7 +201,7 @@ TEST_F(RowOfADriveWithoutAnAdapter, IsNotWrittenForAnUnknownSerialNumber) {
   for (const char* serialNumber : {"S10", "S1000", "s100", ""}) {
     SCOPED_TRACE(serialNumber);
     drive.m_SerialNumber = serialNumber;
-    ExpectNothingDone(drive);
+    ExpectNotWritten(drive);
   }
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
 }
@@ -209,7 +209,7 @@ TEST_F(RowOfADriveWithoutAnAdapter, IsNotWrittenForAnUnknownSerialNumber) {
 TEST_F(RowOfADriveWithoutAnAdapter, IsNotWrittenWithoutAdapters) {
   CFusionIOPhysicalDrive drive = Drives().at(0);
   Adapters().clear();
-  ExpectNothingDone(drive);
+  ExpectNotWritten(drive);
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
 }
 

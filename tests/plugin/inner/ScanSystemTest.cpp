@@ -3,15 +3,16 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 #include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
 namespace {
 
-OPEN_MEMBER(ScanSystemMember, ScanSystem,
-            unsigned int (Plugin::*)(StoredAdapters& adapters, StoredDrives& drives, bool initial));
+PRIVATE_MEMBER(ScanSystemMember, ScanSystem,
+               unsigned int (Plugin::*)(StoredAdapters& adapters, StoredDrives& drives,
+                                        bool initial));
 
 using testing::Contains;
 
@@ -24,11 +25,11 @@ class ScanSystem : public testing::Test {
     m_Drives.resize(5);
     for (auto& adapter : m_Adapters) adapter.m_SerialNumber = "stale";
     for (auto& drive : m_Drives) drive.m_SerialNumber = "stale";
-    m_Host.Watch();
+    m_Host.ClearRecords();
   }
 
   unsigned int Scan(bool initial) {
-    return (ThePlugin().*Open(ScanSystemMember()))(m_Adapters, m_Drives, initial);
+    return (ThePlugin().*PointerTo(ScanSystemMember()))(m_Adapters, m_Drives, initial);
   }
 
   OneCard m_Host{{{"serial_number", "fresh"}}};
@@ -51,10 +52,10 @@ TEST_F(ScanSystem, EmptiesBothListsEvenWhenNoCardCanBeOpened) {
   EXPECT_TRUE(m_Drives.empty());
 }
 
-TEST_F(ScanSystem, TracesHowManyDrivesTheListHeld) {
+TEST_F(ScanSystem, TracesTheNumberOfDrivesInTheList) {
   EXPECT_EQ(Scan(false), 0U);
   EXPECT_THAT(m_Host.LeveledTraces(), Contains("2 ENTER ScanSystem(0) PhyDrive=5"));
-  m_Host.Watch();
+  m_Host.ClearRecords();
   EXPECT_EQ(Scan(true), 0U);
   EXPECT_THAT(m_Host.LeveledTraces(), Contains("2 ENTER ScanSystem(1) PhyDrive=1"));
 }

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 #include "tests/support/HeldCall.h"
 #include "tests/support/Numbers.h"
 #include "tests/support/OneCard.h"

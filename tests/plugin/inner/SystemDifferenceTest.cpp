@@ -22,7 +22,7 @@ using testing::SizeIs;
 
 constexpr unsigned long NOW = 1767225600000;  // 2026-01-01 00:00, in milliseconds
 
-// Card 1 has the adapter 11 named A1 and the drive 21 named D1, and so on.
+// Card 1 has adapter 11, named A1, and drive 21, named D1, and so on.
 CFusionIOAdapter Adapter(std::uint32_t card) {
   CFusionIOAdapter adapter;
   adapter.m_ID = 10 + card;
@@ -61,7 +61,7 @@ SystemDifference CompareRecords(const Records& stored, const Records& scanned) {
 }
 
 // Renders "+A1" for added, "~A1" for changed and "-A1" for removed records.
-std::vector<std::string> Names(const SystemDifference& difference) {
+std::vector<std::string> Changes(const SystemDifference& difference) {
   std::vector<std::string> texts;
   for (const auto& each : difference.m_AddedAdapters) texts.push_back("+" + each.m_Name);
   for (const auto& each : difference.m_ChangedAdapters) texts.push_back("~" + each.m_Before.m_Name);
@@ -70,6 +70,7 @@ std::vector<std::string> Names(const SystemDifference& difference) {
   for (const auto& each : difference.m_ChangedDrives) texts.push_back("~" + each.m_Name);
   return texts;
 }
+
 // Renders each event's name, severity and object, such as "CTRL_PNPADD/2 of 11".
 std::vector<std::string> Events(const SystemDifference& difference) {
   std::vector<std::string> texts;
@@ -82,46 +83,46 @@ std::vector<std::string> Events(const SystemDifference& difference) {
 
 struct Case {
   const char* name;
-  std::function<void(Records& stored, Records& scanned)> change;  // of cards 1 and 2
+  std::function<void(Records& stored, Records& scanned)> change;  // starts from cards 1 and 2
   std::vector<std::string> records;
   std::vector<std::string> events;
 };
 
-void PrintTo(const Case& each, std::ostream* out) {
-  *out << each.name;
+void PrintTo(const Case& value, std::ostream* out) {
+  *out << value.name;
 }
 
 class EachDifference : public testing::TestWithParam<Case> {};
 
-TEST_P(EachDifference, HasItsRecordsAndEvents) {
+TEST_P(EachDifference, YieldsTheExpectedRecordsAndEvents) {
   Records stored = Cards({1, 2});
   Records scanned = stored;
   GetParam().change(stored, scanned);
   const SystemDifference difference = CompareRecords(stored, scanned);
-  EXPECT_EQ(Names(difference), GetParam().records);
+  EXPECT_EQ(Changes(difference), GetParam().records);
   EXPECT_EQ(Events(difference), GetParam().events);
   EXPECT_EQ(difference.Any(), !GetParam().records.empty());
 }
 
 // Sets histories that contain the masks twice, so that this scan accepts the masks.
-void SeenTwice(CFusionIOAdapter& adapter, std::uint64_t errors, std::uint64_t warnings,
-               std::uint64_t info) {
+void FillHistories(CFusionIOAdapter& adapter, std::uint64_t errors, std::uint64_t warnings,
+                   std::uint64_t info) {
   adapter.m_FlagHistoryIndex.m_Value = 2;
   adapter.m_ErrorHistory.m_Value = {errors, errors, 0};
   adapter.m_WarningHistory.m_Value = {warnings, warnings, 0};
   adapter.m_InfoHistory.m_Value = {info, info, 0};
 }
-void Show(CFusionIOAdapter& adapter, std::uint64_t errors, std::uint64_t warnings,
-          std::uint64_t info) {
+void SetMasks(CFusionIOAdapter& adapter, std::uint64_t errors, std::uint64_t warnings,
+              std::uint64_t info) {
   adapter.m_ErrorFlags = errors;
   adapter.m_WarningFlags = warnings;
   adapter.m_InfoFlags = info;
 }
 
 const Case CASES[] = {
-    {"Nothing", [](Records&, Records&) {}, {}, {}},
+    {"NoChange", [](Records&, Records&) {}, {}, {}},
     {"Histories",
-     [](Records&, Records& scanned) { SeenTwice(scanned.adapters[0], 1, 1, 1); },
+     [](Records&, Records& scanned) { FillHistories(scanned.adapters[0], 1, 1, 1); },
      {},
      {}},
     {"Temperature",
@@ -175,51 +176,51 @@ const Case CASES[] = {
      {"~D2"},
      {}},
     {"MaskSeenOnce",
-     [](Records&, Records& scanned) { Show(scanned.adapters[0], 1, 0, 0); },
+     [](Records&, Records& scanned) { SetMasks(scanned.adapters[0], 1, 0, 0); },
      {"~A1"},
      {}},
     {"ErrorsSettled",
      [](Records& stored, Records& scanned) {
-       SeenTwice(stored.adapters[0], 0x201, 0, 0);
-       Show(scanned.adapters[0], 0x201, 0, 0);
+       FillHistories(stored.adapters[0], 0x201, 0, 0);
+       SetMasks(scanned.adapters[0], 0x201, 0, 0);
      },
      {"~A1"},
      {"CTRL_INTERNAL_ERROR/4 of 11", "CTRL_NONCORRECTABLE_PCI_ERRORS/4 of 11"}},
     {"WarningsSettled",
      [](Records& stored, Records& scanned) {
-       SeenTwice(stored.adapters[0], 0, 0x1001, 0);
-       Show(scanned.adapters[0], 0, 0x1001, 0);
+       FillHistories(stored.adapters[0], 0, 0x1001, 0);
+       SetMasks(scanned.adapters[0], 0, 0x1001, 0);
      },
      {"~A1"},
      {"CTRL_TEMPERATURE_ABOVE_WARN/3 of 11", "CTRL_RESERVES_DEPLETED/3 of 11"}},
     {"WarningsWithTheInformation",
      [](Records& stored, Records& scanned) {
-       SeenTwice(stored.adapters[0], 0, 3, 2);
-       Show(scanned.adapters[0], 0, 3, 2);
+       FillHistories(stored.adapters[0], 0, 3, 2);
+       SetMasks(scanned.adapters[0], 0, 3, 2);
      },
      {"~A1"},
      {"CTRL_TEMPERATURE_ABOVE_WARN/3 of 11", "CTRL_NEAR_WEARING_OUT/3 of 11",
       "CTRL_WRITE_REG_POWER/2 of 11", "CTRL_UNACTIVATED_FIRMWARE/2 of 11"}},
     {"Information",
      [](Records& stored, Records& scanned) {
-       SeenTwice(stored.adapters[0], 0, 0, 2);
-       Show(scanned.adapters[0], 0, 0, 2);
+       FillHistories(stored.adapters[0], 0, 0, 2);
+       SetMasks(scanned.adapters[0], 0, 0, 2);
      },
      {"~A1"},
      {}},
     {"BackToNormal",
      [](Records& stored, Records& scanned) {
-       Show(stored.adapters[0], 1, 0, 0);
-       SeenTwice(stored.adapters[0], 0, 0, 0);
-       Show(scanned.adapters[0], 0, 0, 0);
+       SetMasks(stored.adapters[0], 1, 0, 0);
+       FillHistories(stored.adapters[0], 0, 0, 0);
+       SetMasks(scanned.adapters[0], 0, 0, 0);
      },
      {"~A1"},
      {"CTRL_NORMAL/2 of 11"}},
     {"OneOfTwoBitsCleared",
      [](Records& stored, Records& scanned) {
-       Show(stored.adapters[0], 1, 2, 0);
-       SeenTwice(stored.adapters[0], 0, 2, 0);
-       Show(scanned.adapters[0], 0, 2, 0);
+       SetMasks(stored.adapters[0], 1, 2, 0);
+       FillHistories(stored.adapters[0], 0, 2, 0);
+       SetMasks(scanned.adapters[0], 0, 2, 0);
      },
      {"~A1"},
      {}},
@@ -246,8 +247,8 @@ const Case CASES[] = {
      {}},
     {"Everything",
      [](Records& stored, Records& scanned) {
-       SeenTwice(stored.adapters[1], 1, 0, 0);
-       Show(scanned.adapters[1], 1, 0, 0);
+       FillHistories(stored.adapters[1], 1, 0, 0);
+       SetMasks(scanned.adapters[1], 1, 0, 0);
        scanned.adapters[1].m_StatusReasons = {PI::Value::DETACHED};
        scanned.adapters[0] = Adapter(3);
        scanned.drives[0] = Drive(3);
@@ -259,7 +260,7 @@ const Case CASES[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, EachDifference, testing::ValuesIn(CASES),
-                         [](const auto& each) { return std::string(each.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 TEST(SystemDifference, SetsTimeAndStoredNameInEventsOfAnAdapter) {
   const Records stored = Cards({1});
@@ -289,15 +290,16 @@ TEST(SystemDifference, SetsTheScannedAdapterNameInEventsOfADrive) {
   EXPECT_EQ(event.m_PlaceHolders.at(1), "D1");
 }
 
-// The stored record has the new masks in its histories; the scanned record has the debounced masks.
-TEST(SystemDifference, EntersUnsettledMasksOnlyInTheHistories) {
+// The new masks are only added to the histories of `m_Before`. `m_After` keeps the stored masks,
+// because the new ones are not debounced yet.
+TEST(SystemDifference, RecordsUnsettledMasksOnlyInTheHistories) {
   Records stored = Cards({1});
   CFusionIOAdapter& before = stored.adapters[0];
   before.m_ChangeCount = 5;
-  Show(before, 1, 2, 4);
+  SetMasks(before, 1, 2, 4);
   before.m_FlagHistoryIndex.m_Value = 1;
   Records scanned = stored;
-  Show(scanned.adapters[0], 8, 16, 32);
+  SetMasks(scanned.adapters[0], 8, 16, 32);
   const SystemDifference difference = CompareRecords(stored, scanned);
   ASSERT_THAT(difference.m_ChangedAdapters, SizeIs(1));
   const CFusionIOAdapter& old = difference.m_ChangedAdapters[0].m_Before;
@@ -318,7 +320,7 @@ TEST(SystemDifference, ReusesTheSlotsOfTheHistoriesInTurn) {
   Records stored = Cards({1});
   stored.adapters[0].m_FlagHistoryIndex.m_Value = 2;
   Records scanned = stored;
-  Show(scanned.adapters[0], 1, 0, 0);
+  SetMasks(scanned.adapters[0], 1, 0, 0);
   const SystemDifference difference = CompareRecords(stored, scanned);
   ASSERT_THAT(difference.m_ChangedAdapters, SizeIs(1));
   EXPECT_THAT(difference.m_ChangedAdapters[0].m_Before.m_ErrorHistory.m_Value,
@@ -326,24 +328,24 @@ TEST(SystemDifference, ReusesTheSlotsOfTheHistoriesInTurn) {
   EXPECT_EQ(difference.m_ChangedAdapters[0].m_Before.m_FlagHistoryIndex.m_Value, 0U);
 }
 
-// Two equal masks out of three are not enough, in any order. The mask of the scan is the third.
+// Two equal masks out of three are not enough, whichever one differs. The scan's mask is the third.
 TEST(SystemDifference, KeepsTheStoredMaskUntilThreeAreEqual) {
-  for (const std::size_t odd : {0U, 1U, 2U}) {
+  for (const std::size_t different : {0U, 1U, 2U}) {
     Records stored = Cards({1});
     CFusionIOAdapter& adapter = stored.adapters[0];
-    SeenTwice(adapter, 4, 4, 4);
+    FillHistories(adapter, 4, 4, 4);
     for (auto* history :
          {&adapter.m_ErrorHistory, &adapter.m_WarningHistory, &adapter.m_InfoHistory}) {
-      history->m_Value[odd] = 8;
+      history->m_Value[different] = 8;
     }
     Records scanned = stored;
-    const std::uint64_t mask = odd == 2 ? 8 : 4;
-    Show(scanned.adapters[0], mask, mask, mask);
+    const std::uint64_t mask = different == 2 ? 8 : 4;
+    SetMasks(scanned.adapters[0], mask, mask, mask);
     const SystemDifference difference = CompareRecords(stored, scanned);
     ASSERT_THAT(difference.m_ChangedAdapters, SizeIs(1));
-    EXPECT_EQ(difference.m_ChangedAdapters[0].m_After.m_ErrorFlags, 0U) << odd;
-    EXPECT_EQ(difference.m_ChangedAdapters[0].m_After.m_WarningFlags, 0U) << odd;
-    EXPECT_EQ(difference.m_ChangedAdapters[0].m_After.m_InfoFlags, 0U) << odd;
+    EXPECT_EQ(difference.m_ChangedAdapters[0].m_After.m_ErrorFlags, 0U) << different;
+    EXPECT_EQ(difference.m_ChangedAdapters[0].m_After.m_WarningFlags, 0U) << different;
+    EXPECT_EQ(difference.m_ChangedAdapters[0].m_After.m_InfoFlags, 0U) << different;
     EXPECT_THAT(difference.m_Events, IsEmpty());
   }
 }
@@ -364,16 +366,16 @@ TEST(SystemDifference, FindsTheDriveOfAnAddedAdapterByItsSerialNumber) {
   scanned.adapters.pop_back();
   scanned.drives[1].m_SerialNumber = "S9";
   scanned.drives[2].m_SerialNumber = "S2";
-  EXPECT_THAT(Names(CompareRecords(stored, scanned)), ElementsAre("+A2", "+D3"));
+  EXPECT_THAT(Changes(CompareRecords(stored, scanned)), ElementsAre("+A2", "+D3"));
 }
 
-// A drive that takes over another number is compared with that number.
-TEST(SystemDifference, ComparesADriveWithTheNumberThatItTookOver) {
+// A drive that is assigned another adapter's number is compared with that number.
+TEST(SystemDifference, ComparesADriveWithItsNewNumber) {
   const Records stored = Cards({1});
   Records scanned = Cards({1});
   scanned.adapters.push_back(Adapter(2));
   scanned.adapters[1].m_SerialNumber = "S1";
-  EXPECT_THAT(Names(CompareRecords(stored, scanned)), ElementsAre("+A2", "+D1", "~D1"));
+  EXPECT_THAT(Changes(CompareRecords(stored, scanned)), ElementsAre("+A2", "+D1", "~D1"));
 }
 
 }  // namespace

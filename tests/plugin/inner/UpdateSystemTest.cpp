@@ -3,15 +3,15 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 #include "tests/support/Numbers.h"
 #include "tests/support/RowView.h"
 
 namespace CorvaneTest {
 namespace {
 
-OPEN_MEMBER(UpdateSystemMember, UpdateSystem,
-            unsigned int (Plugin::*)(StoredAdapters& adapters, StoredDrives& drives));
+PRIVATE_MEMBER(UpdateSystemMember, UpdateSystem,
+               unsigned int (Plugin::*)(StoredAdapters& adapters, StoredDrives& drives));
 
 using NAMESPACE_Corvane::CFusionIOAdapter;
 using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
@@ -27,11 +27,11 @@ class UpdateSystem : public testing::Test {
     ASSERT_EQ(m_Host.Initialize(), 0U);
     m_Scanned = Adapters();
     m_ScannedDrives = Drives();
-    m_Host.Watch();
+    m_Host.ClearRecords();
   }
 
   unsigned int Update() {
-    return (ThePlugin().*Open(UpdateSystemMember()))(m_Scanned, m_ScannedDrives);
+    return (ThePlugin().*PointerTo(UpdateSystemMember()))(m_Scanned, m_ScannedDrives);
   }
 
   // Adds an adapter at the second position.
@@ -63,7 +63,7 @@ class UpdateSystem : public testing::Test {
     }
     return texts;
   }
-  Cells LinesOfInsertedDrives() {
+  Cells InsertedDriveLines() {
     Cells lines;
     for (const std::string& line : m_Host.Traces(128)) {
       if (line.rfind("PD (", 0) == 0 && line.find("inserted") != std::string::npos) {
@@ -75,7 +75,7 @@ class UpdateSystem : public testing::Test {
   static Cells SerialNumbers() { return Column(DRIVE_ROWS, "pd_serial_number"); }
 
   OneCard m_Host{PlainCard()};
-  const DatabaseLife m_Database;
+  const ScopedDatabase m_Database;
   StoredAdapters m_Scanned;
   StoredDrives m_ScannedDrives;
 };
@@ -88,7 +88,7 @@ TEST_F(UpdateSystem, AddsTheFirstDriveWithTheAdaptersSerialNumber) {
   AddDrive(2, "NEW", "By its number");
   AddDrive(3, "NEW", "Second match");
   EXPECT_EQ(Update(), 0U);
-  EXPECT_THAT(LinesOfInsertedDrives(), ElementsAre("PD (By its number) inserted to db."));
+  EXPECT_THAT(InsertedDriveLines(), ElementsAre("PD (By its number) inserted to db."));
   EXPECT_THAT(SerialNumbers(), ElementsAre("S100", "NEW"));
   EXPECT_THAT(Events(), ElementsAre("CTRL_PNPADD of 900"));
 }
@@ -110,7 +110,7 @@ TEST_F(UpdateSystem, DoesNotAddADriveOfAnotherSerialNumber) {
   AddDrive(1, "OTHER", "At its position");
   EXPECT_EQ(Update(), 0U);
   EXPECT_THAT(Events(), ElementsAre("CTRL_PNPADD of 900"));
-  EXPECT_THAT(LinesOfInsertedDrives(), IsEmpty());
+  EXPECT_THAT(InsertedDriveLines(), IsEmpty());
   EXPECT_THAT(SerialNumbers(), ElementsAre("S100"));
   EXPECT_THAT(Counts(), ElementsAre("2", "1", "1"));
   ASSERT_EQ(Drives().size(), 2U);

@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "hostkit/Tracing.h"
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -15,23 +15,23 @@ namespace {
 
 using MBX::Threading::CEvent;
 
-OPEN_MEMBER(WorkerMember, Worker, unsigned int (Plugin::*)());
-OPEN_MEMBER(StopRequestMember, m_StopRequest, CEvent Plugin::*);
-OPEN_MEMBER(PrivateEventMember, m_PrivateEvent, CEvent Plugin::*);
+PRIVATE_MEMBER(WorkerMember, Worker, unsigned int (Plugin::*)());
+PRIVATE_MEMBER(StopRequestMember, m_StopRequest, CEvent Plugin::*);
+PRIVATE_MEMBER(PrivateEventMember, m_PrivateEvent, CEvent Plugin::*);
 
 class WorkerException : public testing::Test {
  protected:
-  // The first wait of the worker ends with a request to notify the host, and the second one with
-  // the stop.
+  // The worker's first wait returns because of the private event, so the worker notifies the host.
+  // The second wait returns because of the stop request.
   void SetUp() override {
     ASSERT_EQ(m_Host.Initialize(), 0U);
-    (ThePlugin().*Open(PrivateEventMember())).Set();
+    (ThePlugin().*PointerTo(PrivateEventMember())).Set();
     HostKit::SetTraceSink([](const HostKit::TraceLine& line) {
       if (line.text != "Worker() m_PrivateEvent event received") return;
-      (ThePlugin().*Open(StopRequestMember())).Set();
+      (ThePlugin().*PointerTo(StopRequestMember())).Set();
     });
   }
-  static unsigned int Run() { return (ThePlugin().*Open(WorkerMember()))(); }
+  static unsigned int Run() { return (ThePlugin().*PointerTo(WorkerMember()))(); }
 
   OneCard m_Host;
 };

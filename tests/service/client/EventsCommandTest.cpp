@@ -39,13 +39,13 @@ ClientTest::Behavior Respond(const std::string& request) {
 class EventsCommand : public testing::Test {
  protected:
   // Returns the times of the events that the command shows.
-  std::string Times(const std::vector<std::string>& words) {
+  std::string Times(const std::vector<std::string>& arguments) {
     const auto open = [this](const Console::SessionRequest& request) {
       return std::make_unique<Service::ServiceSession>(m_Service.Socket(), request.m_EventLog,
                                                        request.m_Limits);
     };
-    const auto document =
-        nlohmann::json::parse(Service::RunCommand(Console::AllCommands(), words, m_Stream, open));
+    const auto document = nlohmann::json::parse(
+        Service::RunCommand(Console::AllCommands(), arguments, m_Stream, open));
     std::string times;
     for (const auto& event : document.at("result").at("events")) {
       times += event.at("time").get<std::string>() + "\n";
@@ -54,7 +54,7 @@ class EventsCommand : public testing::Test {
   }
 
   const ClientTest::FakeService m_Service{Respond};
-  const Console::ResultStream m_Stream{true};  // the test prints to standard error
+  const Console::ResultStream m_Stream{true};  // true: redirects test output to standard error
 };
 
 // A second read would lose the events logged in between.

@@ -21,8 +21,8 @@ namespace ClientTest {
 
 // The behavior of the service after a request.
 struct Behavior {
-  std::string m_Bytes;          // sent as the reply
-  bool m_KeepsSilence = false;  // leaves the connection open after the reply
+  std::string m_Bytes;       // sent as the reply
+  bool m_KeepsOpen = false;  // does not close the connection after the reply
 };
 
 inline Behavior Reply(int status, const std::string& type, const std::string& body) {
@@ -60,7 +60,7 @@ class FakeService {
   void Stop() {
     m_IsStopping = true;
     if (m_Thread.joinable()) m_Thread.join();
-    m_Silent.clear();
+    m_OpenConnections.clear();
     m_Listener.Close();
   }
   std::vector<std::string> Requests() const {
@@ -86,7 +86,7 @@ class FakeService {
         m_Requests.push_back(request.substr(0, request.find(" HTTP")));
       }
       Send(connection, behavior.m_Bytes);
-      if (behavior.m_KeepsSilence) m_Silent.push_back(std::move(connection));
+      if (behavior.m_KeepsOpen) m_OpenConnections.push_back(std::move(connection));
     }
   }
 
@@ -125,7 +125,7 @@ class FakeService {
   const Respond m_Respond;
   const TemporaryDirectory m_Directory;
   Base::Descriptor m_Listener;
-  std::vector<Base::Descriptor> m_Silent;
+  std::vector<Base::Descriptor> m_OpenConnections;
   std::atomic<bool> m_IsStopping{false};
   mutable std::mutex m_Lock;
   std::vector<std::string> m_Requests;  // guarded by `m_Lock`

@@ -1,4 +1,5 @@
-// How the console reports a misbehaving service: exit codes and messages.
+// The console's session with a service: requests, notifications, lost connections, and the exit
+// codes and messages for a misbehaving service.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -51,7 +52,7 @@ class ServiceSession : public testing::Test {
   }
   std::string Name() const { return "the service at " + m_pService->Socket().string(); }
 
-  Console::Diagnostics m_Diagnostics{Console::Verbosity::Nothing};
+  Console::Diagnostics m_Diagnostics{Console::Verbosity::Silent};
   Console::EventLogClient m_EventLog{m_Diagnostics};
   Console::TimeLimits m_Limits;
   std::unique_ptr<FakeService> m_pService;
@@ -86,7 +87,7 @@ TEST_F(ServiceSession, ReadsTheTopology) {
   EXPECT_THAT(m_pService->Requests(), ElementsAre("GET /v1/session", "POST /v1/session"));
 }
 
-TEST_F(ServiceSession, ReadsShortlyAfterTheDeadline) {
+TEST_F(ServiceSession, AllowsAReadShortlyAfterTheDeadline) {
   Service::ServiceSession& session = Connect(ClientTest::Json(kTopology));
   session.SetDeadline(Console::Deadline(milliseconds(0)));
   EXPECT_EQ(1U, session.Topology().size());
@@ -134,16 +135,17 @@ const BadReply kBadReplies[] = {
      "SERVICE_REPLY_INVALID", "{} sent an unusable reply: status 404"},
     {"ProblemWithoutId", ClientTest::Json(R"({"status": 503})", 503), ExitCode::Failed,
      "SERVICE_REPLY_INVALID", "{} sent an unusable reply: status 503"},
-    {"Forbidden", ClientTest::Problem(403, "PERMISSION_DENIED", "this user may not read"),
-     ExitCode::Permission, "PERMISSION_DENIED", "this user may not read"},
+    {"Forbidden",
+     ClientTest::Problem(403, "PERMISSION_DENIED", "this user is not permitted to read"),
+     ExitCode::Permission, "PERMISSION_DENIED", "this user is not permitted to read"},
     {"Refused", ClientTest::Problem(409, "RESERVED", "not yours"), ExitCode::Refused, "RESERVED",
      "not yours"},
     {"Down", ClientTest::Problem(503, "PLUGIN_DOWN", "it is not running"), ExitCode::PluginUnusable,
      "PLUGIN_DOWN", "it is not running"},
     {"Busy", ClientTest::Problem(503, "TOO_MANY_CALLS", "too many commands"), ExitCode::Failed,
      "TOO_MANY_CALLS", "too many commands"},
-    {"Late", ClientTest::Problem(504, "TIMED_OUT", "the plug-in does not respond"),
-     ExitCode::TimedOut, "TIMED_OUT", "the plug-in does not respond"},
+    {"Late", ClientTest::Problem(504, "TIMED_OUT", "the plug-in is not responding"),
+     ExitCode::TimedOut, "TIMED_OUT", "the plug-in is not responding"},
     {"Broken", ClientTest::Problem(500, "UNEXPECTED", "an unexpected error"), ExitCode::Failed,
      "UNEXPECTED", "an unexpected error"},
 };
@@ -165,11 +167,11 @@ TEST_P(BadReplies, FailTheFirstRequest) {
   const auto failure =
       FailureOf([&] { Start([](const std::string&) { return GetParam().m_Behavior; }); });
   ASSERT_TRUE(failure);
-  const bool hasOtherText = std::string(GetParam().m_Name) == "NoResult" ||
-                            std::string(GetParam().m_Name) == "AnotherVersion";
+  const bool lacksPlugin = std::string(GetParam().m_Name) == "NoResult" ||
+                           std::string(GetParam().m_Name) == "AnotherVersion";
   EXPECT_EQ(GetParam().m_Code, failure->m_Code);
   EXPECT_EQ(GetParam().m_Id, failure->m_Id);
-  if (hasOtherText) {
+  if (lacksPlugin) {
     EXPECT_THAT(failure->m_Text, HasSubstr("plugin"));
   }
 }
@@ -209,7 +211,7 @@ TEST_F(ServiceSession, GivesUpAtTheDeadline) {
   ASSERT_TRUE(failure);
   EXPECT_EQ(ExitCode::TimedOut, failure->m_Code);
   EXPECT_EQ("TIMED_OUT", failure->m_Id);
-  EXPECT_EQ(Name() + " does not respond", failure->m_Text);
+  EXPECT_EQ(Name() + " is not responding", failure->m_Text);
   EXPECT_THAT(failure->m_Advice,
               ElementsAre("If the service is only slow, pass a longer --timeout."));
 }
@@ -227,7 +229,8 @@ TEST_F(ServiceSession, WarnsThatAChangeMayStillTakeEffect) {
   }
 }
 
-// A kept connection may turn out to be closed. The session repeats a read, but not a change.
+// The service may have closed a kept-alive connection. The session then repeats a read, but not a
+// change.
 TEST_F(ServiceSession, SendsAChangeOnlyOnce) {
   Service::ServiceSession& session = Connect({});
   PI::COperation operation;
@@ -410,7 +413,7 @@ TEST_F(ServiceSession, ReportsALostConnectionWithoutObjects) {
   EXPECT_EQ("SERVICE_ENDED", failure->m_Id);
 }
 
-// The new service has not read its log yet when it replies first.
+// The new service has not read its log yet when it sends its first reply.
 TEST_F(ServiceSession, ResumesAfterTheLastEventOfTheFormerService) {
   int replies = 0;
   Service::ServiceSession& session = Start([&replies](const std::string& request) {

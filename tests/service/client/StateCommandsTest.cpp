@@ -23,7 +23,8 @@ constexpr const char* kKnownCards =
     R"( "name": "Board", "product": "", "pci_address": "", "pci_slot": null,)"
     R"( "size_bytes": null}]})";
 
-// A service that knows one missing card, and has `last` as its reply to the command's own request.
+// Replies like a service that knows one missing card. `last` is the reply to the request that the
+// command itself sends.
 ClientTest::Behavior Respond(const std::string& request, const ClientTest::Behavior& last) {
   const auto starts = [&request](const std::string& text) { return request.rfind(text, 0) == 0; };
   if (starts("GET /v1/session ")) return ClientTest::Json(kSession);
@@ -37,8 +38,9 @@ ClientTest::Behavior Respond(const std::string& request, const ClientTest::Behav
 
 class StateCommand : public testing::Test {
  protected:
-  // Returns the exit code and id of the failure, such as "6 PERMISSION_DENIED".
-  std::string FailureOf(const std::vector<std::string>& words, const ClientTest::Behavior& last) {
+  // Runs a command. Returns the exit code and id of its failure, such as "6 PERMISSION_DENIED".
+  std::string FailureOf(const std::vector<std::string>& arguments,
+                        const ClientTest::Behavior& last) {
     const ClientTest::FakeService service(
         [last](const std::string& request) { return Respond(request, last); });
     const auto open = [&service](const Console::SessionRequest& request) {
@@ -47,7 +49,7 @@ class StateCommand : public testing::Test {
     };
     std::string result;
     try {
-      result = Service::RunCommand(Console::AllCommands(), words, m_Stream, open);
+      result = Service::RunCommand(Console::AllCommands(), arguments, m_Stream, open);
     } catch (const Console::Failure& failure) {
       result = std::to_string(static_cast<int>(failure.m_Code)) + " " + failure.m_Id;
     }
@@ -55,18 +57,18 @@ class StateCommand : public testing::Test {
     return result;
   }
 
-  const Console::ResultStream m_Stream{true};  // the test prints to standard error
+  const Console::ResultStream m_Stream{true};  // true: redirects test output to standard error
   std::vector<std::string> m_Requests;         // of the last command
 };
 
-using Words = std::vector<std::string>;
+using Arguments = std::vector<std::string>;
 
-const Words kAck = {"ack", "S1", "MISSING"};
-const Words kUnack = {"unack", "S1", "MISSING"};
-const Words kForget = {"forget", "S1", "-y"};
-const Words kHistory = {"history", "S1", "read_bytes"};
+const Arguments kAck = {"ack", "S1", "MISSING"};
+const Arguments kUnack = {"unack", "S1", "MISSING"};
+const Arguments kForget = {"forget", "S1", "-y"};
+const Arguments kHistory = {"history", "S1", "read_bytes"};
 
-TEST_F(StateCommand, FailsWithoutPermissionForChanges) {
+TEST_F(StateCommand, FailsIfChangesAreNotPermitted) {
   const auto denied = ClientTest::Problem(403, "PERMISSION_DENIED", "not permitted");
   EXPECT_EQ("6 PERMISSION_DENIED", FailureOf(kAck, denied));
   EXPECT_EQ("6 PERMISSION_DENIED", FailureOf(kUnack, denied));

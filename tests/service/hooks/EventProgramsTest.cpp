@@ -36,7 +36,7 @@ class EventProgramsFixture : public testing::Test {
  protected:
   EventProgramsFixture() {
     m_Settings.m_Directory = m_Directory.Path() / "events.d";
-    m_Settings.m_StateFile = State();
+    m_Settings.m_StateFile = StateFile();
     m_Settings.m_Report = [this](const std::string& text) {
       const std::lock_guard<std::mutex> lock(m_Lock);
       m_Reports.push_back(text);
@@ -45,7 +45,7 @@ class EventProgramsFixture : public testing::Test {
     chmod(m_Settings.m_Directory.c_str(), 0755);
   }
 
-  std::string State() const { return m_Directory.Path() / "state"; }
+  std::string StateFile() const { return m_Directory.Path() / "state"; }
   // Scripts write their output to the directory $OUT.
   void AddScript(const std::string& name, const std::string& body) const {
     WriteScript(m_Settings.m_Directory / name, "OUT=" + m_Directory.Path().string() + "\n" + body);
@@ -191,7 +191,7 @@ TEST_F(EventPrograms, AreKilledOnStop) {
   Stop();
   EXPECT_THAT(Reports(),
               ElementsAre("events.d: program: event 1: killed because the service is stopping"));
-  EXPECT_EQ("1\n", ReadText(State()));  // event 2 is left for the next start
+  EXPECT_EQ("1\n", ReadText(StateFile()));  // event 2 is left for the next start
 }
 
 TEST_F(EventPrograms, MayFinishDuringStop) {
@@ -228,12 +228,12 @@ TEST_F(EventPrograms, DoNotRunForEventsBeyondTheQueue) {
 TEST_F(EventPrograms, SkipOldEvents) {
   Start();
   m_Programs->SkipTo(41);
-  EXPECT_EQ("41\n", ReadText(State()));
+  EXPECT_EQ("41\n", ReadText(StateFile()));
 }
 
 TEST_F(EventPrograms, HaveNoLastNumberIfTheStateFileIsInvalid) {
   for (const char* const text : {"", "x", "-", "99999999999999999999999"}) {
-    WriteText(State(), text);
+    WriteText(StateFile(), text);
     Start();
     EXPECT_EQ(std::nullopt, m_Programs->LastNumber()) << text;
   }

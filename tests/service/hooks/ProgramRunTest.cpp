@@ -33,8 +33,9 @@ class ProgramRunFixture : public testing::Test {
     return run;
   }
 
-  // Whether the process exits within a minute. Its new parent may not have reaped it yet.
-  static bool Ends(const std::string& process) {
+  // Whether the process exits within a minute. A zombie counts, because its new parent may not have
+  // reaped it yet.
+  static bool Exits(const std::string& process) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     while (std::chrono::steady_clock::now() < end) {
       const std::string status = ReadText("/proc/" + process + "/stat");
@@ -108,14 +109,14 @@ TEST_F(ProgramRun, IsKilledAtTheTimeoutWithItsGroup) {
   const auto result = Hooks::Run(run);
   EXPECT_EQ("killed after 1.5 s", result.m_Failure);
   ASSERT_THAT(result.m_Output, HasSubstr("\n"));
-  EXPECT_TRUE(Ends(result.m_Output.substr(0, result.m_Output.find('\n'))));
+  EXPECT_TRUE(Exits(result.m_Output.substr(0, result.m_Output.find('\n'))));
 }
 
 TEST_F(ProgramRun, LeavesNoProcessOfItsGroupBehind) {
   const auto result = Hooks::Run(MakeRun("sleep 1000 & echo $!"));
   EXPECT_EQ("", result.m_Failure);
   ASSERT_THAT(result.m_Output, HasSubstr("\n"));
-  EXPECT_TRUE(Ends(result.m_Output.substr(0, result.m_Output.find('\n'))));
+  EXPECT_TRUE(Exits(result.m_Output.substr(0, result.m_Output.find('\n'))));
 }
 
 TEST_F(ProgramRun, IsKilledWhenTheServiceStops) {

@@ -10,7 +10,7 @@
 
 namespace HooksTest {
 
-// Writes a shell script. Other users can change it only if `mode` lets them.
+// Writes a shell script with this mode, regardless of the umask.
 inline std::filesystem::path WriteScript(const std::filesystem::path& file, const std::string& body,
                                          mode_t mode = 0755) {
   WriteText(file, "#!/bin/sh\n" + body + "\n");

@@ -76,16 +76,16 @@ TEST(Permission, CanBeReplacedWhileTheServerRuns) {
 
 TEST(Permission, IsVisibleToHandlers) {
   const std::vector<Route> routes = {
-      {Method::Get, "/may", Access::Anyone,
+      {Method::Get, "/may-change", Access::Anyone,
        [](const Request& request) { return Text(request.m_MayChange ? "yes" : "no"); }}};
   const TestServer all(routes);
-  EXPECT_EQ("yes", Client(all).Get("/may").m_Body);
-  EXPECT_EQ("no", Client(all, Transport::Tcp).Get("/may").m_Body);
+  EXPECT_EQ("yes", Client(all).Get("/may-change").m_Body);
+  EXPECT_EQ("no", Client(all, Transport::Tcp).Get("/may-change").m_Body);
   const TestServer readers(routes, SettingsOf({{}, getegid(), {}}));
-  EXPECT_EQ("no", Client(readers).Get("/may").m_Body);
+  EXPECT_EQ("no", Client(readers).Get("/may-change").m_Body);
 }
 
-TEST(Permission, IsReportedWhenItIsMissing) {
+TEST(Permission, IsDeniedWithStatus403) {
   const TestServer server(Routes(), SettingsOf({{}, {}, {}}));
   Client client(server);
   EXPECT_EQ("403 PERMISSION_DENIED", client.Get("/read").Short());
@@ -100,7 +100,7 @@ TEST(Permission, IsCheckedBeforeQueryAndBody) {
   EXPECT_EQ("403 PERMISSION_DENIED", client.Send("POST", "/change", "x").Short());
 }
 
-TEST(Permission, CountsSupplementaryGroups) {
+TEST(Permission, IncludesSupplementaryGroups) {
   Peer peer;
   peer.m_User = kStranger;
   peer.m_Group = kStranger;
@@ -112,8 +112,8 @@ TEST(Permission, CountsSupplementaryGroups) {
   EXPECT_FALSE(MayUse({{0}, {}, {}}, Peer(), false));
 }
 
-// Runs `action` on a thread with other credentials and returns its result. Uses system calls,
-// because the C library would change the credentials of all threads.
+// Runs `action` on a thread with the given credentials and returns its result. Uses raw system
+// calls, because the C library's functions change the credentials of all threads.
 template <typename Action>
 auto AsUser(uid_t user, gid_t group, const std::vector<gid_t>& groups, const Action& action) {
   decltype(action()) result = {};
@@ -129,7 +129,7 @@ auto AsUser(uid_t user, gid_t group, const std::vector<gid_t>& groups, const Act
   return result;
 }
 
-TEST(Permission, FollowsThePeerProcess) {
+TEST(Permission, DependsOnThePeerProcess) {
   if (geteuid() != 0) GTEST_SKIP() << "must be run as root, to connect as other users";
   struct {
     const char* m_Name;
@@ -229,10 +229,10 @@ TEST(Tcp, RefusesOtherHosts) {
   };
   for (const auto& each : cases) {
     const std::string lines = "GET /read HTTP/1.1\r\nHost: " + each.m_Host;
-    EXPECT_EQ(each.m_Short, AskRaw(server, lines, Transport::Tcp).Short()) << each.m_Host;
+    EXPECT_EQ(each.m_Short, SendRaw(server, lines, Transport::Tcp).Short()) << each.m_Host;
   }
-  EXPECT_EQ("403 HOST_NOT_ALLOWED", AskRaw(server, "GET /read HTTP/1.0", Transport::Tcp).Short());
-  EXPECT_EQ("200", AskRaw(server, "GET /read HTTP/1.1\r\nHost: evil.example").Short());
+  EXPECT_EQ("403 HOST_NOT_ALLOWED", SendRaw(server, "GET /read HTTP/1.0", Transport::Tcp).Short());
+  EXPECT_EQ("200", SendRaw(server, "GET /read HTTP/1.1\r\nHost: evil.example").Short());
 }
 
 TEST(Tcp, AllowsTheAddressToWhichTheClientConnected) {
@@ -240,7 +240,7 @@ TEST(Tcp, AllowsTheAddressToWhichTheClientConnected) {
   settings.m_Hosts.clear();
   const TestServer server(Routes(), settings);
   const auto ask = [&server](const std::string& host) {
-    return AskRaw(server, "GET /read HTTP/1.1\r\nHost: " + host, Transport::Tcp).Short();
+    return SendRaw(server, "GET /read HTTP/1.1\r\nHost: " + host, Transport::Tcp).Short();
   };
   EXPECT_EQ("200", ask("127.0.0.1"));
   EXPECT_EQ("200", ask(server.Host()));

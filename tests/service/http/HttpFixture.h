@@ -28,7 +28,7 @@ namespace HttpTest {
 
 using std::chrono::milliseconds;
 
-// Longer than any wait takes, so that a broken wait fails instead of hanging.
+// Longer than any successful wait, so that a test fails instead of hanging.
 constexpr milliseconds kTimeout(60000);
 
 // Returns true once `predicate` holds, or false on timeout.
@@ -67,7 +67,7 @@ inline Http::Settings OpenSettings() {
   Http::Settings settings;
   settings.m_Permissions.m_Users = {geteuid()};
   settings.m_Limits.m_CheckInterval = milliseconds(10);
-  settings.m_Limits.m_RequestTime = settings.m_Limits.m_ResponseTime = std::chrono::hours(1);
+  settings.m_Limits.m_RequestTimeout = settings.m_Limits.m_ResponseTimeout = std::chrono::hours(1);
   return settings;
 }
 
@@ -110,9 +110,9 @@ class Client {
     Set(CURLOPT_NOSIGNAL, 1L);
     Set(CURLOPT_PATH_AS_IS, 1L);
     Set(CURLOPT_TIMEOUT_MS, static_cast<long>(kTimeout.count()));
-    Set(CURLOPT_HEADERFUNCTION, &Client::TakeHeader);
+    Set(CURLOPT_HEADERFUNCTION, &Client::OnHeader);
     Set(CURLOPT_HEADERDATA, &m_Result);
-    Set(CURLOPT_WRITEFUNCTION, &Client::TakeBody);
+    Set(CURLOPT_WRITEFUNCTION, &Client::OnBody);
     Set(CURLOPT_WRITEDATA, &m_Result);
     if (transport == Transport::Unix) Set(CURLOPT_UNIX_SOCKET_PATH, server.Socket().c_str());
   }
@@ -172,7 +172,7 @@ class Client {
     return m_Result;
   }
 
-  static size_t TakeHeader(const char* text, size_t, size_t size, Result* result) {
+  static size_t OnHeader(const char* text, size_t, size_t size, Result* result) {
     std::string line(text, size);
     const auto colon = line.find(": ");
     if (colon == line.npos) return size;
@@ -181,7 +181,7 @@ class Client {
     result->m_Headers[name] = line.substr(colon + 2, line.find('\r') - colon - 2);
     return size;
   }
-  static size_t TakeBody(const char* text, size_t, size_t size, Result* result) {
+  static size_t OnBody(const char* text, size_t, size_t size, Result* result) {
     result->m_Body.append(text, size);
     return size;
   }
@@ -283,9 +283,9 @@ class RawClient {
 };
 
 // Sends a request on a separate connection and returns the response. `lines` are the request line
-// and headers without the final line end.
-inline Result AskRaw(const TestServer& server, const std::string& lines,
-                     Transport transport = Transport::Unix) {
+// and headers without the final line break.
+inline Result SendRaw(const TestServer& server, const std::string& lines,
+                      Transport transport = Transport::Unix) {
   RawClient client(server, transport);
   client.Send(lines + "\r\nConnection: close\r\n\r\n");
   return RawClient::Parse(client.ReadToEnd());

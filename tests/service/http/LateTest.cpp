@@ -52,7 +52,7 @@ struct WaitingRequest {
   }
 };
 
-TEST(LateResponse, IsSentWhenComplete) {
+TEST(PendingResponse, IsSentWhenComplete) {
   WaitingRequest request;
   EXPECT_EQ(200, Client(request.m_Server).Get("/text").m_Status);
   EXPECT_FALSE(request.m_Client.HasEnded());
@@ -65,7 +65,7 @@ TEST(LateResponse, IsSentWhenComplete) {
   EXPECT_EQ("a text", RawClient::Parse(request.m_Client.ReadUntil("a text")).m_Body);
 }
 
-TEST(LateResponse, MayBeCompleteBeforeTheHandlerReturns) {
+TEST(PendingResponse, MayBeCompleteBeforeTheHandlerReturns) {
   const TestServer server(Only([](const Request&) {
     Responder responder;
     responder.Complete(MakeResponse(200, "text/plain", "early"));
@@ -74,12 +74,12 @@ TEST(LateResponse, MayBeCompleteBeforeTheHandlerReturns) {
   EXPECT_EQ("early", Client(server).Get("/").m_Body);
 }
 
-TEST(LateResponse, IsAnUnexpectedErrorIfMissing) {
+TEST(PendingResponse, IsAnUnexpectedErrorIfMissing) {
   const TestServer server(Only([](const Request&) { return Responder().Promise(); }));
   EXPECT_EQ("500 UNEXPECTED", Client(server).Get("/").Short());
 }
 
-TEST(LateResponse, IsDroppedIfTheConnectionIsClosed) {
+TEST(PendingResponse, IsDroppedIfTheConnectionIsClosed) {
   WaitingRequest request;
   request.m_Client.Close();
   EXPECT_TRUE(Await([&request] { return request.m_Responder->HasEnded(); }));
@@ -87,7 +87,7 @@ TEST(LateResponse, IsDroppedIfTheConnectionIsClosed) {
   EXPECT_EQ(200, Client(request.m_Server).Get("/text").m_Status);
 }
 
-TEST(LateResponse, ReachesAClientThatHasFinishedSending) {
+TEST(PendingResponse, ReachesAClientThatHasFinishedSending) {
   WaitingRequest request;
   request.m_Client.EndSending();
   std::this_thread::sleep_for(milliseconds(100));  // during several checks of the connection
@@ -95,7 +95,7 @@ TEST(LateResponse, ReachesAClientThatHasFinishedSending) {
   EXPECT_EQ("late", RawClient::Parse(request.m_Client.ReadUntil("late")).m_Body);
 }
 
-TEST(LateResponse, MayComeFromAnyThread) {
+TEST(PendingResponse, CanBeCompletedOnAnyThread) {
   std::vector<std::thread> threads;
   std::mutex lock;
   std::vector<std::thread> workers;
@@ -120,7 +120,7 @@ TEST(LateResponse, MayComeFromAnyThread) {
 }
 
 // Repeated, because the server may stop before or after it starts to wait for the response.
-TEST(LateResponse, IsRefusedWhenTheServerStops) {
+TEST(PendingResponse, IsRefusedWhenTheServerStops) {
   for (int round = 0; round < 20; ++round) {
     WaitingRequest request;
     request.m_Server.Stop();
@@ -280,7 +280,7 @@ TEST(Streaming, AcceptsPartsUpToItsBufferSize) {
   EXPECT_FALSE(other.Send("1"));
 }
 
-// The connection calls Take().
+// The connection calls Take() to send the queued bytes.
 TEST(Streaming, CountsOnlyUnsentBytes) {
   Stream stream(10);
   std::string taken(4, ' ');
@@ -314,7 +314,7 @@ TEST(Streaming, RequestsMoreOfABacklogWhenDrained) {
   EXPECT_EQ(page.size() * kPages, Client(server).Get("/").m_Body.size());
 }
 
-TEST(Streaming, IsLimitedForEachKindOfClient) {
+TEST(Streaming, IsLimitedForEachTransport) {
   Streams streams;
   Http::Settings settings = OpenSettings();
   settings.m_Limits.m_Streams = 2;
@@ -376,18 +376,18 @@ TEST(Streaming, StopsUnderLoad) {
   for (int round = 0; round < 20; ++round) {
     Streams streams(1000);
     auto server = std::make_unique<TestServer>(streams.Routes());
-    std::atomic<bool> isOver{false};
+    std::atomic<bool> isStopped{false};
     std::vector<std::unique_ptr<RawClient>> clients;
     for (int i = 0; i < 10; ++i) {
       clients.push_back(std::make_unique<RawClient>(*server));
       clients.back()->Send(kGet);
     }
     streams.Await(1);
-    std::thread sender([&streams, &isOver] {
-      while (!isOver) streams.Await(1)->Send("x");
+    std::thread sender([&streams, &isStopped] {
+      while (!isStopped) streams.Await(1)->Send("x");
     });
     server->Stop();
-    isOver = true;
+    isStopped = true;
     sender.join();
     EXPECT_GE(streams.Ended(), 1);
   }

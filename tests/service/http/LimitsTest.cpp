@@ -41,14 +41,14 @@ std::string RequestOf(std::size_t bytes) {
   return start + std::string(bytes - start.size() - end.size(), 'x') + end;
 }
 
-std::string ShortAfter(const TestServer& server, const std::string& request) {
+std::string ShortReply(const TestServer& server, const std::string& request) {
   RawClient client(server);
   client.Send(request);
   return RawClient::Parse(client.ReadToEnd()).Short();
 }
 
 TEST(RequestTimeLimit, Is10Seconds) {
-  EXPECT_EQ(milliseconds(10000), Limits().m_RequestTime);
+  EXPECT_EQ(milliseconds(10000), Limits().m_RequestTimeout);
 }
 
 TEST(ConnectionLimit, Is256And16PerAddress) {
@@ -59,15 +59,15 @@ TEST(ConnectionLimit, Is256And16PerAddress) {
 
 TEST(HeaderLimit, Is8KiB) {
   const TestServer server(Routes());
-  EXPECT_EQ("200", ShortAfter(server, RequestOf(8192)));
-  EXPECT_EQ("431 HEADERS_TOO_LARGE", ShortAfter(server, RequestOf(8193)));
-  EXPECT_EQ("431", ShortAfter(server, RequestOf(1000000)));
+  EXPECT_EQ("200", ShortReply(server, RequestOf(8192)));
+  EXPECT_EQ("431 HEADERS_TOO_LARGE", ShortReply(server, RequestOf(8193)));
+  EXPECT_EQ("431", ShortReply(server, RequestOf(1000000)));
 }
 
 TEST(HeaderLimit, IncludesThePath) {
   const TestServer server(Routes());
   const auto ask = [&server](std::size_t size) {
-    return AskRaw(server, "GET /" + std::string(size, 'x') + " HTTP/1.1\r\nHost: x").Short();
+    return SendRaw(server, "GET /" + std::string(size, 'x') + " HTTP/1.1\r\nHost: x").Short();
   };
   EXPECT_EQ("404 NOT_FOUND", ask(8000));
   EXPECT_EQ("431 HEADERS_TOO_LARGE", ask(9000));
@@ -89,9 +89,9 @@ TEST(BodyLimit, Is64KiB) {
 TEST(BodyLimit, IsCheckedBeforeTheBodyIsSent) {
   const TestServer server(Routes());
   const std::string head = "POST /length HTTP/1.1\r\nHost: x\r\nContent-Type: application/json\r\n";
-  EXPECT_EQ("413 BODY_TOO_LARGE", ShortAfter(server, head + "Content-Length: 65537\r\n\r\n"));
+  EXPECT_EQ("413 BODY_TOO_LARGE", ShortReply(server, head + "Content-Length: 65537\r\n\r\n"));
   EXPECT_EQ("413 BODY_TOO_LARGE",
-            ShortAfter(server, head + "Content-Length: 18446744073709551614\r\n\r\n"));
+            ShortReply(server, head + "Content-Length: 18446744073709551614\r\n\r\n"));
 }
 
 // Whether the client gets a response. Because connections may wait before they are accepted, only a
@@ -154,7 +154,7 @@ TEST(ConnectionLimit, PreventsRequestsOfRefusedClients) {
 }
 
 TEST(RequestTimeLimit, ClosesSilentConnections) {
-  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
+  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTimeout = kShort; }));
   for (const Transport transport : {Transport::Unix, Transport::Tcp}) {
     RawClient client(server, transport);
     EXPECT_EQ("", client.ReadToEnd()) << transport;
@@ -163,14 +163,14 @@ TEST(RequestTimeLimit, ClosesSilentConnections) {
 
 // Each byte is activity, so an idle timeout would never close this connection.
 TEST(RequestTimeLimit, ClosesConnectionsWithSlowHeaders) {
-  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
+  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTimeout = kShort; }));
   const RawClient client(server);
   client.Send("GET /text HTTP/1.1\r\nHost: x\r\nX-Fill: ");
   EXPECT_TRUE(Await([&client] { return !client.Send("x"); }));
 }
 
 TEST(RequestTimeLimit, ClosesConnectionsWithSlowBodies) {
-  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
+  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTimeout = kShort; }));
   const RawClient client(server);
   client.Send(
       "POST /length HTTP/1.1\r\nHost: x\r\nContent-Type: application/json\r\n"
@@ -179,7 +179,7 @@ TEST(RequestTimeLimit, ClosesConnectionsWithSlowBodies) {
 }
 
 TEST(RequestTimeLimit, ClosesConnectionsBetweenRequests) {
-  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTime = kShort; }));
+  const TestServer server(Routes(), With([](Limits& limits) { limits.m_RequestTimeout = kShort; }));
   RawClient client(server);
   client.Send("GET /text HTTP/1.1\r\nHost: x\r\n\r\n");
   EXPECT_EQ(200, RawClient::Parse(client.ReadToEnd()).m_Status);
@@ -197,7 +197,8 @@ TEST(RequestTimeLimit, KeepsConnectionsWithinIt) {
 }
 
 TEST(ResponseTimeLimit, ClosesConnectionsThatDoNotRead) {
-  const TestServer server(Routes(), With([](Limits& limits) { limits.m_ResponseTime = kShort; }));
+  const TestServer server(Routes(),
+                          With([](Limits& limits) { limits.m_ResponseTimeout = kShort; }));
   RawClient client(server);
   client.Send("GET /long HTTP/1.1\r\nHost: x\r\n\r\n");
   // Reads only after the server has closed the connection.

@@ -64,7 +64,7 @@ TEST(ListenUnix, SetsTheGivenGroup) {
   EXPECT_EQ(0U, StatusOf(path).st_uid);
 }
 
-TEST(ListenUnix, ReplacesASocketThatNoProcessServes) {
+TEST(ListenUnix, ReplacesAStaleSocket) {
   const TemporaryDirectory directory;
   const std::string path = directory.Path() / "socket";
   ListenUnix(path, 0600, std::nullopt).Close();
@@ -130,7 +130,7 @@ TEST(Sockets, HaveNames) {
   EXPECT_EQ("", Http::NameOf(Base::Descriptor(dup(STDERR_FILENO))));
 }
 
-// Returns the name of a Unix socket bound to the path without a NUL at its end.
+// Binds a Unix socket to the path without a terminating NUL, and returns the socket's name.
 std::string NameOfBound(const std::string& path) {
   sockaddr_un address = {};
   address.sun_family = AF_UNIX;
@@ -165,7 +165,7 @@ TEST(Sockets, WriteIPv6AddressesInBrackets) {
   try {
     all = ListenTcp("::", 0);
   } catch (const std::system_error& error) {
-    GTEST_SKIP() << "no IPv6 here: " << error.what();
+    GTEST_SKIP() << "IPv6 is unavailable: " << error.what();
   }
   EXPECT_EQ("[::]:" + std::to_string(PortOf(all)), Http::NameOf(all));
   EXPECT_FALSE(Http::IsLocal(all));

@@ -32,7 +32,7 @@ const Router& Cards() {
 }
 
 // Renders the match as "PATH serial=a", "405 GET, HEAD" or "404".
-std::string Found(const std::string& method, const std::vector<std::string>& segments) {
+std::string MatchText(const std::string& method, const std::vector<std::string>& segments) {
   const Router::Match match = Cards().Find(MethodOf(method), segments);
   if (match.m_Allowed.empty()) return "404";
   if (match.m_Route == nullptr) return "405 " + match.m_Allowed;
@@ -73,7 +73,8 @@ TEST(Router, FindsTheFirstMatchingRoute) {
       {"GET", {"cards", "A1", "drives"}, "404"},
   };
   for (const auto& each : cases) {
-    EXPECT_EQ(each.m_Found, Found(each.m_Method, each.m_Segments)) << each.m_Found;
+    EXPECT_EQ(each.m_Found, MatchText(each.m_Method, each.m_Segments))
+        << each.m_Method << " " << testing::PrintToString(each.m_Segments);
   }
 }
 

@@ -1,4 +1,4 @@
-// Responses of the HTTP server, also when handlers fail.
+// Responses of the HTTP server, including those to requests whose handlers fail.
 
 #include <stdexcept>
 
@@ -210,8 +210,8 @@ TEST(HttpServer, HidesExceptionsOfHandlers) {
     EXPECT_EQ("200", client.Get("/text").Short()) << path;
   }
   server.Stop();
-  EXPECT_THAT(failures, testing::ElementsAre("a secret", "unknown exception",
-                                             "header that cannot be sent: X-Split"));
+  EXPECT_THAT(failures,
+              testing::ElementsAre("a secret", "unknown exception", "invalid header: X-Split"));
 }
 
 TEST(HttpServer, SendsLongResponses) {
@@ -228,7 +228,7 @@ TEST(HttpServer, RefusesMalformedRequests) {
     std::string m_Short;
   } const cases[] = {
       {"GET /text HTTP/1.1" + host, "200"},
-      {"GET /text HTTP/1.1", "400"},  // no host
+      {"GET /text HTTP/1.1", "400"},  // no Host header
       {"GET /te\xff HTTP/1.1" + host, "400 PATH_INVALID"},
       {"GET /cards/a?limit=\xff HTTP/1.1" + host, "400 QUERY_INVALID"},
       {"GET /text HTTP/1.1" + host + "\r\nLast-Event-ID: \xff", "400 HEADER_INVALID"},
@@ -240,7 +240,7 @@ TEST(HttpServer, RefusesMalformedRequests) {
       {"POST /cards HTTP/1.1" + host + "\r\nContent-Length: 99999999999999999999", "413"},
   };
   for (const auto& each : cases) {
-    EXPECT_EQ(each.m_Short, AskRaw(server, each.m_Lines).Short()) << each.m_Lines;
+    EXPECT_EQ(each.m_Short, SendRaw(server, each.m_Lines).Short()) << each.m_Lines;
   }
 }
 
@@ -250,7 +250,7 @@ TEST(HttpServer, RefusesNulInPathAndQuery) {
   using std::string_literals::operator""s;
   for (const std::string& target : {"/text\0"s, "/text\0x"s, "/cards/a?limit=1\0x"s, "/\0/text"s}) {
     const std::string lines = "GET " + target + " HTTP/1.1\r\nHost: x";
-    EXPECT_EQ("400 PATH_INVALID", AskRaw(server, lines).Short()) << target;
+    EXPECT_EQ("400 PATH_INVALID", SendRaw(server, lines).Short()) << target;
   }
 }
 

@@ -16,8 +16,8 @@ class Acknowledgments : public StateTest::StoreTest {
     return m_Store.Acknowledge({serial, reason, "anna", kStart, until, "fan ordered"});
   }
 
-  // The acknowledgments in effect at a time: "S0 MISSING, S1 FLASHBACK".
-  std::string At(std::uint64_t nowMs) {
+  // Returns the acknowledgments in effect at `nowMs`: "S0 MISSING, S1 FLASHBACK".
+  std::string ActiveAt(std::uint64_t nowMs) {
     std::string text;
     for (const Acknowledgment& each : m_Store.Acknowledgments(nowMs)) {
       text += (text.empty() ? "" : ", ") + each.m_SerialNumber + " " + each.m_Reason;
@@ -26,7 +26,7 @@ class Acknowledgments : public StateTest::StoreTest {
   }
 };
 
-TEST_F(Acknowledgments, KeepAllFields) {
+TEST_F(Acknowledgments, KeepAllFieldsAcrossARestart) {
   EXPECT_EQ(Acknowledge("S0", "TEMPERATURE_ABOVE_WARN", kStart + kHour), AcknowledgeResult::Done);
   RestartService();
   const auto all = m_Store.Acknowledgments(kStart);
@@ -42,20 +42,20 @@ TEST_F(Acknowledgments, KeepAllFields) {
 TEST_F(Acknowledgments, ExpireAtTheirExpiryTime) {
   Acknowledge("S0", "FLASHBACK", kStart + kHour);
   Acknowledge("S1", "MISSING");
-  EXPECT_EQ(At(kStart + kHour - 1), "S0 FLASHBACK, S1 MISSING");
-  EXPECT_EQ(At(kStart + kHour), "S1 MISSING");
-  EXPECT_EQ(At(kStart), "S0 FLASHBACK, S1 MISSING");  // after the clock was set back
+  EXPECT_EQ(ActiveAt(kStart + kHour - 1), "S0 FLASHBACK, S1 MISSING");
+  EXPECT_EQ(ActiveAt(kStart + kHour), "S1 MISSING");
+  EXPECT_EQ(ActiveAt(kStart), "S0 FLASHBACK, S1 MISSING");  // after the clock was set back
 }
 
 TEST_F(Acknowledgments, NeverExpireAtTheMaximumExpiryTime) {
   Acknowledge("S0", "FLASHBACK", 18446744073709551615U);
-  EXPECT_EQ(At(9223372036854775806U), "S0 FLASHBACK");
+  EXPECT_EQ(ActiveAt(9223372036854775806U), "S0 FLASHBACK");
 }
 
 TEST_F(Acknowledgments, ReplaceEarlierAcknowledgments) {
   Acknowledge("S0", "FLASHBACK", kStart + kHour);
   Acknowledge("S0", "FLASHBACK");
-  EXPECT_EQ(At(kStart + 2 * kHour), "S0 FLASHBACK");
+  EXPECT_EQ(ActiveAt(kStart + 2 * kHour), "S0 FLASHBACK");
 }
 
 TEST_F(Acknowledgments, AreRemoved) {
@@ -63,7 +63,7 @@ TEST_F(Acknowledgments, AreRemoved) {
   EXPECT_FALSE(m_Store.Unacknowledge("S0", "MISSING", kStart));
   EXPECT_TRUE(m_Store.Unacknowledge("S0", "FLASHBACK", kStart));
   EXPECT_FALSE(m_Store.Unacknowledge("S0", "FLASHBACK", kStart));
-  EXPECT_EQ(At(kStart), "");
+  EXPECT_EQ(ActiveAt(kStart), "");
 }
 
 TEST_F(Acknowledgments, CannotBeRemovedAfterTheyExpire) {
@@ -87,16 +87,16 @@ TEST_F(Acknowledgments, AreRemovedWithTheirCard) {
   Record(kStart + 1, {});
   m_Store.Forget("S0");
   Record(kStart + 2, CardsOf({"S0"}));
-  EXPECT_EQ(At(kStart), "S1 MISSING");
+  EXPECT_EQ(ActiveAt(kStart), "S1 MISSING");
 }
 
 TEST_F(Acknowledgments, KeepStringsUnchanged) {
-  const std::string odd("a'b\"c; DROP TABLE host_state\xff\0d", 31);
-  m_Store.Acknowledge({"S0", "MISSING", odd, kStart, std::nullopt, odd});
+  const std::string unusual("a'b\"c; DROP TABLE host_state\xff\0d", 31);
+  m_Store.Acknowledge({"S0", "MISSING", unusual, kStart, std::nullopt, unusual});
   const auto all = m_Store.Acknowledgments(kStart);
   ASSERT_EQ(all.size(), 1U);
-  EXPECT_EQ(all[0].m_User, odd);
-  EXPECT_EQ(all[0].m_Note, odd);
+  EXPECT_EQ(all[0].m_User, unusual);
+  EXPECT_EQ(all[0].m_Note, unusual);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ using StateTest::Card;
 
 namespace V = PI::Value;
 
-// Repeated here instead of being taken from the tables under test.
+// Hard-coded, so that the test does not rely on the tables under test.
 constexpr std::uint32_t kFlashback = 10965;
 constexpr std::uint32_t kWarm = 10967;
 constexpr std::uint32_t kPowerRegulation = 10972;
@@ -46,7 +46,7 @@ Card WithLayout(unsigned long sizeMiB, unsigned long sectorSize) {
 }
 
 // Renders events as "10967 S1, 11094 S2".
-std::string Texts(const std::vector<Service::StateEvent>& events) {
+std::string Render(const std::vector<Service::StateEvent>& events) {
   std::string text;
   for (const Service::StateEvent& event : events) {
     text += (text.empty() ? "" : ", ") + std::to_string(event.m_Event.m_EventID) + " " +
@@ -55,7 +55,7 @@ std::string Texts(const std::vector<Service::StateEvent>& events) {
   return text;
 }
 
-// Renders the events with these numbers of card S1 in the same way.
+// Renders events of card S1 with these IDs in the same way.
 std::string OfS1(const std::vector<std::uint32_t>& numbers) {
   std::string text;
   for (const std::uint32_t number : numbers) {
@@ -134,7 +134,7 @@ const std::vector<Case>& Cases() {
 TEST(EventsBetween, ReportsChanges) {
   for (const Case& each : Cases()) {
     const auto events = EventsBetween(StatesOf(each.m_Before), StatesOf(each.m_Now), 5000);
-    EXPECT_EQ(Texts(events), each.m_Events) << each.m_Name;
+    EXPECT_EQ(Render(events), each.m_Events) << each.m_Name;
     for (const Service::StateEvent& event : events) EXPECT_EQ(event.m_Event.m_Time, 5000U);
   }
 }
@@ -167,7 +167,7 @@ TEST(EventsBetween, HasTheSeveritiesOfThePlugin) {
   const auto before = StatesOf({With({V::ATTACHED}), With({}, "S2")});
   const auto events = EventsBetween(
       before, StatesOf({With({V::DETACHED, V::FLASHBACK, V::TEMPERATURE_ABOVE_WARN})}), 1);
-  ASSERT_EQ(Texts(events), "11094 S2, 10965 S1, 10967 S1, 10984 S1");
+  ASSERT_EQ(Render(events), "11094 S2, 10965 S1, 10967 S1, 10984 S1");
   EXPECT_EQ(events[0].m_Event.m_Severity, PI::SEVERITY_WARNING);
   EXPECT_EQ(events[1].m_Event.m_Severity, PI::SEVERITY_ERROR);
   EXPECT_EQ(events[2].m_Event.m_Severity, PI::SEVERITY_WARNING);
@@ -181,7 +181,7 @@ TEST(StatesOf, OmitsCardsWithoutASerialNumber) {
 
 class MissingEvents : public testing::Test {
  protected:
-  void Event(std::uint32_t number, const char* serial = "S1") {
+  void LogEvent(std::uint32_t number, const char* serial = "S1") {
     HostKit::LoggedEvent event{};
     event.m_EventID = number;
     event.m_SerialNumber = serial;
@@ -194,7 +194,7 @@ class MissingEvents : public testing::Test {
   // Returns the events that would be logged if the service were killed now and found these cards
   // after its restart.
   std::string Missing(const std::vector<Card>& cards) const {
-    return Texts(EventsBetween(m_Logged, StatesOf(cards), 1));
+    return Render(EventsBetween(m_Logged, StatesOf(cards), 1));
   }
 
   CardStates m_Logged = StatesOf({With({V::ATTACHED})});
@@ -202,29 +202,29 @@ class MissingEvents : public testing::Test {
 };
 
 TEST_F(MissingEvents, DoNotIncludeALoggedReason) {
-  Event(kWarm);
+  LogEvent(kWarm);
   EXPECT_EQ(Missing({With({V::ATTACHED, V::TEMPERATURE_ABOVE_WARN})}), "");
-  Event(kNormal);
+  LogEvent(kNormal);
   EXPECT_EQ(Missing({With({V::ATTACHED})}), "");
   EXPECT_EQ(Missing({With({V::ATTACHED, V::TEMPERATURE_ABOVE_WARN})}), OfS1({kWarm}));
 }
 
 TEST_F(MissingEvents, TreatAttachedAndDetachedAsExclusive) {
-  Event(kDetached);
+  LogEvent(kDetached);
   EXPECT_EQ(Missing({With({V::DETACHED})}), "");
   EXPECT_EQ(Missing({With({V::ATTACHED})}), OfS1({kAttached}));
-  Event(kAttached);
+  LogEvent(kAttached);
   EXPECT_EQ(Missing({With({V::ATTACHED})}), "");
 }
 
 TEST_F(MissingEvents, IncludeTheReturnOfARemovedCard) {
-  Event(kRemoved);
+  LogEvent(kRemoved);
   EXPECT_EQ(Missing({}), "");
   EXPECT_EQ(Missing({With({V::ATTACHED})}), OfS1({kAdded}));
 }
 
 TEST_F(MissingEvents, DoNotIncludeTheFirstReasonsOfAnAddedCard) {
-  Event(kAdded, "S2");
+  LogEvent(kAdded, "S2");
   EXPECT_EQ(Missing({With({V::ATTACHED}), With({V::FLASHBACK}, "S2")}), "");
   Observe(1000, {With({V::ATTACHED}), With({V::FLASHBACK}, "S2")});
   EXPECT_EQ(Missing({With({V::ATTACHED}), With({V::FLASHBACK}, "S2")}), "");
@@ -236,9 +236,9 @@ TEST_F(MissingEvents, IncludeAnObservedReasonThatWasNotLogged) {
   EXPECT_EQ(Missing({With({V::ATTACHED, V::FLASHBACK})}), OfS1({kFlashback}));
 }
 
-TEST_F(MissingEvents, IncludeAReasonThatReturnsAfterAMinute) {
-  Event(kFlashback);
-  Event(kWarm);
+TEST_F(MissingEvents, IncludeAReasonThatReappearsAfterAMinute) {
+  LogEvent(kFlashback);
+  LogEvent(kWarm);
   Observe(1000, {With({V::FLASHBACK})});
   Observe(60999, {With({V::FLASHBACK})});
   EXPECT_EQ(Missing({With({V::FLASHBACK, V::TEMPERATURE_ABOVE_WARN})}), "");
@@ -246,32 +246,32 @@ TEST_F(MissingEvents, IncludeAReasonThatReturnsAfterAMinute) {
   EXPECT_EQ(Missing({With({V::FLASHBACK, V::TEMPERATURE_ABOVE_WARN})}), OfS1({kWarm}));
 }
 
-TEST_F(MissingEvents, DoNotIncludeAReasonThatReturnsWithinAMinute) {
-  Event(kFlashback);
+TEST_F(MissingEvents, DoNotIncludeAReasonThatReappearsWithinAMinute) {
+  LogEvent(kFlashback);
   Observe(1000, {With({})});
   Observe(50000, {With({V::FLASHBACK})});
   Observe(62000, {With({})});
   EXPECT_EQ(Missing({With({V::FLASHBACK})}), "");
 }
 
-TEST_F(MissingEvents, IncludeTheAttachmentOfABusyCard) {
+TEST_F(MissingEvents, IncludeTheAttachOfABusyCard) {
   Observe(1000, {With({})});
   EXPECT_EQ(Missing({With({V::ATTACHED})}), OfS1({kAttached}));
 }
 
-TEST_F(MissingEvents, DoNotIncludeALoggedFormat) {
+TEST_F(MissingEvents, DoNotIncludeALoggedFormatChange) {
   m_Logged = StatesOf({WithLayout(1000, 512)});
   Observe(1000, {WithLayout(2000, 512)});
   EXPECT_EQ(Missing({WithLayout(2000, 512)}), OfS1({kFormatChanged}));
-  Event(kFormatChanged);
+  LogEvent(kFormatChanged);
   Observe(2000, {WithLayout(2000, 512)});
   EXPECT_EQ(Missing({WithLayout(2000, 512)}), "");
   EXPECT_EQ(Missing({WithLayout(1000, 512)}), OfS1({kFormatChanged}));
 }
 
 TEST_F(MissingEvents, IgnoreEventsOfUnknownObjects) {
-  Event(kWarm, "");
-  Event(kWarm, "S9");
+  LogEvent(kWarm, "");
+  LogEvent(kWarm, "S9");
   EXPECT_EQ(m_Logged.size(), 1U);
   EXPECT_EQ(Missing({With({V::ATTACHED})}), "");
 }

@@ -7,11 +7,11 @@ namespace {
 
 namespace P = PI::Property;
 
-constexpr std::uint64_t kPlugin = 0x0130000000000000UL;
+constexpr std::uint64_t kPluginId = 0x0130000000000000UL;
 
 template <class Number>
-void Add(PI::CObject& object, PI::_PROPERTY_ID id, const std::optional<Number>& number,
-         std::optional<PI::_UNITS> units) {
+void AddNumber(PI::CObject& object, PI::_PROPERTY_ID id, const std::optional<Number>& number,
+               std::optional<PI::_UNITS> units) {
   if (!number) return;
   PI::CProperty property(id, false);
   property.SetValue(*number);
@@ -25,9 +25,9 @@ void AddText(PI::CObject& object, PI::_PROPERTY_ID id, const std::string& text) 
   object.m_Properties.push_back(property);
 }
 
-PI::CObject Adapter(const Card& card, std::size_t number) {
+PI::CObject MakeAdapter(const Card& card, std::size_t number) {
   PI::CObject object;
-  object.m_ID = kPlugin + 2 * number + 1;
+  object.m_ID = kPluginId + 2 * number + 1;
   object.m_ObjectType = PI::OBJECT_ADAPTER;
   AddText(object, P::NAME, "Card " + card.m_Serial);
   AddText(object, P::SERIAL_NUMBER, card.m_Serial);
@@ -35,24 +35,24 @@ PI::CObject Adapter(const Card& card, std::size_t number) {
   std::vector<int> values = card.m_Reasons, allowed = card.m_Reasons;
   reasons.SetValue(values, allowed);
   object.m_Properties.push_back(reasons);
-  Add(object, P::CHIP_TEMPERATURE, card.m_Celsius, PI::UNITS_DEGREES_CELSIUS);
-  Add(object, P::REMAINING_RESERVE_SPACE, card.m_ReservePercent, PI::UNITS_PERCENT);
-  Add(object, P::RATED_ENDURANCE_PERCENT, card.m_EndurancePercent, PI::UNITS_PERCENT);
-  Add(object, P::BYTES_WRITTEN, card.m_Written, PI::UNITS_BYTES);
-  Add(object, P::BYTES_READ, card.m_Read, PI::UNITS_BYTES);
-  Add(object, P::SLOT_POWER, card.m_Watts, PI::UNITS_WATTS);
-  Add(object, P::PCI_SLOT, card.m_Slot, std::nullopt);
+  AddNumber(object, P::CHIP_TEMPERATURE, card.m_Celsius, PI::UNITS_DEGREES_CELSIUS);
+  AddNumber(object, P::REMAINING_RESERVE_SPACE, card.m_ReservePercent, PI::UNITS_PERCENT);
+  AddNumber(object, P::RATED_ENDURANCE_PERCENT, card.m_EndurancePercent, PI::UNITS_PERCENT);
+  AddNumber(object, P::BYTES_WRITTEN, card.m_BytesWritten, PI::UNITS_BYTES);
+  AddNumber(object, P::BYTES_READ, card.m_BytesRead, PI::UNITS_BYTES);
+  AddNumber(object, P::SLOT_POWER, card.m_Watts, PI::UNITS_WATTS);
+  AddNumber(object, P::PCI_SLOT, card.m_Slot, std::nullopt);
   return object;
 }
 
-PI::CObject Drive(const Card& card, const PI::CObject& adapter) {
+PI::CObject MakeDrive(const Card& card, const PI::CObject& adapter) {
   PI::CObject object;
   object.m_ID = adapter.m_ID + 1;
   object.m_ObjectType = PI::OBJECT_PHYSICAL_DRIVE;
   object.m_Parents = {adapter.m_ID};
   AddText(object, P::NAME, "Drive " + card.m_Serial);
-  Add(object, P::FORMATTED_SIZE, std::optional(card.m_SizeMiB), PI::UNITS_MEGABYTES);
-  Add(object, P::BLOCK_SIZE, std::optional(card.m_SectorSize), PI::UNITS_BYTES);
+  AddNumber(object, P::FORMATTED_SIZE, std::optional(card.m_SizeMiB), PI::UNITS_MEGABYTES);
+  AddNumber(object, P::BLOCK_SIZE, std::optional(card.m_SectorSize), PI::UNITS_BYTES);
   return object;
 }
 
@@ -60,12 +60,12 @@ PI::CObject Drive(const Card& card, const PI::CObject& adapter) {
 
 std::vector<PI::CObject> Objects(const std::vector<Card>& cards) {
   PI::CObject plugin;
-  plugin.m_ID = kPlugin;
+  plugin.m_ID = kPluginId;
   plugin.m_ObjectType = PI::OBJECT_PLUGIN;
   std::vector<PI::CObject> objects = {plugin};
-  for (std::size_t i = 0; i < cards.size(); ++i) objects.push_back(Adapter(cards[i], i));
+  for (std::size_t i = 0; i < cards.size(); ++i) objects.push_back(MakeAdapter(cards[i], i));
   for (std::size_t i = 0; i < cards.size(); ++i) {
-    objects.push_back(Drive(cards[i], objects[i + 1]));
+    objects.push_back(MakeDrive(cards[i], objects[i + 1]));
   }
   return objects;
 }

@@ -18,8 +18,8 @@ struct Card {
   std::optional<float> m_Celsius;
   std::optional<float> m_ReservePercent;
   std::optional<float> m_EndurancePercent;
-  std::optional<unsigned long> m_Written;
-  std::optional<unsigned long> m_Read;
+  std::optional<unsigned long> m_BytesWritten;
+  std::optional<unsigned long> m_BytesRead;
   std::optional<float> m_Watts;
   std::optional<unsigned long> m_Slot;
   unsigned long m_SizeMiB = 0;  // 0 if unknown

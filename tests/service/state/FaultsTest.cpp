@@ -1,4 +1,4 @@
-// Faults of the state's database file. The state must work again after the fault is removed.
+// Faults of the state's database file. The store must recover once the fault is removed.
 #include <fstream>
 
 #include "hostkit/Database.h"
@@ -79,7 +79,7 @@ TEST_F(StateStoreFaults, ReplacesARemovedFile) {
   EXPECT_EQ(OtherProgram(File()).Run("SELECT COUNT(*) FROM host_known_cards"), "2");
 }
 
-TEST_F(StateStoreFaults, ReplacesARemovedFileWithoutItsLog) {
+TEST_F(StateStoreFaults, ReplacesARemovedFileWhoseLogRemains) {
   std::filesystem::remove(File());
   EXPECT_EQ(RecordNextMinute({"S5"}), "");
   EXPECT_EQ(ReadKnownCards(), "a0 S5");

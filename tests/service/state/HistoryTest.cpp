@@ -32,9 +32,9 @@ class History : public StateTest::StoreTest {
     return {serial, Service::FindHistoryField(field), from, to, step};
   }
 
-  // Renders each point as "0:00 48.2", with hours and minutes since `kStart`, or as "0:00
-  // 40..50 ~45" (minimum, maximum, mean).
-  static std::string Texts(const HistorySeries& series) {
+  // Renders each point as hours and minutes since `kStart`, followed by its value, or by minimum,
+  // maximum and mean if it combines different values: "0:00 48.2, 0:03 40..50 ~45".
+  static std::string Render(const HistorySeries& series) {
     std::string text;
     for (const auto& point : series.m_Points) {
       const auto minutes = static_cast<std::int64_t>(point.m_Time - kStart) / 60000;
@@ -48,7 +48,7 @@ class History : public StateTest::StoreTest {
 
   std::string Read(const char* field, std::uint64_t from = kStart,
                    std::uint64_t to = kStart + 1000 * kDay, std::uint64_t step = 0) {
-    return Texts(m_Store.History(Query(field, from, to, step)).value());
+    return Render(m_Store.History(Query(field, from, to, step)).value());
   }
 
   std::string Cell(const std::string& sql) { return OtherProgram(File()).Run(sql); }
@@ -66,8 +66,8 @@ TEST_F(History, HasSixFields) {
   Card card = Warm(51.7F);
   card.m_ReservePercent = 99;
   card.m_EndurancePercent = 16.25F;
-  card.m_Written = 123456789012345UL;
-  card.m_Read = 0UL;
+  card.m_BytesWritten = 123456789012345UL;
+  card.m_BytesRead = 0UL;
   card.m_Watts = 9.9F;
   Record(kStart, {card});
   EXPECT_EQ(Read("temperature_celsius"), "0:00 51.7");
@@ -123,12 +123,12 @@ TEST_F(History, SummarizesAnHour) {
   Card card = Warm(40);
   card.m_ReservePercent = 98;
   card.m_EndurancePercent = 10;
-  card.m_Written = 1000UL;
+  card.m_BytesWritten = 1000UL;
   Record(kStart + 58 * kMinute, {card});
   card.m_Celsius = 47;
   card.m_ReservePercent = 97;
   card.m_EndurancePercent = 11;
-  card.m_Written = 500UL;  // the card was replaced
+  card.m_BytesWritten = 500UL;  // the card was replaced
   Record(kStart + 59 * kMinute, {card});
   EXPECT_EQ(Cell("SELECT COUNT(*) FROM host_history_hours"), "0");
   Record(kStart + 60 * kMinute, {card});
@@ -200,8 +200,9 @@ TEST_F(History, IsRemovedWithItsCard) {
   EXPECT_EQ(Cell("SELECT COUNT(*) FROM host_history_minutes"), "1");
   EXPECT_EQ(Cell("SELECT COUNT(*) FROM host_history_hours"), "0");
   Record(kStart + 3 * kHour, {Warm(71, "S1")});
-  EXPECT_EQ(Texts(m_Store.History(Query("temperature_celsius", 0, kStart + kDay, 0, "S1")).value()),
-            "1:01 70, 3:00 71");
+  EXPECT_EQ(
+      Render(m_Store.History(Query("temperature_celsius", 0, kStart + kDay, 0, "S1")).value()),
+      "1:01 70, 3:00 71");
 }
 
 std::vector<HistoryValue> Minutes(std::size_t count) {

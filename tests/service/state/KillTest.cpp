@@ -15,8 +15,9 @@ using namespace std::chrono_literals;
 
 class KilledService : public StateTest::StoreTest {
  protected:
-  // Starts a service that writes, and kills it `after` that time from its first recorded minute.
-  void RunAndKill(int day, bool hasFlashback, std::chrono::milliseconds after) {
+  // Starts a program that records observations, and kills it `delay` after the first minute that it
+  // has recorded.
+  void RunAndKill(int day, bool hasFlashback, std::chrono::milliseconds delay) {
     const std::string before = Minutes();
     std::string program = STATE_WRITER, start = std::to_string(day),
                 state = hasFlashback ? "flashback" : "";
@@ -27,7 +28,7 @@ class KilledService : public StateTest::StoreTest {
     while (Minutes() == before && std::chrono::steady_clock::now() < end) {
       std::this_thread::sleep_for(1ms);
     }
-    std::this_thread::sleep_for(after);
+    std::this_thread::sleep_for(delay);
     kill(process, SIGKILL);
     int status = 0;
     waitpid(process, &status, 0);
@@ -35,22 +36,22 @@ class KilledService : public StateTest::StoreTest {
     EXPECT_NE(Minutes(), before);
   }
 
-  std::string InFile(const std::string& sql) { return OtherProgram(File()).Run(sql); }
+  std::string RunSql(const std::string& sql) { return OtherProgram(File()).Run(sql); }
   std::string Minutes() {
-    return InFile("SELECT value FROM host_state WHERE name = 'next_minute'");
+    return RunSql("SELECT value FROM host_state WHERE name = 'next_minute'");
   }
 
   // Expects eight cards in every minute and every hour.
   void ExpectComplete() {
-    EXPECT_EQ(InFile("PRAGMA integrity_check"), "ok");
+    EXPECT_EQ(RunSql("PRAGMA integrity_check"), "ok");
     EXPECT_EQ(
-        InFile("SELECT COUNT(*) = 8 * MIN(2880, " + Minutes() + ") FROM host_history_minutes"),
+        RunSql("SELECT COUNT(*) = 8 * MIN(2880, " + Minutes() + ") FROM host_history_minutes"),
         "1");
-    EXPECT_EQ(InFile("SELECT time FROM host_history_hours GROUP BY time HAVING COUNT(*) <> 8"), "");
-    EXPECT_EQ(InFile("SELECT SUM(samples) = 8 * value FROM host_history_hours, host_state "
+    EXPECT_EQ(RunSql("SELECT time FROM host_history_hours GROUP BY time HAVING COUNT(*) <> 8"), "");
+    EXPECT_EQ(RunSql("SELECT SUM(samples) = 8 * value FROM host_history_hours, host_state "
                      "WHERE name = 'next_hour_minute'"),
               "1");
-    EXPECT_EQ(InFile("SELECT MIN(hours) = MAX(hours), COUNT(*), MAX(position) "
+    EXPECT_EQ(RunSql("SELECT MIN(hours) = MAX(hours), COUNT(*), MAX(position) "
                      "FROM host_known_cards"),
               "1|8|7");
   }
@@ -65,9 +66,9 @@ TEST_F(KilledService, LeavesACompleteStateAndEachEventOnce) {
   }
   // The flashback error changes before runs 2, 4, ... 18: it appears five times and ends four
   // times.
-  EXPECT_EQ(InFile("SELECT event_id, COUNT(*) FROM host_event_log GROUP BY event_id"),
+  EXPECT_EQ(RunSql("SELECT event_id, COUNT(*) FROM host_event_log GROUP BY event_id"),
             "10965|40 10980|32");
-  EXPECT_EQ(InFile("SELECT DISTINCT logged_reasons FROM host_known_cards"),
+  EXPECT_EQ(RunSql("SELECT DISTINCT logged_reasons FROM host_known_cards"),
             "40393 40457");  // attached, flashback
 }
 

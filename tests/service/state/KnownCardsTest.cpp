@@ -121,18 +121,18 @@ TEST_F(KnownCards, AreLimitedTo1024) {
   EXPECT_EQ(m_Store.Cards().back().m_SerialNumber, "S1023");
 }
 
-// A database from before these tables existed may contain triggers and views with such names.
-TEST_F(KnownCards, IgnoreForeignTriggersAndViews) {
+// A database from before these tables existed may contain triggers on, and views with, their names.
+TEST_F(KnownCards, IgnoreUnknownTriggersAndViews) {
   Record(kStart, CardsOf({"S0"}));
   Use(":memory:");
   OtherProgram other(File());
   other.Run(
-      "CREATE TRIGGER planted AFTER UPDATE ON host_known_cards BEGIN DELETE FROM host_event_log; "
-      "END; CREATE UNIQUE INDEX also_planted ON HOST_KNOWN_CARDS (is_present); "
+      "CREATE TRIGGER stray AFTER UPDATE ON host_known_cards BEGIN DELETE FROM host_event_log; "
+      "END; CREATE UNIQUE INDEX also_stray ON HOST_KNOWN_CARDS (is_present); "
       "DROP TABLE host_state; CREATE VIEW host_state AS SELECT 1");
   Use(File().string());
   Record(kStart + 2 * kMinute, CardsOf({"S0", "S1"}));
-  EXPECT_EQ(other.Run("SELECT name FROM sqlite_schema WHERE name LIKE '%planted' OR type = 'view'"),
+  EXPECT_EQ(other.Run("SELECT name FROM sqlite_schema WHERE name LIKE '%stray' OR type = 'view'"),
             "");
   EXPECT_EQ(other.Run("SELECT COUNT(*) FROM host_known_cards"), "2");
 }

@@ -10,7 +10,7 @@ using StateTest::kMinute;
 using StateTest::kStart;
 using StateTest::Observe;
 
-// Repeated here instead of being taken from the tables under test.
+// Hard-coded, so that the test does not rely on the tables under test.
 constexpr auto kFlashback = static_cast<PI::_EVENT_ID>(10965);
 constexpr auto kWarm = static_cast<PI::_EVENT_ID>(10967);
 constexpr auto kAdded = static_cast<PI::_EVENT_ID>(11093);

@@ -33,7 +33,7 @@ class StateThread : public HostDatabaseTest {
   }
 
  protected:
-  // Run `work` on the state thread and wait for its outcome.
+  // `Change` and `Read` run `work` on the state thread and wait for its outcome.
   template <class Work>
   auto Change(Work work) {
     return Await([&](auto done) { return m_Thread.Change(work, done); }, work);
@@ -55,7 +55,7 @@ class StateThread : public HostDatabaseTest {
   }
 
   // Keeps the thread busy until `Release`.
-  void Hold() {
+  void Block() {
     m_Thread.Read([this](StateStore&) { return m_Released.get_future().get(), 0; }, [](auto) {});
   }
   void Release() { m_Released.set_value(); }
@@ -97,11 +97,11 @@ TEST_F(StateThread, RefusesWorkWhenItsQueueIsFull) {
   std::promise<void> started;
   m_Thread.Read([&](StateStore&) { return started.set_value(), 0; }, [](auto) {});
   started.get_future().wait();
-  Hold();
+  Block();
   std::size_t accepted = 0;
   std::size_t done = 0;
   while (m_Thread.Read([](StateStore&) { return 0; }, [&](auto) { ++done; })) ++accepted;
-  // The held function has left the queue, or is about to.
+  // The blocking function has left the queue, or is about to.
   EXPECT_GE(accepted, Service::StateThread::kMaxQueued - 2);
   EXPECT_LE(accepted, Service::StateThread::kMaxQueued);
   Release();
@@ -110,7 +110,7 @@ TEST_F(StateThread, RefusesWorkWhenItsQueueIsFull) {
 }
 
 TEST_F(StateThread, FinishesTheQueueWhenItStops) {
-  Hold();
+  Block();
   int done = 0;
   for (int i = 0; i < 10; ++i) m_Thread.Read([](StateStore&) { return 0; }, [&](auto) { ++done; });
   std::thread stopper([this] { m_Thread.Stop(); });

@@ -6,11 +6,11 @@
 
 #include "base/Mutex.h"
 #include "service/http/Message.h"
-#include "service/http/Unfinished.h"
+#include "service/http/UnfinishedResponse.h"
 
 namespace Http {
 
-class LateResponse : public Unfinished {
+class PendingResponse : public UnfinishedResponse {
  public:
   // Sets the response, unless one was set before or the request has ended. Thread-safe.
   void Complete(Response response);
@@ -19,7 +19,7 @@ class LateResponse : public Unfinished {
   std::optional<Response> Get() const;
 
   void Abort() override;
-  short EndingEvents() const override;
+  short DisconnectEvents() const override;
   void Attach(std::shared_ptr<Gate> gate) override;
   void End() override;
 

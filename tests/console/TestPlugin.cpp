@@ -1,5 +1,5 @@
 // A plug-in whose behavior CONSOLE_TEST_PLUGIN selects, for cases that a real plug-in does not
-// produce on demand. It writes a line for each command to the file CONSOLE_TEST_LOG.
+// produce on demand. It writes a line for each command to the file that CONSOLE_TEST_LOG names.
 #include <unistd.h>
 
 #include <atomic>
@@ -33,11 +33,11 @@ void HangAt(const std::string& place) {
 }
 
 // Destroyed when the program exits normally. This must not happen during a call that hangs.
-struct Global {
-  ~Global() {
+struct ExitLogger {
+  ~ExitLogger() {
     if (Case() == "hang1") Log("cleaned up");
   }
-} g_Global;
+} g_ExitLogger;
 
 constexpr int kUnknownValue = 49999;  // the host has no such value
 constexpr std::uint64_t kPlugin = 0x10;
@@ -104,13 +104,13 @@ PI::CProperty PollInterval(int value) {
   return property;
 }
 
-class OddPlugin : public IPLUGINAPI {
+class TestPlugin : public IPLUGINAPI {
  public:
-  OddPlugin() {
+  TestPlugin() {
     m_InterfaceVersion = Case() == "version" ? 3 : 2;
     m_ModuleID = 999;
   }
-  ~OddPlugin() override { Log("destroyed"); }
+  ~TestPlugin() override { Log("destroyed"); }
 
   unsigned int Execute(PI::_COMMAND command, unsigned long object, void* payload) override {
     const std::lock_guard<std::mutex> lock(m_DataLock);
@@ -170,19 +170,19 @@ class OddPlugin : public IPLUGINAPI {
   // One event is pending initially, and a second one arrives after the notification.
   void Work() {
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    m_Due = 2;
+    m_Available = 2;
     m_HostNotify(this);
   }
 
   unsigned int GetEvents(PI::COperation& operation) {
     HangAt("hang in GetEvents");
     if (Case() != "events") return PI::SUCCESS;
-    for (; m_Given < m_Due; ++m_Given) {
+    for (; m_Delivered < m_Available; ++m_Delivered) {
       PI::CEvent event;
-      event.m_ObjectID = m_Given == 0 ? kFirstAdapter : 0x99;
+      event.m_ObjectID = m_Delivered == 0 ? kFirstAdapter : 0x99;
       event.m_EventID =
-          m_Given == 0 ? PI::Event::CTRL_TEMPERATURE_ABOVE_WARN : PI::Event::CTRL_PNPREMOVE;
-      event.m_Severity = m_Given == 0 ? PI::SEVERITY_WARNING : PI::SEVERITY_INFORMATION;
+          m_Delivered == 0 ? PI::Event::CTRL_TEMPERATURE_ABOVE_WARN : PI::Event::CTRL_PNPREMOVE;
+      event.m_Severity = m_Delivered == 0 ? PI::SEVERITY_WARNING : PI::SEVERITY_INFORMATION;
       event.m_Time = 1795239062000UL;
       event.m_SourceName = "Card";
       operation.m_Events.push_back(event);
@@ -228,8 +228,8 @@ class OddPlugin : public IPLUGINAPI {
   int m_Interval = 15;
   int m_Topologies = 0;
   std::thread m_Worker;
-  std::atomic<int> m_Due{1};
-  int m_Given = 0;
+  std::atomic<int> m_Available{1};
+  int m_Delivered = 0;
 };
 
 }  // namespace
@@ -245,7 +245,7 @@ unsigned int createIf(IPLUGINAPI** instance) {
     *instance = nullptr;
     return PI::ERR_MEMORY_ERROR;
   }
-  *instance = new OddPlugin();
+  *instance = new TestPlugin();
   return PI::SUCCESS;
 }
 

@@ -1,9 +1,9 @@
 // Properties of records that no scan produces: unknown states, states that occur only in the lists
-// of choices, and a card number that is negative when signed.
+// of choices, and a card number that is negative as a signed integer.
 
 #include <gmock/gmock.h>
 
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 #include "tests/support/OneCard.h"
 
 namespace CorvaneTest {
@@ -11,36 +11,37 @@ namespace {
 
 using NAMESPACE_Corvane::CFusionIOAdapter;
 using NAMESPACE_Corvane::CFusionIOPhysicalDrive;
-OPEN_MEMBER(AdapterPropertiesMember, GetAdapterProperties,
-            unsigned int (Plugin::*)(CFusionIOAdapter& adapter,
-                                     std::vector<PI::CProperty>& properties,
-                                     unsigned int propertyId));
-OPEN_MEMBER(DrivePropertiesMember, GetPhysicalDriveProperties,
-            unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive,
-                                     std::vector<PI::CProperty>& properties,
-                                     unsigned int propertyId));
+PRIVATE_MEMBER(AdapterPropertiesMember, GetAdapterProperties,
+               unsigned int (Plugin::*)(CFusionIOAdapter& adapter,
+                                        std::vector<PI::CProperty>& properties,
+                                        unsigned int propertyId));
+PRIVATE_MEMBER(DrivePropertiesMember, GetPhysicalDriveProperties,
+               unsigned int (Plugin::*)(CFusionIOPhysicalDrive& drive,
+                                        std::vector<PI::CProperty>& properties,
+                                        unsigned int propertyId));
 
 using testing::ElementsAre;
 
-class OddRecords : public testing::Test {
+class OutOfRangeRecords : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(m_Host.Initialize(), 0U); }
 
   static std::vector<std::string> RowsOf(CFusionIOAdapter& adapter, unsigned int propertyId) {
     std::vector<PI::CProperty> properties;
-    EXPECT_EQ((ThePlugin().*Open(AdapterPropertiesMember()))(adapter, properties, propertyId), 0U);
+    EXPECT_EQ((ThePlugin().*PointerTo(AdapterPropertiesMember()))(adapter, properties, propertyId),
+              0U);
     return RenderAll(properties);
   }
   static std::vector<std::string> RowsOf(CFusionIOPhysicalDrive& drive, unsigned int propertyId) {
     std::vector<PI::CProperty> properties;
-    EXPECT_EQ((ThePlugin().*Open(DrivePropertiesMember()))(drive, properties, propertyId), 0U);
+    EXPECT_EQ((ThePlugin().*PointerTo(DrivePropertiesMember()))(drive, properties, propertyId), 0U);
     return RenderAll(properties);
   }
 
   OneCard m_Host;
 };
 
-TEST_F(OddRecords, ShowAnIndicatorForEachDriveState) {
+TEST_F(OutOfRangeRecords, ShowAnIndicatorForEachDriveState) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {PI::Value::AVAILABLE,
        "STATUS = AVAILABLE of [AVAILABLE AVAILABLE_SMART FAILED] (sort 23324, indicator 24183)"},
@@ -59,7 +60,7 @@ TEST_F(OddRecords, ShowAnIndicatorForEachDriveState) {
   }
 }
 
-TEST_F(OddRecords, ShowTheHealthyIndicatorForOtherAdapterStatuses) {
+TEST_F(OutOfRangeRecords, ShowTheHealthyIndicatorForOtherAdapterStatuses) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {PI::Value::OK, "STATUS = OK of [OK WARNING FAILED] (sort 23127, indicator 24000)"},
       {PI::Value::WARNING, "STATUS = WARNING of [OK WARNING FAILED] (sort 23127, indicator 24002)"},
@@ -74,7 +75,7 @@ TEST_F(OddRecords, ShowTheHealthyIndicatorForOtherAdapterStatuses) {
   }
 }
 
-TEST_F(OddRecords, SignExtendTheAdapterNumber) {
+TEST_F(OutOfRangeRecords, SignExtendTheAdapterNumber) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {2147483647, "ADAPTER_NUMBER = 2147483647 (label ID, sort 23003)"},
       {2147483648, "ADAPTER_NUMBER = 18446744071562067968 (label ID, sort 23003)"},
@@ -86,7 +87,7 @@ TEST_F(OddRecords, SignExtendTheAdapterNumber) {
   }
 }
 
-TEST_F(OddRecords, ShowChoicesThatAreNotOnTheirList) {
+TEST_F(OutOfRangeRecords, ShowChoicesThatAreNotOnTheirList) {
   CFusionIOAdapter adapter;
   adapter.m_WriteThrottling = PI::Value::OK;
   adapter.m_Activity = PI::Value::STOPPED;

@@ -23,10 +23,10 @@ void Trace() {
   stream.FormatInt(4294967295U);
 }
 
-class TraceWithoutMemory : public testing::TestWithParam<Shortage> {
+class TraceOutOfMemory : public testing::TestWithParam<Shortage> {
  protected:
-  TraceWithoutMemory() { fs::create_directories(m_Directory); }
-  ~TraceWithoutMemory() override {
+  TraceOutOfMemory() { fs::create_directories(m_Directory); }
+  ~TraceOutOfMemory() override {
     HostKit::SetTraceSink({});
     HostKit::SetTraceFile("");
     fs::remove_all(m_Directory);
@@ -48,7 +48,7 @@ class TraceWithoutMemory : public testing::TestWithParam<Shortage> {
   const fs::path m_Directory = fs::temp_directory_path() / fs::unique_path("trace-%%%%%%%%");
 };
 
-TEST_P(TraceWithoutMemory, DropsOnlyLinesOfTheLog) {
+TEST_P(TraceOutOfMemory, DropsOnlyLinesOfTheLog) {
   const std::string file = (m_Directory / "trace.log").string();
   ASSERT_TRUE(HostKit::SetTraceFile(file));
   Trace();
@@ -60,7 +60,7 @@ TEST_P(TraceWithoutMemory, DropsOnlyLinesOfTheLog) {
   EXPECT_EQ(fs::file_size(file), before + length);
 }
 
-TEST_P(TraceWithoutMemory, DropsOnlyLinesOfTheSink) {
+TEST_P(TraceOutOfMemory, DropsOnlyLinesOfTheSink) {
   std::vector<std::string> texts;
   HostKit::SetTraceSink([&texts](const HostKit::TraceLine& line) { texts.push_back(line.text); });
   EXPECT_GT(FailEach(), 4);
@@ -72,7 +72,7 @@ TEST_P(TraceWithoutMemory, DropsOnlyLinesOfTheSink) {
 }
 
 // A failing sink of the host must not affect the plug-in, either.
-TEST_P(TraceWithoutMemory, SurvivesASinkThatThrows) {
+TEST_P(TraceOutOfMemory, SurvivesASinkThatThrows) {
   int calls = 0;
   HostKit::SetTraceSink([&calls](const HostKit::TraceLine&) {
     ++calls;
@@ -83,8 +83,7 @@ TEST_P(TraceWithoutMemory, SurvivesASinkThatThrows) {
   EXPECT_EQ(calls, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(, TraceWithoutMemory,
-                         testing::Values(Shortage::OneFails, Shortage::AllFail),
+INSTANTIATE_TEST_SUITE_P(, TraceOutOfMemory, testing::Values(Shortage::OneFails, Shortage::AllFail),
                          [](const auto& each) {
                            return each.param == Shortage::OneFails ? "OneFails" : "AllFail";
                          });

@@ -14,9 +14,9 @@ using CorvaneTest::BeginShortage;
 using CorvaneTest::EndShortage;
 using CorvaneTest::Shortage;
 
-class WithoutMemory : public HostDatabaseTest {};
+class OutOfMemory : public HostDatabaseTest {};
 
-TEST_F(WithoutMemory, AFailedEventReleasesTheFile) {
+TEST_F(OutOfMemory, AFailedEventReleasesTheFile) {
   const std::vector<HostKit::LoggedEvent> events = {HostKit::LogEntryFor(PI::CEvent())};
   int failures = 0;
   for (bool done = false; !done;) {
@@ -35,7 +35,7 @@ TEST_F(WithoutMemory, AFailedEventReleasesTheFile) {
 }
 
 // The layer catches only the database's exception.
-TEST_F(WithoutMemory, AStatementFailsWithADatabaseException) {
+TEST_F(OutOfMemory, AStatementFailsWithADatabaseException) {
   const std::string sql =
       "DELETE FROM host_plugin_rows;"
       "INSERT INTO host_plugin_rows (pi_vendor) VALUES (\"a string on the heap\");"
@@ -60,7 +60,7 @@ TEST_F(WithoutMemory, AStatementFailsWithADatabaseException) {
 }
 
 // The messages of other failures can have any length, and copying them requires memory.
-TEST_F(WithoutMemory, OtherExceptionsBecomeDatabaseExceptions) {
+TEST_F(OutOfMemory, OtherExceptionsBecomeDatabaseExceptions) {
   const std::runtime_error failure(std::string(1000, 'x'));
   for (const bool hasMemory : {true, false}) {
     std::string text;

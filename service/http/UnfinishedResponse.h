@@ -7,18 +7,18 @@
 
 namespace Http {
 
-class Unfinished {
+class UnfinishedResponse {
  public:
-  Unfinished() = default;
-  Unfinished(const Unfinished&) = delete;
-  Unfinished& operator=(const Unfinished&) = delete;
-  virtual ~Unfinished() = default;
+  UnfinishedResponse() = default;
+  UnfinishedResponse(const UnfinishedResponse&) = delete;
+  UnfinishedResponse& operator=(const UnfinishedResponse&) = delete;
+  virtual ~UnfinishedResponse() = default;
 
   // Ends the response early because the client has disconnected or the server is stopping.
   // Thread-safe.
   virtual void Abort() = 0;
   // Returns the poll(2) events that mean that the client no longer wants the response.
-  virtual short EndingEvents() const = 0;
+  virtual short DisconnectEvents() const = 0;
 
   // Called by the server with the gate of the connection that waits for this response.
   virtual void Attach(std::shared_ptr<Gate> gate) = 0;

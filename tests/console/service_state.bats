@@ -31,19 +31,19 @@ teardown_file() {
 
 @test "a missing card remains known and keeps its position" {
   ask known GET /v1/known-cards
-  ended known 200
+  responded known 200
   same '[["a0", "S100", true], ["a1", "S200", true], ["a2", "GONE", false]]' \
     "$(json known '[[c["position"], c["serial_number"], c["present"]] for c in d["cards"]]')"
 }
 
 @test "an acknowledgment records the user, and can be removed" {
   ask made POST /v1/cards/S200/ack '{"reason": "TEMPERATURE_ABOVE_WARN", "until": "1h", "note": "fan ordered"}'
-  ended made 201
+  responded made 201
   ask listed GET /v1/acknowledgments
   same "$(printf '[["S200", "TEMPERATURE_ABOVE_WARN", "%s", "fan ordered"]]' "$(id -un)")" \
     "$(json listed '[[a[k] for k in ("serial_number", "reason", "user", "note")] for a in d["acknowledgments"]]')"
   ask removed DELETE "/v1/cards/S200/ack?reason=TEMPERATURE_ABOVE_WARN"
-  ended removed 204
+  responded removed 204
   ask listed GET /v1/acknowledgments
   same '[]' "$(json listed 'd["acknowledgments"]')"
 }
@@ -57,7 +57,7 @@ teardown_file() {
   same '["S100", "temperature_celsius", 60]' \
     "$(json history '[d[k] for k in ("serial_number", "field", "step_seconds")]')"
   ask unknown GET "/v1/cards/S200/history?field=temperature_celsius"
-  ended unknown 200
+  responded unknown 200
   same '[]' "$(json unknown 'd["points"]')"
 }
 
@@ -67,7 +67,7 @@ teardown_file() {
   silent api err
 }
 
-@test "a forgotten card is left out of the known cards" {
+@test "a forgotten card is not among the known cards" {
   ask forgotten GET /v1/known-cards
   same '["S100", "S200"]' "$(json forgotten '[c["serial_number"] for c in d["cards"]]')"
 }
@@ -82,5 +82,5 @@ teardown_file() {
   ask history GET "/v1/cards/S100/history?field=temperature_celsius"
   problem history 500 DATABASE_UNUSABLE
   ask cards GET /v1/cards
-  ended cards 200
+  responded cards 200
 }

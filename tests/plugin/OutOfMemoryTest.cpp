@@ -31,7 +31,7 @@ namespace {
 
 using NAMESPACE_Corvane::g_p_IPLUGINAPI_IMPL;
 
-class WithoutMemory : public testing::Test {
+class OutOfMemory : public testing::Test {
  protected:
   static const void* Global() { return g_p_IPLUGINAPI_IMPL; }
 
@@ -39,37 +39,37 @@ class WithoutMemory : public testing::Test {
   SimulatedHost m_Host;
 };
 
-unsigned int CreateWithoutMemory(IPLUGINAPI** instance) {
+unsigned int CreateOutOfMemory(IPLUGINAPI** instance) {
   g_FailAllocations = true;
   const unsigned int result = createIf(instance);
   g_FailAllocations = false;
   return result;
 }
 
-TEST_F(WithoutMemory, CreateFailsAndStoresNull) {
+TEST_F(OutOfMemory, CreateFailsAndStoresNull) {
   int unrelated = 0;
   IPLUGINAPI* plugin = nullptr;
   const void* garbage = &unrelated;
   std::memcpy(&plugin, &garbage, sizeof plugin);
-  EXPECT_EQ(CreateWithoutMemory(&plugin), Number::ERR_MEMORY_ERROR);
+  EXPECT_EQ(CreateOutOfMemory(&plugin), Number::ERR_MEMORY_ERROR);
   EXPECT_EQ(plugin, nullptr);
   EXPECT_EQ(Global(), nullptr);
   EXPECT_THAT(HostKit::Locks(), testing::IsEmpty());
 }
 
-TEST_F(WithoutMemory, CreateKeepsAnEarlierPluginPublished) {
+TEST_F(OutOfMemory, CreateKeepsAnEarlierPluginPublished) {
   IPLUGINAPI* first = nullptr;
   ASSERT_EQ(createIf(&first), 0U);
   IPLUGINAPI* second = first;
-  EXPECT_EQ(CreateWithoutMemory(&second), Number::ERR_MEMORY_ERROR);
+  EXPECT_EQ(CreateOutOfMemory(&second), Number::ERR_MEMORY_ERROR);
   EXPECT_EQ(second, nullptr);
   EXPECT_EQ(Global(), first);
   releaseIf(&first);
 }
 
-TEST_F(WithoutMemory, CreateSucceedsOnceMemoryIsAvailable) {
+TEST_F(OutOfMemory, CreateSucceedsOnceMemoryIsAvailable) {
   IPLUGINAPI* plugin = nullptr;
-  ASSERT_EQ(CreateWithoutMemory(&plugin), Number::ERR_MEMORY_ERROR);
+  ASSERT_EQ(CreateOutOfMemory(&plugin), Number::ERR_MEMORY_ERROR);
   EXPECT_EQ(createIf(&plugin), 0U);
   EXPECT_EQ(Global(), plugin);
   releaseIf(&plugin);

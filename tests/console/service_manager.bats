@@ -23,9 +23,9 @@ teardown() {
   done
 }
 
-# manage: starts a simulated service manager, which writes the reports of a service to the file
-# `reports`, one assignment per line.
-manage() {
+# start_manager: starts a simulated service manager, which writes the reports of a service to the
+# file `reports`, one assignment per line.
+start_manager() {
   python3 - "$DIRECTORY/notify" "$DIRECTORY/reports" 3>&- <<'END' &
 import socket, sys
 with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager, open(sys.argv[2], "w") as out:
@@ -46,13 +46,13 @@ serve() {
 
 service_pid() { cat "$DIRECTORY/serve.pid"; }
 
-# stop: stops the service and sets STOPPED to its exit code and TOOK to the seconds that it took.
+# stop: stops the service and sets STOP_RC to its exit code and STOP_SECONDS to the duration.
 stop() {
   SECONDS=0
   kill -TERM "$(service_pid)"
-  STOPPED=0
-  wait "$(service_pid)" || STOPPED=$?
-  TOOK=$SECONDS
+  STOP_RC=0
+  wait "$(service_pid)" || STOP_RC=$?
+  STOP_SECONDS=$SECONDS
 }
 
 reported() { grep -qx -- "$1" "$DIRECTORY/reports"; }
@@ -60,29 +60,29 @@ reported() { grep -qx -- "$1" "$DIRECTORY/reports"; }
 # status CURL-ARGUMENTS...: prints the status code of a request.
 status() { curl -s --max-time 60 -o "$DIRECTORY/body" -w '%{http_code}' "$@"; }
 answers() { [ "$(status --unix-socket "$SOCKET" http://service/healthz)" = 200 ]; }
-id_of_problem() { python3 -c 'import json,sys; print(json.load(open(sys.argv[1]))["id"])' "$DIRECTORY/body"; }
+problem_id() { python3 -c 'import json,sys; print(json.load(open(sys.argv[1]))["id"])' "$DIRECTORY/body"; }
 
-# tcp_sockets: prints the TCP sockets of the service, as lines of the kernel's tables.
+# tcp_sockets: prints the lines of /proc/net/tcp and /proc/net/tcp6 for the sockets of the service.
 tcp_sockets() {
   ls -l "/proc/$(service_pid)/fd" | sed -n 's/.*socket:\[\([0-9]*\)\].*/\1/p' |
     while read -r inode; do awk -v inode="$inode" '$10 == inode' /proc/net/tcp /proc/net/tcp6 2>/dev/null; done
 }
 
 @test "the service reports its readiness, status and stop" {
-  manage
+  start_manager
   serve --socket "$SOCKET"
   eventually reported READY=1
   answers
   reported "STATUS=2 cards"
   run ! reported STOPPING=1
   stop
-  same 0 "$STOPPED"
+  same 0 "$STOP_RC"
   eventually reported STOPPING=1
   same 1 "$(grep -cx READY=1 "$DIRECTORY/reports")"
 }
 
 @test "the service is ready without a plug-in and reports the reason" {
-  manage
+  start_manager
   serve --plugin "$DIRECTORY/none.so" --socket "$SOCKET"
   eventually reported READY=1
   grep -q '^STATUS=plug-in down: .*none.so' "$DIRECTORY/reports"
@@ -90,7 +90,7 @@ tcp_sockets() {
 }
 
 @test "SIGHUP reloads, and the service continues" {
-  manage
+  start_manager
   serve --socket "$SOCKET"
   eventually reported READY=1
   kill -HUP "$(service_pid)"
@@ -100,11 +100,11 @@ tcp_sockets() {
   eventually ready_again
   answers
   stop
-  same 0 "$STOPPED"
+  same 0 "$STOP_RC"
 }
 
 @test "the service notifies the watchdog" {
-  manage
+  start_manager
   WATCHDOG_USEC=600000 serve --socket "$SOCKET"
   fed() { [ "$(grep -cx WATCHDOG=1 "$DIRECTORY/reports")" -ge 5 ]; }
   eventually fed
@@ -123,12 +123,12 @@ tcp_sockets() {
   eventually answers
   same 200 "$(status "http://127.0.0.1:$port/healthz")"
   same 403 "$(status -X POST -H 'Content-Type: application/json' -d '{}' "http://127.0.0.1:$port/v1/session")"
-  same READ_ONLY "$(id_of_problem)"
+  same READ_ONLY "$(problem_id)"
   grep -q "serving at $SOCKET, 127.0.0.1:$port\$" "$DIRECTORY/err"
   [ ! -e "$DIRECTORY/unused" ]
   same "$SOCKET" "$(sed 1d "$DIRECTORY/corvane.db-service")"
   stop
-  same 0 "$STOPPED"
+  same 0 "$STOP_RC"
   [ -S "$SOCKET" ]
 }
 
@@ -139,7 +139,7 @@ os.dup2(os.open("/dev/null", os.O_RDONLY), 3)
 os.environ.update(LISTEN_FDS="1", LISTEN_PID=str(os.getpid()))
 os.execvp("corvane-host", ["corvane-host", "serve", "--simulate"])
 END
-  grep -qx "corvane-host: cannot listen on a socket of the service manager: Socket operation on non-socket" "$DIRECTORY/err"
+  grep -qx "corvane-host: cannot listen on a socket passed by the service manager: Socket operation on non-socket" "$DIRECTORY/err"
 }
 
 @test "TCP access is read-only and checks the Host header" {
@@ -150,9 +150,9 @@ END
   same 200 "$(status "http://127.0.0.1:$port/healthz")"
   same 200 "$(status "http://localhost:$port/healthz")"
   same 403 "$(status -H 'Host: evil.example' "http://127.0.0.1:$port/healthz")"
-  same HOST_NOT_ALLOWED "$(id_of_problem)"
+  same HOST_NOT_ALLOWED "$(problem_id)"
   same 403 "$(status -X DELETE "http://127.0.0.1:$port/v1/cards/S100")"
-  same READ_ONLY "$(id_of_problem)"
+  same READ_ONLY "$(problem_id)"
   same 404 "$(status -X DELETE --unix-socket "$SOCKET" http://service/v1/nothing)"
 }
 
@@ -207,7 +207,7 @@ END
   echo $! >"$DIRECTORY/client.pid"
   eventually test -e "$DIRECTORY/connected"
   stop
-  same 0 "$STOPPED"
-  [ "$TOOK" -le 5 ]
+  same 0 "$STOP_RC"
+  [ "$STOP_SECONDS" -le 5 ]
   [ ! -e "$SOCKET" ]
 }

@@ -1,6 +1,6 @@
-// Running out of memory while a lock is held that is released before the end of a block: regardless
-// of which allocation fails, the next command can acquire the lock. The exception would terminate
-// the process on a thread of the plug-in, so the thread's steps run on the test's own thread.
+// Running out of memory while the plug-in holds a lock that it releases before the end of a block.
+// Whichever allocation fails, the next command can acquire the lock. The exception would terminate
+// the process on a thread of the plug-in, so the test calls that thread's functions itself.
 
 #include <gmock/gmock.h>
 
@@ -14,7 +14,7 @@
 #include "hostkit/Inspect.h"
 #include "orm/storage.h"
 #include "tests/plugin/inner/Allocations.h"
-#include "tests/plugin/inner/Opened.h"
+#include "tests/plugin/inner/PrivateMember.h"
 #include "tests/support/HeldCall.h"
 #include "tests/support/HostThread.h"
 #include "tests/support/SimulatedHost.h"
@@ -25,22 +25,22 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-OPEN_MEMBER(AttachMember, Attach, unsigned int (Plugin::*)(const std::string&));
-OPEN_MEMBER(EventsMember, m_Events, std::vector<PI::CEvent> Plugin::*);
+PRIVATE_MEMBER(AttachMember, Attach, unsigned int (Plugin::*)(const std::string&));
+PRIVATE_MEMBER(EventsMember, m_Events, std::vector<PI::CEvent> Plugin::*);
 
 // The type of `Poll` is deduced, because the type of its parameter is also private.
 template <class Tag, auto pointer>
 struct Deduced {
-  friend auto Open(Tag) { return pointer; }
+  friend auto PointerTo(Tag) { return pointer; }
 };
 struct PollMember {
-  friend auto Open(PollMember);
+  friend auto PointerTo(PollMember);
 };
 template struct Deduced<PollMember, &Plugin::Poll>;
 
 // Runs a pass of the worker in which a scan is due.
 template <class State>
-void PollBy(void (Plugin::*poll)(State&)) {
+void RunPoll(void (Plugin::*poll)(State&)) {
   State state;
   state.m_ScanDue = true;
   (ThePlugin().*poll)(state);
@@ -56,7 +56,7 @@ struct EmptyDatabase : DatabaseWrapper::DatabaseDAO {
   std::vector<std::string> query(std::string) override { return {}; }
 };
 
-class LocksWithoutMemory : public testing::Test {
+class LocksOutOfMemory : public testing::Test {
  protected:
   // One card, and no worker.
   void SetUp() override {
@@ -69,9 +69,9 @@ class LocksWithoutMemory : public testing::Test {
   }
   void TearDown() override { getDatabasePointer()->dao = m_Real; }
 
-  static std::vector<PI::CEvent>& Queue() { return ThePlugin().*Open(EventsMember()); }
+  static std::vector<PI::CEvent>& Queue() { return ThePlugin().*PointerTo(EventsMember()); }
   static void AttachOnThisThread(const std::string& device) {
-    (ThePlugin().*Open(AttachMember()))(device);
+    (ThePlugin().*PointerTo(AttachMember()))(device);
   }
 
   static void ExpectNoLockHeld() {
@@ -82,7 +82,7 @@ class LocksWithoutMemory : public testing::Test {
 
   // Collects on another thread of the host, because the thread that holds a lock can acquire it
   // again.
-  std::size_t EventsForTheNextCommand() {
+  std::size_t CountEventsOnAnotherThread() {
     std::size_t count = 0;
     const auto collect = [&] { count = m_Host.CollectEvents().size(); };
     { const HostThread thread(collect); }
@@ -99,7 +99,7 @@ struct MemoryCase {
   Shortage shortage;
 };
 
-class EachAllocationFailure : public LocksWithoutMemory,
+class EachAllocationFailure : public LocksOutOfMemory,
                               public testing::WithParamInterface<MemoryCase> {
  protected:
   // Fails each allocation of the step in turn, until none is left, and returns their number.
@@ -119,15 +119,16 @@ class EachAllocationFailure : public LocksWithoutMemory,
   }
 
  private:
-  // Returns the number of allocations of the step, or `failing` if that allocation was reached.
+  // Runs the step with memory running out at allocation number `failing`. Returns the number of
+  // allocations, at most `failing`; fewer means that the step completed before any failed.
   template <class Step>
   std::size_t CountWithFailure(Step step, std::size_t failing) {
     HostKit::SetTraceMask(GetParam().traceMask);
     std::size_t count = 0;
     try {
-      const WatchedAllocations watched(failing, GetParam().shortage);
+      const AllocationCounter counter(failing, GetParam().shortage);
       step();
-      count = watched.Count();
+      count = counter.Count();
     } catch (const std::bad_alloc&) {
     }
     HostKit::SetTraceMask(kNoTraces);
@@ -138,20 +139,20 @@ class EachAllocationFailure : public LocksWithoutMemory,
 
 TEST_P(EachAllocationFailure, ReleasesTheLockAndKeepsCollectedEvents) {
   PI::CEvent event;
-  event.m_SourceName = "a name that does not fit into the string itself";
+  event.m_SourceName = "a name too long for the string's internal buffer";
   PI::COperation operation;
   operation.m_OperationID = PI::OP_GET_EVENTS;
   const auto prepare = [&] {
     Queue().assign(3, event);
     operation.m_Events.clear();
   };
-  const std::size_t points =
+  const std::size_t allocations =
       FailEach([&] { m_Host.Execute(PI::CMD_EXECUTE_OPERATION, PluginObject().m_ID, &operation); },
                prepare, [&] { EXPECT_EQ(Queue().size() + operation.m_Events.size(), 3U); });
   EXPECT_EQ(operation.m_Events.size(), 3U);
-  EXPECT_GE(points, 4U);  // a list and three names
+  EXPECT_GE(allocations, 4U);  // a list and three names
   Queue().assign(2, event);
-  EXPECT_EQ(EventsForTheNextCommand(), 2U);
+  EXPECT_EQ(CountEventsOnAnotherThread(), 2U);
 }
 
 TEST_P(EachAllocationFailure, ReleasesBothLocksOfAPoll) {
@@ -162,42 +163,44 @@ TEST_P(EachAllocationFailure, ReleasesBothLocksOfAPoll) {
     m_Host.Cards().Set("card0", "iom_state", attached ? "0" : "2");
     Queue().clear();
   };
-  const std::size_t points = FailEach([&] { PollBy(Open(PollMember())); }, prepare);
-  EXPECT_GE(points, 50U);
+  const std::size_t allocations = FailEach([&] { RunPoll(PointerTo(PollMember())); }, prepare);
+  EXPECT_GE(allocations, 50U);
   Queue().resize(4);
-  EXPECT_EQ(EventsForTheNextCommand(), 4U);
+  EXPECT_EQ(CountEventsOnAnotherThread(), 4U);
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
 TEST_P(EachAllocationFailure, ReleasesTheLocksOfAJob) {
-  ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);  // so that the failure has a name
+  // Gives the adapter the name that the failure event contains.
+  ASSERT_EQ(m_Host.AssignAdapterNumbers(), 0U);
   SleepFor(1);
   CardSim::FailCall("vsl_op_start", 1, 5, "no", 1000);
   const std::string device = "/dev/fct0";
   const std::vector<std::string> before = CardSim::OpenHandles();
-  const std::size_t points = FailEach([&] { AttachOnThisThread(device); });
-  EXPECT_GE(points, 3U);
+  const std::size_t allocations = FailEach([&] { AttachOnThisThread(device); });
+  EXPECT_GE(allocations, 3U);
   EXPECT_EQ(CardSim::OpenHandles(), before);
   Queue().resize(4);
-  EXPECT_EQ(EventsForTheNextCommand(), 4U);
+  EXPECT_EQ(CountEventsOnAnotherThread(), 4U);
 }
 
-INSTANTIATE_TEST_SUITE_P(LocksWithoutMemory, EachAllocationFailure,
+INSTANTIATE_TEST_SUITE_P(LocksOutOfMemory, EachAllocationFailure,
                          testing::Values(MemoryCase{"Untraced", kNoTraces, Shortage::OneFails},
                                          MemoryCase{"Traced", kAllTraces, Shortage::OneFails},
-                                         MemoryCase{"TracedToTheEnd", kAllTraces,
+                                         MemoryCase{"TracedWithAllFailing", kAllTraces,
                                                     Shortage::AllFail}),
                          [](const auto& row) { return std::string(row.param.name); });
 
-// The poll fails for a reason other than memory and traces its releases.
-TEST_F(LocksWithoutMemory, AnInterruptedPollTracesItsReleases) {
+// A poll that ends with an exception other than `std::bad_alloc` still traces the release of both
+// locks.
+TEST_F(LocksOutOfMemory, APollThatThrowsTracesTheReleaseOfBothLocks) {
   struct Broken : DatabaseWrapper::DatabaseDAO {
     std::vector<std::string> query(std::string) override { throw std::logic_error("broken"); }
   };
   getDatabasePointer()->dao = std::make_shared<Broken>();
   HostKit::SetTraceMask(kLockTraces);
   m_Host.ClearTraces();
-  EXPECT_THROW(PollBy(Open(PollMember())), std::logic_error);
+  EXPECT_THROW(RunPoll(PointerTo(PollMember())), std::logic_error);
   ExpectNoLockHeld();
   EXPECT_THAT(
       m_Host.LeveledTraces(kLockTraces),
@@ -212,13 +215,13 @@ TEST_F(LocksWithoutMemory, AnInterruptedPollTracesItsReleases) {
 }
 
 // The reason for a failure is formatted only for a trace line.
-TEST_F(LocksWithoutMemory, AJobFormatsOnlyTextThatIsTraced) {
+TEST_F(LocksOutOfMemory, AJobFormatsOnlyTextThatIsTraced) {
   const std::string reason(5000, 'x');  // longer than an error record
   CardSim::FailCall("vsl_op_start", 1, 5, reason, 2);
   const auto largest = [] {
-    const WatchedAllocations watched;
+    const AllocationCounter counter;
     AttachOnThisThread("/dev/fct0");
-    return watched.LargestBytes();
+    return counter.LargestBytes();
   };
   EXPECT_LT(largest(), 1000U);
   HostKit::SetTraceMask(kResultTraces);
