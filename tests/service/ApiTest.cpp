@@ -39,14 +39,14 @@ std::string CountIn(const std::string& metrics, const std::string& event) {
 class Api : public CorvaneTest::CollectorFixture {
  protected:
   ~Api() override {
-    if (m_Process > 0) kill(m_Process, SIGCONT);
+    if (m_Process > 0) CorvaneTest::SendSignal(m_Process, SIGCONT);
   }
 
   void StartAndSuspendProcess() {
     m_Host.AddCard();
     Start(Settings());
     m_Process = AwaitObjects(3)->m_Plugin.m_Process;
-    kill(m_Process, SIGSTOP);
+    CorvaneTest::SendSignal(m_Process, SIGSTOP);
   }
 
   // Waits until the plug-in is running and has been started more than `starts` times.

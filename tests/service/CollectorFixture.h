@@ -2,10 +2,12 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 
 #include "service/Collector.h"
 #include "tests/support/SimulatedHost.h"
@@ -14,6 +16,13 @@ namespace CorvaneTest {
 
 // Long enough for the slowest machine; a wait ends as soon as its condition is true.
 inline constexpr std::chrono::milliseconds kTimeout(120000);
+
+// Sends a signal to a process. Throws `std::logic_error` if `process` is not the ID of a process:
+// `kill` would send the signal to all processes if a test had waited for a process in vain.
+inline void SendSignal(pid_t process, int signal) {
+  if (process <= 0) throw std::logic_error("the process was not started");
+  kill(process, signal);
+}
 
 class CollectorFixture : public testing::Test {
  protected:

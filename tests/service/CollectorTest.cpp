@@ -42,8 +42,8 @@ class ProgressFixture : public CollectorFixture {
     m_Process = AwaitObjects(5)->m_Plugin.m_Process;
     EXPECT_TRUE(m_pCollector->Refresh(Deadline(kTimeout)));
   }
-  void SuspendProcess() const { kill(m_Process, SIGSTOP); }
-  void ResumeProcess() const { kill(m_Process, SIGCONT); }
+  void SuspendProcess() const { CorvaneTest::SendSignal(m_Process, SIGSTOP); }
+  void ResumeProcess() const { CorvaneTest::SendSignal(m_Process, SIGCONT); }
   void Advance(std::chrono::minutes time) { m_Elapsed += std::chrono::seconds(time).count(); }
   // Waits until the collector is blocked in a call: it then publishes nothing for two seconds.
   void AwaitCall() const {
@@ -143,7 +143,7 @@ TEST_F(Collector, RestartsAKilledProcess) {
   m_Host.AddCard();
   Start(Settings());
   const pid_t first = AwaitObjects(3)->m_Plugin.m_Process;
-  kill(first, SIGKILL);
+  CorvaneTest::SendSignal(first, SIGKILL);
   const SnapshotPtr down = Await([](const auto& it) { return !it.m_Plugin.m_IsUp; });
   EXPECT_EQ("the plug-in process has exited", down->m_Plugin.m_Reason);
   EXPECT_EQ(3U, down->m_Objects.size());  // the objects of the last read
@@ -164,7 +164,7 @@ TEST_F(Collector, ReplacesAProcessThatDoesNotRespond) {
   const pid_t second = Await([first](const auto& it) {
                          return it.m_Plugin.m_IsUp && it.m_Plugin.m_Process != first;
                        })->m_Plugin.m_Process;
-  kill(second, SIGSTOP);
+  CorvaneTest::SendSignal(second, SIGSTOP);
   const SnapshotPtr down = Await([](const auto& it) { return !it.m_Plugin.m_IsUp; });
   EXPECT_EQ("the plug-in is not responding", down->m_Plugin.m_Reason);
   Await([second](const auto& it) { return it.m_Plugin.m_IsUp && it.m_Plugin.m_Process != second; });

@@ -72,7 +72,7 @@ class KilledPlugin : public CorvaneTest::CollectorFixture {
 
   void Kill() {
     const Service::PluginState plugin = m_Store.Get()->m_Plugin;
-    kill(plugin.m_Process, SIGKILL);
+    CorvaneTest::SendSignal(plugin.m_Process, SIGKILL);
     Await([&](const auto& it) { return it.m_Plugin.m_Starts > plugin.m_Starts; });
     AwaitRecord();
   }

@@ -17,12 +17,12 @@ using std::chrono::milliseconds;
 class FormatFixture : public CorvaneTest::CollectorFixture {
  protected:
   FormatFixture() : m_Worker(CORVANE_HOST, CORVANE_PLUGIN, Deadline(CorvaneTest::kTimeout)) {
-    kill(m_Worker.ProcessId(), SIGSTOP);
+    CorvaneTest::SendSignal(m_Worker.ProcessId(), SIGSTOP);
   }
   ~FormatFixture() override { Resume(); }
 
   void Resume() const {
-    if (m_Worker.IsAlive()) kill(m_Worker.ProcessId(), SIGCONT);
+    if (m_Worker.IsAlive()) CorvaneTest::SendSignal(m_Worker.ProcessId(), SIGCONT);
   }
 
   // Sends a command. Returns whether it gets a reply.
