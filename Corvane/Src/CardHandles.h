@@ -99,7 +99,8 @@ class Handle {
     return code;
   }
 
-  // Takes ownership of the handle even though its creation failed, so that `Destroy` destroys it.
+  // Takes ownership of the handle even though its creation may have failed, so that `Destroy`
+  // passes it to the library.
   void Adopt() { m_Owned = true; }
   // Gives up ownership without destroying the handle.
   void Release() { m_Owned = false; }
@@ -153,7 +154,8 @@ using AdapterHandle = Handle<HandleKind::Adapter>;
 using FormatHandle = Handle<HandleKind::Format>;
 using JobHandle = Handle<HandleKind::Job>;
 
-// Create handles. Creating the handle of a card does not open the card.
+// Create handles and return the library's code; 0 means success. Creating the handle of a card does
+// not open the card.
 inline vsl_code CreateHandle(const std::string& devicePath, CardHandle& card, ErrorRecord& error) {
   return card.Create(
       [&](void** handle) { return vsl_iom_create_by_name(devicePath.c_str(), handle, error); });
@@ -218,8 +220,9 @@ inline vsl_code SetSectorSize(FormatRef format, std::uint32_t bytes, ErrorRecord
   return vsl_iom_format_set_sector_size_bytes(format.Raw(), bytes, error);
 }
 
-// Storage units of a card. `NextUnit` sets `unit` to the next unit, or to the first if it is null,
-// and returns false after the last. The library owns the handle.
+// Storage units of a card, which the library's header calls volumes. `NextUnit` sets `unit` to the
+// next unit, or to the first if it is null, and returns false after the last. The library owns the
+// handle.
 inline bool NextUnit(CardRef card, UnitRef& unit, ErrorRecord& error) {
   void* raw = unit.Raw();
   const bool any = vsl_vsu_iterate(card.Raw(), &raw, 1, error);

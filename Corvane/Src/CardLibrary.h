@@ -40,6 +40,8 @@ struct KindOf<vsl_has_vsu_state> {
   using Type = HandleKind::Unit;
 };
 
+// `VSL(name)` is the attribute that vsl_has_name() and vsl_name() read; `VSL_FORMAT(name)` is the
+// attribute of a format that vsl_iom_format_has_name() and vsl_iom_format_name() read.
 #define VSL(name)                                                                               \
   ::NAMESPACE_Corvane::AttributeOf<typename ::NAMESPACE_Corvane::KindOf<vsl_has_##name>::Type>( \
       vsl_has_##name, vsl_##name)
@@ -108,6 +110,7 @@ inline std::int32_t Truncated(float value) {
   return static_cast<std::int32_t>(value);
 }
 
+// Returns the whole MiB in a number of bytes.
 constexpr std::uint64_t MiB(std::uint64_t bytes) {
   return bytes >> 20;
 }

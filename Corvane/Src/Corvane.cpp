@@ -124,22 +124,23 @@ unsigned int IPLUGINAPI_IMPL::Execute(PI::_COMMAND command, unsigned long object
 }
 
 template <class... Arguments>
-IPLUGINAPI_IMPL::Routed IPLUGINAPI_IMPL::Route(unsigned long objectId,
-                                               const Handlers<Arguments...>& handlers,
-                                               const CountTexts& texts, Arguments... arguments) {
-  TRACE_AS(texts.m_Function);
+IPLUGINAPI_IMPL::RouteResult IPLUGINAPI_IMPL::Route(unsigned long objectId,
+                                                    const Handlers<Arguments...>& handlers,
+                                                    const CountTrace& trace,
+                                                    Arguments... arguments) {
+  TRACE_AS(trace.m_Function);
   const auto hasId = [objectId](const PI::CObject& object) { return object.m_ID == objectId; };
 
   if (hasId(m_Plugin)) return {(this->*handlers.m_Plugin)(m_Plugin, arguments...), &m_Plugin};
 
-  if (texts.m_Adapters != nullptr) TRACE(TRACE_FLOW, texts.m_Adapters, m_Adapters.size());
+  if (trace.m_Adapters != nullptr) TRACE(TRACE_FLOW, trace.m_Adapters, m_Adapters.size());
   const auto adapter = std::find_if(m_Adapters.begin(), m_Adapters.end(), hasId);
   if (adapter != m_Adapters.end()) {
     return {(this->*handlers.m_Adapter)(*adapter, arguments...), &*adapter};
   }
 
-  if (texts.m_PhysicalDrives != nullptr) {
-    TRACE(TRACE_FLOW, texts.m_PhysicalDrives, m_PhysicalDrives.size());
+  if (trace.m_PhysicalDrives != nullptr) {
+    TRACE(TRACE_FLOW, trace.m_PhysicalDrives, m_PhysicalDrives.size());
   }
   const auto drive = std::find_if(m_PhysicalDrives.begin(), m_PhysicalDrives.end(), hasId);
   if (drive != m_PhysicalDrives.end()) {
@@ -148,33 +149,32 @@ IPLUGINAPI_IMPL::Routed IPLUGINAPI_IMPL::Route(unsigned long objectId,
   return {PI::ERR_INVALID_OBJECT_ID, nullptr};
 }
 
-IPLUGINAPI_IMPL::Routed IPLUGINAPI_IMPL::RouteProperties(unsigned long objectId,
-                                                         const CountTexts& texts,
-                                                         std::vector<PI::CProperty>& properties,
-                                                         unsigned int selector) {
+IPLUGINAPI_IMPL::RouteResult IPLUGINAPI_IMPL::RouteProperties(
+    unsigned long objectId, const CountTrace& trace, std::vector<PI::CProperty>& properties,
+    unsigned int propertyId) {
   static constexpr Handlers<std::vector<PI::CProperty>&, unsigned int> kHandlers = {
       &IPLUGINAPI_IMPL::GetPluginProperties, &IPLUGINAPI_IMPL::GetAdapterProperties,
       &IPLUGINAPI_IMPL::GetPhysicalDriveProperties};
-  return Route<std::vector<PI::CProperty>&, unsigned int>(objectId, kHandlers, texts, properties,
-                                                          selector);
+  return Route<std::vector<PI::CProperty>&, unsigned int>(objectId, kHandlers, trace, properties,
+                                                          propertyId);
 }
 
 unsigned int IPLUGINAPI_IMPL::GetProperties(unsigned long objectId,
                                             std::vector<PI::CProperty>& properties) {
   TRACED_GUARD(m_DataLock);
-  static constexpr CountTexts kTexts = {"GetProperties", "GetProperties() Adapter = %d",
+  static constexpr CountTrace kTrace = {"GetProperties", "GetProperties() Adapter = %d",
                                         "GetProperties() PhysicalDrives = %d"};
-  return RouteProperties(objectId, kTexts, properties, PI::Property::UNDEFINED).m_Result;
+  return RouteProperties(objectId, kTrace, properties, PI::Property::UNDEFINED).m_Result;
 }
 
 // Uses a separate list, so that the payload is unchanged if the object does not have the property.
 // Increments the object's change count either way.
 unsigned int IPLUGINAPI_IMPL::GetProperty(unsigned long objectId, PI::CProperty& property) {
   TRACED_GUARD(m_DataLock);
-  static constexpr CountTexts kTexts = {"GetProperty", "GetProperty() Adapter = %d",
+  static constexpr CountTrace kTrace = {"GetProperty", "GetProperty() Adapter = %d",
                                         "GetProperty() PhysicalDrives = %d"};
   std::vector<PI::CProperty> found;
-  const Routed routed = RouteProperties(objectId, kTexts, found, property.m_PropertyID);
+  const RouteResult routed = RouteProperties(objectId, kTrace, found, property.m_PropertyID);
   if (routed.m_pObject != nullptr) ++routed.m_pObject->m_ChangeCount;
   if (routed.m_Result != PI::SUCCESS) return routed.m_Result;
   if (found.empty()) return PI::ERR_GENERAL;

@@ -58,10 +58,11 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
  private:
   // Commands. After a failure, a vector argument may be partially filled; `Execute` clears it.
 
-  // Starts the card library, finds the cards and scans them. Appends one entry per adapter.
+  // Starts the card library, finds the cards and scans them. Appends one entry per adapter. Returns
+  // 0, ERR_LOCK_INITIALIZATION_FAILED, ERR_NO_SUPPORTED_HARDWARE or ERR_API_INITIALIZATION_FAILED.
   unsigned int Initialize(std::vector<PI::CAdapterID>& adapterIDs);
-  // Stores the host's numbers, names the adapters accordingly, and starts the worker. Always
-  // returns 0.
+  // Stores the adapter numbers that the host has assigned, names the adapters after them, and
+  // starts the worker. Always returns 0.
   unsigned int SetAdapterIDs(const std::vector<PI::CAdapterID>& adapterIDs);
   // Stops the threads and the card library. If a thread is still running after 25 s, cancels the
   // worker. Always returns 0.
@@ -71,6 +72,8 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   unsigned int GetTopology(std::vector<PI::CObject>& objects);
 
   // Commands on one object. They return ERR_INVALID_OBJECT_ID if no object has the id.
+  // `GetProperty` returns ERR_GENERAL, and leaves `property` unchanged, if the object does not show
+  // the property.
   unsigned int GetProperties(unsigned long objectId, std::vector<PI::CProperty>& properties);
   unsigned int GetProperty(unsigned long objectId, PI::CProperty& property);
   unsigned int SetProperty(unsigned long objectId, PI::CProperty& property);
@@ -85,29 +88,30 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
     unsigned int (IPLUGINAPI_IMPL::*m_Adapter)(CFusionIOAdapter&, Arguments...);
     unsigned int (IPLUGINAPI_IMPL::*m_PhysicalDrive)(CFusionIOPhysicalDrive&, Arguments...);
   };
-  // Formats of the trace lines with the number of adapters and drives; null if a command has none.
-  struct CountTexts {
+  // How a command traces the number of adapters and drives that it searches.
+  struct CountTrace {
     const char* m_Function = nullptr;  // function name in these trace lines
-    const char* m_Adapters = nullptr;
+    const char* m_Adapters = nullptr;  // format of the line; null: no line
     const char* m_PhysicalDrives = nullptr;
   };
-  struct Routed {
+  struct RouteResult {
     unsigned int m_Result;
     PI::CObject* m_pObject;  // null if no object has the id
   };
   // Finds the object and calls its handler. Returns ERR_INVALID_OBJECT_ID if no object has the id.
   template <class... Arguments>
-  Routed Route(unsigned long objectId, const Handlers<Arguments...>& handlers,
-               const CountTexts& texts, Arguments... arguments) CORVANE_REQUIRES(m_DataLock);
-  // Routes a command that reads properties: the one with the identifier `selector`, or all of them
-  // for `PI::Property::UNDEFINED`.
-  Routed RouteProperties(unsigned long objectId, const CountTexts& texts,
-                         std::vector<PI::CProperty>& properties, unsigned int selector)
+  RouteResult Route(unsigned long objectId, const Handlers<Arguments...>& handlers,
+                    const CountTrace& trace, Arguments... arguments) CORVANE_REQUIRES(m_DataLock);
+  // Routes a command that reads properties: the one with the identifier `propertyId`, or all of
+  // them for `PI::Property::UNDEFINED`.
+  RouteResult RouteProperties(unsigned long objectId, const CountTrace& trace,
+                              std::vector<PI::CProperty>& properties, unsigned int propertyId)
       CORVANE_REQUIRES(m_DataLock);
 
-  // Commands on the plug-in object. Lists are replaced, not appended to. Setting any property
-  // except the poll interval returns ERR_INVALID_PROPERTY. Executing any operation except
-  // OP_GET_EVENTS returns ERR_INVALID_OPERATION. Every check succeeds.
+  // Commands on the plug-in object. Lists are replaced, not appended to. Setting the poll interval
+  // returns 0, or the host's error number if the interval is used but could not be saved; setting
+  // any other property returns ERR_INVALID_PROPERTY. Executing any operation except OP_GET_EVENTS
+  // returns ERR_INVALID_OPERATION. Every check succeeds.
   unsigned int GetPluginProperties(CFusionIOPlugin& plugin, std::vector<PI::CProperty>& properties,
                                    unsigned int propertyId) CORVANE_REQUIRES(m_DataLock);
   unsigned int SetPluginProperty(CFusionIOPlugin& plugin, PI::CProperty& property)
@@ -124,10 +128,13 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
       CORVANE_REQUIRES(m_DataLock);
 
   // Commands on an adapter. Lists are replaced, not appended to. Setting a property always returns
-  // ERR_INVALID_PROPERTY. A check returns 0, ERR_ADAPTER_BUSY while a job of the same kind is
-  // running, ERR_GENERAL if the card is in the wrong state, or, for the locate LED,
-  // ERR_LOCATE_IN_PROGRESS or ERR_NO_LOCATE_STARTED. Attach and detach return as soon as the job
-  // has been started.
+  // ERR_INVALID_PROPERTY. A check of attach or detach returns 0, ERR_ADAPTER_BUSY while a job of
+  // the same kind is running, or ERR_GENERAL if the card is in the wrong state. A check of the
+  // locate LED returns 0, ERR_LOCATE_IN_PROGRESS, ERR_NO_LOCATE_STARTED, or ERR_COMMAND_ERROR if
+  // the card cannot be found. Checks of unknown operations succeed; executing them returns
+  // ERR_INVALID_OPERATION. Attach and detach return 0 as soon as the job has been started.
+  // Switching the locate LED returns ERR_COMMAND_ERROR if the card cannot be found or rejects the
+  // command.
   unsigned int GetAdapterProperties(CFusionIOAdapter& adapter,
                                     std::vector<PI::CProperty>& properties, unsigned int propertyId)
       CORVANE_REQUIRES(m_DataLock);
@@ -142,8 +149,11 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
       CORVANE_REQUIRES(m_DataLock);
 
   // Commands on a physical drive. Lists are replaced, not appended to. Setting a property always
-  // returns ERR_INVALID_PROPERTY. A format blocks until the card has been formatted. An operation
-  // returns ERR_COMMAND_ERROR if the card library rejects it.
+  // returns ERR_INVALID_PROPERTY. A check returns ERR_PHYSICALDRIVE_NOT_AVAILABLE for a format of a
+  // drive that is not available. A check of online or offline returns ERR_GENERAL if no storage
+  // unit would change, or ERR_COMMAND_ERROR if the card cannot be found. A format blocks until the
+  // card has been formatted. An operation returns ERR_COMMAND_ERROR if the card library rejects it,
+  // and ERR_INVALID_OPERATION if it is unknown; checks of unknown operations succeed.
   unsigned int GetPhysicalDriveProperties(CFusionIOPhysicalDrive& drive,
                                           std::vector<PI::CProperty>& properties,
                                           unsigned int propertyId) CORVANE_REQUIRES(m_DataLock);
@@ -181,7 +191,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // Returns false if no thread was started in the slot.
   static bool IsRunning(const ThreadSlot& thread);
   bool AnyThreadIsRunning() const;
-  void CancelThreads();
+  void CancelWorker();
 
   // Jobs. Each runs on a separate thread, without holding a lock, until the card has finished.
   // A failed job queues one event, a successful one none. Always return 1.
@@ -198,7 +208,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   static void SetDevice(std::string& slot, const std::string& device);
   static void WriteDevice(std::string& slot, const std::string& device);
   // Returns the event that is queued if the job fails. Excluded from the analysis because it
-  // ignores the result of the wait for `m_DataLock`, which has no timeout.
+  // ignores the result of its wait for `m_DataLock`; the wait cannot time out.
   PI::CEvent GetFailureEvent(const CardJob& job, const std::string& device) CORVANE_UNLOCKED;
   // Returns the event for a failed job, or an empty event if no adapter has the device.
   PI::CEvent FailureEventLocked(const CardJob& job, const std::string& device)
@@ -229,12 +239,13 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // host. If it cannot acquire the data lock, it skips the pass; if it cannot acquire the events
   // lock, it leaves the scan to the next pass.
   void Poll(PollState& state);
-  // Whether the masks or the state of any card differ from its record. A card that cannot be opened
-  // counts as unchanged.
+  // Whether the masks or the state of any card differ from its record. A card that cannot be found
+  // or opened counts as unchanged.
   bool AnyCardHasChanged() CORVANE_REQUIRES(m_DataLock);
   bool HasChanged(const CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock);
   // Scans all cards and calls `UpdateSystem` with the result. Returns 0 if anything has changed,
-  // ERR_GENERAL if not, or the error of the scan; a failed scan leaves the records unchanged.
+  // ERR_GENERAL if not, or the error of the scan. A failed scan leaves the records unchanged, but
+  // the plug-in object without children.
   unsigned int Rescan(PollState& state) CORVANE_REQUIRES(m_DataLock, m_EventsLock);
 
   // Stores the records of a scan, queues events for the changes and writes the database rows.
@@ -247,9 +258,11 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   void Store(const SystemDifference& difference, std::vector<CFusionIOAdapter>& adapters,
              std::vector<CFusionIOPhysicalDrive>& drives)
       CORVANE_REQUIRES(m_DataLock, m_EventsLock);
-  // Queues the events of a difference after `Store`, and writes its database rows.
+  // Queues the events of a difference after `Store`, and writes the database rows: those of the
+  // adapters in the difference, and those of all drives.
   void Announce(SystemDifference& difference) CORVANE_REQUIRES(m_DataLock, m_EventsLock);
-  // Appends to `m_Events` with the events lock held. Trace lines show `function`.
+  // Acquires the events lock, which the caller may already hold, and appends `events` to
+  // `m_Events`. Trace lines show `function`.
   void QueueEvents(const char* function, const std::vector<PI::CEvent>& events);
 
   // Replaces the contents of the vectors with one adapter and one drive per card in
@@ -281,9 +294,10 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   unsigned int GetStatusFlags(void*& iom, unsigned long& errors, unsigned long& warnings,
                               unsigned long& info);
 
-  // Write the rows of objects to the host's database. Return 0; if the database rejects a
-  // statement, trace the reason and return ERR_GENERAL. `SetDatabaseObjectProperties` fills a row
-  // and always returns 0.
+  // Insert, update and delete the rows of objects in the host's database. Return 0; if the database
+  // rejects a statement, trace the reason and return ERR_GENERAL. `SetDatabaseObjectProperties`
+  // only fills a row and always returns 0. The row of the plug-in is never updated, and the row of
+  // a drive never deleted.
   unsigned int SetDatabaseObjectProperties(RaidDataModels::Adapter& row, CFusionIOAdapter& adapter)
       CORVANE_REQUIRES(m_DataLock);
   unsigned int InsertObjectToDatabase(CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock);
@@ -308,8 +322,8 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   void LinkToPlugin(CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock);
 
   // Mark objects as in use by a job. `LockObjects` marks all objects if `adapter` is negative, the
-  // drives of that card if `drive` is negative, or otherwise the card's first drive. Always return
-  // 0.
+  // drives of that card if `drive` is negative, or otherwise the card's first drive.
+  // `UnlockObjects` clears the marks of all objects. Always return 0.
   unsigned int LockObjects(int adapter, int drive) CORVANE_REQUIRES(m_DataLock);
   unsigned int UnlockObjects();
   // Safe without the lock, which the worker does not always hold here: the marks are single bytes,

@@ -52,7 +52,7 @@ const std::vector<int> kReasonChoices = {
 // Creates the handle of an adapter's card and opens the card. Returns whether that succeeded.
 bool OpenByName(const CFusionIOAdapter& adapter, CardHandle& iom, ErrorRecord& error) {
   if (CreateHandle(adapter.m_DevicePath, iom, error) == 0 && iom.Open(error) == 0) return true;
-  iom.Adopt();  // destroys the handle even if its creation failed
+  iom.Adopt();  // so that the handle is destroyed even if its creation failed
   iom.Destroy();
   return false;
 }
@@ -349,8 +349,8 @@ bool IsLocateOperation(std::uint32_t operationId) {
   return operationId == PI::OP_LOCATE_DEVICE || operationId == PI::OP_STOP_LOCATE_DEVICE;
 }
 
-// Checks whether the locate LED can be turned on or off. Reads its state from the card, because the
-// record does not contain it.
+// Checks whether turning the locate LED on or off would change it. Reads its state from the card,
+// because the record does not contain it.
 unsigned int CheckLocateLED(const CFusionIOAdapter& adapter, bool on) {
   TRACE_AS("CheckAdapterOperation");
   ErrorRecord error;
@@ -409,8 +409,8 @@ std::vector<std::string> NamesOf(const std::vector<std::int32_t>& values) {
   return names;
 }
 
-// Reads the current attributes through a null handle and traces them. The row has no fields for
-// them.
+// Reads live attributes through a null handle, for which a library may report them as missing, and
+// traces some of them. The row has no fields for them.
 void TraceLiveValues(const CFusionIOAdapter& adapter) {
   TRACE_AS("SetDatabaseObjectProperties");
   ErrorRecord error = ErrorRecord::Zeroed();

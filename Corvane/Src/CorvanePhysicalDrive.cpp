@@ -218,8 +218,9 @@ unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
   return result;
 }
 
-// Checks whether any unit has the given state, which the operation would change. If the handle
-// cannot be created, only one of the two callers has it destroyed; the card library accepts both.
+// Returns 0 if any unit has the state `state`, which the operation would change; otherwise
+// ERR_GENERAL, or ERR_COMMAND_ERROR if the card cannot be found. In the last case, the null handle
+// is passed to vsl_destroy() only if `destroyIfNotCreated` is true; the card library accepts both.
 unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyIfNotCreated) {
   TRACE_AS("CheckPhysicalDriveOperation");
   ErrorRecord error;

@@ -33,7 +33,7 @@ namespace Value = PI::Value;
 constexpr unsigned int kVslInitRetries = 60;
 constexpr unsigned int kStopLimitMs = 24999;
 
-// Positions of events in the worker's waiter.
+// Positions of events in the worker's waiter, counted from 1.
 constexpr unsigned int kForceWorker = 1;
 constexpr unsigned int kPrivateEvent = 3;
 
@@ -185,7 +185,7 @@ unsigned int IPLUGINAPI_IMPL::DeInitialize() {
   const unsigned long begin = MBX::Misc::now();
   while (AnyThreadIsRunning()) {
     if (MBX::Misc::now() - begin > kStopLimitMs) {
-      CancelThreads();
+      CancelWorker();
       break;
     }
     Sleep(500);
@@ -207,9 +207,9 @@ bool IPLUGINAPI_IMPL::AnyThreadIsRunning() const {
   return any;
 }
 
-// Cancels only the worker, even if another thread is still running. A job is never interrupted
-// while its card is being attached or detached.
-void IPLUGINAPI_IMPL::CancelThreads() {
+// Called when any thread is still running after the limit. Traces every such thread, but cancels
+// only the worker: a job is never interrupted while its card is being attached or detached.
+void IPLUGINAPI_IMPL::CancelWorker() {
   TRACE_AS("DeInitialize");
   for (const NamedThread& thread : Threads()) {
     if (!IsRunning(*thread.m_pThread)) continue;
@@ -600,8 +600,8 @@ void IPLUGINAPI_IMPL::Store(const SystemDifference& difference,
   m_PhysicalDrives = drives;
 }
 
-// If a row cannot be written, the failure is traced and the row remains outdated until the next
-// change.
+// A failure to write a row is only traced. An adapter's row is written again when the adapter next
+// changes, a drive's row at the next scan; a row that could not be inserted remains missing.
 void IPLUGINAPI_IMPL::Announce(SystemDifference& difference) {
   if (!difference.m_Events.empty()) QueueEvents("UpdateSystem", difference.m_Events);
   for (CFusionIOAdapter& adapter : difference.m_AddedAdapters) InsertObjectToDatabase(adapter);

@@ -75,13 +75,13 @@ class PropertyRow {
   bool m_UnitNotFixed = false;
 };
 
-// Appends the properties that `selector` selects: all of them for `PI::Property::UNDEFINED`,
-// otherwise the one with that identifier. Values of other rows are not read.
+// Appends the property with the identifier `propertyId`, or all of them for
+// `PI::Property::UNDEFINED`. Values of other rows are not read.
 template <class Object, std::size_t N>
-void AppendProperties(const PropertyRow<Object> (&rows)[N], Object& object, unsigned int selector,
+void AppendProperties(const PropertyRow<Object> (&rows)[N], Object& object, unsigned int propertyId,
                       std::vector<PI::CProperty>& properties) {
   for (const PropertyRow<Object>& row : rows) {
-    if (selector == PI::Property::UNDEFINED || selector == row.ID())
+    if (propertyId == PI::Property::UNDEFINED || propertyId == row.ID())
       row.AppendTo(properties, object);
   }
 }

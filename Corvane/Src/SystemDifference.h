@@ -85,7 +85,7 @@ inline AdapterChange ChangeOf(const CFusionIOAdapter& stored, const CFusionIOAda
 }
 
 // Adds an adapter that has no stored record to `difference`, and the first drive with the same
-// serial number, if any.
+// serial number, if any, which gets the adapter's global number.
 inline void AddNewAdapter(const CFusionIOAdapter& adapter,
                           std::vector<CFusionIOPhysicalDrive>& drives, unsigned long now,
                           SystemDifference& difference) {
