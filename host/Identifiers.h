@@ -11,7 +11,7 @@
 
 namespace PI {
 
-// Each list entry is a name, a number and optional strings.
+// Each list entry starts with a name and a number. Further elements are for the host kit's texts.
 #define PI_FIRST(first, ...) first
 #define PI_ENUMERATOR(name, ...) name = PI_FIRST(__VA_ARGS__, 0),
 

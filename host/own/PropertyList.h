@@ -1,5 +1,5 @@
-// Lists of the properties. Identifiers.h generates enumerators from them, and the host kit its
-// captions and explanations.
+// Lists of the properties and of their short names. Identifiers.h generates enumerators from them,
+// and the host kit its captions and explanations.
 //
 // The host defines the numbers: entries may be added, but never renumbered.
 #pragma once
@@ -36,7 +36,7 @@
   X(ACTIVITY, 30054, "Activity", \
     "What the card is doing, such as attaching.") \
   X(TYPE, 30056, "Type", \
-    "The kind of storage medium.") \
+    "How the drive is connected, such as PCI Express.") \
   X(PHYSICAL_SIZE, 30059, "Physical size", \
     "The capacity of the drive when it left the factory.") \
   X(CONFIGURABLE_SIZE, 30060, "Configurable size", \
@@ -54,7 +54,7 @@
   X(CHOICE_PARAM, 30118, "Choice", \
     "A parameter of an operation: one of several values.") \
   X(ADAPTER_NUMBER, 30120, "Adapter number", \
-    "The number that the host has assigned to the adapter.") \
+    "The number that the plug-in uses for the adapter, counting from 0.") \
   X(PORT_NUMBER, 30122, "Port number", \
     "The adapter's port that the drive is connected to.") \
   X(DEVICE_NUMBER, 30125, "Device number", \

@@ -209,7 +209,7 @@
     "A flash chip has failed, and the card has lost its redundancy.", \
     "Back up the data: a flash chip has failed. Have the card replaced soon.") \
   X(NONCORRECTABLE_PCI_ERRORS, kFailedStatus, \
-    "Transfers between machine and card have failed and could not be repeated.", \
+    "Transfers between machine and card have failed, and retries have not succeeded.", \
     "Reseat the card or move it to another slot; if the errors continue, have it replaced.") \
   X(TEMPERATURE_ABOVE_WARN, kWarningStatus, \
     "The card is above its warning temperature.", \
@@ -221,7 +221,7 @@
     "The slot has fewer lanes, or is slower, than the card could use.", \
     "The card works, but would be faster in a slot with more lanes or a faster link.") \
   X(CORRECTABLE_PCI_ERRORS, kWarningStatus, \
-    "Transfers between machine and card have failed and were repeated successfully.", \
+    "Transfers between machine and card have failed, but retries have succeeded.", \
     "Reseat the card when the machine is next switched off; no data was lost.") \
   X(NO_POWERLOSS_PROTECTION, kWarningStatus, \
     "Data that is being written during a power failure may be lost.", \
