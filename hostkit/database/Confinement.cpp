@@ -17,10 +17,11 @@ namespace HostKit {
 
 namespace {
 
-// A statement of the persistence layer takes far less than a thousandth of this limit. It applies
-// to the thread's CPU time, so that statements do not fail on a stalled machine.
+// The limit for one call. A statement of the persistence layer takes far less than a thousandth of
+// it. Counts the thread's CPU time, so that statements do not fail on a stalled machine.
 constexpr std::int64_t kMaxNanoseconds = 1'000'000'000;
-// Small, because each step may process a string of the maximum length.
+// How many steps SQLite runs between two checks of the time. Small, because each step may process a
+// string of the maximum length.
 constexpr int kStepsBetweenChecks = 100;
 // While a statement is compiled, the time is checked too rarely. The cost can grow exponentially
 // with nested queries and quadratically with conditions; these three limits bound it.
@@ -81,8 +82,8 @@ bool IsAllowed(int action, const char* first, const char* second, const char* sc
   }
 }
 
-// Counts names, numbers and operators, including those inside string literals: only SQLite knows
-// where a literal ends.
+// Returns the number of names, numbers and operators, including those inside string literals: only
+// SQLite knows where a literal ends.
 int CountTokens(const std::string& sql) {
   int tokens = 0;
   bool isInToken = false;

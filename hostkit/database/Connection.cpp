@@ -42,7 +42,8 @@ bool IsAmong(const Codes& codes, int code) {
   return std::find(codes.begin(), codes.end(), primary) != codes.end();
 }
 
-// SQLite also uses the files with these suffixes, except for the last one, which the host locks.
+// The suffixes of the files that belong to a database: the database itself, SQLite's other files,
+// and the lock file of the host.
 constexpr std::array kFileSuffixes = {"", "-wal", "-shm", "-journal", "-host"};
 
 // Resolves the symbolic links of `file`. Throws `SqliteError` if another user could have created
@@ -58,8 +59,8 @@ path TrustedFile(const path& file) {
   return found.m_File.string();
 }
 
-// A relative name refers to different files in different working directories. The library would
-// also read a name that starts with "file:" as a URI.
+// A relative name refers to different files in different working directories. SQLite would also
+// read a name that starts with "file:" as a URI.
 void RequireAbsolute(const path& file) {
   if (!file.is_absolute()) throw SqliteError(SQLITE_CANTOPEN, sqlite3_errstr(SQLITE_CANTOPEN));
 }
@@ -207,8 +208,8 @@ void Connection::CheckTrust(const path& file) {
 }
 
 void Connection::PrepareToWrite() {
-  // Reading a read-only file would leave a read-only write-ahead log behind, even after the file
-  // becomes writable.
+  // Using a read-only file would create a read-only write-ahead log, which would still be read-only
+  // when the file becomes writable.
   if (sqlite3_db_readonly(m_pDatabase.get(), "main") == 1) {
     throw SqliteError(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY));
   }

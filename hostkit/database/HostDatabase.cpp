@@ -143,7 +143,6 @@ void HostDatabase::CloseFile() {
   m_pOwn.reset();
 }
 
-// Rows in memory are kept.
 void HostDatabase::CloseRowsInFile() {
   if (m_RowsAreInFile) m_pRows.reset();
   m_RowsAreInFile = false;

@@ -74,13 +74,19 @@ class HostDatabase final : public DatabaseWrapper::DatabaseDAO {
     }
   }
 
+  // Starts a run: reads the file's name from the environment and draws a new run number.
   void BeginRun() HOST_REQUIRES(m_Lock);
   bool IsInMemory() const HOST_REQUIRES(m_Lock);
+  // Return the connection for the host's own tables and that for the plug-ins' rows. Open them if
+  // they are closed, or if the file has been moved, deleted or replaced. Throw `SqliteError`.
   Connection& OwnConnection() HOST_REQUIRES(m_Lock);
   Connection& RowsConnection() HOST_REQUIRES(m_Lock);
+  // Opens the connection for rows: in the file, to which rows in memory are copied, or in memory.
   void StoreRowsInFile(Connection& own) HOST_REQUIRES(m_Lock);
   void KeepRowsInMemory() HOST_REQUIRES(m_Lock);
+  // Rolls back an open transaction, and closes the file if `error` makes that necessary.
   void Recover(const SqliteError& error) HOST_REQUIRES(m_Lock);
+  // Close the connections to the file, and that of its rows only. Rows in memory are kept.
   void CloseFile() HOST_REQUIRES(m_Lock);
   void CloseRowsInFile() HOST_REQUIRES(m_Lock);
 

@@ -27,8 +27,8 @@ HOST_API void WithOwnTables(const OwnTablesUse& use);
 // a read-only connection; it may then run twice.
 HOST_API void ReadOwnTables(const OwnTablesUse& use);
 
-// Creates a table if it is missing. Drops any triggers and indexes that were added to the table,
-// and a view with its name. Call in a transaction.
+// Creates the table with `sql`, a CREATE TABLE statement, if it is missing. Drops any triggers and
+// indexes that were added to the table, and a view with its name. Call in a transaction.
 HOST_API void EnsureOwnTable(Connection& connection, const std::string& table,
                              const std::string& sql);
 

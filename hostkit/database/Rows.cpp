@@ -38,7 +38,7 @@ std::vector<RowColumn> ColumnsOf() {
   return columns;
 }
 
-// In the order of `RowTables`, which also fills the field maps.
+// In the order of `RowKind` and of `RowTables`, whose first call fills the field maps.
 using ColumnsFunction = std::vector<RowColumn> (*)();
 constexpr ColumnsFunction kColumns[] = {ColumnsOf<RaidDataModels::Adapter>,
                                         ColumnsOf<RaidDataModels::PD>,

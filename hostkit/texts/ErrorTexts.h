@@ -25,8 +25,8 @@ inline constexpr std::array kErrorTexts{
     ErrorRow{PI::ERR_INVALID_OPERATION, "The object does not allow this operation now.",
              "To list the operations that are possible now, run corvane-host op list. The card may "
              "have to be attached or detached first."},
-    ErrorRow{PI::ERR_MEMORY_ERROR, "The host did not provide a buffer for the result.",
-             "Invalid request from the host; report this to the host's vendor."},
+    ErrorRow{PI::ERR_MEMORY_ERROR, "There is not enough memory to create the plug-in.",
+             "Free memory on the machine and start again."},
     ErrorRow{PI::ERR_INVALID_OBJECT_ID, "There is no object with this id.",
              "The object may have been removed: list the objects with corvane-host tree."},
     ErrorRow{PI::ERR_LOCK_INITIALIZATION_FAILED, "The plug-in could not set up its locks.",

@@ -51,7 +51,7 @@ struct Ledger {
   std::set<std::size_t> failingEventInits;
   std::map<std::size_t, std::vector<unsigned int>>
       failingLockWaits;                            // for locks that do not exist yet
-  std::vector<unsigned int> failingThreadCreates;  // starts left until each failure
+  std::vector<unsigned int> failingThreadCreates;  // calls of `Create` left until each failure
 };
 
 }  // namespace HostKit

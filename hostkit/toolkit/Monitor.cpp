@@ -15,7 +15,8 @@ namespace HostKit {
 
 namespace {
 
-// A plain pointer, which can still be read after the thread's thread_local objects were destroyed.
+// A plain pointer, which can still be read after the thread's thread_local objects have been
+// destroyed.
 thread_local ThreadRecord* t_pSelf = nullptr;
 thread_local bool t_Ending = false;
 
@@ -96,7 +97,7 @@ void Monitor::Adopt(std::shared_ptr<ThreadRecord> record) {
     return;
   }
   const MonitorLock lock;
-  m_EndedLockOwners.push_back(std::move(record));
+  m_KeptRecords.push_back(std::move(record));
 }
 
 void Monitor::Release(std::shared_ptr<ThreadRecord> record) {
@@ -105,7 +106,7 @@ void Monitor::Release(std::shared_ptr<ThreadRecord> record) {
     m_pSelector = nullptr;
     UnregisterThread(lock, *record);
   }
-  if (record->heldLocks > 0) m_EndedLockOwners.push_back(std::move(record));
+  if (record->heldLocks > 0) m_KeptRecords.push_back(std::move(record));
 }
 
 // A sleeper's entry in the list, which is also removed on cancellation.

@@ -68,8 +68,10 @@ class Monitor {
   std::vector<Sleeper*> m_Sleepers HOST_GUARDED_BY(g_Monitor);
   // The thread that selected the mode, which registered it; null if that thread has ended.
   ThreadRecord* m_pSelector HOST_GUARDED_BY(g_Monitor) = nullptr;
-  // Records of threads that ended while they held a lock, which still points to its owner.
-  std::vector<std::shared_ptr<ThreadRecord>> m_EndedLockOwners HOST_GUARDED_BY(g_Monitor);
+  // Records of ended threads that may still be used: a lock that a thread held at its end points to
+  // the record, and so does a thread that uses the kit while its thread_local objects are
+  // destroyed.
+  std::vector<std::shared_ptr<ThreadRecord>> m_KeptRecords HOST_GUARDED_BY(g_Monitor);
   std::function<void(const std::string&)> m_OnDeadlock HOST_GUARDED_BY(g_Monitor);
 };
 

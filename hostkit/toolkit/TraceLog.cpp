@@ -33,7 +33,7 @@ std::unique_ptr<spdlog::logger> CreateLogger(spdlog::sink_ptr sink) {
   logger->set_formatter(std::make_unique<spdlog::pattern_formatter>(
       "%Y-%m-%dT%H:%M:%S.%eZ %v", spdlog::pattern_time_type::utc));
   logger->flush_on(spdlog::level::trace);
-  // The library's default handler prints the file name unescaped.
+  // The default handler of spdlog prints the file name unescaped.
   logger->set_error_handler([isReported = false](const std::string& why) mutable {
     if (isReported) return;
     isReported = true;
@@ -50,8 +50,8 @@ void RequireTrusted(const std::string& trustError) {
   if (!trustError.empty()) throw spdlog::spdlog_ex(Base::Printable(trustError), EPERM);
 }
 
-// Creates the file without following links, because the library would follow them. Called before
-// the library opens a file, including the next file when one is full. Once the file exists and is
+// Creates the file without following links, because spdlog would follow them. Called before spdlog
+// opens a file, including the next file when one is full. Once the file exists and is
 // owned by this user, no other user can replace it.
 void CreateNoFollow(const std::string& path) {
   const Base::TrustedPath trusted = Base::ResolveTrusted(path);
