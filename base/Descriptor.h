@@ -56,8 +56,8 @@ struct Pipe {
 // Creates a pipe. On failure, neither end is open and errno is set.
 Pipe MakePipe();
 
-// Redirects file descriptor `number` of this process to /dev/null. Does nothing if /dev/null cannot
-// be opened.
+// Redirects file descriptor `number` of this process to /dev/null, for writing only. Does nothing
+// if /dev/null cannot be opened.
 void RedirectToNull(int number);
 
 // Writes all of `text` at the file's current position. Returns 0, or the errno of the failed write;

@@ -8,7 +8,8 @@
 namespace Base {
 
 // Takes the exclusive lock on a file, which is released when the file is closed. Returns 0 or an
-// errno: EWOULDBLOCK if another process still holds the lock at the timeout.
+// errno: EWOULDBLOCK if the lock is still held at the timeout by another process, or by this
+// process through another descriptor.
 int Lock(const Descriptor& file, std::chrono::milliseconds timeout);
 
 }  // namespace Base

@@ -2,7 +2,7 @@
 //
 // If a file has a POSIX access control list, the group bits of its mode are the upper limit for all
 // users and groups in the list. Therefore, if such a file is group-writable, both functions also
-// set S_IWOTH. Thread-safe.
+// set S_IWOTH, so that the checks treat the file as writable by others. Thread-safe.
 #pragma once
 
 #include <sys/stat.h>

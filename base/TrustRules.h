@@ -27,11 +27,12 @@ bool IsTrustedOwner(uid_t owner, uid_t user);
 // directory with a group.
 bool IsWritableByOthers(const struct stat& status, uid_t user);
 
-// Returns the reason for rejecting every file in this directory.
+// Returns the reason for rejecting every file in this directory. Ordinary users accept every
+// directory.
 std::string TrustErrorOfDirectory(const struct stat& directory, uid_t user);
 
 // Returns the reason for not following a link or not entering a directory in the middle of a path.
-// `isInSharedDirectory`: other users can write to the directory that contains the entry.
+// `isInSharedDirectory` is true if other users can write to the directory that contains the entry.
 std::string TrustErrorOfComponent(bool isInSharedDirectory, const struct stat& entry, uid_t user);
 
 // Returns the reason for rejecting the file at the end of a path. Devices are always accepted,
