@@ -1,6 +1,6 @@
 // Messages of the exceptions that the persistence layer throws.
 //
-// Four messages name a missing map or column, and two contain a message of the database. Hosts
+// Four messages report a missing map or column, and two contain a message of the database. Hosts
 // identify failures by the exact messages, including the small differences between them.
 //
 // All functions are thread-safe.

@@ -124,7 +124,7 @@ std::string insert_text(const fields_map_t<Row>& map, const table_t<Row>& table,
          columns + "VALUES(" + joined_columns(values) + ");";
 }
 
-// Represents a missing key. No stored row has this key.
+// Represents a missing key. No stored row has this key, because keys start at 1.
 constexpr int no_key = -1;
 
 // Returns the key of a row for UPDATE, given the value in its first column: the value itself if it
