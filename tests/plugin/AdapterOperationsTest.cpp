@@ -103,7 +103,7 @@ std::ostream& operator<<(std::ostream& out, const CardInState& card) {
 
 class CheckByState : public AdapterOperations, public testing::WithParamInterface<CardInState> {};
 
-TEST_P(CheckByState, UsesTheStateOfTheLastScan) {
+TEST_P(CheckByState, AcceptsAttachOnlyIfDetachedAndDetachOnlyIfAttached) {
   StartWith("iom_state", GetParam().state);
   const std::vector<std::pair<std::uint32_t, std::uint32_t>> expected = {
       {Number::OP_ATTACH, GetParam().attach},

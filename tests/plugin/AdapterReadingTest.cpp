@@ -384,7 +384,7 @@ class AdapterReadingWithAFailedCall : public testing::TestWithParam<FailedCall> 
   OneCard m_Host{CARD_WITH_ALL_ROWS};
 };
 
-TEST_P(AdapterReadingWithAFailedCall, OmitsOnlyThatRowOrItsValue) {
+TEST_P(AdapterReadingWithAFailedCall, OmitsOrChangesOnlyTheRowOfThatCall) {
   const std::vector<std::string> complete = m_Host.Rows(OneCard::ADAPTER);
   m_Host.ClearRecords();
   Fail();

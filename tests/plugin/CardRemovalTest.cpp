@@ -93,7 +93,7 @@ TEST_F(CardRemoval, AReturningCardHasNewIds) {
   EXPECT_EQ(Value(ObjectId(5), PI::Property::STATUS), "OK");
 }
 
-TEST_F(CardRemoval, OnlyTheDriveOfAnAddedCardIsTraced) {
+TEST_F(CardRemoval, OnlyTheDriveOfAnAddedCardIsTracedAsNotFoundYet) {
   AddCards(2);
   StartWatch();
   Hide(1);

@@ -365,7 +365,7 @@ TEST(CommandOrderInSeededSchedules, NewPollInterval) {
     };
     ASSERT_EQ(host.AssignAdapterNumbers(), 0U);
     ASSERT_EQ(host.SetPollInterval(20), 0U);
-    // In a seeded schedule, time passes before each thread's turn.
+    // In a seeded schedule, other threads may run before the worker does.
     for (int i = 0; i < 1000 && !notified; ++i) SleepMs(1);
     EXPECT_EQ(file, "PollInterval=20\n");
     EXPECT_EQ(value, "20");

@@ -216,7 +216,7 @@ std::size_t FormatToTheMaximum(SimulatedHost& host) {
   return host.Run(DRIVE, PI::OP_FORMAT_DEVICE, {formatting});
 }
 
-// The number of events that a job queues.
+// Runs a job and returns the number of events that it has queued.
 auto Job(std::uint32_t operation) {
   return [operation](SimulatedHost& host) {
     EXPECT_EQ(host.Run(ADAPTER, operation), 0U);

@@ -458,7 +458,7 @@ TEST_F(Format, IsRejectedByAnAttachedCard) {
                           "(not possible in state attached)"));
 }
 
-TEST_F(Format, DoesNotPostAnEvent) {
+TEST_F(Format, DoesNotQueueAnEvent) {
   Start();
   EXPECT_EQ(Run(), 0U);
   CardSim::FailCall("vsl_op_start", 1, 94, "no");

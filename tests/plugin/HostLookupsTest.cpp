@@ -33,7 +33,7 @@ class HostLookups : public testing::Test {
   HostCallWatch m_Watch;
 };
 
-// A card that has a domain is not looked up.
+// A card that reports its PCI segment (its domain) is not looked up individually.
 TEST_F(HostLookups, ListEveryAcceptedDeviceAtStartup) {
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -42,7 +42,7 @@ TEST_F(HostLookups, ListEveryAcceptedDeviceAtStartup) {
 }
 
 // Two families: the second card is the first of its family but the second in the list.
-TEST_F(HostLookups, UseFamilyAndPositionForACardWithoutADomain) {
+TEST_F(HostLookups, UseFamilyAndPositionForACardWithoutASegment) {
   m_Host.Cards().MakeAbsent(Add(0x1003, "59", "2", "1"), "pci_domain");
   m_Host.Cards().MakeAbsent(Add(0x3002, "60", "3", "4"), "pci_domain");
   ASSERT_EQ(m_Host.Initialize(), 0U);
@@ -53,7 +53,7 @@ TEST_F(HostLookups, UseFamilyAndPositionForACardWithoutADomain) {
                           "GenerateUniqueAdapterNumber for localhost 0 60 3 4"));
 }
 
-// The unknown segment of an unlisted card is truncated to 32 bits.
+// The segment of such a card is unknown: all ones, truncated to 32 bits.
 TEST_F(HostLookups, OnlyGenerateANumberForACardOfAnUnknownFamily) {
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   m_Host.Cards().MakeAbsent(Add(0x4000, "60", "3", "4"), "pci_domain");

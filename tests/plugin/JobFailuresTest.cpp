@@ -1,4 +1,4 @@
-// Failing jobs: the single event that each job posts, and the calls after the failure.
+// Failing jobs: the single event that each job queues, and the calls after the failure.
 
 #include <gmock/gmock.h>
 
@@ -149,7 +149,7 @@ const JobFailure JOB_FAILURES[] = {
 
 class EachJobFailure : public JobFailures, public testing::WithParamInterface<JobFailure> {};
 
-TEST_P(EachJobFailure, PostsOneEventAndDestroysItsHandles) {
+TEST_P(EachJobFailure, QueuesOneEventAndDestroysItsHandles) {
   StartWith({GetParam().before});
   CardSim::FailCall(GetParam().function, 1, 62, "failed");
   const unsigned long now = MBX::Misc::now();
@@ -187,7 +187,7 @@ const Lines BEGIN = {
 
 // The job does not hold a lock during any call. It traces the reason for the failure, queues its
 // event, and only then destroys its handles; it clears its device last.
-TEST_P(EachJobFailure, PostsItsEventBeforeDestroyingAndClearsItsDeviceLast) {
+TEST_P(EachJobFailure, QueuesItsEventBeforeDestroyingAndClearsItsDeviceLast) {
   StartWith({GetParam().before});
   const std::string trace = GetParam().trace;
   const std::string name = trace.substr(0, trace.find(','));

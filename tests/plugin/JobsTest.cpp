@@ -160,9 +160,9 @@ TEST_P(EachJob, ReturnsImmediatelyAndRunsWithoutALock) {
   EXPECT_EQ(StateOf("card0"), GetParam().after);
 }
 
-// A job counts as busy from its first step, where it stores its device before it waits for any
+// A job counts as busy as soon as it has stored its device, which it does before it waits for a
 // lock.
-TEST_P(EachJob, IsBusyFromItsFirstStep) {
+TEST_P(EachJob, IsBusyBeforeItWaitsForALock) {
   const std::pair<std::string, unsigned int> steps[] = {
       {"ENTER " + std::string(GetParam().name) + "(/dev/fct0)", 0U},
       {"Before m_DataLock.Wait(INFINITE)", Number::ERR_ADAPTER_BUSY}};
@@ -203,7 +203,7 @@ TEST_P(EachJob, IsBusyWhileItWaitsForTheDataLock) {
 INSTANTIATE_TEST_SUITE_P(Kinds, EachJob, testing::ValuesIn(JOBS),
                          [](const auto& test) { return std::string(test.param.name); });
 
-// The order of the lock steps around the preparation of the event and around its posting.
+// The order of the lock steps: those for the preparation of the event, then those for queuing it.
 TEST_F(Jobs, TraceEachLockStep) {
   StartWith({DETACHED});
   CardSim::FailCall("vsl_iom_create_by_name", 1, 61, "gone");

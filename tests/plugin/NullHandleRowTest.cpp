@@ -117,7 +117,7 @@ TEST_F(NullHandleRow, OmitsTheEnduranceWithoutBytesWritten) {
   EXPECT_THAT(LiveLines(), ElementsAre(std::string("16 ") + READ_LINE));
 }
 
-TEST_F(NullHandleRow, ShowsTheOtherPartsWithoutRemainingWrites) {
+TEST_F(NullHandleRow, ReadsTheOtherPartsWithoutRemainingWrites) {
   m_Results.rated_writes_remaining_percent.reset();
   ExpectCalls({{"vsl_has_rated_endurance_tbytes", "vsl_has_total_physical_bytes_written",
                 "vsl_has_rated_writes_remaining_percent"},

@@ -279,7 +279,8 @@ TEST_F(RescanIdentity, ARescanMakesTheCallsOfTheFirstScanExceptForTheLocateLED) 
   EXPECT_THAT(calls, ElementsAreArray(expected));
 }
 
-// The scan finds the job's card by its position in the stored list, not by its card index.
+// The scan uses the index of a card as a position in the list of adapters. After a removal, another
+// adapter may be at that position, or none.
 class JobAfterARemovedCard : public RescanIdentity {
  protected:
   void SetUp() override {

@@ -284,7 +284,7 @@ ALL_CASES(RejectionAtStartup,
 class RejectionAtAChange : public OneRejection {};
 
 // An adapter's row shows the values before its change.
-TEST_P(RejectionAtAChange, OmitsOneRowUntilTheNextChange) {
+TEST_P(RejectionAtAChange, LeavesOneRowOutdatedUntilTheNextChange) {
   StartWatch();
   SetTemperature("60.0");
   WaitForScans();
@@ -316,7 +316,7 @@ ALL_CASES(RejectionAtAChange,
 
 class RejectionAtRemoval : public OneRejection {};
 
-TEST_P(RejectionAtRemoval, OmitsOneRowUntilTheNextScan) {
+TEST_P(RejectionAtRemoval, AffectsOnlyOneRow) {
   StartWatch();
   SetSectorSize("4096");
   Hide(1);
@@ -340,7 +340,7 @@ ALL_CASES(RejectionAtRemoval,
 
 class RejectionAtArrival : public OneRejection {};
 
-TEST_P(RejectionAtArrival, OmitsOneRow) {
+TEST_P(RejectionAtArrival, AffectsOnlyOneRow) {
   StartWatch();
   Hide(1);
   WaitForScans();

@@ -183,7 +183,7 @@ struct ConnectorCase {
   int reads;
 };
 
-TEST(ScanExternalPower, IsReadOnlyWhenPowerIsNeeded) {
+TEST(ScanExternalPower, ConnectionIsReadOnlyIfPowerIsOptionalOrRequired) {
   const ConnectorCase cases[] = {
       // requirement, connected, shown, number of reads
       {"1", "true", "true", 1},   {"1", "false", "false", 1},  {"1", NONE, "false", 1},

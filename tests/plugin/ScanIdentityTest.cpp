@@ -51,7 +51,7 @@ TEST(ScanFamily, DeterminesDriverAndModel) {
   }
 }
 
-// The plug-in starts with the supported card; the second one is unlisted.
+// The plug-in starts because of the first card; the second one belongs to no known family.
 class ScanWithoutAFamily : public testing::TestWithParam<std::uint16_t> {};
 
 TEST_P(ScanWithoutAFamily, HasNeitherModelNorDriver) {
@@ -176,7 +176,7 @@ void HideSegment(SimulatedHost& host, const std::string& card, const std::string
   host.Cards().MakeAbsent(card, "pci_domain");
 }
 
-TEST(ScanSegment, IsLookedUpByTheNumberOfTheCard) {
+TEST(ScanSegment, IsLookedUpByThePositionOfTheCard) {
   ScannedCard card;
   SimulatedHost& host = card.Host();
   const std::string second = host.AddCard(0x2001);

@@ -204,7 +204,7 @@ TEST(ScanThrottling, ComesAfterErrorsInformationAndState) {
 }
 
 // Without a running job, the state is not corrected.
-TEST(ScanWithoutJobs, ShowsTheStateOfTheCard) {
+TEST(ScanWithoutJobs, DoesNotShowAttachedOrDetachedCardsAsBusy) {
   for (const auto& [state, activity] : {std::pair("2", "IDLE"), std::pair("0", "IDLE")}) {
     ScannedCard card;
     card.Set("iom_state", state);

@@ -429,7 +429,7 @@ void FailToStart(SimulatedHost& host) {
 }
 
 template <void (*fail)(std::size_t), std::size_t ordinal>
-void FailToCreateALock(SimulatedHost& host) {
+void FailToInitialize(SimulatedHost& host) {
   host.AddCard();
   fail(ordinal);
   host.Initialize();
@@ -474,11 +474,11 @@ const Scenario SCENARIOS[] = {
     FailToStart,
     FailALockWait,
     StopWhileJobsRun,
-    FailToCreateALock<HostKit::FailLockInit, 1>,
-    FailToCreateALock<HostKit::FailLockInit, 2>,
-    FailToCreateALock<HostKit::FailEventInit, 1>,
-    FailToCreateALock<HostKit::FailEventInit, 2>,
-    FailToCreateALock<HostKit::FailEventInit, 3>,
+    FailToInitialize<HostKit::FailLockInit, 1>,
+    FailToInitialize<HostKit::FailLockInit, 2>,
+    FailToInitialize<HostKit::FailEventInit, 1>,
+    FailToInitialize<HostKit::FailEventInit, 2>,
+    FailToInitialize<HostKit::FailEventInit, 3>,
 };
 
 std::vector<HostKit::TraceLine> LinesOfAllScenarios() {

@@ -91,7 +91,7 @@ TEST_F(WorkerFaults, TracesItsStartAndItsEnd) {
   Set("card0", "current_errors", "1");
   WaitForWakeUps();
   PassMs(10);
-  EXPECT_EQ(RecordedLines()[0].substr(0, 1), "2");
+  EXPECT_EQ(RecordedLines().at(0), "2 ENTER Worker()");
   EXPECT_THAT(TimesOf("2 ENTER Worker()"), ElementsAre(0U));
   ClearRecords();
   EXPECT_EQ(m_Host.DeInitialize(), 0U);
@@ -194,7 +194,7 @@ TEST_F(WorkerFaults, TracesThePrivateEventAfterAnOperation) {
   EXPECT_THAT(TimesOf("8 Before m_DataLock.Wait(INFINITE)"), IsEmpty());
 }
 
-TEST_F(WorkerFaults, AScanThatFailsMidwayKeepsTheObjectsAndClearsTheRelations) {
+TEST_F(WorkerFaults, AScanThatFailsMidwayKeepsTheObjectsAndClearsThePluginsChildren) {
   StartBeforeAScan();
   const Lines before = Tree();
   Set("card0", "board_name", "Other");
@@ -370,7 +370,7 @@ TEST_F(WorkerFaults, AStopDuringAScanLetsItFinish) {
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());
 }
 
-// A host that continues although the locks and events could not be created.
+// A host that continues although an event could not be initialized.
 TEST_F(WorkerFaults, AWorkerThatCannotWaitEndsImmediately) {
   AddCards(1);
   HostKit::FailEventInit(1);

@@ -17,14 +17,14 @@ constexpr const char* RECORD = "record";
 constexpr const char* NONE = "none";
 
 // The handles of the adapter, of the format limits and of the card.
-TEST(DestroyRecords, ArePassedByAScan) {
+TEST(DestroyErrorRecords, ArePassedByAScan) {
   OneCard host;
   DestroyWatch watch;
   ASSERT_EQ(host.Initialize(), 0U);
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD, RECORD, RECORD));
 }
 
-TEST(DestroyRecords, ArePassedByAScanOfACardThatCannotBeOpened) {
+TEST(DestroyErrorRecords, ArePassedByAScanOfACardThatCannotBeOpened) {
   OneCard host;
   DestroyWatch watch;
   CardSim::FailCall("vsl_open", 1, 5, "no");
@@ -32,7 +32,7 @@ TEST(DestroyRecords, ArePassedByAScanOfACardThatCannotBeOpened) {
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
 }
 
-TEST(DestroyRecords, ArePassedByAQuickPoll) {
+TEST(DestroyErrorRecords, ArePassedByAQuickPoll) {
   OneCard host;
   ASSERT_EQ(host.Start(), 0U);
   DestroyWatch watch;
@@ -40,7 +40,7 @@ TEST(DestroyRecords, ArePassedByAQuickPoll) {
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
 }
 
-TEST(DestroyRecords, ArePassedByAQuickPollOfACardThatCannotBeOpened) {
+TEST(DestroyErrorRecords, ArePassedByAQuickPollOfACardThatCannotBeOpened) {
   OneCard host;
   ASSERT_EQ(host.Start(), 0U);
   DestroyWatch watch;
@@ -49,7 +49,7 @@ TEST(DestroyRecords, ArePassedByAQuickPollOfACardThatCannotBeOpened) {
   EXPECT_THAT(watch.Take(), ElementsAre(RECORD));
 }
 
-class DestroyRecordsOfRequests : public testing::Test {
+class DestroyErrorRecordsOfRequests : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(m_Host.Initialize(), 0U); }
 
@@ -57,7 +57,7 @@ class DestroyRecordsOfRequests : public testing::Test {
   DestroyWatch m_Watch;
 };
 
-TEST_F(DestroyRecordsOfRequests, AreNotPassedForProperties) {
+TEST_F(DestroyErrorRecordsOfRequests, AreNotPassedForProperties) {
   m_Watch.Take();
   m_Host.Properties(OneCard::ADAPTER);
   EXPECT_THAT(m_Watch.Take(), ElementsAre(NONE));
@@ -68,7 +68,7 @@ TEST_F(DestroyRecordsOfRequests, AreNotPassedForProperties) {
   }
 }
 
-TEST_F(DestroyRecordsOfRequests, AreNotPassedForTheLocateLED) {
+TEST_F(DestroyErrorRecordsOfRequests, AreNotPassedForTheLocateLED) {
   m_Watch.Take();
   EXPECT_EQ(m_Host.Check(OneCard::ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
   EXPECT_EQ(m_Host.Run(OneCard::ADAPTER, PI::OP_LOCATE_DEVICE), 0U);
@@ -76,10 +76,10 @@ TEST_F(DestroyRecordsOfRequests, AreNotPassedForTheLocateLED) {
   EXPECT_THAT(m_Watch.Take(), ElementsAre(NONE, NONE, NONE));
 }
 
-using DestroyRecordsOfJobs = JobHost;
+using DestroyErrorRecordsOfJobs = JobHost;
 
 // The handles of the job and of the card.
-TEST_F(DestroyRecordsOfJobs, AreNotPassed) {
+TEST_F(DestroyErrorRecordsOfJobs, AreNotPassed) {
   DestroyWatch watch;
   StartWith({ATTACHED});
   for (const std::uint32_t operation :
