@@ -88,7 +88,7 @@ TEST(WriteAll, ReportsTheError) {
   EXPECT_EQ(0, Base::WriteAll(full, ""));
 }
 
-TEST(WriteAll, WritesMoreThanOneCallAccepts) {
+TEST(WriteAll, WritesMoreThanAPipeHolds) {
   int ends[2] = {-1, -1};
   ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
   const Base::Descriptor readEnd(ends[0]);

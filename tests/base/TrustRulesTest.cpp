@@ -49,7 +49,7 @@ TEST(TrustRules, CheckDirectories) {
   }
 }
 
-TEST(TrustRules, CheckTheOwnersOfLinksInOpenDirectories) {
+TEST(TrustRules, CheckTheOwnersOfLinksInSharedDirectories) {
   const auto anns = Entry(S_IFLNK | 0777, kAnn);
   EXPECT_EQ("", Base::TrustErrorOfComponent(true, anns, kAnn));
   EXPECT_EQ("is owned by uid 1000", Base::TrustErrorOfComponent(true, anns, kBob));

@@ -79,8 +79,7 @@ constexpr bool FollowsRuns(const Field (&fields)[fieldCount], const Run (&runs)[
   return at == fieldCount;
 }
 
-// Whether the fields are in this order, with no gap between or after them that could hold another
-// field.
+// Whether the fields are in this order, with at most alignment padding between and after them.
 template <class Row, std::size_t count>
 constexpr bool HasNoGaps(const Field (&fields)[count]) {
   std::size_t end = 0;

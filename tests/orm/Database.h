@@ -29,7 +29,7 @@ class ScriptedDatabase : public DatabaseWrapper::DatabaseDAO {
 struct TableSetup {
   std::string name = "T1";
   std::string alias = "A";
-  bool autoKey = false;  // the first column, or the last if it is an unsigned long
+  bool autoKey = false;  // the database assigns the first column
   bool foreignKeys = false;
   bool hasTable = true;
   bool hasMap = true;

@@ -47,15 +47,16 @@ class Locale : public testing::Test {
   const std::shared_ptr<ScriptedDatabase> m_Database = std::make_shared<ScriptedDatabase>();
 };
 
-TEST_F(Locale, CellsHaveADecimalPoint) {
+TEST_F(Locale, CellsAreReadWithADecimalPoint) {
   auto storage = StorageOf<Everything>(m_Database);
   m_Database->Answer({"1234", "me", "a", "22", "2.5", "5", "33", "x", "1234.75", "y"});
   const Everything row = storage.get_all<Everything>(where(is_equal(&Everything::id, 1))).at(0);
   EXPECT_EQ(row.id, 1234);
   EXPECT_EQ(row.ratio, 2.5);
+  EXPECT_EQ(row.load, 1234.75);
 }
 
-TEST_F(Locale, TheLargestKeyIsNotGrouped) {
+TEST_F(Locale, TheLargestKeyIsReadWithoutGrouping) {
   auto storage = StorageOf<Item>(m_Database);
   m_Database->Answer({"1.234"});
   EXPECT_EQ(storage.max(&Item::id), 1);

@@ -19,7 +19,7 @@ std::string ExceptionOf(Call call) {
   return "";
 }
 
-TEST(Lookup, SkipsTablesAndMapsOfOtherRows) {
+TEST(Lookup, SkipsTablesAndMapsOfOtherRowTypes) {
   const auto database = std::make_shared<ScriptedDatabase>();
   auto storage = StorageOf<Place>(database);
   storage.tables.push_back(nullptr);
@@ -32,7 +32,7 @@ TEST(Lookup, SkipsTablesAndMapsOfOtherRows) {
   EXPECT_EQ(database->sent.at(0), "SELECT MAX(ID) FROM T2");
 }
 
-TEST(Lookup, UsesTheFirstTableOfTheRow) {
+TEST(Lookup, UsesTheFirstTableOfTheRowType) {
   const auto database = std::make_shared<ScriptedDatabase>();
   auto storage = StorageOf<Item>(database);
   TableSetup second;

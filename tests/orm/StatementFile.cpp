@@ -88,7 +88,7 @@ class Runner {
   explicit Runner(const StatementCase& given)
       : m_pDatabase(std::make_shared<ScriptedDatabase>()),
         m_Storage(StorageOf<Row>(m_pDatabase, SetupOf(given))) {
-    // An unsigned long key with auto increment is in the last column.
+    // An unsigned long key must be in the last column.
     if constexpr (std::is_same_v<Row, WideKey>) {
       const auto table = TableOf<Row>(SetupOf(given));
       std::swap(table->columns.front()->autoIncrement, table->columns.back()->autoIncrement);
@@ -177,7 +177,7 @@ class Runner {
     } else if constexpr (std::is_same_v<Row, Everything> || std::is_same_v<Row, Item>) {
       return Perform(command[0], where(is_equal(&Row::id, std::stoi(command.at(2)))));
     }
-    throw std::runtime_error("unknown verb " + command[0]);
+    throw std::runtime_error("unknown verb or condition: " + boost::join(command, " "));
   }
 
   template <class Condition>

@@ -12,9 +12,12 @@
 //   fail TEXT             the database rejects the next statement with TEXT
 //   do VERB [ARGUMENTS]   insert, update, max COLUMN, get CONDITION or remove CONDITION
 //
+// A CONDITION is `id`, `number`, `name`, `number-host`, `name-host` or `all-three`, followed by the
+// values of its columns.
+//
 // The lines after `do` are the expected result: `sent STATEMENT|` for each statement, where the bar
 // marks the end of the statement, then `returns NUMBER`, `row COLUMN=VALUE ...`, `no rows` or
-// `throws TEXT`.
+// `throws TEXT`, then `the alias stays off` if a `remove` has not turned it on again.
 #pragma once
 
 #include <iosfwd>

@@ -190,7 +190,7 @@ TEST_F(Confinement, ConfinesTriggersOfTheRows) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-// A cross join of eight copies of the table would take years.
+// A cross join of eight copies of the table has 850 billion rows.
 TEST_F(Confinement, AbortsAStatementThatTakesTooLong) {
   for (int i = 0; i < 30; ++i) m_pStorage->insert(AnAdapter(i));
   const char* const product =
@@ -261,7 +261,7 @@ TEST_F(Confinement, LimitsTheQueriesOfACall) {
   EXPECT_EQ(FailureOf(sql), "");
 }
 
-// Rows are sorted in memory, and 27 million rows of a kilobyte exceed the memory limit.
+// Rows are sorted in memory, and 28 million rows of three kilobytes exceed the memory limit.
 TEST_F(Confinement, LimitsTheMemoryOfSorting) {
   for (int i = 0; i < 30; ++i) m_pStorage->insert(AnAdapter(i));
   Query("UPDATE host_adapter_rows SET ad_name = \"" + std::string(1000, 'x') + "\"");

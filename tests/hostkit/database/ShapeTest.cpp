@@ -1,3 +1,5 @@
+// The tables and field maps that the host offers to plug-ins, compared with each other and with the
+// database file.
 #include <algorithm>
 
 #include "tests/hostkit/database/Fixture.h"
@@ -7,13 +9,13 @@ namespace {
 using namespace RaidDataModels;
 using DatabaseORM::table_t;
 
-// Reads the tables and maps as a plug-in does.
+// The field map and the table of a row type, looked up as a plug-in does.
 template <class Row>
-struct Found {
+struct TableAndMap {
   std::shared_ptr<dbModelFieldsMap<Row>> map;
   std::shared_ptr<table_t<Row>> table;
 
-  Found() {
+  TableAndMap() {
     const auto storage = getDatabasePointer();
     for (const auto& entry : storage->modelMaps) {
       if (!map) map = std::dynamic_pointer_cast<dbModelFieldsMap<Row>>(entry);
@@ -27,17 +29,17 @@ struct Found {
   // index and "!" for a duplicate.
   std::string LettersOfFields() const {
     std::string letters(static_cast<std::size_t>(map->columnCount), '-');
-    const auto note = [&](const auto& fields, char character) {
+    const auto mark = [&](const auto& fields, char character) {
       for (const auto& field : fields) {
         char& letter = letters.at(static_cast<std::size_t>(field.index));
         letter = letter == '-' ? character : '!';
       }
     };
-    note(map->stringFields, 'S');
-    note(map->listFields, 'L');
-    note(map->intFields, 'I');
-    note(map->ulongFields, 'U');
-    note(map->doubleFields, 'D');
+    mark(map->stringFields, 'S');
+    mark(map->listFields, 'L');
+    mark(map->intFields, 'I');
+    mark(map->ulongFields, 'U');
+    mark(map->doubleFields, 'D');
     return letters;
   }
 
@@ -78,20 +80,20 @@ struct RowNames {
 TYPED_TEST_SUITE(TableShape, RowTypes, RowNames);
 
 TYPED_TEST(TableShape, IsTheSameInTablesAndMaps) {
-  const Found<TypeParam> found;
+  const TableAndMap<TypeParam> found;
   ASSERT_TRUE(found.map && found.table);
   EXPECT_EQ(found.LettersOfFields(), found.LettersOfColumns());
 }
 
 TYPED_TEST(TableShape, ListsFieldsInColumnOrder) {
-  const auto map = Found<TypeParam>().map;
+  const auto map = TableAndMap<TypeParam>().map;
   EXPECT_TRUE(IndexesAscend(map->intFields) && IndexesAscend(map->ulongFields) &&
               IndexesAscend(map->stringFields) && IndexesAscend(map->listFields) &&
               IndexesAscend(map->doubleFields));
 }
 
 TYPED_TEST(TableShape, StartsWithAnAutomaticKey) {
-  const Found<TypeParam> found;
+  const TableAndMap<TypeParam> found;
   EXPECT_EQ(found.map->intFields.at(0).name, "ID");
   EXPECT_EQ(found.map->intFields.at(0).index, 0);
   EXPECT_EQ(found.map->intFields.at(0).member, &TypeParam::id);
@@ -103,13 +105,13 @@ TYPED_TEST(TableShape, StartsWithAnAutomaticKey) {
   EXPECT_FALSE(found.table->foreignKeys);
 }
 
-// The layer would mistake an unsigned long in the last column for the key.
+// The storage layer would mistake an unsigned long in the last column for the key.
 TYPED_TEST(TableShape, DoesNotEndWithAnUnsignedLong) {
-  EXPECT_NE(Found<TypeParam>().LettersOfColumns().back(), 'U');
+  EXPECT_NE(TableAndMap<TypeParam>().LettersOfColumns().back(), 'U');
 }
 
 TYPED_TEST(TableShape, MatchesTheFile) {
-  const Found<TypeParam> found;
+  const TableAndMap<TypeParam> found;
   std::string expected;
   const char* const types[] = {"TEXT", "TEXT", "INTEGER", "INTEGER", "REAL"};
   const auto names = found.Names();
@@ -124,16 +126,16 @@ TYPED_TEST(TableShape, MatchesTheFile) {
             "1");
 }
 
-TEST(TableNames, MatchTheThreeTables) {
-  EXPECT_EQ(Found<Adapter>().table->name, "host_adapter_rows");
-  EXPECT_EQ(Found<PD>().table->name, "host_drive_rows");
-  EXPECT_EQ(Found<Plugin>().table->name, "host_plugin_rows");
-  EXPECT_EQ(Found<Adapter>().map->columnCount, 149);
-  EXPECT_EQ(Found<PD>().map->columnCount, 69);
-  EXPECT_EQ(Found<Plugin>().map->columnCount, 11);
+TEST(Tables, HaveTheirNamesAndColumnCounts) {
+  EXPECT_EQ(TableAndMap<Adapter>().table->name, "host_adapter_rows");
+  EXPECT_EQ(TableAndMap<PD>().table->name, "host_drive_rows");
+  EXPECT_EQ(TableAndMap<Plugin>().table->name, "host_plugin_rows");
+  EXPECT_EQ(TableAndMap<Adapter>().map->columnCount, 149);
+  EXPECT_EQ(TableAndMap<PD>().map->columnCount, 69);
+  EXPECT_EQ(TableAndMap<Plugin>().map->columnCount, 11);
 }
 
-TEST(TableNames, NameColumnsAfterTheFields) {
+TEST(FieldMaps, NameTheColumnsAndTheAlias) {
   const std::vector<std::string> expected = {"ID",
                                              "pi_api_version",
                                              "pi_object_id",
@@ -145,9 +147,9 @@ TEST(TableNames, NameColumnsAfterTheFields) {
                                              "pi_module_id",
                                              "pi_vendor",
                                              "pi_plugin_version"};
-  EXPECT_EQ(Found<Plugin>().Names(), expected);
-  EXPECT_EQ(Found<Adapter>().map->alias, "ad");
-  EXPECT_EQ(Found<PD>().Names().at(7), "pd_boot_state");
+  EXPECT_EQ(TableAndMap<Plugin>().Names(), expected);
+  EXPECT_EQ(TableAndMap<Adapter>().map->alias, "ad");
+  EXPECT_EQ(TableAndMap<PD>().Names().at(7), "pd_boot_state");
 }
 
 }  // namespace

@@ -139,7 +139,10 @@ TEST(Property, HasTheValueTypeOfTheLastSetter) {
 TEST(Property, CopyHasAllFields) {
   PI::CProperty property(PI::Property::SIZE, true);
   property.m_NameID = PI::ShortName::ID;
+  property.m_Visible = 0;
   property.m_SortKey = 23003;
+  property.m_Indicator = 7;
+  property.m_Format = 8;
   property.m_Units = PI::UNITS_PERCENT;
   property.m_UnitsFixed = false;
   property.SetValue(PI::Value::MAXIMUM_CAPACITY,
@@ -149,7 +152,10 @@ TEST(Property, CopyHasAllFields) {
   copy = PI::CProperty(property);
   EXPECT_EQ(copy.m_PropertyID, PI::Property::SIZE);
   EXPECT_EQ(copy.m_NameID, PI::ShortName::ID);
+  EXPECT_EQ(copy.m_Visible, 0U);
   EXPECT_EQ(copy.m_SortKey, 23003U);
+  EXPECT_EQ(copy.m_Indicator, 7U);
+  EXPECT_EQ(copy.m_Format, 8U);
   EXPECT_EQ(copy.m_Units, PI::UNITS_PERCENT);
   EXPECT_FALSE(copy.m_UnitsFixed);
   EXPECT_TRUE(copy.m_Writable);
