@@ -96,7 +96,7 @@ TEST_F(Values, CannotBeQueriedWithASingleQuote) {
 }
 
 // An UPDATE interprets a string with the name of a column as the column; an INSERT does not.
-TEST_F(Values, ReplacesAValueThatEqualsAColumnName) {
+TEST_F(Values, AreReplacedIfTheyEqualAColumnName) {
   EXPECT_EQ(UpdateName("ad_host_name"), "localhost");
   EXPECT_EQ(UpdateName("AD_Adapter_Number"), "1");
   EXPECT_EQ(UpdateName("id"), "1");
@@ -104,24 +104,24 @@ TEST_F(Values, ReplacesAValueThatEqualsAColumnName) {
   EXPECT_EQ(InsertName("ad_host_name"), "ad_host_name");
 }
 
-TEST_F(Values, KeepsAValueThatEqualsATableName) {
+TEST_F(Values, AreKeptIfTheyEqualATableName) {
   EXPECT_EQ(UpdateName("host_adapter_rows"), "host_adapter_rows");
   EXPECT_EQ(UpdateName("ad"), "ad");
 }
 
 // Injected SQL can read and change rows of the plug-in's tables, but cannot access anything else.
-TEST_F(Values, ConfinesInjectedSql) {
+TEST_F(Values, AreConfinedIfTheyInjectSql) {
   const auto other = m_Directory.Path() / "other.db";
   EXPECT_EQ(UpdateName("x\" WHERE 0; DELETE FROM host_adapter_rows WHERE ID = 5; --"), "NULL");
   EXPECT_EQ(UpdateName("x\" WHERE 0; ATTACH '" + other.string() + "' AS o; --"), "(rejected)");
   EXPECT_FALSE(std::filesystem::exists(other));
 }
 
-TEST_F(Values, RejectsNulCharacters) {
+TEST_F(Values, AreRejectedWithANulCharacter) {
   EXPECT_EQ(UpdateName(std::string("a\0b", 3)), "(rejected)");
 }
 
-TEST_F(Values, SplitsListsAtQuestionMarks) {
+TEST_F(Values, AreSplitAtQuestionMarksInLists) {
   auto row = AnAdapter(1);
   row.id = 1;
   row.statusReasonNames = {"a?b", "", "c"};
@@ -129,7 +129,7 @@ TEST_F(Values, SplitsListsAtQuestionMarks) {
   EXPECT_EQ(Find(*m_pStorage, 1).at(0).statusReasonNames, (string_list{"a", "b", "c"}));
 }
 
-TEST_F(Values, RejectsInfinityAndNan) {
+TEST_F(Values, AreRejectedIfInfiniteOrNan) {
   PD drive;
   drive.objectId = 1;
   for (const double value : {HUGE_VAL, -HUGE_VAL, std::nan("")}) {
