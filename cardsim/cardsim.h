@@ -103,7 +103,7 @@ class CARDSIM_API StateFile {
   std::string Get(const std::string& card, const std::string& attribute) const;
 
   // Makes the attribute absent, so that its `vsl_has_` function returns false. For "volumes",
-  // removes all storage units.
+  // removes all volumes.
   void MakeAbsent(const std::string& card, const std::string& attribute);
 
   // Set or clear one bit of a status mask. `bit` is the bit's name, such as
@@ -137,9 +137,10 @@ struct CARDSIM_API Call {
   std::string text() const;  // the three in one line: "vsl_set_beacon_state card#1 0"
 };
 
-// Clears the log, hook, injected failures, handles and misuse; handle numbers restart at 1.
-// Running jobs are abandoned, and their cards return to their previous states. Logging starts with
-// the first `Reset` in a process, so that programs that never call it do not pay for the log.
+// Clears the log, the hook, the failures requested with `FailCall`, the handles and the misuse;
+// handle numbers restart at 1. Running jobs are abandoned, and their cards return to their previous
+// states. Logging starts with the first `Reset` in a process, so that programs that never call it
+// do not pay for the log.
 CARDSIM_API void Reset();
 
 // Returns the calls since `Reset`, in the order in which they started.
@@ -168,7 +169,9 @@ CARDSIM_API std::vector<std::string> OpenHandles();
 // Returns the misuse of the card library since `Reset`, one line each, at most 1000 lines:
 //
 //   a handle that is null, unknown, of the wrong kind, destroyed, or from before `vsl_fini`
-//   a handle destroyed twice or while its card is open; an unmatched open or close
+//   a null pointer to a handle variable; a volume of another card's handle
+//   a handle destroyed twice or while its card is open; a volume passed to `vsl_destroy`
+//   a card opened twice, or closed while it is not open
 //   a read of an absent attribute, or of one that needs an open card while the card is not open
 //   a call before `vsl_init` or after `vsl_fini`
 //   a call without an error record, which still runs; only `vsl_destroy` may omit the record

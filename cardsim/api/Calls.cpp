@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "base/Mutex.h"
-#include "cardsim/api/Refusal.h"
+#include "cardsim/api/CallFailure.h"
 #include "cardsim/store/FunctionNames.h"
 
 namespace CardSim {
@@ -14,9 +14,9 @@ namespace {
 
 struct InjectedFailure {
   std::string function;
-  unsigned int passing;  // calls that will still succeed
-  unsigned int failing;  // calls that will fail after that
-  Refusal refusal;
+  unsigned int skipped;  // calls to leave alone first
+  unsigned int failing;  // calls that fail after those
+  CallFailure failure;
 };
 
 struct CallWatch {
@@ -36,8 +36,8 @@ CallWatch& TheCallWatch() {
 
 // Counts this call and returns whether it must fail.
 bool CountAndCheckFailure(InjectedFailure& request) {
-  if (request.passing > 0) {
-    --request.passing;
+  if (request.skipped > 0) {
+    --request.skipped;
     return false;
   }
   if (request.failing == 0) return false;
@@ -68,13 +68,13 @@ Hook LogCall(const Call& call) {
 void ThrowIfCallMustFail(const std::string& function) {
   CallWatch& watch = TheCallWatch();
   const Base::MutexLock lock(watch.mutex);
-  const Refusal* hit = nullptr;
-  // Every request counts every call, so that requests do not affect each other.
+  const CallFailure* hit = nullptr;
+  // Every request for the function counts the call, even if another request makes it fail.
   for (InjectedFailure& request : watch.failures) {
     if (request.function == function && CountAndCheckFailure(request) && hit == nullptr)
-      hit = &request.refusal;
+      hit = &request.failure;
   }
-  if (hit != nullptr) throw Refusal(*hit);
+  if (hit != nullptr) throw CallFailure(*hit);
 }
 
 void ResetCalls() {

@@ -16,7 +16,8 @@ using Hook = std::shared_ptr<const std::function<void(const Call&)>>;
 // Logs the call. Returns the hook to run for it.
 Hook LogCall(const Call& call);
 
-// Counts the call to `function`. Throws `Refusal` if `FailCall` requested a failure of this call.
+// Counts the call to `function`. Throws `CallFailure` if `FailCall` requested a failure of this
+// call.
 void ThrowIfCallMustFail(const std::string& function);
 
 // Clears the log, the hook and the injected failures, and starts logging.

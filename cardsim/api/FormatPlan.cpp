@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "cardsim/api/Refusal.h"
+#include "cardsim/api/CallFailure.h"
 
 namespace CardSim {
 namespace {
@@ -51,10 +51,10 @@ void PrepareFormat(Handle& handle) {
 
 void RequestSizeMode(Handle& handle, std::uint32_t mode) {
   const Values& values = handle.card->values;
-  if (mode != VSL_SIZE_MODE_OVERFORMAT) throw Refusal{kBadValue, "unknown size mode"};
+  if (mode != VSL_SIZE_MODE_OVERFORMAT) throw CallFailure{kBadValue, "unknown size mode"};
   const bool supported = Read(values, Attribute::iom_format_size_mode, false) &&
                          !Read(values, Attribute::iom_format_disallow_overformat, false);
-  if (!supported) throw Refusal{kNotSupported, "the card does not support overformatting"};
+  if (!supported) throw CallFailure{kNotSupported, "the card does not support overformatting"};
   const auto raised =
       Read<std::uint64_t>(values, Attribute::overformat_size_bytes, handle.plan.limit);
   handle.plan.limit = std::max(handle.plan.limit, raised);
@@ -63,8 +63,8 @@ void RequestSizeMode(Handle& handle, std::uint32_t mode) {
 
 void RequestSizeBytes(Handle& handle, std::uint64_t bytes) {
   if (bytes == 0 || bytes > handle.plan.limit) {
-    throw Refusal{kBadValue,
-                  "the size must be 1 to " + std::to_string(handle.plan.limit) + " bytes"};
+    throw CallFailure{kBadValue,
+                      "the size must be 1 to " + std::to_string(handle.plan.limit) + " bytes"};
   }
   handle.plan.bytes = bytes;
   handle.plan.percent.reset();
@@ -72,9 +72,10 @@ void RequestSizeBytes(Handle& handle, std::uint64_t bytes) {
 }
 
 void RequestSizePercent(Handle& handle, std::uint32_t percent) {
-  if (percent == 0 || percent > 100) throw Refusal{kBadValue, "the size must be 1 to 100 percent"};
+  if (percent == 0 || percent > 100)
+    throw CallFailure{kBadValue, "the size must be 1 to 100 percent"};
   if (handle.plan.largest == kNoLimit) {
-    throw Refusal{kNotSupported, "the card reports no size to take a percentage of"};
+    throw CallFailure{kNotSupported, "the card reports no size to take a percentage of"};
   }
   handle.plan.bytes = PercentOf(handle.plan.largest, percent);
   handle.plan.percent = percent;
@@ -90,14 +91,14 @@ void RequestSectorSize(Handle& handle, std::uint32_t bytes) {
       std::max(1U, Read<std::uint32_t>(values, Attribute::iom_format_sector_size_multiplier, 1));
   const bool powerOfTwo = Read(values, Attribute::iom_format_power_of_two_sector_size, false);
   if (bytes == 0 || bytes < least || bytes > most) {
-    throw Refusal{kBadValue, "the sector size must be " + std::to_string(least) + " to " +
-                                 std::to_string(most) + " bytes"};
+    throw CallFailure{kBadValue, "the sector size must be " + std::to_string(least) + " to " +
+                                     std::to_string(most) + " bytes"};
   }
   if (bytes % step != 0) {
-    throw Refusal{kBadValue, "the sector size must be a multiple of " + std::to_string(step)};
+    throw CallFailure{kBadValue, "the sector size must be a multiple of " + std::to_string(step)};
   }
   if (powerOfTwo && (bytes & (bytes - 1)) != 0) {
-    throw Refusal{kBadValue, "the sector size must be a power of two"};
+    throw CallFailure{kBadValue, "the sector size must be a power of two"};
   }
   handle.plan.sector = bytes;
 }

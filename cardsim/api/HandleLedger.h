@@ -1,4 +1,4 @@
-// The handles that the library has returned, and their misuse.
+// The handles that the library has returned, and the misuse of them.
 #pragma once
 
 #include <cstdint>
@@ -56,7 +56,7 @@ struct JobPlan {
 struct Handle {
   // Set when the handle is created.
   HandleKind kind = HandleKind::Card;
-  void* self = nullptr;
+  void* self = nullptr;         // the value that callers hold
   std::uint64_t sequence = 0;   // order of creation
   unsigned int startCount = 0;  // starts of the library before its creation
   std::uint64_t cardId = 0;

@@ -12,12 +12,12 @@ namespace {
 
 std::uint32_t StateOf(const Card& card) {
   const auto& state = At(card.values, Attribute::iom_state);
-  if (!state) throw Refusal{kNotSupported, "the card reports no state"};
+  if (!state) throw CallFailure{kNotSupported, "the card reports no state"};
   return ValueAs<std::uint32_t>(*state);
 }
 
 [[noreturn]] void ThrowWrongState(std::uint32_t state) {
-  throw Refusal{kWrongState, std::string("not possible in state ") + CardStateName(state)};
+  throw CallFailure{kWrongState, std::string("not possible in state ") + CardStateName(state)};
 }
 
 void CheckDetached(const Card& card, const JobPlan&) {
@@ -31,7 +31,7 @@ void CheckDetachable(const Card& card, const JobPlan& plan) {
   const bool isIdle = state == VSL_STATE_ATTACHED || state > VSL_STATE_BUSY;
   if (!isIdle || (!plan.force && state != VSL_STATE_ATTACHED)) ThrowWrongState(state);
   if (!plan.force && Read(card.values, Attribute::in_use, false)) {
-    throw Refusal{kInUse, "the card is in use"};
+    throw CallFailure{kInUse, "the card is in use"};
   }
 }
 
@@ -60,7 +60,7 @@ const JobRow& RowOf(HandleKind kind) {
   for (const JobRow& row : kJobRows) {
     if (row.kind == kind) return row;
   }
-  throw Refusal{kBadHandle, "not a job handle"};
+  throw CallFailure{kBadHandle, "not a job handle"};
 }
 
 void SetState(Card& card, std::uint64_t state) {
@@ -99,7 +99,7 @@ void StartJob(Session& session, Handle& handle) {
   const JobRow& row = RowOf(handle.kind);
   JobPlan plan = handle.plan;
   if (plan.phase != JobPhase::Prepared)
-    throw Refusal{kWrongState, "the job has already been started"};
+    throw CallFailure{kWrongState, "the job has already been started"};
   RunningJob running;
   plan.record = {row.name, ThisProcess(), running.Number(), 0};
   // Set before the lock is released, so that only one thread starts the job.
@@ -126,7 +126,7 @@ void StartJob(Session& session, Handle& handle) {
 void WaitForJob(Session& session, Handle& handle) {
   const JobRow& row = RowOf(handle.kind);
   const JobPlan plan = handle.plan;
-  if (plan.phase != JobPhase::Started) throw Refusal{kWrongState, "no job is running"};
+  if (plan.phase != JobPhase::Started) throw CallFailure{kWrongState, "no job is running"};
   WaitedJob waited(session.Store(), plan.record.number);
   // Prevents another call from waiting for the job.
   handle.plan.phase = JobPhase::Ended;
@@ -136,7 +136,7 @@ void WaitForJob(Session& session, Handle& handle) {
   }
   session.EditCardUnlocked(handle.cardId, [&](Card& card) {
     if (!HasJob(card, plan.record))
-      throw Refusal{kWrongState, "the card's state was changed while the job ran"};
+      throw CallFailure{kWrongState, "the card's state was changed while the job ran"};
     card.job.reset();
     SetState(card, row.after);
     row.apply(card, plan);

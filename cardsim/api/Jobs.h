@@ -5,14 +5,16 @@
 
 namespace CardSim {
 
-// Starts the job by putting the card into the job's transitional state. Throws `Refusal` if the
-// card's current state does not allow the job; the job can then be started again.
+// Starts the job by putting the card into the job's transitional state. Throws `CallFailure` if the
+// job has already been started, or if the card is in use or in a state that does not allow the job,
+// and `std::runtime_error` if the file cannot be changed. A job that did not start can be started
+// again.
 void StartJob(Session& session, Handle& handle) HOST_REQUIRES(g_LibraryLock);
 
 // Sleeps for the duration of the job with the lock released, then puts the card into the job's
 // final state. The duration counts from this call, not from the start of the job, so that a job
-// takes the same time in virtual time. Throws `Refusal` if the card's state was changed before the
-// end of the job.
+// takes the same time in virtual time. Throws `CallFailure` if no job is running, or if the card
+// was removed or its state changed before the end of the job.
 void WaitForJob(Session& session, Handle& handle) HOST_REQUIRES(g_LibraryLock);
 
 // Ends a job of this process and returns its card to the state before the job, unless the state was

@@ -19,14 +19,14 @@ Session::Session(const char* function, Freshness freshness)
     const char* when =
         m_Library.startCount == 0 ? "called before vsl_init" : "called after vsl_fini";
     m_Library.ledger.RecordMisuse(std::string(function) + ": " + when);
-    throw Refusal{kNotStarted, std::string("the library is not started: ") + when};
+    throw CallFailure{kNotStarted, std::string("the library is not started: ") + when};
   }
   m_Store = m_Library.store;
   if (freshness == Freshness::Reloaded) Refresh();
   const auto& failures = Current().failures;
   if (failures.empty()) return;
   const auto failure = failures.find(function);
-  if (failure != failures.end()) throw Refusal{failure->second.code, failure->second.text};
+  if (failure != failures.end()) throw CallFailure{failure->second.code, failure->second.text};
 }
 
 void Session::RecordMisuse(void* handle, const std::string& why) {
@@ -36,7 +36,7 @@ void Session::RecordMisuse(void* handle, const std::string& why) {
 
 void Session::RejectMisuse(void* handle, vsl_code code, const std::string& why) {
   RecordMisuse(handle, why);
-  throw Refusal{code, why};
+  throw CallFailure{code, why};
 }
 
 std::shared_ptr<Handle> Session::Expect(void* handle, Kinds kinds) {
@@ -60,7 +60,7 @@ void Session::Refresh() {
 
 std::shared_ptr<const Card> Session::CurrentCard(std::uint64_t id) const {
   const Card* card = Current().FindById(id);
-  if (card == nullptr) throw Refusal{kNoSuchCard, "the card has been removed"};
+  if (card == nullptr) throw CallFailure{kNoSuchCard, "the card has been removed"};
   return {m_Library.loaded->state, card};
 }
 
@@ -79,7 +79,7 @@ void Session::EditCard(std::uint64_t id, const std::function<bool(Card&)>& chang
 void Session::EditCardUnlocked(std::uint64_t id, const std::function<bool(Card&)>& change) {
   FileVersionPtr edited = m_Store->Edit([&](State& state) {
     Card* card = state.FindById(id);
-    if (card == nullptr) throw Refusal{kNoSuchCard, "the card has been removed"};
+    if (card == nullptr) throw CallFailure{kNoSuchCard, "the card has been removed"};
     return change(*card);
   });
   Lock();

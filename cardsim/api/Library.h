@@ -9,10 +9,10 @@
 #include <string>
 #include <string_view>
 
+#include "cardsim/api/CallFailure.h"
 #include "cardsim/api/Calls.h"
 #include "cardsim/api/HandleLedger.h"
 #include "cardsim/api/LibraryLock.h"
-#include "cardsim/api/Refusal.h"
 #include "cardsim/store/FileStore.h"
 
 namespace CardSim {
@@ -34,7 +34,7 @@ struct Library {
   StorePtr store HOST_GUARDED_BY(g_LibraryLock);
   FileVersionPtr loaded HOST_GUARDED_BY(g_LibraryLock);
   HandleLedger ledger HOST_GUARDED_BY(g_LibraryLock);
-  // A file in which the card of an abandoned job could not be reset.
+  // A file in which the card of an abandoned job could not be reset. The next call tries again.
   StorePtr storeToClean HOST_GUARDED_BY(g_LibraryLock);
 };
 
@@ -43,7 +43,7 @@ Library& TheLibrary();
 
 enum class Freshness { AsLoaded, Reloaded };
 
-// One call in progress, with the library's lock held. The constructor throws `Refusal` if the
+// One call in progress, with the library's lock held. The constructor throws `CallFailure` if the
 // library is not started or the state file makes the function fail, and `std::runtime_error` if
 // that file cannot be read. Not thread-safe.
 class HOST_SCOPED_CAPABILITY Session {
@@ -55,9 +55,9 @@ class HOST_SCOPED_CAPABILITY Session {
   Session& operator=(const Session&) = delete;
 
   // Returns the handle. If it does not exist or is not of one of these kinds, records misuse and
-  // throws `Refusal`.
+  // throws `CallFailure`. Records misuse, but returns the handle, if it is from before vsl_fini.
   std::shared_ptr<Handle> Expect(void* handle, Kinds kinds) HOST_REQUIRES(g_LibraryLock);
-  // Records misuse of the handle and throws `Refusal`.
+  // Records misuse of the handle and throws `CallFailure`.
   [[noreturn]] void RejectMisuse(void* handle, vsl_code code, const std::string& why)
       HOST_REQUIRES(g_LibraryLock);
   void RecordMisuse(void* handle, const std::string& why) HOST_REQUIRES(g_LibraryLock);
@@ -65,7 +65,7 @@ class HOST_SCOPED_CAPABILITY Session {
   // Reads the file again if it has changed; throws `std::runtime_error` if that fails.
   void Refresh() HOST_REQUIRES(g_LibraryLock);
   const State& Current() const HOST_REQUIRES(g_LibraryLock) { return *m_Library.loaded->state; }
-  // Returns the card as last read from the file. Throws `Refusal` if the card has been removed.
+  // Returns the card as last read from the file. Throws `CallFailure` if the card has been removed.
   std::shared_ptr<const Card> CurrentCard(std::uint64_t id) const HOST_REQUIRES(g_LibraryLock);
 
   // Creates a handle for a card and stores its value in `*out`.
@@ -74,7 +74,7 @@ class HOST_SCOPED_CAPABILITY Session {
   HandleLedger& Handles() HOST_REQUIRES(g_LibraryLock) { return m_Library.ledger; }
 
   // Edits the card with that id in the file, and uses the new version afterwards. Releases the lock
-  // during the edit; after an exception, the lock is not held. Throws `Refusal` if the card has
+  // during the edit; after an exception, the lock is not held. Throws `CallFailure` if the card has
   // been removed.
   void EditCard(std::uint64_t id, const std::function<bool(Card&)>& change)
       HOST_REQUIRES(g_LibraryLock);
@@ -95,33 +95,35 @@ class HOST_SCOPED_CAPABILITY Session {
   StorePtr m_Store;
 };
 
+// A call as logged, and the hook to run for it.
 struct CallNotice {
   Call call;
   Hook hook;
 };
 
 // Starts a call: invalidates the string that was last returned for the handle, records misuse if
-// `err` is null but the function requires a record, and logs the call.
+// `err` is null but the function requires a record, retries `storeToClean`, and logs the call.
+// Returns the hook to run.
 CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err);
 // Runs the hook, without holding a lock.
 void RunHook(const CallNotice& notice);
-// Throws `Refusal` if `FailCall` requested a failure of this call.
+// Throws `CallFailure` if `FailCall` requested a failure of this call.
 void ThrowInjectedFailure(const CallInfo& call);
 
 // Writes the message into the record, truncated to its size and always terminated. Does nothing for
 // a null record.
 void SetErrorText(vsl_error_record* err, std::string_view text) noexcept;
 
-// Runs `body`. On failure, fills the record and returns the code. Only `Refusal` and standard
+// Runs `body`. On failure, fills the record and returns the code. Only `CallFailure` and standard
 // exceptions are caught, so that the unwinding of a canceled thread continues.
 template <typename Body>
 std::optional<vsl_code> RunCatching(vsl_error_record* err, Body body) {
   try {
     body();
     return std::nullopt;
-  } catch (const Refusal& refusal) {
-    SetErrorText(err, refusal.text);
-    return refusal.code;
+  } catch (const CallFailure& failure) {
+    SetErrorText(err, failure.text);
+    return failure.code;
   } catch (const std::bad_alloc&) {
     SetErrorText(err, "out of memory");
     return kNoMemory;

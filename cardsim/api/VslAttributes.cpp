@@ -55,7 +55,7 @@ std::shared_ptr<const Card> CardToRead(Session& session, const Handle& handle, A
   try {
     session.Refresh();
     return session.CurrentCard(handle.cardId);
-  } catch (const Refusal&) {
+  } catch (const CallFailure&) {
     return handle.card;
   } catch (const std::exception&) {
     return handle.card;

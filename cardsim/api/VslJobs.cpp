@@ -30,7 +30,7 @@ vsl_code SetOption(const CallInfo& call, HandleKind kind, vsl_error_record* err,
     Session session(call.function);
     const auto job = session.Expect(*call.handle, KindBit(kind));
     if (job->plan.phase != JobPhase::Prepared) {
-      throw Refusal{kWrongState, "the job has already been started"};
+      throw CallFailure{kWrongState, "the job has already been started"};
     }
     option(*job);
   });

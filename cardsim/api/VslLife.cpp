@@ -13,12 +13,12 @@ using namespace CardSim;
 namespace {
 
 void Start(std::uint64_t flags) {
-  if (flags != 0) throw Refusal{kBadValue, "vsl_init accepts no flags"};
+  if (flags != 0) throw CallFailure{kBadValue, "vsl_init accepts no flags"};
   StorePtr store = std::make_shared<const FileStore>(StateFile::DefaultPath());
   FileVersionPtr loaded = store->Load();
   const auto failure = loaded->state->failures.find("vsl_init");
   if (failure != loaded->state->failures.end()) {
-    throw Refusal{failure->second.code, failure->second.text};
+    throw CallFailure{failure->second.code, failure->second.text};
   }
   Library& library = TheLibrary();
   const Base::MutexLock lock(g_LibraryLock);
@@ -33,7 +33,7 @@ void CheckVariable(Session& session, const void* variable) HOST_REQUIRES(g_Libra
 }
 
 void CheckWhich(std::uint32_t which) {
-  if (which != 1) throw Refusal{kBadValue, "which must be 1"};
+  if (which != 1) throw CallFailure{kBadValue, "which must be 1"};
 }
 
 // Where the iteration continues: after the iterated card, or at its position if that card was
@@ -71,7 +71,7 @@ std::uint64_t FindCardId(const State& state, const char* path) {
     const auto* known = Read<const char*>(card.values, Attribute::device_path, nullptr);
     if (known != nullptr && std::strcmp(known, path) == 0) return card.id;
   }
-  throw Refusal{kNoSuchCard, std::string(path) + ": no such card"};
+  throw CallFailure{kNoSuchCard, std::string(path) + ": no such card"};
 }
 
 void Destroy(void** variable) {
@@ -118,7 +118,7 @@ vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* 
   return RunForCode({"vsl_iom_create_by_name", std::nullopt, std::nullopt, path}, err, [&] {
     Session session("vsl_iom_create_by_name", Freshness::Reloaded);
     CheckVariable(session, iom);
-    if (path == nullptr) throw Refusal{kBadValue, "null path"};
+    if (path == nullptr) throw CallFailure{kBadValue, "null path"};
     const auto card = session.CurrentCard(FindCardId(session.Current(), path));
     session.Make(HandleKind::Card, card, iom);
   });

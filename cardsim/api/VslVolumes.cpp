@@ -1,4 +1,4 @@
-// The locate LED and the storage units of a card.
+// The locate LED and the volumes (storage units) of a card.
 #include "cardsim/api/Library.h"
 #include "host/vsl_abstraction.h"
 
@@ -7,22 +7,24 @@ using namespace CardSim;
 namespace {
 
 void CheckOnOrOff(std::uint32_t state) {
-  if (state > 1) throw Refusal{kBadValue, "the state must be 0 or 1"};
+  if (state > 1) throw CallFailure{kBadValue, "the state must be 0 or 1"};
 }
 
 bool SetLocateLed(Card& card, bool on) {
   auto& led = At(card.values, Attribute::beacon_state);
-  if (!led) throw Refusal{kNotSupported, "the card has no locate LED"};
+  if (!led) throw CallFailure{kNotSupported, "the card has no locate LED"};
   if (ValueAs<bool>(*led) == on) return false;
   led = on;
   return true;
 }
 
 bool SetVolumeState(Card& card, std::size_t position, std::uint32_t state) {
-  if (position >= card.volumes.size()) throw Refusal{kNoSuchCard, "the unit has been removed"};
+  if (position >= card.volumes.size()) {
+    throw CallFailure{kNoSuchCard, "the volume has been removed"};
+  }
   Volume& volume = card.volumes[position];
-  if (!volume.settable) throw Refusal{kNotSupported, "the unit's state cannot be set"};
-  if (volume.refuses) throw Refusal{kWrongState, "the unit rejected the new state"};
+  if (!volume.settable) throw CallFailure{kNotSupported, "the volume's state cannot be set"};
+  if (volume.refuses) throw CallFailure{kWrongState, "the volume rejected the new state"};
   if (volume.state == state) return false;
   volume.state = state;
   return true;
@@ -34,7 +36,7 @@ bool NextVolume(Session& session, void* iom, void** vsu) HOST_REQUIRES(g_Library
   if (*vsu != nullptr) {
     const auto volume = session.Expect(*vsu, KindBit(HandleKind::Volume));
     if (volume->parent != iom)
-      session.RejectMisuse(*vsu, kBadHandle, "a unit of another card's handle");
+      session.RejectMisuse(*vsu, kBadHandle, "a volume of another card's handle");
     position = volume->position + 1;
   }
   if (position >= card->card->volumes.size()) {
@@ -49,10 +51,10 @@ bool NextVolume(Session& session, void* iom, void** vsu) HOST_REQUIRES(g_Library
   return true;
 }
 
-// Returns the unit as of its iteration or the last change of its state through this handle.
+// Returns the volume as of its iteration or the last change of its state through this handle.
 const Volume& VolumeOf(const Handle& handle) HOST_REQUIRES(g_LibraryLock) {
   if (handle.position >= handle.card->volumes.size())
-    throw Refusal{kNoSuchCard, "the unit has been removed"};
+    throw CallFailure{kNoSuchCard, "the volume has been removed"};
   return handle.card->volumes[handle.position];
 }
 
@@ -72,7 +74,7 @@ bool vsl_vsu_iterate(void* iom, void** vsu, uint32_t which, vsl_error_record* er
   return RunForValue({"vsl_vsu_iterate", iom}, err, false, [&] {
     Session session("vsl_vsu_iterate");
     if (vsu == nullptr) session.RejectMisuse(nullptr, kBadHandle, "null handle variable");
-    if (which != 1) throw Refusal{kBadValue, "which must be 1"};
+    if (which != 1) throw CallFailure{kBadValue, "which must be 1"};
     return NextVolume(session, iom, vsu);
   });
 }

@@ -24,22 +24,22 @@ struct Fields {
   std::string text = "failure injected by a scenario";
 };
 
-// Runs a lookup by name, and reports an unknown name as an error in the file.
+// Runs `check`, and reports an unknown name as an error at `place` in the file.
 template <typename Check>
 void CheckName(const std::string& place, Check check) {
   try {
     check();
   } catch (const UnknownName& error) {
-    Refuse(place, error.what());
+    Reject(place, error.what());
   }
 }
 
-// Reads a string that is shown on a separate line.
+// Reads a string that is printed as one line. Rejects control characters.
 std::string OneLine(const Json& json, const char* name, const std::string& place) {
   std::string text = Text(json, name, place);
   const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7f; };
   if (std::any_of(text.begin(), text.end(), isControl)) {
-    Refuse(place + "." + name, "must be one line without control characters");
+    Reject(place + "." + name, "must be one line without control characters");
   }
   return text;
 }
@@ -49,7 +49,7 @@ void ReadCard(const Json& json, const std::string& place, Fields& fields) {
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.-";
   fields.card = Text(json, "card", place);
   if (fields.card.empty() || fields.card.find_first_not_of(kCharacters) != std::string::npos) {
-    Refuse(place + ".card", "must be a card's name, such as card0");
+    Reject(place + ".card", "must be a card's name, such as card0");
   }
 }
 
@@ -83,7 +83,7 @@ void ReadFunction(const Json& json, const std::string& place, Fields& fields) {
 void ReadFailure(const Json& json, const std::string& place, Fields& fields) {
   ReadFunction(json, place, fields);
   if (json.Find("code") != nullptr) fields.code = Number(json, "code", place);
-  if (fields.code == 0) Refuse(place + ".code", "must not be 0, which means success");
+  if (fields.code == 0) Reject(place + ".code", "must not be 0, which means success");
   if (json.Find("text") != nullptr) fields.text = OneLine(json, "text", place);
 }
 
@@ -151,11 +151,11 @@ const Verb& FindVerb(const std::string& name, const std::string& place) {
     if (verb.name == name) return verb;
     names.emplace_back(verb.name);
   }
-  Refuse(place, "unknown verb " + name + DidYouMean(name, names));
+  Reject(place, "unknown verb " + name + DidYouMean(name, names));
 }
 
 Step StepFromJson(const Json& json, const std::string& place) {
-  if (json.As<Json::Members>() == nullptr) Refuse(place, "must be an object");
+  if (json.As<Json::Members>() == nullptr) Reject(place, "must be an object");
   const Verb& verb = FindVerb(OneLine(json, "do", place), place + ".do");
   std::vector<std::string> members = {"after_ms", "do", "say"};
   members.insert(members.end(), verb.members.begin(), verb.members.end());
@@ -184,12 +184,12 @@ Scenario ParseScenario(const std::string& text) {
   Scenario scenario;
   scenario.title = OneLine(json, "title", "file");
   const auto* steps = Member(json, "steps", "file").As<Json::List>();
-  if (steps == nullptr || steps->empty()) Refuse("steps", "must be a non-empty array");
+  if (steps == nullptr || steps->empty()) Reject("steps", "must be a non-empty array");
   for (const Json& element : *steps) {
     const std::string place = "step " + std::to_string(scenario.steps.size() + 1);
     scenario.steps.push_back(StepFromJson(element, place));
     if (scenario.DurationMs() > kMaxDurationMs) {
-      Refuse(place + ".after_ms", "the scenario lasts more than a day");
+      Reject(place + ".after_ms", "the scenario lasts more than a day");
     }
   }
   return scenario;

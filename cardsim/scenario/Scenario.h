@@ -31,13 +31,13 @@ namespace CardSim {
 
 struct CARDSIM_API Step {
   std::uint64_t afterMs = 0;  // since the previous step
-  std::string say;            // may be empty
+  std::string say;            // shown instead of the description, unless empty
   // Applies the change and returns its description, one line. Throws like the functions of
-  // `StateFile` and leaves the file unchanged.
+  // `StateFile`, and then leaves the file unchanged.
   std::function<std::string(StateFile&)> apply;
 };
 
-// A value type. A scenario can be played any number of times.
+// Can be copied, and played any number of times.
 struct CARDSIM_API Scenario {
   std::string title;
   std::vector<Step> steps;           // at least one
@@ -68,8 +68,8 @@ constexpr double kMaxSpeed = 1000000;
 // Plays the scenario on `file`, `speed` times as fast as written, from kMinSpeed to kMaxSpeed.
 // Blocks the calling thread until the end. Returns the number of steps applied, which is less than
 // the total only if the observer stopped playing. Throws `std::runtime_error` with a one-line
-// message if the file cannot be used, before the first wait, or if a step fails, which the message
-// names. Changes already applied remain.
+// message: before the first wait if the file cannot be used, and at a failed step, whose number is
+// in the message. Changes already applied remain.
 CARDSIM_API std::size_t PlayScenario(const Scenario& scenario, StateFile& file, double speed,
                                      const PlayObserver& observer);
 

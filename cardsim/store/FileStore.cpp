@@ -32,8 +32,8 @@ struct Reading {
   struct stat status;
 };
 
-Reading Read(const fs::path& path, const Base::TrustedDirectory& place) {
-  InputFile input = OpenInputFile(path, place, kMissing, kMaxFileSize,
+Reading Read(const fs::path& path, const Base::TrustedDirectory& parent) {
+  InputFile input = OpenInputFile(path, parent, kMissing, kMaxFileSize,
                                   "is too large for a file of simulated cards");
   Reading reading{nullptr, std::move(input.file), input.status};
   const std::string text = ReadAll(reading.file, path);
@@ -68,10 +68,10 @@ bool RestoreOrphanedCards(State& state) {
 
 // Locks a separate file, because the state file is replaced. Other users may write to the lock
 // file: its content does not matter.
-Base::Descriptor Lock(const fs::path& path, const Base::TrustedDirectory& state) {
+Base::Descriptor Lock(const fs::path& path, const Base::TrustedDirectory& parent) {
   const fs::path name = path.string() + ".lock";
-  const int directory = state.m_Directory.Get();
-  const std::string lock = state.m_Name + ".lock";
+  const int directory = parent.m_Directory.Get();
+  const std::string lock = parent.m_Name + ".lock";
   Base::Descriptor file =
       Base::OpenAt(directory, lock, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0666);
   // Another user's lock file may only be readable, which is enough to lock it.
@@ -81,7 +81,7 @@ Base::Descriptor Lock(const fs::path& path, const Base::TrustedDirectory& state)
   struct stat status = {};
   if (fstat(file.Get(), &status) != 0) FailWithErrno(name);
   status.st_mode &= ~static_cast<mode_t>(S_IWGRP | S_IWOTH);
-  CheckTrusted(name, state, status);
+  CheckTrusted(name, parent, status);
   while (flock(file.Get(), LOCK_EX) != 0) {
     if (errno != EINTR) FailWithErrno(name);
   }
@@ -122,15 +122,15 @@ struct Draft {
 
 void FileStore::Create(bool overwrite) const {
   const Base::CancellationGuard guard;
-  const Base::TrustedDirectory place = CreateParentDirectory(m_Path);
-  const Base::Descriptor lock = Lock(m_Path, place);
+  const Base::TrustedDirectory parent = CreateParentDirectory(m_Path);
+  const Base::Descriptor lock = Lock(m_Path, parent);
   struct stat status = {};
-  if (fstatat(place.m_Directory.Get(), place.m_Name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+  if (fstatat(parent.m_Directory.Get(), parent.m_Name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
     if (!overwrite) FailAt(m_Path, "already exists; `cardsim new --force` replaces it");
     if (!S_ISREG(status.st_mode)) FailAt(m_Path, "not a regular file");
   }
   const std::string text = FormatState(State());
-  Draft draft(m_Path, place, ModeOfNewFile());
+  Draft draft(m_Path, parent, ModeOfNewFile());
   draft.Write(text);
   draft.Install();
 }
@@ -161,11 +161,11 @@ bool FileStore::IsCurrent(const FileVersion& loaded) const {
 
 FileVersionPtr FileStore::Edit(const std::function<bool(State&)>& change) const {
   const Base::CancellationGuard guard;
-  const Base::TrustedDirectory place = OpenParentDirectory(m_Path, kMissing);
+  const Base::TrustedDirectory parent = OpenParentDirectory(m_Path, kMissing);
   // Opened before locking, so that no lock file is created if the state file is missing.
-  OpenForReading(m_Path, place, kMissing);
-  const Base::Descriptor lock = Lock(m_Path, place);
-  Reading reading = Read(m_Path, place);
+  OpenForReading(m_Path, parent, kMissing);
+  const Base::Descriptor lock = Lock(m_Path, parent);
+  Reading reading = Read(m_Path, parent);
   const bool restored = RestoreOrphanedCards(*reading.state);
   const bool changed = change(*reading.state);
   auto loaded = std::make_shared<FileVersion>();
@@ -176,7 +176,7 @@ FileVersionPtr FileStore::Edit(const std::function<bool(State&)>& change) const 
   }
   CheckState(*reading.state);
   const std::string text = FormatState(*reading.state);
-  Draft draft(m_Path, place, reading.status.st_mode & 0777);
+  Draft draft(m_Path, parent, reading.status.st_mode & 0777);
   const struct stat status = draft.Write(text);
   SetFile(*loaded, draft.Install(), status);
   return loaded;

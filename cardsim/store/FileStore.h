@@ -24,10 +24,10 @@ struct FileVersion {
 
 using FileVersionPtr = std::shared_ptr<const FileVersion>;
 
-// All functions are thread-safe, and several processes may call them simultaneously. They throw
-// `std::runtime_error` with one line that starts with the file's name or with the location of an
-// invalid change, and `std::bad_alloc` if memory runs out. They reject a file that another user
-// could have created.
+// All functions are thread-safe, and several processes may call them simultaneously. `Create`,
+// `Load` and `Edit` throw `std::runtime_error` with one line that starts with the file's name or
+// with the location of an invalid change, and `std::bad_alloc` if memory runs out. They reject a
+// file that another user could have created.
 class FileStore {
  public:
   explicit FileStore(std::filesystem::path path) : m_Path(std::move(path)) {}
@@ -41,7 +41,8 @@ class FileStore {
   // in its previous state.
   FileVersionPtr Load() const;
 
-  // Whether the file is still that version, and all jobs in it are still running.
+  // Whether the file is still that version, and all jobs in it are still running. False if the file
+  // is missing.
   bool IsCurrent(const FileVersion& loaded) const;
 
   // Reads the file under its lock, calls `change` to edit the state, and replaces the file if

@@ -16,14 +16,14 @@ std::string RangeText(const AttributeInfo& info) {
 
 Value TextFromJson(const Json& json, const std::string& place) {
   const auto* text = json.As<std::string>();
-  if (text == nullptr) Refuse(place, "must be a string");
-  if (text->find('\0') != std::string::npos) Refuse(place, "must not contain a zero byte");
+  if (text == nullptr) Reject(place, "must be a string");
+  if (text->find('\0') != std::string::npos) Reject(place, "must not contain a zero byte");
   return *text;
 }
 
 Value BoolFromJson(const Json& json, const std::string& place) {
   const auto* flag = json.As<bool>();
-  if (flag == nullptr) Refuse(place, "must be true or false");
+  if (flag == nullptr) Reject(place, "must be true or false");
   return *flag;
 }
 
@@ -36,16 +36,16 @@ std::optional<double> NumberOf(const Json& json) {
 
 Value FloatFromJson(const Json& json, const std::string& place) {
   const auto number = NumberOf(json);
-  if (!number) Refuse(place, "must be a number");
+  if (!number) Reject(place, "must be a number");
   if (!(std::fabs(*number) <= static_cast<double>(std::numeric_limits<float>::max()))) {
-    Refuse(place, "must be within the range of a 32-bit float");
+    Reject(place, "must be within the range of a 32-bit float");
   }
   return static_cast<float>(*number);
 }
 
 Value UnsignedFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
   const auto* number = json.As<std::uint64_t>();
-  if (number == nullptr || *number > info.max) Refuse(place, RangeText(info));
+  if (number == nullptr || *number > info.max) Reject(place, RangeText(info));
   return *number;
 }
 
@@ -53,13 +53,13 @@ Value SignedFromJson(const AttributeInfo& info, const Json& json, const std::str
   const auto* positive = json.As<std::uint64_t>();
   if (positive != nullptr && *positive <= info.max) return static_cast<std::int64_t>(*positive);
   const auto* negative = json.As<std::int64_t>();
-  if (negative == nullptr || *negative < info.min) Refuse(place, RangeText(info));
+  if (negative == nullptr || *negative < info.min) Reject(place, RangeText(info));
   return *negative;
 }
 
 }  // namespace
 
-[[noreturn]] void Refuse(const std::string& place, const std::string& why) {
+[[noreturn]] void Reject(const std::string& place, const std::string& why) {
   throw std::runtime_error(place + ": " + why);
 }
 
@@ -81,7 +81,7 @@ Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::stri
 
 const Json& Member(const Json& object, const char* name, const std::string& place) {
   const Json* found = object.Find(name);
-  if (found == nullptr) Refuse(place, std::string("has no \"") + name + "\"");
+  if (found == nullptr) Reject(place, std::string("has no \"") + name + "\"");
   return *found;
 }
 
@@ -104,11 +104,11 @@ bool Flag(const Json& object, const char* name, const std::string& place) {
 void CheckMembers(const Json& object, const std::vector<std::string>& names,
                   const std::string& place) {
   const auto* members = object.As<Json::Members>();
-  if (members == nullptr) Refuse(place, "must be an object");
+  if (members == nullptr) Reject(place, "must be an object");
   for (const auto& [name, unused] : *members) {
     bool known = false;
     for (const std::string& candidate : names) known = known || candidate == name;
-    if (!known) Refuse(place + "." + name, "unknown" + DidYouMean(name, names));
+    if (!known) Reject(place + "." + name, "unknown" + DidYouMean(name, names));
   }
 }
 

@@ -13,7 +13,7 @@
 namespace CardSim {
 
 // Throws `std::runtime_error` with "place: reason", as do the functions below.
-[[noreturn]] void Refuse(const std::string& place, const std::string& why);
+[[noreturn]] void Reject(const std::string& place, const std::string& why);
 
 // Returns the value of an attribute. Rejects a value of another type and a number out of range.
 Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::string& place);

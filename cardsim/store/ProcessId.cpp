@@ -19,6 +19,7 @@
 namespace CardSim {
 namespace {
 
+// What /proc/PID/stat says about a process. By default, the process is dead.
 struct ProcessLine {
   char state = 'X';
   std::uint64_t start = 0;
@@ -33,8 +34,9 @@ const char* Field(const char* line, int number) {
   return line;
 }
 
-// Returns std::nullopt, with the reason in errno, if the process cannot be examined. Does not
-// allocate memory, so that a process is not considered dead because memory ran out.
+// Returns std::nullopt, with the reason in errno, if the process cannot be examined, and a dead
+// process if the line is incomplete. Does not allocate memory, so that a process is not considered
+// dead because memory ran out.
 std::optional<ProcessLine> ReadProcessLine(std::int64_t pid) {
   char name[32];
   std::snprintf(name, sizeof name, "/proc/%lld/stat", static_cast<long long>(pid));

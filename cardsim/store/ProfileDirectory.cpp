@@ -21,8 +21,8 @@ namespace fs = std::filesystem;
 // A profile has about fifty lines; a file above this size is not a profile.
 constexpr std::int64_t kMaxProfileSize = 1 << 20;
 
-// Returns a path relative to the directory of the file that this code was loaded from. Empty if
-// that file's path is relative: the result would depend on the working directory.
+// Returns the default directory, found from the path of the file that this code was loaded from.
+// Returns an empty path if that path is relative: the result would depend on the working directory.
 fs::path DefaultDirectory() {
   Dl_info info = {};
   const bool found = dladdr(reinterpret_cast<const void*>(&DefaultDirectory), &info) != 0;

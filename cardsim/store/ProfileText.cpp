@@ -27,8 +27,8 @@ void ReadMember(Profile& profile, const std::string& name, const Json& json,
     return;
   }
   const auto attribute = FindAttribute(name);
-  if (!attribute) Refuse(place, "unknown attribute" + DidYouMean(name, AttributeNames()));
-  if (IsSetBySlot(*attribute)) Refuse(place, "is set by the slot, not by the profile");
+  if (!attribute) Reject(place, "unknown attribute" + DidYouMean(name, AttributeNames()));
+  if (IsSetBySlot(*attribute)) Reject(place, "is set by the slot, not by the profile");
   const AttributeInfo& info = InfoOf(*attribute);
   const bool mayBeHex = info.kind == Kind::Unsigned;
   At(profile.values, *attribute) =
@@ -42,19 +42,19 @@ Profile ParseProfile(const std::string& text, const std::string& place) {
     try {
       return ParseJson(text);
     } catch (const std::runtime_error& error) {
-      Refuse(place, error.what());
+      Reject(place, error.what());
     }
   };
   const Json json = parse();
   const auto* members = json.As<Json::Members>();
-  if (members == nullptr) Refuse(place, "must be an object");
+  if (members == nullptr) Reject(place, "must be an object");
   Profile profile;
   profile.volumes = {Volume()};
   for (const auto& [name, value] : *members) {
     ReadMember(profile, name, value, place + ": " + name);
   }
   const auto& id = At(profile.values, Attribute::pci_device_id);
-  if (!id) Refuse(place, "has no \"pci_device_id\"");
+  if (!id) Reject(place, "has no \"pci_device_id\"");
   profile.deviceId = ValueAs<std::uint16_t>(*id);
   return profile;
 }

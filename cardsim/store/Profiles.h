@@ -24,9 +24,9 @@ struct Profile {
 // file's name: "PLACE: pci_bus: is set by the slot, not by the profile".
 Profile ParseProfile(const std::string& text, const std::string& place);
 
-// Returns the names of the built-in profiles, then those of the files in the profile directory,
-// sorted. The files are listed but not read. Throws `std::runtime_error` if the directory that
-// CARDSIM_PROFILES names cannot be listed.
+// Returns the names of the built-in profiles, then the sorted names of the files in the profile
+// directory that do not have the name of a built-in one. The files are not read. Throws
+// `std::runtime_error` if the directory that CARDSIM_PROFILES names cannot be listed.
 std::vector<std::string> ProfileNames();
 
 // Returns the profile with that name or PCI device ID, which is hexadecimal with or without 0x.

@@ -12,7 +12,7 @@
 
 namespace CardSim {
 
-// A storage unit of a card.
+// A storage unit of a card, which the card library calls a volume.
 struct Volume {
   std::uint32_t state = 1;  // 0 offline, 1 online
   bool settable = true;     // the result of vsl_has_vsu_state

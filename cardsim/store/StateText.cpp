@@ -76,13 +76,13 @@ void MemberFromJson(Card& card, const std::string& name, const Json& json,
   } else if (const auto attribute = FindAttribute(name)) {
     At(card.values, *attribute) = ValueFromJson(InfoOf(*attribute), json, place);
   } else {
-    Refuse(place, "unknown attribute" + DidYouMean(name, AttributeNames()));
+    Reject(place, "unknown attribute" + DidYouMean(name, AttributeNames()));
   }
 }
 
 Card CardFromJson(const Json& json, const std::string& place) {
   const auto* members = json.As<Json::Members>();
-  if (members == nullptr) Refuse(place, "must be an object");
+  if (members == nullptr) Reject(place, "must be an object");
   Card card;
   card.name = Text(json, "name", place);
   card.id = Number(json, "id", place);
@@ -107,17 +107,17 @@ Json CardToJson(const Card& card) {
 
 void FailuresFromJson(State& state, const Json& json) {
   const auto* members = json.As<Json::Members>();
-  if (members == nullptr) Refuse("failures", "must be an object");
+  if (members == nullptr) Reject("failures", "must be an object");
   for (const auto& [function, failure] : *members) {
     const std::string place = "failures." + function;
     try {
       CheckFunction(function);
     } catch (const UnknownName& error) {
-      Refuse(place, error.what());
+      Reject(place, error.what());
     }
     CheckMembers(failure, {"code", "text"}, place);
     const std::uint64_t code = Number(failure, "code", place);
-    if (code == 0) Refuse(place + ".code", "must not be 0, which means success");
+    if (code == 0) Reject(place + ".code", "must not be 0, which means success");
     state.failures[function] = {code, Text(failure, "text", place)};
   }
 }
@@ -136,12 +136,12 @@ Json FailuresToJson(const State& state) {
 State StateFromJson(const Json& json) {
   CheckMembers(json, {"cardsim", "next_id", "cards", "failures"}, "file");
   if (Number(json, "cardsim", "file") != kFileVersion) {
-    Refuse("cardsim", "must be " + std::to_string(kFileVersion) + ", the version of the file");
+    Reject("cardsim", "must be " + std::to_string(kFileVersion) + ", the version of the file");
   }
   State state;
   state.nextId = Number(json, "next_id", "file");
   const auto* cards = Member(json, "cards", "file").As<Json::List>();
-  if (cards == nullptr) Refuse("cards", "must be an array");
+  if (cards == nullptr) Reject("cards", "must be an array");
   for (const Json& card : *cards) {
     state.cards.push_back(CardFromJson(card, "cards[" + std::to_string(state.cards.size()) + "]"));
   }
@@ -177,7 +177,7 @@ std::vector<std::string> AttributeNames() {
 
 std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place) {
   const auto* list = json.As<Json::List>();
-  if (list == nullptr) Refuse(place, "must be an array");
+  if (list == nullptr) Reject(place, "must be an array");
   std::vector<Volume> volumes;
   for (const Json& element : *list) {
     const std::string at = place + "[" + std::to_string(volumes.size()) + "]";
@@ -224,13 +224,13 @@ void CheckState(const State& state) {
   for (std::size_t i = 0; i < state.cards.size(); ++i) {
     const Card& card = state.cards[i];
     const std::string place = "cards[" + std::to_string(i) + "]";
-    if (card.name.empty()) Refuse(place + ".name", "must not be empty");
-    if (!names.insert(card.name).second) Refuse(place + ".name", "used by another card");
-    if (!ids.insert(card.id).second) Refuse(place + ".id", "used by another card");
-    if (card.id >= state.nextId) Refuse(place + ".id", "must be below next_id");
+    if (card.name.empty()) Reject(place + ".name", "must not be empty");
+    if (!names.insert(card.name).second) Reject(place + ".name", "used by another card");
+    if (!ids.insert(card.id).second) Reject(place + ".id", "used by another card");
+    if (card.id >= state.nextId) Reject(place + ".id", "must be below next_id");
     const auto* path = Read<const char*>(card.values, Attribute::device_path, nullptr);
     if (path != nullptr && !paths.insert(path).second) {
-      Refuse(place + ".device_path", std::string(path) + " is used by another card");
+      Reject(place + ".device_path", std::string(path) + " is used by another card");
     }
   }
 }

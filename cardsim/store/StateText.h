@@ -19,8 +19,9 @@ std::string FormatState(const State& state);
 void CheckState(const State& state);
 
 // Sets an attribute to `text`, which is JSON, an unquoted string for a string attribute, or a
-// hexadecimal number for an unsigned attribute. Throws `UnknownName` for an unknown attribute, and
-// `std::runtime_error` for a value that is not valid for the attribute's type.
+// hexadecimal number for an unsigned attribute. Setting `iom_state` also ends the card's job.
+// Throws `UnknownName` for an unknown attribute, and `std::runtime_error` for a value that is not
+// valid for the attribute's type.
 void SetFromText(Card& card, const std::string& attribute, const std::string& text);
 // Throws like `SetFromText`, naming `place`, unless `json` is a valid value of the attribute.
 void CheckValue(const std::string& attribute, const Json& json, const std::string& place);
@@ -33,7 +34,7 @@ std::string GetAsText(const Card& card, const std::string& attribute);
 
 // Returns the names of all attributes, and "volumes".
 std::vector<std::string> AttributeNames();
-// Returns the storage units of a card. Throws like `CheckValue`.
+// Returns the volumes in a JSON array. Throws like `CheckValue`.
 std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place);
 // Returns the number for a string such as "0x1003", or `json` unchanged.
 Json ParseHexNumber(const Json& json);

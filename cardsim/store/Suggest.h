@@ -7,8 +7,8 @@
 
 namespace CardSim {
 
-// Returns "; did you mean X?" with the element of `names` that `wrong` is probably a misspelling
-// of, or an empty string. Thread-safe.
+// Returns "; did you mean X?" with the element of `names` that `wrong` is a synonym or probably a
+// misspelling of, or an empty string. Thread-safe.
 std::string DidYouMean(std::string_view wrong, const std::vector<std::string>& names);
 
 }  // namespace CardSim

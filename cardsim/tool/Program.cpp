@@ -27,7 +27,7 @@ using CardSim::UnknownName;
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
-constexpr int kNoSuch = 3;
+constexpr int kUnknownName = 3;
 
 // The command line; each command reads its own members. Constructed without allocating memory.
 struct Arguments {
@@ -236,6 +236,7 @@ std::string KindsText() {
   return text;
 }
 
+// Returns an error message, or an empty string for a valid count.
 std::string CheckCount(const std::string& text) {
   const unsigned int count = ParseNumber(text);
   return count >= 1 && count <= 250 ? "" : text + " is out of range (1 to 250)";
@@ -335,7 +336,7 @@ std::string UsageError(const CLI::App& app, const CLI::ParseError& error) {
   return text;
 }
 
-// Returns the end of an error message, which mentions a change that was saved.
+// Returns the text to append to an error message if the command has already saved its change.
 std::string SavedNote(const Arguments& arguments) {
   return arguments.isSaved ? "; the change is saved" : "";
 }
@@ -347,7 +348,7 @@ int Run(Command command, Arguments& arguments) {
     return code;
   } catch (const UnknownName& error) {
     PrintError(error.what());
-    return kNoSuch;
+    return kUnknownName;
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {

@@ -4,11 +4,11 @@
 
 namespace {
 
-// The limits of a C type, and a value beyond them.
+// A value for attributes of a C type: the largest or smallest one for integers.
 struct TypeLimits {
-  std::string given;
-  std::string read;
-  std::string rejected;
+  std::string given;     // as passed to `Set`
+  std::string read;      // as read from the library
+  std::string rejected;  // a value that the type cannot hold
 };
 
 template <typename T>
@@ -106,7 +106,7 @@ class EveryAttribute : public SimulatedCards, public ::testing::WithParamInterfa
   void* m_Card = nullptr;
 };
 
-TEST_P(EveryAttribute, ReturnsTheLimitsOfItsTypeUnchanged) {
+TEST_P(EveryAttribute, ReturnsTheValueThatWasSet) {
   File().Set("card0", GetParam().name, GetParam().limits.given);
   void* handle = Handle();
   EXPECT_TRUE(GetParam().has(handle, &m_Error));
@@ -114,7 +114,7 @@ TEST_P(EveryAttribute, ReturnsTheLimitsOfItsTypeUnchanged) {
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-TEST_P(EveryAttribute, RejectsValuesOutOfRange) {
+TEST_P(EveryAttribute, RejectsAnInvalidValue) {
   const std::string before = Slurp();
   const auto set = [&] { File().Set("card0", GetParam().name, GetParam().limits.rejected); };
   EXPECT_EQ(0U, ErrorOf(set).find(std::string(GetParam().name) + ": must ")) << ErrorOf(set);
@@ -134,16 +134,16 @@ TEST_P(EveryAttribute, HasAcceptsANullHandle) {
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Catalog, EveryAttribute, ::testing::ValuesIn(Rows()),
+INSTANTIATE_TEST_SUITE_P(Table, EveryAttribute, ::testing::ValuesIn(Rows()),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST(AttributeRows, Cover41CardAnd8FormatAttributes) {
+TEST(AttributeRows, CoverAll49Attributes) {
   EXPECT_EQ(49U, Rows().size());
 }
 
 using Attributes = SimulatedCards;
 
-TEST_F(Attributes, CanBeReadWithoutAHasFunction) {
+TEST_F(Attributes, WithoutAHasFunctionAreReadable) {
   StartWithCard();
   File().Set("card0", "pci_device_id", "0xBEEF");
   File().Set("card0", "reserve_status", "2");
@@ -164,7 +164,7 @@ TEST_F(Attributes, HasSizeModeReflectsTheCard) {
   EXPECT_FALSE(vsl_iom_format_has_size_mode(nullptr, &m_Error));
 }
 
-TEST_F(Attributes, StringsAreValidWhileTheHandleExists) {
+TEST_F(Attributes, StringsStayValidDuringCallsWithAnotherHandle) {
   StartWithCard();
   void* card = OpenCard();
   const char* serial = vsl_serial_number(card, &m_Error);

@@ -99,7 +99,7 @@ TEST_F(Calls, InitCanFailWithNotReadyForSomeCalls) {
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
 }
 
-TEST_F(Calls, OnlyFailuresOfKnownFunctionsCanBeInjected) {
+TEST_F(Calls, InjectingAFailureRejectsInvalidArguments) {
   EXPECT_EQ("unknown function vsl_opne; did you mean vsl_open?",
             ErrorOf([] { CardSim::FailCall("vsl_opne", 1, 1, ""); }));
   EXPECT_EQ("vsl_fini has no result and cannot fail",

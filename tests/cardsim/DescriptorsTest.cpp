@@ -1,4 +1,4 @@
-// A state file that cannot be opened is an error and not treated as a file without cards.
+// A state file that cannot be opened is reported as an error, not treated as a file without cards.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -146,7 +146,7 @@ TEST_F(Unopenable, AStatusMaskKeepsItsLastValue) {
             }));
 }
 
-TEST_F(Unopenable, ClosedStandardStreamsDoNotDamageTheFile) {
+TEST_F(Unopenable, TheFileIsNotOpenedAsAStandardStream) {
   File().AddCard(0x1003);
   EXPECT_EQ("", RunInChild([this] {
               for (const int fd : {0, 1, 2}) close(fd);

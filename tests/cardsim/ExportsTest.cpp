@@ -6,7 +6,8 @@ namespace {
 
 using Exports = SimulatedCards;
 
-// Returns the demangled names of the symbols that the library exports, one per line.
+// Returns the demangled names of the symbols that the library exports, one per line. Overwrites the
+// file `list`.
 std::string DefinedNames(const std::filesystem::path& list) {
   const std::string command = "nm -DC --defined-only " CARDSIM_LIBRARY " | cut -d' ' -f3- >";
   EXPECT_EQ(0, std::system((command + list.string()).c_str()));

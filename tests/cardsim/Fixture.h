@@ -42,7 +42,7 @@ class SimulatedCards : public ::testing::Test {
   std::filesystem::path Path() const { return m_Directory / "cards.json"; }
   CardSim::StateFile File() const { return CardSim::StateFile(Path()); }
 
-  // Starts the library with one card of this device ID.
+  // Adds a card with this device ID, starts the library and clears the call log.
   void StartWithCard(std::uint16_t deviceId = 0x1003) {
     File().AddCard(deviceId);
     ASSERT_EQ(0U, vsl_init(0, &m_Error)) << m_Error.text;

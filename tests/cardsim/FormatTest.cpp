@@ -2,8 +2,8 @@
 
 namespace {
 
-// A detached card of 1,000,000 bytes with sectors of 512 to 4096 bytes, which is formatted
-// immediately.
+// A detached card of 1,000,000 bytes with sectors of 512 to 4096 bytes, and a format of it that
+// takes no time.
 class Format : public SimulatedCards {
  protected:
   void SetUp() override {
@@ -93,19 +93,20 @@ TEST_F(Format, IsRejectedOnAnAttachedCard) {
   EXPECT_EQ("2", File().Get("card0", "iom_state"));
 }
 
-struct Request {
+// A call that sets an option of a format and is rejected.
+struct OptionCall {
   const char* name;
-  const char* attribute;  // to change first
+  const char* attribute;  // to set to `value` first, or null
   const char* value;
   vsl_code (*call)(void* format, vsl_error_record* err);
-  const char* refusal;
+  const char* reason;
 };
 
 vsl_code SetSectorSize(void* format, uint32_t bytes, vsl_error_record* err) {
   return vsl_iom_format_set_sector_size_bytes(format, bytes, err);
 }
 
-const Request kRefused[] = {
+const OptionCall kRejected[] = {
     {"SectorTooSmall", nullptr, nullptr,
      [](void* f, vsl_error_record* e) { return SetSectorSize(f, 256, e); },
      "the sector size must be 512 to 4096 bytes"},
@@ -144,18 +145,18 @@ const Request kRefused[] = {
      "the card does not support overformatting"},
 };
 
-class RefusedFormat : public Format, public ::testing::WithParamInterface<Request> {};
+class RejectedOption : public Format, public ::testing::WithParamInterface<OptionCall> {};
 
-TEST_P(RefusedFormat, ReportsTheReason) {
+TEST_P(RejectedOption, ReportsTheReason) {
   if (GetParam().attribute != nullptr) {
     File().Set("card0", GetParam().attribute, GetParam().value);
     CreateFormat();
   }
   EXPECT_NE(0U, GetParam().call(m_Format, &m_Error));
-  EXPECT_STREQ(GetParam().refusal, m_Error.text);
+  EXPECT_STREQ(GetParam().reason, m_Error.text);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, RefusedFormat, ::testing::ValuesIn(kRefused),
+INSTANTIATE_TEST_SUITE_P(Table, RejectedOption, ::testing::ValuesIn(kRejected),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Format, AcceptsAnySectorSizeInRangeIfPowersOfTwoAreNotRequired) {

@@ -178,7 +178,7 @@ const MisuseCase kMisuseCases[] = {
 
 class MisusedHandles : public Handles, public ::testing::WithParamInterface<MisuseCase> {};
 
-TEST_P(MisusedHandles, AreReportedAndRejected) {
+TEST_P(MisusedHandles, AreReported) {
   void* card = CreateCard();
   GetParam().act(card, &m_Error);
   EXPECT_EQ(GetParam().line, Joined(CardSim::Misuse()));

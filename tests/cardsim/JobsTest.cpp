@@ -78,20 +78,6 @@ TEST_F(Jobs, TheWaitLastsForTheDurationOfTheJob) {
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(35));
 }
 
-TEST_F(Jobs, DoNotBlockOtherThreads) {
-  void* job = CreateDetachJob();
-  Start(job);
-  std::atomic<bool> done{false};
-  std::thread waiting([&] {
-    vsl_error_record err;
-    vsl_op_wait_for_result(job, &err);
-    done = true;
-  });
-  EXPECT_EQ(3U, vsl_iom_state(OpenCard(), &m_Error));
-  waiting.join();
-  EXPECT_EQ(0U, vsl_iom_state(OpenCard(), &m_Error));
-}
-
 // The result of starting each job in a state of the card.
 struct Rule {
   const char* state;
@@ -233,20 +219,21 @@ TEST_F(Jobs, AKilledProcessIsDetectedWithoutAChangeOfTheFile) {
   close(gate[1]);
 }
 
-struct Canceled {
+// A thread that the test cancels, and what it has done so far.
+struct CanceledThread {
   void* job;
   std::atomic<bool> waiting{false};
   std::atomic<bool> unwound{false};
 };
 
 struct UnwindMarker {
-  explicit UnwindMarker(Canceled& canceled) : m_Canceled(canceled) {}
+  explicit UnwindMarker(CanceledThread& canceled) : m_Canceled(canceled) {}
   ~UnwindMarker() { m_Canceled.unwound = true; }
-  Canceled& m_Canceled;
+  CanceledThread& m_Canceled;
 };
 
 void* WaitUntilCanceled(void* argument) {
-  auto& canceled = *static_cast<Canceled*>(argument);
+  auto& canceled = *static_cast<CanceledThread*>(argument);
   const UnwindMarker mark(canceled);
   vsl_error_record err;
   canceled.waiting = true;
@@ -256,7 +243,7 @@ void* WaitUntilCanceled(void* argument) {
 
 TEST_F(Jobs, ACanceledThreadUnwindsAndReleasesTheCard) {
   File().Set("card0", "detach_ms", "60000");
-  Canceled canceled;
+  CanceledThread canceled;
   canceled.job = CreateDetachJob();
   Start(canceled.job);
   pthread_t thread;
@@ -271,8 +258,22 @@ TEST_F(Jobs, ACanceledThreadUnwindsAndReleasesTheCard) {
   EXPECT_NE(nullptr, OpenCard());
 }
 
+TEST_F(Jobs, DoNotBlockOtherThreads) {
+  File().Set("card0", "detach_ms", "60000");
+  CanceledThread canceled;
+  canceled.job = CreateDetachJob();
+  Start(canceled.job);
+  pthread_t thread;
+  ASSERT_EQ(0, pthread_create(&thread, nullptr, WaitUntilCanceled, &canceled));
+  while (!canceled.waiting) std::this_thread::yield();
+  EXPECT_EQ(3U, vsl_iom_state(OpenCard(), &m_Error));
+  pthread_cancel(thread);
+  pthread_join(thread, nullptr);
+  EXPECT_EQ(2U, vsl_iom_state(OpenCard(), &m_Error));
+}
+
 void* CallUntilCanceled(void* argument) {
-  auto& canceled = *static_cast<Canceled*>(argument);
+  auto& canceled = *static_cast<CanceledThread*>(argument);
   const UnwindMarker mark(canceled);
   vsl_error_record err;
   for (std::uint32_t i = 0;; ++i) {
@@ -289,7 +290,7 @@ void* CallUntilCanceled(void* argument) {
 
 TEST_F(Jobs, CancelingAThreadDuringOtherCallsIsHarmless) {
   for (int round = 0; round < 20; ++round) {
-    Canceled canceled;
+    CanceledThread canceled;
     pthread_t thread;
     ASSERT_EQ(0, pthread_create(&thread, nullptr, CallUntilCanceled, &canceled));
     while (!canceled.waiting) std::this_thread::yield();

@@ -32,10 +32,10 @@ const EscapedString kEscapedStrings[] = {
     {"Escape", R"("a\u001b[31mb")", "a\\x1b[31mb"},
     {"Bell", R"("a\u0007b")", "a\\x07b"},
     {"LineBreak", R"("a\nb")", "a\\x0ab"},
-    {"Return", R"("a\rb")", "a\\x0db"},
+    {"CarriageReturn", R"("a\rb")", "a\\x0db"},
     {"Tab", R"("a\tb")", "a\\x09b"},
     {"LastOfC0", R"("a\u001fb")", "a\\x1fb"},
-    {"Blank", R"("a b")", "a b"},
+    {"Space", R"("a b")", "a b"},
     {"Tilde", R"("a~b")", "a~b"},
     {"Delete", R"("a\u007fb")", "a\\x7fb"},
     {"FirstOfC1", R"("a\u0080b")", "a\\u0080b"},
@@ -57,12 +57,12 @@ const EscapedString kEscapedStrings[] = {
     {"FirstIsolate", R"("a\u2066b")", "a\\u2066b"},
     {"LastIsolate", R"("a\u2069b")", "a\\u2069b"},
     {"AfterTheIsolates", R"("a\u206ab")", "a\u206ab"},
-    {"ManyBytes", R"("äß€😀")", "äß€😀"},
+    {"MultiByteCharacters", R"("äß€😀")", "äß€😀"},
 };
 
-class ShownTexts : public Output, public ::testing::WithParamInterface<EscapedString> {};
+class EscapedStrings : public Output, public ::testing::WithParamInterface<EscapedString> {};
 
-TEST_P(ShownTexts, AreTheSameInEveryCommand) {
+TEST_P(EscapedStrings, AreTheSameInGetListAndSet) {
   const std::string shown = GetParam().shown;
   File().Set("card0", "serial_number", GetParam().json);
   EXPECT_EQ(shown + "\n[0]", Run("get card0 serial_number"));
@@ -70,7 +70,7 @@ TEST_P(ShownTexts, AreTheSameInEveryCommand) {
   EXPECT_EQ("card0: serial_number " + shown + " -> x\n[0]", Run("set card0 serial_number x"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ShownTexts, ::testing::ValuesIn(kEscapedStrings),
+INSTANTIATE_TEST_SUITE_P(Table, EscapedStrings, ::testing::ValuesIn(kEscapedStrings),
                          [](const auto& row) { return std::string(row.param.name); });
 
 // Arguments, quoted for bash with `$'...'`, and the output. Bytes that are not valid UTF-8 are
@@ -99,9 +99,9 @@ const PrintedArguments kPrintedArguments[] = {
      "cardsim: /no\\x1b\\u009b/file: no such file; `cardsim new` creates one\n[1]"},
 };
 
-class PrintedTexts : public Output, public ::testing::WithParamInterface<PrintedArguments> {};
+class EscapedArguments : public Output, public ::testing::WithParamInterface<PrintedArguments> {};
 
-TEST_P(PrintedTexts, ArePrintedEscaped) {
+TEST_P(EscapedArguments, ArePrintedSafely) {
   const std::string script = (m_Directory / "script").string();
   std::ofstream(script) << CARDSIM_PROGRAM " " << GetParam().arguments << "\n";
   const std::string out = (m_Directory / "out").string();
@@ -109,7 +109,7 @@ TEST_P(PrintedTexts, ArePrintedEscaped) {
   EXPECT_EQ(GetParam().output, Slurp(out) + "[" + std::to_string(WEXITSTATUS(status)) + "]");
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, PrintedTexts, ::testing::ValuesIn(kPrintedArguments),
+INSTANTIATE_TEST_SUITE_P(Table, EscapedArguments, ::testing::ValuesIn(kPrintedArguments),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Output, EscapesStringsInAScenario) {

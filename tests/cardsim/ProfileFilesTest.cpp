@@ -44,7 +44,7 @@ TEST_F(ProfileFiles, AreAddedByName) {
   EXPECT_EQ("\"FA00000001\"", File().Get("card0", "serial_number"));
 }
 
-TEST_F(ProfileFiles, OmitAttributesThatTheyDoNotSet) {
+TEST_F(ProfileFiles, LeaveOtherAttributesAbsent) {
   Write("flash-6400g", kLarge);
   File().AddCard(std::string("flash-6400g"));
   EXPECT_EQ("absent", File().Get("card0", "beacon_state"));

@@ -61,13 +61,13 @@ TEST_F(Program, UsesTheGivenStateFile) {
   EXPECT_EQ("", Joined(File().Cards()));
 }
 
-struct Refused {
+struct RejectedCommand {
   const char* name;
   const char* arguments;
   const char* output;
 };
 
-const Refused kRefused[] = {
+const RejectedCommand kRejectedCommands[] = {
     {"NoCommand", "", "cardsim: missing command; see cardsim --help\n[2]"},
     {"MissingArgument", "remove", "cardsim: CARD is required\n[2]"},
     {"BadOption", "list --wrong", "cardsim: unknown option --wrong\n[2]"},
@@ -94,7 +94,7 @@ const Refused kRefused[] = {
      "cardsim: the code must not be 0, which means success\n[1]"},
 };
 
-class RejectedCommands : public Program, public ::testing::WithParamInterface<Refused> {};
+class RejectedCommands : public Program, public ::testing::WithParamInterface<RejectedCommand> {};
 
 TEST_P(RejectedCommands, PrintOneLine) {
   File().AddCard(0x1003);
@@ -103,13 +103,15 @@ TEST_P(RejectedCommands, PrintOneLine) {
   EXPECT_EQ(before, Slurp());
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, RejectedCommands, ::testing::ValuesIn(kRefused),
+INSTANTIATE_TEST_SUITE_P(Table, RejectedCommands, ::testing::ValuesIn(kRejectedCommands),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Program, DoesNotChangeAnExistingOrDamagedFile) {
+  File().AddCard(0x1003);
   EXPECT_EQ(
       "cardsim: " + Path().string() + ": already exists; `cardsim new --force` replaces it\n[1]",
       Run("new"));
+  EXPECT_EQ("card0", Joined(File().Cards()));
   OverwriteFile("{broken");
   EXPECT_EQ("cardsim: " + Path().string() + ": line 1, column 2: invalid JSON\n[1]", Run("list"));
   EXPECT_EQ("{broken", Slurp());

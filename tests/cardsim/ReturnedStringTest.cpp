@@ -4,10 +4,10 @@
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__)
-#define TEXTS_ARE_FREED 1
+#define STRINGS_ARE_FREED 1
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
-#define TEXTS_ARE_FREED 1
+#define STRINGS_ARE_FREED 1
 #endif
 #endif
 
@@ -43,7 +43,7 @@ TEST_F(ReturnedStrings, AreIndependentBetweenHandles) {
   EXPECT_STREQ("Flash Adapter 785GB", second);
 }
 
-#ifndef TEXTS_ARE_FREED
+#ifndef STRINGS_ARE_FREED
 
 // A call that makes the handle's string expire.
 struct ExpiringCall {
@@ -53,10 +53,10 @@ struct ExpiringCall {
 
 const ExpiringCall kExpiringCalls[] = {
     {"Has", [](void* card, vsl_error_record* err) { vsl_has_serial_number(card, err); }},
-    {"SameText", [](void* card, vsl_error_record* err) { vsl_serial_number(card, err); }},
-    {"OtherText", [](void* card, vsl_error_record* err) { vsl_board_name(card, err); }},
+    {"SameString", [](void* card, vsl_error_record* err) { vsl_serial_number(card, err); }},
+    {"OtherString", [](void* card, vsl_error_record* err) { vsl_board_name(card, err); }},
     {"Number", [](void* card, vsl_error_record* err) { vsl_iom_state(card, err); }},
-    {"Refused", [](void* card, vsl_error_record* err) { vsl_op_start(card, err); }},
+    {"Rejected", [](void* card, vsl_error_record* err) { vsl_op_start(card, err); }},
     {"InjectedFailure",
      [](void* card, vsl_error_record* err) {
        CardSim::FailCall("vsl_pci_bus", 1, 5, "requested");

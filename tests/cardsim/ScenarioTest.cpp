@@ -108,7 +108,7 @@ TEST_F(Scenarios, AFailureNeedsNeitherCodeNorText) {
             PlaySteps(R"({"do": "fail", "what": "vsl_close"})"));
 }
 
-TEST_F(Scenarios, TimesAreRelativeToTheScenario) {
+TEST_F(Scenarios, TheObserverGetsTheTimeSinceTheStart) {
   EXPECT_EQ("1500 it warns\n3500 card1: cleared FLASHBACK\n",
             PlaySteps(R"({"after_ms": 1500, "do": "raise", "card": "card1", "what": "FLASHBACK",
                        "say": "it warns"},

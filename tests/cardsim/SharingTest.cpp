@@ -128,7 +128,7 @@ TEST_F(Sharing, CallsFailWhileTheFileIsDamaged) {
   EXPECT_EQ(0U, vsl_open(card, &m_Error));
 }
 
-TEST_F(Sharing, AKilledWriterLeavesTheFileUnchanged) {
+TEST_F(Sharing, TheDraftOfAKilledWriterIsReplaced) {
   File().AddCard(0x1003);
   std::ofstream(Path().string() + ".new") << "half a fi";
   File().Set("card0", "pci_slot_num", "7");

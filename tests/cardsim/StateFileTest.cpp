@@ -30,7 +30,7 @@ TEST_F(StateFiles, AreCreatedWithTheirDirectories) {
   EXPECT_EQ("", Joined(CardSim::StateFile(path).Cards()));
 }
 
-TEST_F(StateFiles, AreReplacedOnlyOnDemand) {
+TEST_F(StateFiles, AreReplacedOnlyIfRequested) {
   File().AddCard(0x1003);
   EXPECT_EQ(Path().string() + ": already exists; `cardsim new --force` replaces it",
             ErrorOf([this] { File().Create(); }));
@@ -74,13 +74,13 @@ TEST_F(StateFiles, RejectTwoCardsWithTheSamePath) {
   EXPECT_EQ(before, Slurp());
 }
 
-struct Unknown {
+struct UnknownNameCase {
   const char* name;
   void (*act)(CardSim::StateFile file);
   const char* text;
 };
 
-const Unknown kUnknowns[] = {
+const UnknownNameCase kUnknownNames[] = {
     {"Card", [](CardSim::StateFile f) { f.Set("card9", "pci_bus", "1"); },
      "no card named card9; did you mean card0?"},
     {"RemovedCard", [](CardSim::StateFile f) { f.RemoveCard("nothing"); }, "no card named nothing"},
@@ -98,9 +98,10 @@ const Unknown kUnknowns[] = {
      "unknown function open"},
 };
 
-class UnknownNames : public SimulatedCards, public ::testing::WithParamInterface<Unknown> {};
+class UnknownNames : public SimulatedCards,
+                     public ::testing::WithParamInterface<UnknownNameCase> {};
 
-TEST_P(UnknownNames, ThrowNoSuchThing) {
+TEST_P(UnknownNames, AreReportedAndChangeNothing) {
   File().AddCard(0x1003);
   const std::string before = Slurp();
   try {
@@ -112,7 +113,7 @@ TEST_P(UnknownNames, ThrowNoSuchThing) {
   EXPECT_EQ(before, Slurp());
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, UnknownNames, ::testing::ValuesIn(kUnknowns),
+INSTANTIATE_TEST_SUITE_P(Table, UnknownNames, ::testing::ValuesIn(kUnknownNames),
                          [](const auto& row) { return std::string(row.param.name); });
 
 struct Bit {

@@ -66,7 +66,7 @@ TEST_F(Sysfs, RejectsTwoCardsAtOneAddress) {
             ErrorOf([this] { File().WriteSysfs(Tree()); }));
 }
 
-TEST_F(Sysfs, ReportsAFailedWrite) {
+TEST_F(Sysfs, ReportsATreePathThatIsAFile) {
   std::ofstream(Tree()) << "a file";
   EXPECT_EQ(0U, ErrorOf([this] { File().WriteSysfs(Tree()); }).find(Tree().string()));
 }

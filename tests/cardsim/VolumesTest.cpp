@@ -57,7 +57,7 @@ TEST_F(Volumes, AreReportedIfTheyWereRemoved) {
   ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
   File().MakeAbsent("card0", "volumes");
   EXPECT_EQ(3U, vsl_set_vsu_state(volume, 0, &m_Error));
-  EXPECT_STREQ("the unit has been removed", m_Error.text);
+  EXPECT_STREQ("the volume has been removed", m_Error.text);
   EXPECT_EQ("", States());
 }
 
@@ -67,7 +67,8 @@ TEST_F(Volumes, BelongToTheHandleThatIteratesThem) {
   void* volume = nullptr;
   ASSERT_TRUE(vsl_vsu_iterate(card, &volume, 1, &m_Error));
   EXPECT_FALSE(vsl_vsu_iterate(other, &volume, 1, &m_Error));
-  EXPECT_EQ("vsl_vsu_iterate volume#1: a unit of another card's handle", Joined(CardSim::Misuse()));
+  EXPECT_EQ("vsl_vsu_iterate volume#1: a volume of another card's handle",
+            Joined(CardSim::Misuse()));
 }
 
 TEST_F(Volumes, AreNormalizedInTheFile) {

@@ -259,7 +259,8 @@ const UnitSwitch UNIT_SWITCHES[] = {
      {"vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#1", "vsl_set_vsu_state volume#1 1",
       "vsl_vsu_iterate card#1", "vsl_has_vsu_state volume#2", "vsl_set_vsu_state volume#2 1",
       "vsl_vsu_iterate card#1"},
-     {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 (the unit rejected the new state)"}},
+     {"16 ExecutePhysicalDriveOperation, vsl_set_vsu_state = 0 (the volume rejected the new "
+      "state)"}},
     {"OfflineTwoOfWhichTheLastRefuses",
      R"([{"state": 1}, {"state": 1, "refuses": true}])",
      Number::OP_MAKE_OFFLINE,

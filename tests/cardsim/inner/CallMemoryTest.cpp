@@ -18,7 +18,7 @@ struct CallHandles {
   void* job = nullptr;       // a format or detach job
   void* iterated = nullptr;  // the first card
   void* volume = nullptr;    // the first volume
-  void* created = nullptr;   // created by the call, or an adapter
+  void* created = nullptr;   // a handle created by the call, or the card's adapter
   vsl_error_record err = {};
 };
 
@@ -282,7 +282,7 @@ TEST_F(CallMemory, EveryFunctionHasARow) {
   EXPECT_EQ(ExportedFunctions(), rows);
 }
 
-class FinishedJobs : public CallMemory, public ::testing::WithParamInterface<Shortage> {
+class OutOfMemory : public CallMemory, public ::testing::WithParamInterface<Shortage> {
  protected:
   // Whether the file contains a job, which other processes would see.
   bool FileHasJob() const { return Slurp().find("\"job\"") != std::string::npos; }
@@ -298,7 +298,7 @@ class FinishedJobs : public CallMemory, public ::testing::WithParamInterface<Sho
   }
 };
 
-TEST_P(FinishedJobs, AFormatThatRunsOutOfMemoryReleasesTheCard) {
+TEST_P(OutOfMemory, AFailedFormatReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
     CallHandles handles = RestartWith("0");
@@ -322,7 +322,7 @@ TEST_P(FinishedJobs, AFormatThatRunsOutOfMemoryReleasesTheCard) {
   EXPECT_GT(failures, 20);
 }
 
-TEST_P(FinishedJobs, DestroyingAJobWhenOutOfMemoryReleasesTheCard) {
+TEST_P(OutOfMemory, DestroyingAJobReleasesTheCard) {
   int failures = 0;
   for (;; ++failures) {
     CallHandles handles = RestartWith("0");
@@ -339,15 +339,16 @@ TEST_P(FinishedJobs, DestroyingAJobWhenOutOfMemoryReleasesTheCard) {
   EXPECT_GT(failures, 20);
 }
 
-TEST_P(FinishedJobs, FiniSucceedsWhenOutOfMemory) {
-  RestartWith("2");
+TEST_P(OutOfMemory, FiniStopsTheLibrary) {
+  CallHandles handles = RestartWith("2");
   CorvaneTest::BeginShortage(0, GetParam());
   vsl_fini();
   CorvaneTest::EndShortage();
+  EXPECT_EQ(10U, vsl_close(handles.card, &handles.err));
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
 }
 
-INSTANTIATE_TEST_SUITE_P(Shortages, FinishedJobs,
+INSTANTIATE_TEST_SUITE_P(Shortages, OutOfMemory,
                          ::testing::Values(Shortage::OneFails, Shortage::AllFail),
                          [](const auto& row) {
                            return std::string(row.param == Shortage::OneFails ? "OneFails"

@@ -17,7 +17,7 @@ using CorvaneTest::Shortage;
 
 constexpr int kNoShortage = -1;
 
-struct Verb {
+struct CommandRow {
   const char* name;
   std::vector<std::string> arguments;
   // Whether the command changes the state file.
@@ -25,7 +25,7 @@ struct Verb {
 };
 
 // DIRECTORY is replaced by the test's directory.
-const Verb kVerbs[] = {
+const CommandRow kCommandRows[] = {
     {"NewReplacesFile", {"new", "--force"}, true},
     {"Add", {"add", "0x1003"}, true},
     {"Remove", {"remove", "card1"}, true},
@@ -55,7 +55,7 @@ int RunMain(int argc, char** argv) noexcept {
   return CardsimMain(argc, argv);
 }
 
-class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterface<Verb> {
+class ProgramMemory : public SimulatedCards, public ::testing::WithParamInterface<CommandRow> {
  protected:
   void SetUp() override {
     SimulatedCards::SetUp();
@@ -167,11 +167,11 @@ TEST_P(ProgramMemory, FailsCleanlyWhenNoMemoryIsLeft) {
 
 TEST_F(Program, EveryCommandHasAMemoryRow) {
   std::set<std::string> rows;
-  for (const Verb& row : kVerbs) rows.insert(row.arguments.front());
+  for (const CommandRow& row : kCommandRows) rows.insert(row.arguments.front());
   EXPECT_EQ(Commands(), rows);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ProgramMemory, ::testing::ValuesIn(kVerbs),
+INSTANTIATE_TEST_SUITE_P(Table, ProgramMemory, ::testing::ValuesIn(kCommandRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace

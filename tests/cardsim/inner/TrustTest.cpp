@@ -41,7 +41,7 @@ TEST_F(UntrustedFiles, ALoopOfLinksIsReported) {
   EXPECT_EQ(Path().string() + ": Too many levels of symbolic links", Cards());
 }
 
-TEST_F(UntrustedFiles, ALinkNamedLikeTheLockIsNotFollowed) {
+TEST_F(UntrustedFiles, ALinkInPlaceOfTheLockFileIsNotFollowed) {
   const auto lock = Path().string() + ".lock";
   const auto victim = m_Directory / "victim";
   std::filesystem::remove(lock);
@@ -51,7 +51,7 @@ TEST_F(UntrustedFiles, ALinkNamedLikeTheLockIsNotFollowed) {
   EXPECT_EQ("no error", Cards());
 }
 
-TEST_F(UntrustedFiles, ALinkNamedLikeTheDraftIsReplaced) {
+TEST_F(UntrustedFiles, ALinkInPlaceOfTheDraftIsReplaced) {
   const auto victim = m_Directory / "victim";
   std::ofstream(victim) << "precious";
   std::filesystem::create_symlink(victim, Path().string() + ".new");
@@ -135,21 +135,21 @@ class UntrustedPaths : public UntrustedFiles, public ::testing::WithParamInterfa
 
   std::filesystem::path Theirs() const { return m_Directory / "theirs"; }
   std::filesystem::path Victim() const { return m_Directory / "victim"; }
-  std::string Refusal(const std::filesystem::path& path) const {
+  std::string ErrorFor(const std::filesystem::path& path) const {
     return path.string() + ": not trusted: " + Theirs().string() + " is owned by uid 65534";
   }
 };
 
-TEST_P(UntrustedPaths, NoStateFileDirectoryIsCreatedThere) {
+TEST_P(UntrustedPaths, NoDirectoryForAStateFileIsCreated) {
   const auto file = Theirs() / GetParam() / "new/newer/cards.json";
-  EXPECT_EQ(Refusal(file), ErrorOf([&] { CardSim::StateFile(file).Create(); }));
+  EXPECT_EQ(ErrorFor(file), ErrorOf([&] { CardSim::StateFile(file).Create(); }));
   EXPECT_TRUE(std::filesystem::is_empty(Victim()));
   EXPECT_FALSE(std::filesystem::exists(Theirs() / GetParam() / "new"));
 }
 
-TEST_P(UntrustedPaths, NoSysfsTreeIsCreatedThere) {
+TEST_P(UntrustedPaths, NoSysfsTreeIsCreated) {
   const auto directory = Theirs() / GetParam() / "sys";
-  EXPECT_EQ(Refusal(directory / "bus/pci/.cardsim"),
+  EXPECT_EQ(ErrorFor(directory / "bus/pci/.cardsim"),
             ErrorOf([&] { File().WriteSysfs(directory); }));
   EXPECT_TRUE(std::filesystem::is_empty(Victim()));
   EXPECT_FALSE(std::filesystem::exists(directory));
@@ -219,7 +219,7 @@ TEST(Environment, IsAccessedOnlyThroughSecureGetenv) {
   EXPECT_GT(files, 40);
 }
 
-TEST(Errors, AreAlwaysEscaped) {
+TEST(Errors, AreNotPrintedUnescaped) {
   const std::regex raw("(printf|puts|<<)[^;]*what\\(\\)");
   EXPECT_TRUE(std::regex_search("fprintf(stderr, text,\n error.what());", raw));
   int files = 0;

@@ -4,14 +4,14 @@ extern "C" int UseFromC(void);
 
 namespace {
 
-using Catalog = SimulatedCards;
+using CardLibrary = SimulatedCards;
 
-TEST_F(Catalog, IsUsableFromC) {
+TEST_F(CardLibrary, IsUsableFromC) {
   StartWithCard();
   EXPECT_EQ(1, UseFromC());
 }
 
-TEST_F(Catalog, IteratesCardsInOrder) {
+TEST_F(CardLibrary, IteratesCardsInOrder) {
   for (int i = 0; i < 3; ++i) File().AddCard(0x1003);
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
   std::vector<std::string> paths;
@@ -26,7 +26,7 @@ TEST_F(Catalog, IteratesCardsInOrder) {
   EXPECT_EQ("", Joined(CardSim::Misuse()) + Joined(CardSim::OpenHandles()));
 }
 
-TEST_F(Catalog, IterationContinuesAfterARemovedCard) {
+TEST_F(CardLibrary, IterationContinuesAfterARemovedCard) {
   for (int i = 0; i < 3; ++i) File().AddCard(0x1003);
   ASSERT_EQ(0U, vsl_init(0, &m_Error));
   void* iom = nullptr;
@@ -36,7 +36,7 @@ TEST_F(Catalog, IterationContinuesAfterARemovedCard) {
   EXPECT_STREQ("/dev/fct1", vsl_device_path(iom, &m_Error));
 }
 
-TEST_F(Catalog, CreateByNameFailsForAMissingCard) {
+TEST_F(CardLibrary, CreateByNameFailsForAMissingCard) {
   StartWithCard();
   void* iom = nullptr;
   EXPECT_EQ(3U, vsl_iom_create_by_name("/dev/fct7", &iom, &m_Error));
@@ -45,14 +45,14 @@ TEST_F(Catalog, CreateByNameFailsForAMissingCard) {
   EXPECT_NE(0U, vsl_iom_create_by_name(nullptr, &iom, &m_Error));
 }
 
-TEST_F(Catalog, CreateByNameFailsForACardWithoutAPath) {
+TEST_F(CardLibrary, CreateByNameFailsForACardWithoutAPath) {
   StartWithCard();
   File().MakeAbsent("card0", "device_path");
   void* iom = nullptr;
   EXPECT_EQ(3U, vsl_iom_create_by_name("/dev/fct0", &iom, &m_Error));
 }
 
-TEST_F(Catalog, ErrorTextIsTruncatedAndTerminated) {
+TEST_F(CardLibrary, ErrorTextIsTruncatedAndTerminated) {
   StartWithCard();
   const std::string path(3000, 'x');
   void* iom = nullptr;
@@ -61,7 +61,7 @@ TEST_F(Catalog, ErrorTextIsTruncatedAndTerminated) {
   EXPECT_EQ(std::string(1039, 'x'), m_Error.text);
 }
 
-TEST_F(Catalog, SuccessLeavesTheErrorRecordUnchanged) {
+TEST_F(CardLibrary, SuccessLeavesTheErrorRecordUnchanged) {
   StartWithCard();
   std::fill(std::begin(m_Error.text), std::end(m_Error.text), '#');
   void* card = OpenCard();
@@ -72,14 +72,14 @@ TEST_F(Catalog, SuccessLeavesTheErrorRecordUnchanged) {
   EXPECT_EQ(std::string(1040, '#'), std::string(m_Error.text, 1040));
 }
 
-TEST_F(Catalog, DestroyDoesNotNeedAnErrorRecord) {
+TEST_F(CardLibrary, DestroyDoesNotNeedAnErrorRecord) {
   StartWithCard();
   void* card = CreateCard();
   EXPECT_EQ(0U, vsl_destroy(&card, nullptr));
   EXPECT_NE(0U, vsl_destroy(&card, nullptr));
 }
 
-TEST_F(Catalog, TheLibraryCanBeRestarted) {
+TEST_F(CardLibrary, TheLibraryCanBeRestarted) {
   StartWithCard();
   vsl_fini();
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
@@ -87,7 +87,7 @@ TEST_F(Catalog, TheLibraryCanBeRestarted) {
   EXPECT_EQ("", Joined(CardSim::Misuse()));
 }
 
-TEST_F(Catalog, SettingTheLocateLedChangesTheFile) {
+TEST_F(CardLibrary, SettingTheLocateLedChangesTheFile) {
   StartWithCard();
   void* card = CreateCard();
   EXPECT_FALSE(vsl_beacon_state(card, &m_Error));
@@ -97,14 +97,14 @@ TEST_F(Catalog, SettingTheLocateLedChangesTheFile) {
   EXPECT_NE(0U, vsl_set_beacon_state(card, 2, &m_Error));
 }
 
-TEST_F(Catalog, SettingTheLocateLedToItsCurrentStateDoesNotWrite) {
+TEST_F(CardLibrary, SettingTheLocateLedToItsCurrentStateDoesNotWrite) {
   StartWithCard();
   const auto before = std::filesystem::last_write_time(Path());
   EXPECT_EQ(0U, vsl_set_beacon_state(CreateCard(), 0, &m_Error));
   EXPECT_EQ(before, std::filesystem::last_write_time(Path()));
 }
 
-TEST_F(Catalog, ACardWithoutALocateLedRejectsSettingIt) {
+TEST_F(CardLibrary, ACardWithoutALocateLedRejectsSettingIt) {
   StartWithCard();
   File().MakeAbsent("card0", "beacon_state");
   EXPECT_EQ(9U, vsl_set_beacon_state(CreateCard(), 1, &m_Error));

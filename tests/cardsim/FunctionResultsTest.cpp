@@ -7,7 +7,7 @@
 
 namespace {
 
-using Catalog = SimulatedCards;
+using FunctionResults = SimulatedCards;
 
 // Replaces the 0 and false values of the profile, so that results differ from empty ones.
 void SetDistinctValues(CardSim::StateFile file) {
@@ -162,7 +162,7 @@ void ExpectJobs(void* card, vsl_error_record* err) {
   EXPECT_EQ(0U, vsl_destroy(&detach, err));
 }
 
-TEST_F(Catalog, EveryFunctionSucceeds) {
+TEST_F(FunctionResults, EveryFunctionSucceeds) {
   File().AddCard(0x1003);
   SetDistinctValues(File());
   std::fill(std::begin(m_Error.text), std::end(m_Error.text), '#');
@@ -201,8 +201,9 @@ TEST_F(Catalog, EveryFunctionSucceeds) {
   EXPECT_EQ("", Joined(CardSim::Misuse()) + Joined(CardSim::OpenHandles()));
 }
 
-TEST_F(Catalog, HasIsFalseForAbsentAttributes) {
+TEST_F(FunctionResults, HasIsFalseForAbsentAttributes) {
   File().AddCard(0x1003);
+  // The device path remains, because the card is created by it.
 #define MAKE_ABSENT(type, name) \
   if (std::string(#name) != "device_path") File().MakeAbsent("card0", #name);
 #define MAKE_FORMAT_ABSENT(type, name) File().MakeAbsent("card0", "iom_format_" #name);
@@ -227,14 +228,14 @@ TEST_F(Catalog, HasIsFalseForAbsentAttributes) {
 }
 
 // A call with an open card that the library rejects.
-struct RefusedCall {
+struct RejectedCall {
   const char* function;
   vsl_code code;
   const char* text;
   vsl_code (*call)(void* card, vsl_error_record* err);
 };
 
-void PrintTo(const RefusedCall& row, std::ostream* out) {
+void PrintTo(const RejectedCall& row, std::ostream* out) {
   *out << row.function;
 }
 
@@ -245,7 +246,7 @@ void* CreateHandle(Create create, void* card, vsl_error_record* err) {
   return create(card, &handle, err) == 0 ? handle : nullptr;
 }
 
-const RefusedCall kRefusedCalls[] = {
+const RejectedCall kRejectedCalls[] = {
     {"vsl_init", 7, "vsl_init accepts no flags",
      [](void*, vsl_error_record* err) { return vsl_init(1, err); }},
     {"vsl_iom_create_by_name", 3, "/dev/fct9: no such card",
@@ -317,16 +318,16 @@ const RefusedCall kRefusedCalls[] = {
      }},
 };
 
-class CatalogRefusal : public SimulatedCards, public ::testing::WithParamInterface<RefusedCall> {};
+class RejectedCalls : public SimulatedCards, public ::testing::WithParamInterface<RejectedCall> {};
 
-TEST_P(CatalogRefusal, ReturnsItsCodeAndReason) {
+TEST_P(RejectedCalls, ReturnTheirCodeAndReason) {
   StartWithCard();
   EXPECT_EQ(GetParam().code, GetParam().call(OpenCard(), &m_Error));
   EXPECT_STREQ(GetParam().text, m_Error.text);
   EXPECT_EQ(GetParam().function, CardSim::CallLog().back().function);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, CatalogRefusal, ::testing::ValuesIn(kRefusedCalls),
+INSTANTIATE_TEST_SUITE_P(Table, RejectedCalls, ::testing::ValuesIn(kRejectedCalls),
                          [](const auto& row) { return std::string(row.param.function); });
 
 }  // namespace

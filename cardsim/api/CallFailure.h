@@ -1,4 +1,4 @@
-// The failure of a library call.
+// The failure of a library call, and its codes.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ namespace CardSim {
 enum Code : vsl_code {
   kFailed = 1,
   kStateUnusable = 2,  // the state file is missing, damaged or cannot be opened
-  kNoSuchCard = 3,
+  kNoSuchCard = 3,     // or no such volume
   kBadHandle = 4,
   kNotOpen = 5,
   kWrongState = 6,  // not possible in the current state
@@ -25,7 +25,7 @@ enum Code : vsl_code {
 
 // Thrown by the body of a call, and converted to its result and error record. Not derived from
 // std::exception.
-struct Refusal {
+struct CallFailure {
   vsl_code code;
   std::string text;
 };
