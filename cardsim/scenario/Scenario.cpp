@@ -24,67 +24,67 @@ struct Fields {
   std::string text = "failure injected by a scenario";
 };
 
-// Runs `check`, and reports an unknown name as an error at `place` in the file.
+// Runs `check`, and reports an unknown name as an error at `location` in the file.
 template <typename Check>
-void CheckName(const std::string& place, Check check) {
+void CheckName(const std::string& location, Check check) {
   try {
     check();
   } catch (const UnknownName& error) {
-    Reject(place, error.what());
+    Reject(location, error.what());
   }
 }
 
 // Reads a string that is printed as one line. Rejects control characters.
-std::string OneLine(const Json& json, const char* name, const std::string& place) {
-  std::string text = Text(json, name, place);
+std::string OneLine(const Json& json, const char* name, const std::string& location) {
+  std::string text = Text(json, name, location);
   const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7f; };
   if (std::any_of(text.begin(), text.end(), isControl)) {
-    Reject(place + "." + name, "must be one line without control characters");
+    Reject(location + "." + name, "must be one line without control characters");
   }
   return text;
 }
 
-void ReadCard(const Json& json, const std::string& place, Fields& fields) {
+void ReadCard(const Json& json, const std::string& location, Fields& fields) {
   constexpr const char* kCharacters =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.-";
-  fields.card = Text(json, "card", place);
+  fields.card = Text(json, "card", location);
   if (fields.card.empty() || fields.card.find_first_not_of(kCharacters) != std::string::npos) {
-    Reject(place + ".card", "must be a card's name, such as card0");
+    Reject(location + ".card", "must be a card's name, such as card0");
   }
 }
 
-void ReadKind(const Json& json, const std::string& place, Fields& fields) {
-  fields.what = OneLine(json, "what", place);
-  CheckName(place + ".what", [&] { FindProfile(fields.what); });
+void ReadKind(const Json& json, const std::string& location, Fields& fields) {
+  fields.what = OneLine(json, "what", location);
+  CheckName(location + ".what", [&] { FindProfile(fields.what); });
 }
 
-void ReadBit(const Json& json, const std::string& place, Fields& fields) {
-  ReadCard(json, place, fields);
-  fields.what = OneLine(json, "what", place);
-  CheckName(place + ".what", [&] { FindMaskBit(fields.what); });
+void ReadBit(const Json& json, const std::string& location, Fields& fields) {
+  ReadCard(json, location, fields);
+  fields.what = OneLine(json, "what", location);
+  CheckName(location + ".what", [&] { FindMaskBit(fields.what); });
 }
 
-void ReadAttribute(const Json& json, const std::string& place, Fields& fields) {
-  ReadCard(json, place, fields);
-  fields.what = OneLine(json, "what", place);
-  CheckName(place + ".what", [&] { CheckAttribute(fields.what); });
-  const Json& value = Member(json, "to", place);
+void ReadAttribute(const Json& json, const std::string& location, Fields& fields) {
+  ReadCard(json, location, fields);
+  fields.what = OneLine(json, "what", location);
+  CheckName(location + ".what", [&] { CheckAttribute(fields.what); });
+  const Json& value = Member(json, "to", location);
   const auto* text = value.As<std::string>();
   const bool isAbsent = text != nullptr && *text == "absent";
-  if (!isAbsent) CheckValue(fields.what, value, place + ".to");
+  if (!isAbsent) CheckValue(fields.what, value, location + ".to");
   fields.to = JsonText(value);
 }
 
-void ReadFunction(const Json& json, const std::string& place, Fields& fields) {
-  fields.what = OneLine(json, "what", place);
-  CheckName(place + ".what", [&] { CheckFunction(fields.what); });
+void ReadFunction(const Json& json, const std::string& location, Fields& fields) {
+  fields.what = OneLine(json, "what", location);
+  CheckName(location + ".what", [&] { CheckFunction(fields.what); });
 }
 
-void ReadFailure(const Json& json, const std::string& place, Fields& fields) {
-  ReadFunction(json, place, fields);
-  if (json.Find("code") != nullptr) fields.code = Number(json, "code", place);
-  if (fields.code == 0) Reject(place + ".code", "must not be 0, which means success");
-  if (json.Find("text") != nullptr) fields.text = OneLine(json, "text", place);
+void ReadFailure(const Json& json, const std::string& location, Fields& fields) {
+  ReadFunction(json, location, fields);
+  if (json.Find("code") != nullptr) fields.code = Number(json, "code", location);
+  if (fields.code == 0) Reject(location + ".code", "must not be 0, which means success");
+  if (json.Find("text") != nullptr) fields.text = OneLine(json, "text", location);
 }
 
 std::string Add(StateFile& file, const Fields& fields) {
@@ -128,7 +128,7 @@ std::string ClearFailure(StateFile& file, const Fields& fields) {
 struct Verb {
   const char* name;
   std::vector<std::string> members;
-  void (*read)(const Json& json, const std::string& place, Fields& fields);
+  void (*read)(const Json& json, const std::string& location, Fields& fields);
   std::string (*apply)(StateFile& file, const Fields& fields);
 };
 
@@ -145,27 +145,27 @@ const std::vector<Verb>& Verbs() {
   return verbs;
 }
 
-const Verb& FindVerb(const std::string& name, const std::string& place) {
+const Verb& FindVerb(const std::string& name, const std::string& location) {
   std::vector<std::string> names;
   for (const Verb& verb : Verbs()) {
     if (verb.name == name) return verb;
     names.emplace_back(verb.name);
   }
-  Reject(place, "unknown verb " + name + DidYouMean(name, names));
+  Reject(location, "unknown verb " + name + DidYouMean(name, names));
 }
 
-Step StepFromJson(const Json& json, const std::string& place) {
-  if (json.As<Json::Members>() == nullptr) Reject(place, "must be an object");
-  const Verb& verb = FindVerb(OneLine(json, "do", place), place + ".do");
+Step StepFromJson(const Json& json, const std::string& location) {
+  if (json.As<Json::Members>() == nullptr) Reject(location, "must be an object");
+  const Verb& verb = FindVerb(OneLine(json, "do", location), location + ".do");
   std::vector<std::string> members = {"after_ms", "do", "say"};
   members.insert(members.end(), verb.members.begin(), verb.members.end());
-  CheckMembers(json, members, place);
+  CheckMembers(json, members, location);
   Step step;
   if (json.Find("after_ms") != nullptr)
-    step.afterMs = Number(json, "after_ms", place, kMaxDurationMs);
-  if (json.Find("say") != nullptr) step.say = OneLine(json, "say", place);
+    step.afterMs = Number(json, "after_ms", location, kMaxDurationMs);
+  if (json.Find("say") != nullptr) step.say = OneLine(json, "say", location);
   Fields fields;
-  verb.read(json, place, fields);
+  verb.read(json, location, fields);
   step.apply = [&verb, fields](StateFile& file) { return verb.apply(file, fields); };
   return step;
 }
@@ -186,10 +186,10 @@ Scenario ParseScenario(const std::string& text) {
   const auto* steps = Member(json, "steps", "file").As<Json::List>();
   if (steps == nullptr || steps->empty()) Reject("steps", "must be a non-empty array");
   for (const Json& element : *steps) {
-    const std::string place = "step " + std::to_string(scenario.steps.size() + 1);
-    scenario.steps.push_back(StepFromJson(element, place));
+    const std::string location = "step " + std::to_string(scenario.steps.size() + 1);
+    scenario.steps.push_back(StepFromJson(element, location));
     if (scenario.DurationMs() > kMaxDurationMs) {
-      Reject(place + ".after_ms", "the scenario lasts more than a day");
+      Reject(location + ".after_ms", "the scenario lasts more than a day");
     }
   }
   return scenario;

@@ -14,16 +14,16 @@ std::string RangeText(const AttributeInfo& info) {
          std::to_string(info.max);
 }
 
-Value TextFromJson(const Json& json, const std::string& place) {
+Value TextFromJson(const Json& json, const std::string& location) {
   const auto* text = json.As<std::string>();
-  if (text == nullptr) Reject(place, "must be a string");
-  if (text->find('\0') != std::string::npos) Reject(place, "must not contain a zero byte");
+  if (text == nullptr) Reject(location, "must be a string");
+  if (text->find('\0') != std::string::npos) Reject(location, "must not contain a zero byte");
   return *text;
 }
 
-Value BoolFromJson(const Json& json, const std::string& place) {
+Value BoolFromJson(const Json& json, const std::string& location) {
   const auto* flag = json.As<bool>();
-  if (flag == nullptr) Reject(place, "must be true or false");
+  if (flag == nullptr) Reject(location, "must be true or false");
   return *flag;
 }
 
@@ -34,81 +34,81 @@ std::optional<double> NumberOf(const Json& json) {
   return std::nullopt;
 }
 
-Value FloatFromJson(const Json& json, const std::string& place) {
+Value FloatFromJson(const Json& json, const std::string& location) {
   const auto number = NumberOf(json);
-  if (!number) Reject(place, "must be a number");
+  if (!number) Reject(location, "must be a number");
   if (!(std::fabs(*number) <= static_cast<double>(std::numeric_limits<float>::max()))) {
-    Reject(place, "must be within the range of a 32-bit float");
+    Reject(location, "must be within the range of a 32-bit float");
   }
   return static_cast<float>(*number);
 }
 
-Value UnsignedFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
+Value UnsignedFromJson(const AttributeInfo& info, const Json& json, const std::string& location) {
   const auto* number = json.As<std::uint64_t>();
-  if (number == nullptr || *number > info.max) Reject(place, RangeText(info));
+  if (number == nullptr || *number > info.max) Reject(location, RangeText(info));
   return *number;
 }
 
-Value SignedFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
+Value SignedFromJson(const AttributeInfo& info, const Json& json, const std::string& location) {
   const auto* positive = json.As<std::uint64_t>();
   if (positive != nullptr && *positive <= info.max) return static_cast<std::int64_t>(*positive);
   const auto* negative = json.As<std::int64_t>();
-  if (negative == nullptr || *negative < info.min) Reject(place, RangeText(info));
+  if (negative == nullptr || *negative < info.min) Reject(location, RangeText(info));
   return *negative;
 }
 
 }  // namespace
 
-[[noreturn]] void Reject(const std::string& place, const std::string& why) {
-  throw std::runtime_error(place + ": " + why);
+[[noreturn]] void Reject(const std::string& location, const std::string& why) {
+  throw std::runtime_error(location + ": " + why);
 }
 
-Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::string& place) {
+Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::string& location) {
   switch (info.kind) {
     case Kind::Text:
-      return TextFromJson(json, place);
+      return TextFromJson(json, location);
     case Kind::Bool:
-      return BoolFromJson(json, place);
+      return BoolFromJson(json, location);
     case Kind::Float:
-      return FloatFromJson(json, place);
+      return FloatFromJson(json, location);
     case Kind::Signed:
-      return SignedFromJson(info, json, place);
+      return SignedFromJson(info, json, location);
     case Kind::Unsigned:
       break;
   }
-  return UnsignedFromJson(info, json, place);
+  return UnsignedFromJson(info, json, location);
 }
 
-const Json& Member(const Json& object, const char* name, const std::string& place) {
+const Json& Member(const Json& object, const char* name, const std::string& location) {
   const Json* found = object.Find(name);
-  if (found == nullptr) Reject(place, std::string("has no \"") + name + "\"");
+  if (found == nullptr) Reject(location, std::string("has no \"") + name + "\"");
   return *found;
 }
 
-std::uint64_t Number(const Json& object, const char* name, const std::string& place,
+std::uint64_t Number(const Json& object, const char* name, const std::string& location,
                      std::uint64_t max) {
   const AttributeInfo info{name, Kind::Unsigned, 0, max};
-  const Json& member = Member(object, name, place);
-  return std::get<std::uint64_t>(ValueFromJson(info, member, place + "." + name));
+  const Json& member = Member(object, name, location);
+  return std::get<std::uint64_t>(ValueFromJson(info, member, location + "." + name));
 }
 
-std::string Text(const Json& object, const char* name, const std::string& place) {
-  const Json& member = Member(object, name, place);
-  return std::get<std::string>(TextFromJson(member, place + "." + name));
+std::string Text(const Json& object, const char* name, const std::string& location) {
+  const Json& member = Member(object, name, location);
+  return std::get<std::string>(TextFromJson(member, location + "." + name));
 }
 
-bool Flag(const Json& object, const char* name, const std::string& place) {
-  return std::get<bool>(BoolFromJson(Member(object, name, place), place + "." + name));
+bool Flag(const Json& object, const char* name, const std::string& location) {
+  return std::get<bool>(BoolFromJson(Member(object, name, location), location + "." + name));
 }
 
 void CheckMembers(const Json& object, const std::vector<std::string>& names,
-                  const std::string& place) {
+                  const std::string& location) {
   const auto* members = object.As<Json::Members>();
-  if (members == nullptr) Reject(place, "must be an object");
+  if (members == nullptr) Reject(location, "must be an object");
   for (const auto& [name, unused] : *members) {
     bool known = false;
     for (const std::string& candidate : names) known = known || candidate == name;
-    if (!known) Reject(place + "." + name, "unknown" + DidYouMean(name, names));
+    if (!known) Reject(location + "." + name, "unknown" + DidYouMean(name, names));
   }
 }
 

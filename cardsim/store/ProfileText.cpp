@@ -21,40 +21,40 @@ bool IsSetBySlot(Attribute attribute) {
 }
 
 void ReadMember(Profile& profile, const std::string& name, const Json& json,
-                const std::string& place) {
+                const std::string& location) {
   if (name == "volumes") {
-    profile.volumes = VolumesFromJson(json, place);
+    profile.volumes = VolumesFromJson(json, location);
     return;
   }
   const auto attribute = FindAttribute(name);
-  if (!attribute) Reject(place, "unknown attribute" + DidYouMean(name, AttributeNames()));
-  if (IsSetBySlot(*attribute)) Reject(place, "is set by the slot, not by the profile");
+  if (!attribute) Reject(location, "unknown attribute" + DidYouMean(name, AttributeNames()));
+  if (IsSetBySlot(*attribute)) Reject(location, "is set by the slot, not by the profile");
   const AttributeInfo& info = InfoOf(*attribute);
   const bool mayBeHex = info.kind == Kind::Unsigned;
   At(profile.values, *attribute) =
-      ValueFromJson(info, mayBeHex ? ParseHexNumber(json) : json, place);
+      ValueFromJson(info, mayBeHex ? ParseHexNumber(json) : json, location);
 }
 
 }  // namespace
 
-Profile ParseProfile(const std::string& text, const std::string& place) {
+Profile ParseProfile(const std::string& text, const std::string& location) {
   const auto parse = [&] {
     try {
       return ParseJson(text);
     } catch (const std::runtime_error& error) {
-      Reject(place, error.what());
+      Reject(location, error.what());
     }
   };
   const Json json = parse();
   const auto* members = json.As<Json::Members>();
-  if (members == nullptr) Reject(place, "must be an object");
+  if (members == nullptr) Reject(location, "must be an object");
   Profile profile;
   profile.volumes = {Volume()};
   for (const auto& [name, value] : *members) {
-    ReadMember(profile, name, value, place + ": " + name);
+    ReadMember(profile, name, value, location + ": " + name);
   }
   const auto& id = At(profile.values, Attribute::pci_device_id);
-  if (!id) Reject(place, "has no \"pci_device_id\"");
+  if (!id) Reject(location, "has no \"pci_device_id\"");
   profile.deviceId = ValueAs<std::uint16_t>(*id);
   return profile;
 }

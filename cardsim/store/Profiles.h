@@ -20,9 +20,9 @@ struct Profile {
   std::vector<Volume> volumes;
 };
 
-// Parses a profile. Throws `std::runtime_error` with one line that starts with `place`, such as the
-// file's name: "PLACE: pci_bus: is set by the slot, not by the profile".
-Profile ParseProfile(const std::string& text, const std::string& place);
+// Parses a profile. Throws `std::runtime_error` with one line that starts with `location`, such as
+// the file's name: "LOCATION: pci_bus: is set by the slot, not by the profile".
+Profile ParseProfile(const std::string& text, const std::string& location);
 
 // Returns the names of the built-in profiles, then the sorted names of the files in the profile
 // directory that do not have the name of a built-in one. The files are not read. Throws

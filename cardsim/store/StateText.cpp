@@ -45,14 +45,14 @@ Json VolumesToJson(const std::vector<Volume>& volumes) {
   return list;
 }
 
-JobRecord JobFromJson(const Json& json, const std::string& place) {
-  CheckMembers(json, {"kind", "pid", "start", "number", "previous_state"}, place);
+JobRecord JobFromJson(const Json& json, const std::string& location) {
+  CheckMembers(json, {"kind", "pid", "start", "number", "previous_state"}, location);
   JobRecord job;
-  job.kind = Text(json, "kind", place);
-  job.owner.pid = static_cast<std::int64_t>(Number(json, "pid", place, 0x7fffffff));
-  job.owner.start = Number(json, "start", place);
-  job.number = Number(json, "number", place);
-  job.previousState = static_cast<std::uint32_t>(Number(json, "previous_state", place, 7));
+  job.kind = Text(json, "kind", location);
+  job.owner.pid = static_cast<std::int64_t>(Number(json, "pid", location, 0x7fffffff));
+  job.owner.start = Number(json, "start", location);
+  job.number = Number(json, "number", location);
+  job.previousState = static_cast<std::uint32_t>(Number(json, "previous_state", location, 7));
   return job;
 }
 
@@ -67,27 +67,27 @@ Json JobToJson(const JobRecord& job) {
 }
 
 void MemberFromJson(Card& card, const std::string& name, const Json& json,
-                    const std::string& place) {
+                    const std::string& location) {
   if (name == "name" || name == "id") return;
   if (name == "volumes") {
-    card.volumes = VolumesFromJson(json, place);
+    card.volumes = VolumesFromJson(json, location);
   } else if (name == "job") {
-    card.job = JobFromJson(json, place);
+    card.job = JobFromJson(json, location);
   } else if (const auto attribute = FindAttribute(name)) {
-    At(card.values, *attribute) = ValueFromJson(InfoOf(*attribute), json, place);
+    At(card.values, *attribute) = ValueFromJson(InfoOf(*attribute), json, location);
   } else {
-    Reject(place, "unknown attribute" + DidYouMean(name, AttributeNames()));
+    Reject(location, "unknown attribute" + DidYouMean(name, AttributeNames()));
   }
 }
 
-Card CardFromJson(const Json& json, const std::string& place) {
+Card CardFromJson(const Json& json, const std::string& location) {
   const auto* members = json.As<Json::Members>();
-  if (members == nullptr) Reject(place, "must be an object");
+  if (members == nullptr) Reject(location, "must be an object");
   Card card;
-  card.name = Text(json, "name", place);
-  card.id = Number(json, "id", place);
+  card.name = Text(json, "name", location);
+  card.id = Number(json, "id", location);
   for (const auto& [name, value] : *members) {
-    MemberFromJson(card, name, value, place + "." + name);
+    MemberFromJson(card, name, value, location + "." + name);
   }
   return card;
 }
@@ -109,16 +109,16 @@ void FailuresFromJson(State& state, const Json& json) {
   const auto* members = json.As<Json::Members>();
   if (members == nullptr) Reject("failures", "must be an object");
   for (const auto& [function, failure] : *members) {
-    const std::string place = "failures." + function;
+    const std::string location = "failures." + function;
     try {
       CheckFunction(function);
     } catch (const UnknownName& error) {
-      Reject(place, error.what());
+      Reject(location, error.what());
     }
-    CheckMembers(failure, {"code", "text"}, place);
-    const std::uint64_t code = Number(failure, "code", place);
-    if (code == 0) Reject(place + ".code", "must not be 0, which means success");
-    state.failures[function] = {code, Text(failure, "text", place)};
+    CheckMembers(failure, {"code", "text"}, location);
+    const std::uint64_t code = Number(failure, "code", location);
+    if (code == 0) Reject(location + ".code", "must not be 0, which means success");
+    state.failures[function] = {code, Text(failure, "text", location)};
   }
 }
 
@@ -175,12 +175,12 @@ std::vector<std::string> AttributeNames() {
   return names;
 }
 
-std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place) {
+std::vector<Volume> VolumesFromJson(const Json& json, const std::string& location) {
   const auto* list = json.As<Json::List>();
-  if (list == nullptr) Reject(place, "must be an array");
+  if (list == nullptr) Reject(location, "must be an array");
   std::vector<Volume> volumes;
   for (const Json& element : *list) {
-    const std::string at = place + "[" + std::to_string(volumes.size()) + "]";
+    const std::string at = location + "[" + std::to_string(volumes.size()) + "]";
     CheckMembers(element, {"state", "settable", "refuses"}, at);
     Volume volume;
     volume.state = static_cast<std::uint32_t>(Number(element, "state", at, 1));
@@ -223,14 +223,14 @@ void CheckState(const State& state) {
   std::set<std::string> paths;
   for (std::size_t i = 0; i < state.cards.size(); ++i) {
     const Card& card = state.cards[i];
-    const std::string place = "cards[" + std::to_string(i) + "]";
-    if (card.name.empty()) Reject(place + ".name", "must not be empty");
-    if (!names.insert(card.name).second) Reject(place + ".name", "used by another card");
-    if (!ids.insert(card.id).second) Reject(place + ".id", "used by another card");
-    if (card.id >= state.nextId) Reject(place + ".id", "must be below next_id");
+    const std::string location = "cards[" + std::to_string(i) + "]";
+    if (card.name.empty()) Reject(location + ".name", "must not be empty");
+    if (!names.insert(card.name).second) Reject(location + ".name", "used by another card");
+    if (!ids.insert(card.id).second) Reject(location + ".id", "used by another card");
+    if (card.id >= state.nextId) Reject(location + ".id", "must be below next_id");
     const auto* path = Read<const char*>(card.values, Attribute::device_path, nullptr);
     if (path != nullptr && !paths.insert(path).second) {
-      Reject(place + ".device_path", std::string(path) + " is used by another card");
+      Reject(location + ".device_path", std::string(path) + " is used by another card");
     }
   }
 }
@@ -251,11 +251,11 @@ void CheckAttribute(const std::string& attribute) {
   if (attribute != "volumes") FindOrThrow(attribute);
 }
 
-void CheckValue(const std::string& attribute, const Json& json, const std::string& place) {
+void CheckValue(const std::string& attribute, const Json& json, const std::string& location) {
   if (attribute == "volumes") {
-    VolumesFromJson(json, place);
+    VolumesFromJson(json, location);
   } else {
-    ValueFromJson(InfoOf(FindOrThrow(attribute)), json, place);
+    ValueFromJson(InfoOf(FindOrThrow(attribute)), json, location);
   }
 }
 

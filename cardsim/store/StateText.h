@@ -23,8 +23,8 @@ void CheckState(const State& state);
 // Throws `UnknownName` for an unknown attribute, and `std::runtime_error` for a value that is not
 // valid for the attribute's type.
 void SetFromText(Card& card, const std::string& attribute, const std::string& text);
-// Throws like `SetFromText`, naming `place`, unless `json` is a valid value of the attribute.
-void CheckValue(const std::string& attribute, const Json& json, const std::string& place);
+// Throws like `SetFromText`, naming `location`, unless `json` is a valid value of the attribute.
+void CheckValue(const std::string& attribute, const Json& json, const std::string& location);
 // Throws `UnknownName` for an unknown attribute.
 void CheckAttribute(const std::string& attribute);
 // Makes the attribute absent. Throws `UnknownName` for an unknown attribute.
@@ -35,7 +35,7 @@ std::string GetAsText(const Card& card, const std::string& attribute);
 // Returns the names of all attributes, and "volumes".
 std::vector<std::string> AttributeNames();
 // Returns the volumes in a JSON array. Throws like `CheckValue`.
-std::vector<Volume> VolumesFromJson(const Json& json, const std::string& place);
+std::vector<Volume> VolumesFromJson(const Json& json, const std::string& location);
 // Returns the number for a string such as "0x1003", or `json` unchanged.
 Json ParseHexNumber(const Json& json);
 

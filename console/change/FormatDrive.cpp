@@ -181,7 +181,7 @@ Json JobJson(const Object& drive) {
   return {{"object", drive.m_Selector}, {"operation", OperationName(FormatRow().m_Number)}};
 }
 
-// Reports the completed format even if the program was interrupted.
+// Adds a note that the format was completed although the program was interrupted.
 void NoteFormatted(Context& context, const Object& drive) {
   context.m_Diagnostics.Note(
       "FORMATTED",
@@ -221,8 +221,9 @@ bool ShouldDiffer(const Object& drive, const FormatRequest& request) {
   return !sameSize || Number(drive, "sector_size_bytes") != request.m_SectorSize;
 }
 
-// Waits until the drive reports the new size, which it does after the next scan of all cards. Scans
-// run once per poll interval, delayed by up to a third of an interval.
+// Waits until the plug-in reports the new size, which it does after the next scan of all cards, and
+// returns the drive. Returns empty if no scan reports it in time. Scans run once per poll interval,
+// delayed by up to a third of an interval; the limit leaves a margin.
 std::optional<Object> AwaitScan(Context& context, const Model& before, const Object& drive,
                                 const FormatRequest& request) {
   constexpr milliseconds kCheckInterval{250};

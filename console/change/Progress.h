@@ -1,4 +1,5 @@
-// Progress of long operations: a line with the elapsed time on a terminal, plain lines otherwise.
+// Progress of long operations, on standard error: on a terminal, one line with the elapsed time;
+// otherwise, one plain line at the start. With -o jsonl, JSON lines on standard output instead.
 #pragma once
 
 #include <chrono>
@@ -15,7 +16,7 @@ class Progress {
  public:
   // Shows `doing`, such as "Attaching a0". With -o jsonl, each line includes `state`.
   Progress(Context& context, const std::string& doing, Json state);
-  // Prints the final elapsed time and ends the line.
+  // On a terminal, prints the final elapsed time and ends the line.
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;

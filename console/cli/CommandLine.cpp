@@ -96,12 +96,15 @@ std::vector<std::string> AdviceForUnknown(const std::string& option) {
   return DidYouMean(option, names);
 }
 
-void RequireChoice(const OptionRow& row, const std::string& value) {
-  if (std::find(row.m_Choices.begin(), row.m_Choices.end(), value) != row.m_Choices.end()) return;
+bool IsChoice(const OptionRow& row, const std::string& value) {
+  return std::find(row.m_Choices.begin(), row.m_Choices.end(), value) != row.m_Choices.end();
+}
+
+Failure InvalidChoice(const OptionRow& row, const std::string& value) {
   std::vector<std::string> advice = DidYouMean(value, row.m_Choices);
   advice.push_back(fmt::format("Valid: {}", fmt::join(row.m_Choices, ", ")));
   const char* name = *row.m_Short == '\0' ? row.m_Long : row.m_Short;
-  throw UsageFailure(fmt::format("{}: invalid value '{}'", name, value), advice);
+  return UsageFailure(fmt::format("{}: invalid value '{}'", name, value), advice);
 }
 
 void CheckValues(const CLI::App& app, Options& options) {
@@ -110,14 +113,15 @@ void CheckValues(const CLI::App& app, Options& options) {
     const std::string name = extra.substr(0, extra.find('='));
     throw UsageFailure(fmt::format("unknown option {}", name), AdviceForUnknown(name));
   }
-  // Cleared during the checks, so that a failure is not reported in an invalid format.
-  const std::string format = options.m_OutputFormat;
-  options.m_OutputFormat.clear();
   for (const OptionRow& row : AllOptions()) {
     const CLI::Option& given = *app.get_option(row.m_Long);
-    if (row.m_OnlyChoices && given.count() > 0) RequireChoice(row, given.as<std::string>());
+    if (!row.m_OnlyChoices || given.count() == 0) continue;
+    const auto value = given.as<std::string>();
+    if (IsChoice(row, value)) continue;
+    // A failure must not be reported in an invalid format.
+    if (std::strcmp(row.m_Long, kOutputOption) == 0) options.m_OutputFormat.clear();
+    throw InvalidChoice(row, value);
   }
-  options.m_OutputFormat = format;
 }
 
 // --help shows help instead of running the command, whose arguments may be incomplete.

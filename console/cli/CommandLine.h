@@ -11,9 +11,9 @@
 
 namespace Console {
 
-// Parses the arguments, which do not include the program's name. Throws `Failure` on a usage error;
-// `options` then contains the values parsed so far, so that the failure can be reported in the
-// requested format.
+// Parses the arguments, which do not include the program's name. Throws `Failure` on a usage error.
+// `options` then contains at least the output format, if it is valid, so that the failure can be
+// reported in that format.
 void ParseCommandLine(const std::vector<std::string>& arguments, Options& options);
 
 // Derives the style from the options, the environment and the width of the terminal; 0: standard

@@ -25,7 +25,7 @@ enum class TimeoutScope {
 
 inline constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
 
-// An exit code and its meaning for one command.
+// An exit code and its meaning.
 struct Exit {
   int m_Code;
   const char* m_Meaning;

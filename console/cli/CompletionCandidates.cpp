@@ -26,7 +26,7 @@ namespace {
 using Candidates = std::vector<Candidate>;
 using Words = std::vector<std::string>;
 
-// The unfinished line, parsed as far as possible.
+// The unfinished command line, parsed as far as possible.
 struct Line {
   Words m_Before;                       // all words before the last
   std::string m_Last;                   // the word to complete

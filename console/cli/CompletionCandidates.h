@@ -19,7 +19,7 @@ struct Candidate {
 // The only candidate if the shell should complete file names.
 inline constexpr const char* kFilesWord = ":files";
 
-// Reads the objects with the options of the unfinished line; may throw.
+// Reads the objects with the options of the unfinished command line; may throw.
 using ObjectSource = std::function<Model(const Options&)>;
 
 // Returns the candidates for the last of `words`, which do not include the program's name. The

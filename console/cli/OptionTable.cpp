@@ -76,7 +76,7 @@ const std::vector<OptionRow>& AllOptions() {
       {"",   "--step",       "TIME",    &O::m_Step,        false,
        "time that each value covers: 1m, 1h or 1d (default: at most 24 values)"},
       {"",   "--limit",      "N",       &O::m_Limit,       false,
-       "show the newest N events, with --after the oldest (default: 50, or all with --since or --after)"},
+       "show the newest N events, or the oldest N with --after (default: 50; all with --since or --after)"},
       {"",   "--for",        "TIME",    &O::m_For,         false,
        "run for TIME, then exit: 30s, 5m or 1h"},
       {"-y", "--yes",        "",        &O::m_Yes,         false,

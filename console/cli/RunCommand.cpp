@@ -65,7 +65,7 @@ ExitCode Report(const Invocation& invocation, const Failure& failure, const Cont
   } catch (const Failure& unwritten) {
     writeError = unwritten.m_Text;
   }
-  // All other commands have already reported a failure on standard error.
+  // Only `check` is silent; for all other commands, standard error already has the failure.
   if (!writeError.empty() && VerbosityOf(invocation) == Verbosity::Silent) {
     Diagnostics(Verbosity::Errors).Error(kWriteFailed, writeError);
   }
@@ -93,7 +93,7 @@ ExitCode RunCommand(const Invocation& invocation) {
       options.m_OutputFormat.empty() ? command.m_OutputFormats.front() : options.m_OutputFormat;
   Context context(options, style, diagnostics, stream, command.m_Name, format,
                   Words(options.m_Words.begin() + 1, options.m_Words.end()), {},
-                  invocation.m_Sessions);
+                  invocation.m_SessionFactory);
   try {
     // A monitored command runs in a separate process, which `RunIsolated` limits.
     if (!invocation.m_Monitored) context.SetTimeLimits(LimitsOf(command, options));

@@ -15,9 +15,9 @@ struct Invocation {
   const CommandTable& m_Commands;
   Options m_Options;
   const Command* m_pCommand = nullptr;
-  bool m_Monitored = false;        // `check`: a monitoring system reads the output
-  std::optional<Failure> m_Error;  // reported instead of running the command
-  SessionFactory m_Sessions = {};  // for commands that use the cards
+  bool m_Monitored = false;              // `check`: a monitoring system reads the output
+  std::optional<Failure> m_Error;        // reported instead of running the command
+  SessionFactory m_SessionFactory = {};  // for commands that use the cards
 };
 
 // Runs the command, or reports `m_Error`. Returns the exit code. Standard output stays reserved for

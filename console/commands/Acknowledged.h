@@ -10,12 +10,13 @@
 
 namespace Console {
 
-// Returns `reason` if it can be acknowledged. Otherwise throws `UnknownReasonFailure`.
-// `command` is the name of the command.
+// Returns `reason` if it can be acknowledged. Otherwise throws the `Failure` that
+// `UnknownReasonFailure` returns. `command` is the name of the command.
 const std::string& RequireReason(const std::string& command, const std::string& reason);
+// Returns the usage error for a reason that does not exist.
 Failure UnknownReasonFailure(const std::string& command, const std::string& reason);
 
-// Returns the acknowledgment in effect, or empty.
+// Returns the acknowledgment of this card and reason that is in effect, or empty.
 std::optional<Service::Acknowledgment> FindAcknowledgment(Service::StoredState& state,
                                                           const std::string& serial,
                                                           const std::string& reason);

@@ -72,7 +72,7 @@ RecordedField RequireRecorded(const std::string& name) {
                 fmt::format("'{}' is not a recorded property", name), advice);
 }
 
-// Times are whole seconds. By default, the range ends after this second, because the end is
+// Times are whole seconds. By default, the range ends after the current second, because the end is
 // exclusive.
 HistoryQuery QueryOf(const Options& options, const RecordedField& field) {
   if (!options.m_Since.empty() && !options.m_From.empty()) {
@@ -110,7 +110,8 @@ std::uint64_t DefaultStep(std::uint64_t length) {
   return (length + kDefaultMaxValues - 1) / kDefaultMaxValues;
 }
 
-// Returns the shortest interval between two values, because older values are hourly.
+// Returns the shortest interval between two values. The intervals differ, because older values are
+// hourly.
 std::uint64_t SpacingOf(const HistorySeries& series) {
   std::uint64_t shortest = LengthOf(series);
   for (std::size_t i = 1; i < series.m_Points.size(); ++i) {
@@ -144,7 +145,7 @@ std::deque<double> MeansOf(const HistorySeries& series) {
   return means;
 }
 
-// Combines adjacent values, so that all of them fit.
+// Averages groups of adjacent values, so that all of them fit into the sparkline's columns.
 std::deque<double> FitColumns(const std::deque<double>& values) {
   const std::size_t width = (values.size() + kSparklineColumns - 1) / kSparklineColumns;
   std::deque<double> columns;

@@ -37,6 +37,7 @@ RowTable Read(Session& session, const RowSource& source) {
   }
 }
 
+// The plug-in separates the elements of a list with question marks.
 Json ListJson(const std::string& cell) {
   if (cell.empty()) return Json::array();
   std::vector<std::string> elements;

@@ -51,9 +51,9 @@ Command ServeCommand() {
   command.m_Options = {"--listen", "--listen-any", "--events-directory", "--for"};
   command.m_Run = Run;
   command.m_Description =
-      "Runs in the foreground until Ctrl-C or SIGTERM, or for the given time. The plug-in runs in "
-      "a separate process, which is restarted if it exits. Clients send HTTP requests to the "
-      "socket; reads never wait for a card.";
+      "Runs in the foreground until Ctrl-C or SIGTERM, or for the time given with --for. The "
+      "plug-in runs in a separate process, which is restarted if it exits. Clients send HTTP "
+      "requests to the socket; reads never wait for a card.";
   command.m_Examples = {{"serve --simulate", "serve simulated cards"},
                         {"serve --listen 127.0.0.1:9188", "also serve read-only over TCP"}};
   return command;

@@ -113,7 +113,7 @@ CommandResult Run(Context& context) {
   LiveModel live(session);
   ObjectRef ref(context.m_Arguments[0]);
   while (true) {
-    const Condition::Outcome outcome = Evaluate(live.Objects(), ref, condition);
+    const Condition::Outcome outcome = Evaluate(live.CurrentModel(), ref, condition);
     const auto elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
     if (outcome.m_IsMet) return SuccessResult(ref, condition, outcome.m_Seen, elapsed);
     if (deadline.HasPassed()) throw TimeoutError(ref, condition, outcome.m_Seen, *timeout);

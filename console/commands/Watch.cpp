@@ -82,8 +82,8 @@ std::vector<LiveModel::Entry> NewEvents(const LiveModel& live, std::size_t seen)
 CommandResult Block(const LiveModel& live, std::size_t seen, const Style& style) {
   CommandResult block;
   block.m_Json = {{"objects", Json::array()}, {"events", Json::array()}};
-  for (const Object& object : live.Objects().Objects()) {
-    block.m_Json["objects"].push_back(ObjectJson(live.Objects(), object));
+  for (const Object& object : live.CurrentModel().Objects()) {
+    block.m_Json["objects"].push_back(ObjectJson(live.CurrentModel(), object));
   }
   Table events;
   events.m_Columns = EventColumns();
@@ -93,7 +93,7 @@ CommandResult Block(const LiveModel& live, std::size_t seen, const Style& style)
   }
   Style withoutHeadings = style;
   withoutHeadings.m_Headings = false;
-  block.m_Text = DrawTable(BlockTable(live.Objects(), style.m_Ascii), style, false) +
+  block.m_Text = DrawTable(BlockTable(live.CurrentModel(), style.m_Ascii), style, false) +
                  DrawTable(events, withoutHeadings, false);
   return block;
 }
@@ -126,8 +126,8 @@ void PrintBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
   }
 }
 
-// Throws `Failure` if the trace would be written to a terminal, which is usually the one that shows
-// the screen.
+// Throws `Failure` if the trace would be written to a terminal, which is usually the one on which
+// the screen is drawn.
 void RequireQuietTrace(const Options& options) {
   const bool toFile =
       !options.m_TraceFile.empty() || secure_getenv("CORVANE_TRACE_FILE") != nullptr;

@@ -38,7 +38,7 @@ std::uint64_t CardTimes::LastReadTime(std::uint64_t adapter) const {
 }
 
 // The plug-in scans all cards when it starts. Each later scan increments the plug-in object's
-// change count. If it fails, the object has no children until a scan succeeds.
+// change count. If a scan fails, the object has no children until one succeeds.
 void CardTimeTracker::Update(const std::vector<PI::CObject>& topology, std::uint64_t nowMs) {
   m_Times.m_ObservedAt = nowMs;
   if (topology.empty()) return;

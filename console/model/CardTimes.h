@@ -20,11 +20,11 @@ struct CardTimes {
   std::uint64_t LastReadTime(std::uint64_t adapter) const;
 
   std::uint64_t m_ObservedAt = 0;  // when the plug-in reported its objects
-  std::uint64_t m_ScannedAt = 0;   // when a successful scan of all cards was detected
+  std::uint64_t m_ScannedAt = 0;   // when the last successful scan of all cards was detected
   std::vector<CardTime> m_Cards;   // only cards that were read
 };
 
-// Derives the time at which each card was last read from the reports of one plug-in process.
+// Derives from the reports of one plug-in process when each card was last read.
 class CardTimeTracker {
  public:
   const CardTimes& Times() const { return m_Times; }

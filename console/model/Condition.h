@@ -8,8 +8,8 @@
 
 namespace Console {
 
-// Whether a condition compares a property, which requires the object, or is true as soon as the
-// object has been removed or is present.
+// What a condition requires of the object: to exist, so that one of its properties can be compared
+// (`Required`), to have been removed (`Gone`), or only to exist (`Present`).
 enum class Presence { Required, Gone, Present };
 
 class Condition {
@@ -24,7 +24,8 @@ class Condition {
     std::string m_Seen;  // the current value as `BareText`; "-": unknown
   };
 
-  // Compares the property of `object`. Throws `Failure` if the object does not have the property.
+  // Compares the property of `object`. Call only if `RequiredPresence` is `Required`. Throws
+  // `Failure` if the object does not have the property.
   Outcome Check(const Object& object) const;
 
   // The condition as given.

@@ -156,7 +156,7 @@ Value ReadField(const Object& object, const std::string& name) {
 }
 
 Value ReadProperty(const PI::CProperty& property) {
-  return Convert(property, ImpliedMeasure(property), UnknownEncoding::None);
+  return Convert(property, ImpliedKind(property), UnknownEncoding::None);
 }
 
 std::string FieldText(const Object& object, const std::string& name) {

@@ -168,7 +168,7 @@ Value Convert(const PI::CProperty& property, ValueKind kind, UnknownEncoding unk
   return value;
 }
 
-ValueKind ImpliedMeasure(const PI::CProperty& property) {
+ValueKind ImpliedKind(const PI::CProperty& property) {
   switch (property.m_ValueType) {
     case HostKit::VALUE_TYPE_BOOL:
       return ValueKind::Flag;

@@ -14,13 +14,13 @@ namespace Console {
 Value Convert(const PI::CProperty& property, ValueKind kind, UnknownEncoding unknown);
 
 // Returns the kind that the type and unit of a property imply.
-ValueKind ImpliedMeasure(const PI::CProperty& property);
+ValueKind ImpliedKind(const PI::CProperty& property);
 
 // Returns the name of a choice, or its number if it has no name.
 std::string ChoiceName(std::int32_t value);
 
-// Returns a property as a non-negative integer. Returns empty if it is not one, or if it encodes an
-// unknown value.
+// Returns the value of a property as a non-negative integer. Returns empty if the value is not one,
+// or if it encodes an unknown value.
 std::optional<std::uint64_t> IntegerOf(const PI::CProperty& property, UnknownEncoding unknown);
 
 }  // namespace Console

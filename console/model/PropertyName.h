@@ -9,7 +9,7 @@
 
 namespace Console {
 
-// Returns the identifier in lowercase, or the number if the property has no identifier.
+// Returns the property's identifier in lowercase, or its number if it has no identifier.
 std::string DisplayName(std::uint32_t property);
 
 struct PropertyName {
@@ -17,8 +17,8 @@ struct PropertyName {
   std::string m_Text;  // the result of `DisplayName`
 };
 
-// Finds a property of `object` by field name, identifier or number. If it has no field, `object`
-// must report it. Throws `Failure` if nothing matches.
+// Finds a property of `object` by field name, identifier or number. A property that has no field is
+// found only if `object` reports it. Throws `Failure` if nothing matches.
 PropertyName ResolveProperty(const Object& object, const std::string& name);
 
 struct NamedValue {

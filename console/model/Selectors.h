@@ -7,11 +7,11 @@
 
 namespace Console {
 
-// Like `Select`, but returns null if no object matches.
-const Object* FindObject(const Model& model, const std::string& text);
-
 // Returns the object that `text` names: a selector, a serial number, a name, pci:ADDRESS, a control
 // device or an object id. Throws `Failure` if no object or more than one object matches.
 const Object& Select(const Model& model, const std::string& text);
+
+// Like `Select`, but returns null if no object matches.
+const Object* FindObject(const Model& model, const std::string& text);
 
 }  // namespace Console

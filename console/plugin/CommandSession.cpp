@@ -31,7 +31,7 @@ void CommandSession::ThrowReadTimeout() {
 
 // The host numbers adapters from 1; the numbers appear in the adapters' names.
 void CommandSession::Start() {
-  m_EventLog.DropUnlogged();
+  m_EventLog.AppendOrDropUnlogged();
   std::vector<PI::CAdapterID> adapters;
   const auto begin = std::chrono::steady_clock::now();
   const std::uint32_t result = Read(PI::CMD_INITIALIZE, 0, adapters);

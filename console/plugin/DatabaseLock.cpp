@@ -26,12 +26,13 @@ constexpr const char* kSuffix = "-service";
 // Commands briefly take the lock to test it, so a service retries for this long.
 constexpr std::chrono::milliseconds kLockTimeout(1000);
 
-// The file is open, was rejected for the reason in `m_TrustError`, or could not be opened.
+// The file is open, was rejected for the reason in `m_TrustError`, or could not be opened because
+// of `m_Error`.
 struct LockFile {
   std::string m_Name;  // for messages
   Base::Descriptor m_File;
   std::string m_TrustError;
-  int m_Error = 0;
+  int m_Error = 0;  // an errno value
 };
 
 // Returns why the open file must not be used, or empty if it may be.

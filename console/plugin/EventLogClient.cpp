@@ -69,7 +69,7 @@ void EventLogClient::AppendUnlogged() {
   }
 }
 
-void EventLogClient::DropUnlogged() {
+void EventLogClient::AppendOrDropUnlogged() {
   AppendUnlogged();
   m_Unlogged.clear();
 }

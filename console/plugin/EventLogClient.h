@@ -1,5 +1,5 @@
-// Access to the host's event log. Adds the card's serial number and the object's type to events,
-// and reports failures of the log as notes.
+// Access to the host's event log. Events are logged with the card's serial number and the object's
+// type.
 #pragma once
 
 #include <cstddef>
@@ -31,8 +31,8 @@ class EventSource {
   virtual std::vector<HostKit::EventCount> CountEvents() = 0;
 };
 
-// Reads and writes the event log. The first failure is reported; later ones are ignored. Not
-// thread-safe.
+// Reads and writes the event log. Unless stated otherwise, the first failure is reported as a note
+// and later ones are not. Not thread-safe.
 class EventLogClient {
  public:
   // A limit that includes all events; larger than any log.
@@ -54,16 +54,17 @@ class EventLogClient {
   std::vector<LoggedEvent> Record(const std::vector<PI::CEvent>& events);
   // Whether some recorded events have not been logged yet.
   bool HasUnlogged() const { return !m_Unlogged.empty(); }
-  // Retries appending the events that could not be logged, then drops them. Call when a plug-in has
-  // started, because the service then finds missing events by comparing the cards with the log.
-  void DropUnlogged();
+  // Tries again to append the events that could not be logged, then drops those that remain.
+  // Call before starting a plug-in: the service finds missing events afterwards, by comparing the
+  // cards with the log.
+  void AppendOrDropUnlogged();
   // Returns the newest `limit` events that are not older than `sinceMs`, in the order of the log.
   // Throws `Failure` if the log cannot be read.
   std::vector<LoggedEvent> ReadOrThrow(std::uint64_t sinceMs, std::size_t limit);
   // Like `ReadOrThrow`, but returns no events if the log cannot be read.
   std::vector<LoggedEvent> Read(std::uint64_t sinceMs, std::size_t limit);
   // Returns the number of events of each kind that were ever logged. If they cannot be counted,
-  // adds a note and returns no counts.
+  // adds a note on each call and returns no counts.
   std::vector<HostKit::EventCount> Count();
 
  private:

@@ -17,8 +17,8 @@ std::filesystem::path ProgramDirectory();
 // A loaded plug-in library with its two entry points; unloaded when destroyed.
 class PluginLibrary {
  public:
-  // Throws `Failure` if the file is missing, is not trusted, is not a library, or lacks an entry
-  // point.
+  // Throws `Failure` if the file is missing, is not a library or lacks an entry point, or if it or
+  // a library that it needs is not trusted.
   explicit PluginLibrary(const std::filesystem::path& file);
   ~PluginLibrary();
   PluginLibrary(const PluginLibrary&) = delete;
@@ -41,7 +41,7 @@ class PluginLibrary {
 // The plug-in's instance, released when destroyed. The library must outlive the instance.
 class PluginInstance {
  public:
-  // Throws `Failure` if the plug-in cannot be created or has another interface version.
+  // Throws `Failure` if the instance cannot be created or has an unsupported interface version.
   explicit PluginInstance(PluginLibrary& library);
   ~PluginInstance();
   PluginInstance(const PluginInstance&) = delete;

@@ -25,20 +25,21 @@ using Json = nlohmann::json;
 constexpr int kMaxDepth = 16;
 
 // The position of a value in the document, for messages and the depth limit.
-struct Place {
+struct Location {
   std::string m_Path;
   int m_Depth = 0;
 
-  Place Field(const std::string& name) const {
+  Location Field(const std::string& name) const {
     return {m_Path.empty() ? name : m_Path + "." + name, m_Depth + 1};
   }
-  Place Element(std::size_t index) const {
+  Location Element(std::size_t index) const {
     return {fmt::format("{}[{}]", m_Path, index), m_Depth + 1};
   }
 };
 
-[[noreturn]] void Reject(const Place& place, const std::string& why) {
-  throw RecordError(fmt::format("{}: {}", place.m_Path.empty() ? "document" : place.m_Path, why));
+[[noreturn]] void Reject(const Location& location, const std::string& why) {
+  throw RecordError(
+      fmt::format("{}: {}", location.m_Path.empty() ? "document" : location.m_Path, why));
 }
 
 template <class Record, class = void>
@@ -128,38 +129,40 @@ std::enable_if_t<IsRecord<Record>::value, Json> Write(const Record& record) {
   return json;
 }
 
-void Read(const Json& json, bool& value, const Place& place) {
-  if (!json.is_boolean()) Reject(place, "expected true or false");
+void Read(const Json& json, bool& value, const Location& location) {
+  if (!json.is_boolean()) Reject(location, "expected true or false");
   value = json.get<bool>();
 }
 
 template <class Number>
-[[noreturn]] void RejectRange(const Place& place) {
-  Reject(place, fmt::format("expected an integer from {} to {}", std::numeric_limits<Number>::min(),
-                            std::numeric_limits<Number>::max()));
+[[noreturn]] void RejectRange(const Location& location) {
+  Reject(location,
+         fmt::format("expected an integer from {} to {}", std::numeric_limits<Number>::min(),
+                     std::numeric_limits<Number>::max()));
 }
 
 template <class Number>
 std::enable_if_t<std::is_integral_v<Number>> Read(const Json& json, Number& value,
-                                                  const Place& place) {
+                                                  const Location& location) {
   using Limits = std::numeric_limits<Number>;
-  if (!json.is_number_integer()) RejectRange<Number>(place);
+  if (!json.is_number_integer()) RejectRange<Number>(location);
   const bool isNegative = !json.is_number_unsigned() && json.get<std::int64_t>() < 0;
   const bool fits = isNegative
                         ? json.get<std::int64_t>() >= static_cast<std::int64_t>(Limits::min())
                         : json.get<std::uint64_t>() <= static_cast<std::uint64_t>(Limits::max());
-  if (!fits || (isNegative && std::is_unsigned_v<Number>)) RejectRange<Number>(place);
+  if (!fits || (isNegative && std::is_unsigned_v<Number>)) RejectRange<Number>(location);
   value = json.get<Number>();
 }
 
 template <class Number>
-std::enable_if_t<std::is_enum_v<Number>> Read(const Json& json, Number& value, const Place& place) {
+std::enable_if_t<std::is_enum_v<Number>> Read(const Json& json, Number& value,
+                                              const Location& location) {
   std::underlying_type_t<Number> number = 0;
-  Read(json, number, place);
+  Read(json, number, location);
   value = static_cast<Number>(number);
 }
 
-void Read(const Json& json, float& value, const Place& place) {
+void Read(const Json& json, float& value, const Location& location) {
   static const std::pair<const char*, float> special[] = {
       {"nan", std::numeric_limits<float>::quiet_NaN()},
       {"inf", std::numeric_limits<float>::infinity()},
@@ -172,7 +175,7 @@ void Read(const Json& json, float& value, const Place& place) {
   }
   const double number = json.is_number() ? json.get<double>() : HUGE_VAL;
   if (std::abs(number) > static_cast<double>(std::numeric_limits<float>::max())) {
-    Reject(place, "expected a 32-bit number, \"nan\", \"inf\" or \"-inf\"");
+    Reject(location, "expected a 32-bit number, \"nan\", \"inf\" or \"-inf\"");
   }
   value = static_cast<float>(number);
 }
@@ -194,7 +197,7 @@ bool ReadHex(const std::string& digits, std::string& text) {
   return true;
 }
 
-void Read(const Json& json, std::string& text, const Place& place) {
+void Read(const Json& json, std::string& text, const Location& location) {
   if (json.is_string()) {
     text = json.get<std::string>();
     return;
@@ -203,66 +206,67 @@ void Read(const Json& json, std::string& text, const Place& place) {
       json.is_object() && json.size() == 1 && json.contains("hex") && json["hex"].is_string();
   text.clear();
   if (!isHex || !ReadHex(json["hex"].get<std::string>(), text)) {
-    Reject(place,
+    Reject(location,
            "expected a string or {\"hex\": \"...\"} with pairs of lowercase hexadecimal digits");
   }
 }
 
-void Read(const Json& json, std::optional<std::string>& text, const Place& place) {
+void Read(const Json& json, std::optional<std::string>& text, const Location& location) {
   text.reset();
-  if (!json.is_null()) Read(json, text.emplace(), place);
+  if (!json.is_null()) Read(json, text.emplace(), location);
 }
 
 template <class Record>
 std::enable_if_t<IsRecord<Record>::value> Read(const Json& json, Record& record,
-                                               const Place& place);
+                                               const Location& location);
 
 template <class Element>
-void Read(const Json& json, std::vector<Element>& list, const Place& place) {
-  if (!json.is_array()) Reject(place, "expected an array");
+void Read(const Json& json, std::vector<Element>& list, const Location& location) {
+  if (!json.is_array()) Reject(location, "expected an array");
   list.clear();
   for (const Json& each : json) {
     list.push_back(CreateDefault<Element>());
-    Read(each, list.back(), place.Element(list.size() - 1));
+    Read(each, list.back(), location.Element(list.size() - 1));
   }
 }
 
 template <class Element, std::size_t size>
-void Read(const Json& json, std::array<Element, size>& list, const Place& place) {
+void Read(const Json& json, std::array<Element, size>& list, const Location& location) {
   if (!json.is_array() || json.size() != size) {
-    Reject(place, fmt::format("expected an array of {} elements", size));
+    Reject(location, fmt::format("expected an array of {} elements", size));
   }
-  for (std::size_t i = 0; i < size; ++i) Read(json[i], list[i], place.Element(i));
+  for (std::size_t i = 0; i < size; ++i) Read(json[i], list[i], location.Element(i));
 }
 
 // Rejects a JSON object that has a field that is not in `known`; names the first such field.
-void RequireKnown(const Json& json, const std::vector<std::string>& known, const Place& place) {
+void RequireKnown(const Json& json, const std::vector<std::string>& known,
+                  const Location& location) {
   for (const auto& [name, value] : json.items()) {
     if (std::find(known.begin(), known.end(), name) != known.end()) continue;
-    Reject(place, fmt::format("unknown field {}", Base::Printable(name)));
+    Reject(location, fmt::format("unknown field {}", Base::Printable(name)));
   }
 }
 
 template <class Record>
 std::enable_if_t<IsRecord<Record>::value> Read(const Json& json, Record& record,
-                                               const Place& place) {
-  if (!json.is_object()) Reject(place, "expected an object");
-  if (place.m_Depth > kMaxDepth) Reject(place, "nested too deeply");
+                                               const Location& location) {
+  if (!json.is_object()) Reject(location, "expected an object");
+  if (location.m_Depth > kMaxDepth) Reject(location, "nested too deeply");
   std::vector<std::string> known;
   RecordFields<Record>::Visit(record, [&](const char* name, auto& member) {
     known.push_back(name);
     const auto found = json.find(name);
-    if (found != json.end()) Read(*found, member, place.Field(name));
+    if (found != json.end()) Read(*found, member, location.Field(name));
   });
-  RequireKnown(json, known, place);
+  RequireKnown(json, known, location);
 }
 
 Json Write(const std::monostate&) {
   return nullptr;
 }
 
-void Read(const Json& json, std::monostate&, const Place& place) {
-  if (!json.is_null()) Reject(place, "expected null");
+void Read(const Json& json, std::monostate&, const Location& location) {
+  if (!json.is_null()) Reject(location, "expected null");
 }
 
 Json WritePayload(const Payload& payload) {
@@ -273,8 +277,8 @@ Payload ReadPayload(const Json& json, const CommandRow& row) {
   Payload payload = row.m_EmptyPayload();
   const auto found = json.find("payload");
   if (found == json.end()) return payload;
-  const Place place = {"payload", 0};
-  std::visit([&](auto& record) { Read(*found, record, place); }, payload);
+  const Location location = {"payload", 0};
+  std::visit([&](auto& record) { Read(*found, record, location); }, payload);
   return payload;
 }
 
@@ -302,7 +306,8 @@ const CommandRow& RequiredCommand(const Json& json) {
 
 Json ToJson(const PluginCommand& command) {
   const CommandRow* const row = FindCommand(command.m_Command);
-  if (row == nullptr) throw RecordError(fmt::format("command: no row for {}", command.m_Command));
+  if (row == nullptr)
+    throw RecordError(fmt::format("command: unknown number {}", command.m_Command));
   return {{"command", row->m_Name},
           {"object", command.m_Object},
           {"payload", WritePayload(command.m_Payload)}};
@@ -324,7 +329,7 @@ Json ToJson(const PluginReply& reply) {
 
 PluginReply ReplyFromJson(PI::_COMMAND command, const Json& json) {
   const CommandRow* const row = FindCommand(command);
-  if (row == nullptr) throw RecordError(fmt::format("command: no row for {}", command));
+  if (row == nullptr) throw RecordError(fmt::format("command: unknown number {}", command));
   RequireObject(json, {"result", "payload"});
   return {RequiredNumber<std::uint32_t>(json, "result"), ReadPayload(json, *row)};
 }

@@ -24,7 +24,8 @@ class RecordError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Returns {"command": "GET_PROPERTY", "object": 7, "payload": ...}.
+// Returns {"command": "GET_PROPERTY", "object": 7, "payload": ...}. Throws `RecordError` if the
+// interface has no such command.
 nlohmann::json ToJson(const PluginCommand& command);
 // Throws `RecordError`.
 PluginCommand CommandFromJson(const nlohmann::json& json);

@@ -65,7 +65,8 @@ class Session {
   // Returns the plug-in object, all adapters and all drives, in this order, with properties and
   // operations.
   virtual std::vector<PI::CObject> Topology() = 0;
-  // Returns the times that belong to the objects that `Topology` returned last.
+  // Returns when the objects that `Topology` returned last were read; no times before its first
+  // call.
   virtual const CardTimes& Times() const = 0;
   // Returns all current properties of the object, including hidden ones, in the plug-in's order.
   virtual std::vector<PI::CProperty> Properties(std::uint64_t object) = 0;

@@ -40,8 +40,8 @@ std::filesystem::path CreateTemporaryDirectory() {
   return name;
 }
 
-// Returns the simulator's error message without the program's name.
-std::string FirstLine(const std::string& text) {
+// Returns the first line of the simulator's errors, without the program's name.
+std::string ErrorText(const std::string& text) {
   const std::string prefix = "cardsim: ";
   const std::string line = text.substr(0, text.find('\n'));
   return line.rfind(prefix, 0) == 0 ? line.substr(prefix.size()) : line;
@@ -68,7 +68,7 @@ std::string FailureReason(const SubprocessResult& result) {
   if (result.m_End == SubprocessEnd::Killed) {
     return fmt::format("the simulator crashed ({})", strsignal(result.m_Number));
   }
-  return FirstLine(result.m_Output);
+  return ErrorText(result.m_Output);
 }
 
 void WriteSysfs(const std::string& file, const std::filesystem::path& directory,
@@ -95,7 +95,8 @@ void WriteSysfs(const std::string& file, const std::filesystem::path& directory,
 }
 
 // Waits until the parent process terminates or closes the pipe, then removes the directory. Runs in
-// a separate session and closes all other descriptors, so that no other process waits for this one.
+// a separate session and closes all other descriptors, so that no reader of an inherited pipe waits
+// for this process.
 [[noreturn]] void RunRemover(const std::filesystem::path& directory, int pipeEnd) noexcept {
   setsid();
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);

@@ -132,7 +132,7 @@ std::string WithoutBars(const std::string& text) {
   return boost::replace_all_copy(text, "|", "/");
 }
 
-// Describes an object that is not OK. A drive has no reasons; its card reports them.
+// Describes an object that is not OK. A drive has no reasons of its own; its card reports them.
 std::string ProblemText(const Finding& finding, bool ascii) {
   std::string why;
   for (const Reason& reason : finding.m_Health.m_Reasons) {

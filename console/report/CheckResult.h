@@ -48,13 +48,15 @@ struct CheckResult {
 // outlive the result.
 CheckResult CheckObjects(const Model& model, const Object* top);
 
-// Returns the reason for the state, on one line and without vertical bars.
+// Returns a summary on one line, without vertical bars: the problems or, if there are none, the
+// numbers of adapters and drives.
 std::string Summary(const CheckResult& check, bool ascii);
 
 // Returns the complete output: the first line with the readings, then the lines of the objects.
 std::string CheckText(const CheckResult& check, bool ascii);
 
-// Returns the complete output for a failure to read the cards.
+// Returns the complete output for a failure, such as an invalid command line or a plug-in that
+// cannot be loaded; the state is UNKNOWN.
 std::string CheckText(const Failure& failure);
 
 }  // namespace Console

@@ -73,7 +73,7 @@ void StartTracing(const Options& options) {
     const std::string trustError = Base::ResolveTrusted(options.m_TraceFile).m_TrustError;
     throw Failure(trustError.empty() ? CodeForErrno(error) : ExitCode::Permission, "TRACE_FILE",
                   fmt::format("cannot open trace file {}", options.m_TraceFile),
-                  trustError.empty() ? "not writable" : trustError);
+                  trustError.empty() ? std::strerror(error) : trustError);
   }
   if (!options.m_Trace) return;
   const auto mask = HostKit::ParseTraceLevels(*options.m_Trace);

@@ -51,8 +51,8 @@ class Context {
   // cards exist until `Close`. `Open` calls this before it loads a plug-in into this process.
   // Throws `Failure`.
   void PrepareForPlugin();
-  // Returns the session. The first call starts the plug-in, with simulated cards if requested, and
-  // adds a note if no cards are found.
+  // Returns the session. The first call connects to a service, or loads and starts the plug-in,
+  // with simulated cards if requested; it adds a note if no cards are found.
   Session& Open();
   // Like `Open`, for a command that waits for events. Throws `Failure` if no events can arrive
   // because the plug-in could not start the thread that polls the cards.
@@ -60,7 +60,8 @@ class Context {
   // Like `OpenToWait`, for a command that continues when the service is restarted. A lost
   // connection is reported as a note.
   Session& OpenToFollow();
-  // Stops the plug-in if it is running. The result is written after that.
+  // Ends the session, if any, which stops a plug-in that runs in this process. Call before writing
+  // the result.
   void Close();
   // Returns the current objects.
   Model Objects();
@@ -99,7 +100,7 @@ class Context {
   TimeLimits m_Limits;
   const SessionFactory m_Factory;
   std::optional<PluginInfo> m_Plugin;
-  std::uint64_t m_ObservedAt = 0;  // by the session that was closed
+  std::uint64_t m_ObservedAt = 0;  // of the session that was closed
   std::unique_ptr<Simulation> m_pSimulation;
   std::unique_ptr<Session> m_pSession;
 };

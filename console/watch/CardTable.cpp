@@ -74,7 +74,7 @@ Line CardLine(const LiveModel& live, const Object& card, const Widths& widths, b
 }
 
 Line DriveLine(const LiveModel& live, const Object& drive, const Widths& widths, bool ascii) {
-  const Value status = HealthOf(live.Objects(), drive).m_Shown;
+  const Value status = HealthOf(live.CurrentModel(), drive).m_Shown;
   return {{Fit("  " + drive.m_Selector, Widths::kObject) + " "},
           {Fit(Human(ReadField(drive, "name"), ascii), widths.m_Name) + " "},
           {Fit(StatusText(status), Widths::kStatus) + " ", status.m_Severity},
@@ -108,7 +108,7 @@ CardTable DrawCardTable(const LiveModel& live, std::uint64_t selected, std::size
   const Widths widths(columns);
   CardTable table;
   table.m_Headings = ColumnLine(widths);
-  for (const Object* object : ObjectsWithStatus(live.Objects())) {
+  for (const Object* object : ObjectsWithStatus(live.CurrentModel())) {
     Line line = object->m_Kind == Kind::Adapter ? CardLine(live, *object, widths, ascii)
                                                 : DriveLine(live, *object, widths, ascii);
     if (object->m_ID == selected) {

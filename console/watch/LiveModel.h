@@ -38,7 +38,8 @@ class LiveModel {
   // descriptor of `extra` is ready first. Throws `Stopped` on a stop signal.
   bool Wait(std::chrono::milliseconds timeout, const WaitSet& extra);
 
-  const Model& Objects() const { return m_Model; }
+  // The objects as last read.
+  const Model& CurrentModel() const { return m_Model; }
   // The newest `kMaxEvents` events, the newest last.
   const std::deque<Entry>& Log() const { return m_Log; }
   // The number of events received or added, including dropped ones.

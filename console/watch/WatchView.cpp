@@ -18,7 +18,7 @@ using Lines = std::vector<Line>;
 
 Line Title(const LiveModel& live, ScreenSize size, const std::string& time) {
   std::size_t cards = 0, unhealthy = 0;
-  for (const Object* object : ObjectsWithStatus(live.Objects())) {
+  for (const Object* object : ObjectsWithStatus(live.CurrentModel())) {
     if (object->m_Kind != Kind::Adapter) continue;
     ++cards;
     if (!IsHealthy(HealthOf(*object).m_Status)) ++unhealthy;
@@ -124,7 +124,7 @@ std::vector<Line> WatchView::Draw(const LiveModel& live, ScreenSize size, const 
 std::vector<Line> WatchView::DrawCards(const LiveModel& live, ScreenSize size,
                                        const std::string& time) {
   constexpr std::size_t kMinLog = 4, kHeadings = 3;
-  EnsureSelection(live.Objects());
+  EnsureSelection(live.CurrentModel());
   const CardTable cards = DrawCardTable(live, m_Selected, size.m_Columns, m_Ascii);
   const std::size_t taken = kHeadings + kMinLog;
   const std::size_t room = size.m_Rows > taken ? size.m_Rows - taken : 1;
@@ -157,7 +157,7 @@ std::vector<Line> WatchView::DrawEvents(const LiveModel& live, ScreenSize size,
 }
 
 std::vector<Line> WatchView::DrawObject(const LiveModel& live, ScreenSize size) {
-  const Object* object = live.Objects().Find(m_Selected);
+  const Object* object = live.CurrentModel().Find(m_Selected);
   if (object == nullptr) return {Heading("This object has been removed.")};
   const Health health = HealthOf(*object);
   constexpr std::size_t kNames = 30;
@@ -210,7 +210,7 @@ bool WatchView::HandleKey(Key key, const LiveModel& live) {
 void WatchView::Move(Key key, const LiveModel& live) {
   const std::ptrdiff_t step = StepOf(key, static_cast<std::ptrdiff_t>(m_PageRows));
   if (m_Page == Page::Cards) {
-    MoveSelection(step, live.Objects());
+    MoveSelection(step, live.CurrentModel());
     return;
   }
   const auto scroll =

@@ -1,4 +1,4 @@
-// When the cards were last read, from the reports of a plug-in.
+// When each card was last read, derived from the reports of a plug-in.
 
 #include <gtest/gtest.h>
 

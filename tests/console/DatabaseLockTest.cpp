@@ -23,7 +23,7 @@ class DatabaseLock : public testing::Test {
   const ScopedVariable m_Variable{"CORVANE_DATABASE", File()};
 };
 
-// Returns the failure of the call, or ExitCode::Done.
+// Returns the exit code and the text of the call's failure, or `ExitCode::Done` if it succeeds.
 template <class Call>
 std::pair<ExitCode, std::string> FailureOf(Call call) {
   try {
@@ -60,7 +60,7 @@ TEST_F(DatabaseLock, RefusesCommandsAndASecondService) {
   EXPECT_EQ("/run/s", Console::FindLockHolder()->m_Socket);
 }
 
-TEST_F(DatabaseLock, IsTheSameForAllNamesOfADatabase) {
+TEST_F(DatabaseLock, IsFoundThroughALinkToTheDatabase) {
   const Console::DatabaseLock lock("/run/s");
   WriteText(File(), "");
   const std::filesystem::path link = m_Directory.Path() / "link.db";
@@ -100,7 +100,7 @@ TEST_F(DatabaseLock, IsRespectedEvenIfTheFileIsInvalid) {
   }
 }
 
-TEST_F(DatabaseLock, RefusesALockFileThatIsNotARegularFile) {
+TEST_F(DatabaseLock, RejectsALockFileThatIsNotARegularFile) {
   std::filesystem::create_directories(m_Directory.Path() / "state");
   std::filesystem::create_symlink(m_Directory.Path() / "elsewhere", LockFile());
   EXPECT_EQ(ExitCode::Failed, FailureOf([] { Console::DatabaseLock("/run/s"); }).first);
@@ -111,7 +111,7 @@ TEST_F(DatabaseLock, RefusesALockFileThatIsNotARegularFile) {
   EXPECT_THAT(fifo.second, HasSubstr("is not a regular file"));
 }
 
-TEST_F(DatabaseLock, RefusesADirectoryOfAnotherUserForRoot) {
+TEST_F(DatabaseLock, RejectsADirectoryOfAnotherUserIfRunByRoot) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   const std::filesystem::path directory = m_Directory.Path() / "state";
   std::filesystem::create_directories(directory);

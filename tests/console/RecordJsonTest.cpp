@@ -288,7 +288,7 @@ TEST(RecordJson, RejectsInvalidCommands) {
   EXPECT_EQ("payload: expected null", WhyRejected({{"command", "DEINITIALIZE"}, {"payload", 0}}));
 }
 
-TEST(RecordJson, RejectsAReplyWithoutAResult) {
+TEST(RecordJson, RejectsInvalidReplies) {
   EXPECT_THROW(ReplyFromJson(PI::CMD_GET_TOPOLOGY, json::object()), RecordError);
   EXPECT_THROW(ReplyFromJson(PI::CMD_GET_TOPOLOGY, {{"result", 0}, {"more", 1}}), RecordError);
   EXPECT_EQ(3U, ReplyFromJson(PI::CMD_GET_TOPOLOGY, {{"result", 3}}).m_Result);

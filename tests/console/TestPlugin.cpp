@@ -25,14 +25,14 @@ void Log(const std::string& line) {
   if (file != nullptr) std::ofstream(file, std::ios::app) << line << "\n";
 }
 
-// Hangs if CONSOLE_TEST_PLUGIN is `place`. Sleeps in a loop because signals interrupt a sleep.
+// Hangs if CONSOLE_TEST_PLUGIN is `place`. Sleeps in a loop, because signals interrupt a sleep.
 void HangAt(const std::string& place) {
   if (Case() != place) return;
   Log("hangs");
   for (int i = 0; i < 100; ++i) sleep(60);
 }
 
-// Destroyed when the program exits normally. This must not happen during a call that hangs.
+// Logs that the program has exited normally, which it must not do during a call that hangs.
 struct ExitLogger {
   ~ExitLogger() {
     if (Case() == "hang1") Log("cleaned up");
@@ -167,7 +167,7 @@ class TestPlugin : public IPLUGINAPI {
     return PI::SUCCESS;
   }
 
-  // One event is pending initially, and a second one arrives after the notification.
+  // One event is pending initially. A second one arrives later and is announced by a notification.
   void Work() {
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     m_Available = 2;

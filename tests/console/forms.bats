@@ -35,6 +35,7 @@ setup_file() {
   if_direct keep nocommand corvane-host frobnicate -o json &
   if_direct keep nooption corvane-host list --frobnicate -o json &
   if_direct keep badformat corvane-host list -o xml &
+  if_direct keep badvalue corvane-host list -o json --color purple &
   if_direct keep noplugin corvane-host --plugin /none list -o jsonl &
   keep readonly host set a0 name=x -o json &
   if_direct keep nocards corvane-host list -o json &
@@ -178,4 +179,10 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   ended badformat 2
   silent badformat out
   said badformat "corvane-host: -o: invalid value 'xml'"
+}
+
+@test "an invalid value of another option is reported in the requested format" {
+  direct_only "needs no plug-in"
+  ended badvalue 2
+  same '[2, "USAGE"]' "$(json badvalue '[d["exit_code"], d["messages"][0]["id"]]')"
 }

@@ -169,6 +169,11 @@ with_config() {
   [[ "$output" == *"--trace: invalid levels '2,x'"* ]]
 }
 
+@test "the error for a trace file that cannot be opened contains the reason" {
+  run -1 corvane-host --trace-file "$BATS_FILE_TMPDIR/none/trace" list
+  [[ "$output" == *"cannot open trace file $BATS_FILE_TMPDIR/none/trace: No such file or directory"* ]]
+}
+
 @test "the trace is written only to the trace file or to standard error" {
   same "a0
 a0/d0
