@@ -44,9 +44,8 @@ const std::vector<OptionRow>& AllOptions() {
        "use this host database (default: CORVANE_DATABASE); :memory: stores nothing on disk"},
       {"",   "--timeout",    "TIME",    &O::m_Timeout,     true,
        "give up after TIME (default: 30s; 2m for attach and detach; none for wait and format)", {}, false,
-       "TIME is, for example, 500ms, 30s or 5m. The exit code after a timeout is 7. wait and "
-       "format have no default limit. With watch, events -f and events --for, TIME limits each "
-       "call to the plug-in."},
+       "TIME is, for example, 500ms, 30s or 5m. The exit code after a timeout is 7. With watch, "
+       "events -f and events --for, TIME limits each call to the plug-in."},
       {"",   "--trace",      "LEVELS",  &O::m_Trace,       true,
        "trace these levels: 2,4,16, all or off (default: off)"},
       {"",   "--trace-file", "FILE",    &O::m_TraceFile,   true,
@@ -57,7 +56,7 @@ const std::vector<OptionRow>& AllOptions() {
        "print the version of this program"},
 
       {"-c", "--columns",    "NAMES",   &O::m_Columns,     false,
-       "columns to show, separated by commas: property names, object, type or id"},
+       "columns to show, separated by commas: property names, object, type, id, parents, children or last_read_at"},
       {"-l", "--long",       "",        &O::m_Long,        false,
        "include ids, reasons and sizes, as --verbose does"},
       {"-f", "--follow",     "",        &O::m_Follow,      false,
@@ -70,11 +69,11 @@ const std::vector<OptionRow>& AllOptions() {
        "show only events of this severity",
        {"information", "warning", "error"}, true},
       {"",   "--from",       "TIME",    &O::m_From,        false,
-       "start of the range, as --since (default: one day before its end)"},
+       "start of the range, in the forms of --since (default: one day before the end)"},
       {"",   "--to",         "TIME",    &O::m_To,          false,
-       "end of the range, in the same forms (default: now)"},
+       "end of the range, in the forms of --since (default: now)"},
       {"",   "--step",       "TIME",    &O::m_Step,        false,
-       "time that each value covers: 1m, 1h or 1d (default: at most 24 values)"},
+       "time that each value covers: 1m, 1h or 1d (default: long enough for at most 24 values)"},
       {"",   "--limit",      "N",       &O::m_Limit,       false,
        "show the newest N events, or the oldest N with --after (default: 50; all with --since or --after)"},
       {"",   "--for",        "TIME",    &O::m_For,         false,

@@ -71,9 +71,9 @@ Command CheckCommand() {
   command.m_NeedsPlugin = true;
   command.m_Run = Run;
   command.m_Description =
-      "The first line has the worst state and its reason, then performance data after '|'; "
-      "one line per object follows. The output has the same format if the command line "
-      "is invalid or the plug-in fails.";
+      "Prints a line with the worst state, its reason and, after '|', performance data, then one "
+      "line per object. If the command line is invalid or the plug-in fails, the output has the "
+      "same format.";
   command.m_Exits = {{0, "OK: all cards are healthy"},
                      {1, "WARNING: a card has a warning"},
                      {2, "CRITICAL: a card has failed"},

@@ -25,8 +25,8 @@ Command DetachCommand() {
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
   command.m_Description =
-      "Detaches the card and waits until its drive has been removed. The data is kept; "
-      "attach makes the drive available again.";
+      "Detaches the card and waits until its drive is no longer available to the system. The data "
+      "is kept; attach makes the drive available again.";
   command.m_Danger =
       "The drive is not available to the system until the card is attached again. Asks for "
       "confirmation; pass --yes to confirm. Refused while the drive is mounted, used as swap or "

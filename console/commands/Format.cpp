@@ -79,8 +79,8 @@ Command FormatCommand() {
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =
-      "Formats a drive with a new capacity, a new sector size or both, and waits for it "
-      "to complete. A smaller capacity leaves more reserve space, which makes writes faster "
+      "Formats a drive with a new capacity, a new sector size or both, and waits until the "
+      "format is complete. A smaller capacity leaves more reserve space, which makes writes faster "
       "and extends the life of the card. Detach the card first.";
   command.m_Danger =
       "ALL DATA ON THE DRIVE IS LOST. Asks for the serial number of the card; in a script, "

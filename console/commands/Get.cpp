@@ -53,7 +53,7 @@ Command GetCommand() {
   command.m_OutputFormats = {"value", "table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "Values are in base units and in the order requested. An unknown value is printed as '-'.";
+      "Prints values in base units, in the order requested. An unknown value is printed as '-'.";
   command.m_Exits = {{2, "the object has no such property"}};
   command.m_Examples = {{"get a0 temperature_celsius status", "print two values"},
                         {"get a0 -o tsv", "print all values with their names"}};

@@ -20,7 +20,7 @@ Command ListCommand() {
   command.m_Options = {"--columns"};
   command.m_Run = Run;
   command.m_Description =
-      "One row per adapter and drive. With -o tsv, values are in base units and columns "
+      "Prints one row per adapter and drive. With -o tsv, values are in base units and columns "
       "have the property names that get accepts.";
   command.m_Examples = {
       {"list", "find the card that is hot, worn or failing", true},

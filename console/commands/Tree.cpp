@@ -35,7 +35,7 @@ Command TreeCommand() {
   command.m_Options = {"--columns", "--long"};
   command.m_Run = Run;
   command.m_Description =
-      "Adapters are shown below the plug-in, drives below their adapters. --long adds ids, "
+      "Shows adapters below the plug-in, and drives below their adapters. --long adds ids, "
       "reasons and sizes.";
   command.m_Examples = {{"tree --long", "show everything in one view"},
                         {"tree -o value", "print only the object names"}};

@@ -1,4 +1,4 @@
-// watch: cards and events live, full screen or as plain blocks.
+// watch: cards and events live, on a full screen or as blocks of plain text.
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -105,7 +105,8 @@ Json WithoutTimes(const Json& block) {
   return shown;
 }
 
-// Prints a block after each change, or after a poll interval without a change.
+// Prints a block after each change, or after a poll interval without a change. The first block is
+// printed immediately.
 void PrintBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
   std::size_t seen = 0;
   Json shown;
@@ -177,10 +178,10 @@ Command WatchCommand() {
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =
-      "A full-screen view with temperature and reserve of each card above the latest "
-      "events. Press e for events, Enter for the selected object, q to quit. Without a "
-      "terminal, or with -o table, it prints plain blocks; with -o jsonl it prints JSON "
-      "documents.";
+      "Shows the temperature and reserve of each card above the latest events, on a full "
+      "screen. Press e for events, Enter for the selected object, q to quit. Without a "
+      "terminal, or with -o table, it prints the cards and new events as plain text after each "
+      "change; with -o jsonl, as JSON documents.";
   command.m_Examples = {
       {"watch", "watch the cards live, for example after a format or a repair", true},
       {"watch --for 10m -o jsonl", "record ten minutes for a script"}};

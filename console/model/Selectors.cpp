@@ -88,10 +88,10 @@ const Object* FindObject(const Model& model, const std::string& text) {
   if (matches.size() == 1) return matches.front();
   std::vector<std::string> all;
   for (const Object* match : matches) all.push_back(DescribeObject(*match));
-  throw Failure(
-      ExitCode::NoObject, "AMBIGUOUS", text,
-      fmt::format("ambiguous, matches {} objects", matches.size()),
-      {fmt::format("Matches: {}", fmt::join(all, ", ")), "Use the selector of one of them."});
+  throw Failure(ExitCode::NoObject, "AMBIGUOUS", text,
+                fmt::format("ambiguous, matches {} objects", matches.size()),
+                {fmt::format("Matches: {}", fmt::join(all, ", ")),
+                 fmt::format("Pass one of these names, such as {}.", matches.front()->m_Selector)});
 }
 
 const Object& Select(const Model& model, const std::string& text) {

@@ -10,6 +10,7 @@
 
 namespace Console {
 
+// A part of a line with one style.
 struct Piece {
   std::string m_Text;
   Severity m_Severity = Severity::Neutral;
