@@ -6,10 +6,10 @@ namespace {
 template <typename T>
 constexpr AttributeInfo Row(std::string_view name) {
   if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) {
-    return {name, KindOf<T>(), static_cast<std::int64_t>(std::numeric_limits<T>::min()),
+    return {name, ValueKindOf<T>(), static_cast<std::int64_t>(std::numeric_limits<T>::min()),
             static_cast<std::uint64_t>(std::numeric_limits<T>::max())};
   } else {
-    return {name, KindOf<T>(), 0, 0};
+    return {name, ValueKindOf<T>(), 0, 0};
   }
 }
 

@@ -46,11 +46,11 @@ constexpr std::size_t kAttributeCount = static_cast<std::size_t>(Attribute::Coun
 using Value = std::variant<std::string, bool, std::uint64_t, std::int64_t, float, VariantGuard>;
 using Values = std::array<std::optional<Value>, kAttributeCount>;
 
-enum class Kind { Text, Bool, Unsigned, Signed, Float };
+enum class ValueKind { Text, Bool, Unsigned, Signed, Float };
 
 struct AttributeInfo {
   std::string_view name;
-  Kind kind;
+  ValueKind kind;
   std::int64_t min;   // for integers
   std::uint64_t max;  // for integers
 };
@@ -62,11 +62,11 @@ std::optional<Attribute> FindAttribute(std::string_view name);
 
 // Returns the kind that stores the C type `T`.
 template <typename T>
-constexpr Kind KindOf() {
-  if (std::is_same_v<T, const char*>) return Kind::Text;
-  if (std::is_same_v<T, bool>) return Kind::Bool;
-  if (std::is_same_v<T, float>) return Kind::Float;
-  return std::is_signed_v<T> ? Kind::Signed : Kind::Unsigned;
+constexpr ValueKind ValueKindOf() {
+  if (std::is_same_v<T, const char*>) return ValueKind::Text;
+  if (std::is_same_v<T, bool>) return ValueKind::Bool;
+  if (std::is_same_v<T, float>) return ValueKind::Float;
+  return std::is_signed_v<T> ? ValueKind::Signed : ValueKind::Unsigned;
 }
 
 // Returns the value as its C type, which must be that of the attribute's row. A string points into

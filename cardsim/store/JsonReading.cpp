@@ -65,15 +65,15 @@ Value SignedFromJson(const AttributeInfo& info, const Json& json, const std::str
 
 Value ValueFromJson(const AttributeInfo& info, const Json& json, const std::string& location) {
   switch (info.kind) {
-    case Kind::Text:
+    case ValueKind::Text:
       return TextFromJson(json, location);
-    case Kind::Bool:
+    case ValueKind::Bool:
       return BoolFromJson(json, location);
-    case Kind::Float:
+    case ValueKind::Float:
       return FloatFromJson(json, location);
-    case Kind::Signed:
+    case ValueKind::Signed:
       return SignedFromJson(info, json, location);
-    case Kind::Unsigned:
+    case ValueKind::Unsigned:
       break;
   }
   return UnsignedFromJson(info, json, location);
@@ -87,7 +87,7 @@ const Json& Member(const Json& object, const char* name, const std::string& loca
 
 std::uint64_t Number(const Json& object, const char* name, const std::string& location,
                      std::uint64_t max) {
-  const AttributeInfo info{name, Kind::Unsigned, 0, max};
+  const AttributeInfo info{name, ValueKind::Unsigned, 0, max};
   const Json& member = Member(object, name, location);
   return std::get<std::uint64_t>(ValueFromJson(info, member, location + "." + name));
 }

@@ -30,7 +30,7 @@ void ReadMember(Profile& profile, const std::string& name, const Json& json,
   if (!attribute) Reject(location, "unknown attribute" + DidYouMean(name, AttributeNames()));
   if (IsSetBySlot(*attribute)) Reject(location, "is set by the slot, not by the profile");
   const AttributeInfo& info = InfoOf(*attribute);
-  const bool mayBeHex = info.kind == Kind::Unsigned;
+  const bool mayBeHex = info.kind == ValueKind::Unsigned;
   At(profile.values, *attribute) =
       ValueFromJson(info, mayBeHex ? ParseHexNumber(json) : json, location);
 }

@@ -150,10 +150,10 @@ State StateFromJson(const Json& json) {
 }
 
 // Converts the value passed to `set` to JSON, depending on the kind of attribute.
-Json JsonFromArgument(Kind kind, const std::string& text) {
+Json JsonFromArgument(ValueKind kind, const std::string& text) {
   const auto json = TryParseJson(text);
-  if (kind == Kind::Text && !(json && json->As<std::string>() != nullptr)) return text;
-  if (kind == Kind::Unsigned && !json) return ParseHexNumber(text);
+  if (kind == ValueKind::Text && !(json && json->As<std::string>() != nullptr)) return text;
+  if (kind == ValueKind::Unsigned && !json) return ParseHexNumber(text);
   return json ? *json : Json(text);
 }
 

@@ -8,8 +8,8 @@
 
 namespace Console {
 
-// What a condition requires of the object: to exist, so that one of its properties can be compared
-// (`Required`), to have been removed (`Gone`), or only to exist (`Present`).
+// What a condition requires: that the object exists, so that one of its properties can be compared
+// (`Required`), that it does not exist (`Gone`), or only that it exists (`Present`).
 enum class Presence { Required, Gone, Present };
 
 class Condition {

@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include "tests/cardsim/Fixture.h"
 
 extern "C" int UseFromC(void);
@@ -99,9 +101,13 @@ TEST_F(CardLibrary, SettingTheLocateLedChangesTheFile) {
 
 TEST_F(CardLibrary, SettingTheLocateLedToItsCurrentStateDoesNotWrite) {
   StartWithCard();
-  const auto before = std::filesystem::last_write_time(Path());
-  EXPECT_EQ(0U, vsl_set_beacon_state(CreateCard(), 0, &m_Error));
-  EXPECT_EQ(before, std::filesystem::last_write_time(Path()));
+  void* card = CreateCard();
+  struct stat before = {}, after = {};
+  ASSERT_EQ(0, stat(Path().c_str(), &before));
+  EXPECT_EQ(0U, vsl_set_beacon_state(card, 0, &m_Error));
+  ASSERT_EQ(0, stat(Path().c_str(), &after));
+  // Each write creates a new file. The library keeps the old one open, so its inode is not reused.
+  EXPECT_EQ(before.st_ino, after.st_ino);
 }
 
 TEST_F(CardLibrary, ACardWithoutALocateLedRejectsSettingIt) {
