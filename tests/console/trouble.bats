@@ -170,8 +170,8 @@ with_config() {
 }
 
 @test "the error for a trace file that cannot be opened contains the reason" {
-  run -1 corvane-host --trace-file "$BATS_FILE_TMPDIR/none/trace" list
-  [[ "$output" == *"cannot open trace file $BATS_FILE_TMPDIR/none/trace: No such file or directory"* ]]
+  run -1 corvane-host --trace-file "$BATS_FILE_TMPDIR" list
+  [[ "$output" == *"cannot open trace file $BATS_FILE_TMPDIR: Is a directory"* ]]
 }
 
 @test "the trace is written only to the trace file or to standard error" {
