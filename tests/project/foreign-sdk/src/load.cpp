@@ -18,7 +18,7 @@ unsigned int Execute(IPLUGINAPI& plugin, unsigned int command, void* payload) {
 int main(int argc, char** argv) {
   void* library = argc == 2 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : nullptr;
   if (library == nullptr) {
-    std::fprintf(stderr, "%s\n", argc == 2 ? dlerror() : "usage: load PLUGIN");
+    std::fprintf(stderr, "%s\n", argc == 2 ? dlerror() : "Usage: load PLUGIN");
     return 1;
   }
   using EntryPoint = unsigned int (*)(IPLUGINAPI**);

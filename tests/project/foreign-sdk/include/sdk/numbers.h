@@ -1,4 +1,5 @@
-// The number types of the interface. Each is declared in a different way.
+// The number types of the interface: an enum, a scoped enum and a typedef, so that the plug-in can
+// rely on none of these.
 #pragma once
 
 #include "sdk/own/constants.h"
