@@ -86,21 +86,21 @@ std::vector<PI::CObject> CardHost::Topology() {
   return objects;
 }
 
-std::uint64_t CardHost::FirstAdapter() {
+std::uint64_t CardHost::FirstAdapterId() {
   for (const PI::CObject& object : Topology()) {
     if (object.m_ObjectType == PI::OBJECT_ADAPTER) return object.m_ID;
   }
   throw std::runtime_error("no adapter");
 }
 
-std::vector<PI::CProperty> CardHost::Properties(std::uint64_t object) {
+std::vector<PI::CProperty> CardHost::Properties(std::uint64_t objectId) {
   std::vector<PI::CProperty> properties;
-  Execute(PI::CMD_GET_PROPERTIES, object, &properties);
+  Execute(PI::CMD_GET_PROPERTIES, objectId, &properties);
   return properties;
 }
 
-void CardHost::Execute(PI::_COMMAND command, std::uint64_t object, void* payload) {
-  Check(m_pPlugin->Execute(command, object, payload), "command " + std::to_string(command));
+void CardHost::Execute(PI::_COMMAND command, std::uint64_t objectId, void* payload) {
+  Check(m_pPlugin->Execute(command, objectId, payload), "command " + std::to_string(command));
 }
 
 }  // namespace CorvaneBench

@@ -1,5 +1,5 @@
-// Compares the total time of scans, the worker, the topology and a property list with the time
-// spent in the card library.
+// Measures scans, the plug-in's worker, the topology and a property list: the total time, and the
+// part of it spent in the card library.
 #include <benchmark/benchmark.h>
 
 #include <stdexcept>
@@ -15,9 +15,9 @@ using Part = double TimeSplit::*;
 constexpr Part kPlugin = &TimeSplit::m_Total;
 constexpr Part kLibrary = &TimeSplit::m_InLibrary;
 
-class RunningHost : public CardHost {
+class InitializedHost : public CardHost {
  public:
-  explicit RunningHost(benchmark::State& state) : CardHost(static_cast<int>(state.range(0))) {
+  explicit InitializedHost(benchmark::State& state) : CardHost(static_cast<int>(state.range(0))) {
     Create();
     Initialize();
   }
@@ -40,7 +40,7 @@ void Scan(benchmark::State& state, Part part) {
 }
 
 void Watch(benchmark::State& state, Part part) {
-  RunningHost host(state);
+  InitializedHost host(state);
   host.AssignAdapterNumbers();
   host.AdvanceSeconds(60);
   for ([[maybe_unused]] auto _ : state) {
@@ -49,7 +49,7 @@ void Watch(benchmark::State& state, Part part) {
 }
 
 void Topology(benchmark::State& state, Part part) {
-  RunningHost host(state);
+  InitializedHost host(state);
   RequireObjects(host.Topology(), state.range(0));
   for ([[maybe_unused]] auto _ : state) {
     state.SetIterationTime(MeasureTime([&] { benchmark::DoNotOptimize(host.Topology()); }).*part);
@@ -57,7 +57,7 @@ void Topology(benchmark::State& state, Part part) {
 }
 
 void TopologyCopy(benchmark::State& state) {
-  RunningHost host(state);
+  InitializedHost host(state);
   const std::vector<PI::CObject> objects = host.Topology();
   RequireObjects(objects, state.range(0));
   for ([[maybe_unused]] auto _ : state) {
@@ -67,8 +67,8 @@ void TopologyCopy(benchmark::State& state) {
 }
 
 void Listing(benchmark::State& state, Part part) {
-  RunningHost host(state);
-  const std::uint64_t adapter = host.FirstAdapter();
+  InitializedHost host(state);
+  const std::uint64_t adapter = host.FirstAdapterId();
   for ([[maybe_unused]] auto _ : state) {
     const auto list = [&] { benchmark::DoNotOptimize(host.Properties(adapter)); };
     state.SetIterationTime(MeasureTime(list).*part);

@@ -52,7 +52,7 @@ void SetAndWait(benchmark::State& state) {
   }
 }
 
-// Measures a round trip between two threads that wake each other.
+// Measures a round trip between two threads that wake each other in turn.
 template <class Event>
 void RoundTrip(benchmark::State& state) {
   HostKit::UseRealTime();

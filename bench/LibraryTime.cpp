@@ -37,51 +37,51 @@ Clock::duration TimeInLibrary() {
 
 }  // namespace CorvaneBench
 
-#define SEAM(result, name, parameters, arguments)             \
+#define WRAP(result, name, parameters, arguments)             \
   extern "C" result name parameters {                         \
     static const auto next = CorvaneBench::Next(name, #name); \
-    const CorvaneBench::CallTimer inside;                     \
+    const CorvaneBench::CallTimer timer;                      \
     return next arguments;                                    \
   }
-#define SEAM_READ(type, name) SEAM(type, name, (void* handle, vsl_error_record* err), (handle, err))
-#define SEAM_NUMBER(name, Number) \
-  SEAM(vsl_code, name, (void* handle, Number number, vsl_error_record* err), (handle, number, err))
-#define SEAM_CREATE(name) \
-  SEAM(vsl_code, name, (void* handle, void** out, vsl_error_record* err), (handle, out, err))
+#define WRAP_READ(type, name) WRAP(type, name, (void* handle, vsl_error_record* err), (handle, err))
+#define WRAP_NUMBER(name, Number) \
+  WRAP(vsl_code, name, (void* handle, Number number, vsl_error_record* err), (handle, number, err))
+#define WRAP_CREATE(name) \
+  WRAP(vsl_code, name, (void* handle, void** out, vsl_error_record* err), (handle, out, err))
 
-#define SEAM_CARD_PAIR(type, name) SEAM_READ(bool, vsl_has_##name) SEAM_READ(type, vsl_##name)
-VSL_CARD_ATTRIBUTES(SEAM_CARD_PAIR)
-#define SEAM_FORMAT_PAIR(type, name)         \
-  SEAM_READ(bool, vsl_iom_format_has_##name) \
-  SEAM_READ(type, vsl_iom_format_##name)
-VSL_FORMAT_ATTRIBUTES(SEAM_FORMAT_PAIR)
-SEAM_READ(std::uint16_t, vsl_pci_device_id)
-SEAM_READ(std::uint32_t, vsl_reserve_status)
-SEAM_READ(bool, vsl_iom_format_has_size_mode)
-SEAM_READ(std::uint32_t, vsl_vsu_state)
-SEAM_READ(bool, vsl_has_vsu_state)
+#define WRAP_CARD_PAIR(type, name) WRAP_READ(bool, vsl_has_##name) WRAP_READ(type, vsl_##name)
+VSL_CARD_ATTRIBUTES(WRAP_CARD_PAIR)
+#define WRAP_FORMAT_PAIR(type, name)         \
+  WRAP_READ(bool, vsl_iom_format_has_##name) \
+  WRAP_READ(type, vsl_iom_format_##name)
+VSL_FORMAT_ATTRIBUTES(WRAP_FORMAT_PAIR)
+WRAP_READ(std::uint16_t, vsl_pci_device_id)
+WRAP_READ(std::uint32_t, vsl_reserve_status)
+WRAP_READ(bool, vsl_iom_format_has_size_mode)
+WRAP_READ(std::uint32_t, vsl_vsu_state)
+WRAP_READ(bool, vsl_has_vsu_state)
 
-SEAM(vsl_code, vsl_init, (std::uint64_t flags, vsl_error_record* err), (flags, err))
-SEAM(void, vsl_fini, (), ())
-SEAM(bool, vsl_iom_iterate, (void** iom, std::uint32_t which, vsl_error_record* err),
+WRAP(vsl_code, vsl_init, (std::uint64_t flags, vsl_error_record* err), (flags, err))
+WRAP(void, vsl_fini, (), ())
+WRAP(bool, vsl_iom_iterate, (void** iom, std::uint32_t which, vsl_error_record* err),
      (iom, which, err))
-SEAM(bool, vsl_vsu_iterate, (void* iom, void** vsu, std::uint32_t which, vsl_error_record* err),
+WRAP(bool, vsl_vsu_iterate, (void* iom, void** vsu, std::uint32_t which, vsl_error_record* err),
      (iom, vsu, which, err))
-SEAM(vsl_code, vsl_iom_create_by_name, (const char* path, void** iom, vsl_error_record* err),
+WRAP(vsl_code, vsl_iom_create_by_name, (const char* path, void** iom, vsl_error_record* err),
      (path, iom, err))
-SEAM(vsl_code, vsl_destroy, (void** handle, vsl_error_record* err), (handle, err))
-SEAM_READ(vsl_code, vsl_open)
-SEAM_READ(vsl_code, vsl_close)
-SEAM_READ(vsl_code, vsl_op_start)
-SEAM_READ(vsl_code, vsl_op_wait_for_result)
-SEAM_CREATE(vsl_adapter_create)
-SEAM_CREATE(vsl_iom_attach_create)
-SEAM_CREATE(vsl_iom_detach_create)
-SEAM_CREATE(vsl_iom_format_create)
-SEAM_NUMBER(vsl_set_beacon_state, std::uint32_t)
-SEAM_NUMBER(vsl_set_vsu_state, std::uint32_t)
-SEAM_NUMBER(vsl_iom_detach_set_force, std::uint32_t)
-SEAM_NUMBER(vsl_iom_format_set_size_mode, std::uint32_t)
-SEAM_NUMBER(vsl_iom_format_set_size_bytes, std::uint64_t)
-SEAM_NUMBER(vsl_iom_format_set_size_pct, std::uint32_t)
-SEAM_NUMBER(vsl_iom_format_set_sector_size_bytes, std::uint32_t)
+WRAP(vsl_code, vsl_destroy, (void** handle, vsl_error_record* err), (handle, err))
+WRAP_READ(vsl_code, vsl_open)
+WRAP_READ(vsl_code, vsl_close)
+WRAP_READ(vsl_code, vsl_op_start)
+WRAP_READ(vsl_code, vsl_op_wait_for_result)
+WRAP_CREATE(vsl_adapter_create)
+WRAP_CREATE(vsl_iom_attach_create)
+WRAP_CREATE(vsl_iom_detach_create)
+WRAP_CREATE(vsl_iom_format_create)
+WRAP_NUMBER(vsl_set_beacon_state, std::uint32_t)
+WRAP_NUMBER(vsl_set_vsu_state, std::uint32_t)
+WRAP_NUMBER(vsl_iom_detach_set_force, std::uint32_t)
+WRAP_NUMBER(vsl_iom_format_set_size_mode, std::uint32_t)
+WRAP_NUMBER(vsl_iom_format_set_size_bytes, std::uint64_t)
+WRAP_NUMBER(vsl_iom_format_set_size_pct, std::uint32_t)
+WRAP_NUMBER(vsl_iom_format_set_sector_size_bytes, std::uint32_t)

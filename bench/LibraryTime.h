@@ -10,12 +10,14 @@ using Clock = std::chrono::steady_clock;
 // Returns the time that all threads have spent in the card library since the program started.
 Clock::duration TimeInLibrary();
 
-// The duration of a task, and the part of it spent in the card library, in seconds.
+// The duration of a task, and the part of it spent in the card library, in seconds. If several
+// threads call the library at the same time, that part can be longer than the total.
 struct TimeSplit {
   double m_Total;
   double m_InLibrary;
 };
 
+// Calls `work` and returns its duration, split in this way.
 template <class Work>
 TimeSplit MeasureTime(Work work) {
   const Clock::duration library = TimeInLibrary();

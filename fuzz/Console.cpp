@@ -51,7 +51,7 @@ PI::CObject Record(std::uint64_t id, std::uint32_t type) {
   return object;
 }
 
-// The plug-in, two adapters with every kind of name that an object can have, and a drive.
+// The plug-in, two adapters and a drive, with every kind of name that an object can have.
 const Console::Model& TheModel() {
   static const Console::Model model = [] {
     std::vector<PI::CObject> tree = {
@@ -85,7 +85,8 @@ std::vector<std::string> Lines(const std::string& input) {
 
 }  // namespace
 
-// Input: the name of an object. An object that is found is also found by its selector and its id.
+// Input: any name of an object. An object that is found must also be found by its selector and by
+// its id.
 void Selector(const std::string& input) {
   const Console::Object* found = nullptr;
   if (!TryParse([&] { found = &Console::Select(TheModel(), input); })) return;
@@ -115,8 +116,8 @@ void Options(const std::string& input) {
   Console::Options options;
   if (!TryParse([&] { Console::ParseCommandLine(Lines(input), options); })) return;
   TryParse([&] { Console::ParseDuration("--timeout", options.m_Timeout); });
+  // The words must be parsed as the same words after `--`, where words are never options.
   Console::Options reparsed;
-  // After `--`, words are never options.
   std::vector<std::string> words = options.m_Words;
   if (words.empty() || options.m_Help || options.m_Version) return;
   words.insert(words.begin(), "--");

@@ -1,5 +1,7 @@
-// Runs one target on the files of a directory, without a fuzzer. Usage: fuzz_corpus TARGET
-// DIRECTORY
+// Runs one target on each file of a directory, without a fuzzer. Fails if the directory has no
+// files.
+//
+// Usage: fuzz_corpus TARGET DIRECTORY
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -10,12 +12,12 @@
 
 int main(int count, char** arguments) {
   if (count != 3) {
-    std::fputs("usage: fuzz_corpus TARGET DIRECTORY\n", stderr);
+    std::fputs("Usage: fuzz_corpus TARGET DIRECTORY\n", stderr);
     return 2;
   }
   const CorvaneFuzz::Target& target = CorvaneFuzz::FindTarget(arguments[1]);
-  using Walk = std::filesystem::directory_iterator;
-  std::vector<std::filesystem::path> files(Walk(arguments[2]), Walk{});
+  using Iterator = std::filesystem::directory_iterator;
+  std::vector<std::filesystem::path> files(Iterator(arguments[2]), Iterator{});
   std::sort(files.begin(), files.end());
   for (const auto& file : files) {
     // After a failure, the last line names the input that failed.

@@ -1,4 +1,4 @@
-// A temporary directory for the files of one target. The destructor removes it.
+// A temporary directory for the files of one target, and functions that write and read its files.
 #pragma once
 
 #include <filesystem>
@@ -6,6 +6,7 @@
 
 namespace CorvaneFuzz {
 
+// The destructor removes the directory with its files. Aborts if the directory cannot be created.
 class Directory {
  public:
   Directory();

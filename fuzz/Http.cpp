@@ -60,7 +60,8 @@ Head::Pairs ParseQuery(const std::string& text) {
   return query;
 }
 
-// `line` is "tcp", "root", or anything else for a user without permissions.
+// "tcp" is a TCP client, "root" is root on the Unix socket, and any other line is a user without
+// permissions.
 Http::Peer ParsePeer(const std::string& line) {
   Http::Peer peer;
   peer.m_IsTcp = line == "tcp";
@@ -107,14 +108,15 @@ void CheckRefusal(const Http::Response& refusal) {
 void CheckAccess(const Head& head, const Http::Admission& admission) {
   const Http::Access access = admission.m_Route->m_Access;
   if (head.m_Peer.m_IsTcp) {
-    Require(head.m_Method == "GET" || head.m_Method == "HEAD", "TCP client sent a write request");
-    Require(access != Http::Access::Change, "TCP client reached a route that changes cards");
-    Require(!admission.m_Request.m_MayChange, "TCP client may change cards");
+    Require(head.m_Method == "GET" || head.m_Method == "HEAD", "accepted a write request over TCP");
+    Require(access != Http::Access::Change, "admitted a TCP client to a route that changes cards");
+    Require(!admission.m_Request.m_MayChange, "permitted a TCP client to change cards");
     Require(Http::FindHeader(head, "host") != nullptr,
             "accepted a TCP request without a Host header");
   } else if (head.m_Peer.m_User == kUnprivileged) {
-    Require(access == Http::Access::Anyone, "user without permissions has access");
-    Require(!admission.m_Request.m_MayChange, "user without permissions may change cards");
+    Require(access == Http::Access::Anyone, "admitted a user without permissions");
+    Require(!admission.m_Request.m_MayChange,
+            "permitted a user without permissions to change cards");
   }
 }
 

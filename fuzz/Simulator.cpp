@@ -17,8 +17,8 @@ const Directory& TheDirectory() {
   return directory;
 }
 
-// Adds a card to an accepted file. Returns false if that is rejected, which must not change the
-// file.
+// Adds a card to an accepted file and sets `added` to its name. Returns false if the simulator
+// rejects the change, in which case the file must be unchanged.
 bool TryAddCard(CardSim::StateFile& cards, std::string& added) {
   const auto path = TheDirectory().File("cards.json");
   const std::string before = ReadFile(path);

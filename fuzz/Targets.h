@@ -5,8 +5,8 @@
 
 namespace CorvaneFuzz {
 
-// Runs one input of arbitrary bytes. Returns if it was accepted or rejected correctly, and aborts
-// otherwise.
+// Passes one input of arbitrary bytes to the code under test. Returns if the code accepts or
+// rejects it correctly, and aborts otherwise.
 using Run = void (*)(const std::string& input);
 
 struct Target {
@@ -14,7 +14,7 @@ struct Target {
   Run m_Run;
 };
 
-// Returns the target of that name; if there is none, exits with a list of the targets.
+// Returns the target of that name; if there is none, prints the targets and exits with 2.
 const Target& FindTarget(const char* name);
 
 void Cells(const std::string& input);

@@ -1,7 +1,7 @@
-// The event stream of the service, for any number of clients. Each line of standard input is a
-// number of events to log.
+// Serves the event stream of the service without its limit on streams. Each line of standard input
+// is a number of events to log. Runs until end of file.
 //
-// Usage: bench_streams SOCKET STREAMS
+// Usage: bench_streams SOCKET STREAMS    STREAMS: maximum number of clients
 #include <unistd.h>
 
 #include <iostream>

@@ -37,7 +37,7 @@ class Machine(machine.Machine):
         return super().command() + ["--listen", f"127.0.0.1:{self.port}"]
 
     def run(self, *arguments):
-        """Runs a command through the service, and returns its output."""
+        """Runs a console command through the service, and returns its standard output."""
         command = [self.programs / "corvane-host", *arguments, "--socket", self.client.path]
         return subprocess.run(command, env=self.environment, check=True, capture_output=True,
                               text=True).stdout

@@ -42,7 +42,7 @@ def follow(path, arrivals):
                 arrivals.put((time.time(), number, None))
 
 
-def warm(machine, stopping):
+def vary_temperature(machine, stopping):
     """Changes the temperature between any two polls, because the plug-in compares the bits of a
     card only if another value has changed."""
     count = 0
@@ -72,17 +72,17 @@ def main(build, samples=50):
         machine.start()
         threading.Thread(target=follow, args=(machine.client.path, arrivals), daemon=True).start()
         arrivals.get()  # the snapshot, which is sent first
-        warmer = threading.Thread(target=warm, args=(machine, stopping))
-        warmer.start()
+        varying = threading.Thread(target=vary_temperature, args=(machine, stopping))
+        varying.start()
         try:
             results = [sample(machine, arrivals, ("raise", "clear")[index % 2])
                        for index in range(int(samples))]
         finally:
             stopping.set()
-            warmer.join()
+            varying.join()
     rows = [[name, *(f"{function(values) * 1000:.0f}" for function in (statistics.median, max))]
-            for name, values in (("bit to the plug-in's event", [one for one, _ in results]),
-                                 ("event to the stream", [other for _, other in results]),
+            for name, values in (("bit to the plug-in's event", [until_reported for until_reported, _ in results]),
+                                 ("event to the stream", [after_report for _, after_report in results]),
                                  ("total", [sum(both) for both in results]))]
     print(f"poll interval {POLL_INTERVAL} s: the plug-in reads the bits every "
           f"{POLL_INTERVAL / 3 * 1000:.0f} ms, and reports one after three equal readings")

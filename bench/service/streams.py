@@ -1,8 +1,8 @@
 """Sends events to many clients of the event stream. Each client must receive each event once and in
 order. Prints the duration and the memory of the server.
 
-The service itself allows 64 streams, so this uses bench_streams, a server with the same stream but
-no limit.
+The service itself allows 64 streams per kind of socket, so this uses bench_streams, a server with
+the same stream and a higher limit.
 
 Usage: streams.py BUILD [STREAMS [EVENTS]]    BUILD: directory of the built programs
   STREAMS   default: 500
