@@ -43,8 +43,8 @@ def follow(path, arrivals):
 
 
 def vary_temperature(machine, stopping):
-    """Changes the temperature between any two polls, because the plug-in compares the bits of a
-    card only if another value has changed."""
+    """Changes the temperature between any two polls, because the plug-in counts only comparisons
+    that find a difference."""
     count = 0
     while not stopping.wait(TEMPERATURE_INTERVAL):
         machine.set(0, "temp_internal_deg_c", 40 + count % 20 / 2)

@@ -18,7 +18,8 @@ setup() {
   ended pages 0 || { err pages; false; }
 }
 
-# results PAGE KIND: prints the distinct results of the page's attempts whose names start with KIND.
+# results PAGE PREFIX: prints the distinct results of the page's attempts whose names start with
+# PREFIX.
 results() {
   json pages "sorted({json.dumps(v) for k, v in d['$1'].items() if k.startswith('$2')})"
 }
@@ -33,7 +34,7 @@ results() {
   done
 }
 
-@test "a host name that is rebound to the service is refused" {
+@test "a page whose host name is rebound to the service is refused" {
   same '[["HOST_NOT_ALLOWED"], [403]]' \
     "$(json pages '[sorted({json.loads(v[1])["id"] for k, v in d["rebound"].items() if "cors" in k}), sorted({v[0] for k, v in d["rebound"].items() if "cors" in k})]')"
   same '[null, null, "HOST_NOT_ALLOWED"]' \

@@ -78,7 +78,7 @@ function submit(name, url) {
 }
 
 async function run() {
-  // Waits until the service has replaced the page's server, which has no such path, and is ready.
+  // Waits until the service has replaced the page's server, which responds with 404, and is ready.
   while (target === '') {
     try {
       const answer = await fetch('/readyz', {cache: 'no-store'});
@@ -107,7 +107,7 @@ run();
 
 
 class PageServer:
-    """Serves the page, and receives the reports of the browsers, by the name in their path."""
+    """Serves pages and receives the browsers' reports. The path names the page or the report."""
 
     def __init__(self):
         self.reports = {}
@@ -152,6 +152,7 @@ class PageServer:
             self.changed.notify_all()
 
     def await_names(self, known, names):
+        """Waits until `known`, which is `requested` or `reports`, contains all names."""
         with self.changed:
             if not self.changed.wait_for(lambda: set(names) <= set(known), TIMEOUT):
                 raise TimeoutError(f"only {sorted(known)} of {sorted(names)}")
@@ -166,7 +167,7 @@ def page_of(target, report):
 
 
 def open_browser(url, directory):
-    """Starts the browser without access to a desktop, a session or a proxy of this machine."""
+    """Starts a browser without access to a desktop, a session or a proxy of this machine."""
     home = tempfile.mkdtemp(dir=directory)
     keep = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8"}
     return subprocess.Popen(
@@ -204,6 +205,7 @@ def main(path):
     started = []
     directory = os.environ["BATS_FILE_TMPDIR"]
     try:
+        # The service later replaces `before` on its port.
         reports, before = PageServer(), PageServer()
         port = before.port
         report = f"http://127.0.0.1:{reports.port}"

@@ -13,14 +13,14 @@ setup_file() {
   cp "$CARDSIM_STATE" "$detached"
   cardsim --state "$detached" set card0 iom_state 0
   for name in yes no; do cp "$detached" "$BATS_FILE_TMPDIR/$name.json"; done
-  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/broken.json"
-  cardsim --state "$BATS_FILE_TMPDIR/broken.json" fail vsl_iom_detach_create --code 9
-  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/used.json"
-  cardsim --state "$BATS_FILE_TMPDIR/used.json" set card0 in_use true
-  cp "$BATS_FILE_TMPDIR/used.json" "$BATS_FILE_TMPDIR/force.json"
-  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/dark.json"
-  cardsim --state "$BATS_FILE_TMPDIR/dark.json" set card0 beacon_state absent
-  cp "$BATS_FILE_TMPDIR/dark.json" "$BATS_FILE_TMPDIR/dark.before"
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/rejected.json"
+  cardsim --state "$BATS_FILE_TMPDIR/rejected.json" fail vsl_iom_detach_create --code 9
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/busy.json"
+  cardsim --state "$BATS_FILE_TMPDIR/busy.json" set card0 in_use true
+  cp "$BATS_FILE_TMPDIR/busy.json" "$BATS_FILE_TMPDIR/force.json"
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/no_led.json"
+  cardsim --state "$BATS_FILE_TMPDIR/no_led.json" set card0 beacon_state absent
+  cp "$BATS_FILE_TMPDIR/no_led.json" "$BATS_FILE_TMPDIR/no_led.before"
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/slow.json"
   cards slow set card0 detach_ms 5000
 
@@ -30,26 +30,26 @@ setup_file() {
   keep dry own dry detach a0 --dry-run &
   keep unasked own unasked detach a0 &
   wait
-  keep broken own broken detach a0 -y &
-  keep used own used detach a0 -y &
+  keep rejected own rejected detach a0 -y &
+  keep busy own busy detach a0 -y &
   keep force own force detach a0 -y --force &
   keep forcedrive own forcedrive detach a0/d0 -y --force &
   keep slow own slow detach a0 -y --timeout 1ms &
-  keep kind own kind detach a0/d0 -y &
+  keep drive own drive detach a0/d0 -y &
   keep lines own lines detach a0 -y -o jsonl &
   wait
   keep on own on locate a0 on &
   keep off own off locate a0 off &
   keep blink own blink locate a0 on --for 1s -o json &
-  keep dark own dark locate a0 on &
-  keep word own word locate a0 up &
+  keep no_led own no_led locate a0 on &
+  keep bad_state own bad_state locate a0 up &
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/stopped.json"
   stop_when INT "$BATS_FILE_TMPDIR/stopped.json" '"beacon_state": true' stopped \
     corvane-host "$(cards_option "$BATS_FILE_TMPDIR/stopped.json")" locate a0 on --for 1h &
   wait
   keep offline own offline offline a0/d0 -y &
-  keep units own units offline a0/d0 &
-  CORVANE_SYSFS="$BATS_FILE_TMPDIR/used" keep mounted mounted &
+  keep unasked_offline own unasked_offline offline a0/d0 &
+  CORVANE_SYSFS="$BATS_FILE_TMPDIR/sys_in_use" keep mounted mounted &
   wait
   keep online own offline online a0/d0 -y
 }
@@ -83,7 +83,7 @@ mounted() {
     'd.update(result={"progress": {"object": "a0"}})'
 }
 
-@test "attach does not change an attached card" {
+@test "attach reports a card that is already attached" {
   ended already 0
   same "a0: already attached" "$(out already)"
   silent already err
@@ -97,29 +97,28 @@ Nothing was changed." "$(out dry)"
   untouched dry
 }
 
-@test "detach requires --yes without a terminal" {
+@test "detach and offline require --yes without a terminal" {
   local name
-  for name in unasked units; do
+  for name in unasked unasked_offline; do
     ended "$name" 4
     silent "$name" out
     said "$name" "  Pass --yes to confirm."
   done
   said unasked "corvane-host: detach a0: not a terminal"
-  untouched unasked units
+  untouched unasked unasked_offline
 }
 
-@test "detach fails if the card rejects it" {
-  ended broken 1
-  said broken "corvane-host: detach a0: the card rejected the command"
-  same 2 "$(card broken iom_state)"
+@test "detach fails if the card rejects the command" {
+  ended rejected 1
+  said rejected "corvane-host: detach a0: the card rejected the command"
+  same 2 "$(card rejected iom_state)"
 }
 
 @test "detach requires --force for a busy card" {
-  ended used 1
-  said used "  To detach a busy card: corvane-host detach a0 --force"
-  same 2 "$(card used iom_state)"
+  ended busy 1
+  said busy "  To detach a busy card: corvane-host detach a0 --force"
+  same 2 "$(card busy iom_state)"
   ended force 0
-  said forcedrive "corvane-host: detach a0/d0: a0/d0 is not an adapter"
   same "a0: attached -> detached" "$(untimed force)"
   same 0 "$(card force iom_state)"
 }
@@ -131,11 +130,13 @@ Nothing was changed." "$(out dry)"
   said slow "  The card may still be working; nothing was rolled back."
 }
 
-@test "detach refuses a drive and suggests its adapter" {
-  ended kind 2
-  said kind "corvane-host: detach a0/d0: a0/d0 is not an adapter"
-  said kind "  Did you mean 'a0'?"
-  untouched kind
+@test "detach refuses a drive, even with --force, and suggests its adapter" {
+  ended forcedrive 2
+  said forcedrive "corvane-host: detach a0/d0: a0/d0 is not an adapter"
+  ended drive 2
+  said drive "corvane-host: detach a0/d0: a0/d0 is not an adapter"
+  said drive "  Did you mean 'a0'?"
+  untouched forcedrive drive
 }
 
 @test "detach -o jsonl reports the start and the result" {
@@ -153,7 +154,7 @@ Nothing was changed." "$(out dry)"
   same true "$(card on beacon_state)"
 }
 
-@test "locate off does not change an LED that is off" {
+@test "locate off reports an LED that is already off" {
   ended off 0
   same "a0 locate LED: already off" "$(out off)"
   untouched off
@@ -175,10 +176,10 @@ Nothing was changed." "$(out dry)"
 }
 
 @test "locate refuses a card without an LED and an invalid argument" {
-  ended dark 4
-  said dark "corvane-host: locate a0: no locate LED"
-  cmp "$BATS_FILE_TMPDIR/dark.before" "$BATS_FILE_TMPDIR/dark.json"
-  ended word 2
+  ended no_led 4
+  said no_led "corvane-host: locate a0: no locate LED"
+  cmp "$BATS_FILE_TMPDIR/no_led.before" "$BATS_FILE_TMPDIR/no_led.json"
+  ended bad_state 2
 }
 
 @test "offline and online change the state of a drive" {
@@ -189,7 +190,7 @@ Nothing was changed." "$(out dry)"
   untouched offline
 }
 
-@test "detach refuses a mounted or held drive" {
+@test "detach refuses a drive in use and shows its holder and mount point" {
   ended mounted 4
   said mounted "corvane-host: detach a0: fioa is held by md7, fioa is mounted at $(any_mount 2)"
   untouched mounted

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The set command, and the plug-in calls that it makes.
+# The set command, and the calls that set and list make to the test plug-in.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -11,16 +11,16 @@ setup_file() {
   make_cards
   mkdir "$BATS_FILE_TMPDIR/kept"
   printf '; mine\nOther=1\nPollInterval=20\n' >"$BATS_FILE_TMPDIR/kept/Corvane.ini"
-  mkdir "$BATS_FILE_TMPDIR/sealed"
-  printf 'PollInterval=20\n' >"$BATS_FILE_TMPDIR/sealed/Corvane.ini"
-  chmod a-w "$BATS_FILE_TMPDIR/sealed"
+  mkdir "$BATS_FILE_TMPDIR/read_only"
+  printf 'PollInterval=20\n' >"$BATS_FILE_TMPDIR/read_only/Corvane.ini"
+  chmod a-w "$BATS_FILE_TMPDIR/read_only"
 
   keep first change new poll_interval=30 &
   keep kept change kept POLL_INTERVAL=40 &
   keep low change low 30005=1 &
   keep high change high poll_interval_seconds=300 &
   keep same change same poll_interval=15 &
-  if_direct keep sealed change_sealed &
+  if_direct keep read_only change_read_only &
   keep word change word poll_interval=soon &
   keep huge change huge poll_interval=99999999999 &
   wait
@@ -35,13 +35,13 @@ setup_file() {
   wait
 }
 
-teardown_file() { chmod u+w "$BATS_FILE_TMPDIR/sealed"; }
+teardown_file() { chmod u+w "$BATS_FILE_TMPDIR/read_only"; }
 
 # change DIRECTORY ASSIGNMENT...
 change() { CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/$1" host set plugin "${@:2}"; }
-# change_sealed: changes a file that cannot be written.
-change_sealed() {
-  CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/sealed" unprivileged corvane-host --simulate set plugin \
+# change_read_only: changes a file that cannot be written.
+change_read_only() {
+  CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/read_only" unprivileged corvane-host --simulate set plugin \
     poll_interval=60
 }
 
@@ -77,10 +77,10 @@ change_sealed() {
 
 @test "set fails if the change cannot be saved" {
   direct_only "the service is not subject to the user's permissions"
-  ended sealed 1
-  same "plugin poll_interval: 20 -> 60" "$(out sealed)"
-  said sealed "  60 applies to this run only; the file is unchanged."
-  same "PollInterval=20" "$(cat "$BATS_FILE_TMPDIR/sealed/Corvane.ini")"
+  ended read_only 1
+  same "plugin poll_interval: 20 -> 60" "$(out read_only)"
+  said read_only "  60 applies to this run only; the file is unchanged."
+  same "PollInterval=20" "$(cat "$BATS_FILE_TMPDIR/read_only/Corvane.ini")"
 }
 
 @test "set -o tsv prints one row" {

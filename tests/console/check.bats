@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# The check command for monitoring systems: one line with readings, and an exit code from 0 to 3
-# even after failures.
+# The check command for monitoring systems: a status line with performance data, a line for each
+# object, and an exit code from 0 to 3 even after failures.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -50,7 +50,7 @@ setup_file() {
   if_direct keep damaged env CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/damaged" corvane-host check &
   wait
   if_direct keep noplugin corvane-host check --plugin '/none|such' &
-  if_direct keep noplug corvane-host check --plugin "$CORVANE_BUILD/lib/libhostkit.so" &
+  if_direct keep notplugin corvane-host check --plugin "$CORVANE_BUILD/lib/libhostkit.so" &
   if_direct keep version test_plugin version check &
   if_direct keep smart test_plugin smart check &
   if_direct keep slow test_plugin slow check --timeout 200ms &
@@ -67,11 +67,11 @@ setup_file() {
   if_direct keep nooption corvane-host check --frobnicate &
   if_direct keep novalue corvane-host --ascii check --timeout &
   if_direct keep words corvane-host check a0 a1 &
-  if_direct keep badform corvane-host check -o xml &
+  if_direct keep badformat corvane-host check -o xml &
   if_direct keep other corvane-host list --frobnicate check &
-  if_direct keep span corvane-host check --timeout soon &
-  if_direct keep longspan corvane-host check --timeout 10001d &
-  keep patient host check --timeout 10000d &
+  if_direct keep badduration corvane-host check --timeout soon &
+  if_direct keep longduration corvane-host check --timeout 10001d &
+  keep longest host check --timeout 10000d &
   if_direct keep nooptionjson corvane-host check --frobnicate -o json &
   CONSOLE_TEST_PLUGIN=hang if_direct stop_when TERM "$BATS_FILE_TMPDIR/stopped.log" Initialize stopped \
     corvane-host --plugin "$TEST_PLUGIN" check &
@@ -81,9 +81,9 @@ setup_file() {
 
 to_full_disk() { "$@" >/dev/full; }
 
-# line NAME TEXT: expects TEXT as the first line without its readings.
+# line NAME TEXT: expects TEXT as the status line, without its performance data.
 line() { same "$2" "$(out "$1" | sed -e 's/ | .*//' -e 1q)"; }
-# readings NAME: prints the readings, one per line.
+# readings NAME: prints the performance data, one reading per line.
 readings() { out "$1" | sed -n '1s/.* | //p' | tr ' ' '\n'; }
 
 @test "check exits with 0 for healthy cards and lists each object" {
@@ -114,7 +114,7 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
   line smart "CORVANE WARNING - a0/d0 AVAILABLE_SMART; 0x0000000000000031 unknown"
 }
 
-@test "the first line lists all reasons of all objects" {
+@test "the status line lists all reasons of all objects" {
   ended mixed 1
   line mixed "CORVANE WARNING - a0 WARNING: Detached; a1 WARNING: Temperature above its warning threshold: 79 °C, warning 78 °C, Nearly worn out: endurance used 2 %"
 }
@@ -151,7 +151,7 @@ S100_written_bytes=1099511627776c" "$(readings card)"
 pci:0000:5e:00.0" "$(readings duplicate | sed 's/_.*//' | sort -u)"
 }
 
-@test "unusual strings of a card do not break the line or the readings" {
+@test "unusual strings of a card do not break the status line or the performance data" {
   ended odd 1
   same 1 "$(out odd | head -1 | tr -cd '|' | wc -c)"
   same "a_b_c__d__e_f_temperature_celsius=48.2;78;85" "$(readings odd | head -1)"
@@ -175,16 +175,16 @@ pci:0000:5e:00.0" "$(readings duplicate | sed 's/_.*//' | sort -u)"
   line ambiguous "CORVANE UNKNOWN - S100: ambiguous, matches 2 objects"
 }
 
-@test "check is UNKNOWN after a failure, with the reason in the first line" {
+@test "check is UNKNOWN after a failure, with the reason in the status line" {
   direct_only "tests a plug-in in the same process"
-  local row name text
+  local name text
   while IFS='~' read -r name text; do
     echo "$name"
     ended "$name" 3
     line "$name" "CORVANE UNKNOWN - $text"
   done <<END
 noplugin~cannot load the plug-in: file not found: /none/such
-noplug~cannot load the plug-in: $CORVANE_BUILD/lib/libhostkit.so is not a storage plug-in: no symbol createIf
+notplugin~cannot load the plug-in: $CORVANE_BUILD/lib/libhostkit.so is not a storage plug-in: no symbol createIf
 version~cannot load the plug-in: $TEST_PLUGIN has interface version 3, this host requires version 2
 topology~cannot read the topology: The adapter rejected the command (20003)
 damaged~cannot read $BATS_FILE_TMPDIR/damaged/Corvane.ini: not an ini file
@@ -196,9 +196,9 @@ late0~check: timed out after 0 ms
 stopped~interrupted
 nooption~unknown option --frobnicate
 words~check has too many arguments
-badform~-o: invalid value 'xml'
-span~--timeout: invalid duration 'soon'
-longspan~--timeout: invalid duration '10001d'
+badformat~-o: invalid value 'xml'
+badduration~--timeout: invalid duration 'soon'
+longduration~--timeout: invalid duration '10001d'
 END
   ended novalue 3
   out novalue | grep -q "^CORVANE UNKNOWN - --timeout"
@@ -207,11 +207,11 @@ END
 }
 
 @test "--timeout accepts the longest duration" {
-  ended patient 1
-  line patient "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
+  ended longest 1
+  line longest "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
 }
 
-@test "check prints nothing on standard error" {
+@test "check prints to standard error only with --verbose" {
   direct_only "tests a plug-in in the same process"
   local name
   for name in well warning empty bus closed noobject noplugin late crash exit nooption stopped; do
@@ -229,7 +229,7 @@ corvane-host: check: the program crashed (Aborted)" "$(err crashloud)"
   same "CORVANE UNKNOWN - check: timed out after 1000 ms" "${lines[0]}"
 }
 
-@test "check does not release resources that a hanging read uses" {
+@test "check does not stop the plug-in or run exit handlers while a read hangs" {
   direct_only "uses the test plug-in"
   ended stuck 3
   line stuck "CORVANE UNKNOWN - check: timed out after 1000 ms"
@@ -267,7 +267,7 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
   silent other out
 }
 
-@test "check -o json contains the state, the exit code and the readings" {
+@test "check -o json contains the state, the exit code and the performance data" {
   valid json emptyjson
   same '[1, "WARNING", "a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 \u00b0C", ["OK", "OK", "WARNING", "OK"]]' \
     "$(json json '[d["exit_code"], d["result"]["state"], d["result"]["summary"], [o["state"] for o in d["result"]["objects"]]]')"

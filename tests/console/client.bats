@@ -182,7 +182,7 @@ END
   served set plugin poll_interval=2
 }
 
-@test "the locate LED stays on after the command" {
+@test "the locate LED stays on after locate on exits" {
   keep on served locate a0 on
   ended on 0
   same "a0 locate LED: off -> on" "$(out on)"
@@ -248,11 +248,21 @@ for line in sys.stdin:
 }
 
 @test "wait returns when the card changes" {
-  keep wait served wait a0 'status!=OK' --timeout 60s
-  ended wait 0
+  local bit pid rc=0
+  cardsim raise card0 CORRECTABLE_PCI_ERRORS
+  keep raised served wait a0 'status!=OK'
+  ended raised 0
+  served wait a0 status=OK -v >"$BATS_FILE_TMPDIR/wait.out" 2>"$BATS_FILE_TMPDIR/wait.err" 3>&- &
+  pid=$!
+  eventually grep -q "using the service" "$BATS_FILE_TMPDIR/wait.err"
+  # Earlier tests may have raised these bits.
+  for bit in CORRECTABLE_PCI_ERRORS TEMPERATURE_ABOVE_WARN; do cardsim clear card0 "$bit"; done
+  wait "$pid" || rc=$?
+  same 0 "$rc"
+  grep -qE '^a0 status=OK: OK after [0-9.]+ s$' "$BATS_FILE_TMPDIR/wait.out"
 }
 
-@test "a service that exits during a command is reported" {
+@test "a service that is killed during a command is reported" {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/ending.db"
   local socket="$BATS_FILE_TMPDIR/ending.sock" pid rc=0
   start_service ending "$socket"

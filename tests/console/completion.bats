@@ -136,13 +136,13 @@ offers() {
   same "--output=json --output=jsonl" "$(tab fish "corvane-host list --output=js" | xargs)"
 }
 
-@test "offers no candidates if nothing matches" {
+@test "offers no candidates where none are known" {
   offers "frob "
   offers "list "
   offers "--trace "
 }
 
-@test "completion writes no row, trace or event" {
+@test "completion creates neither a database nor a trace file" {
   local database="$BATS_TEST_TMPDIR/host.db"
   CORVANE_DATABASE="$database" tab bash \
     "corvane-host --simulate --trace all --trace-file $BATS_TEST_TMPDIR/trace show a" >/dev/null

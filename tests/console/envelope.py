@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Runs every command of corvane-host in every failure situation and checks its output.
+"""Runs every command of corvane-host in several situations, most of them failures, and checks its
+output.
 
 envelope.py schema    the schema covers each command, and each command with JSON output
 envelope.py json      in each situation, each JSON format matches the schema and the exit code
@@ -42,7 +43,7 @@ OVERRIDES = {
 }
 ARGUMENTS = {}  # by command, set by commands()
 
-# By command, replacements for the objects that stand for OBJ and DRIVE.
+# By command, replacements for the objects that are used for OBJ and DRIVE.
 OBJECTS = {"set": {"a0": "plugin"}}
 
 # Commands that do not load a plug-in.
@@ -144,6 +145,7 @@ def commands():
 
 
 def expectation(situation, command):
+    """Returns the expected exit code, and the expected id of the last message or None."""
     _, _, _, *expected = SITUATIONS[situation]
     names_object = "OBJ" in ARGUMENTS[command] or "DRIVE" in ARGUMENTS[command]
     if command in WITHOUT_PLUGIN and situation != "usage":
@@ -211,15 +213,16 @@ def schema_failure(formats):
     return None
 
 
-def escape(command, format_name, variables):
+def escape_failure(command, format_name, variables):
+    """Runs a command on hostile cards and returns why it fails, or None."""
     words = [*arguments_of(command), *(["-o", format_name] if format_name else [])]
     done = run("escape", words, **variables)
     if done.returncode not in (0, 1) and command not in NEED_RECORDED_CARD:
         return f"exit code {done.returncode}: {done.stderr.decode()}"
     if b"\x1b" in done.stdout + done.stderr:
         return "an escape byte"
-    silent = WITHOUT_PLUGIN | NEED_RECORDED_CARD | {"set", "events", "serve"}
-    if command not in silent and not done.stdout:
+    may_be_silent = WITHOUT_PLUGIN | NEED_RECORDED_CARD | {"set", "events", "serve"}
+    if command not in may_be_silent and not done.stdout:
         return "nothing was written"
     return None
 
@@ -247,9 +250,9 @@ def escape_cases(formats):
     terminal = {"TERM": "xterm-256color"}
     for command, command_formats in formats.items():
         for format_name in command_formats:
-            yield f"{command} -o {format_name}", escape, (command, format_name, terminal)
+            yield f"{command} -o {format_name}", escape_failure, (command, format_name, terminal)
         for variables in ({**terminal, "NO_COLOR": "1"}, {"TERM": "dumb"}):
-            yield f"{variables} {command}", escape, (command, None, variables)
+            yield f"{variables} {command}", escape_failure, (command, None, variables)
 
 
 def main(what):

@@ -34,7 +34,7 @@ json.dump(state, open(target, "w", encoding="utf-8"))
 END
 }
 
-@test "hostile characters of cards, files and arguments are escaped" {
+@test "hostile characters of cards, file names, arguments and variables are escaped" {
   direct_only "combines options that load the plug-in"
   hostile "$BATS_TEST_TMPDIR/cards.json"
   /usr/bin/python3 "$CORVANE_SOURCE/tests/console/escapes.py"

@@ -46,7 +46,8 @@ OVERRIDES = {
     "explain": "HOSTILE",
 }
 
-# Additional options by situation.
+# Additional options by situation. PLACE is the directory of the run. OBJ=HOSTILE and DAMAGED are
+# not options: the former replaces the name of the adapter, the latter damages the configuration.
 SITUATIONS = {
     "cards": [],
     "traced": ["--trace", "all"],
@@ -112,7 +113,7 @@ MORE = [
     ["list", "--color", "HOSTILE"],
 ]
 
-# Values of each variable in the table of the README: hostile ones, and one that cannot be used.
+# Values of each variable in the table of the README: hostile ones, and ones that cannot be used.
 ENVIRONMENT = {
     "CORVANE_CONFIG_DIR": ["PLACE/HOSTILE", "PLACE/cards.json/config"],
     "CORVANE_DATABASE": ["PLACE/HOSTILE/db", "PLACE/cards.json/db"],
@@ -145,6 +146,7 @@ def prepare():
 
 
 def run(words, situation, variable=None, value=None):
+    """Runs the program in a new directory, and returns the directory and the completed process."""
     directory = prepare()
     options = list(SITUATIONS.get(situation, []))
     adapter = HOSTILE if "OBJ=HOSTILE" in options else "a0"
@@ -176,6 +178,7 @@ def run(words, situation, variable=None, value=None):
 
 
 def failure(*case):
+    """Runs one case and returns why it fails, or None."""
     words = case[0]
     directory, done = run(*case)
     written = {"standard output": done.stdout, "standard error": done.stderr}
@@ -205,6 +208,7 @@ def failure(*case):
 
 
 def cases():
+    """Yields the arguments of `run` for each case."""
     help_json = subprocess.run(
         [f"{BUILD}/bin/corvane-host", "help", "-o", "json"], capture_output=True, check=True
     ).stdout

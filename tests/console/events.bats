@@ -63,7 +63,7 @@ REMOVED="Adapter (unnamed) was removed or is not responding."
     "$(json json '[d["result"]["events"][0][k] for k in ("event_id", "severity", "object")]')"
 }
 
-@test "events accepts the logged id of a removed object" {
+@test "events accepts the logged id of a removed object and rejects an unknown one" {
   ended gone 0
   same "2026-11-21T05:31:02+00:00	information	11094	CTRL_PNPREMOVE	0x0000000000000099	$REMOVED" \
     "$(out gone)"

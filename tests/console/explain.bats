@@ -83,7 +83,7 @@ setup_file() {
   run -3 corvane-host explain 12345
 }
 
-@test "explain accepts every column of list and tree and every property of an object" {
+@test "explain accepts every property of an adapter, a drive and the plug-in" {
   local name
   make_cards
   for name in $(corvane-host --simulate get a0 -o tsv -H | cut -f1) \

@@ -31,7 +31,7 @@ OVERRIDES = {
     "wait": "a0 attached",
 }
 
-PRINTS_NOTHING = {"serve"}
+PRINTS_NOTHING = {"serve"}  # to standard output
 # Commands that need a card that a service has recorded; state.bats runs one of them.
 NEED_RECORDED_CARD = {"history", "ack", "forget"}
 
@@ -42,6 +42,7 @@ counter = itertools.count()
 
 
 def run(words):
+    """Runs one command line. Returns how its exit code or message is wrong, or None."""
     # Separate files for each run, because some commands change the cards or the configuration.
     directory = DIRECTORY / str(next(counter))
     (directory / "config").mkdir(parents=True)

@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Plug-ins that hang, and slow cards.
+# Timeouts and signals while the plug-in hangs or a card is slow.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -73,7 +73,7 @@ stuck() {
   said waiting "corvane-host: note: a0 was present"
 }
 
-@test "Ctrl-C stops a command whose read hangs and restores the terminal" {
+@test "Ctrl-C stops status and watch while a read hangs, and restores the terminal" {
   direct_only "uses the test plug-in"
   ended keyed 0 || { err keyed; false; }
   ended view 0 || { err view; false; }

@@ -109,7 +109,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
     'd["result"]["commands"][0]["options"][0].update(name="timeout")'
 }
 
-@test "every choice that an option offers is accepted" {
+@test "every choice of --color and --capacity is accepted" {
   local choice
   for choice in auto always never; do corvane-host version --color "$choice"; done
   # The capacity is checked before the cards are read.

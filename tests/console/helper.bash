@@ -1,5 +1,6 @@
-# Helpers for all suites: two simulated cards, and runs of the program whose output and exit code
-# are kept in files, because each run takes more than a second.
+# Helpers for all suites: two simulated cards, and runs of the program. Each run takes more than a
+# second, so `setup_file` starts the runs in parallel and keeps their output and exit codes in
+# files, which the tests check.
 
 PATH="$CORVANE_BUILD/bin:$PATH"
 SCHEMA="$CORVANE_SOURCE/docs/corvane-host.schema.json"
@@ -36,7 +37,8 @@ make_machine() {
   mkdir -p "$TMPDIR" "$CORVANE_CONFIG_DIR" "$CORVANE_SYSFS/bus/pci/devices"
 }
 
-# keep NAME COMMAND...: runs the command and keeps NAME.out, NAME.err and NAME.rc.
+# keep NAME COMMAND...: runs the command and keeps its standard output, standard error and exit code
+# as NAME.out, NAME.err and NAME.rc.
 keep() {
   local name="$BATS_FILE_TMPDIR/$1" rc=0
   shift
@@ -52,12 +54,14 @@ test_plugin() { CONSOLE_TEST_PLUGIN="$1" corvane-host --plugin "$TEST_PLUGIN" "$
 # cards_option FILE: prints the option for the simulated cards in FILE.
 cards_option() { echo "--simulate=$1"; }
 
-# if_direct COMMAND...: runs the command, or does nothing if the commands use a service.
+# if_direct COMMAND...: runs the command, or does nothing and succeeds if the commands use a
+# service.
 if_direct() { [ -n "${CORVANE_TEST_SERVICE:-}" ] || "$@"; }
 
 # direct_only REASON: skips the test if the commands use a service.
 direct_only() { [ -z "${CORVANE_TEST_SERVICE:-}" ] || skip "$1"; }
 
+# out NAME, err NAME, rc NAME: print the standard output, standard error or exit code of the run.
 out() { cat "$BATS_FILE_TMPDIR/$1.out"; }
 err() { cat "$BATS_FILE_TMPDIR/$1.err"; }
 rc() { cat "$BATS_FILE_TMPDIR/$1.rc"; }
@@ -65,10 +69,10 @@ rc() { cat "$BATS_FILE_TMPDIR/$1.rc"; }
 # same EXPECTED ACTUAL: fails and shows the difference if they differ.
 same() { diff <(printf '%s\n' "$1") <(printf '%s\n' "$2"); }
 
-# ended NAME CODE: expects this exit code of the run.
+# ended NAME CODE: expects the run to have exited with this code.
 ended() { same "$2" "$(rc "$1")"; }
 
-# said NAME LINE: expects the line on standard error of the run.
+# said NAME LINE: expects the run to have written the line to standard error.
 said() { grep -qxF -- "$2" "$BATS_FILE_TMPDIR/$1.err" || { err "$1"; false; }; }
 
 # silent NAME STREAM: expects that the run wrote nothing to the stream, `out` or `err`.
@@ -87,7 +91,7 @@ free_port() {
   python3 -c 'import socket; s = socket.create_server(("127.0.0.1", 0)); print(s.getsockname()[1])'
 }
 
-# eventually COMMAND...: repeats the command until it succeeds.
+# eventually COMMAND...: repeats the command until it succeeds. ctest limits the duration.
 eventually() { until "$@"; do sleep 0.05; done; }
 
 # is_ready SOCKET: succeeds if the service at the socket has a running plug-in.
@@ -193,8 +197,8 @@ copy() {
   echo "$file"
 }
 
-# own NAME ARGUMENTS...: runs the program with a separate copy of the cards, so runs can be
-# parallel.
+# own NAME ARGUMENTS...: runs the program with a separate copy of the cards, NAME.json, so that runs
+# can be parallel.
 own() { corvane-host --simulate="$(copy "$1")" "${@:2}"; }
 
 # card NAME ATTRIBUTE: prints an attribute of card0 in NAME.json.

@@ -116,6 +116,7 @@ yes" "$(out get)"
   same "DriveA (0)
 AVAILABLE
 1099511627776" "$(out all | head -3)"
+  same "$(host get a0/d0 -o tsv -H | cut -f 2)" "$(out all)"
 }
 
 @test "events prints only a note for an empty log" {
@@ -163,7 +164,7 @@ other_symbols 0" "$(out about | sed 's/  */ /g')"
   done
 }
 
-@test "help lists every command, and help COMMAND shows one" {
+@test "help lists commands, and help COMMAND prints the same as COMMAND --help" {
   for command in list tree show get set events explain plugin help version; do
     corvane-host help | grep -q "^  $command "
     corvane-host help "$command" | grep -q "^Usage: corvane-host $command"

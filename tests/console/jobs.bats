@@ -74,8 +74,8 @@ result() {
 }
 
 @test "a job fails if the card rejects the command" {
-  run_job attach /v1/cards/S100/drives/0/format '{"confirm": "S100", "capacity": "80"}'
-  result attach FAILED '[d["result"]["status"], d["result"]["id"]]' '[500, "ERR_COMMAND_ERROR"]'
+  run_job rejected /v1/cards/S100/drives/0/format '{"confirm": "S100", "capacity": "80"}'
+  result rejected FAILED '[d["result"]["status"], d["result"]["id"]]' '[500, "ERR_COMMAND_ERROR"]'
 }
 
 # Each row has the path, the body, the expected status and the problem id.
@@ -163,7 +163,7 @@ post_with_key() {
   same '["S100", "S200"]' "$(json jobs '[j["serial_number"] for j in d["jobs"]][:2]')"
 }
 
-@test "PATCH /v1/plugin changes the poll interval" {
+@test "PATCH /v1/plugin changes the poll interval and rejects invalid bodies" {
   ask change PATCH /v1/plugin '{"poll_interval": 21}'
   responded change 200
   same '[15, 21]' "$(json change '[d["result"]["before"], d["result"]["after"]]')"
@@ -176,11 +176,15 @@ post_with_key() {
   problem text 400 BODY_INVALID
 }
 
-@test "fresh=1 reads the cards before the response" {
-  cardsim set card0 board_name BoardZ
+@test "fresh=1 waits for a new snapshot, or fails while the plug-in process is down" {
+  local now
   ask query GET "/v1/cards?fresh=0"
   problem query 400 QUERY_INVALID
+  # Times have a resolution of one second, and the present snapshot must be older.
+  sleep 1.1
+  now=$(date -u +%Y-%m-%dT%H:%M:%S+00:00)
   document fresh "/v1/cards?fresh=1"
+  same true "$(json fresh "d['observed_at'] >= '$now'")"
   kill -KILL "$(plugin_process)"
   is_down() { ask ready GET /readyz && [ "$(rc ready)" = 503 ]; }
   eventually is_down

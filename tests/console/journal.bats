@@ -58,7 +58,7 @@ END
   ask() { curl -s --max-time 60 --unix-socket "$BATS_TEST_TMPDIR/s" "$@"; }
   eventually is_ready "$BATS_TEST_TMPDIR/s"
   cardsim raise card0 TEMPERATURE_ABOVE_WARN
-  entry() { # EXPRESSION: whether an entry `d` satisfies it
+  entry() { # EXPRESSION: succeeds if it is true for an entry `d`
     python3 - "$BATS_TEST_TMPDIR/entries" "$1" <<'END'
 import json, sys
 sys.exit(not any(eval(sys.argv[2]) for d in map(json.loads, open(sys.argv[1]))))
@@ -66,7 +66,6 @@ END
   }
   eventually entry 'd.get("CORVANE_EVENT") == "CTRL_TEMPERATURE_ABOVE_WARN"'
   entry 'd.get("CORVANE_SERIAL_NUMBER") == "S100" and d["PRIORITY"] == "4" and len(d["MESSAGE_ID"]) == 32 and d["SYSLOG_IDENTIFIER"] == "corvane-host"'
-  local plugin record
   ask -X POST -H 'Content-Type: application/json' -d '{"command": "GET_TOPOLOGY"}' http://service/v1/session >"$BATS_TEST_TMPDIR/topology"
   python3 - "$BATS_TEST_TMPDIR" <<'END'
 import json, sys

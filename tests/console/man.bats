@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The manual pages match the programs, and an installed copy works.
+# The manual pages match the programs, and installed programs work.
 
 bats_require_minimum_version 1.5.0
 load helper

@@ -10,11 +10,11 @@ setup_file() {
   make_cards
   use_short_intervals
   export TERM=xterm-256color
-  local json
+  local name
   # Cards are detached for formats, because an attached card rejects them.
   cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/attached.before"
-  for json in yes no enter eof halt edit narrow dumb piped offline forced op; do
-    cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$json.json"
+  for name in yes no enter eof halt edit narrow dumb piped offline forced op; do
+    cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"
   done
   cardsim set card0 iom_state 0
   cardsim set card0 iom_format_max_size_bytes 1099511627776
@@ -86,7 +86,7 @@ mounted() {
     format a0/d0 --capacity 50
 }
 
-# played NAME...: expects that all steps succeeded.
+# played NAME...: expects that all steps of these runs succeeded.
 played() {
   local name
   for name; do
@@ -100,13 +100,13 @@ still_attached() {
   for name; do cmp "$BATS_FILE_TMPDIR/attached.before" "$BATS_FILE_TMPDIR/$name.json"; done
 }
 
-@test "y confirms" {
+@test "y confirms a detach" {
   played yes dumb
   same 0 "$(card yes iom_state)"
   same 0 "$(card dumb iom_state)"
 }
 
-@test "n, an empty line and end of input cancel" {
+@test "n, an empty line and end of input cancel a detach" {
   played no enter eof
   still_attached no enter eof
 }
@@ -156,14 +156,14 @@ still_attached() {
   run ! grep -q "Enter cancels" "$BATS_FILE_TMPDIR/dry.out"
 }
 
-@test "format is refused without a terminal or with --no-input" {
+@test "format without a terminal, and format and attach with --no-input, are refused" {
   ended script 4
   said script "  Nothing was changed."
   played noinput noquestion
   untouched script noinput noquestion
 }
 
-@test "a drive in use is refused without a prompt" {
+@test "format refuses a drive in use without a prompt" {
   played mounted
   untouched mounted
 }

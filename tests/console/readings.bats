@@ -64,7 +64,7 @@ age() { sed -n "s/^corvane_adapter_reading_age_seconds{adapter=\"$1\"} //p" "$BA
   same "$observed" "$(json tagged 'd["observed_at"]')"
 }
 
-@test "only the reading of a card that does not respond becomes stale" {
+@test "only the reading of a removed card becomes stale" {
   document before "/v1/cards?fresh=1"
   local read
   read=$(last_read_at before S200)

@@ -41,7 +41,8 @@ kill_both() {
   wait "$pid" || true
 }
 
-# follow ARGUMENTS...: starts a command in the background and waits until it uses the service.
+# follow ARGUMENTS...: starts a command in the background and waits until it is connected to the
+# service.
 follow() {
   corvane-host --socket "$SOCKET" "$@" -v >"$BATS_TEST_TMPDIR/follow.out" 2>"$BATS_TEST_TMPDIR/follow.err" 3>&- &
   echo $! >"$BATS_TEST_TMPDIR/follow.pid"

@@ -69,7 +69,7 @@ teardown_file() {
   tail -n 1 "$BATS_FILE_TMPDIR/metrics.out" | grep -qx "# EOF"
 }
 
-@test "an unchanged snapshot is not sent again" {
+@test "a request with the entity tag of an unchanged snapshot gets 304" {
   local tag
   tag=$(curl -s --unix-socket "$SOCKET" -D - -o /dev/null http://service/v1/cards |
     sed -n 's/^ETag: \(.*\)\r$/\1/ip')
@@ -84,7 +84,7 @@ teardown_file() {
   eventually unchanged
 }
 
-@test "a session reads the snapshot" {
+@test "a session returns the objects of the snapshot" {
   ask session GET /v1/session
   responded session 200
   same '[true, true]' "$(json session '[d["up"], d["has_cards"]]')"
@@ -180,17 +180,17 @@ teardown_file() {
 }
 
 @test "a signal stops the service cleanly" {
-  local socket="$BATS_FILE_TMPDIR/other/s" pid rc=0 worker
+  local socket="$BATS_FILE_TMPDIR/other/s" pid rc=0 process
   CORVANE_DATABASE=:memory: corvane-host serve --simulate --socket "$socket" 2>"$BATS_FILE_TMPDIR/other.err" 3>&- &
   pid=$!
   ready() { USED_SOCKET="$socket" answers_ready; }
   eventually ready
-  worker=$(pgrep -P "$pid" -f plugin-process)
+  process=$(pgrep -P "$pid" -f plugin-process)
   kill -TERM "$pid"
   wait "$pid" || rc=$?
   same 0 "$rc"
   [ ! -e "$socket" ]
-  [ ! -e "/proc/$worker" ]
+  [ ! -e "/proc/$process" ]
   same "corvane-host: note: serving at $socket" "$(cat "$BATS_FILE_TMPDIR/other.err")"
 }
 

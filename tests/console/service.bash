@@ -1,5 +1,5 @@
-# Helpers for the suites that test the service. The service uses the simulated cards of the suite,
-# and curl sends the requests.
+# Helpers for the suites that test the service with the simulated cards of helper.bash. curl sends
+# the requests.
 
 # start_service [OPTION...]: starts the service at $SOCKET and waits until it is ready.
 start_service() {

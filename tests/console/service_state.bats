@@ -67,6 +67,7 @@ teardown_file() {
   silent api err
 }
 
+# In the previous test, conformance.py has forgotten the card.
 @test "a forgotten card is not among the known cards" {
   ask forgotten GET /v1/known-cards
   same '["S100", "S200"]' "$(json forgotten '[c["serial_number"] for c in d["cards"]]')"

@@ -135,8 +135,8 @@ a1/d0" "$(out list)"
   without_threads wait wait a0 gone
   without_threads watch watch
   without_threads follow events -f
-  without_threads span events --for 1s
-  for name in wait watch follow span; do
+  without_threads timed events --for 1s
+  for name in wait watch follow timed; do
     ended "$name" 1
     silent "$name" out
     said "$name" "corvane-host: cannot wait: the plug-in could not start the thread that polls the cards; no events will arrive"

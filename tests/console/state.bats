@@ -32,8 +32,8 @@ teardown_file() {
   stop_service
 }
 
-# Adds three hours of history, one hour apart except for a gap, and copies the database. Cards have
-# the positions 0 (S100), 1 (S200) and 2 (GONE).
+# Adds hourly history of S100, with a gap of one hour, and of GONE, and copies the database. Cards
+# have the positions 0 (S100), 1 (S200) and 2 (GONE).
 add_history() {
   python3 - "$CORVANE_DATABASE" "$BATS_FILE_TMPDIR/direct.db" <<'END'
 import calendar, sqlite3, sys
@@ -52,13 +52,14 @@ database.backup(sqlite3.connect(sys.argv[2]))
 END
 }
 
-# both NAME ARGUMENTS...: runs a command through the service as NAME, and without it as NAME.direct.
+# both NAME ARGUMENTS...: runs a command through the service and keeps its output as NAME, then
+# without the service on the copied database as NAME.direct.
 both() {
   keep "$1" corvane-host --socket "$SOCKET" "${@:2}"
   CORVANE_DATABASE="$BATS_FILE_TMPDIR/direct.db" keep "$1.direct" corvane-host --simulate "${@:2}"
 }
 
-# Expect the same of both runs.
+# Like `ended`, `said`, `same` and `json`, for both runs.
 both_ended() { ended "$1" "$2" && ended "$1.direct" "$2"; }
 both_said() { said "$1" "$2" && said "$1.direct" "$2"; }
 both_printed() { same "$2" "$(out "$1")" && same "$2" "$(out "$1.direct")"; }
@@ -144,7 +145,7 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   both_said badstep "corvane-host: --step: invalid duration 'x'"
 }
 
-@test "ack and unack change an acknowledgment once" {
+@test "ack and unack change an acknowledgment, and change nothing if repeated" {
   both first ack a1 TEMPERATURE_ABOVE_WARN --note "fan ordered"
   both_ended first 0
   both_printed first "a1 TEMPERATURE_ABOVE_WARN: acknowledged by $(id -un): fan ordered"
@@ -242,7 +243,7 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   same '"DATABASE_FAILED"' "$(json broken 'd["messages"][-1]["id"]')"
 }
 
-@test "output to a full device is an error" {
+@test "history fails if its output cannot be written" {
   local rc=0
   corvane-host --socket "$SOCKET" history S100 temperature_celsius "${DAY[@]}" >/dev/full || rc=$?
   same 1 "$rc"

@@ -1,5 +1,6 @@
 #!/usr/bin/env bats
-# The status command, which shows problems with causes and actions, and the wait command.
+# The status command, which shows problems with causes and actions; the wait command; and events
+# that are followed while a card changes.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -34,10 +35,11 @@ setup_file() {
   keep late host wait S100 'temperature_celsius<40' --timeout 1s &
   keep latejson host wait a0 failed --timeout 0s -o json &
   keep reason host wait a1 status_reasons=attached -o value &
-  keep lacking host wait a1 'temperature_celsius<400' --timeout 0s &
-  keep other host wait a1 'temperature_celsius!=70' --timeout 0s &
+  keep less host wait a1 'temperature_celsius<400' --timeout 0s &
+  keep unequal host wait a1 'temperature_celsius!=70' --timeout 0s &
   keep absent host wait a7 ok &
   keep gone host wait a7 gone &
+  keep awaited host wait a7 present --timeout 0s &
   keep present host wait pci:0000:5e:00.0 present -o json &
   keep word host wait a0 atached &
   keep wornout host wait a0 'reserve_space_ratio<5%' --timeout 0s &
@@ -146,7 +148,7 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   silent none out
 }
 
-@test "wait returns immediately if the condition is already true" {
+@test "wait succeeds without a change if the condition is already true" {
   ended already 0
   silent already err
   out already | grep -qxE 'a1 warning: WARNING after [0-9.]+ s'
@@ -176,9 +178,9 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 }
 
 @test "a comparison with an unknown number is never true" {
-  ended lacking 7
-  ended other 7
-  said lacking "corvane-host: wait a1 temperature_celsius<400: timed out after 0.0 s, last value -"
+  ended less 7
+  ended unequal 7
+  said less "corvane-host: wait a1 temperature_celsius<400: timed out after 0.0 s, last value -"
 }
 
 @test "wait rejects an unknown object, except for gone and present" {
@@ -186,6 +188,8 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   said absent "corvane-host: a7: no such object"
   ended gone 0
   out gone | grep -qxE 'a7 gone: gone after [0-9.]+ s'
+  ended awaited 7
+  said awaited "corvane-host: wait a7 present: timed out after 0.0 s, last value gone"
   ended present 0
   valid present
   same '["a1", "present", "present"]' \

@@ -63,7 +63,7 @@ with_hung_library() {
   check_every_command no-worker
 }
 
-@test "every command rejects an invalid --timeout before it loads the plug-in" {
+@test "commands reject an invalid --timeout before they load the plug-in" {
   local command
   for command in list tree status events watch metrics rows plugin check; do
     CONSOLE_TEST_PLUGIN=hang run timeout 100 corvane-host --plugin "$TEST_PLUGIN" "$command" --timeout soon

@@ -28,8 +28,8 @@ HOST = f"{os.environ['CORVANE_BUILD']}/bin/corvane-host"
 PLUGIN = os.environ["TEST_PLUGIN"]
 
 # Enough for a slow machine, and much less than the ten minutes for which the plug-in hangs.
-TIMEOUT_SECONDS = 200
-DEFAULT_LIMIT = 30
+TIMEOUT_SECONDS = 200  # of each run
+DEFAULT_TIMEOUT = 30  # of the program, in seconds
 
 # Arguments of commands for which the synopsis alone is not sufficient.
 OVERRIDES = {
@@ -46,11 +46,13 @@ OVERRIDES = {
 # Commands that do not load a plug-in, and serve, which keeps running if its plug-in hangs.
 WITHOUT_PLUGIN = {"explain", "completion", "help", "serve", "version"}
 
-START = ["hang in createIf", "hang", "hang in SetAdapterIDs"]
-NO_OBJECTS = {"plugin", "rows"}
+# Cases of the test plug-in that hang during startup; "hang" is in Initialize.
+STARTUP_HANGS = ["hang in createIf", "hang", "hang in SetAdapterIDs"]
+# Commands that do not read the objects, so they never reach "hang1", the first GetTopology.
+READ_NO_OBJECTS = {"plugin", "rows"}
 
-# Commands that hang after a successful start: the arguments, and the test plug-in's case.
-LATER = [
+# More command lines that must time out, and the test plug-in's case: mostly hangs after startup.
+MORE_TIMEOUTS = [
     ("events --for 1s", "hang2"),
     ("watch --for 1s", "hang2"),
     ("events -f --timeout 1s", "hang in GetEvents"),
@@ -68,7 +70,7 @@ WAITING = ["events --for 1s", "watch --for 1s", "events -f"]
 # Commands that cannot work without the plug-in's polling.
 NEED_WORKER = {"wait", "watch"}
 
-TIMED_OUT, UNKNOWN, STOPPED, FAILED = 7, 3, 130, 1
+TIMED_OUT, UNKNOWN, STOPPED, FAILED = 7, 3, 130, 1  # exit codes
 NO_RESPONSE = "the plug-in is not responding"
 NO_WORKER = "the plug-in could not start the thread that polls the cards; no events will arrive"
 
@@ -90,6 +92,7 @@ def start(words, case):
 
 
 def finish(process, words, expected, texts):
+    """Waits for the process. Returns how its exit code or output is wrong, or None."""
     try:
         out, err = process.communicate(timeout=TIMEOUT_SECONDS)
     except subprocess.TimeoutExpired:
@@ -131,10 +134,10 @@ def hung_library(words):
     process = run(words, {})
     expected, texts = TIMED_OUT, [NO_RESPONSE]
     if words[0] == "check":
-        expected, texts = UNKNOWN, [f"timed out after {DEFAULT_LIMIT}000 ms"]
+        expected, texts = UNKNOWN, [f"timed out after {DEFAULT_TIMEOUT}000 ms"]
     problem = finish(process, words, expected, texts)
-    if not problem and time.monotonic() - begin < DEFAULT_LIMIT:
-        return f"exited before {DEFAULT_LIMIT} s"
+    if not problem and time.monotonic() - begin < DEFAULT_TIMEOUT:
+        return f"exited before {DEFAULT_TIMEOUT} s"
     return problem
 
 
@@ -174,7 +177,7 @@ def command_lines():
 
 def cases(more):
     for words in command_lines():
-        for case in START + ([] if words[0] in NO_OBJECTS else ["hang1"]):
+        for case in STARTUP_HANGS + ([] if words[0] in READ_NO_OBJECTS else ["hang1"]):
             yield [*words, *more], case
 
 
@@ -182,7 +185,7 @@ def work_of(what):
     """Returns the function to call for each row, and the rows."""
     if what == "timeout":
         rows = list(cases(["--timeout", "1s"]))
-        rows += [(words.split(), case) for words, case in LATER]
+        rows += [(words.split(), case) for words, case in MORE_TIMEOUTS]
         rows.append((["complete", "--", "--plugin", PLUGIN, "show", ""], "hang1"))
         return timeout, rows
     if what == "signal":

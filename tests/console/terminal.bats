@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# Differences between a terminal and a pipe.
+# Colors on a terminal and in a pipe, and output on a narrow terminal.
 
 bats_require_minimum_version 1.5.0
 load helper

@@ -47,7 +47,7 @@ with_config() {
   CORVANE_CONFIG_DIR="$BATS_TEST_TMPDIR/config" keep config "${@:2}"
 }
 
-@test "a machine without cards produces an empty result and a note" {
+@test "list and tree print a note on a machine without cards" {
   local name
   for name in empty bus; do
     ended "$name" 0
@@ -154,7 +154,7 @@ with_config() {
     "$BATS_FILE_TMPDIR/serials.err"
 }
 
-@test "too few or too many arguments are a usage error" {
+@test "invalid arguments and options are usage errors" {
   local words
   for words in "" "show" "show a0 a1" "list a0" "set plugin" "tree --follow" "tree --for 5" \
     "events --for soon" "events --for -1s" "events -f -o json" "list --color pink" "-o"; do
@@ -194,7 +194,7 @@ a1/d0" "$(out tracefile)"
   [[ "$output" == *"libhostkit.so is not a storage plug-in: no symbol createIf"* ]]
 }
 
-@test "a plug-in with another interface version is incompatible" {
+@test "a plug-in with another interface version or a failing createIf is not used" {
   ended version 5
   grep -q "has interface version 3, this host requires version 2$" "$BATS_FILE_TMPDIR/version.err"
   ended memory 5

@@ -29,7 +29,8 @@ copy_plugin() {
   plugin="$BATS_TEST_TMPDIR/lib/libCorvane.so"
 }
 
-# loads NAME [FILE], refuses NAME REASON [FILE]: expects the program to load or refuse the plug-in.
+# loads NAME [FILE], refuses NAME REASON [FILE]: runs list as NAME and expects it to load or refuse
+# the plug-in FILE (default: the copied one).
 loads() {
   keep "$1" corvane-host --plugin "${2:-$plugin}" list -o value
   ended "$1" 0
@@ -187,12 +188,12 @@ library() {
   chmod 755 "$lib" "$lib/front" "$lib/real"
   chmod 777 "$evil"
 
-  library "$lib/sign.so" -L"$lib" -lf -Wl,-rpath,"$evil/\$LIB"
-  refuses sign "$lib/sign.so has an unsupported variable in $evil/\$LIB" "$lib/sign.so"
+  library "$lib/variable.so" -L"$lib" -lf -Wl,-rpath,"$evil/\$LIB"
+  refuses variable "$lib/variable.so has an unsupported variable in $evil/\$LIB" "$lib/variable.so"
   local path
   for path in "\$LIB/\$ORIGIN" "\$ORIGINAL" "\${ORIGIN"; do
-    library "$lib/sign.so" -L"$lib" -lf -Wl,-rpath,"$path"
-    refuses sign "$lib/sign.so has an unsupported variable in $path" "$lib/sign.so"
+    library "$lib/variable.so" -L"$lib" -lf -Wl,-rpath,"$path"
+    refuses variable "$lib/variable.so has an unsupported variable in $path" "$lib/variable.so"
   done
   library "$lib/path.so" -L"$evil" -lg
   refuses path "$evil can be written by other users" "$lib/path.so"

@@ -99,7 +99,7 @@ one_block() {
 CTRL_CORRECTABLE_PCI_ERRORS	a0" "$(out past)"
 }
 
-@test "the screen stays intact if the database is removed" {
+@test "a removed database is reported only after the screen is closed" {
   direct_only "the service reads the log (client.bats removes the database of a service)"
   ended broken 0 || { err broken; false; }
 }

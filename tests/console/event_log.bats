@@ -1,5 +1,5 @@
 #!/usr/bin/env bats
-# The event log across runs: events of earlier runs, their objects, and the start times of statuses.
+# The event log: events of earlier runs, their objects, and since when an object has its status.
 
 bats_require_minimum_version 1.5.0
 load helper
@@ -80,13 +80,14 @@ END
   cost host events --limit 20000 -o tsv -H >"$BATS_FILE_TMPDIR/newest20000.out"
 }
 
-# cost COMMAND...: records the CPU time of a command, in seconds with three decimals.
+# cost COMMAND...: runs the command and appends its user and system CPU time in seconds to `costs`.
 cost() {
   local TIMEFORMAT="%3U %3S"
   { time "$@" 2>&3; } 3>&2 2>>"$BATS_FILE_TMPDIR/costs"
 }
 
-# Entries of earlier days, chosen so that the test works at any time of day.
+# Prints the entries that each --since selects. Their times are chosen so that the test works at any
+# time of day.
 relative_days() {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/days.db"
   corvane-host --simulate events >/dev/null 2>&1
@@ -94,10 +95,10 @@ relative_days() {
     "$(date -u -d '2 days ago' +%F)T00:00:00 2 10980 5 X before S100 19038" \
     "$(date -u -d yesterday +%F)T00:00:00 2 10980 5 X yesterday S100 19038" \
     "$(date -u -d '90 minutes ago' +%FT%T) 2 10980 5 X recent S100 19038"
-  local span
-  for span in yesterday 2h 1h 2d 3d; do
-    host events --since "$span" -o tsv -H 2>/dev/null | cut -f 6 | tr '\n' ' '
-    echo "$span"
+  local since
+  for since in yesterday 2h 1h 2d 3d; do
+    host events --since "$since" -o tsv -H 2>/dev/null | cut -f 6 | tr '\n' ' '
+    echo "$since"
   done
 }
 
@@ -115,13 +116,13 @@ warn_across_runs() {
   one_event_after raise
   host events a0 -o tsv -H
   keep since host status a0 -o json
-  keep sincetext host status
+  keep since_text host status
   one_event_after clear
   cardsim raise card0 CORRECTABLE_PCI_ERRORS
   keep unseen host status -o json
   cardsim remove card0
   keep moved host events -o json
-  echo "$before $(date +%s)" >"$BATS_FILE_TMPDIR/warned.span"
+  echo "$before $(date +%s)" >"$BATS_FILE_TMPDIR/warned.times"
 }
 
 # Changes the card after the host has read its objects, and waits for the event. The plug-in reports
@@ -248,22 +249,22 @@ before yesterday recent 3d" "$(out relative)"
   same "Entry 19998.|Entry 19999.|Entry 20000.|" "$(texts newest3)"
 }
 
-@test "status shows the start of a status that an earlier run logged" {
+@test "status shows since when an object has its status, from an event of an earlier run" {
   direct_only "tests separate runs that load the plug-in"
-  read -r before after <"$BATS_FILE_TMPDIR/warned.span"
+  read -r before after <"$BATS_FILE_TMPDIR/warned.times"
   valid since
   local since
   since=$(date -d "$(json since 'd["result"]["objects"][0]["since"]' | tr -d '"')" +%s)
   [ "$since" -ge "$before" ] && [ "$since" -le "$after" ]
   same "$(out warned | grep PCI | cut -f 1 | head -1)" \
     "$(json since 'd["result"]["objects"][0]["since"]' | tr -d '"')"
-  grep -qE '^a0  WARNING since [0-9:]{5}, [0-9]+ s$' "$BATS_FILE_TMPDIR/sincetext.out"
-  grep -qE '^a1  WARNING$' "$BATS_FILE_TMPDIR/sincetext.out"
+  grep -qE '^a0  WARNING since [0-9:]{5}, [0-9]+ s$' "$BATS_FILE_TMPDIR/since_text.out"
+  grep -qE '^a1  WARNING$' "$BATS_FILE_TMPDIR/since_text.out"
   grep -qF '    see   corvane-host explain CORRECTABLE_PCI_ERRORS;  corvane-host events a0' \
-    "$BATS_FILE_TMPDIR/sincetext.out"
+    "$BATS_FILE_TMPDIR/since_text.out"
 }
 
-@test "status shows no start if no host was running when the status changed" {
+@test "status omits since if no host was running when the status changed" {
   direct_only "tests separate runs that load the plug-in"
   valid unseen
   same '[["a0", "WARNING", null], ["a0/d0", "AVAILABLE", null], ["a1", "WARNING", null], ["a1/d0", "AVAILABLE", null]]' \

@@ -86,7 +86,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   same "$(out ascii)" "$(out latin)"
 }
 
-@test "piped output is not colored by default" {
+@test "piped output is colored only with --color always" {
   local name
   for name in tsv value lines ascii list tree show; do
     run ! grep -q $'\x1b' "$BATS_FILE_TMPDIR/$name.out"
@@ -95,7 +95,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   grep -q $'\x1b\\[1;33mWARNING' "$BATS_FILE_TMPDIR/color.out"
 }
 
-@test "JSON of every command matches the schema" {
+@test "JSON documents match the schema" {
   local name
   for name in list tree show get events plugin set $(if_direct echo explain help version odd nocards); do
     echo "$name"
@@ -104,7 +104,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   done
 }
 
-@test "the JSON of every failure contains the exit code and message id" {
+@test "JSON after a failure contains the exit code and the message id" {
   local row name code id
   for row in noobject:3:NO_SUCH_OBJECT readonly:4:NOT_WRITABLE \
     $(if_direct echo nocommand:2:USAGE nooption:2:USAGE noplugin:5:PLUGIN_MISSING); do
