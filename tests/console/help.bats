@@ -29,6 +29,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
     Help:explain Help:plugin Help:help Help:version; do
     IFS=: read -r group command <<<"$row"
     out all | sed -n "/^$group\$/,/^\$/p" | grep -q "^  $command " || { echo "$row"; false; }
+    commands | grep -qx -- "$command"
   done
 }
 

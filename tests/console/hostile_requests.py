@@ -205,7 +205,7 @@ def main(what, path, port=None):
     for failure in target.failures[:20]:
         print(failure, file=sys.stderr)
     print(f"{target.count} requests, {len(target.failures)} failed")
-    return 1 if target.failures else 0
+    return 1 if target.failures or target.count == 0 else 0
 
 
 sys.exit(main(*sys.argv[1:]))
