@@ -165,7 +165,7 @@ texts() { out "$1" | cut -f 6 | tr '\n' '|'; }
     'del d["result"]["events"][0]["serial_number"]'
 }
 
-@test "--since and --limit select events exactly" {
+@test "--since selects events from that time on, and --limit the newest events" {
   same "Back to normal.|New size.|Card removed.|An old entry.|" "$(texts day)"
   same "New size.|Card removed.|An old entry.|" "$(texts second)"
   same "Card removed.|An old entry.|" "$(texts offset)"

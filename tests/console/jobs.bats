@@ -79,7 +79,7 @@ result() {
 }
 
 # Each row has the path, the body, the expected status and the problem id.
-@test "invalid requests are refused immediately" {
+@test "invalid requests are refused without a job" {
   local path body status id
   while IFS='|' read -r path body status id; do
     ask refused POST "/v1/cards/$path" "$body"
@@ -132,7 +132,7 @@ post_with_key() {
     "http://service/v1/cards/$3" >"$BATS_FILE_TMPDIR/$1.rc"
 }
 
-@test "a repeated request with the same key starts one job" {
+@test "a repeated request with the same key starts one job, and another request with the key is refused" {
   post_with_key first key1 S100/operations/locate '{"dry_run": true}'
   post_with_key again key1 S100/operations/locate '{"dry_run": true}'
   responded first 202

@@ -11,6 +11,10 @@ setup() {
 @test "the catalog is valid and explains every event" {
   command -v journalctl >/dev/null || skip "needs journalctl"
   local root="$BATS_TEST_TMPDIR/root" catalog="$CORVANE_BUILD/lib/systemd/catalog/corvane.catalog"
+  local name names
+  names=$(sed -nE 's/^ *X\((\w+),.*/\1/p' "$CORVANE_SOURCE/host/own/EventList.h")
+  [ "$(wc -w <<<"$names")" -ge 30 ]
+  for name in $names; do grep -q "^Subject: $name " "$catalog"; done
   mkdir -p "$root/usr/lib/systemd/catalog"
   cp "$catalog" "$root/usr/lib/systemd/catalog/"
   journalctl --root="$root" --update-catalog 2>"$BATS_TEST_TMPDIR/err"

@@ -87,7 +87,7 @@ setup_file() {
   untouched plan
 }
 
-@test "op rejects invalid arguments with a suggestion" {
+@test "op rejects invalid arguments" {
   local name
   for name in name kind argument extra action few; do
     echo "$name"

@@ -168,7 +168,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   grep -q '^a0/d0' "$BATS_FILE_TMPDIR/oddlist.out"
 }
 
-@test "JSON for a machine without cards is an empty list with a note" {
+@test "list -o json prints an empty list and a note on a machine without cards" {
   direct_only "runs without a service"
   same '[0, [], "ERR_NO_SUPPORTED_HARDWARE"]' \
     "$(json nocards '[d["exit_code"], d["result"]["objects"], d["messages"][0]["id"]]')"

@@ -123,7 +123,7 @@ still_attached() {
   untouched opformat
 }
 
-@test "the response can be edited, even on a narrow terminal" {
+@test "the response can be edited, and a narrow terminal shows the end of the prompt" {
   played edit narrow
   still_attached edit narrow
 }

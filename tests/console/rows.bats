@@ -101,7 +101,7 @@ print(len(serials), len(set(serials)))' "$BATS_TEST_TMPDIR/together.db")"
   done
 }
 
-@test "another user's database is neither used nor changed" {
+@test "another user's link to a database is not followed" {
   [ "$(id -u)" -eq 0 ] || skip "only root can create another user's files"
   local shared="$BATS_TEST_TMPDIR/shared" name
   mkdir -m 1777 "$shared"
