@@ -211,7 +211,7 @@ END
   line longest "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
 }
 
-@test "check prints to standard error only with --verbose" {
+@test "check prints nothing on standard error without --verbose" {
   direct_only "tests a plug-in in the same process"
   local name
   for name in well warning empty bus closed noobject noplugin late crash exit nooption stopped; do
