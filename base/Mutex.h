@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "base/HeldLocks.h"
 #include "host/own/ThreadSafety.h"
 
 namespace Base {
@@ -14,9 +15,15 @@ namespace Base {
 class HOST_CAPABILITY Mutex {
  public:
   // Blocks until the calling thread holds the mutex.
-  void Lock() HOST_ACQUIRE() { m_Native.lock(); }
+  void Lock() HOST_ACQUIRE() {
+    m_Native.lock();
+    CountLocks(1);
+  }
   // Releases the mutex. Call only from the thread that holds it.
-  void Unlock() HOST_RELEASE() { m_Native.unlock(); }
+  void Unlock() HOST_RELEASE() {
+    CountLocks(-1);
+    m_Native.unlock();
+  }
 
   // Returns the native mutex, for waiting on a condition variable.
   std::mutex& Native() { return m_Native; }
@@ -25,10 +32,11 @@ class HOST_CAPABILITY Mutex {
   std::mutex m_Native;
 };
 
-// Holds a mutex for its lifetime, except between `Unlock` and `Lock`.
+// Holds a mutex for its lifetime, except between `Unlock` and `Lock`. Do not call functions with
+// `HOST_BLOCKS` meanwhile.
 class HOST_SCOPED_CAPABILITY MutexLock {
  public:
-  explicit MutexLock(Mutex& mutex) HOST_ACQUIRE(mutex) : m_Mutex(mutex), m_IsHeld(true) {
+  explicit MutexLock(Mutex& mutex) HOST_ACQUIRE(mutex, g_AnyLock) : m_Mutex(mutex), m_IsHeld(true) {
     m_Mutex.Lock();
   }
   ~MutexLock() HOST_RELEASE() {

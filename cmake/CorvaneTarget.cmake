@@ -20,6 +20,10 @@ set(CORVANE_HARDENING_LINK -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers for all targets, as a value for -fsanitize")
 set(CORVANE_COVERAGE OFF CACHE BOOL "Instrument all targets for line and branch coverage")
 
+# Aborts a program that holds a lock during a call that can block (base/HeldLocks.h).
+string(COMPARE EQUAL "${CMAKE_BUILD_TYPE}" Debug CORVANE_IS_DEBUG)
+set(CORVANE_CHECK_LOCKS ${CORVANE_IS_DEBUG} CACHE BOOL "Check that no lock is held while blocking")
+
 function(corvane_target target)
   target_compile_options(${target} PRIVATE ${CORVANE_WARNINGS} -fstack-protector-strong)
   target_link_options(${target} PRIVATE ${CORVANE_HARDENING_LINK})
@@ -27,6 +31,9 @@ function(corvane_target target)
     target_include_directories(${target} BEFORE PRIVATE ${CORVANE_HOST_INCLUDE})
   endif()
   target_include_directories(${target} PRIVATE ${CORVANE_ROOT})
+  if(CORVANE_CHECK_LOCKS)
+    target_compile_definitions(${target} PRIVATE CORVANE_CHECK_LOCKS)
+  endif()
   if(CORVANE_SANITIZE)
     # Keeps call stacks complete, so that a report contains the function named by a suppression.
     target_compile_options(${target} PRIVATE -fsanitize=${CORVANE_SANITIZE}
