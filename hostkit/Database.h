@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/HeldLocks.h"
 #include "host/Visibility.h"
 
 namespace HostKit {
@@ -13,7 +14,7 @@ namespace HostKit {
 // rows that an earlier run of a host left in it. The pointer returned by `getDatabasePointer`
 // remains valid. Does not report errors: if the file cannot be opened, each statement tries again
 // and throws on failure.
-HOST_API void ReopenDatabase();
+HOST_API void ReopenDatabase() HOST_BLOCKS;
 
 // The tables that plug-ins write, one per kind of object.
 enum class RowKind { Adapter, Drive, Plugin };
@@ -37,6 +38,19 @@ struct RowTable {
 
 // Returns the rows that plug-ins have written for one kind of object, ordered by the key in the
 // first column. Throws `DBEXCEPTION::DatabaseException` if the database cannot be read.
-HOST_API RowTable ReadRows(RowKind kind);
+HOST_API RowTable ReadRows(RowKind kind) HOST_BLOCKS;
+
+// While the object exists, a separate thread alone uses the database. Functions that need the
+// database wait until that thread has run their statements, in the order of the calls. Without it,
+// statements run on the calling threads. Create at most one.
+class HOST_API DatabaseThread {
+ public:
+  // Throws `std::system_error` if the thread cannot be started.
+  DatabaseThread();
+  // Runs the waiting statements and ends the thread.
+  ~DatabaseThread();
+  DatabaseThread(const DatabaseThread&) = delete;
+  DatabaseThread& operator=(const DatabaseThread&) = delete;
+};
 
 }  // namespace HostKit

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/HeldLocks.h"
 #include "host/Visibility.h"
 
 namespace HostKit {
@@ -18,6 +19,6 @@ struct EventCount {
 // Returns the counts, ordered by event and severity, without entries for events that never
 // occurred. Counts never decrease, and last as long as the database. Thread-safe. Throws
 // `DBEXCEPTION::DatabaseException` if the database cannot be used.
-HOST_API std::vector<EventCount> CountEvents();
+HOST_API std::vector<EventCount> CountEvents() HOST_BLOCKS;
 
 }  // namespace HostKit

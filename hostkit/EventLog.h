@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/HeldLocks.h"
 #include "host/PluginInterface.h"
 #include "host/Visibility.h"
 
@@ -34,14 +35,15 @@ struct LoggedEvent {
 HOST_API LoggedEvent LogEntryFor(const PI::CEvent& event);
 
 // Appends all entries with new numbers, or none on failure. Ignores `m_Number`.
-HOST_API void AppendEvents(const std::vector<LoggedEvent>& events);
+HOST_API void AppendEvents(const std::vector<LoggedEvent>& events) HOST_BLOCKS;
 
 // Returns the newest `limit` entries with a time of `sinceMs` (milliseconds since the epoch) or
 // later, in order of logging.
-HOST_API std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit);
+HOST_API std::vector<LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) HOST_BLOCKS;
 
 // Returns the first `limit` entries with a number above `number`, in order of logging.
-HOST_API std::vector<LoggedEvent> ReadEventsAfter(std::int64_t number, std::size_t limit);
+HOST_API std::vector<LoggedEvent> ReadEventsAfter(std::int64_t number,
+                                                  std::size_t limit) HOST_BLOCKS;
 
 struct EventNumbers {
   std::int64_t m_Oldest;
@@ -49,6 +51,6 @@ struct EventNumbers {
 };
 
 // Returns the numbers of the oldest and the newest entry; both are 0 if the log is empty.
-HOST_API EventNumbers ReadEventNumbers();
+HOST_API EventNumbers ReadEventNumbers() HOST_BLOCKS;
 
 }  // namespace HostKit

@@ -9,6 +9,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <utility>
 
+#include "base/HeldLocks.h"
 #include "base/TrustedPath.h"
 #include "hostkit/Paths.h"
 #include "hostkit/records/Files.h"
@@ -115,6 +116,7 @@ std::uint64_t NextNumber() {
 }
 
 bool NextRow(sqlite3* database, sqlite3_stmt* statement) {
+  Base::RequireNoLock("a database statement");
   const int result = sqlite3_step(statement);
   if (result != SQLITE_ROW && result != SQLITE_DONE) Fail(database);
   return result == SQLITE_ROW;

@@ -57,7 +57,7 @@ HostDatabase::~HostDatabase() = default;
 
 std::vector<std::string> HostDatabase::query(std::string sql) {
   try {
-    return RunLocked([&]() HOST_REQUIRES(m_Lock) {
+    return Run([&]() HOST_REQUIRES(m_Executor) {
       auto cells = RowsConnection().RunConfined(sql);
       RequireReadable(sql, cells);
       return cells;
@@ -68,16 +68,17 @@ std::vector<std::string> HostDatabase::query(std::string sql) {
 }
 
 void HostDatabase::OpenRows() {
-  RunLocked([this]() HOST_REQUIRES(m_Lock) { RowsConnection(); });
+  Run([this]() HOST_REQUIRES(m_Executor) { RowsConnection(); });
 }
 
 void HostDatabase::Reopen() {
   const Base::CancellationGuard guard;
-  const Base::MutexLock lock(m_Lock);
-  CloseFile();
-  m_pRows.reset();
-  m_RowsLock.Release();
-  BeginRun();
+  m_Executor.Run([this]() HOST_REQUIRES(m_Executor) {
+    CloseFile();
+    m_pRows.reset();
+    m_RowsLock.Release();
+    BeginRun();
+  });
 }
 
 void HostDatabase::BeginRun() {
@@ -157,6 +158,14 @@ const std::shared_ptr<HostDatabase>& TheRowsDatabase() {
   static std::once_flag once;
   std::call_once(once, [] { TryToOpen(*TheDatabase()); });
   return TheDatabase();
+}
+
+DatabaseThread::DatabaseThread() {
+  TheDatabase()->StartThread();
+}
+
+DatabaseThread::~DatabaseThread() {
+  TheDatabase()->StopThread();
 }
 
 void ReopenDatabase() {

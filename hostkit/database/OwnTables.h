@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/HeldLocks.h"
 #include "host/Visibility.h"
 #include "hostkit/EventLog.h"
 #include "hostkit/database/Connection.h"
@@ -21,11 +22,11 @@ using OwnTablesUse = std::function<void(Connection&)>;
 // wait until `use` returns. Opens the file if it is not open, has been deleted or replaced, or had
 // an error that only reopening can clear. If `use` throws, rolls back an open transaction and
 // rethrows the exception.
-HOST_API void WithOwnTables(const OwnTablesUse& use);
+HOST_API void WithOwnTables(const OwnTablesUse& use) HOST_BLOCKS;
 
 // Like `WithOwnTables`, for a `use` that only reads. If the file cannot be written, `use` runs with
 // a read-only connection; it may then run twice.
-HOST_API void ReadOwnTables(const OwnTablesUse& use);
+HOST_API void ReadOwnTables(const OwnTablesUse& use) HOST_BLOCKS;
 
 // Creates the table with `sql`, a CREATE TABLE statement, if it is missing. Drops any triggers and
 // indexes that were added to the table, and a view with its name. Call in a transaction.
@@ -40,7 +41,7 @@ HOST_API std::vector<LoggedEvent> ReadEventsAfter(Connection& connection, std::i
 
 // Returns the number of the newest event; 0 if none has ever been logged. Also works with a
 // read-only file.
-HOST_API std::int64_t NewestEventNumber();
+HOST_API std::int64_t NewestEventNumber() HOST_BLOCKS;
 HOST_API std::int64_t NewestEventNumber(Connection& connection);
 
 }  // namespace HostKit

@@ -6,6 +6,7 @@
 
 #include "hostkit/Database.h"
 #include "hostkit/EventLog.h"
+#include "hostkit/database/OwnTables.h"
 #include "tests/hostkit/database/Fixture.h"
 
 namespace {
@@ -46,6 +47,50 @@ TEST_F(Threads, LogEventsDuringRestarts) {
     for (int round = 0; round < kRounds; ++round) {
       if (number == 0) {
         HostKit::ReopenDatabase();
+      } else {
+        AppendEvent(PI::CEvent());
+      }
+    }
+  });
+  EXPECT_EQ(HostKit::ReadEvents(0, 1000).size(), 150U);
+}
+
+std::thread::id ThreadOfStatements() {
+  std::thread::id thread;
+  HostKit::WithOwnTables([&](HostKit::Connection&) { thread = std::this_thread::get_id(); });
+  return thread;
+}
+
+TEST_F(Threads, LeaveAllStatementsToTheDatabaseThread) {
+  const std::thread::id self = std::this_thread::get_id();
+  EXPECT_EQ(ThreadOfStatements(), self);
+  {
+    const HostKit::DatabaseThread databaseThread;
+    const std::thread::id thread = ThreadOfStatements();
+    EXPECT_NE(thread, self);
+    std::atomic<int> others = 0;
+    RunOnThreads([&](int) {
+      for (int round = 0; round < kRounds; ++round) others += ThreadOfStatements() != thread;
+    });
+    EXPECT_EQ(others, 0);
+  }
+  EXPECT_EQ(ThreadOfStatements(), self);
+}
+
+TEST_F(Threads, GetResultsAndFailuresFromTheDatabaseThread) {
+  const HostKit::DatabaseThread databaseThread;
+  EXPECT_EQ(FailureOf("no statement"), "near \"no\": syntax error");
+  AppendEvent(PI::CEvent());
+  EXPECT_EQ(HostKit::ReadEvents(0, 1000).size(), 1U);
+}
+
+// Statements that are waiting when the database thread is stopped are not lost.
+TEST_F(Threads, LogEventsWhileTheDatabaseThreadStartsAndStops) {
+  RunOnThreads([&](int number) {
+    for (int round = 0; round < kRounds; ++round) {
+      if (number == 0) {
+        const HostKit::DatabaseThread databaseThread;
+        std::this_thread::yield();
       } else {
         AppendEvent(PI::CEvent());
       }
