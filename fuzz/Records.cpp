@@ -87,7 +87,8 @@ void Records(const std::string& input) {
 void Frames(const std::string& input) {
   for (const Json& document : ReadFrames(input)) {
     SocketPair sockets;
-    Require(Service::FrameWriter(sockets.m_Writer.Get()).Write(document), "cannot write a frame");
+    const std::string frame = Service::EncodeFrame(document);
+    Require(Service::WriteFrame(sockets.m_Writer.Get(), frame), "cannot write a frame");
     sockets.m_Writer.Close();
     const auto again = Service::ReadFrame(sockets.m_Reader.Get());
     Require(again && *again == document, "the frame does not survive a round trip");

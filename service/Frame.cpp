@@ -26,7 +26,7 @@ bool ReadExactly(int socket, char* into, std::size_t size) {
 }
 
 // If the other process has exited, SIGPIPE must not terminate this one.
-bool SendAll(int socket, const std::string& bytes) {
+bool WriteExactly(int socket, const std::string& bytes) {
   std::size_t sent = 0;
   while (sent < bytes.size()) {
     const ssize_t count = send(socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
@@ -40,6 +40,7 @@ bool SendAll(int socket, const std::string& bytes) {
 }  // namespace
 
 std::optional<nlohmann::json> ReadFrame(int socket) {
+  Base::RequireNoLock("reading from the other process of the service");
   Length length = 0;
   if (!ReadExactly(socket, reinterpret_cast<char*>(&length), sizeof length)) return std::nullopt;
   length = be32toh(length);
@@ -51,16 +52,18 @@ std::optional<nlohmann::json> ReadFrame(int socket) {
   return document;
 }
 
-bool FrameWriter::Write(const nlohmann::json& document) {
+std::string EncodeFrame(const nlohmann::json& document) {
   const std::string text = document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-  if (text.size() > kMaxFrameSize) return false;
+  if (text.size() > kMaxFrameSize) return {};
   const Length length = htobe32(static_cast<Length>(text.size()));
   std::string bytes(sizeof length, '\0');
   std::memcpy(bytes.data(), &length, sizeof length);
-  bytes += text;
-  const Base::MutexLock lock(m_Lock);
-  m_IsBroken = m_IsBroken || !SendAll(m_Socket, bytes);
-  return !m_IsBroken;
+  return bytes + text;
+}
+
+bool WriteFrame(int socket, const std::string& frame) {
+  Base::RequireNoLock("writing to the other process of the service");
+  return WriteExactly(socket, frame);
 }
 
 }  // namespace Service

@@ -5,8 +5,9 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
+#include <string>
 
-#include "base/Mutex.h"
+#include "base/HeldLocks.h"
 
 namespace Service {
 
@@ -22,23 +23,15 @@ class FrameError : public std::runtime_error {
 // Waits for the next document. Returns empty at the end of the stream, even within a frame, and on
 // a socket error. Throws `FrameError`. The caller keeps ownership of the descriptor. Not
 // thread-safe.
-std::optional<nlohmann::json> ReadFrame(int socket);
+std::optional<nlohmann::json> ReadFrame(int socket) HOST_BLOCKS;
 
-// Writes documents as frames. Thread-safe.
-class FrameWriter {
- public:
-  // The caller keeps ownership of the descriptor, which must outlive the writer.
-  explicit FrameWriter(int socket) : m_Socket(socket) {}
+// Returns the bytes of the document's frame, or an empty string if the document is too large. Bytes
+// that are not UTF-8 are replaced.
+std::string EncodeFrame(const nlohmann::json& document);
 
-  // Replaces bytes that are not UTF-8. Blocks while the socket's buffer is full. Returns false if
-  // the document is too large, the other process has exited, or the socket's send timeout has
-  // expired. After a failure to send, all later calls return false.
-  bool Write(const nlohmann::json& document);
-
- private:
-  const int m_Socket;
-  Base::Mutex m_Lock;  // held while a frame is written
-  bool m_IsBroken HOST_GUARDED_BY(m_Lock) = false;
-};
+// Writes an encoded frame. Blocks while the socket's buffer is full. Returns false if the other
+// process has exited or the socket's send timeout has expired; part of the frame may have been
+// written. The caller keeps ownership of the descriptor. Not thread-safe.
+bool WriteFrame(int socket, const std::string& frame) HOST_BLOCKS;
 
 }  // namespace Service

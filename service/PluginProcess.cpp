@@ -23,6 +23,7 @@
 #include "hostkit/Database.h"
 #include "hostkit/FailedThreads.h"
 #include "service/Frame.h"
+#include "service/FrameSender.h"
 #include "service/Heap.h"
 
 namespace Service {
@@ -50,10 +51,10 @@ Json FailureDocument(const Console::Failure& failure) {
 // State shared by the command threads.
 struct Process {
   Process(const std::filesystem::path& file, int socket)
-      : m_Socket(socket), m_Writer(socket), m_Library(file), m_Plugin(m_Library) {}
+      : m_Socket(socket), m_Sender(socket), m_Library(file), m_Plugin(m_Library) {}
 
   const int m_Socket;
-  FrameWriter m_Writer;
+  FrameSender m_Sender;
   Console::Notifier m_Notifier;
   Console::PluginLibrary m_Library;
   Console::PluginInstance m_Plugin;
@@ -97,7 +98,7 @@ Json ReadRows(const std::string& table) {
 void Reply(Process& process, const Json& id, Json document) {
   document["id"] = id;
   document["failed_threads"] = HostKit::FailedThreads();
-  process.m_Writer.Write(document);
+  process.m_Sender.Send(document);
 }
 
 using Work = std::function<Json()>;
@@ -161,7 +162,7 @@ void Serve(Process& process) {
   for (;;) {
     if (Wait(process) == Ready::Notification) {
       process.m_Notifier.Wait(milliseconds(0), {});
-      process.m_Writer.Write({{"notified", true}});
+      process.m_Sender.Send({{"notified", true}});
       continue;
     }
     auto document = ReadFrame(process.m_Socket);
@@ -204,15 +205,15 @@ int RunPluginProcess(const std::filesystem::path& pluginFile, int socket) {
     process->m_Plugin->m_HostNotify = [notifier = &process->m_Notifier](IPLUGINAPI*) {
       notifier->Notify();
     };
-    process->m_Writer.Write(PluginDocument(process->m_Library.m_File, *process->m_Plugin));
+    process->m_Sender.Send(PluginDocument(process->m_Library.m_File, *process->m_Plugin));
     ServeUntilEnd(*process);
     if (!Stop(*process)) static_cast<void>(process.release());  // a hung call still uses it
     return EXIT_SUCCESS;
   } catch (const Console::Failure& failure) {
-    FrameWriter(socket).Write(FailureDocument(failure));
+    WriteFrame(socket, EncodeFrame(FailureDocument(failure)));
   } catch (const std::exception& error) {
-    FrameWriter(socket).Write(
-        FailureDocument(Console::Failure(Console::ExitCode::Failed, "UNEXPECTED", error.what())));
+    const Console::Failure failure(Console::ExitCode::Failed, "UNEXPECTED", error.what());
+    WriteFrame(socket, EncodeFrame(FailureDocument(failure)));
   }
   return EXIT_FAILURE;
 }

@@ -18,6 +18,7 @@
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
 #include "console/plugin/RecordJson.h"
+#include "service/Frame.h"
 
 namespace Service {
 namespace {
@@ -92,11 +93,10 @@ Worker::Worker(const std::filesystem::path& program, const std::filesystem::path
     : Worker(Start(program, pluginFile), deadline) {}
 
 Worker::Worker(Started started, const Console::Deadline& deadline)
-    : m_Socket(std::move(started.m_Socket)),
-      m_Process(started.m_Process),
-      m_Writer(m_Socket.Get()) {
+    : m_Socket(std::move(started.m_Socket)), m_Process(started.m_Process) {
   try {
     ReceivePluginInfo(deadline);
+    m_Sender.emplace(m_Socket.Get(), [this] { HandleSendFailure(); });
     m_Reader = std::thread(&Worker::ReadReplies, this);
   } catch (...) {
     Kill();
@@ -246,9 +246,15 @@ std::optional<Json> Worker::ReadRows(const std::string& table, const Console::De
 std::optional<Json> Worker::Exchange(const PendingCall& call, Json document,
                                      const Console::Deadline& deadline, DuringFormat duringFormat) {
   document["id"] = call.Id();
-  if (m_Writer.Write(document)) return AwaitReply(call.Id(), deadline, duringFormat);
-  Kill();
+  Base::RequireNoLock("a call to the plug-in process");
+  if (m_Sender->Send(document)) return AwaitReply(call.Id(), deadline, duringFormat);
+  HandleSendFailure();
   return std::nullopt;
+}
+
+// A process that does not read is unusable. One that was disconnected stops by itself.
+void Worker::HandleSendFailure() {
+  if (!m_IsDisconnected) Kill();
 }
 
 std::optional<Json> Worker::AwaitReply(std::uint64_t id, const Console::Deadline& deadline,
@@ -276,9 +282,11 @@ bool Worker::MayWaitForFormat() const {
 }
 
 void Worker::RefuseFormats() {
-  const Base::MutexLock lock(m_Lock);
+  Base::MutexLock lock(m_Lock);
   m_RefusesFormats = true;
-  if (m_Formats > 0) Disconnect();
+  const bool isFormatting = m_Formats > 0;
+  lock.Unlock();
+  if (isFormatting) Disconnect();
 }
 
 bool Worker::IsFormatting() const {
@@ -297,6 +305,7 @@ std::size_t Worker::FailedThreads() const {
 }
 
 void Worker::Disconnect() {
+  m_IsDisconnected = true;
   shutdown(m_Socket.Get(), SHUT_RDWR);
 }
 

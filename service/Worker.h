@@ -3,9 +3,11 @@
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <thread>
@@ -16,7 +18,7 @@
 #include "console/base/Notifier.h"
 #include "console/plugin/PluginCommand.h"
 #include "console/plugin/Session.h"
-#include "service/Frame.h"
+#include "service/FrameSender.h"
 
 namespace Service {
 
@@ -39,14 +41,14 @@ class Worker {
 
   // Executes one command. Returns empty if the process has exited or has not replied by the
   // deadline; a late reply is dropped.
-  std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
-                                           const Console::Deadline& deadline,
-                                           DuringFormat duringFormat = DuringFormat::GiveUp);
+  std::optional<Console::PluginReply> Call(
+      const Console::PluginCommand& command, const Console::Deadline& deadline,
+      DuringFormat duringFormat = DuringFormat::GiveUp) HOST_BLOCKS;
   // Reads the rows that the plug-in has written to a table, which is named as in
   // console/plugin/RowTables.h. Returns {"rows": ...}, or {"error": ...} if the database cannot be
   // read. Returns empty like `Call`.
   std::optional<nlohmann::json> ReadRows(const std::string& table,
-                                         const Console::Deadline& deadline);
+                                         const Console::Deadline& deadline) HOST_BLOCKS;
   // Whether a format is running.
   bool IsFormatting() const;
   // Whether calls may wait longer than their deadline: a format is running or has just ended.
@@ -66,7 +68,7 @@ class Worker {
   void Kill();
   // Disconnects and waits for the process to exit; kills it after about 30 seconds. Does nothing if
   // called again. Not thread-safe.
-  void Finish();
+  void Finish() HOST_BLOCKS;
 
  private:
   class PendingCall;
@@ -86,6 +88,7 @@ class Worker {
                                          DuringFormat duringFormat);
   std::optional<nlohmann::json> AwaitReply(std::uint64_t id, const Console::Deadline& deadline,
                                            DuringFormat duringFormat);
+  void HandleSendFailure();
   void MarkEnded();
   bool AwaitEnd(const Console::Deadline& deadline);
   bool HasExited();
@@ -95,9 +98,9 @@ class Worker {
 
   const Base::Descriptor m_Socket;
   const pid_t m_Process;
-  FrameWriter m_Writer;
   Console::PluginInfo m_Info;
   Console::Notifier m_Notifications;
+  std::atomic<bool> m_IsDisconnected{false};  // by `Disconnect`
 
   mutable Base::Mutex m_Lock;
   Base::ConditionVariable m_Changed;  // signals changes of the members below
@@ -112,6 +115,7 @@ class Worker {
   // Extra time for calls that waited for a format; expired if there was none.
   Console::Deadline m_AfterFormat HOST_GUARDED_BY(m_Lock){std::chrono::steady_clock::time_point()};
 
+  std::optional<FrameSender> m_Sender;  // set by the constructor
   std::thread m_Reader;
 };
 

@@ -3,19 +3,23 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "base/Descriptor.h"
 #include "service/Frame.h"
+#include "service/FrameSender.h"
 
 namespace {
 
 using nlohmann::json;
+using Service::EncodeFrame;
 using Service::FrameError;
-using Service::FrameWriter;
+using Service::FrameSender;
 using Service::ReadFrame;
+using Service::WriteFrame;
 
 class Frame : public testing::Test {
  protected:
@@ -26,6 +30,7 @@ class Frame : public testing::Test {
     m_Writer = Base::Descriptor(ends[1]);
   }
 
+  bool Write(const json& document) { return WriteFrame(m_Writer.Get(), EncodeFrame(document)); }
   void SendBytes(const std::string& bytes) { EXPECT_EQ(0, Base::WriteAll(m_Writer, bytes)); }
 
   Base::Descriptor m_Reader;
@@ -33,20 +38,19 @@ class Frame : public testing::Test {
 };
 
 TEST_F(Frame, IsReceivedUnchanged) {
-  FrameWriter writer(m_Writer.Get());
   const std::vector<json> documents = {
       json::object(), nullptr, {{"text", std::string("\0\n\xc3\xa9", 4)}}, 18446744073709551615U};
-  for (const json& document : documents) EXPECT_TRUE(writer.Write(document));
+  for (const json& document : documents) EXPECT_TRUE(Write(document));
   for (const json& document : documents) EXPECT_EQ(document, ReadFrame(m_Reader.Get()));
 }
 
 TEST_F(Frame, ReplacesBytesThatAreNotUtf8) {
-  EXPECT_TRUE(FrameWriter(m_Writer.Get()).Write({{"file", "/lib/a\xff.so"}}));
+  EXPECT_TRUE(Write({{"file", "/lib/a\xff.so"}}));
   EXPECT_EQ((json{{"file", "/lib/a\xef\xbf\xbd.so"}}), ReadFrame(m_Reader.Get()));
 }
 
 TEST_F(Frame, StartsWithItsLengthInFourBytes) {
-  EXPECT_TRUE(FrameWriter(m_Writer.Get()).Write("abc"));
+  EXPECT_TRUE(Write("abc"));
   char bytes[16] = {};
   EXPECT_EQ(9, read(m_Reader.Get(), bytes, sizeof bytes));
   EXPECT_EQ(std::string("\0\0\0\5\"abc\"", 9), std::string(bytes, 9));
@@ -54,17 +58,17 @@ TEST_F(Frame, StartsWithItsLengthInFourBytes) {
 
 TEST_F(Frame, MayBeLargerThanTheSocketBuffer) {
   const json sent = std::string(5'000'000, 'x');
-  std::thread sender([&] { FrameWriter(m_Writer.Get()).Write(sent); });
+  std::thread sender([&] { Write(sent); });
   EXPECT_EQ(sent, ReadFrame(m_Reader.Get()));
   sender.join();
 }
 
 TEST_F(Frame, DoesNotMixWithFramesOfOtherThreads) {
-  FrameWriter writer(m_Writer.Get());
-  std::vector<std::thread> senders;
+  FrameSender sender(m_Writer.Get());
+  std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
-    senders.emplace_back([&writer, i] {
-      for (int j = 0; j < 50; ++j) writer.Write(std::string(3000, static_cast<char>('a' + i)));
+    threads.emplace_back([&sender, i] {
+      for (int j = 0; j < 50; ++j) sender.Send(std::string(3000, static_cast<char>('a' + i)));
     });
   }
   for (int i = 0; i < 200; ++i) {
@@ -73,7 +77,7 @@ TEST_F(Frame, DoesNotMixWithFramesOfOtherThreads) {
     const auto text = frame->get<std::string>();
     EXPECT_EQ(std::string(3000, text.front()), text);
   }
-  for (std::thread& sender : senders) sender.join();
+  for (std::thread& thread : threads) thread.join();
 }
 
 TEST_F(Frame, IsEmptyAtTheEndOfTheStream) {
@@ -99,7 +103,43 @@ TEST_F(Frame, IsRejectedIfItIsTooLarge) {
 
 TEST_F(Frame, CannotBeWrittenToAProcessThatHasExited) {
   m_Reader.Close();
-  EXPECT_FALSE(FrameWriter(m_Writer.Get()).Write("abc"));
+  EXPECT_FALSE(Write("abc"));
+}
+
+TEST_F(Frame, IsQueuedWithoutWaitingForAProcessThatDoesNotRead) {
+  const json large = std::string(5'000'000, 'x');
+  FrameSender sender(m_Writer.Get());
+  EXPECT_TRUE(sender.Send(large));
+  EXPECT_TRUE(sender.Send("second"));
+  EXPECT_EQ(large, ReadFrame(m_Reader.Get()));
+  EXPECT_EQ("second", ReadFrame(m_Reader.Get()));
+}
+
+TEST_F(Frame, IsSentBeforeTheSenderIsDestroyed) {
+  {
+    FrameSender sender(m_Writer.Get());
+    for (int i = 0; i < 100; ++i) sender.Send(i);
+  }
+  m_Writer.Close();
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(i, ReadFrame(m_Reader.Get()));
+  EXPECT_EQ(std::nullopt, ReadFrame(m_Reader.Get()));
+}
+
+TEST_F(Frame, IsRefusedAfterOneCouldNotBeSent) {
+  std::promise<void> failed;
+  FrameSender sender(m_Writer.Get(), [&failed] { failed.set_value(); });
+  m_Reader.Close();
+  EXPECT_TRUE(sender.Send("lost"));
+  failed.get_future().wait();
+  while (sender.Send("refused")) std::this_thread::yield();
+  EXPECT_FALSE(sender.Send("refused"));
+}
+
+TEST_F(Frame, IsNotSentIfItIsTooLarge) {
+  FrameSender sender(m_Writer.Get());
+  EXPECT_FALSE(sender.Send(std::string((64U << 20U) - 1, 'x')));  // two more bytes for the quotes
+  EXPECT_TRUE(sender.Send("next"));
+  EXPECT_EQ("next", ReadFrame(m_Reader.Get()));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Calls to a plug-in process during a format.
+// Calls to a plug-in process that does not reply.
 
 #include <signal.h>
 
@@ -87,6 +87,24 @@ TEST_F(WorkerProcess, HasExitedAfterFinish) {
 
 TEST_F(WorkerCall, GivesUpAtItsDeadlineWithoutAFormat) {
   EXPECT_FALSE(Call(Deadline(milliseconds(20)), Worker::DuringFormat::Wait));
+}
+
+// A command larger than the buffer of the socket to the suspended process.
+Console::PluginCommand LargeCommand() {
+  return {PI::CMD_GET_TOPOLOGY, 0, std::vector<PI::CObject>(20'000)};
+}
+
+// The thread that sends the command still waits, until the socket's send timeout of 5 s.
+TEST_F(WorkerCall, GivesUpAtItsDeadlineIfTheProcessDoesNotRead) {
+  const Deadline sendTimeout(milliseconds(4000));
+  EXPECT_FALSE(m_Worker.Call(LargeCommand(), Deadline(milliseconds(20))));
+  const bool isAlive = m_Worker.IsAlive();
+  EXPECT_TRUE(isAlive || sendTimeout.HasPassed());
+}
+
+TEST_F(WorkerProcess, IsKilledIfItDoesNotRead) {
+  EXPECT_FALSE(m_Worker.Call(LargeCommand(), Deadline(CorvaneTest::kTimeout)));
+  EXPECT_FALSE(m_Worker.IsAlive());
 }
 
 }  // namespace
