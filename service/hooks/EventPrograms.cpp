@@ -117,20 +117,33 @@ void EventPrograms::RunThread() {
 // Returns the next event, after recording its number so that its programs never run twice. Returns
 // empty when stopping.
 std::optional<Event> EventPrograms::Next() {
-  const Base::MutexLock turn(m_NextLock);
-  for (;;) {
-    Base::MutexLock lock(m_Lock);
-    while (!m_IsStopping && m_Waiting.empty()) m_Changed.Wait(lock);
-    if (m_IsStopping) return std::nullopt;
-    Event event = std::move(m_Waiting.front());
-    m_Waiting.pop_front();
-    ++m_Running;
-    lock.Unlock();
-    if (Record(event.m_Number)) return event;
-    lock.Lock();
-    --m_Running;
-    m_Changed.NotifyAll();
+  while (auto event = TakeNext()) {
+    const bool isRecorded = Record(event->m_Number);
+    EndRecording(isRecorded);
+    if (isRecorded) return event;
   }
+  return std::nullopt;
+}
+
+// Waits until the number of the previous event is recorded, so that the numbers are written in
+// order.
+std::optional<Event> EventPrograms::TakeNext() {
+  Base::MutexLock lock(m_Lock);
+  while (!m_IsStopping && (m_IsRecording || m_Waiting.empty())) m_Changed.Wait(lock);
+  if (m_IsStopping) return std::nullopt;
+  Event event = std::move(m_Waiting.front());
+  m_Waiting.pop_front();
+  m_IsRecording = true;
+  ++m_Running;
+  return event;
+}
+
+// An event that was not recorded is dropped.
+void EventPrograms::EndRecording(bool isRecorded) {
+  const Base::MutexLock lock(m_Lock);
+  m_IsRecording = false;
+  if (!isRecorded) --m_Running;
+  m_Changed.NotifyAll();
 }
 
 bool EventPrograms::Record(std::int64_t number) const {

@@ -65,6 +65,8 @@ class EventPrograms {
   bool Enqueue(Event event);
   void RunThread();
   std::optional<Event> Next();
+  std::optional<Event> TakeNext();
+  void EndRecording(bool isRecorded);
   bool Record(std::int64_t number) const;
   void RunPrograms(const Event& event) const;
   void Report(const std::string& text) const;
@@ -74,11 +76,11 @@ class EventPrograms {
   Console::Notifier m_StopNow;
   std::atomic<bool> m_MustEnd{false};  // no further program starts
 
-  Base::Mutex m_NextLock;  // held by the thread that takes an event and records its number
   Base::Mutex m_Lock;
   Base::ConditionVariable m_Changed;
   std::deque<Event> m_Waiting HOST_GUARDED_BY(m_Lock);
   bool m_IsStopping HOST_GUARDED_BY(m_Lock) = false;
+  bool m_IsRecording HOST_GUARDED_BY(m_Lock) = false;  // a thread records an event's number
   unsigned m_Running HOST_GUARDED_BY(m_Lock) = 0;
 
   std::vector<std::thread> m_Threads;

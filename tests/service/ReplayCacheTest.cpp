@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
+#include <stdexcept>
 #include <string>
 
 #include "service/api/ReplayCache.h"
@@ -45,6 +48,37 @@ TEST_F(Replay, KeepsTheNewestThousand) {
   Answer("1001", "x");
   EXPECT_EQ("202 2", Answer("2", "x"));
   EXPECT_EQ("202 1002", Answer("1", "x"));
+}
+
+// The cache is not locked while a request runs.
+TEST_F(Replay, AnswersOtherRequestsWhileOneRuns) {
+  const auto response = m_Cache.Answer("a", "x", [this] {
+    EXPECT_EQ("202 1", Answer("b", "x"));
+    return Http::MakeResponse(202, "text/plain", "outer");
+  });
+  EXPECT_EQ("outer", *response.m_Body);
+}
+
+TEST_F(Replay, RunsARequestOnceIfItIsRepeatedMeanwhile) {
+  std::promise<void> repeated;
+  std::future<std::string> repetition;
+  m_Cache.Answer("a", "x", [&] {
+    repetition = std::async(std::launch::async, [&] {
+      repeated.set_value();
+      return Answer("a", "x");
+    });
+    repeated.get_future().wait();
+    EXPECT_EQ(std::future_status::timeout, repetition.wait_for(std::chrono::milliseconds(50)));
+    return Http::MakeResponse(202, "text/plain", "first");
+  });
+  EXPECT_EQ("202 first", repetition.get());
+  EXPECT_EQ(0, m_Calls);
+}
+
+TEST_F(Replay, AcceptsAKeyAgainAfterAnException) {
+  const auto fail = []() -> Http::Response { throw std::runtime_error("failed"); };
+  EXPECT_THROW(m_Cache.Answer("a", "x", fail), std::runtime_error);
+  EXPECT_EQ("202 1", Answer("a", "x"));
 }
 
 }  // namespace
