@@ -32,6 +32,8 @@ struct ApiContext {
   // Time limits of a request for a new snapshot, and for a call to the plug-in.
   std::chrono::milliseconds m_RefreshTimeout{30000};
   std::chrono::milliseconds m_CallTimeout{120000};
+  // Time limit of a request that waits for the database.
+  std::chrono::milliseconds m_DatabaseTimeout{30000};
 };
 
 }  // namespace Service

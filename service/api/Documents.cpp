@@ -82,6 +82,10 @@ std::string CardName(const Snapshot& snapshot, const std::string& serial) {
                 fmt::format("no card with serial number {}", serial));
 }
 
+Response MakeDatabaseProblem(const std::string& reason) {
+  return Http::MakeProblem(500, "DATABASE_UNUSABLE", reason);
+}
+
 Response MakeBusyProblem(const char* what) {
   return Http::MakeProblem(503, "TOO_MANY_CALLS",
                            fmt::format("too many requests are waiting for {}", what));
@@ -94,16 +98,32 @@ Http::Reply DeferReply(const QueueResponder& queue, const char* what) {
   return MakeBusyProblem(what);
 }
 
-Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Response()> answer) {
+Http::Reply DeferToDatabase(const ApiContext& api, const QueueResponder& queue, const char* hint) {
+  const auto queueWithTimeout = [&](std::shared_ptr<Http::Responder> responder) {
+    responder->SetTimeout(
+        api.m_DatabaseTimeout,
+        Http::MakeProblem(504, "DATABASE_TIMED_OUT", "timed out waiting for the database", hint));
+    return queue(std::move(responder));
+  };
+  return DeferReply(queueWithTimeout, "the database");
+}
+
+Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Response(StateStore&)> answer) {
   const auto queue = [&](const std::shared_ptr<Http::Responder>& responder) {
-    const auto read = [responder, answer = std::move(answer)](StateStore&) {
-      return responder->HasEnded() ? Response() : ResponseOf(answer);
+    const auto read = [responder, answer = std::move(answer)](StateStore& store) {
+      return responder->HasEnded() ? Response() : answer(store);
     };
     return api.m_State.Read(read, [responder](const StateOutcome<Response>& outcome) {
-      if (outcome.m_Result) responder->Complete(*outcome.m_Result);
+      responder->Complete(outcome.m_Result ? *outcome.m_Result
+                                           : MakeDatabaseProblem(outcome.m_Failure));
     });
   };
-  return DeferReply(queue, "the database");
+  return DeferToDatabase(api, queue, "");
+}
+
+Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Response()> answer) {
+  return AnswerFromDatabase(
+      api, [answer = std::move(answer)](StateStore&) { return ResponseOf(answer); });
 }
 
 Http::Reply AnswerLater(const ApiContext& api, std::function<Response()> answer) {

@@ -40,6 +40,13 @@ Http::Response MakeBusyProblem(const char* what);
 using QueueResponder = std::function<bool(std::shared_ptr<Http::Responder>)>;
 Http::Reply DeferReply(const QueueResponder& queue, const char* what);
 
+// Like `DeferReply`, for a response that needs the database. If there is none by the deadline, the
+// client gets a 504 problem with the hint.
+Http::Reply DeferToDatabase(const ApiContext& api, const QueueResponder& queue, const char* hint);
+
+// Returns a 500 problem: the database cannot be used.
+Http::Response MakeDatabaseProblem(const std::string& reason);
+
 // Returns the output of a console command for the snapshot, or a problem if the command fails.
 Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot,
                           const Arguments& arguments, const char* type = kJsonType);
@@ -48,9 +55,11 @@ Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot,
 // Throws the exceptions of the command.
 std::string RunOnPlugin(const ApiContext& api, const Arguments& arguments);
 
-// Calls `answer` on the thread that reads the database, and sends its response. Returns a 503 if
-// too many requests are waiting for that thread. `answer` is not called if the client has
-// disconnected.
+// Calls `answer` on the state thread, and sends its response. Returns a 503 if too many requests
+// are waiting for that thread. `answer` is not called if the client has disconnected or the request
+// has timed out.
+Http::Reply AnswerFromDatabase(const ApiContext& api,
+                               std::function<Http::Response(StateStore&)> answer);
 Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Http::Response()> answer);
 
 // Returns the console's name for the card with that serial number, such as "a0". Throws

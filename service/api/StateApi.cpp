@@ -31,32 +31,29 @@ Response MakeUnknownCard(const std::string& serial) {
   return MakeProblem(404, "UNKNOWN_CARD", fmt::format("card {} has never been seen", serial));
 }
 
-// Returns a callback that sends the response which `render` creates from the state thread's result,
-// or a 500 if the database cannot be used.
-template <class Render>
-auto Finish(Render render, std::shared_ptr<Http::Responder> responder) {
-  return [render = std::move(render), responder = std::move(responder)](const auto& outcome) {
-    responder->Complete(ResponseOf([&] {
-      if (!outcome.m_Result) return MakeProblem(500, "DATABASE_UNUSABLE", outcome.m_Failure);
-      return render(*outcome.m_Result);
-    }));
-  };
-}
-
+// Calls `work` with the store and sends the response that `render` creates from its result, or a
+// 500 if the database cannot be used.
 template <class Work, class Render>
 Reply ReadState(const ApiContext& api, Work work, Render render) {
-  const auto queue = [&](std::shared_ptr<Http::Responder> responder) {
-    return api.m_State.Read(work, Finish(render, std::move(responder)));
-  };
-  return DeferReply(queue, "the database");
+  return AnswerFromDatabase(api, [work, render](StateStore& store) {
+    const auto result = work(store);
+    return ResponseOf([&] { return render(result); });
+  });
 }
 
+// Like `ReadState`. A change is made even if the client has disconnected or the request has timed
+// out.
 template <class Work, class Render>
 Reply ChangeState(const ApiContext& api, Work work, Render render) {
-  const auto queue = [&](std::shared_ptr<Http::Responder> responder) {
-    return api.m_State.Change(work, Finish(render, std::move(responder)));
+  const auto queue = [&](const std::shared_ptr<Http::Responder>& responder) {
+    return api.m_State.Change(work, [render, responder](const auto& outcome) {
+      responder->Complete(ResponseOf([&] {
+        return outcome.m_Result ? render(*outcome.m_Result)
+                                : MakeDatabaseProblem(outcome.m_Failure);
+      }));
+    });
   };
-  return DeferReply(queue, "the database");
+  return DeferToDatabase(api, queue, "The change may still be made.");
 }
 
 Json TimeJson(const std::optional<std::uint64_t>& time) {

@@ -106,23 +106,25 @@ void Connections::Run() {
     }
     const auto next = Clock::now() + m_Limits.m_CheckInterval;
     while (!m_HasEnded && m_Changed.WaitUntil(lock, next)) continue;
-    const Responses aborted = Check();
+    const Waits waits = Check();
     lock.Unlock();
-    for (const auto& each : aborted) each->Abort();
+    for (const auto& each : waits.m_Disconnected) each->Abort();
+    for (const auto& each : waits.m_Others) each->CheckTimeout();
     lock.Lock();
   }
 }
 
-Connections::Responses Connections::Check() {
-  Responses aborted;
+Connections::Waits Connections::Check() {
+  Waits waits;
   const auto now = Clock::now();
   for (const EntryPtr& entry : m_Entries) {
     if (entry->m_Deadline && now >= *entry->m_Deadline) shutdown(entry->m_Socket, SHUT_RDWR);
     const auto& unfinished = entry->m_Unfinished;
-    if (unfinished != nullptr && HasDisconnected(entry->m_Socket, *unfinished))
-      aborted.push_back(unfinished);
+    if (unfinished == nullptr) continue;
+    const bool isAborted = HasDisconnected(entry->m_Socket, *unfinished);
+    (isAborted ? waits.m_Disconnected : waits.m_Others).push_back(unfinished);
   }
-  return aborted;
+  return waits;
 }
 
 }  // namespace Http

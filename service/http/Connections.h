@@ -53,7 +53,12 @@ class Connections {
 
   bool IsLimitReached(const Peer& peer) const HOST_REQUIRES(m_Lock);
   void Run();
-  Responses Check() HOST_REQUIRES(m_Lock);
+  // The responses for which requests wait.
+  struct Waits {
+    Responses m_Disconnected;
+    Responses m_Others;
+  };
+  Waits Check() HOST_REQUIRES(m_Lock);
 
   const Limits m_Limits;
 

@@ -1,6 +1,7 @@
 // The state shared by a responder and the connection that waits for its response.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -14,19 +15,30 @@ class PendingResponse : public UnfinishedResponse {
  public:
   // Sets the response, unless one was set before or the request has ended. Thread-safe.
   void Complete(Response response);
+  // Sets the response that `CheckTimeout` sends after this time. Call at most once. Thread-safe.
+  void SetTimeout(std::chrono::milliseconds timeout, Response response);
   bool HasEnded() const;
   // Returns empty until a response is set.
   std::optional<Response> Get() const;
 
   void Abort() override;
+  void CheckTimeout() override;
   short DisconnectEvents() const override;
   void Attach(std::shared_ptr<Gate> gate) override;
   void End() override;
 
  private:
+  using Clock = std::chrono::steady_clock;
+
+  bool HasTimedOut();
+
+  Response m_OnTimeout;  // not changed after `SetTimeout`
+
   mutable Base::Mutex m_Lock;
   std::optional<Response> m_Response HOST_GUARDED_BY(m_Lock);
+  std::optional<Clock::time_point> m_Deadline HOST_GUARDED_BY(m_Lock);
   std::shared_ptr<Gate> m_Gate HOST_GUARDED_BY(m_Lock);
+  bool m_HasTimedOut HOST_GUARDED_BY(m_Lock) = false;
   bool m_HasEnded HOST_GUARDED_BY(m_Lock) = false;
 };
 

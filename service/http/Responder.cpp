@@ -22,6 +22,10 @@ void Responder::Complete(Response response) const {
   m_Response->Complete(std::move(response));
 }
 
+void Responder::SetTimeout(std::chrono::milliseconds timeout, Response response) const {
+  m_Response->SetTimeout(timeout, std::move(response));
+}
+
 bool Responder::HasEnded() const {
   return m_Response->HasEnded();
 }
@@ -37,9 +41,25 @@ void PendingResponse::Complete(Response response) {
   if (gate != nullptr) gate->Wake();
 }
 
+void PendingResponse::SetTimeout(std::chrono::milliseconds timeout, Response response) {
+  const Base::MutexLock lock(m_Lock);
+  m_OnTimeout = std::move(response);
+  m_Deadline = Clock::now() + timeout;
+}
+
+bool PendingResponse::HasTimedOut() {
+  const Base::MutexLock lock(m_Lock);
+  if (!m_Response && m_Deadline && Clock::now() >= *m_Deadline) m_HasTimedOut = true;
+  return m_HasTimedOut;
+}
+
+void PendingResponse::CheckTimeout() {
+  if (HasTimedOut()) Complete(m_OnTimeout);
+}
+
 bool PendingResponse::HasEnded() const {
   const Base::MutexLock lock(m_Lock);
-  return m_HasEnded;
+  return m_HasEnded || m_HasTimedOut;
 }
 
 std::optional<Response> PendingResponse::Get() const {

@@ -1,6 +1,7 @@
 // Responses that are completed after the handler has returned.
 #pragma once
 
+#include <chrono>
 #include <memory>
 
 #include "service/http/Message.h"
@@ -30,8 +31,10 @@ class Responder {
   // Sends the response, immediately or as soon as the handler has returned. Does nothing if the
   // request already has a response or has ended.
   void Complete(Response response) const;
-  // Whether the request has ended, so that the response can be dropped. If the client closes a
-  // TCP connection, this may go unnoticed until the response is sent.
+  // Sets the response that the server sends if there is none after this time. Call at most once.
+  void SetTimeout(std::chrono::milliseconds timeout, Response response) const;
+  // Whether the request has ended or timed out, so that the response can be dropped. If the client
+  // closes a TCP connection, this may go unnoticed until the response is sent.
   bool HasEnded() const;
 
  private:

@@ -75,6 +75,7 @@ void AddHeader(const ResponsePtr& response, const std::string& name, const std::
 }
 
 bool Queue(MHD_Connection* connection, unsigned status, const ResponsePtr& response) {
+  Base::RequireNoLock("sending a response");
   if (response == nullptr) return false;
   for (const auto& [name, value] : kCommonHeaders) AddHeader(response, name, value);
   return MHD_queue_response(connection, status, response.get()) == MHD_YES;

@@ -15,10 +15,10 @@ namespace Http {
 // invalid header.
 
 // Sends 304 instead if the client already has this content according to its If-None-Match header.
-bool Send(MHD_Connection* connection, const Response& response, const Request& request);
+bool Send(MHD_Connection* connection, const Response& response, const Request& request) HOST_BLOCKS;
 
 // Sends the queued data of the stream until it ends. `gate` is the connection's gate.
 bool Send(MHD_Connection* connection, const std::shared_ptr<Stream>& stream,
-          const std::shared_ptr<Gate>& gate);
+          const std::shared_ptr<Gate>& gate) HOST_BLOCKS;
 
 }  // namespace Http

@@ -44,6 +44,7 @@ class Stream : public UnfinishedResponse {
   // Whether the stream ended early, so that the client must not see a regular end.
   bool IsAborted() const;
   void Abort() override;
+  void CheckTimeout() override {}  // streams have no time limit
   short DisconnectEvents() const override;
   void Attach(std::shared_ptr<Gate> gate) override;
   void End() override;

@@ -17,6 +17,8 @@ class UnfinishedResponse {
   // Ends the response early because the client has disconnected or the server is stopping.
   // Thread-safe.
   virtual void Abort() = 0;
+  // Completes the response if its time limit has expired. Thread-safe.
+  virtual void CheckTimeout() = 0;
   // Returns the poll(2) events that mean that the client no longer wants the response.
   virtual short DisconnectEvents() const = 0;
 

@@ -20,6 +20,7 @@
 #include "service/api/Documents.h"
 #include "service/http/PendingResponse.h"
 #include "tests/service/CollectorFixture.h"
+#include "tests/service/state/Cards.h"
 #include "tests/support/Temporary.h"
 
 namespace {
@@ -67,6 +68,7 @@ class Api : public CorvaneTest::CollectorFixture {
                             m_Metrics};
     api.m_RefreshTimeout = milliseconds(20);
     api.m_CallTimeout = m_CallTimeout;
+    api.m_DatabaseTimeout = m_DatabaseTimeout;
     return api;
   }
 
@@ -84,7 +86,10 @@ class Api : public CorvaneTest::CollectorFixture {
       }
       const auto& later = std::get<Http::ResponsePromise>(reply).m_Response;
       const Console::Deadline deadline(CorvaneTest::kTimeout);
-      while (!later->Get() && !deadline.HasPassed()) std::this_thread::sleep_for(milliseconds(5));
+      while (!later->Get() && !deadline.HasPassed()) {
+        std::this_thread::sleep_for(milliseconds(5));
+        later->CheckTimeout();  // as the server does
+      }
       if (later->Get()) return *later->Get();
     }
     ADD_FAILURE() << path << " did not respond";
@@ -108,6 +113,7 @@ class Api : public CorvaneTest::CollectorFixture {
   Body Metrics() { return DeferredResponse(Http::Method::Get, "/metrics", {}).m_Body; }
 
   milliseconds m_CallTimeout{20};
+  milliseconds m_DatabaseTimeout{CorvaneTest::kTimeout};
   pid_t m_Process = 0;
   const Console::ResultStream m_Stream{true};  // true: redirects test output to standard error
   Service::EventFeed m_Feed{m_Store};
@@ -173,6 +179,32 @@ TEST_F(Api, DoesNotReadTheDatabaseForADisconnectedClient) {
   end.set_value();
   m_State.Stop();
   EXPECT_THAT(answered, testing::ElementsAre(2));
+}
+
+// The change is made nevertheless.
+TEST_F(Api, TimesOutIfTheDatabaseIsBusy) {
+  Start(Settings());
+  m_State.Change(
+      [](Service::StateStore& store) {
+        StateTest::Card card;
+        card.m_Serial = "S0";
+        return store.Record(StateTest::Observe(1795239062000, {card}));
+      },
+      [](const auto&) {});
+  std::promise<void> end;
+  m_State.Read([ended = end.get_future().share()](auto&) { return ended.wait(), true; },
+               [](const auto&) {});
+  m_DatabaseTimeout = milliseconds(20);
+  Http::Request request;
+  request.m_Parameters["serial"] = "S0";
+  request.m_Body = R"({"reason": "MISSING"})";
+  EXPECT_EQ("504 DATABASE_TIMED_OUT", StatusOf(Http::Method::Get, "/v1/acknowledgments", {}));
+  EXPECT_EQ("504 DATABASE_TIMED_OUT",
+            StatusOf(Http::Method::Post, "/v1/cards/{serial}/ack", request));
+  end.set_value();
+  m_DatabaseTimeout = CorvaneTest::kTimeout;
+  EXPECT_THAT(*DeferredResponse(Http::Method::Get, "/v1/acknowledgments", {}).m_Body,
+              testing::HasSubstr(R"("serial_number":"S0","reason":"MISSING")"));
 }
 
 // Clients can read the log even when many calls wait for a card.

@@ -87,6 +87,25 @@ TEST(PendingResponse, IsDroppedIfTheConnectionIsClosed) {
   EXPECT_EQ(200, Client(request.m_Server).Get("/text").m_Status);
 }
 
+TEST(PendingResponse, IsReplacedAfterItsTimeout) {
+  WaitingRequest request;
+  request.m_Responder->SetTimeout(milliseconds(20), MakeResponse(504, "text/plain", "too late"));
+  EXPECT_EQ(504, RawClient::Parse(request.m_Client.ReadUntil("too late")).m_Status);
+  EXPECT_TRUE(request.m_Responder->HasEnded());
+  request.m_Responder->Complete(MakeResponse(200, "text/plain", "late"));
+  request.m_Client.Send("GET /text HTTP/1.1\r\nHost: x\r\n\r\n");
+  EXPECT_EQ("a text", RawClient::Parse(request.m_Client.ReadUntil("a text")).m_Body);
+}
+
+TEST(PendingResponse, IsSentBeforeItsTimeout) {
+  WaitingRequest request;
+  request.m_Responder->SetTimeout(std::chrono::hours(1), MakeResponse(504, "text/plain", "late"));
+  std::this_thread::sleep_for(milliseconds(100));  // during several checks of the connection
+  EXPECT_FALSE(request.m_Responder->HasEnded());
+  request.m_Responder->Complete(MakeResponse(200, "text/plain", "in time"));
+  EXPECT_EQ(200, RawClient::Parse(request.m_Client.ReadUntil("in time")).m_Status);
+}
+
 TEST(PendingResponse, ReachesAClientThatHasFinishedSending) {
   WaitingRequest request;
   request.m_Client.EndSending();
