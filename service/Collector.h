@@ -54,7 +54,7 @@ class Collector {
 
   // Stops the plug-in and the thread; this can take 30 seconds or more if a card hangs. Afterwards
   // `Call` returns empty. Call only from the thread that created the collector.
-  void Stop();
+  void Stop() HOST_BLOCKS;
   // Starts to stop without waiting for the thread. A running format, which has no time limit, is
   // disconnected. Thread-safe.
   void RequestStop();
@@ -65,14 +65,14 @@ class Collector {
   // Requests a refresh and waits for a snapshot that was read after this request; on a machine
   // without cards, by a plug-in that has searched for cards since. Returns false at the deadline,
   // or if no plug-in is running. Thread-safe.
-  bool Refresh(const Console::Deadline& deadline) const;
+  bool Refresh(const Console::Deadline& deadline) const HOST_BLOCKS;
   // Executes one command in the plug-in and waits for the reply. Returns empty if no plug-in is
   // running or the plug-in has not replied by the deadline. Thread-safe.
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
-                                           const Console::Deadline& deadline) const;
+                                           const Console::Deadline& deadline) const HOST_BLOCKS;
   // Like `Worker::ReadRows`. Thread-safe.
   std::optional<nlohmann::json> ReadRows(const std::string& table,
-                                         const Console::Deadline& deadline) const;
+                                         const Console::Deadline& deadline) const HOST_BLOCKS;
   // Number of threads that the running plug-in failed to start. Thread-safe.
   std::size_t FailedThreads() const;
   // Whether a plug-in is running, so that `Call` can succeed. Thread-safe.

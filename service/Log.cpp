@@ -36,6 +36,7 @@ std::string CommandName(pid_t process) {
 }
 
 void Write(const JournalEntry& entry) {
+  Base::RequireNoLock("writing to the log");
   if (Systemd::IsJournalUsed() && Systemd::SendToJournal(entry)) return;
   const std::string line = fmt::format("corvane-host: {}\n", entry.m_Message);
   std::fwrite(line.data(), 1, line.size(), stderr);  // a message that cannot be written is lost

@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "base/HeldLocks.h"
 #include "hostkit/EventLog.h"
 #include "service/http/Message.h"
 #include "service/systemd/Journal.h"
@@ -13,14 +14,14 @@
 namespace Service {
 
 // Logs a warning for the administrator.
-void LogWarning(const std::string& text);
+void LogWarning(const std::string& text) HOST_BLOCKS;
 
 // Logs an event of the plug-in.
-void LogEvent(const HostKit::LoggedEvent& event);
+void LogEvent(const HostKit::LoggedEvent& event) HOST_BLOCKS;
 
 // Logs a client's request for a change, such as "forgetCard/FA00000001". Call before making the
 // change.
-void LogChange(const Http::Peer& client, const std::string& change);
+void LogChange(const Http::Peer& client, const std::string& change) HOST_BLOCKS;
 
 // Return the journal entries of an event and of a change. The messages contain no control
 // characters.

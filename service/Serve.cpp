@@ -16,6 +16,7 @@
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
 #include "console/plugin/DatabaseLock.h"
+#include "hostkit/Database.h"
 #include "hostkit/Paths.h"
 #include "service/EventAnnouncer.h"
 #include "service/EventHooks.h"
@@ -120,6 +121,7 @@ struct Running {
     m_State.Stop();
   }
 
+  const HostKit::DatabaseThread m_Database;  // outlives all threads that use the database
   SnapshotStore m_Store;
   EventFeed m_Feed;
   const std::unique_ptr<EventHooks> m_Hooks;

@@ -33,26 +33,28 @@ class StateStore {
   // On the first observation of a plug-in process, logs and returns the events for all changes
   // since the last logged state. Each event is logged exactly once. The first observation in a file
   // logs nothing, because all its cards are new.
-  std::vector<HostKit::LoggedEvent> Record(const Observation& observation);
+  std::vector<HostKit::LoggedEvent> Record(const Observation& observation) HOST_BLOCKS;
 
   // Returns all known cards, ordered by position.
   //
   // A card keeps its position while it is removed from the machine. A new card gets the next unused
   // position. The position of a forgotten card is not reused, unless it was the highest.
-  std::vector<KnownCard> Cards();
+  std::vector<KnownCard> Cards() HOST_BLOCKS;
 
   // Removes a missing card, with its history and acknowledgments. If the card is inserted again, it
   // counts as a new card. `isPresent` says whether the card is present; if it is
   // empty, the last observation counts.
-  ForgetResult Forget(const std::string& serial, std::optional<bool> isPresent = std::nullopt);
+  ForgetResult Forget(const std::string& serial,
+                      std::optional<bool> isPresent = std::nullopt) HOST_BLOCKS;
 
   // See Acknowledgments.h.
-  AcknowledgeResult Acknowledge(const Acknowledgment& acknowledgment);
-  bool Unacknowledge(const std::string& serial, const std::string& reason, std::uint64_t nowMs);
-  std::vector<Acknowledgment> Acknowledgments(std::uint64_t nowMs);
+  AcknowledgeResult Acknowledge(const Acknowledgment& acknowledgment) HOST_BLOCKS;
+  bool Unacknowledge(const std::string& serial, const std::string& reason,
+                     std::uint64_t nowMs) HOST_BLOCKS;
+  std::vector<Acknowledgment> Acknowledgments(std::uint64_t nowMs) HOST_BLOCKS;
 
   // Returns std::nullopt if the card is not known.
-  std::optional<HistorySeries> History(const HistoryQuery& query);
+  std::optional<HistorySeries> History(const HistoryQuery& query) HOST_BLOCKS;
 
  private:
   void Change(const HostKit::OwnTablesUse& use);

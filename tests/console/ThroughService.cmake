@@ -41,6 +41,7 @@ set(NOT_THROUGH_SERVICE
   "serve|tests the service itself"
   "start|tests the start of an in-process plug-in"
   "state|runs each command with and without a service"
+  "stop|tests the service itself"
   "stuck|uses an in-process plug-in that hangs"
   "terminal|tests colors, which do not depend on the source of the values"
   "trouble|tests failures of an in-process plug-in"
