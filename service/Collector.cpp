@@ -82,9 +82,12 @@ bool Collector::RunPlugin() {
   const bool hadUnlogged = m_EventLog.HasUnlogged();
   WorkerSession session(*worker, m_EventLog, limits);
   ForwardEvents({}, hadUnlogged);
-  SetRunning(worker);
   bool needsRestart = false;
   try {
+    RestoreLeds(session);
+    // Published before the first call of a client, so that the client uses this process's objects.
+    Publish(session, m_Refreshes);
+    SetRunning(worker);
     needsRestart = Follow(*worker, session);
   } catch (const std::exception& failure) {
     PublishDown(failure.what());  // before `Finish`, because the process may take a while to exit
@@ -120,11 +123,34 @@ void Collector::SetRunning(std::shared_ptr<Worker> worker) {
 }
 
 std::optional<Console::PluginReply> Collector::Call(const Console::PluginCommand& command,
-                                                    const Console::Deadline& deadline) const {
+                                                    const Console::Deadline& deadline,
+                                                    CallEnd* end) const {
   const std::shared_ptr<Worker> worker = AwaitRunning(deadline);
   // Checked after the lookup: if it is set later, `RequestStop` makes this worker refuse formats.
   if (!worker || m_IsStopping) return std::nullopt;
-  return worker->Call(command, deadline);
+  const SnapshotPtr snapshot = m_Store.Get();
+  auto reply = worker->Call(command, deadline);
+  RecordLed(*snapshot, command, reply);
+  if (end != nullptr) *end = {worker->ProcessId(), !reply && !worker->IsAlive()};
+  return reply;
+}
+
+// Records a successful operation of a locate LED. The snapshot is from before the operation.
+void Collector::RecordLed(const Snapshot& snapshot, const Console::PluginCommand& command,
+                          const std::optional<Console::PluginReply>& reply) const {
+  const auto* operation = std::get_if<PI::COperation>(&command.m_Payload);
+  const bool isExecuted = command.m_Command == PI::CMD_EXECUTE_OPERATION && operation != nullptr;
+  if (!isExecuted || !reply || reply->m_Result != PI::SUCCESS) return;
+  m_Leds.Record(SerialOf(snapshot, command.m_Object), operation->m_OperationID,
+                snapshot.m_Plugin.m_Process);
+}
+
+void Collector::RestoreLeds(WorkerSession& session) {
+  const auto calls = static_cast<int>(1 + 2 * m_Leds.Count());
+  m_Progress.Begin(calls * m_Settings.m_CallTimeout);
+  m_Leds.Restore(session, session.ProcessId(), [this](const std::string& warning) {
+    if (m_Settings.m_OnWarning) m_Settings.m_OnWarning(warning);
+  });
 }
 
 std::optional<nlohmann::json> Collector::ReadRows(const std::string& table,
@@ -179,7 +205,6 @@ void Collector::ForwardEvents(const std::vector<HostKit::LoggedEvent>& events,
 
 // Returns true if the plug-in has no cards.
 bool Collector::Follow(Worker& worker, WorkerSession& session) {
-  Publish(session, m_Refreshes);
   const Console::Deadline stable(m_Settings.m_MaxBackoff);
   Console::WaitSet alsoWake;
   alsoWake.m_Readable = m_Wake.Number();
@@ -202,6 +227,7 @@ bool Collector::Follow(Worker& worker, WorkerSession& session) {
     ForwardEvents(session.CollectEvents(), hadUnlogged);
     if (m_IsStopping) return false;
     if (!session.HasCards()) return true;
+    RestoreLeds(session);  // of calls that ended while the process was replaced
     Publish(session, refreshes);
     if (stable.HasPassed()) m_NextBackoff = m_Settings.m_InitialBackoff;
   }
@@ -222,7 +248,8 @@ void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
   snapshot.m_Plugin.m_Process = session.ProcessId();
   snapshot.m_Plugin.m_FailedThreads = session.FailedThreads();
   snapshot.m_Plugin.m_StartDuration = session.StartDuration();
-  m_Store.Publish(std::move(snapshot));
+  if (snapshot.m_HasCards) m_Leds.ForgetRemoved(snapshot.m_Objects);
+  PublishSnapshot(std::move(snapshot));
   ForwardObservation(m_Store.Get(), logPosition);
 }
 
@@ -243,6 +270,11 @@ void Collector::PublishDown(const std::string& reason) {
   snapshot.m_Plugin.m_IsUp = false;
   snapshot.m_Plugin.m_Reason = reason;
   snapshot.m_Plugin.m_Starts = m_Starts;
+  PublishSnapshot(std::move(snapshot));
+}
+
+void Collector::PublishSnapshot(Snapshot snapshot) {
+  if (m_Settings.m_BeforePublish) m_Settings.m_BeforePublish(snapshot);
   m_Store.Publish(std::move(snapshot));
 }
 

@@ -17,6 +17,7 @@
 #include "console/base/Notifier.h"
 #include "console/base/Output.h"
 #include "hostkit/EventLog.h"
+#include "service/LocateLeds.h"
 #include "service/ProgressWatch.h"
 #include "service/Snapshot.h"
 #include "service/WorkerSession.h"
@@ -42,6 +43,17 @@ struct CollectorSettings {
   // without events when events that could not be logged before have been logged. Called on the
   // collector's thread; must not block for long or throw.
   std::function<void(const std::vector<HostKit::LoggedEvent>&)> m_OnEvents = nullptr;
+  // Called with each snapshot before it is published, on the collector's thread, if set. Must not
+  // block.
+  std::function<void(const Snapshot&)> m_BeforePublish = nullptr;
+  // Called with a message for the administrator, on the collector's thread, if set.
+  std::function<void(const std::string&)> m_OnWarning = nullptr;
+};
+
+// How a call to the plug-in ended.
+struct CallEnd {
+  pid_t m_Process = -1;      // the process that was called; -1: none was running
+  bool m_HasExited = false;  // this process exited before it replied
 };
 
 class Collector {
@@ -67,9 +79,11 @@ class Collector {
   // or if no plug-in is running. Thread-safe.
   bool Refresh(const Console::Deadline& deadline) const HOST_BLOCKS;
   // Executes one command in the plug-in and waits for the reply. Returns empty if no plug-in is
-  // running or the plug-in has not replied by the deadline. Thread-safe.
+  // running or the plug-in has not replied by the deadline. Sets `end` if it is not null.
+  // Thread-safe.
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
-                                           const Console::Deadline& deadline) const HOST_BLOCKS;
+                                           const Console::Deadline& deadline,
+                                           CallEnd* end = nullptr) const HOST_BLOCKS;
   // Like `Worker::ReadRows`. Thread-safe.
   std::optional<nlohmann::json> ReadRows(const std::string& table,
                                          const Console::Deadline& deadline) const HOST_BLOCKS;
@@ -90,6 +104,10 @@ class Collector {
   void BackOff();
 
   std::shared_ptr<Worker> RunningWorker() const;
+  void RestoreLeds(WorkerSession& session);
+  void RecordLed(const Snapshot& snapshot, const Console::PluginCommand& command,
+                 const std::optional<Console::PluginReply>& reply) const;
+  void PublishSnapshot(Snapshot snapshot);
   bool WillRun(const Snapshot& snapshot) const;
   std::shared_ptr<Worker> AwaitRunning(const Console::Deadline& deadline) const;
   void SetRunning(std::shared_ptr<Worker> worker);
@@ -100,6 +118,7 @@ class Collector {
   mutable std::atomic<std::uint64_t> m_Refreshes{0};  // requested so far
   std::atomic<bool> m_IsStopping{false};
   ProgressWatch m_Progress{m_Settings.m_Now};
+  mutable LocateLeds m_Leds;
 
   mutable Base::Mutex m_Lock;
   std::shared_ptr<Worker> m_pRunning HOST_GUARDED_BY(m_Lock);  // null: no plug-in is running

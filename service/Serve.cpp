@@ -74,6 +74,7 @@ CollectorSettings SettingsOf(const Console::Context& context, EventAnnouncer& an
   settings.m_OnEvents = [&announcer](const std::vector<HostKit::LoggedEvent>& events) {
     announcer.Announce(events);
   };
+  settings.m_OnWarning = LogWarning;
   settings.m_Program = "/proc/self/exe";
   settings.m_PluginFile = context.PluginFile();
   settings.m_OnObservation = [&announcer](const Observation& observation) {

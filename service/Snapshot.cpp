@@ -3,12 +3,20 @@
 #include <algorithm>
 #include <utility>
 
+#include "console/model/FieldTable.h"
+
 namespace Service {
 
 const PI::CObject* Snapshot::Find(std::uint64_t id) const {
   const auto found = std::find_if(m_Objects.begin(), m_Objects.end(),
                                   [id](const PI::CObject& each) { return each.m_ID == id; });
   return found == m_Objects.end() ? nullptr : &*found;
+}
+
+std::string SerialOf(const Snapshot& snapshot, std::uint64_t object) {
+  const Console::Model model(snapshot.m_Objects);
+  const Console::Object* const found = model.Find(object);
+  return found == nullptr ? std::string() : Console::SerialOf(model, *found);
 }
 
 const PI::CProperty* FindProperty(const PI::CObject& object, std::uint32_t property) {

@@ -51,6 +51,10 @@ struct Snapshot {
 
 using SnapshotPtr = std::shared_ptr<const Snapshot>;
 
+// Returns the serial number of the object's card; empty if the object does not belong to a card or
+// the serial number is unknown.
+std::string SerialOf(const Snapshot& snapshot, std::uint64_t object);
+
 // Returns null if the object does not have the property.
 const PI::CProperty* FindProperty(const PI::CObject& object, std::uint32_t property);
 
