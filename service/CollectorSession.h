@@ -6,13 +6,18 @@
 #include <optional>
 #include <vector>
 
+#include "console/base/Failure.h"
 #include "console/plugin/CommandSession.h"
 #include "service/Collector.h"
 #include "service/Snapshot.h"
 
 namespace Service {
 
-// Members that call the plug-in throw `Console::Failure` if no plug-in is running.
+// Returns the failure of a change during which the plug-in process exited.
+Console::Failure PluginEndedFailure();
+
+// Members that call the plug-in throw `Console::Failure` if no plug-in is running, or if the
+// process from which the session got its objects has exited.
 class CollectorSession : public Console::CommandSession {
  public:
   // The references must outlive the session.
@@ -40,7 +45,10 @@ class CollectorSession : public Console::CommandSession {
 
   const Collector& m_Collector;
   const SnapshotStore& m_Store;
+  bool HasExited(const CallEnd& end) const;
+
   SnapshotPtr m_Snapshot;
+  const pid_t m_Process;  // of the plug-in at the start of the session; -1: it was down
   std::int64_t m_LastEvent = 0;
 };
 

@@ -5,29 +5,39 @@
 #include <algorithm>
 #include <utility>
 
+#include "console/base/Failure.h"
+
 namespace Service {
 namespace {
 
 constexpr std::size_t kMaxJobs = 1000;
+
+Console::Failure RunningFailure(const Job& job) {
+  return Console::Failure(
+      Console::ExitCode::Refused, "JOB_RUNNING",
+      fmt::format("another job is running on card {} ({})", job.m_Serial, job.m_Operation),
+      std::vector<std::string>{"Wait until this is done, then try again."});
+}
 
 }  // namespace
 
 JobTable::JobTable()
     : m_Run(static_cast<std::uint64_t>(Job::Clock::now().time_since_epoch().count())) {}
 
-std::optional<Job> JobTable::Begin(const std::string& serial, const std::string& operation,
-                                   bool isDryRun) {
+Job JobTable::Begin(const std::string& serial, const std::string& operation, bool isDryRun,
+                    const JobClient& client) {
   const Base::MutexLock lock(m_Lock);
-  const bool isBusy = std::any_of(m_Jobs.begin(), m_Jobs.end(), [&serial](const Job& each) {
+  const auto running = std::find_if(m_Jobs.begin(), m_Jobs.end(), [&serial](const Job& each) {
     return each.m_Serial == serial && each.m_State == JobState::Running;
   });
-  if (isBusy) return std::nullopt;
+  if (running != m_Jobs.end()) throw RunningFailure(*running);
   DropOldest();
   Job job;
   job.m_Id = fmt::format("{:x}-{}", m_Run, ++m_Last);
   job.m_Serial = serial;
   job.m_Operation = operation;
   job.m_IsDryRun = isDryRun;
+  job.m_Client = client;
   job.m_Started = Job::Clock::now();
   m_Jobs.push_back(job);
   return job;

@@ -15,6 +15,14 @@ namespace Service {
 
 enum class JobState { Running, Succeeded, Failed };
 
+// The request that started a job: one for an operation, or a command of the plug-in interface.
+enum class JobOrigin { Api, Session };
+
+struct JobClient {
+  JobOrigin m_Origin = JobOrigin::Api;
+  std::string m_User;  // name of the user
+};
+
 struct Job {
   using Clock = std::chrono::system_clock;
 
@@ -22,10 +30,12 @@ struct Job {
   std::string m_Serial;
   std::string m_Operation;
   bool m_IsDryRun = false;
+  JobClient m_Client;
   JobState m_State = JobState::Running;
   Clock::time_point m_Started;
   Clock::time_point m_Ended;  // set when the job has ended
-  // A console document or a problem document. Null while the job is running.
+  // A console document or a problem document. Null while the job is running, and after the success
+  // of a command of the plug-in interface.
   nlohmann::ordered_json m_Result;
 };
 
@@ -34,8 +44,9 @@ class JobTable {
  public:
   JobTable();
 
-  // Adds a running job. Returns empty if one is already running on the card.
-  std::optional<Job> Begin(const std::string& serial, const std::string& operation, bool isDryRun);
+  // Adds a running job. Throws `Console::Failure` if one is already running on the card.
+  Job Begin(const std::string& serial, const std::string& operation, bool isDryRun,
+            const JobClient& client = {});
   // Records the end of a running job.
   void End(const std::string& id, JobState state, nlohmann::ordered_json result);
   // Removes a job that could not be started.

@@ -69,11 +69,14 @@ void PassTracing(const Console::Options& options) {
   if (!options.m_TraceFile.empty()) setenv("CORVANE_TRACE_FILE", options.m_TraceFile.c_str(), 1);
 }
 
-CollectorSettings SettingsOf(const Console::Context& context, EventAnnouncer& announcer) {
+CollectorSettings SettingsOf(const Console::Context& context, EventAnnouncer& announcer,
+                             SessionJobs& jobs) {
   CollectorSettings settings;
-  settings.m_OnEvents = [&announcer](const std::vector<HostKit::LoggedEvent>& events) {
+  settings.m_OnEvents = [&announcer, &jobs](const std::vector<HostKit::LoggedEvent>& events) {
+    jobs.OnEvents(events);
     announcer.Announce(events);
   };
+  settings.m_BeforePublish = [&jobs](const Snapshot& snapshot) { jobs.OnSnapshot(snapshot); };
   settings.m_OnWarning = LogWarning;
   settings.m_Program = "/proc/self/exe";
   settings.m_PluginFile = context.PluginFile();
@@ -103,9 +106,9 @@ struct Running {
       : m_Feed(m_Store),
         m_Hooks(CreateHooks(m_Store, eventsDirectory)),
         m_Announcer(m_State, m_Feed, m_Hooks.get(), LogEvent),
-        m_Collector(SettingsOf(context, m_Announcer), m_Store),
-        m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,
-              m_Jobs,   m_Replays,        m_Threads, m_State,     m_Metrics} {
+        m_Collector(SettingsOf(context, m_Announcer, m_SessionJobs), m_Store),
+        m_Api{commands,      context.Stream(), m_Store,   m_Collector, m_Feed,   m_Jobs,
+              m_SessionJobs, m_Replays,        m_Threads, m_State,     m_Metrics} {
     Http::Settings settings;
     settings.m_Permissions = permissions;
     settings.m_OnFailure = LogWarning;
@@ -129,8 +132,9 @@ struct Running {
   EventAnnouncer m_Announcer;  // outlives the queued tasks of the state thread
   // Destroyed after the collector, so that its last observation is stored.
   StateThread m_State{ReportStateFailure};
-  Collector m_Collector;
   JobTable m_Jobs;
+  SessionJobs m_SessionJobs{m_Jobs};  // used by the collector's thread
+  Collector m_Collector;
   ReplayCache m_Replays;
   MetricsCache m_Metrics;
   ApiContext m_Api;

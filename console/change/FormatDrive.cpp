@@ -87,13 +87,18 @@ struct Plan {
 // Keeps the locate LED of the card on while the user is prompted.
 class LocateLedGuard {
  public:
-  LocateLedGuard(Session& session, const Object* adapter) : m_Session(session) {
+  LocateLedGuard(Context& context, const Object* adapter) : m_Context(context), m_Adapter(adapter) {
     if (adapter == nullptr) return;
-    m_Adapter = adapter->m_ID;
     m_IsOn = adapter->SupportsOperation(PI::OP_LOCATE_DEVICE) && Switch(PI::OP_LOCATE_DEVICE);
   }
   ~LocateLedGuard() {
-    if (m_IsOn) Switch(PI::OP_STOP_LOCATE_DEVICE);
+    if (!m_IsOn) return;
+    try {
+      Switch(PI::OP_STOP_LOCATE_DEVICE);
+    } catch (const Failure& failure) {
+      NoteStaysOn(failure);  // such as another job that was started during the prompt
+    } catch (const Stopped&) {
+    }
   }
   LocateLedGuard(const LocateLedGuard&) = delete;
   LocateLedGuard& operator=(const LocateLedGuard&) = delete;
@@ -104,11 +109,17 @@ class LocateLedGuard {
   bool Switch(PI::_OPERATION_ID number) {
     PI::COperation operation;
     operation.m_OperationID = number;
-    return m_Session.ExecuteOperation(m_Adapter, operation) == PI::SUCCESS;
+    return m_Context.Open().ExecuteOperation(m_Adapter->m_ID, operation) == PI::SUCCESS;
+  }
+  void NoteStaysOn(const Failure& failure) {
+    const std::string& name = m_Adapter->m_Selector;
+    m_Context.m_Diagnostics.Note(
+        "LIGHT_STAYS_ON", fmt::format("the locate LED of {} stays on: {}", name, failure.what()),
+        {fmt::format("To switch it off: corvane-host locate {} off", name)});
   }
 
-  Session& m_Session;
-  std::uint64_t m_Adapter = 0;
+  Context& m_Context;
+  const Object* const m_Adapter;
   bool m_IsOn = false;
 };
 
@@ -335,7 +346,7 @@ CommandResult FormatDrive(Context& context, const Model& model, const Object& dr
   }
   {
     const bool prompts = options.m_Confirm.empty() && CanPrompt(options);
-    const LocateLedGuard locateLed(session, prompts ? AdapterOf(model, drive) : nullptr);
+    const LocateLedGuard locateLed(context, prompts ? AdapterOf(model, drive) : nullptr);
     RequireTypedText(context, ActionText(FormatRow(), drive),
                      PlanText(context, model, drive, plan, locateLed.IsOn()),
                      ConfirmationText(model, drive));

@@ -12,6 +12,7 @@
 #include "service/Snapshot.h"
 #include "service/api/MetricsCache.h"
 #include "service/api/ReplayCache.h"
+#include "service/api/SessionJobs.h"
 #include "service/http/Route.h"
 #include "service/state/StateThread.h"
 
@@ -25,6 +26,7 @@ struct ApiContext {
   const Collector& m_Collector;
   EventFeed& m_Feed;
   JobTable& m_Jobs;
+  SessionJobs& m_SessionJobs;
   ReplayCache& m_Replays;
   CallThreads& m_Threads;
   StateThread& m_State;

@@ -34,6 +34,7 @@ const ResponseRow kText = {200, "A one-word status.", kTextType, nullptr};
 const ResponseRow kJob = {202, "The job that runs the operation.", kJsonType, "Job"};
 
 const ProblemRow kDown = {503, "PLUGIN_DOWN", "The plug-in is not running."};
+const ProblemRow kEnded = {503, "PLUGIN_ENDED", "The plug-in process exited during the change."};
 const ProblemRow kNoObject = {404, "NO_SUCH_OBJECT", "No such card or drive."};
 const ProblemRow kAmbiguous = {404, "AMBIGUOUS", "The name matches more than one object."};
 const ProblemRow kTimedOut = {504, "TIMED_OUT", "The plug-in is not responding."};
@@ -262,7 +263,7 @@ const std::vector<ApiRow> kRows = {
      "set the plug-in's properties",
      PatchPlugin,
      {kDocument},
-     {kInvalidBody, kDown, kBusy, kTimedOut},
+     {kInvalidBody, kDown, kEnded, kBusy, kTimedOut},
      {},
      "PluginChange"},
     {Method::Get,
@@ -280,7 +281,7 @@ const std::vector<ApiRow> kRows = {
      "execute one command of the plug-in interface",
      PostSession,
      {{200, "What the plug-in returned.", kJsonType, "SessionReply"}},
-     {kInvalidBody, kInvalidQuery, kReserved, kDown, kBusy, kTimedOut},
+     {kInvalidBody, kInvalidQuery, kReserved, kJobRunning, kDown, kEnded, kBusy, kTimedOut},
      {"fresh"},
      "SessionCommand"},
     {Method::Get,

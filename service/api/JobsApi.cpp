@@ -8,6 +8,7 @@
 
 #include "base/Lookup.h"
 #include "console/base/Timestamp.h"
+#include "service/UserName.h"
 #include "service/api/Documents.h"
 
 namespace Service {
@@ -50,6 +51,9 @@ constexpr std::pair<JobState, const char*> kStates[] = {{JobState::Running, "RUN
                                                         {JobState::Succeeded, "SUCCEEDED"},
                                                         {JobState::Failed, "FAILED"}};
 
+constexpr std::pair<JobOrigin, const char*> kOrigins[] = {{JobOrigin::Api, "API"},
+                                                          {JobOrigin::Session, "SESSION"}};
+
 Json ToJson(const Job& job) {
   const auto end = job.m_State == JobState::Running ? Job::Clock::now() : job.m_Ended;
   const std::chrono::duration<double> elapsed = end - job.m_Started;
@@ -57,6 +61,8 @@ Json ToJson(const Job& job) {
           {"serial_number", job.m_Serial},
           {"operation", job.m_Operation},
           {"dry_run", job.m_IsDryRun},
+          {"origin", Base::Lookup(kOrigins, job.m_Client.m_Origin, "")},
+          {"user", job.m_Client.m_User},
           {"state", Base::Lookup(kStates, job.m_State, "")},
           {"started", Console::TimeText(Console::ToMilliseconds(job.m_Started))},
           {"elapsed_seconds", std::max(0.0, elapsed.count())},
@@ -68,6 +74,7 @@ struct JobRequest {
   std::string m_Drive;  // "/d0"; empty: the card itself
   std::string m_Operation;
   bool m_IsDryRun;
+  std::string m_User;
   Arguments m_Arguments;  // of the command; the second is replaced by the object's name
 };
 
@@ -91,20 +98,17 @@ void RunJob(const ApiContext& api, const std::string& id, JobRequest request) {
 
 Response StartJob(const ApiContext& api, JobRequest request) {
   ObjectName(api, request);  // throws for an unknown card
-  const auto job = api.m_Jobs.Begin(request.m_Serial, request.m_Operation, request.m_IsDryRun);
-  if (!job) {
-    return MakeProblem(409, "JOB_RUNNING",
-                       fmt::format("another job is running on card {}", request.m_Serial));
-  }
-  const auto run = [&api, id = job->m_Id, request = std::move(request)] {
+  const Job job = api.m_Jobs.Begin(request.m_Serial, request.m_Operation, request.m_IsDryRun,
+                                   {JobOrigin::Api, request.m_User});
+  const auto run = [&api, id = job.m_Id, request = std::move(request)] {
     RunJob(api, id, request);
   };
   if (!api.m_Threads.Run(run)) {
-    api.m_Jobs.Drop(job->m_Id);
+    api.m_Jobs.Drop(job.m_Id);
     return MakeBusyProblem("the plug-in");
   }
-  Response response = MakeJson(202, ToJson(*job));
-  response.m_Headers.emplace_back("Location", "/v1/jobs/" + job->m_Id);
+  Response response = MakeJson(202, ToJson(job));
+  response.m_Headers.emplace_back("Location", "/v1/jobs/" + job.m_Id);
   return response;
 }
 
@@ -145,7 +149,7 @@ Response StartOperation(const ApiContext& api, const Request& request, bool isFo
   if (row->m_NeedsConfirmation) arguments.emplace_back("--yes");
   if (isForced) arguments.emplace_back("--force");
   return StartJob(api, {request.m_Parameters.at("serial"), DriveOf(request), name, isDryRun,
-                        std::move(arguments)});
+                        UserName(request.m_Peer.m_User), std::move(arguments)});
 }
 
 Response StartFormat(const ApiContext& api, const Request& request) {
@@ -162,7 +166,8 @@ Response StartFormat(const ApiContext& api, const Request& request) {
   if (body.contains("sector_size")) {
     arguments.push_back(fmt::format("--sector-size={}", body.value("sector_size", 0U)));
   }
-  return StartJob(api, {serial, DriveOf(request), "format", isDryRun, std::move(arguments)});
+  return StartJob(api, {serial, DriveOf(request), "format", isDryRun,
+                        UserName(request.m_Peer.m_User), std::move(arguments)});
 }
 
 }  // namespace

@@ -17,7 +17,9 @@
 #include "console/plugin/RowTables.h"
 #include "host/Database.h"
 #include "hostkit/Texts.h"
+#include "service/CollectorSession.h"
 #include "service/Log.h"
+#include "service/UserName.h"
 #include "service/api/Documents.h"
 
 namespace Service {
@@ -97,20 +99,67 @@ Console::Deadline DeadlineOf(const PluginCommand& command, std::chrono::millisec
   return IsFormat(command) ? Console::Deadline() : Console::Deadline(timeout);
 }
 
-Response NoReplyProblem(const ApiContext& api, const char* hint) {
-  if (!api.m_Collector.IsRunning()) {
+Response NoReplyProblem(const ApiContext& api, const char* hint, const CallEnd& end = {}) {
+  if (end.m_HasExited || !api.m_Collector.IsRunning()) {
     return MakeProblem(503, "PLUGIN_DOWN", "the plug-in is not running");
   }
   return MakeProblem(504, "TIMED_OUT", "the plug-in is not responding", hint);
 }
 
-// Replies to a change after the cards have been read again, so that later reads return it.
-Response CallPlugin(const ApiContext& api, const PluginCommand& command) {
-  const Collector& collector = api.m_Collector;
-  const auto reply = collector.Call(command, DeadlineOf(command, api.m_CallTimeout));
-  if (IsChange(command)) collector.Refresh(Console::Deadline(api.m_RefreshTimeout));
-  if (!reply) return NoReplyProblem(api, "The command may still take effect.");
+// Executes a command. Passes the plug-in's reply and its process to `onReply`. Throws
+// `Console::Failure` if the plug-in process exits during a change.
+using OnReply = std::function<void(const PluginReply&, pid_t)>;
+Response Execute(const ApiContext& api, const PluginCommand& command, const OnReply& onReply) {
+  CallEnd end;
+  const auto reply = api.m_Collector.Call(command, DeadlineOf(command, api.m_CallTimeout), &end);
+  if (end.m_HasExited && IsChange(command)) throw PluginEndedFailure();
+  if (!reply) return NoReplyProblem(api, "The command may still take effect.", end);
+  onReply(*reply, end.m_Process);
   return MakeReply(*reply);
+}
+
+// The plug-in reports success even if it could not start a thread for an attach or detach.
+Response NoThreadProblem() {
+  return MakeProblem(500, "NO_THREAD", "the plug-in could not start a thread",
+                     "Allow the service more processes and threads, or free memory.");
+}
+
+// Executes a command and ends its job, unless the card continues to work.
+Response ExecuteJob(const ApiContext& api, const PluginCommand& command, const std::string& id) {
+  const std::size_t failedThreads = api.m_Collector.FailedThreads();
+  const auto onReply = [&](const PluginReply& reply, pid_t process) {
+    if (api.m_Collector.FailedThreads() > failedThreads) {
+      api.m_SessionJobs.Fail(id, NoThreadProblem());
+    } else {
+      api.m_SessionJobs.OnReply(id, reply, process);
+    }
+  };
+  Response response = ResponseOf([&] { return Execute(api, command, onReply); });
+  if (response.m_Status != 200) api.m_SessionJobs.Fail(id, response);
+  return response;
+}
+
+// Replies to a change after the cards have been read again, so that later reads return it. `job`:
+// the id of the change's job, or empty.
+Response CallPlugin(const ApiContext& api, const PluginCommand& command,
+                    const std::optional<std::string>& job = std::nullopt) {
+  const auto execute = [&] { return Execute(api, command, [](const PluginReply&, pid_t) {}); };
+  Response response = job ? ExecuteJob(api, command, *job) : ResponseOf(execute);
+  if (IsChange(command)) api.m_Collector.Refresh(Console::Deadline(api.m_RefreshTimeout));
+  return response;
+}
+
+// Executes a change on another thread, as a job if it executes an operation on a card. Throws
+// `Console::Failure` if another job is running on the card.
+Http::Reply StartChange(const ApiContext& api, const Http::Request& request,
+                        const Snapshot& snapshot, const PluginCommand& command) {
+  const auto job = api.m_SessionJobs.Begin(snapshot, command, UserName(request.m_Peer.m_User));
+  LogChange(request.m_Peer, ChangeText(command));
+  Http::Reply reply =
+      AnswerLater(api, [&api, command, job] { return CallPlugin(api, command, job); });
+  const bool isRefused = std::holds_alternative<Response>(reply);
+  if (job && isRefused) api.m_SessionJobs.Drop(*job);
+  return reply;
 }
 
 // Reads the cards again before replying.
@@ -217,7 +266,13 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
   if (const auto reply = ReadSnapshot(*snapshot, command)) {
     return MakeSnapshotReply(*snapshot, command, *reply);
   }
-  if (IsChange(command)) LogChange(request.m_Peer, ChangeText(command));
+  if (IsChange(command)) {
+    try {
+      return StartChange(api, request, *snapshot, command);
+    } catch (const Console::Failure& failure) {
+      return ResponseOf([&failure]() -> Response { throw failure; });
+    }
+  }
   return AnswerLater(api,
                      [&api, command = std::move(command)] { return CallPlugin(api, command); });
 }

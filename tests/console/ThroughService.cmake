@@ -39,6 +39,7 @@ set(NOT_THROUGH_SERVICE
   "rows|uses the databases of in-process plug-ins (client.bats prints rows through a service)"
   "security|tests the service itself"
   "serve|tests the service itself"
+  "session_jobs|tests the service itself"
   "start|tests the start of an in-process plug-in"
   "state|runs each command with and without a service"
   "stop|tests the service itself"

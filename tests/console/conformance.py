@@ -125,6 +125,7 @@ ELSEWHERE = {
     "AMBIGUOUS": "paging.bats: a name of several objects is ambiguous",
     "DATABASE_UNUSABLE": "service_state.bats: an unusable database is reported, and cards are still served",
     "PLUGIN_DOWN": "serve.bats: a plug-in that cannot be loaded is reported",
+    "PLUGIN_ENDED": "session_jobs.bats: a session job fails if the plug-in process is killed",
     "TOO_MANY_CALLS": "jobs.bats: at most 32 commands wait for the plug-in",
     "TIMED_OUT": "tests/service/ApiTest.cpp",
     "NO_EVENT_LOG": "client.bats: a log that cannot be read is reported",

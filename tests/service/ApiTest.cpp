@@ -56,16 +56,9 @@ class Api : public CorvaneTest::CollectorFixture {
   }
 
   Service::ApiContext Context() {
-    Service::ApiContext api{Console::AllCommands(),
-                            m_Stream,
-                            m_Store,
-                            *m_pCollector,
-                            m_Feed,
-                            m_Jobs,
-                            m_Replays,
-                            m_Threads,
-                            m_State,
-                            m_Metrics};
+    Service::ApiContext api{
+        Console::AllCommands(), m_Stream,  m_Store,   *m_pCollector, m_Feed,   m_Jobs,
+        m_SessionJobs,          m_Replays, m_Threads, m_State,       m_Metrics};
     api.m_RefreshTimeout = milliseconds(20);
     api.m_CallTimeout = m_CallTimeout;
     api.m_DatabaseTimeout = m_DatabaseTimeout;
@@ -118,6 +111,7 @@ class Api : public CorvaneTest::CollectorFixture {
   const Console::ResultStream m_Stream{true};  // true: redirects test output to standard error
   Service::EventFeed m_Feed{m_Store};
   Service::JobTable m_Jobs;
+  Service::SessionJobs m_SessionJobs{m_Jobs};
   Service::ReplayCache m_Replays;
   Service::MetricsCache m_Metrics;
   Service::CallThreads m_Threads;

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "console/base/Failure.h"
 #include "service/JobTable.h"
 
 namespace {
@@ -16,23 +17,33 @@ std::string Operations(const std::vector<Job>& jobs) {
   return operations;
 }
 
+// Begins a detach. Returns why it was refused; empty if it was not.
+std::string Refusal(JobTable& table, const std::string& serial) {
+  try {
+    table.Begin(serial, "detach", false);
+    return {};
+  } catch (const Console::Failure& failure) {
+    EXPECT_EQ(Console::ExitCode::Refused, failure.m_Code);
+    return failure.m_Id + ": " + failure.what();
+  }
+}
+
 TEST(JobTable, HasOneRunningJobPerCard) {
   JobTable table;
   const auto first = table.Begin("S1", "attach", false);
-  ASSERT_TRUE(first);
-  EXPECT_EQ(JobState::Running, first->m_State);
-  EXPECT_TRUE(first->m_Result.is_null());
-  EXPECT_FALSE(table.Begin("S1", "detach", false));
-  EXPECT_TRUE(table.Begin("S2", "detach", false));
-  table.End(first->m_Id, JobState::Failed, {{"id", "X"}});
-  EXPECT_TRUE(table.Begin("S1", "detach", true));
+  EXPECT_EQ(JobState::Running, first.m_State);
+  EXPECT_TRUE(first.m_Result.is_null());
+  EXPECT_EQ("JOB_RUNNING: another job is running on card S1 (attach)", Refusal(table, "S1"));
+  EXPECT_EQ("", Refusal(table, "S2"));
+  table.End(first.m_Id, JobState::Failed, {{"id", "X"}});
+  EXPECT_EQ("", Refusal(table, "S1"));
 }
 
 TEST(JobTable, KeepsTheResult) {
   JobTable table;
   const auto job = table.Begin("S1", "attach", true);
-  table.End(job->m_Id, JobState::Succeeded, {{"exit_code", 0}});
-  const auto ended = table.Find(job->m_Id);
+  table.End(job.m_Id, JobState::Succeeded, {{"exit_code", 0}});
+  const auto ended = table.Find(job.m_Id);
   ASSERT_TRUE(ended);
   EXPECT_EQ(JobState::Succeeded, ended->m_State);
   EXPECT_EQ(0, ended->m_Result.at("exit_code"));
@@ -51,17 +62,17 @@ TEST(JobTable, ListsTheNewestFirst) {
 TEST(JobTable, RemovesAJobThatCouldNotBeStarted) {
   JobTable table;
   const auto job = table.Begin("S1", "attach", false);
-  table.Drop(job->m_Id);
-  EXPECT_FALSE(table.Find(job->m_Id));
-  EXPECT_TRUE(table.Begin("S1", "attach", false));
+  table.Drop(job.m_Id);
+  EXPECT_FALSE(table.Find(job.m_Id));
+  EXPECT_EQ("", Refusal(table, "S1"));
 }
 
 TEST(JobTable, DoesNotReuseIds) {
   JobTable table;
   const auto dropped = table.Begin("S1", "attach", false);
-  table.Drop(dropped->m_Id);
-  EXPECT_NE(dropped->m_Id, table.Begin("S1", "attach", false)->m_Id);
-  EXPECT_FALSE(JobTable().Find(dropped->m_Id));
+  table.Drop(dropped.m_Id);
+  EXPECT_NE(dropped.m_Id, table.Begin("S1", "attach", false).m_Id);
+  EXPECT_FALSE(JobTable().Find(dropped.m_Id));
 }
 
 TEST(JobTable, KeepsTheNewestThousandAndAllRunningJobs) {
@@ -69,13 +80,13 @@ TEST(JobTable, KeepsTheNewestThousandAndAllRunningJobs) {
   const auto running = table.Begin("S0", "running", false);
   for (int i = 1; i <= 1000; ++i) {
     const auto job = table.Begin("S1", std::to_string(i), false);
-    table.End(job->m_Id, JobState::Succeeded, nullptr);
+    table.End(job.m_Id, JobState::Succeeded, nullptr);
   }
   const auto jobs = table.List();
   ASSERT_EQ(1000U, jobs.size());
   EXPECT_EQ("1000", jobs.front().m_Operation);
   EXPECT_EQ("2", jobs.at(998).m_Operation);
-  EXPECT_EQ(running->m_Id, jobs.back().m_Id);
+  EXPECT_EQ(running.m_Id, jobs.back().m_Id);
 }
 
 }  // namespace

@@ -1,0 +1,222 @@
+#!/usr/bin/env bats
+# Operations of the console through a service are jobs of the service, and locate LEDs and jobs when
+# the plug-in process is killed.
+
+bats_require_minimum_version 1.5.0
+load helper
+load service
+
+setup_file() {
+  load helper
+  load service
+  make_machine
+  make_cards
+  use_short_intervals
+  start_service
+}
+
+teardown_file() {
+  load service
+  stop_service
+}
+
+served() { corvane-host --socket "$SOCKET" "$@"; }
+
+# kill_plugin: kills the plug-in process.
+# await_plugin: waits until another process than the killed one serves the cards.
+kill_plugin() {
+  KILLED=$(plugin_process)
+  [[ "$KILLED" =~ ^[0-9]+$ ]] && [ "$KILLED" -gt 1 ]
+  kill -KILL "$KILLED"
+}
+is_replaced() { [ "$(plugin_process)" != "$KILLED" ] && answers_ready; }
+await_plugin() {
+  eventually is_replaced
+  [ "$(plugin_process)" -gt 1 ]
+}
+
+# newest_job SERIAL EXPRESSION: prints a value of the card's newest job `j`.
+newest_job() {
+  ask jobs GET /v1/jobs
+  json jobs "(lambda j: ($2))(next(j for j in d['jobs'] if j['serial_number'] == '$1'))"
+}
+job_is() { [ "$(newest_job "$1" 'j["operation"], j["state"]')" = "[\"$2\", \"$3\"]" ]; }
+state_is() { [ "$(cardsim get "$1" iom_state)" = "$2" ]; }
+
+# activity_is SERIAL ACTIVITY: succeeds if the service shows this activity of the card.
+activity_is() {
+  ask card GET "/v1/cards/$1?fresh=1"
+  [ "$(rc card)" = 200 ] && [ "$(json card 'd["result"]["object"]["activity"]')" = "\"$2\"" ]
+}
+
+# start_long_detach NAME: starts a detach of a0 that the card does not finish.
+start_long_detach() {
+  cardsim set card0 detach_ms 3600000
+  keep "$1" served detach a0 -y --timeout 1s
+  ended "$1" 7
+  state_is card0 3
+}
+
+# end_long_detach: lets the card finish, and replaces the plug-in, which still waits for it.
+end_long_detach() {
+  kill_plugin
+  cardsim set card0 detach_ms 200
+  cardsim set card0 iom_state 2
+  await_plugin
+}
+
+# led_before SERIAL: prints the state of the LED that a locate job reports.
+led_before() {
+  local id
+  ask led POST "/v1/cards/$1/operations/locate" '{"dry_run": true}'
+  responded led 202
+  id=$(json led 'd["id"]' | tr -d '"')
+  led_has_ended() {
+    ask led GET "/v1/jobs/$id"
+    [ "$(json led 'd["state"]')" != '"RUNNING"' ]
+  }
+  eventually led_has_ended
+  json led 'd["result"]["result"]["before"]'
+}
+
+@test "an operation of the console is a job of its user" {
+  keep on served locate a0 on
+  ended on 0
+  same "[\"locate\", \"SESSION\", \"$(id -un)\", false, \"SUCCEEDED\", null]" \
+    "$(newest_job S100 '[j[k] for k in ("operation", "origin", "user", "dry_run", "state", "result")]')"
+  keep off served locate a0 off
+  same '["stop-locate", "SUCCEEDED"]' "$(newest_job S100 'j["operation"], j["state"]')"
+  ask api POST /v1/cards/S100/operations/locate '{"dry_run": true}'
+  same "[\"API\", \"$(id -un)\"]" "$(newest_job S100 'j["origin"], j["user"]')"
+}
+
+@test "each command can start as soon as the previous one has ended" {
+  local i
+  for i in 1 2 3; do
+    keep detach served detach a0 -y
+    ended detach 0 || { err detach; false; }
+    same '["detach", "SUCCEEDED", null]' "$(newest_job S100 'j["operation"], j["state"], j["result"]')"
+    keep attach served attach a0 -y
+    ended attach 0 || { err attach; false; }
+    same '["attach", "SUCCEEDED", null]' "$(newest_job S100 'j["operation"], j["state"], j["result"]')"
+  done
+}
+
+@test "a job of the console that the card rejects has failed" {
+  cardsim set card0 in_use true
+  keep busy served detach a0 -y
+  cardsim set card0 in_use false
+  ended busy 1
+  same '["detach", "FAILED", "CTRL_DETACH_FAILED"]' \
+    "$(newest_job S100 'j["operation"], j["state"], j["result"]["id"]')"
+}
+
+@test "a card that is being detached refuses other jobs from both sides" {
+  start_long_detach long
+  same '["detach", "RUNNING", null]' "$(newest_job S100 'j["operation"], j["state"], j["result"]')"
+  ask api POST /v1/cards/S100/operations/locate '{}'
+  problem api 409 JOB_RUNNING
+  same '"another job is running on card S100 (detach)"' "$(json api 'd["detail"]')"
+  keep locate served locate a0 on
+  ended locate 4
+  same "corvane-host: another job is running on card S100 (detach)
+  Wait until this is done, then try again." "$(err locate)"
+  same false "$(cardsim get card0 beacon_state)"
+  keep other served locate a1 on
+  ended other 0
+  keep other served locate a1 off
+  ended other 0
+  end_long_detach
+}
+
+@test "the console is refused while a job of the API runs on the card" {
+  cardsim set card0 detach_ms 3600000
+  ask api POST /v1/cards/S100/operations/detach '{"confirm": true}'
+  responded api 202
+  eventually state_is card0 3
+  keep locate served locate a0 on
+  ended locate 4
+  said locate "corvane-host: another job is running on card S100 (detach)"
+  end_long_detach
+}
+
+@test "a session job fails if the plug-in process is killed" {
+  start_long_detach long
+  kill_plugin
+  eventually job_is S100 detach FAILED
+  same '[503, "PLUGIN_ENDED", "the plug-in process has exited"]' \
+    "$(newest_job S100 '[j["result"][k] for k in ("status", "id", "detail")]')"
+  newest_job S100 'j["result"]["hint"]' | grep -q "The card may still be working"
+  cardsim set card0 detach_ms 200
+  await_plugin
+  activity_is S100 IDLE
+}
+
+@test "a job of the API fails if the plug-in process is killed" {
+  cardsim set card0 detach_ms 3600000
+  ask api POST /v1/cards/S100/operations/detach '{"confirm": true}'
+  responded api 202
+  eventually state_is card0 3
+  kill_plugin
+  eventually job_is S100 detach FAILED
+  same '[503, "PLUGIN_ENDED"]' "$(newest_job S100 'j["result"]["status"], j["result"]["id"]')"
+  cardsim set card0 detach_ms 200
+  await_plugin
+}
+
+# In the simulator, a card stops formatting when the process exits; a real card continues.
+@test "a card that continues to format after its process was killed is shown as busy" {
+  cardsim set card1 iom_state 0
+  cardsim set card1 format_ms 3600000
+  is_detached() { ask card GET "/v1/cards/S200?fresh=1" && json card 'd["result"]["object"]["status_reasons"]' | grep -q DETACHED; }
+  eventually is_detached
+  keep format served format a1/d0 --capacity 80 --confirm S200 &
+  local format=$!
+  eventually state_is card1 4
+  same '["format", "RUNNING"]' "$(newest_job S200 'j["operation"], j["state"]')"
+  ask api POST /v1/cards/S200/operations/attach '{"confirm": true}'
+  problem api 409 JOB_RUNNING
+  kill_plugin
+  cardsim set card1 iom_state 4
+  wait "$format"
+  ended format 5
+  said format "corvane-host: the plug-in process has exited"
+  same '["FAILED", 503, "PLUGIN_ENDED"]' \
+    "$(newest_job S200 'j["state"], j["result"]["status"], j["result"]["id"]')"
+  await_plugin
+  eventually activity_is S200 BUSY
+  cardsim set card1 iom_state 2
+  eventually activity_is S200 IDLE
+}
+
+@test "locate LEDs are on again after the plug-in process was killed" {
+  keep console served locate a0 on
+  ended console 0
+  ask api POST /v1/cards/S200/operations/locate '{}'
+  responded api 202
+  eventually job_is S200 locate SUCCEEDED
+  kill_plugin
+  await_plugin
+  same "true true" "$(cardsim get card0 beacon_state) $(cardsim get card1 beacon_state)"
+  same '"on"' "$(led_before S100)"
+  same '"on"' "$(led_before S200)"
+  keep off served locate a0 off
+  ended off 0
+  kill_plugin
+  await_plugin
+  same "false true" "$(cardsim get card0 beacon_state) $(cardsim get card1 beacon_state)"
+  same '"off"' "$(led_before S100)"
+}
+
+@test "locate LEDs are off after the service was restarted" {
+  keep on served locate a1 on
+  ended on 0
+  local pid
+  pid=$(cat "$BATS_FILE_TMPDIR/pid")
+  stop_service
+  has_exited() { ! grep -qs '^State:[[:space:]]*[^Z[:space:]]' "/proc/$pid/status"; }
+  eventually has_exited
+  start_service
+  same "false false" "$(cardsim get card0 beacon_state) $(cardsim get card1 beacon_state)"
+  same '"off"' "$(led_before S200)"
+}
