@@ -114,10 +114,19 @@ class CARDSIM_API StateFile {
   void Clear(const std::string& card, const std::string& bit);
 
   // Makes every call to `function` in every process fail with `code` (nonzero) and `text`, until
-  // `ClearFailure` is called. Replaces an earlier failure of the function.
+  // `ClearFailure` is called. Replaces an earlier failure of the function. With a card, only calls
+  // for this card fail.
   void Fail(const std::string& function, std::uint64_t code, const std::string& text);
-  // Clears the failure of `function`. Does nothing if there is none.
+  void Fail(const std::string& function, const std::string& card, std::uint64_t code,
+            const std::string& text);
+  // Makes every call to `function` for this card in every process wait for that many milliseconds,
+  // at most a day, and then continue; 0: until `ClearFailure` is called or the card is removed.
+  // Calls for other cards are not delayed. Replaces an earlier wait of the function.
+  void Hang(const std::string& function, const std::string& card, std::uint64_t milliseconds = 0);
+  // Clears the failure of `function`. Does nothing if there is none. With a card, clears the
+  // failure and the wait of calls for this card. A call that is waiting continues.
   void ClearFailure(const std::string& function);
+  void ClearFailure(const std::string& function, const std::string& card);
 
   // Writes a sysfs tree with one PCI device per card under `directory`, which is created if
   // missing. Replaces a tree that cardsim created earlier; throws if the existing tree was not

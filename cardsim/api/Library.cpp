@@ -1,6 +1,8 @@
 #include "cardsim/api/Library.h"
 
 #include <algorithm>
+#include <boost/chrono/duration.hpp>
+#include <boost/thread/thread.hpp>
 #include <cstring>
 
 #include "cardsim/api/Calls.h"
@@ -50,7 +52,40 @@ std::shared_ptr<Handle> Session::Expect(void* handle, Kinds kinds) {
   }
   if ((KindBit(found->kind) & kinds) == 0) RejectMisuse(handle, kBadHandle, "wrong kind of handle");
   if (found->startCount != m_Library.startCount) RecordMisuse(handle, "created before vsl_fini");
+  ApplyCardFaults(found->cardId);
   return found;
+}
+
+std::optional<std::uint64_t> Session::HangMs(std::uint64_t id) const {
+  const Card* card = Current().FindById(id);
+  if (card == nullptr) return std::nullopt;
+  const auto hang = card->hangs.find(m_Function);
+  if (hang == card->hangs.end()) return std::nullopt;
+  return hang->second;
+}
+
+// Adds up the sleeps, so that virtual time works. Ends when the file no longer has the hang.
+void Session::Hang(std::uint64_t id) {
+  constexpr std::uint64_t kSliceMs = 20;
+  std::uint64_t waitedMs = 0;
+  while (const auto hangMs = HangMs(id)) {
+    if (*hangMs != 0 && waitedMs >= *hangMs) return;
+    const std::uint64_t sliceMs = *hangMs == 0 ? kSliceMs : std::min(kSliceMs, *hangMs - waitedMs);
+    Unlock();
+    boost::this_thread::sleep_for(boost::chrono::milliseconds(sliceMs));
+    Lock();
+    waitedMs += sliceMs;
+    if (!m_Library.isStarted || m_Library.store != m_Store) return;
+    Refresh();
+  }
+}
+
+void Session::ApplyCardFaults(std::uint64_t id) {
+  Hang(id);
+  const Card* card = Current().FindById(id);
+  if (card == nullptr) return;
+  const auto failure = card->failures.find(m_Function);
+  if (failure != card->failures.end()) throw CallFailure{failure->second.code, failure->second.text};
 }
 
 void Session::Refresh() {

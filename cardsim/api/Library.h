@@ -56,11 +56,16 @@ class HOST_SCOPED_CAPABILITY Session {
 
   // Returns the handle. If it does not exist or is not of one of these kinds, records misuse and
   // throws `CallFailure`. Records misuse, but returns the handle, if it is from before vsl_fini.
+  // Like `ApplyCardFaults` for its card.
   std::shared_ptr<Handle> Expect(void* handle, Kinds kinds) HOST_REQUIRES(g_LibraryLock);
   // Records misuse of the handle and throws `CallFailure`.
   [[noreturn]] void RejectMisuse(void* handle, vsl_code code, const std::string& why)
       HOST_REQUIRES(g_LibraryLock);
   void RecordMisuse(void* handle, const std::string& why) HOST_REQUIRES(g_LibraryLock);
+
+  // If the state file makes the function hang for this card, waits without holding the lock. Throws
+  // `CallFailure` if the file makes it fail.
+  void ApplyCardFaults(std::uint64_t id) HOST_REQUIRES(g_LibraryLock);
 
   // Reads the file again if it has changed; throws `std::runtime_error` if that fails.
   void Refresh() HOST_REQUIRES(g_LibraryLock);
@@ -89,6 +94,9 @@ class HOST_SCOPED_CAPABILITY Session {
   const StorePtr& Store() const { return m_Store; }
 
  private:
+  std::optional<std::uint64_t> HangMs(std::uint64_t id) const HOST_REQUIRES(g_LibraryLock);
+  void Hang(std::uint64_t id) HOST_REQUIRES(g_LibraryLock);
+
   const char* m_Function;
   Library& m_Library;
   Base::MutexLock m_Lock;

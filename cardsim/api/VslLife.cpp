@@ -119,8 +119,9 @@ vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* 
     Session session("vsl_iom_create_by_name", Freshness::Reloaded);
     CheckVariable(session, iom);
     if (path == nullptr) throw CallFailure{kBadValue, "null path"};
-    const auto card = session.CurrentCard(FindCardId(session.Current(), path));
-    session.Make(HandleKind::Card, card, iom);
+    const std::uint64_t id = FindCardId(session.Current(), path);
+    session.ApplyCardFaults(id);
+    session.Make(HandleKind::Card, session.CurrentCard(id), iom);
   });
 }
 

@@ -20,6 +20,7 @@ struct Fields {
   std::string card;
   std::string what;
   std::string to;  // as JSON
+  std::uint64_t forMs = 0;
   std::uint64_t code = 1;
   std::string text = "failure injected by a scenario";
 };
@@ -75,9 +76,19 @@ void ReadAttribute(const Json& json, const std::string& location, Fields& fields
   fields.to = JsonText(value);
 }
 
+// The card is optional.
 void ReadFunction(const Json& json, const std::string& location, Fields& fields) {
+  const bool hasCard = json.Find("card") != nullptr;
+  if (hasCard) ReadCard(json, location, fields);
   fields.what = OneLine(json, "what", location);
-  CheckName(location + ".what", [&] { CheckFunction(fields.what); });
+  CheckName(location + ".what",
+            [&] { hasCard ? CheckCardFunction(fields.what) : CheckFunction(fields.what); });
+}
+
+void ReadHang(const Json& json, const std::string& location, Fields& fields) {
+  ReadCard(json, location, fields);
+  ReadFunction(json, location, fields);
+  if (json.Find("for_ms") != nullptr) fields.forMs = Number(json, "for_ms", location, kMaxHangMs);
 }
 
 void ReadFailure(const Json& json, const std::string& location, Fields& fields) {
@@ -115,14 +126,33 @@ std::string Clear(StateFile& file, const Fields& fields) {
   return fields.card + ": cleared " + fields.what;
 }
 
+// Names the function and, if only calls for one card are affected, the card.
+std::string Target(const Fields& fields) {
+  return fields.card.empty() ? fields.what : fields.card + ": " + fields.what;
+}
+
 std::string Fail(StateFile& file, const Fields& fields) {
-  file.Fail(fields.what, fields.code, fields.text);
-  return fields.what + " fails with " + std::to_string(fields.code) + ": " + fields.text;
+  if (fields.card.empty()) {
+    file.Fail(fields.what, fields.code, fields.text);
+  } else {
+    file.Fail(fields.what, fields.card, fields.code, fields.text);
+  }
+  return Target(fields) + " fails with " + std::to_string(fields.code) + ": " + fields.text;
+}
+
+std::string Hang(StateFile& file, const Fields& fields) {
+  file.Hang(fields.what, fields.card, fields.forMs);
+  const std::string limit = fields.forMs == 0 ? "" : " for " + std::to_string(fields.forMs) + " ms";
+  return Target(fields) + " hangs" + limit;
 }
 
 std::string ClearFailure(StateFile& file, const Fields& fields) {
-  file.ClearFailure(fields.what);
-  return fields.what + " works again";
+  if (fields.card.empty()) {
+    file.ClearFailure(fields.what);
+  } else {
+    file.ClearFailure(fields.what, fields.card);
+  }
+  return Target(fields) + " works again";
 }
 
 struct Verb {
@@ -139,8 +169,9 @@ const std::vector<Verb>& Verbs() {
       {"set", {"card", "what", "to"}, ReadAttribute, Set},
       {"raise", {"card", "what"}, ReadBit, Raise},
       {"clear", {"card", "what"}, ReadBit, Clear},
-      {"fail", {"what", "code", "text"}, ReadFailure, Fail},
-      {"clear-failure", {"what"}, ReadFunction, ClearFailure},
+      {"fail", {"card", "what", "code", "text"}, ReadFailure, Fail},
+      {"hang", {"card", "what", "for_ms"}, ReadHang, Hang},
+      {"clear-failure", {"card", "what"}, ReadFunction, ClearFailure},
   };
   return verbs;
 }

@@ -14,8 +14,9 @@
 //   add            what: a kind of card          remove  card
 //   set            card, what: an attribute, to: its value, or "absent"
 //   raise          card, what: a status bit      clear   card, what: a status bit
-//   fail           what: a function; optionally code and text
-//   clear-failure  what: a function
+//   fail           what: a function; optionally card, code and text
+//   hang           card, what: a function; optionally for_ms
+//   clear-failure  what: a function; optionally card
 #pragma once
 
 #include <cstddef>

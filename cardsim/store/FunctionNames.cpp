@@ -50,4 +50,11 @@ void CheckFunction(const std::string& function) {
   throw UnknownName("unknown function " + function + DidYouMean(function, names));
 }
 
+void CheckCardFunction(const std::string& function) {
+  CheckFunction(function);
+  if (function == "vsl_init" || function == "vsl_iom_iterate") {
+    throw UnknownName(function + " does not act on a single card");
+  }
+}
+
 }  // namespace CardSim

@@ -11,5 +11,7 @@ const std::vector<std::string>& FailableFunctions();
 
 // Throws `UnknownName`, with a similar name if there is one, unless `function` can fail.
 void CheckFunction(const std::string& function);
+// Also throws for a function that does not act on a single card.
+void CheckCardFunction(const std::string& function);
 
 }  // namespace CardSim

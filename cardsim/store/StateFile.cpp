@@ -141,18 +141,48 @@ void StateFile::Clear(const std::string& card, const std::string& bit) {
   EditCard(m_Path, card, [&](Card& found) { ChangeBit(found, bit, false); });
 }
 
+namespace {
+
+void CheckCode(std::uint64_t code) {
+  if (code == 0) throw std::runtime_error("the code must not be 0, which means success");
+}
+
+}  // namespace
+
 void StateFile::Fail(const std::string& function, std::uint64_t code, const std::string& text) {
   CheckFunction(function);
-  if (code == 0) throw std::runtime_error("the code must not be 0, which means success");
+  CheckCode(code);
   FileStore(m_Path).Edit([&](State& state) {
     state.failures[function] = {code, text};
     return true;
   });
 }
 
+void StateFile::Fail(const std::string& function, const std::string& card, std::uint64_t code,
+                     const std::string& text) {
+  CheckCardFunction(function);
+  CheckCode(code);
+  EditCard(m_Path, card, [&](Card& found) { found.failures[function] = {code, text}; });
+}
+
+void StateFile::Hang(const std::string& function, const std::string& card,
+                     std::uint64_t milliseconds) {
+  CheckCardFunction(function);
+  if (milliseconds > kMaxHangMs) throw std::runtime_error("a call hangs for at most one day");
+  EditCard(m_Path, card, [&](Card& found) { found.hangs[function] = milliseconds; });
+}
+
 void StateFile::ClearFailure(const std::string& function) {
   CheckFunction(function);
   FileStore(m_Path).Edit([&](State& state) { return state.failures.erase(function) != 0; });
+}
+
+void StateFile::ClearFailure(const std::string& function, const std::string& card) {
+  CheckCardFunction(function);
+  EditCard(m_Path, card, [&](Card& found) {
+    found.failures.erase(function);
+    found.hangs.erase(function);
+  });
 }
 
 }  // namespace CardSim

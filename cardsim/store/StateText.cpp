@@ -66,6 +66,68 @@ Json JobToJson(const JobRecord& job) {
   return members;
 }
 
+const Json::Members& FunctionMembers(const Json& json, const std::string& location) {
+  const auto* members = json.As<Json::Members>();
+  if (members == nullptr) Reject(location, "must be an object");
+  return *members;
+}
+
+// `check` throws `UnknownName` for an unknown function.
+void CheckFunctionMember(const std::string& function, const std::string& location,
+                         void (*check)(const std::string&)) {
+  try {
+    check(function);
+  } catch (const UnknownName& error) {
+    Reject(location, error.what());
+  }
+}
+
+Failures FailuresFromJson(const Json& json, const std::string& location,
+                          void (*check)(const std::string&)) {
+  Failures failures;
+  for (const auto& [function, failure] : FunctionMembers(json, location)) {
+    const std::string at = location + "." + function;
+    CheckFunctionMember(function, at, check);
+    CheckMembers(failure, {"code", "text"}, at);
+    const std::uint64_t code = Number(failure, "code", at);
+    if (code == 0) Reject(at + ".code", "must not be 0, which means success");
+    failures[function] = {code, Text(failure, "text", at)};
+  }
+  return failures;
+}
+
+Json FailuresToJson(const Failures& failures) {
+  Json::Members members;
+  for (const auto& [function, failure] : failures) {
+    Json::Members result;
+    result.emplace_back("code", failure.code);
+    result.emplace_back("text", failure.text);
+    members.emplace_back(function, std::move(result));
+  }
+  return members;
+}
+
+std::map<std::string, std::uint64_t> HangsFromJson(const Json& json, const std::string& location) {
+  std::map<std::string, std::uint64_t> hangs;
+  for (const auto& [function, hang] : FunctionMembers(json, location)) {
+    const std::string at = location + "." + function;
+    CheckFunctionMember(function, at, CheckCardFunction);
+    CheckMembers(hang, {"for_ms"}, at);
+    hangs[function] = Number(hang, "for_ms", at, kMaxHangMs);
+  }
+  return hangs;
+}
+
+Json HangsToJson(const std::map<std::string, std::uint64_t>& hangs) {
+  Json::Members members;
+  for (const auto& [function, milliseconds] : hangs) {
+    Json::Members hang;
+    hang.emplace_back("for_ms", milliseconds);
+    members.emplace_back(function, std::move(hang));
+  }
+  return members;
+}
+
 void MemberFromJson(Card& card, const std::string& name, const Json& json,
                     const std::string& location) {
   if (name == "name" || name == "id") return;
@@ -73,6 +135,10 @@ void MemberFromJson(Card& card, const std::string& name, const Json& json,
     card.volumes = VolumesFromJson(json, location);
   } else if (name == "job") {
     card.job = JobFromJson(json, location);
+  } else if (name == "failures") {
+    card.failures = FailuresFromJson(json, location, CheckCardFunction);
+  } else if (name == "hangs") {
+    card.hangs = HangsFromJson(json, location);
   } else if (const auto attribute = FindAttribute(name)) {
     At(card.values, *attribute) = ValueFromJson(InfoOf(*attribute), json, location);
   } else {
@@ -102,34 +168,8 @@ Json CardToJson(const Card& card) {
   }
   members.emplace_back("volumes", VolumesToJson(card.volumes));
   if (card.job) members.emplace_back("job", JobToJson(*card.job));
-  return members;
-}
-
-void FailuresFromJson(State& state, const Json& json) {
-  const auto* members = json.As<Json::Members>();
-  if (members == nullptr) Reject("failures", "must be an object");
-  for (const auto& [function, failure] : *members) {
-    const std::string location = "failures." + function;
-    try {
-      CheckFunction(function);
-    } catch (const UnknownName& error) {
-      Reject(location, error.what());
-    }
-    CheckMembers(failure, {"code", "text"}, location);
-    const std::uint64_t code = Number(failure, "code", location);
-    if (code == 0) Reject(location + ".code", "must not be 0, which means success");
-    state.failures[function] = {code, Text(failure, "text", location)};
-  }
-}
-
-Json FailuresToJson(const State& state) {
-  Json::Members members;
-  for (const auto& [function, failure] : state.failures) {
-    Json::Members result;
-    result.emplace_back("code", failure.code);
-    result.emplace_back("text", failure.text);
-    members.emplace_back(function, std::move(result));
-  }
+  if (!card.failures.empty()) members.emplace_back("failures", FailuresToJson(card.failures));
+  if (!card.hangs.empty()) members.emplace_back("hangs", HangsToJson(card.hangs));
   return members;
 }
 
@@ -145,7 +185,9 @@ State StateFromJson(const Json& json) {
   for (const Json& card : *cards) {
     state.cards.push_back(CardFromJson(card, "cards[" + std::to_string(state.cards.size()) + "]"));
   }
-  if (const Json* failures = json.Find("failures")) FailuresFromJson(state, *failures);
+  if (const Json* failures = json.Find("failures")) {
+    state.failures = FailuresFromJson(*failures, "failures", CheckFunction);
+  }
   return state;
 }
 
@@ -213,7 +255,7 @@ std::string FormatState(const State& state) {
   members.emplace_back("cardsim", kFileVersion);
   members.emplace_back("next_id", state.nextId);
   members.emplace_back("cards", std::move(cards));
-  members.emplace_back("failures", FailuresToJson(state));
+  members.emplace_back("failures", FailuresToJson(state.failures));
   return JsonLines(std::move(members), 2) + "\n";
 }
 

@@ -43,6 +43,7 @@ struct Arguments {
   std::string scenario;
   double speed = 1;
   std::uint64_t code = 1;
+  std::uint64_t milliseconds = 0;
   unsigned int count = 1;
   bool force = false;
   // Set by the command once its change is in the file; a later failure does not undo it.
@@ -163,17 +164,40 @@ void Clear(Arguments& arguments) {
   PrintLine(arguments.card + ": cleared " + arguments.bit);
 }
 
+// Names the function and, if only calls for one card are affected, the card.
+std::string Target(const Arguments& arguments) {
+  return arguments.card.empty() ? arguments.function : arguments.card + ": " + arguments.function;
+}
+
 void Fail(Arguments& arguments) {
-  StateFile(arguments.state).Fail(arguments.function, arguments.code, arguments.text);
+  StateFile file(arguments.state);
+  if (arguments.card.empty()) {
+    file.Fail(arguments.function, arguments.code, arguments.text);
+  } else {
+    file.Fail(arguments.function, arguments.card, arguments.code, arguments.text);
+  }
   arguments.isSaved = true;
-  PrintLine(arguments.function + " fails with " + std::to_string(arguments.code) + ": " +
+  PrintLine(Target(arguments) + " fails with " + std::to_string(arguments.code) + ": " +
             arguments.text);
 }
 
-void ClearFailure(Arguments& arguments) {
-  StateFile(arguments.state).ClearFailure(arguments.function);
+void Hang(Arguments& arguments) {
+  StateFile(arguments.state).Hang(arguments.function, arguments.card, arguments.milliseconds);
   arguments.isSaved = true;
-  PrintLine(arguments.function + " works again");
+  const std::string limit =
+      arguments.milliseconds == 0 ? "" : " for " + std::to_string(arguments.milliseconds) + " ms";
+  PrintLine(Target(arguments) + " hangs" + limit);
+}
+
+void ClearFailure(Arguments& arguments) {
+  StateFile file(arguments.state);
+  if (arguments.card.empty()) {
+    file.ClearFailure(arguments.function);
+  } else {
+    file.ClearFailure(arguments.function, arguments.card);
+  }
+  arguments.isSaved = true;
+  PrintLine(Target(arguments) + " works again");
 }
 
 void Sysfs(Arguments& arguments) {
@@ -283,11 +307,21 @@ void AddFailureCommands(CLI::App& app, Arguments& arguments, Command& chosen) {
   CLI::App* fail =
       AddCommand(app, chosen, "fail",
                  "make every call to a library function fail, in all processes", Done<Fail>);
-  CLI::App* clear = AddCommand(app, chosen, "clear-failure", "clear the failure set with fail",
+  CLI::App* hang = AddCommand(app, chosen, "hang",
+                              "make the calls for one card wait, in all processes", Done<Hang>);
+  CLI::App* clear = AddCommand(app, chosen, "clear-failure", "clear what fail or hang has set",
                                Done<ClearFailure>);
-  for (CLI::App* command : {fail, clear}) {
+  for (CLI::App* command : {fail, hang, clear}) {
     command->add_option("FUNCTION", arguments.function, "name, such as vsl_open")->required();
   }
+  for (CLI::App* command : {fail, clear}) {
+    command->add_option("CARD", arguments.card, "only calls for this card (default: all cards)");
+  }
+  AddCardArgument(*hang, arguments);
+  hang->add_option("--ms", arguments.milliseconds,
+                   "milliseconds that each call waits; 0: until clear-failure")
+      ->type_name("N")
+      ->capture_default_str();
   arguments.text = "failure injected by cardsim";
   fail->add_option("--code", arguments.code, "result of the calls, not 0")
       ->type_name("CODE")

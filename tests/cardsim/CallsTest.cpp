@@ -1,4 +1,5 @@
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 #include "tests/cardsim/Fixture.h"
@@ -124,6 +125,84 @@ TEST_F(Calls, AFailureOfInitLastsUntilCleared) {
   EXPECT_EQ(27U, vsl_init(0, &m_Error));
   File().ClearFailure("vsl_init");
   EXPECT_EQ(0U, vsl_init(0, &m_Error));
+}
+
+TEST_F(Calls, AFailureOfOneCardDoesNotAffectAnother) {
+  File().AddCard(0x1003);
+  StartWithCard();
+  File().Fail("vsl_open", "card1", 44, "card1 is broken");
+  EXPECT_EQ(0U, vsl_open(CreateCard("/dev/fct0"), &m_Error));
+  EXPECT_EQ(44U, vsl_open(CreateCard("/dev/fct1"), &m_Error));
+  EXPECT_STREQ("card1 is broken", m_Error.text);
+  File().ClearFailure("vsl_open");
+  EXPECT_EQ(44U, vsl_open(CreateCard("/dev/fct1"), &m_Error));
+  File().ClearFailure("vsl_open", "card1");
+  EXPECT_EQ(0U, vsl_open(CreateCard("/dev/fct1"), &m_Error));
+}
+
+TEST_F(Calls, ACardCanBeMissingForCreateByNameOnly) {
+  File().AddCard(0x1003);
+  StartWithCard();
+  File().Fail("vsl_iom_create_by_name", "card0", 3, "gone");
+  void* card = nullptr;
+  EXPECT_EQ(3U, vsl_iom_create_by_name("/dev/fct0", &card, &m_Error));
+  EXPECT_EQ(0U, vsl_iom_create_by_name("/dev/fct1", &card, &m_Error));
+}
+
+TEST_F(Calls, AnAttributeOfOneCardHangsUntilCleared) {
+  File().AddCard(0x1003);
+  StartWithCard();
+  File().Hang("vsl_temp_internal_deg_c", "card1");
+  void* first = OpenCard("/dev/fct0");
+  void* second = OpenCard("/dev/fct1");
+  std::atomic<bool> hasReturned{false};
+  vsl_error_record error = {};
+  std::thread reader([&] {
+    vsl_temp_internal_deg_c(second, &error);
+    hasReturned = true;
+  });
+  EXPECT_GT(vsl_temp_internal_deg_c(first, &m_Error), 0);
+  File().Set("card0", "serial_number", "S");  // the waiting call does not hold the file's lock
+  EXPECT_STREQ("S", vsl_serial_number(OpenCard("/dev/fct0"), &m_Error));
+  EXPECT_FALSE(hasReturned);
+  File().ClearFailure("vsl_temp_internal_deg_c", "card1");
+  reader.join();
+  EXPECT_TRUE(hasReturned);
+}
+
+TEST_F(Calls, AHangEndsWithTheCard) {
+  File().AddCard(0x1003);
+  StartWithCard();
+  void* card = CreateCard("/dev/fct1");
+  File().Hang("vsl_open", "card1");
+  vsl_error_record error = {};
+  vsl_code code = 0;
+  std::thread opener([&] { code = vsl_open(card, &error); });
+  File().RemoveCard("card1");
+  opener.join();
+  EXPECT_EQ(3U, code);
+  EXPECT_STREQ("the card has been removed", error.text);
+}
+
+TEST_F(Calls, AHangWithATimeEndsByItself) {
+  StartWithCard();
+  File().Hang("vsl_open", "card0", 50);
+  void* card = CreateCard();
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(0U, vsl_open(card, &m_Error));
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(50));
+}
+
+TEST_F(Calls, OnlyFunctionsOfACardCanHang) {
+  File().AddCard(0x1003);
+  EXPECT_EQ("vsl_init does not act on a single card",
+            ErrorOf([&] { File().Hang("vsl_init", "card0"); }));
+  EXPECT_EQ("vsl_iom_iterate does not act on a single card",
+            ErrorOf([&] { File().Fail("vsl_iom_iterate", "card0", 1, ""); }));
+  EXPECT_EQ("no card named card1; did you mean card0?",
+            ErrorOf([&] { File().Hang("vsl_open", "card1"); }));
+  EXPECT_EQ("a call hangs for at most one day",
+            ErrorOf([&] { File().Hang("vsl_open", "card0", 86400001); }));
 }
 
 TEST_F(Calls, TheHookRunsBeforeTheCallAndMayEditTheFile) {

@@ -146,6 +146,7 @@ const LostOutputCase kLostOutputs[] = {
     {"Raise", "raise card0 FLASHBACK", kSaved},
     {"Clear", "clear card0 FLASHBACK", kSaved},
     {"Fail", "fail vsl_open", kSaved},
+    {"Hang", "hang vsl_open card0", kSaved},
     {"ClearFailure", "clear-failure vsl_open", kSaved},
     {"Sysfs", "sysfs DIRECTORY/sys", ""},
     {"Play", "play DIRECTORY/scenario.json", ""},

@@ -47,6 +47,21 @@ TEST_F(Program, MakesFunctionsFailInAnotherProcess) {
   EXPECT_EQ(0U, vsl_open(CreateCard(), &m_Error));
 }
 
+TEST_F(Program, MakesFunctionsFailOrHangForOneCard) {
+  File().AddCard(0x1003);
+  StartWithCard();
+  EXPECT_EQ("card1: vsl_open fails with 12: no luck\n[0]",
+            Run("fail vsl_open card1 --code 12 --text 'no luck'"));
+  EXPECT_EQ(0U, vsl_open(CreateCard("/dev/fct0"), &m_Error));
+  EXPECT_EQ(12U, vsl_open(CreateCard("/dev/fct1"), &m_Error));
+  EXPECT_EQ("card1: vsl_open works again\n[0]", Run("clear-failure vsl_open card1"));
+  EXPECT_EQ(0U, vsl_open(CreateCard("/dev/fct1"), &m_Error));
+  EXPECT_EQ("card1: vsl_close hangs for 20 ms\n[0]", Run("hang vsl_close card1 --ms 20"));
+  EXPECT_EQ("card1: vsl_open hangs\n[0]", Run("hang vsl_open card1"));
+  const std::string hang = "\"vsl_close\": {\n          \"for_ms\": 20\n        }";
+  EXPECT_NE(std::string::npos, Slurp().find(hang)) << Slurp();
+}
+
 TEST_F(Program, WritesASysfsTree) {
   Run("add 1003");
   const std::string tree = (m_Directory / "sys").string();
@@ -88,6 +103,13 @@ const RejectedCommand kRejectedCommands[] = {
     {"UnknownKind", "add floppy", "cardsim: unknown kind of card floppy\n[3]"},
     {"UnknownFunction", "fail vsl_opne",
      "cardsim: unknown function vsl_opne; did you mean vsl_open?\n[3]"},
+    {"FunctionOfAllCards", "hang vsl_init card0",
+     "cardsim: vsl_init does not act on a single card\n[3]"},
+    {"UnknownCardForFail", "fail vsl_open card7",
+     "cardsim: no card named card7; did you mean card0?\n[3]"},
+    {"HangWithoutCard", "hang vsl_open", "cardsim: CARD is required\n[2]"},
+    {"LongHang", "hang vsl_open card0 --ms 86400001",
+     "cardsim: a call hangs for at most one day\n[1]"},
     {"BadValue", "set card0 pci_bus 256",
      "cardsim: pci_bus: must be a whole number from 0 to 255\n[1]"},
     {"SuccessCode", "fail vsl_open --code 0",
@@ -140,7 +162,8 @@ TEST_F(Program, PrintsHelp) {
           "  clear                     clear a status bit of a card\n"
           "  fail                      make every call to a library function fail, in all "
           "processes\n"
-          "  clear-failure             clear the failure set with fail\n"
+          "  hang                      make the calls for one card wait, in all processes\n"
+          "  clear-failure             clear what fail or hang has set\n"
           "  play                      play a scenario; Ctrl-C stops it\n"
           "\n[0]",
       Run("--help"));

@@ -108,6 +108,25 @@ TEST_F(Scenarios, AFailureNeedsNeitherCodeNorText) {
             PlaySteps(R"({"do": "fail", "what": "vsl_close"})"));
 }
 
+TEST_F(Scenarios, AFunctionFailsAndHangsForOneCard) {
+  ASSERT_EQ(0U, vsl_init(0, &m_Error));
+  EXPECT_EQ(
+      "0 card1: vsl_open fails with 12: no luck\n"
+      "0 card2: vsl_open hangs for 1 ms\n"
+      "0 card2: vsl_close hangs\n",
+      PlaySteps(R"({"do": "fail", "card": "card1", "what": "vsl_open", "code": 12,
+                    "text": "no luck"},
+                   {"do": "hang", "card": "card2", "what": "vsl_open", "for_ms": 1},
+                   {"do": "hang", "card": "card2", "what": "vsl_close"})"));
+  EXPECT_EQ(0U, vsl_open(CreateCard("/dev/fct0"), &m_Error));
+  EXPECT_EQ(12U, vsl_open(CreateCard("/dev/fct1"), &m_Error));
+  EXPECT_EQ("0 card1: vsl_open works again\n0 card2: vsl_close works again\n",
+            PlaySteps(R"({"do": "clear-failure", "card": "card1", "what": "vsl_open"},
+                         {"do": "clear-failure", "card": "card2", "what": "vsl_close"})"));
+  EXPECT_EQ(0U, vsl_open(CreateCard("/dev/fct1"), &m_Error));
+  EXPECT_EQ(0U, vsl_close(OpenCard("/dev/fct2"), &m_Error));
+}
+
 TEST_F(Scenarios, TheObserverGetsTheTimeSinceTheStart) {
   EXPECT_EQ("1500 it warns\n3500 card1: cleared FLASHBACK\n",
             PlaySteps(R"({"after_ms": 1500, "do": "raise", "card": "card1", "what": "FLASHBACK",
@@ -206,6 +225,11 @@ const BadCase kBadSteps[] = {
      "step 2.what: unknown function vsl_opne; did you mean vsl_open?"},
     {"FunctionWithoutResult", R"({"do": "clear-failure", "what": "vsl_fini"})",
      "step 2.what: vsl_fini has no result and cannot fail"},
+    {"HangWithoutCard", R"({"do": "hang", "what": "vsl_open"})", R"(step 2: has no "card")"},
+    {"HangOfAllCards", R"({"do": "hang", "card": "card1", "what": "vsl_init"})",
+     "step 2.what: vsl_init does not act on a single card"},
+    {"LongHang", R"({"do": "hang", "card": "card1", "what": "vsl_open", "for_ms": 86400001})",
+     "step 2.for_ms: must be a whole number from 0 to 86400000"},
     {"SuccessCode", R"({"do": "fail", "what": "vsl_open", "code": 0})",
      "step 2.code: must not be 0, which means success"},
     {"TextOfTwoLines", R"({"do": "fail", "what": "vsl_open", "text": "a\nb"})",

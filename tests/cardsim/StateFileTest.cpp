@@ -256,6 +256,18 @@ const InvalidFile kInvalidFiles[] = {
      "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [], \"failures\": "
      "{\"vsl_open\": {\"code\": 0, \"text\": \"\"}}}",
      "failures.vsl_open.code: must not be 0, which means success"},
+    {"FailureOfACardWithCodeZero",
+     "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [{\"name\": \"a\", \"id\": 0, \"failures\": "
+     "{\"vsl_open\": {\"code\": 0, \"text\": \"\"}}}]}",
+     "cards[0].failures.vsl_open.code: must not be 0, which means success"},
+    {"HangOfAllCards",
+     "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [{\"name\": \"a\", \"id\": 0, \"hangs\": "
+     "{\"vsl_init\": {\"for_ms\": 0}}}]}",
+     "cards[0].hangs.vsl_init: vsl_init does not act on a single card"},
+    {"LongHang",
+     "{\"cardsim\": 1, \"next_id\": 1, \"cards\": [{\"name\": \"a\", \"id\": 0, \"hangs\": "
+     "{\"vsl_open\": {\"for_ms\": 86400001}}}]}",
+     "cards[0].hangs.vsl_open.for_ms: must be a whole number from 0 to 86400000"},
 };
 
 class InvalidFiles : public SimulatedCards, public ::testing::WithParamInterface<InvalidFile> {};
