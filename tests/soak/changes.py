@@ -1,5 +1,7 @@
 """Changes of simulated cards, each of which causes exactly one event, and the event log."""
+import collections
 import contextlib
+import re
 import sqlite3
 
 from machine import Failure, eventually
@@ -7,18 +9,41 @@ from machine import Failure, eventually
 # Event numbers, written out here rather than imported from the service's tables.
 WARM, NORMAL, ATTACHED, DETACHED, ADDED, REMOVED = 10967, 10980, 10983, 10984, 11093, 11094
 
-# Changes that the test applies in turn: the cardsim arguments, the event expected, and the serial
-# number of the card (None: the card added last). The last card keeps the unique serial number that
-# cardsim assigns, so that adding it is a single change.
+# Changes that the test applies in turn: the cardsim arguments, and the serial number of the card
+# (None: the card added last). The last card keeps the unique serial number that cardsim assigns, so
+# that adding it is a single change.
 ALTERNATIONS = (
-    ((("set", "card0", "iom_state", "0"), DETACHED, "S0"),
-     (("set", "card0", "iom_state", "2"), ATTACHED, "S0")),
-    ((("raise", "card1", "TEMPERATURE_ABOVE_WARN"), WARM, "S1"),
-     (("clear", "card1", "TEMPERATURE_ABOVE_WARN"), NORMAL, "S1")),
-    ((("remove", "card3"), REMOVED, None),
-     (("add", "0x2001"), ADDED, None)),
+    ((("set", "card0", "iom_state", "0"), "S0"),
+     (("set", "card0", "iom_state", "2"), "S0")),
+    ((("raise", "card1", "TEMPERATURE_ABOVE_WARN"), "S1"),
+     (("clear", "card1", "TEMPERATURE_ABOVE_WARN"), "S1")),
+    ((("remove", "card3"), None),
+     (("add", "0x2001"), None)),
+)
+# The event that must follow each line with which cardsim reports what it has changed.
+EVENTS = (
+    (r"card0: iom_state 2 -> 0", DETACHED),
+    (r"card0: iom_state 0 -> 2", ATTACHED),
+    (r"card1: raised TEMPERATURE_ABOVE_WARN", WARM),
+    (r"card1: cleared TEMPERATURE_ABOVE_WARN", NORMAL),
+    (r"removed card3", REMOVED),
+    (r"added card3: .*", ADDED),
 )
 CARDS = 3  # must exist beforehand, with serial numbers S0 to S2; `prepare` adds a fourth
+
+
+def event_of(report):
+    """Returns the event that must follow a change that cardsim has reported."""
+    found = [event for pattern, event in EVENTS if re.fullmatch(pattern, report)]
+    if len(found) != 1:
+        raise Failure(f"cardsim has made an unexpected change: {report}")
+    return found[0]
+
+
+def difference(expected, log):
+    """Returns the events that are missing from the log, and those that it contains too often."""
+    wanted, found = collections.Counter(expected), collections.Counter(log)
+    return list((wanted - found).elements()), list((found - wanted).elements())
 
 
 class Changes:
@@ -43,9 +68,9 @@ class Changes:
     def make(self, which):
         """Makes the next change of that alternation. Returns the arguments of cardsim."""
         alternation = ALTERNATIONS[which]
-        arguments, event, serial = alternation[self.steps[which] % len(alternation)]
+        arguments, serial = alternation[self.steps[which] % len(alternation)]
         self.steps[which] += 1
-        self.machine.cardsim(*arguments)
+        event = event_of(self.machine.cardsim(*arguments))
         if event == ADDED:
             self.update_last_serial()
         self.expected.append((event, serial or self.last_serial))
@@ -63,8 +88,10 @@ class Changes:
         """Whether the log contains all changes. Raises Failure if it contains anything else."""
         log = self.log()
         if log != self.expected[:len(log)]:
+            lost, doubled = difference(self.expected, log)
             raise Failure(f"the log does not match the changes:\n  log     {log[-5:]} ({len(log)})"
-                          f"\n  changes {self.expected[-5:]} ({len(self.expected)})")
+                          f"\n  changes {self.expected[-5:]} ({len(self.expected)})"
+                          f"\n  lost {lost}, doubled or unknown {doubled}")
         return len(log) == len(self.expected)
 
     def await_log(self):

@@ -15,38 +15,49 @@ import time
 
 import changes
 from load import Clients
-from machine import Failure, Machine, eventually
+from machine import Failure, Machine, eventually, has_exited
 
 # Maximum delay between a change and the signal. The plug-in detects a change within about 2 s.
 MAX_DELAY = 2.5
 
 
 def send(pid, number):
-    if pid is not None:
+    """Sends a signal to the plug-in process. Returns whether the process was running."""
+    if pid is None or pid <= 1 or has_exited(pid):
+        return False
+    try:
         os.kill(pid, number)
+    except ProcessLookupError:
+        return False
+    return True
 
+
+# Each action returns the number of processes that it has killed: a suspended process, or one that
+# had already exited, does not count.
 
 def kill_worker(machine, _):
-    send(machine.worker(), signal.SIGKILL)
+    return int(send(machine.worker(), signal.SIGKILL))
 
 
 def kill_service(machine, _):
     worker = machine.worker()
-    machine.service.kill()
+    service = machine.service
+    service.kill()
     machine.reap(worker)
     machine.launch()
+    return int(service.returncode == -signal.SIGKILL)
 
 
 def kill_both(machine, _):
     worker = machine.worker()
-    send(worker, signal.SIGKILL)
-    kill_service(machine, _)
+    killed = int(send(worker, signal.SIGKILL))
+    return killed + kill_service(machine, _)
 
 
 def kill_service_at_start(machine, rng):
-    kill_service(machine, rng)
+    killed = kill_service(machine, rng)
     time.sleep(rng.uniform(0, 1.5))
-    kill_service(machine, rng)
+    return killed + kill_service(machine, rng)
 
 
 def suspend_worker(machine, rng):
@@ -54,6 +65,7 @@ def suspend_worker(machine, rng):
     send(worker, signal.SIGSTOP)
     time.sleep(rng.uniform(0, 3))
     send(worker, signal.SIGCONT)
+    return 0
 
 
 ACTIONS = (kill_worker, kill_service, kill_both, kill_service_at_start, suspend_worker)
@@ -66,6 +78,7 @@ class Run:
         self.changes = changes.Changes(machine)
         self.clients = Clients(machine)
         self.round = "before the first round"
+        self.kills = 0
 
     def start(self):
         self.changes.prepare()
@@ -81,7 +94,7 @@ class Run:
         change = self.changes.make(self.rng.randrange(count))
         self.round = f"round {number}: {change}; {action.__name__} after {delay:.2f} s"
         time.sleep(delay)
-        action(self.machine, self.rng)
+        self.kills += action(self.machine, self.rng)
         self.changes.await_log()
         if number % 50 == 0:
             print(f"round {number}", flush=True)
@@ -95,6 +108,8 @@ class Run:
         eventually("no job is running", lambda: not self.machine.client.running_jobs())
         self.check_led()
         self.changes.await_log()
+        if self.kills == 0:
+            raise Failure("no process was killed")
         stream = self.clients.stream
         eventually("the stream contains every event",
                    lambda: stream.last >= len(self.changes.expected))
@@ -153,7 +168,9 @@ def main(build, rounds, seed):
         finally:
             run.clients.stopping.set()
             run.clients.stream.stopping.set()
-        print(f"{rounds} kills, {len(run.changes.expected)} events, each once in the log and in "
+        lost, doubled = changes.difference(run.changes.expected, run.changes.log())
+        print(f"{rounds} rounds, {run.kills} processes killed; {len(run.changes.expected)} changes "
+              f"by cardsim, {len(lost)} events lost, {len(doubled)} doubled in the log and in "
               f"{run.clients.stream.connections} connections of the stream; "
               f"{next(run.clients.requests)} requests")
     return 0
