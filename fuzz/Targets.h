@@ -32,5 +32,18 @@ void EntityTag(const std::string& input);
 void Body(const std::string& input);
 void Records(const std::string& input);
 void Frames(const std::string& input);
+void SessionReplies(const std::string& input);
+void StateReplies(const std::string& input);
+void Problem(const std::string& input);
+void Stream(const std::string& input);
+void WorkerDocuments(const std::string& input);
+void ListenAddress(const std::string& input);
+void HostHeader(const std::string& input);
+void Query(const std::string& input);
+void EventId(const std::string& input);
+void IdempotencyKey(const std::string& input);
+void StateFile(const std::string& input);
+void LockFile(const std::string& input);
+void StateCells(const std::string& input);
 
 }  // namespace CorvaneFuzz

@@ -4,13 +4,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
-#include <cstdint>
 #include <cstring>
 #include <system_error>
 #include <utility>
 
 #include "console/base/Failure.h"
+#include "service/ListenAddress.h"
 #include "service/http/Listen.h"
 #include "service/systemd/ListenSockets.h"
 
@@ -19,28 +18,6 @@ namespace {
 
 using Console::ExitCode;
 using Console::Failure;
-
-struct TcpAddress {
-  std::string m_Host;  // without brackets
-  std::uint16_t m_Port = 0;
-};
-
-// Returns empty if the text is not an address with a port.
-std::optional<TcpAddress> ParseAddress(std::string_view text) {
-  const auto colon = text.rfind(':');
-  if (colon == text.npos) return std::nullopt;
-  TcpAddress address;
-  const char* const end = text.data() + text.size();
-  const auto parsed = std::from_chars(text.data() + colon + 1, end, address.m_Port);
-  if (parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
-  std::string_view host = text.substr(0, colon);
-  const bool isBracketed = host.size() > 2 && host.front() == '[' && host.back() == ']';
-  if (isBracketed) host = host.substr(1, host.size() - 2);
-  // Without brackets, the port of an IPv6 address would be ambiguous.
-  if (!isBracketed && host.find(':') != host.npos) return std::nullopt;
-  address.m_Host = host;
-  return address;
-}
 
 Failure ListenFailure(const std::string& name, int error, std::vector<std::string> advice) {
   const bool isDenied = error == EACCES || error == EPERM;
@@ -107,7 +84,7 @@ void Listeners::OpenUnix(const std::filesystem::path& path, const Http::Permissi
 }
 
 void Listeners::OpenTcp(const std::string& text) {
-  const auto address = ParseAddress(text);
+  const auto address = ParseTcpAddress(text);
   if (!address) {
     throw Console::UsageFailure(fmt::format("--listen: invalid address '{}'", text),
                                 {"For example: 127.0.0.1:9188 or [::1]:9188."});

@@ -1,7 +1,6 @@
 // The stored state, accessed through a service.
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -10,9 +9,9 @@
 #include <vector>
 
 #include "console/base/Failure.h"
-#include "console/base/Number.h"
 #include "console/base/Timestamp.h"
 #include "console/plugin/RecordJson.h"
+#include "service/StateReplies.h"
 #include "service/StoredState.h"
 #include "service/client/ServiceFailure.h"
 #include "service/client/ServiceSession.h"
@@ -50,72 +49,6 @@ std::optional<Result> FindResult(const ProblemResult<Result> (&rows)[count],
   return std::nullopt;
 }
 
-std::uint64_t ParseTime(const Json& json, const char* name) {
-  return Console::ParseTimestamp(name, json.at(name).get<std::string>(), Console::NowMs());
-}
-
-std::optional<std::int64_t> ParseNumber(const Json& json, const char* name) {
-  const Json& number = json.at(name);
-  return number.is_null() ? std::nullopt : std::optional(number.get<std::int64_t>());
-}
-
-KnownCard ParseCard(const Json& json) {
-  KnownCard card;
-  card.m_SerialNumber = json.at("serial_number");
-  std::string position = json.at("position");
-  card.m_Position = Console::ReadNumber<std::int64_t>(position.erase(0, 1)).value_or(0);
-  card.m_FirstSeen = ParseTime(json, "first_seen");
-  card.m_LastSeen = ParseTime(json, "last_seen");
-  card.m_IsPresent = json.at("present");
-  card.m_Name = json.at("name");
-  card.m_Product = json.at("product");
-  card.m_PciAddress = json.at("pci_address");
-  card.m_Slot = ParseNumber(json, "pci_slot");
-  card.m_SizeBytes = ParseNumber(json, "size_bytes");
-  return card;
-}
-
-Acknowledgment ParseAcknowledgment(const Json& json) {
-  Acknowledgment acknowledgment;
-  acknowledgment.m_SerialNumber = json.at("serial_number");
-  acknowledgment.m_Reason = json.at("reason");
-  acknowledgment.m_User = json.at("user");
-  acknowledgment.m_Time = ParseTime(json, "time");
-  if (!json.at("until").is_null()) acknowledgment.m_Until = ParseTime(json, "until");
-  acknowledgment.m_Note = json.at("note");
-  return acknowledgment;
-}
-
-// Whether the points are in order and within the limit, also counting steps without a point.
-bool IsValid(const HistorySeries& series) {
-  const std::vector<HistoryPoint>& points = series.m_Points;
-  const auto isNotBefore = [](const HistoryPoint& point, const HistoryPoint& next) {
-    return point.m_Time >= next.m_Time;
-  };
-  if (std::adjacent_find(points.begin(), points.end(), isNotBefore) != points.end()) return false;
-  if (series.m_Step == 0) return false;
-  return points.empty() ||
-         (points.back().m_Time - points.front().m_Time) / series.m_Step < kMaxPoints;
-}
-
-HistorySeries ParseSeries(const Json& json) {
-  HistorySeries series;
-  series.m_Step = json.at("step_seconds").get<std::uint64_t>() * 1000;
-  for (const Json& each : json.at("points")) {
-    series.m_Points.push_back({ParseTime(each, "time"), each.at("minimum").get<double>(),
-                               each.at("maximum").get<double>(), each.at("mean").get<double>()});
-  }
-  if (!IsValid(series)) throw Console::RecordError("points: out of order or too many");
-  return series;
-}
-
-template <class Element>
-std::vector<Element> ParseList(const Json& list, Element (*parse)(const Json&)) {
-  std::vector<Element> elements;
-  for (const Json& each : list) elements.push_back(parse(each));
-  return elements;
-}
-
 std::string RequestBody(const Acknowledgment& acknowledgment) {
   Json body = {{"reason", acknowledgment.m_Reason}};
   if (!acknowledgment.m_Note.empty()) body["note"] = acknowledgment.m_Note;
@@ -136,8 +69,7 @@ class ServedState : public StoredState {
   explicit ServedState(ServiceSession& session) : m_Session(session) {}
 
   std::vector<KnownCard> Cards() override {
-    return Parse(Get("/v1/known-cards"), kOk,
-                 [](const Json& json) { return ParseList(json.at("cards"), ParseCard); });
+    return Parse(Get("/v1/known-cards"), kOk, KnownCardsFromJson);
   }
 
   std::optional<HistorySeries> History(const HistoryQuery& query) override {
@@ -146,13 +78,11 @@ class ServedState : public StoredState {
     if (query.m_Step > 0) path += fmt::format("&step={}ms", query.m_Step);
     const HttpReply reply = Get(path);
     if (ProblemId(reply) == "UNKNOWN_CARD") return std::nullopt;
-    return Parse(reply, kOk, ParseSeries);
+    return Parse(reply, kOk, HistorySeriesFromJson);
   }
 
   std::vector<Acknowledgment> Acknowledgments() override {
-    return Parse(Get("/v1/acknowledgments"), kOk, [](const Json& json) {
-      return ParseList(json.at("acknowledgments"), ParseAcknowledgment);
-    });
+    return Parse(Get("/v1/acknowledgments"), kOk, AcknowledgmentsFromJson);
   }
 
   AcknowledgeResult Acknowledge(Acknowledgment& acknowledgment) override {
@@ -160,7 +90,7 @@ class ServedState : public StoredState {
     request.m_Body = RequestBody(acknowledgment);
     const HttpReply reply = m_Session.Exchange(request);
     if (const auto result = FindResult(kAcknowledgeProblems, reply)) return *result;
-    acknowledgment = Parse(reply, kCreated, ParseAcknowledgment);
+    acknowledgment = Parse(reply, kCreated, AcknowledgmentFromJson);
     return AcknowledgeResult::Done;
   }
 

@@ -13,12 +13,12 @@
 #include <cstring>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
 #include "console/plugin/RecordJson.h"
 #include "service/Frame.h"
+#include "service/WorkerDocuments.h"
 
 namespace Service {
 namespace {
@@ -71,12 +71,6 @@ struct SpawnSettings {
   posix_spawn_file_actions_t m_Actions;
   posix_spawnattr_t m_Attributes;
 };
-
-Failure FailureFrom(const Json& document) {
-  return Failure(static_cast<ExitCode>(document.at("exit_code").get<int>()),
-                 document.at("id").get<std::string>(), document.at("text").get<std::string>(),
-                 document.at("advice").get<std::vector<std::string>>());
-}
 
 // Time limit for the exit of a killed process. One that hangs in the kernel is left running.
 constexpr std::chrono::milliseconds kKillTimeout(3000);
@@ -158,8 +152,7 @@ void Worker::ReceivePluginInfo(const Console::Deadline& deadline) {
   }
   const auto document = ReadFrame(m_Socket.Get());
   if (!document) throw ProcessFailure("it exited before the plug-in was loaded");
-  if (document->contains("failure")) throw FailureFrom(document->at("failure"));
-  m_Info = Console::PluginInfoFromJson(document->at("plugin"));
+  m_Info = ParseGreeting(*document);
 }
 
 // Runs on the reader thread. If the connection fails, the process is unusable and is killed.
@@ -172,18 +165,17 @@ void Worker::ReadReplies() {
   MarkEnded();
 }
 
-void Worker::HandleDocument(Json document) {
-  if (document.contains("notified")) {
+void Worker::HandleDocument(Json json) {
+  WorkerDocument document = ParseWorkerDocument(std::move(json));
+  if (document.m_IsNotification) {
     m_Notifications.Notify();
     return;
   }
   const Base::MutexLock lock(m_Lock);
-  m_FailedThreads = document.at("failed_threads").get<std::size_t>();
-  const auto waiting = m_Replies.find(document.at("id").get<std::uint64_t>());
+  m_FailedThreads = document.m_FailedThreads;
+  const auto waiting = m_Replies.find(document.m_Id);
   if (waiting == m_Replies.end()) return;  // the call has timed out
-  document.erase("failed_threads");
-  document.erase("id");
-  waiting->second = std::move(document);
+  waiting->second = std::move(document.m_Reply);
   m_Changed.NotifyAll();
 }
 

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <cstring>
 #include <vector>
@@ -16,6 +15,7 @@
 #include "base/TrustRules.h"
 #include "base/TrustedDirectory.h"
 #include "console/base/Failure.h"
+#include "console/base/Number.h"
 #include "hostkit/Paths.h"
 
 namespace Console {
@@ -60,17 +60,11 @@ LockFile OpenLock(const std::string& database, int flags) {
   return lock;
 }
 
-// Reads the process id from the first line and the socket from the second.
 LockHolder ReadHolder(const LockFile& lock) {
   constexpr std::size_t kLimit = 8192;
-  LockHolder holder;
   std::string text;
   Base::ReadAll(lock.m_File, kLimit, text);
-  const auto line = text.find('\n');
-  if (line == std::string::npos) return holder;
-  std::from_chars(text.data(), text.data() + line, holder.m_Process);
-  holder.m_Socket = text.substr(line + 1, text.find('\n', line + 1) - line - 1);
-  return holder;
+  return ParseLockFile(text);
 }
 
 std::string NameOf(const LockHolder& holder) {
@@ -102,6 +96,17 @@ Failure UnusableFailure(const LockFile& lock) {
 }
 
 }  // namespace
+
+LockHolder ParseLockFile(const std::string& text) {
+  LockHolder holder;
+  const auto line = text.find('\n');
+  const auto end = line == text.npos ? line : text.find('\n', line + 1);
+  if (end == text.npos) return holder;
+  const auto process = ReadNumber<pid_t>(text.substr(0, line));
+  if (process && *process > 0) holder.m_Process = *process;
+  holder.m_Socket = text.substr(line + 1, end - line - 1);
+  return holder;
+}
 
 DatabaseLock::DatabaseLock(const std::filesystem::path& socket) {
   const std::string database = HostKit::DatabaseFile().string();

@@ -18,6 +18,10 @@ struct LockHolder {
   std::string m_Socket;  // empty: unknown
 };
 
+// Parses a lock file: the process id on the first line and the socket on the second. A line without
+// a newline may be incomplete and is ignored, with the line before it.
+LockHolder ParseLockFile(const std::string& text);
+
 // A lock on a file next to the database that the environment selects. The kernel releases the lock
 // when the process terminates for any reason; the file remains.
 class DatabaseLock {

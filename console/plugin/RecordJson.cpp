@@ -386,6 +386,11 @@ Json ToJson(const HostKit::RowTable& table) {
 HostKit::RowTable RowTableFromJson(const Json& json) {
   auto table = CreateDefault<HostKit::RowTable>();
   Read(json, table, {});
+  for (const HostKit::RowColumn& column : table.m_Columns) {
+    const bool isKnown =
+        column.m_Kind >= HostKit::CellKind::Text && column.m_Kind <= HostKit::CellKind::Real;
+    if (!isKnown) Reject({"columns", 0}, "unknown kind of column");
+  }
   for (const auto& cells : table.m_Rows) {
     if (cells.empty() || cells.size() != table.m_Columns.size()) {
       Reject({"rows", 0}, "expected one cell per column");

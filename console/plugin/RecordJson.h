@@ -53,7 +53,7 @@ nlohmann::json ToJson(const HostKit::EventCount& count);
 HostKit::EventCount EventCountFromJson(const nlohmann::json& json);
 
 // Convert a table of rows; decoding throws `RecordError`, also if a row does not have one cell per
-// column.
+// column or a column has an unknown kind.
 nlohmann::json ToJson(const HostKit::RowTable& table);
 HostKit::RowTable RowTableFromJson(const nlohmann::json& json);
 

@@ -11,6 +11,7 @@
 #include "service/api/JobsApi.h"
 #include "service/api/OpenApi.h"
 #include "service/api/PluginApi.h"
+#include "service/api/QueryValues.h"
 #include "service/api/Schemas.h"
 #include "service/api/SessionApi.h"
 #include "service/api/StateApi.h"
@@ -48,6 +49,8 @@ const ProblemRow kJobRunning = {409, "JOB_RUNNING", "Another job is running on t
 const ProblemRow kNoOperation = {404, "NO_SUCH_OPERATION", "No such operation."};
 const ProblemRow kReusedKey = {422, "IDEMPOTENCY_KEY_REUSED",
                                "The Idempotency-Key was used for another request."};
+const ProblemRow kInvalidKey = {400, "IDEMPOTENCY_KEY_INVALID",
+                                "The Idempotency-Key must have 1 to 255 bytes."};
 const ProblemRow kNoJob = {404, "NO_SUCH_JOB", "No such job."};
 const ProblemRow kNoTable = {404, "NO_SUCH_TABLE", "No such table."};
 const ProblemRow kNoLog = {500, "NO_EVENT_LOG", "The event log cannot be read."};
@@ -65,8 +68,9 @@ const ProblemRow kReserved = {409, "RESERVED", "This command is reserved for the
 const std::vector<ProblemRow> kObjectProblems = {kInvalidQuery, kDown, kBusy, kTimedOut};
 const std::vector<ProblemRow> kSingleObjectProblems = {kInvalidQuery, kNoObject, kDown, kBusy,
                                                        kTimedOut};
-const std::vector<ProblemRow> kOperationProblems = {
-    kInvalidBody, kNoObject, kNoOperation, kNotConfirmed, kJobRunning, kReusedKey, kDown, kBusy};
+const std::vector<ProblemRow> kOperationProblems = {kInvalidBody, kInvalidKey,   kNoObject,
+                                                    kNoOperation, kNotConfirmed, kJobRunning,
+                                                    kReusedKey,   kDown,         kBusy};
 
 const std::vector<ApiRow> kRows = {
     {Method::Get,
@@ -205,7 +209,7 @@ const std::vector<ApiRow> kRows = {
      "erase a drive and change its layout",
      PostFormat,
      {kJob},
-     {kInvalidBody, kNoObject, kNotConfirmed, kJobRunning, kReusedKey, kDown, kBusy},
+     {kInvalidBody, kInvalidKey, kNoObject, kNotConfirmed, kJobRunning, kReusedKey, kDown, kBusy},
      {},
      "FormatRequest"},
     {Method::Get,
@@ -391,6 +395,9 @@ Http::Reply Answer(const ApiRow& row, const ApiContext& api, const Http::Request
   const std::string* const key = Http::Find(request.m_Headers, "idempotency-key");
   const bool isJob = row.m_Responses.front().m_Status == 202;
   if (key == nullptr || !isJob) return Handle(row, api, request);
+  if (!IsIdempotencyKey(*key)) {
+    return Http::MakeProblem(kInvalidKey.m_Status, kInvalidKey.m_Id, kInvalidKey.m_Meaning);
+  }
   return AnswerOnce(row, api, request, *key);
 }
 

@@ -11,7 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "console/base/Number.h"
 #include "console/plugin/EventLogClient.h"
 #include "console/plugin/RecordJson.h"
 #include "console/plugin/RowTables.h"
@@ -21,6 +20,7 @@
 #include "service/Log.h"
 #include "service/UserName.h"
 #include "service/api/Documents.h"
+#include "service/api/QueryValues.h"
 
 namespace Service {
 namespace {
@@ -205,14 +205,6 @@ Response AwaitSession(const ApiContext& api) {
   return SessionInfo(api, *snapshot);
 }
 
-// Returns the query parameter `name` as a number, or `fallback` if it is missing. Returns empty if
-// its value is not a number.
-std::optional<std::uint64_t> QueryNumber(const Http::Request& request, const char* name,
-                                         std::uint64_t fallback) {
-  const std::string* const text = Http::Find(request.m_Query, name);
-  return text == nullptr ? fallback : Console::ReadNumber<std::uint64_t>(*text);
-}
-
 // Omits events after `newest`, because clients must not see an event before the stream sends
 // it.
 Response EventsUpTo(std::int64_t newest, const std::vector<HostKit::LoggedEvent>& events) {
@@ -316,8 +308,7 @@ Http::Reply GetSessionRows(const ApiContext& api, const Http::Request& request) 
 Http::Reply GetEventStream(const ApiContext& api, const Http::Request& request) {
   const std::string* const after = Http::Find(request.m_Headers, "last-event-id");
   if (after == nullptr) return api.m_Feed.Open(std::nullopt);
-  const auto number = Console::ReadNumber<std::int64_t>(*after);
-  if (number && *number >= 0) return api.m_Feed.Open(number);
+  if (const auto number = ParseEventId(*after)) return api.m_Feed.Open(number);
   return MakeProblem(400, "EVENT_ID_INVALID", "Last-Event-ID is not a valid event number");
 }
 

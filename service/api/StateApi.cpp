@@ -6,10 +6,10 @@
 #include <string>
 #include <utility>
 
-#include "console/base/Duration.h"
 #include "console/base/Timestamp.h"
 #include "service/UserName.h"
 #include "service/api/Documents.h"
+#include "service/api/QueryValues.h"
 #include "service/state/HistoryFields.h"
 
 namespace Service {
@@ -108,35 +108,13 @@ Response MakeList(const char* name, const std::vector<Element>& elements) {
   return MakeJson(200, {{name, list}});
 }
 
-// Returns the time in a query parameter, or `fallback` if it is missing. Throws
-// `Console::Failure`.
-std::uint64_t TimeOf(const Request& request, const char* name, std::uint64_t fallback) {
-  const std::string* const text = Http::Find(request.m_Query, name);
-  return text == nullptr ? fallback : Console::ParseTimestamp(name, *text, Console::NowMs());
-}
-
-// Defaults to the last day, in steps of one minute. Throws `Console::Failure`.
-HistoryQuery QueryOf(const Request& request, const HistoryField& field) {
-  constexpr std::uint64_t kDayMs = 86'400'000;
-  HistoryQuery query;
-  query.m_SerialNumber = request.m_Parameters.at("serial");
-  query.m_Field = &field;
-  query.m_To = TimeOf(request, "to", Console::NowMs());
-  query.m_From = TimeOf(request, "from", query.m_To < kDayMs ? 0 : query.m_To - kDayMs);
-  if (const std::string* const step = Http::Find(request.m_Query, "step")) {
-    query.m_Step =
-        static_cast<std::uint64_t>(Console::ParseDuration("step", *step).value().count());
-  }
-  return query;
-}
-
 Reply ReadHistory(const ApiContext& api, const Request& request) {
   const std::string* const name = Http::Find(request.m_Query, "field");
   const HistoryField* const field = name == nullptr ? nullptr : FindHistoryField(*name);
   if (field == nullptr) {
     return MakeProblem(400, "QUERY_INVALID", "field: missing, or no history is recorded for it");
   }
-  const HistoryQuery query = QueryOf(request, *field);
+  const HistoryQuery query = QueryOf(request, *field, Console::NowMs());
   return ReadState(
       api, [query](StateStore& store) { return store.History(query); },
       [query](const std::optional<HistorySeries>& series) {

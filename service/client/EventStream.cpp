@@ -9,6 +9,7 @@
 #include "service/client/HttpClient.h"
 #include "service/client/Pause.h"
 #include "service/client/ServiceFailure.h"
+#include "service/client/StreamLines.h"
 
 namespace Service {
 
@@ -28,14 +29,12 @@ struct EventStream::Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  // Looks only for the names of events. Keeps a reply that is not a stream, because it contains the
-  // problem.
+  // Keeps a reply that is not a stream, because it contains the problem.
   static std::size_t Append(const char* text, std::size_t, std::size_t size,
                             Connection* connection) {
-    constexpr std::size_t kMaxLine = 1U << 20U;
-    if (size > kMaxLine - connection->m_Text.size()) return 0;
-    connection->m_Text.append(text, size);
-    if (connection->Status() == 200) connection->ReadLines();
+    if (connection->Status() == 200) return connection->m_Lines.Append({text, size}) ? size : 0;
+    if (size > StreamLines::kMaxLine - connection->m_Problem.size()) return 0;
+    connection->m_Problem.append(text, size);
     return size;
   }
 
@@ -51,20 +50,11 @@ struct EventStream::Connection {
     return socket;
   }
 
-  void ReadLines() {
-    std::size_t begin = 0;
-    for (auto end = m_Text.find('\n'); end != m_Text.npos; end = m_Text.find('\n', begin)) {
-      if (m_Text.compare(begin, 6, "event:") == 0) m_HasChanges = true;
-      begin = end + 1;
-    }
-    m_Text.erase(0, begin);
-  }
-
   const HeaderList m_Headers;
   const MultiHandle m_Multi;
   const EasyHandle m_Easy;
-  std::string m_Text;
-  bool m_HasChanges = false;
+  StreamLines m_Lines;
+  std::string m_Problem;
 };
 
 void EventStream::Connect(std::int64_t after) {
@@ -83,13 +73,13 @@ bool EventStream::HasChanges() {
     ThrowIfRefused(*ended, *code);
     return true;
   }
-  return std::exchange(m_Connection->m_HasChanges, false);
+  return m_Connection->m_Lines.TakeChange();
 }
 
 void EventStream::ThrowIfRefused(const Connection& ended, CURLcode code) const {
   const long status = ended.Status();
   if (code == CURLE_OK && status != 200) {
-    throw ProblemFailure({status, ended.m_Text}, m_Socket);
+    throw ProblemFailure({status, ended.m_Problem}, m_Socket);
   }
   if (code == CURLE_WRITE_ERROR) throw InvalidReplyFailure(m_Socket, "a line is too long");
   if (status != 200) throw ServiceEndedFailure(m_Socket, false);

@@ -80,21 +80,11 @@ Json ServiceSession::RequestJson(const HttpRequest& request, const Deadline& dea
   return ParseReply(m_Client.Socket(), [&] { return Json::parse(reply.m_Body); });
 }
 
-ServiceSession::State ServiceSession::ReadState() {
+SessionState ServiceSession::ReadState() {
   HttpRequest request;
   request.m_Path = kSession;
   const Json json = RequestJson(request, Limits().ForCall());
-  return ParseReply(m_Client.Socket(), [&] {
-    State state;
-    state.m_Info = Console::PluginInfoFromJson(json.at("plugin"));
-    state.m_IsUp = json.at("up").get<bool>();
-    state.m_Reason = json.at("reason").get<std::string>();
-    state.m_HasCards = json.at("has_cards").get<bool>();
-    state.m_FailedThreads = json.at("failed_threads").get<std::size_t>();
-    state.m_StartDuration = std::chrono::duration<double>(json.at("start_seconds").get<double>());
-    state.m_NewestEvent = json.at("newest_event").get<std::int64_t>();
-    return state;
-  });
+  return ParseReply(m_Client.Socket(), [&] { return SessionStateFromJson(json); });
 }
 
 // After a change, reads wait for the cards, so that they show the end of a job.
@@ -141,14 +131,10 @@ std::vector<LoggedEvent> ServiceSession::ReadLog(const std::string& query) {
   request.m_Path = "/v1/session/events?" + query;
   const Json json = RequestJson(request, Limits().ForCall());
   return ParseReply(m_Client.Socket(), [&] {
-    std::vector<LoggedEvent> events;
-    for (const Json& each : json.at("events")) {
-      events.push_back(Console::LoggedEventFromJson(each));
-    }
+    LogReply reply = LogReplyFromJson(json);
     // A service that has not read its log yet reports 0.
-    const auto newest = json.at("newest").get<std::int64_t>();
-    if (newest != 0) m_Seen = newest;
-    return events;
+    if (reply.m_Newest != 0) m_Seen = reply.m_Newest;
+    return std::move(reply.m_Events);
   });
 }
 
@@ -240,13 +226,7 @@ std::vector<HostKit::EventCount> ServiceSession::CountEvents() {
   HttpRequest request;
   request.m_Path = "/v1/session/event-counts";
   const Json json = RequestJson(request, Limits().ForCall());
-  return ParseReply(m_Client.Socket(), [&] {
-    std::vector<HostKit::EventCount> counts;
-    for (const Json& each : json.at("counts")) {
-      counts.push_back(Console::EventCountFromJson(each));
-    }
-    return counts;
-  });
+  return ParseReply(m_Client.Socket(), [&] { return EventCountsFromJson(json); });
 }
 
 bool ServiceSession::WaitForNotification(std::chrono::milliseconds timeout,

@@ -15,6 +15,7 @@
 #include "console/plugin/CommandSession.h"
 #include "service/client/EventStream.h"
 #include "service/client/HttpClient.h"
+#include "service/client/SessionReplies.h"
 
 namespace Service {
 
@@ -53,20 +54,10 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   const std::filesystem::path& Socket() const { return m_Client.Socket(); }
 
  private:
-  struct State {
-    Console::PluginInfo m_Info;
-    bool m_IsUp = false;
-    std::string m_Reason;
-    bool m_HasCards = false;
-    std::size_t m_FailedThreads = 0;
-    std::chrono::duration<double> m_StartDuration{0};
-    std::int64_t m_NewestEvent = 0;
-  };
-
   HttpReply SendWithin(const Console::Deadline& deadline, const HttpRequest& request);
   HttpReply Send(const HttpRequest& request, const Console::Deadline& deadline);
   nlohmann::json RequestJson(const HttpRequest& request, const Console::Deadline& deadline);
-  State ReadState();
+  SessionState ReadState();
   std::vector<Console::LoggedEvent> ReadLog(const std::string& query);
   std::vector<Console::LoggedEvent> ReadNewEvents();
   bool IsConnectionLoss(const Console::Failure& failure) const;
@@ -85,7 +76,7 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   Console::EventLogClient& m_EventLog;
   HttpClient m_Client;
   EventStream m_Stream;
-  State m_State;
+  SessionState m_State;
   Console::CardTimes m_Times;  // of the last topology
   // Number of the newest event that was returned, or that existed before the session.
   std::int64_t m_Seen;

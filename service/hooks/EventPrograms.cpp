@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <sstream>
 #include <utility>
@@ -12,6 +11,7 @@
 #include "base/Descriptor.h"
 #include "base/TrustedPath.h"
 #include "console/base/Failure.h"
+#include "console/base/Number.h"
 #include "console/base/TextFile.h"
 #include "service/hooks/ProgramDirectory.h"
 #include "service/hooks/ProgramRun.h"
@@ -34,11 +34,7 @@ std::optional<std::int64_t> ReadNumber(const std::filesystem::path& file) {
   std::string text;
   if (!opened.IsOpen() || !Base::TrustErrorOfOpened(trusted, opened).empty()) return std::nullopt;
   if (Base::ReadAll(opened, kMaxDigits, text) != 0) return std::nullopt;
-  std::int64_t number = 0;
-  if (std::from_chars(text.data(), text.data() + text.size(), number).ec != std::errc()) {
-    return std::nullopt;
-  }
-  return number;
+  return ParseStateFile(text);
 }
 
 // An environment variable cannot contain NUL.
@@ -58,8 +54,14 @@ std::string VariableOf(const std::string& key) {
 
 }  // namespace
 
+std::optional<std::int64_t> ParseStateFile(const std::string& text) {
+  if (text.empty() || text.back() != '\n') return std::nullopt;
+  const auto number = Console::ReadNumber<std::int64_t>(text.substr(0, text.size() - 1));
+  return text.front() == '-' ? std::nullopt : number;
+}
+
 EventPrograms::EventPrograms(ProgramSettings settings) : m_Settings(std::move(settings)) {
-  if (!m_Settings.m_StateFile.empty()) m_LastNumber = ReadNumber(m_Settings.m_StateFile);
+  ReadStateFile();
   try {
     for (unsigned i = 0; i < m_Settings.m_Parallel; ++i) {
       m_Threads.emplace_back(&EventPrograms::RunThread, this);
@@ -68,6 +70,16 @@ EventPrograms::EventPrograms(ProgramSettings settings) : m_Settings(std::move(se
     Stop();
     throw;
   }
+}
+
+void EventPrograms::ReadStateFile() {
+  const std::filesystem::path& file = m_Settings.m_StateFile;
+  if (file.empty()) return;
+  m_LastNumber = ReadNumber(file);
+  std::error_code ignored;
+  if (m_LastNumber || !std::filesystem::exists(file, ignored)) return;
+  Report(
+      fmt::format("{} is not usable; events logged before this start are skipped", file.string()));
 }
 
 EventPrograms::~EventPrograms() {

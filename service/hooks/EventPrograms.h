@@ -36,6 +36,11 @@ struct ProgramSettings {
   std::function<void(const std::string&)> m_Report = nullptr;
 };
 
+// Returns the event number in the text of a state file, or empty if the text is not a number, at
+// least 0, on a single line with a newline. A number without a newline may be incomplete, and its
+// programs could run twice.
+std::optional<std::int64_t> ParseStateFile(const std::string& text);
+
 // The programs of one event run one after another, in order of their names; programs of different
 // events run concurrently. The directory is read for each event.
 //
@@ -61,6 +66,7 @@ class EventPrograms {
   void Take(Event event);
 
  private:
+  void ReadStateFile();
   void Stop();
   bool Enqueue(Event event);
   void RunThread();

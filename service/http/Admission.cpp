@@ -6,6 +6,7 @@
 
 #include "base/Printable.h"
 #include "service/http/Escapes.h"
+#include "service/http/HostHeader.h"
 #include "service/http/PeerOf.h"
 
 namespace Http {
@@ -21,24 +22,6 @@ struct RuleContext {
   const Permissions& m_Permissions;
   Admission& m_Admission;
 };
-
-char Lower(char character) {
-  return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 32) : character;
-}
-
-std::string Lower(std::string_view text) {
-  std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(), [](char each) { return Lower(each); });
-  return lower;
-}
-
-// "host:80" and "[::1]:80" without the port.
-std::string_view WithoutPort(std::string_view host) {
-  const auto colon = host.rfind(':');
-  const auto bracket = host.rfind(']');
-  if (colon == host.npos || (bracket != host.npos && bracket > colon)) return host;
-  return host.substr(0, colon);
-}
 
 // "application/json; charset=utf-8" without the parameter, in lower case.
 std::string MediaType(std::string_view contentType) {
@@ -91,18 +74,14 @@ Refusal ReadHeaders(RuleContext& context) {
   return std::nullopt;
 }
 
-// Accepting this machine's address is safe, because DNS rebinding requires a host name.
-bool NamesThisServer(const RuleContext& context, const std::string& host) {
-  const std::string& local = context.m_Head.m_Peer.m_LocalAddress;
-  const bool isV6 = local.find(':') != local.npos;
-  return host == (isV6 ? "[" + local + "]" : local) || Contains(context.m_Settings.m_Hosts, host);
-}
-
 // Prevents DNS rebinding, in which another site resolves its own name to this server's address.
 Refusal CheckHost(RuleContext& context) {
   if (!context.m_Head.m_Peer.m_IsTcp) return std::nullopt;
   const std::string* const host = Find(context.m_Admission.m_Request.m_Headers, "host");
-  if (host != nullptr && NamesThisServer(context, Lower(WithoutPort(*host)))) return std::nullopt;
+  const std::string& local = context.m_Head.m_Peer.m_LocalAddress;
+  if (host != nullptr && NamesThisServer(*host, local, context.m_Settings.m_Hosts)) {
+    return std::nullopt;
+  }
   return MakeProblem(403, "HOST_NOT_ALLOWED", "the Host header does not name this service");
 }
 

@@ -5,63 +5,17 @@
 #include <cstdint>
 #include <optional>
 #include <set>
-#include <sstream>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "service/state/CardTexts.h"
 
 namespace Service {
 namespace {
 
 using HostKit::Connection;
 using HostKit::Statement;
-
-// Formats numbers separated by blanks.
-std::string TextOf(const std::set<std::uint32_t>& reasons) {
-  std::string text;
-  for (const std::uint32_t reason : reasons) {
-    text += (text.empty() ? "" : " ") + std::to_string(reason);
-  }
-  return text;
-}
-
-std::set<std::uint32_t> ParseReasons(const std::string& text) {
-  std::istringstream stream(text);
-  std::set<std::uint32_t> reasons;
-  for (std::uint32_t reason = 0; stream >> reason;) reasons.insert(reason);
-  return reasons;
-}
-
-std::string TextOf(const std::optional<std::int64_t>& number) {
-  return number ? std::to_string(*number) : "-";
-}
-
-// Formats the layouts of drives, such as "785000000000 512", separated by blanks; "-" is unknown.
-std::string TextOf(const std::vector<DriveState>& drives) {
-  std::string text;
-  for (const DriveState& drive : drives) {
-    text += (text.empty() ? "" : " ") + TextOf(drive.m_Format.m_SizeBytes) + " " +
-            TextOf(drive.m_Format.m_SectorSizeBytes);
-  }
-  return text;
-}
-
-std::optional<std::int64_t> ParseNumber(const std::string& text) {
-  std::istringstream stream(text);
-  std::int64_t number = 0;
-  if (!(stream >> number)) return std::nullopt;
-  return number;
-}
-
-std::vector<DriveState> ParseDrives(const std::string& text) {
-  std::istringstream stream(text);
-  std::vector<DriveState> drives;
-  std::string size, sector;
-  while (stream >> size >> sector) {
-    drives.push_back({0, "", {ParseNumber(size), ParseNumber(sector)}});
-  }
-  return drives;
-}
 
 // The content of a column.
 using Cell = std::variant<std::optional<std::int64_t>, std::string>;

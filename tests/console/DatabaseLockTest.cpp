@@ -100,6 +100,33 @@ TEST_F(DatabaseLock, IsRespectedEvenIfTheFileIsInvalid) {
   }
 }
 
+struct LockText {
+  const char* m_Text;
+  pid_t m_Process;
+  const char* m_Socket;
+};
+
+const LockText kLockTexts[] = {
+    {"12\n/run/s\n", 12, "/run/s"},
+    {"12\n\n", 12, ""},
+    {"x\n/run/s\n", -1, "/run/s"},
+    {"12x\n/run/s\n", -1, "/run/s"},
+    {"-12\n/run/s\n", -1, "/run/s"},
+    {"0\n/run/s\n", -1, "/run/s"},
+    {"12\n/run/", -1, ""},
+    {"12\n", -1, ""},
+    {"12", -1, ""},
+    {"", -1, ""},
+};
+
+TEST(LockFile, IsUsedOnlyIfItIsComplete) {
+  for (const LockText& row : kLockTexts) {
+    const Console::LockHolder holder = Console::ParseLockFile(row.m_Text);
+    EXPECT_EQ(row.m_Process, holder.m_Process) << row.m_Text;
+    EXPECT_EQ(row.m_Socket, holder.m_Socket) << row.m_Text;
+  }
+}
+
 TEST_F(DatabaseLock, RejectsALockFileThatIsNotARegularFile) {
   std::filesystem::create_directories(m_Directory.Path() / "state");
   std::filesystem::create_symlink(m_Directory.Path() / "elsewhere", LockFile());

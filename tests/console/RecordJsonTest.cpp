@@ -354,6 +354,9 @@ TEST(RecordJson, ConvertsATableOfRows) {
   json shorter = sent;
   shorter["rows"][1].erase(1);
   EXPECT_THROW(Console::RowTableFromJson(shorter), RecordError);
+  json unknown = sent;
+  unknown["columns"][0]["kind"] = 4;
+  EXPECT_THROW(Console::RowTableFromJson(unknown), RecordError);
 }
 
 TEST(RecordJson, RejectsAnEventWithTooFewPlaceholders) {

@@ -181,7 +181,8 @@ END
 
 @test "invalid addresses are refused" {
   local address
-  for address in 9188 :9188 127.0.0.1 127.0.0.1: 127.0.0.1:x 127.0.0.1:99999 ::1:9188 "[::1]" box:80; do
+  for address in 9188 :9188 127.0.0.1 127.0.0.1: 127.0.0.1:x 127.0.0.1:99999 ::1:9188 "[::1]" box:80 "[[x]]:80" \
+    "[127.0.0.1]:80" "[]:80" "127.0.0.1]:80"; do
     keep wrong host serve --socket "$SOCKET" --listen "$address"
     [ "$(rc wrong)" != 0 ] || { echo "$address"; false; }
     err wrong | grep -qF -e "--listen: invalid address '$address'" -e "cannot listen on $address: " ||

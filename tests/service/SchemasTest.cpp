@@ -62,21 +62,14 @@ struct ParameterRow {
 };
 
 const ParameterRow kParameters[] = {
-    {"limit", "0", true},
-    {"limit", "1000000000", true},
-    {"limit", "1000000001", false},
-    {"limit", "-1", false},
-    {"limit", "1.5", false},
-    {"limit", "", false},
-    {"limit", "many", false},
-    {"limit", " 1", false},
-    {"fresh", "1", true},
-    {"fresh", "0", false},
-    {"fresh", "", false},
-    {"since", "1h", true},
-    {"since", std::string(64, 'x'), true},
-    {"since", "", false},
-    {"since", std::string(65, 'x'), false},
+    {"limit", "0", true},           {"limit", "1000000000", true},
+    {"limit", "1000000001", false}, {"limit", "-1", false},
+    {"limit", "-0", false},         {"limit", "1.5", false},
+    {"limit", "", false},           {"limit", "many", false},
+    {"limit", " 1", false},         {"fresh", "1", true},
+    {"fresh", "0", false},          {"fresh", "", false},
+    {"since", "1h", true},          {"since", std::string(64, 'x'), true},
+    {"since", "", false},           {"since", std::string(65, 'x'), false},
 };
 
 TEST(Schemas, ValidateParameters) {

@@ -176,6 +176,46 @@ TEST_P(BadReplies, FailTheFirstRequest) {
   }
 }
 
+// `kState` with another value of a field, and the message for it.
+const struct {
+  const char* m_Field;
+  const char* m_Value;
+  const char* m_Text;
+} kBadNumbers[] = {
+    {"failed_threads", "1.5", "failed_threads: expected an integer from 0 to 9223372036854775807"},
+    {"failed_threads", "-1", "failed_threads: expected an integer from 0 to 9223372036854775807"},
+    {"failed_threads", "true", "failed_threads: expected an integer"},
+    {"newest_event", "3.0", "newest_event: expected an integer"},
+    {"newest_event", "1e300", "newest_event: expected an integer"},
+    {"newest_event", "9223372036854775808", "newest_event: expected an integer"},
+    {"start_seconds", "-1", "start_seconds: expected a number of seconds"},
+    {"start_seconds", "\"1\"", "start_seconds: expected a number of seconds"},
+};
+
+TEST_F(ServiceSession, RefusesAStateWithInvalidNumbers) {
+  for (const auto& row : kBadNumbers) {
+    std::string state = kState;
+    const std::string name = std::string("\"") + row.m_Field + "\": ";
+    const auto begin = state.find(name) + name.size();
+    state.replace(begin, state.find_first_of(",}", begin) - begin, row.m_Value);
+    const auto failure =
+        FailureOf([&] { Start([&state](const std::string&) { return ClientTest::Json(state); }); });
+    ASSERT_TRUE(failure) << state;
+    EXPECT_EQ("SERVICE_REPLY_INVALID", failure->m_Id) << state;
+    EXPECT_THAT(failure->m_Text, HasSubstr(row.m_Text));
+  }
+}
+
+TEST_F(ServiceSession, RefusesALogWithInvalidNumbers) {
+  for (const char* const newest : {"8.5", "-8", "1e300", "\"8\""}) {
+    Service::ServiceSession& session =
+        Connect(ClientTest::Json(std::string(R"({"events": [], "newest": )") + newest + "}"));
+    const auto failure = FailureOf([&] { session.CollectEvents(); });
+    ASSERT_TRUE(failure) << newest;
+    EXPECT_THAT(failure->m_Text, HasSubstr("newest: expected an integer"));
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Every, BadReplies, testing::ValuesIn(kBadReplies),
                          [](const auto& row) { return std::string(row.param.m_Name); });
 

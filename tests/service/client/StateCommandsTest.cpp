@@ -96,6 +96,13 @@ TEST_F(StateCommand, RejectsUnusableReplies) {
   EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kHistory, invalid));
   const auto step = ClientTest::Json(R"({"step_seconds": 0, "points": []})");
   EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kHistory, step));
+  for (const char* const seconds : {"0.5", "-60", "9223372036854775807", "true"}) {
+    const auto reply =
+        ClientTest::Json(std::string(R"({"points": [], "step_seconds": )") + seconds + "}");
+    EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kHistory, reply)) << seconds;
+  }
+  const auto object = ClientTest::Json(R"({"step_seconds": 60, "points": {}})");
+  EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kHistory, object));
   EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kAck, ClientTest::Json("{}", 201)));
   EXPECT_EQ("1 SERVICE_REPLY_INVALID", FailureOf(kForget, ClientTest::Json("{}")));
 }

@@ -232,10 +232,16 @@ TEST_F(EventPrograms, SkipOldEvents) {
 }
 
 TEST_F(EventPrograms, HaveNoLastNumberIfTheStateFileIsInvalid) {
-  for (const char* const text : {"", "x", "-", "99999999999999999999999"}) {
+  std::size_t reports = 0;
+  for (const char* const text : {"", "\n", "x", "-", "99999999999999999999999\n", "7", "7x\n",
+                                 "7\n\n", " 7\n", "-7\n", "7\n8\n"}) {
     WriteText(StateFile(), text);
     Start();
     EXPECT_EQ(std::nullopt, m_Programs->LastNumber()) << text;
+    EXPECT_EQ(++reports, Reports().size()) << text;
+    EXPECT_EQ(
+        "events.d: " + StateFile() + " is not usable; events logged before this start are skipped",
+        Reports().back());
   }
 }
 
