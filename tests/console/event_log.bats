@@ -264,7 +264,7 @@ before yesterday recent 3d" "$(out relative)"
     "$BATS_FILE_TMPDIR/since_text.out"
 }
 
-@test "status omits since if no host was running when the status changed" {
+@test "status does not show since when, if no host was running when the status changed" {
   direct_only "tests separate runs that load the plug-in"
   valid unseen
   same '[["a0", "WARNING", null], ["a0/d0", "AVAILABLE", null], ["a1", "WARNING", null], ["a1/d0", "AVAILABLE", null]]' \
