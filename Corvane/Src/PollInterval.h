@@ -17,8 +17,9 @@ constexpr std::uint32_t kDefaultPollInterval = 15;
 constexpr std::uint32_t kMinPollInterval = 2;
 constexpr std::uint32_t kMaxPollInterval = 255;
 
-// Parses a number of seconds and clamps it to the limits. Returns the default if the text is not a
-// decimal number. Uses the classic locale, so that grouped digits are never accepted.
+// Parses a decimal number of seconds and clamps it to the limits; a negative number counts as too
+// large. Returns the default if the text is not a number or does not fit in 32 bits. Uses the
+// classic locale, so that grouped digits are never accepted.
 inline std::uint32_t ParsePollInterval(const std::string& text) {
   boost::cnv::basic_stream<char> converter;
   converter(std::locale::classic());

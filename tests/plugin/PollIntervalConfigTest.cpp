@@ -42,6 +42,7 @@ constexpr IniCase INI_CASES[] = {
     {"Fraction", "PollInterval=30.5\n", "15"},
     {"Hexadecimal", "PollInterval=0x20\n", "15"},
     {"BeyondThirtyTwoBits", "PollInterval=4294967296\n", "15"},
+    {"Negative", "PollInterval=-5\n", "255"},
     {"Zero", "PollInterval=0\n", "2"},
     {"One", "PollInterval=1\n", "2"},
     {"Minimum", "PollInterval=2\n", "2"},
