@@ -22,6 +22,7 @@
 #include "host/Database.h"
 #include "hostkit/Database.h"
 #include "hostkit/FailedThreads.h"
+#include "service/CardGuard.h"
 #include "service/Frame.h"
 #include "service/FrameSender.h"
 #include "service/Heap.h"
@@ -95,9 +96,18 @@ Json ReadRows(const std::string& table) {
   return {{"error", "unknown table"}};
 }
 
+Json UnresponsiveCards() {
+  Json list = Json::array();
+  for (const Console::UnresponsiveCard& card : CardGuard::Instance().UnresponsiveCards()) {
+    list.push_back({{"serial_number", card.m_SerialNumber}, {"reason", card.m_Reason}});
+  }
+  return list;
+}
+
 void Reply(Process& process, const Json& id, Json document) {
   document["id"] = id;
   document["failed_threads"] = HostKit::FailedThreads();
+  document["unresponsive"] = UnresponsiveCards();
   process.m_Sender.Send(document);
 }
 
@@ -200,6 +210,7 @@ int RunPluginProcess(const std::filesystem::path& pluginFile, int socket) {
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);
   fcntl(socket, F_SETFD, FD_CLOEXEC);
   ShareOneHeap();
+  CardGuard::Instance().Enable();
   try {
     auto process = std::make_unique<Process>(pluginFile, socket);
     process->m_Plugin->m_HostNotify = [notifier = &process->m_Notifier](IPLUGINAPI*) {
@@ -207,7 +218,8 @@ int RunPluginProcess(const std::filesystem::path& pluginFile, int socket) {
     };
     process->m_Sender.Send(PluginDocument(process->m_Library.m_File, *process->m_Plugin));
     ServeUntilEnd(*process);
-    if (!Stop(*process)) static_cast<void>(process.release());  // a hung call still uses it
+    const bool isStopped = Stop(*process) && !CardGuard::Instance().HasStuckCards();
+    if (!isStopped) static_cast<void>(process.release());  // a hung call still uses it
     return EXIT_SUCCESS;
   } catch (const Console::Failure& failure) {
     WriteFrame(socket, EncodeFrame(FailureDocument(failure)));

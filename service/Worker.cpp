@@ -18,6 +18,7 @@
 #include "console/base/StopSignals.h"
 #include "console/plugin/RecordJson.h"
 #include "service/Frame.h"
+#include "service/Log.h"
 #include "service/WorkerDocuments.h"
 
 namespace Service {
@@ -171,12 +172,28 @@ void Worker::HandleDocument(Json json) {
     m_Notifications.Notify();
     return;
   }
+  SetUnresponsiveCards(std::move(document.m_UnresponsiveCards));
   const Base::MutexLock lock(m_Lock);
   m_FailedThreads = document.m_FailedThreads;
   const auto waiting = m_Replies.find(document.m_Id);
   if (waiting == m_Replies.end()) return;  // the call has timed out
   waiting->second = std::move(document.m_Reply);
   m_Changed.NotifyAll();
+}
+
+// Called only by the reader thread. Logs the cards that have stopped responding.
+void Worker::SetUnresponsiveCards(std::vector<Console::UnresponsiveCard> cards) {
+  std::vector<Console::UnresponsiveCard> known = cards;
+  {
+    const Base::MutexLock lock(m_Lock);
+    known.swap(m_UnresponsiveCards);
+  }
+  for (const Console::UnresponsiveCard& card : cards) {
+    const bool isKnown = std::any_of(known.begin(), known.end(), [&](const auto& each) {
+      return each.m_SerialNumber == card.m_SerialNumber && each.m_Reason == card.m_Reason;
+    });
+    if (!isKnown) LogWarning(card.m_SerialNumber + ": " + card.m_Reason);
+  }
 }
 
 void Worker::MarkEnded() {
@@ -294,6 +311,11 @@ bool Worker::IsAlive() const {
 std::size_t Worker::FailedThreads() const {
   const Base::MutexLock lock(m_Lock);
   return m_FailedThreads;
+}
+
+std::vector<Console::UnresponsiveCard> Worker::UnresponsiveCards() const {
+  const Base::MutexLock lock(m_Lock);
+  return m_UnresponsiveCards;
 }
 
 void Worker::Disconnect() {

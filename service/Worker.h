@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "base/Descriptor.h"
 #include "base/Mutex.h"
@@ -18,6 +19,7 @@
 #include "console/base/Notifier.h"
 #include "console/plugin/PluginCommand.h"
 #include "console/plugin/Session.h"
+#include "console/plugin/UnresponsiveCard.h"
 #include "service/FrameSender.h"
 
 namespace Service {
@@ -61,6 +63,8 @@ class Worker {
   bool IsAlive() const;
   // Number of threads that the plug-in failed to start, as of the last reply.
   std::size_t FailedThreads() const;
+  // Returns the cards that did not respond to the plug-in, as of the last reply.
+  std::vector<Console::UnresponsiveCard> UnresponsiveCards() const;
   // Closes the connection, so that the process stops the plug-in and exits. Pending calls return
   // empty.
   void Disconnect();
@@ -89,6 +93,7 @@ class Worker {
   std::optional<nlohmann::json> AwaitReply(std::uint64_t id, const Console::Deadline& deadline,
                                            DuringFormat duringFormat);
   void HandleSendFailure();
+  void SetUnresponsiveCards(std::vector<Console::UnresponsiveCard> cards);
   void MarkEnded();
   bool AwaitEnd(const Console::Deadline& deadline);
   bool HasExited();
@@ -110,6 +115,7 @@ class Worker {
   // Replies of pending calls, by id.
   std::map<std::uint64_t, std::optional<nlohmann::json>> m_Replies HOST_GUARDED_BY(m_Lock);
   std::size_t m_FailedThreads HOST_GUARDED_BY(m_Lock) = 0;
+  std::vector<Console::UnresponsiveCard> m_UnresponsiveCards HOST_GUARDED_BY(m_Lock);
   int m_Formats HOST_GUARDED_BY(m_Lock) = 0;  // number of running formats
   bool m_RefusesFormats HOST_GUARDED_BY(m_Lock) = false;
   // Extra time for calls that waited for a format; expired if there was none.

@@ -24,6 +24,15 @@ Console::Failure FailureFrom(const Json& document) {
                           document.at("advice").get<std::vector<std::string>>());
 }
 
+std::vector<Console::UnresponsiveCard> UnresponsiveCardsFrom(const Json& list) {
+  std::vector<Console::UnresponsiveCard> cards;
+  for (const Json& each : list) {
+    cards.push_back(
+        {each.at("serial_number").get<std::string>(), each.at("reason").get<std::string>()});
+  }
+  return cards;
+}
+
 }  // namespace
 
 Console::PluginInfo ParseGreeting(const Json& document) {
@@ -37,7 +46,9 @@ WorkerDocument ParseWorkerDocument(Json document) {
   if (result.m_IsNotification) return result;
   result.m_Id = static_cast<std::uint64_t>(CountField(document, "id"));
   result.m_FailedThreads = static_cast<std::size_t>(CountField(document, "failed_threads"));
+  result.m_UnresponsiveCards = UnresponsiveCardsFrom(document.at("unresponsive"));
   document.erase("failed_threads");
+  document.erase("unresponsive");
   document.erase("id");
   result.m_Reply = std::move(document);
   return result;

@@ -4,8 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <nlohmann/json.hpp>
+#include <vector>
 
 #include "console/plugin/Session.h"
+#include "console/plugin/UnresponsiveCard.h"
 
 namespace Service {
 
@@ -18,10 +20,11 @@ struct WorkerDocument {
   bool m_IsNotification = false;
   std::uint64_t m_Id = 0;
   std::size_t m_FailedThreads = 0;
+  std::vector<Console::UnresponsiveCard> m_UnresponsiveCards;
   nlohmann::json m_Reply;  // without these fields
 };
 
-// Throws `Console::RecordError` if the document is invalid.
+// Throws `Console::RecordError` or `nlohmann::json::exception` if the document is invalid.
 WorkerDocument ParseWorkerDocument(nlohmann::json document);
 
 }  // namespace Service

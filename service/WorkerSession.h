@@ -24,6 +24,9 @@ class WorkerSession : public Console::CommandSession {
   std::optional<Console::PluginReply> Call(Console::PluginCommand command,
                                            const Console::Deadline& deadline,
                                            Console::OnStop onStop) override;
+  std::vector<Console::UnresponsiveCard> UnresponsiveCards() const override {
+    return m_Worker.UnresponsiveCards();
+  }
   // Kills the process, because there is no other way to end a hung call.
   void Abandon() override { m_Worker.Kill(); }
 

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "console/model/LiveValues.h"
+
 namespace Console {
 namespace {
 
@@ -22,13 +24,13 @@ bool Contains(const List& list, const Element& element) {
   return std::find(std::begin(list), std::end(list), element) != std::end(list);
 }
 
+}  // namespace
+
 bool HasValueFromCard(const PI::CObject& adapter) {
   return std::any_of(
       adapter.m_Properties.begin(), adapter.m_Properties.end(),
       [](const PI::CProperty& each) { return Contains(kReadFromCard, each.m_PropertyID); });
 }
-
-}  // namespace
 
 std::uint64_t CardTimes::LastReadTime(std::uint64_t adapter) const {
   const auto found = std::find_if(m_Cards.begin(), m_Cards.end(), [adapter](const CardTime& each) {

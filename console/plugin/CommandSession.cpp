@@ -1,5 +1,6 @@
 #include "console/plugin/CommandSession.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "console/base/Failure.h"
@@ -13,6 +14,30 @@ Failure TimeoutFailure(const char* advice) {
   return Failure(
       ExitCode::TimedOut, "TIMED_OUT", "the plug-in is not responding",
       std::vector<std::string>{"A card or its driver may be hung; check the kernel log.", advice});
+}
+
+bool HasSerialNumber(const PI::CObject& object, const std::vector<UnresponsiveCard>& cards) {
+  for (const PI::CProperty& property : object.m_Properties) {
+    if (property.m_PropertyID != PI::Property::SERIAL_NUMBER) continue;
+    const std::string& serial = property.m_Value.m_String.m_Text;
+    return std::any_of(cards.begin(), cards.end(),
+                       [&](const UnresponsiveCard& each) { return each.m_SerialNumber == serial; });
+  }
+  return false;
+}
+
+// Removes what shows that these cards were read: their properties, and their places among the
+// plug-in's children. The values of these cards are not new, although the plug-in reports them.
+std::vector<PI::CObject> WithoutReadings(std::vector<PI::CObject> objects,
+                                         const std::vector<UnresponsiveCard>& cards) {
+  if (objects.empty() || cards.empty()) return objects;
+  auto& children = objects.front().m_Children;
+  for (PI::CObject& object : objects) {
+    if (object.m_ObjectType != PI::OBJECT_ADAPTER || !HasSerialNumber(object, cards)) continue;
+    object.m_Properties.clear();
+    children.erase(std::remove(children.begin(), children.end(), object.m_ID), children.end());
+  }
+  return objects;
 }
 
 // Moves the payload of the reply into `record` and returns the result.
@@ -82,7 +107,7 @@ std::vector<PI::CObject> CommandSession::Topology() {
   auto objects =
       Require<std::vector<PI::CObject>>("cannot read the topology", PI::CMD_GET_TOPOLOGY, 0);
   if (!objects.empty()) m_PluginID = objects.front().m_ID;
-  m_TimeTracker.Update(objects, NowMs());
+  m_TimeTracker.Update(WithoutReadings(objects, UnresponsiveCards()), NowMs());
   m_EventLog.RememberObjects(objects);
   return objects;
 }

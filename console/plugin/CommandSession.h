@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "console/base/CallWithTimeout.h"
 #include "console/base/Deadline.h"
@@ -10,6 +11,7 @@
 #include "console/plugin/PluginCommand.h"
 #include "console/plugin/Session.h"
 #include "console/plugin/TimeLimits.h"
+#include "console/plugin/UnresponsiveCard.h"
 
 namespace Console {
 
@@ -47,6 +49,9 @@ class CommandSession : public Session {
   // Collects the events that are pending at the end of the session. Ignores errors, because the
   // command's result does not depend on these events.
   void CollectPendingEvents() noexcept;
+
+  // Returns the cards whose values in the last reply are those last read.
+  virtual std::vector<UnresponsiveCard> UnresponsiveCards() const { return {}; }
 
   // Throws the failure of a read that timed out or was interrupted by a stop signal.
   [[noreturn]] static void ThrowReadTimeout();

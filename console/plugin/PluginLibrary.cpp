@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <fmt/format.h>
 
+#include <atomic>
 #include <exception>
 #include <set>
 #include <string_view>
@@ -26,6 +27,8 @@ constexpr int kLoadFlags = RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE;
 #else
 constexpr int kLoadFlags = RTLD_NOW | RTLD_LOCAL;
 #endif
+
+std::atomic<void*> g_Loaded{nullptr};  // the plug-in's handle of the loader
 
 Failure LoadFailure(const std::string& id, const std::string& why) {
   return Failure(ExitCode::PluginUnusable, id, "cannot load the plug-in", why,
@@ -192,11 +195,16 @@ std::filesystem::path DefaultPluginFile() {
   return (ProgramDirectory() / ".." / "lib" / "libCorvane.so").lexically_normal();
 }
 
+void* FindInPlugin(const char* name) {
+  return dlsym(g_Loaded, name);
+}
+
 PluginLibrary::PluginLibrary(const std::filesystem::path& file)
     : m_File(std::filesystem::absolute(file).string()) {
   RequireFile(m_File);
   m_Handle = dlopen(ResolveTrustedLibrary(m_File).c_str(), kLoadFlags);
   if (m_Handle == nullptr) throw LoadFailure("PLUGIN_NOT_LOADED", LastLoaderError());
+  g_Loaded = m_Handle;
   m_Create = reinterpret_cast<Create>(EntryPoint("createIf"));
   m_Release = reinterpret_cast<Release>(EntryPoint("releaseIf"));
 }

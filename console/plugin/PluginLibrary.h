@@ -14,6 +14,10 @@ std::filesystem::path DefaultPluginFile();
 // Returns the directory that contains this program.
 std::filesystem::path ProgramDirectory();
 
+// Returns the function with that name in the plug-in that was loaded last, or in a library that it
+// uses. Returns null if there is none. Thread-safe.
+void* FindInPlugin(const char* name);
+
 // A loaded plug-in library with its two entry points; unloaded when destroyed.
 class PluginLibrary {
  public:

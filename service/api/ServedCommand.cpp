@@ -2,8 +2,10 @@
 
 #include <memory>
 
+#include "console/base/Timestamp.h"
 #include "console/cli/CommandLine.h"
 #include "console/cli/CommandTimeLimits.h"
+#include "console/model/LiveValues.h"
 #include "service/api/SnapshotSession.h"
 
 namespace Service {
@@ -30,6 +32,24 @@ std::string Run(const Console::CommandTable& commands, const std::vector<std::st
   return Render(result, format, style, context.EnvelopeFor(result.m_Code));
 }
 
+// The plug-in gets the values last read from a card that does not respond.
+bool IsNotResponding(const Snapshot& snapshot, const Console::Object& object) {
+  const PI::CObject* const record = snapshot.Find(object.m_ID);
+  return object.m_Kind == Console::Kind::Adapter && object.m_LastRead != 0 &&
+         object.m_LastRead < snapshot.m_Times.m_ObservedAt && record != nullptr &&
+         Console::HasValueFromCard(*record);
+}
+
+void NoteUnreadCards(const Snapshot& snapshot, Diagnostics& diagnostics) {
+  const Console::Model model(snapshot.m_Objects, snapshot.m_Times);
+  for (const Console::Object& object : model.Objects()) {
+    if (!IsNotResponding(snapshot, object)) continue;
+    diagnostics.Note("CARD_NOT_RESPONDING", object.m_Selector + ": not responding since " +
+                                                Console::TimeText(object.m_LastRead) +
+                                                "; values are from that time");
+  }
+}
+
 }  // namespace
 
 std::string RunCommand(const Console::CommandTable& commands,
@@ -47,6 +67,7 @@ std::string RunOnSnapshot(const Console::CommandTable& commands,
     diagnostics.Note("STALE", "the plug-in is not running: " + snapshot->m_Plugin.m_Reason +
                                   "; values are from its last report");
   }
+  NoteUnreadCards(*snapshot, diagnostics);
   const auto open = [&snapshot](const Console::SessionRequest&) {
     return std::make_unique<SnapshotSession>(snapshot);
   };

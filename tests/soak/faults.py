@@ -6,7 +6,9 @@ Usage: faults.py BUILD SECONDS [FAULT...]    BUILD: directory of the built progr
   SECONDS   duration of each fault; default FAULT: all
 """
 import contextlib
+import datetime
 import fcntl
+import json
 import os
 import pathlib
 import resource
@@ -83,9 +85,11 @@ class FaultRun:
         self.read_all(exchange, accepted)
 
     def recover(self):
-        """Checks that all resources can be read after the fault, and that the log contains both the
-        change made during the fault and a new one."""
+        """Checks that all resources can be read after the fault, that the log contains both the
+        change made during the fault and a new one, and that the jobs and locate LEDs are as the
+        simulator shows them."""
         self.machine.await_ready()
+        eventually("no job is running", lambda: not self.machine.client.running_jobs())
         if self.changes.expected:
             self.changes.await_log()
         self.changes.make(DETACH)
@@ -93,13 +97,126 @@ class FaultRun:
         self.read_all()
         for path in OTHERS:
             eventually(path, lambda path=path: self.machine.client.send("GET", path).status == 200)
+        self.check_leds()
+
+    def check_leds(self):
+        """Compares the locate LEDs that the service reports with those of the simulator."""
+        for card in range(changes.CARDS):
+            path = f"/v1/cards/S{card}/operations/locate"
+            document = json.loads(self.machine.client.send("POST", path, '{"dry_run": true}').content)
+            reported = eventually("the dry run has ended", lambda job=document["id"]: (
+                it := self.machine.client.get(f"/v1/jobs/{job}"))["state"] != "RUNNING" and it)
+            actual = {"true": "on", "false": "off"}[led(self, card)]
+            if reported["result"]["result"]["before"] != actual:
+                raise Failure(f"card{card}: the locate LED is {actual}, reported: {reported}")
 
 
 def hung_library(run):
     """Each call of the card library waits for a lock."""
     with open(f"{run.machine.card_file}.lock", "r+b") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
-        run.keep_reading()
+        run.keep_reading(share=0.5)
+        state = run_job(run, "S2", "locate")
+        if state not in ("FAILED", "PLUGIN_DOWN"):
+            raise Failure(f"the job of a hung card library has ended with {state}")
+        run.keep_reading(share=0.5)
+
+
+REFRESH_INTERVAL = 10  # of the service, in seconds
+MARK = "CARD_NOT_RESPONDING"
+BROKEN = "S1"  # the card with the fault, card1
+
+
+def ages(document):
+    """Returns the age of each card's last reading in a document, in seconds, by serial number."""
+    now = datetime.datetime.now(datetime.timezone.utc)
+    return {card["serial_number"]:
+                (now - datetime.datetime.fromisoformat(card["last_read_at"])).total_seconds()
+            for card in document["result"]["objects"] if card["type"] == "adapter"}
+
+
+def has_mark(document):
+    """Whether the document reports that exactly one card, a1, does not respond."""
+    marks = [message["text"] for message in document["messages"] if message["id"] == MARK]
+    return len(marks) == 1 and marks[0].startswith("a1: ")
+
+
+def check_age(run):
+    """Checks the ages once. Returns that of the broken card, or None if it is not marked yet."""
+    document = run.machine.client.get("/v1/cards")
+    found = ages(document)
+    broken = found.pop(BROKEN)
+    if len(found) < changes.CARDS - 1 or max(found.values()) > 2 * REFRESH_INTERVAL:
+        raise Failure(f"the other cards became old: {found}")
+    return broken if has_mark(document) else None
+
+
+def run_job(run, serial, operation):
+    """Runs a job. Returns its state when it has ended, or the problem if it was refused."""
+    client_ = run.machine.client
+    response = client_.send("POST", f"/v1/cards/{serial}/operations/{operation}", "{}")
+    document = json.loads(response.content)
+    if response.status != 202:
+        return document["id"]
+    return eventually("the job has ended", lambda: (
+        it := client_.get(f"/v1/jobs/{document['id']}"))["state"] != "RUNNING" and it["state"])
+
+
+def led(run, card):
+    return run.machine.cardsim("get", f"card{card}", "beacon_state")
+
+
+def age_one_card(run):
+    """While card1 has a fault, checks that only its readings become old, and that changes of other
+    cards are detected and carried out."""
+    eventually("the card is marked", lambda: check_age(run) is not None)
+    run.changes.make(DETACH)
+    run.changes.await_log()
+    if run_job(run, "S2", "locate") != "SUCCEEDED" or led(run, 2) != "true":
+        raise Failure("the locate LED of another card cannot be turned on")
+    wanted = max(run.seconds, 2.5 * REFRESH_INTERVAL)
+    eventually("the reading is old", lambda: (check_age(run) or 0) > wanted and not time.sleep(0.5))
+    run.read_all()
+
+
+def await_fresh(run):
+    """Waits until no card is marked and all readings are new."""
+    def is_fresh():
+        document = run.machine.client.get("/v1/cards?fresh=1")
+        return (not any(each["id"] == MARK for each in document["messages"])
+                and max(ages(document).values()) < REFRESH_INTERVAL)
+    eventually("all readings are new", is_fresh)
+
+
+def hung_card(run):
+    """The calls that open one card, and those that switch its locate LED, do not return."""
+    worker = run.machine.worker()
+    for function in ("vsl_open", "vsl_set_beacon_state"):
+        run.machine.cardsim("hang", function, "card1")
+    age_one_card(run)
+    if run_job(run, BROKEN, "locate") != "FAILED":
+        raise Failure("the job of a hung card has not failed")
+    for function in ("vsl_open", "vsl_set_beacon_state"):
+        run.machine.cardsim("clear-failure", function, "card1")
+    await_fresh(run)
+    if run.machine.worker() != worker:
+        raise Failure("the plug-in process was replaced")
+
+
+def hung_attribute(run):
+    """Reading the temperature of one card does not return."""
+    run.machine.cardsim("hang", "vsl_temp_internal_deg_c", "card1")
+    age_one_card(run)
+    run.machine.cardsim("clear-failure", "vsl_temp_internal_deg_c", "card1")
+    await_fresh(run)
+
+
+def failing_card(run):
+    """One card cannot be opened."""
+    run.machine.cardsim("fail", "vsl_open", "card1", "--code", "12", "--text", "device busy")
+    age_one_card(run)
+    run.machine.cardsim("clear-failure", "vsl_open", "card1")
+    await_fresh(run)
 
 
 def suspended_worker(run):
@@ -243,7 +360,7 @@ def shifted_clock(run):
 
 
 FAULTS = {function.__name__: function for function in (
-    hung_library, suspended_worker, locked_database, locked_at_start, damaged_database,
+    hung_library, hung_card, hung_attribute, failing_card, suspended_worker, locked_database, locked_at_start, damaged_database,
     deleted_database, full_disk, limited_file_size, few_descriptors, few_worker_descriptors,
     shifted_clock)}
 

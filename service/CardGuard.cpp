@@ -1,0 +1,145 @@
+#include "service/CardGuard.h"
+
+#include <chrono>
+#include <utility>
+
+namespace Service {
+namespace {
+
+using std::chrono::milliseconds;
+
+// Time limit of a call. The second limit applies while another card is stuck, so that the plug-in
+// is not replaced because several cards hang at the same time.
+constexpr milliseconds kCallLimit(5000);
+constexpr milliseconds kShortCallLimit(1000);
+constexpr milliseconds kUnlimited = std::chrono::hours(24 * 365);
+
+constexpr const char* kNoResponse = "the card is not responding";
+
+}  // namespace
+
+bool GuardedCard::Run(std::function<void()> call, bool isLimited) {
+  if (IsStuck()) return false;
+  const milliseconds limit = m_StuckCards > 0 ? kShortCallLimit : kCallLimit;
+  return m_Runner.Run({std::move(call), [this] { OnGivingUp(); }, [this] { OnLateReturn(); }},
+                      isLimited || WasRead() ? limit : kUnlimited);
+}
+
+void GuardedCard::RunWhenResponding(std::function<void()> call) {
+  {
+    const Base::MutexLock lock(m_Lock);
+    if (m_StuckCalls > 0) {
+      m_Waiting.push_back(std::move(call));
+      return;
+    }
+  }
+  Run(std::move(call), true);
+}
+
+void GuardedCard::OnGivingUp() {
+  const Base::MutexLock lock(m_Lock);
+  if (m_StuckCalls++ == 0) ++m_StuckCards;
+  m_Problem = kNoResponse;
+}
+
+void GuardedCard::OnLateReturn() {
+  std::vector<std::function<void()>> waiting;
+  {
+    const Base::MutexLock lock(m_Lock);
+    if (m_StuckCalls == 1) waiting.swap(m_Waiting);
+  }
+  for (const auto& call : waiting) call();
+  const Base::MutexLock lock(m_Lock);
+  if (--m_StuckCalls == 0) --m_StuckCards;
+}
+
+void GuardedCard::SetProblem(const std::string& problem) {
+  const Base::MutexLock lock(m_Lock);
+  m_Problem = problem;
+}
+
+std::string GuardedCard::Problem() const {
+  const Base::MutexLock lock(m_Lock);
+  return m_Problem;
+}
+
+bool GuardedCard::WasRead() const {
+  const Base::MutexLock lock(m_Lock);
+  return m_WasRead;
+}
+
+void GuardedCard::SetRead() {
+  const Base::MutexLock lock(m_Lock);
+  m_WasRead = true;
+}
+
+void GuardedCard::SetMissing() {
+  const Base::MutexLock lock(m_Lock);
+  m_WasRead = false;
+  m_Values.clear();
+  m_Problem.clear();
+}
+
+bool GuardedCard::IsStuck() const {
+  const Base::MutexLock lock(m_Lock);
+  return m_StuckCalls > 0;
+}
+
+void GuardedCard::Remember(const std::string& name, std::any value) {
+  const Base::MutexLock lock(m_Lock);
+  m_Values[name] = std::move(value);
+}
+
+std::any GuardedCard::Recall(const std::string& name) const {
+  const Base::MutexLock lock(m_Lock);
+  const auto found = m_Values.find(name);
+  return found == m_Values.end() ? std::any() : found->second;
+}
+
+// Never destroyed: a call may still be running while the process exits.
+CardGuard& CardGuard::Instance() {
+  static auto* guard = new CardGuard;
+  return *guard;
+}
+
+std::vector<Console::UnresponsiveCard> CardGuard::UnresponsiveCards() const {
+  std::vector<Console::UnresponsiveCard> cards;
+  const Base::MutexLock lock(m_Lock);
+  for (const auto& [path, card] : m_Cards) {
+    const std::string problem = card->Problem();
+    if (problem.empty() || !card->WasRead()) continue;
+    const std::any serial = card->Recall("serial_number");
+    if (const auto* text = std::any_cast<std::string>(&serial)) cards.push_back({*text, problem});
+  }
+  return cards;
+}
+
+std::shared_ptr<GuardedCard> CardGuard::Card(const std::string& path) {
+  const Base::MutexLock lock(m_Lock);
+  auto& card = m_Cards[path];
+  if (!card) card = std::make_shared<GuardedCard>(m_Runner, m_StuckCards);
+  return card;
+}
+
+void* CardGuard::Add(const GuardedHandlePtr& handle) {
+  const Base::MutexLock lock(m_Lock);
+  m_Handles[handle.get()] = handle;
+  return handle.get();
+}
+
+GuardedHandlePtr CardGuard::Find(void* handle) const {
+  const Base::MutexLock lock(m_Lock);
+  const auto found = m_Handles.find(handle);
+  return found == m_Handles.end() ? nullptr : found->second;
+}
+
+void CardGuard::Remove(void* handle) {
+  const Base::MutexLock lock(m_Lock);
+  const auto found = m_Handles.find(handle);
+  if (found == m_Handles.end()) return;
+  const GuardedHandlePtr removed = found->second;
+  for (void* volume : removed->m_Volumes) m_Handles.erase(volume);
+  m_Handles.erase(handle);
+}
+
+}  // namespace Service

@@ -1,0 +1,119 @@
+// Keeps a card that does not respond from blocking the plug-in's access to the other cards.
+//
+// The plug-in reads all cards one after another under one lock. In the plug-in process, its calls
+// of the card library therefore go through this guard, which limits their time. While a card does
+// not respond, or cannot be opened, its attributes have the values that were last read, so that the
+// plug-in neither waits nor reports changes, and commands for the card fail.
+#pragma once
+
+#include <any>
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "base/Mutex.h"
+#include "console/plugin/UnresponsiveCard.h"
+#include "host/vsl_abstraction.h"
+#include "service/CallRunner.h"
+
+namespace Service {
+
+// The result of a command for a card that does not respond.
+constexpr vsl_code kNotResponding = 0xffff;
+
+// A card, by the path of its control device. Thread-safe.
+class GuardedCard {
+ public:
+  // Neither reference is owned.
+  GuardedCard(CallRunner& runner, std::atomic<int>& stuckCards)
+      : m_Runner(runner), m_StuckCards(stuckCards) {}
+
+  // Runs a call of the card library for this card. Returns false if it has not returned in time, or
+  // without running it if an earlier call has still not returned. Waits without a limit until the
+  // card has been read once, because there are no values yet; `isLimited` overrides this.
+  bool Run(std::function<void()> call, bool isLimited = false);
+  // Runs a call that ends the use of a handle; if the card is stuck, once it responds.
+  void RunWhenResponding(std::function<void()> call);
+
+  // Records that the card responds, or why the values are those last read.
+  void SetProblem(const std::string& problem);
+  std::string Problem() const;
+
+  // Whether all values have been read at least once.
+  bool WasRead() const;
+  void SetRead();
+  // Forgets everything that was read, because the card does not exist.
+  void SetMissing();
+  bool IsStuck() const;
+  void Remember(const std::string& name, std::any value);
+  // Returns an empty value if none was read.
+  std::any Recall(const std::string& name) const;
+
+ private:
+  void OnGivingUp();
+  void OnLateReturn();
+
+  CallRunner& m_Runner;
+  std::atomic<int>& m_StuckCards;
+  mutable Base::Mutex m_Lock;
+  std::map<std::string, std::any> m_Values HOST_GUARDED_BY(m_Lock);
+  bool m_WasRead HOST_GUARDED_BY(m_Lock) = false;
+  std::string m_Problem HOST_GUARDED_BY(m_Lock);
+  int m_StuckCalls HOST_GUARDED_BY(m_Lock) = 0;
+  std::vector<std::function<void()>> m_Waiting HOST_GUARDED_BY(m_Lock);
+};
+
+// A handle as the plug-in sees it. Used by one thread at a time, apart from the atomic members.
+struct GuardedHandle {
+  std::shared_ptr<GuardedCard> m_pCard;
+  std::string m_Prefix;                // of the names of its values
+  std::atomic<void*> m_Real{nullptr};  // null: the library has not created it
+  std::atomic<bool> m_IsOpen{false};   // in the library
+  // Whether a call was not answered. From then on, the library gets no calls except to end the use
+  // of the handle.
+  bool m_IsDetached = false;
+  int m_Position = 0;            // of a volume
+  std::vector<void*> m_Volumes;  // of a card
+  std::string m_Text;            // the string returned last
+};
+
+using GuardedHandlePtr = std::shared_ptr<GuardedHandle>;
+
+// The guard of this process. Thread-safe.
+class CardGuard {
+ public:
+  static CardGuard& Instance();
+
+  // From now on, calls are guarded. Call before the plug-in is initialized.
+  void Enable() { m_IsEnabled = true; }
+  bool IsEnabled() const { return m_IsEnabled; }
+  // Whether a call has still not returned, so that the card library must stay loaded.
+  bool HasStuckCards() const { return m_StuckCards > 0; }
+  // Returns the cards whose values are those last read.
+  std::vector<Console::UnresponsiveCard> UnresponsiveCards() const;
+
+  std::shared_ptr<GuardedCard> Card(const std::string& path);
+  // Returns the handle's value for the plug-in.
+  void* Add(const GuardedHandlePtr& handle);
+  // Returns null for a handle that is not guarded.
+  GuardedHandlePtr Find(void* handle) const;
+  // Removes the handle and those of its volumes.
+  void Remove(void* handle);
+
+ private:
+  CardGuard() = default;
+
+  std::atomic<bool> m_IsEnabled{false};
+  CallRunner m_Runner;
+  std::atomic<int> m_StuckCards{0};
+  mutable Base::Mutex m_Lock;
+  std::map<std::string, std::shared_ptr<GuardedCard>> m_Cards HOST_GUARDED_BY(m_Lock);
+  std::unordered_map<void*, GuardedHandlePtr> m_Handles HOST_GUARDED_BY(m_Lock);
+};
+
+}  // namespace Service

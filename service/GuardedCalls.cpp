@@ -1,0 +1,382 @@
+// The functions of the card library, as the plug-in calls them. They are exported by the program,
+// so that the loader prefers them to those of the card library. Outside the plug-in process, they
+// only call the library.
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "console/plugin/PluginLibrary.h"
+#include "host/vsl_abstraction.h"
+#include "service/CardGuard.h"
+
+using Service::CardGuard;
+using Service::GuardedCard;
+using Service::GuardedHandle;
+using Service::GuardedHandlePtr;
+using Service::kNotResponding;
+
+namespace {
+
+// The library's function with that name.
+#define REAL(name) \
+  reinterpret_cast<decltype(&(name))>(Console::FindInPlugin(#name))  // NOLINT: loader's interface
+
+void SetError(vsl_error_record* error, const std::string& text) {
+  if (error == nullptr) return;
+  const std::size_t length = std::min(text.size(), sizeof error->text - 1);
+  std::memcpy(error->text, text.data(), length);
+  error->text[length] = '\0';
+}
+
+vsl_code NotResponding(vsl_error_record* error) {
+  SetError(error, "the card is not responding; the command may still take effect");
+  return kNotResponding;
+}
+
+// The result of a call that may return after the caller has given up.
+template <class T>
+struct Result {
+  T m_Value{};
+  vsl_error_record m_Error{};
+};
+
+// Runs a call with the library's handle. Returns null if the card has not answered.
+template <class T, class Work>
+std::shared_ptr<Result<T>> Answer(const GuardedHandlePtr& handle, const Work& work) {
+  if (handle->m_IsDetached) return nullptr;
+  const auto result = std::make_shared<Result<T>>();
+  const auto call = [handle, work, result] {
+    result->m_Value = work(handle->m_Real.load(), &result->m_Error);
+  };
+  if (handle->m_pCard->Run(call)) return result;
+  handle->m_IsDetached = true;
+  return nullptr;
+}
+
+// Runs a call whose result is a code.
+template <class Work>
+vsl_code Command(const GuardedHandlePtr& handle, vsl_error_record* error, const Work& work) {
+  const auto result = Answer<vsl_code>(handle, work);
+  if (!result) return NotResponding(error);
+  if (result->m_Value != 0) SetError(error, result->m_Error.text);
+  return result->m_Value;
+}
+
+// Strings are copied, because the library may overwrite them.
+template <class T>
+using Stored = std::conditional_t<std::is_same_v<T, const char*>, std::string, T>;
+
+template <class T>
+Stored<T> ToStored(T value) {
+  if constexpr (std::is_same_v<T, const char*>) {
+    return value == nullptr ? "" : value;
+  } else {
+    return value;
+  }
+}
+
+template <class T>
+T FromStored(GuardedHandle& handle, const Stored<T>& value) {
+  if constexpr (std::is_same_v<T, const char*>) {
+    handle.m_Text = value;
+    return handle.m_Text.c_str();
+  } else {
+    return value;
+  }
+}
+
+// Reads a value from the card, or else the value that was read last.
+template <class T>
+T ReadValue(const char* name, T (*real)(void*, vsl_error_record*), void* pointer,
+            vsl_error_record* error) {
+  const GuardedHandlePtr handle = CardGuard::Instance().Find(pointer);
+  if (!handle) return real(pointer, error);
+  const std::string key = handle->m_Prefix + name;
+  const auto result =
+      Answer<Stored<T>>(handle, [real](void* card, vsl_error_record* record) -> Stored<T> {
+        return ToStored<T>(real(card, record));
+      });
+  if (result) {
+    handle->m_pCard->Remember(key, result->m_Value);
+    return FromStored<T>(*handle, result->m_Value);
+  }
+  const std::any stored = handle->m_pCard->Recall(key);
+  const auto* value = std::any_cast<Stored<T>>(&stored);
+  return FromStored<T>(*handle, value == nullptr ? Stored<T>() : *value);
+}
+
+// Runs a command with the handle of the card library, which is this one if it is not guarded.
+template <class Work>
+vsl_code CommandFor(void* pointer, vsl_error_record* error, const Work& work) {
+  const GuardedHandlePtr handle = CardGuard::Instance().Find(pointer);
+  return handle ? Command(handle, error, work) : work(pointer, error);
+}
+
+GuardedHandlePtr MakeHandle(std::shared_ptr<GuardedCard> card, std::string prefix) {
+  auto handle = std::make_shared<GuardedHandle>();
+  handle->m_pCard = std::move(card);
+  handle->m_Prefix = std::move(prefix);
+  return handle;
+}
+
+// Ends the use of a handle that the plug-in has destroyed.
+void DestroyLater(const GuardedHandlePtr& handle) {
+  handle->m_pCard->RunWhenResponding([handle] {
+    void* real = handle->m_Real.exchange(nullptr);
+    vsl_error_record error;
+    if (real == nullptr) return;
+    if (handle->m_IsOpen.exchange(false)) REAL(vsl_close)(real, &error);
+    REAL(vsl_destroy)(&real, &error);
+  });
+}
+
+using Create = vsl_code (*)(void*, void**, vsl_error_record*);
+
+// Creates a handle from a card's handle.
+GuardedHandlePtr CreateFrom(const GuardedHandlePtr& card, Create create, const char* prefix,
+                            vsl_code& code, vsl_error_record* error) {
+  auto made = MakeHandle(card->m_pCard, prefix);
+  code = Command(card, error, [create, made](void* real, vsl_error_record* record) {
+    void* handle = nullptr;
+    const vsl_code result = create(real, &handle, record);
+    if (result == 0) made->m_Real = handle;
+    return result;
+  });
+  if (code == kNotResponding) made->m_IsDetached = true;
+  return made;
+}
+
+// Creates a handle for reading, which also succeeds if the card does not respond.
+vsl_code CreateReader(Create create, const char* prefix, void* iom, void** out,
+                      vsl_error_record* error) {
+  const GuardedHandlePtr card = CardGuard::Instance().Find(iom);
+  if (!card || out == nullptr) return create(iom, out, error);
+  vsl_code code = 0;
+  const GuardedHandlePtr made = CreateFrom(card, create, prefix, code, error);
+  if (code != 0 && code != kNotResponding) return code;
+  *out = CardGuard::Instance().Add(made);
+  return 0;
+}
+
+// Creates a job, which fails if the card does not respond.
+vsl_code CreateJob(Create create, void* iom, void** out, vsl_error_record* error) {
+  const GuardedHandlePtr card = CardGuard::Instance().Find(iom);
+  if (!card || out == nullptr) return create(iom, out, error);
+  vsl_code code = 0;
+  const GuardedHandlePtr made = CreateFrom(card, create, "", code, error);
+  if (code == 0) {
+    *out = CardGuard::Instance().Add(made);
+  } else if (code == kNotResponding) {
+    DestroyLater(made);
+  }
+  return code;
+}
+
+vsl_code CreateByName(const GuardedHandlePtr& handle, const std::string& path,
+                      vsl_error_record* record) {
+  void* real = nullptr;
+  const vsl_code code = REAL(vsl_iom_create_by_name)(path.c_str(), &real, record);
+  if (code == 0) handle->m_Real = real;
+  return code;
+}
+
+// Whether a card that was never read can be opened in time. If not, the plug-in must not get a
+// handle, because it would then wait for this card in every scan.
+bool RespondsAtFirst(const GuardedHandlePtr& handle) {
+  const auto opened = [handle] {
+    vsl_error_record error;
+    void* real = handle->m_Real;
+    if (REAL(vsl_open)(real, &error) == 0) REAL(vsl_close)(real, &error);
+  };
+  return handle->m_pCard->WasRead() || handle->m_pCard->Run(opened, true);
+}
+
+vsl_code CreateCard(const std::string& path, void** out, vsl_error_record* error) {
+  const auto handle = MakeHandle(CardGuard::Instance().Card(path), "");
+  const auto result = std::make_shared<Result<vsl_code>>();
+  const bool isAnswered = handle->m_pCard->Run(
+      [handle, path, result] { result->m_Value = CreateByName(handle, path, &result->m_Error); },
+      true);
+  if (isAnswered && result->m_Value != 0) {
+    handle->m_pCard->SetMissing();
+    SetError(error, result->m_Error.text);
+    return result->m_Value;
+  }
+  handle->m_IsDetached = !isAnswered;
+  if (handle->m_pCard->WasRead() || (isAnswered && RespondsAtFirst(handle))) {
+    *out = CardGuard::Instance().Add(handle);
+    return 0;
+  }
+  DestroyLater(handle);
+  return NotResponding(error);
+}
+
+// Opens a card. If a card that was read before cannot be opened, the plug-in would discard the
+// values of all cards, so the values of this card are those last read.
+vsl_code Open(const GuardedHandlePtr& handle, vsl_error_record* error) {
+  const vsl_code code = Command(handle, error, [handle](void* real, vsl_error_record* record) {
+    const vsl_code opened = REAL(vsl_open)(real, record);
+    handle->m_IsOpen = opened == 0;
+    return opened;
+  });
+  if (code == 0) handle->m_pCard->SetProblem("");
+  if (code == 0 || !handle->m_pCard->WasRead()) return code;
+  if (code != kNotResponding) {
+    handle->m_pCard->SetProblem("the card cannot be opened: " +
+                                std::string(error == nullptr ? "" : error->text));
+  }
+  handle->m_IsDetached = true;
+  return 0;
+}
+
+// A closed card has been read completely, unless it stopped responding.
+vsl_code Close(const GuardedHandlePtr& handle, vsl_error_record* error) {
+  if (handle->m_IsDetached) return 0;
+  const vsl_code code = Command(handle, error, [handle](void* real, vsl_error_record* record) {
+    handle->m_IsOpen = false;
+    return REAL(vsl_close)(real, record);
+  });
+  if (code == 0) handle->m_pCard->SetRead();
+  return code;
+}
+
+std::string VolumePrefix(int position) {
+  return "volume" + std::to_string(position) + ".";
+}
+
+bool NextVolume(const GuardedHandlePtr& card, void** vsu, std::uint32_t which) {
+  const GuardedHandlePtr last = *vsu == nullptr ? nullptr : CardGuard::Instance().Find(*vsu);
+  const int position = last ? last->m_Position + 1 : 0;
+  const auto volume = MakeHandle(card->m_pCard, VolumePrefix(position));
+  volume->m_Position = position;
+  void* const lastReal = last ? last->m_Real.load() : nullptr;
+  const auto result =
+      Answer<bool>(card, [volume, lastReal, which](void* real, vsl_error_record* record) {
+        void* next = lastReal;
+        const bool any = REAL(vsl_vsu_iterate)(real, &next, which, record);
+        if (any) volume->m_Real = next;
+        return any;
+      });
+  const std::string key = volume->m_Prefix + "exists";
+  if (result) card->m_pCard->Remember(key, result->m_Value);
+  const std::any stored = card->m_pCard->Recall(key);
+  const auto* exists = std::any_cast<bool>(&stored);
+  volume->m_IsDetached = !result;
+  *vsu = nullptr;
+  if (exists == nullptr || !*exists) return false;
+  *vsu = CardGuard::Instance().Add(volume);
+  card->m_Volumes.push_back(*vsu);
+  return true;
+}
+
+}  // namespace
+
+vsl_code vsl_init(uint64_t flags, vsl_error_record* err) {
+  return REAL(vsl_init)(flags, err);
+}
+
+// The library must not be stopped while a call is running.
+void vsl_fini(void) {
+  if (!CardGuard::Instance().HasStuckCards()) REAL(vsl_fini)();
+}
+
+bool vsl_iom_iterate(void** iom, uint32_t which, vsl_error_record* err) {
+  return REAL(vsl_iom_iterate)(iom, which, err);
+}
+
+vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* err) {
+  const bool isGuarded = CardGuard::Instance().IsEnabled() && path != nullptr && iom != nullptr;
+  return isGuarded ? CreateCard(path, iom, err) : REAL(vsl_iom_create_by_name)(path, iom, err);
+}
+
+vsl_code vsl_open(void* iom, vsl_error_record* err) {
+  const GuardedHandlePtr handle = CardGuard::Instance().Find(iom);
+  return handle ? Open(handle, err) : REAL(vsl_open)(iom, err);
+}
+
+vsl_code vsl_close(void* iom, vsl_error_record* err) {
+  const GuardedHandlePtr handle = CardGuard::Instance().Find(iom);
+  return handle ? Close(handle, err) : REAL(vsl_close)(iom, err);
+}
+
+vsl_code vsl_destroy(void** handle, vsl_error_record* err) {
+  const GuardedHandlePtr found = handle == nullptr ? nullptr : CardGuard::Instance().Find(*handle);
+  if (!found) return REAL(vsl_destroy)(handle, err);
+  CardGuard::Instance().Remove(*handle);
+  DestroyLater(found);
+  return 0;
+}
+
+vsl_code vsl_adapter_create(void* iom, void** adapter, vsl_error_record* err) {
+  return CreateReader(REAL(vsl_adapter_create), "adapter.", iom, adapter, err);
+}
+
+vsl_code vsl_iom_format_create(void* iom, void** format, vsl_error_record* err) {
+  return CreateReader(REAL(vsl_iom_format_create), "format.", iom, format, err);
+}
+
+vsl_code vsl_iom_attach_create(void* iom, void** job, vsl_error_record* err) {
+  return CreateJob(REAL(vsl_iom_attach_create), iom, job, err);
+}
+
+vsl_code vsl_iom_detach_create(void* iom, void** job, vsl_error_record* err) {
+  return CreateJob(REAL(vsl_iom_detach_create), iom, job, err);
+}
+
+#define GUARDED_VALUE(type, name)                               \
+  type name(void* handle, vsl_error_record* err) {              \
+    return ReadValue<type>(#name + 4, REAL(name), handle, err); \
+  }
+#define GUARDED_PAIR(type, name)      \
+  GUARDED_VALUE(bool, vsl_has_##name) \
+  GUARDED_VALUE(type, vsl_##name)
+VSL_CARD_ATTRIBUTES(GUARDED_PAIR)
+#undef GUARDED_PAIR
+#define GUARDED_PAIR(type, name)                 \
+  GUARDED_VALUE(bool, vsl_iom_format_has_##name) \
+  GUARDED_VALUE(type, vsl_iom_format_##name)
+VSL_FORMAT_ATTRIBUTES(GUARDED_PAIR)
+#undef GUARDED_PAIR
+GUARDED_VALUE(uint16_t, vsl_pci_device_id)
+GUARDED_VALUE(uint32_t, vsl_reserve_status)
+GUARDED_VALUE(bool, vsl_iom_format_has_size_mode)
+GUARDED_VALUE(uint32_t, vsl_vsu_state)
+GUARDED_VALUE(bool, vsl_has_vsu_state)
+#undef GUARDED_VALUE
+
+#define GUARDED_SETTER(type, name)                                                 \
+  vsl_code name(void* handle, type value, vsl_error_record* err) {                 \
+    return CommandFor(handle, err, [value](void* real, vsl_error_record* record) { \
+      return REAL(name)(real, value, record);                                      \
+    });                                                                            \
+  }
+GUARDED_SETTER(uint32_t, vsl_set_beacon_state)
+GUARDED_SETTER(uint32_t, vsl_set_vsu_state)
+GUARDED_SETTER(uint32_t, vsl_iom_detach_set_force)
+GUARDED_SETTER(uint32_t, vsl_iom_format_set_size_mode)
+GUARDED_SETTER(uint64_t, vsl_iom_format_set_size_bytes)
+GUARDED_SETTER(uint32_t, vsl_iom_format_set_size_pct)
+GUARDED_SETTER(uint32_t, vsl_iom_format_set_sector_size_bytes)
+#undef GUARDED_SETTER
+
+bool vsl_vsu_iterate(void* iom, void** vsu, uint32_t which, vsl_error_record* err) {
+  const GuardedHandlePtr card = CardGuard::Instance().Find(iom);
+  if (!card || vsu == nullptr) return REAL(vsl_vsu_iterate)(iom, vsu, which, err);
+  return NextVolume(card, vsu, which);
+}
+
+vsl_code vsl_op_start(void* job, vsl_error_record* err) {
+  return CommandFor(job, err, [](void* real, vsl_error_record* record) {
+    return REAL(vsl_op_start)(real, record);
+  });
+}
+
+// Not limited, because a job may take as long as it needs.
+vsl_code vsl_op_wait_for_result(void* job, vsl_error_record* err) {
+  const GuardedHandlePtr handle = CardGuard::Instance().Find(job);
+  if (!handle) return REAL(vsl_op_wait_for_result)(job, err);
+  if (handle->m_IsDetached) return NotResponding(err);
+  return REAL(vsl_op_wait_for_result)(handle->m_Real.load(), err);
+}

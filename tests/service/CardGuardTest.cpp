@@ -1,0 +1,127 @@
+// Calls that do not return in time, and the values of a card that does not respond.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <future>
+#include <string>
+#include <thread>
+
+#include "service/CallRunner.h"
+#include "service/CardGuard.h"
+
+namespace {
+
+using Service::CallRunner;
+using Service::GuardedCard;
+using std::chrono::hours;
+using std::chrono::milliseconds;
+
+// A call that does not return until `Return`.
+class HungCall {
+ public:
+  std::function<void()> Work() {
+    return [future = m_Released.get_future().share()] { future.wait(); };
+  }
+  void Return() { m_Released.set_value(); }
+
+ private:
+  std::promise<void> m_Released;
+};
+
+// The runners are never destroyed, because their threads use them until the process exits.
+CallRunner& NewRunner() {
+  return *new CallRunner;  // NOLINT: see above
+}
+
+TEST(CallRunner, ReturnsTheResultOfTheCall) {
+  CallRunner& runner = NewRunner();
+  int result = 0;
+  bool isGivenUp = false;
+  EXPECT_TRUE(runner.Run({[&] { result = 7; }, [&] { isGivenUp = true; }, [] {}}, hours(1)));
+  EXPECT_EQ(7, result);
+  EXPECT_FALSE(isGivenUp);
+}
+
+TEST(CallRunner, GivesUpAndReportsTheLateReturn) {
+  CallRunner& runner = NewRunner();
+  HungCall hung;
+  std::promise<void> returned;
+  bool isGivenUp = false;
+  EXPECT_FALSE(runner.Run({hung.Work(), [&] { isGivenUp = true; }, [&] { returned.set_value(); }},
+                          milliseconds(1)));
+  EXPECT_TRUE(isGivenUp);
+  auto late = returned.get_future();
+  EXPECT_EQ(std::future_status::timeout, late.wait_for(milliseconds(0)));
+  hung.Return();
+  late.wait();
+}
+
+TEST(CallRunner, RunsOtherCallsWhileOneHangs) {
+  CallRunner& runner = NewRunner();
+  HungCall hung;
+  std::promise<void> returned;
+  EXPECT_FALSE(runner.Run({hung.Work(), [] {}, [&] { returned.set_value(); }}, milliseconds(1)));
+  for (int i = 0; i < 3; ++i) EXPECT_TRUE(runner.Run({[] {}, [] {}, [] {}}, hours(1)));
+  hung.Return();
+  returned.get_future().wait();
+}
+
+class StuckCard : public testing::Test {
+ protected:
+  StuckCard() : m_Stuck(*new std::atomic<int>(0)), m_Card(*new GuardedCard(NewRunner(), m_Stuck)) {}
+
+  // Takes the time limit of a call.
+  void Hang() {
+    m_Card.Remember("temperature", 51.5F);
+    m_Card.SetRead();
+    EXPECT_FALSE(m_Card.Run(m_Hung.Work()));
+  }
+  void Recover() {
+    m_Hung.Return();
+    while (m_Card.IsStuck()) std::this_thread::yield();
+  }
+
+  HungCall m_Hung;
+  std::atomic<int>& m_Stuck;
+  GuardedCard& m_Card;
+};
+
+TEST_F(StuckCard, KeepsItsValuesAndGetsNoCallsUntilItResponds) {
+  Hang();
+  EXPECT_EQ("the card is not responding", m_Card.Problem());
+  EXPECT_EQ(1, m_Stuck);
+  bool isRun = false;
+  EXPECT_FALSE(m_Card.Run([&] { isRun = true; }));
+  EXPECT_FALSE(isRun);
+  EXPECT_EQ(51.5F, std::any_cast<float>(m_Card.Recall("temperature")));
+  EXPECT_FALSE(m_Card.Recall("serial_number").has_value());
+  Recover();
+  EXPECT_EQ(0, m_Stuck);
+  EXPECT_TRUE(m_Card.Run([&] { isRun = true; }));
+  EXPECT_TRUE(isRun);
+}
+
+TEST_F(StuckCard, ClosesItsHandlesInOrderOnceItResponds) {
+  Hang();
+  std::string order;
+  m_Card.RunWhenResponding([&] { order += "close "; });
+  m_Card.RunWhenResponding([&] { order += "destroy"; });
+  EXPECT_EQ("", order);
+  Recover();
+  EXPECT_EQ("close destroy", order);
+}
+
+TEST_F(StuckCard, ForgetsTheValuesOfAMissingCard) {
+  m_Card.Remember("temperature", 51.5F);
+  m_Card.SetRead();
+  m_Card.SetProblem("the card cannot be opened: device busy");
+  m_Card.SetMissing();
+  EXPECT_FALSE(m_Card.WasRead());
+  EXPECT_EQ("", m_Card.Problem());
+  EXPECT_FALSE(m_Card.Recall("temperature").has_value());
+}
+
+}  // namespace
