@@ -292,7 +292,8 @@ constexpr MetricRow kMetrics[] = {
     {"drive_sector_size_bytes",              G, "bytes",   Numbers<D>,   "sector_size_bytes",
      "Sector size of the drive."},
     {"events",                               C, "",        Events,       nullptr,
-     "Events written to the host's log; events are logged only while a host runs."},
+     "Events ever written to the event log. A service logs all events; without a service, events "
+     "are logged only while a command runs."},
     {"scan_last_duration_seconds",           G, "seconds", StartSeconds, nullptr,
      "Duration of the plug-in's start, including the first scan of all cards."},
     {"scan_last_age_seconds",                G, "seconds", ScanAge,      nullptr,

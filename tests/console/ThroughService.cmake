@@ -7,6 +7,7 @@ set(THROUGH_SERVICE
   "descriptors|what the plug-in needs in the same process"
   "escapes|traces, and options that load the plug-in"
   "event_log|runs that load the plug-in and open the log themselves"
+  "events|the test plug-in"
   "format"
   "hang|the test plug-in"
   "inspect"
@@ -14,7 +15,9 @@ set(THROUGH_SERVICE
   "op"
   "output_formats|the test plug-in, and failures without cards"
   "prompts"
+  "rows|databases that a service cannot use"
   "status|the test plug-in, and changes that follow a trace"
+  "trouble|the test plug-in, and failures of a plug-in in the same process"
   "watch")
 
 # The suites that only run directly, and the reasons.
@@ -23,7 +26,6 @@ set(NOT_THROUGH_SERVICE
   "client|compares runs with and without a service"
   "completion|client.bats completes with a service"
   "envelope|conformance.py and the suites above check the documents of a service"
-  "events|uses the test plug-in (event_log.bats and client.bats follow events through a service)"
   "explain|needs no plug-in"
   "flood|tests the service itself"
   "help|needs no plug-in"
@@ -33,10 +35,10 @@ set(NOT_THROUGH_SERVICE
   "service_state|tests the service itself"
   "service_manager|tests the service itself"
   "man|needs no plug-in"
+  "monitoring|tests the service itself"
   "readings|tests the service itself"
   "paging|tests the service itself"
   "reconnect|tests the service itself"
-  "rows|uses the databases of in-process plug-ins (client.bats prints rows through a service)"
   "security|tests the service itself"
   "serve|tests the service itself"
   "session_jobs|tests the service itself"
@@ -45,7 +47,6 @@ set(NOT_THROUGH_SERVICE
   "stop|tests the service itself"
   "stuck|uses an in-process plug-in that hangs"
   "terminal|tests colors, which do not depend on the source of the values"
-  "trouble|tests failures of an in-process plug-in"
   "trust|tests the file checks before an in-process plug-in is loaded")
 
 # Requires each suite to be in exactly one of the lists.

@@ -15,25 +15,25 @@ setup_file() {
   cp "$BATS_FILE_TMPDIR/nodriver.json" "$BATS_FILE_TMPDIR/empty.json"
   cardsim --state "$BATS_FILE_TMPDIR/empty.json" new --force
 
-  keep empty corvane-host --simulate="$BATS_FILE_TMPDIR/empty.json" list &
-  keep emptytree corvane-host --simulate="$BATS_FILE_TMPDIR/empty.json" tree &
-  keep quiet corvane-host list -q &
-  keep bus corvane-host list &
-  keep nodriver corvane-host --simulate="$BATS_FILE_TMPDIR/nodriver.json" list &
-  keep damaged corvane-host --simulate="$BATS_FILE_TMPDIR/damaged.json" list &
-  keep missing corvane-host --simulate="$BATS_FILE_TMPDIR/missing.json" list &
+  keep empty with empty list &
+  keep emptytree with empty tree &
+  keep quiet with empty list -q &
+  if_direct keep bus corvane-host list &
+  if_direct keep nodriver with nodriver list &
+  if_direct keep damaged with damaged list &
+  if_direct keep missing with missing list &
   keep noobject host show a7 &
   wait
-  keep serials test_plugin odd get SAME &
-  keep version test_plugin version list &
-  keep memory test_plugin memory list &
-  keep locks test_plugin locks list &
-  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/numbers.log" keep numbers test_plugin numbers list &
-  keep noisy test_plugin noisy list -o value &
-  keep verbose test_plugin noisy list -o value -v &
-  keep full to_full_disk test_plugin x list &
-  keep tracefile host --trace 2 --trace-file "$BATS_FILE_TMPDIR/trace.log" list -o value &
-  keep traceerr host --trace 2 list -o value &
+  if_direct keep serials test_plugin odd get SAME &
+  if_direct keep version test_plugin version list &
+  if_direct keep memory test_plugin memory list &
+  if_direct keep locks test_plugin locks list &
+  CONSOLE_TEST_LOG="$BATS_FILE_TMPDIR/numbers.log" if_direct keep numbers test_plugin numbers list &
+  if_direct keep noisy test_plugin noisy list -o value &
+  if_direct keep verbose test_plugin noisy list -o value -v &
+  keep full to_full_disk host list &
+  if_direct keep tracefile host --trace 2 --trace-file "$BATS_FILE_TMPDIR/trace.log" list -o value &
+  if_direct keep traceerr host --trace 2 list -o value &
   wait
 }
 
@@ -48,8 +48,9 @@ with_config() {
 }
 
 @test "list and tree print a note on a machine without cards" {
-  local name
-  for name in empty bus; do
+  local name names=(empty)
+  [ -n "${CORVANE_TEST_SERVICE:-}" ] || names+=(bus)
+  for name in "${names[@]}"; do
     ended "$name" 0
     silent "$name" out
     said "$name" "corvane-host: note: No supported adapter was found in this machine."
@@ -65,12 +66,14 @@ with_config() {
 }
 
 @test "list fails if the card library does not start" {
+  direct_only "a service does not become ready without the card library"
   ended nodriver 1
   silent nodriver out
   grep -q "^corvane-host: cannot start the plug-in: .* (20012)$" "$BATS_FILE_TMPDIR/nodriver.err"
 }
 
 @test "a damaged state file of the simulator is reported and not changed" {
+  direct_only "a service reads the state file"
   ended damaged 1
   silent damaged out
   grep -q "^corvane-host: cannot simulate cards: .*damaged.json" "$BATS_FILE_TMPDIR/damaged.err"
@@ -78,12 +81,14 @@ with_config() {
 }
 
 @test "a missing state file of the simulator is reported and not created" {
+  direct_only "a service reads the state file"
   ended missing 1
   grep -q "^corvane-host: cannot simulate cards: .*missing.json" "$BATS_FILE_TMPDIR/missing.err"
   [ ! -e "$BATS_FILE_TMPDIR/missing.json" ]
 }
 
 @test "the temporary directory of a simulation is removed" {
+  direct_only "the service keeps the temporary directory"
   same "" "$(ls -A "$TMPDIR")"
 }
 
@@ -97,6 +102,7 @@ with_config() {
 }
 
 @test "list exits with 6 without read permission for the configuration" {
+  direct_only "a service reads the configuration"
   mkdir "$BATS_TEST_TMPDIR/config"
   printf 'PollInterval=20\n' >"$BATS_TEST_TMPDIR/config/Corvane.ini"
   chmod 000 "$BATS_TEST_TMPDIR/config/Corvane.ini"
@@ -129,7 +135,7 @@ with_config() {
   local words
   for words in "show a1 -o jsonl" "show a1 -c x -o json" "show -o json" "show a1 --nope -o json"; do
     # shellcheck disable=SC2086  # words
-    same show "$(corvane-host --simulate $words 2>/dev/null | jq -r .command)"
+    same show "$(host $words 2>/dev/null | jq -r .command)"
   done
   same watch "$(corvane-host watch -o json 2>/dev/null | jq -r .command)"
   same null "$(corvane-host lsit -o json 2>/dev/null | jq -r .command)"
@@ -139,14 +145,15 @@ with_config() {
 @test "a closed pipe is not a failure" {
   local command
   for command in metrics list; do
-    run bash -c 'corvane-host --simulate "$1" 2>"$2" | true; echo "${PIPESTATUS[0]}"' \
-      reader "$command" "$BATS_TEST_TMPDIR/err"
+    run bash -c 'corvane-host "$3" "$1" 2>"$2" | true; echo "${PIPESTATUS[0]}"' \
+      reader "$command" "$BATS_TEST_TMPDIR/err" "$(cards_option "$CARDSIM_STATE")"
     same 0 "$output"
     [ ! -s "$BATS_TEST_TMPDIR/err" ]
   done
 }
 
 @test "an ambiguous name is an error" {
+  direct_only "uses the test plug-in"
   ended serials 3
   silent serials out
   said serials "corvane-host: SAME: ambiguous, matches 2 objects"
@@ -170,11 +177,13 @@ with_config() {
 }
 
 @test "the error for a trace file that cannot be opened contains the reason" {
+  direct_only "tests options that load the plug-in"
   run -1 corvane-host --trace-file "$BATS_FILE_TMPDIR" list
   [[ "$output" == *"cannot open trace file $BATS_FILE_TMPDIR: Is a directory"* ]]
 }
 
 @test "the trace is written only to the trace file or to standard error" {
+  direct_only "tests options that load the plug-in"
   same "a0
 a0/d0
 a1
@@ -186,6 +195,7 @@ a1/d0" "$(out tracefile)"
 }
 
 @test "a file that is not a plug-in is not loaded" {
+  direct_only "tests options that load the plug-in"
   run -5 corvane-host --plugin /none/libCorvane.so list
   [[ "$output" == *"file not found: /none/libCorvane.so"* ]]
   run -5 corvane-host --plugin "$BATS_FILE_TMPDIR/cards.json" list
@@ -195,17 +205,20 @@ a1/d0" "$(out tracefile)"
 }
 
 @test "a plug-in with another interface version or a failing createIf is not used" {
+  direct_only "uses the test plug-in"
   ended version 5
   grep -q "has interface version 3, this host requires version 2$" "$BATS_FILE_TMPDIR/version.err"
   ended memory 5
 }
 
 @test "list reports the error of a plug-in that does not start" {
+  direct_only "uses the test plug-in"
   ended locks 1
   grep -q "^corvane-host: cannot start the plug-in: .* (20011)$" "$BATS_FILE_TMPDIR/locks.err"
 }
 
 @test "a plug-in that refuses its adapter numbers is stopped and reported" {
+  direct_only "uses the test plug-in"
   ended numbers 1
   silent numbers out
   grep -qE "^corvane-host: cannot assign adapter numbers: .* \\([0-9]+\\)$" "$BATS_FILE_TMPDIR/numbers.err"
@@ -216,6 +229,7 @@ destroyed" "$(cat "$BATS_FILE_TMPDIR/numbers.log")"
 }
 
 @test "the output of a plug-in is kept separate from the result" {
+  direct_only "uses the test plug-in"
   same "a0
 a0/d0
 a1
@@ -235,6 +249,7 @@ noise 3" "$(err verbose)"
 }
 
 @test "every command fails in every output format if the output device is full" {
+  direct_only "runs each command with separate cards and configuration"
   export CORVANE_DATABASE="$BATS_TEST_TMPDIR/log.db"
   keep none host events
   add_log_entries "$CORVANE_DATABASE" "2026-11-19T23:59:59 3 10967 1 'BoardA (1)' 'Too hot.' S100 19038"
@@ -242,13 +257,16 @@ noise 3" "$(err verbose)"
 }
 
 @test "a message has at most four lines" {
-  local file
-  for file in "$BATS_FILE_TMPDIR"/{nodriver,damaged,missing,noobject,serials,version,locks,full}.err; do
+  local name names=(empty noobject full)
+  [ -n "${CORVANE_TEST_SERVICE:-}" ] || names+=(nodriver damaged missing serials version locks)
+  for name in "${names[@]}"; do
+    local file="$BATS_FILE_TMPDIR/$name.err"
     [ "$(wc -l <"$file")" -le 4 ] || { cat "$file"; false; }
   done
 }
 
 @test "Ctrl-C while the plug-in starts stops it cleanly" {
+  direct_only "uses the test plug-in"
   CONSOLE_TEST_PLUGIN=slow stop_when INT "$BATS_FILE_TMPDIR/early.log" Initialize early \
     corvane-host --plugin "$TEST_PLUGIN" list
   ended early 130
@@ -266,6 +284,7 @@ stop_follower() {
 }
 
 @test "Ctrl-C while waiting for events stops the plug-in cleanly" {
+  direct_only "uses the test plug-in"
   stop_follower INT waiting
   ended waiting 130
   same "DeInitialize
@@ -273,6 +292,7 @@ destroyed" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
 }
 
 @test "Ctrl-C during a simulation removes its temporary directory" {
+  direct_only "tests options that load the plug-in"
   # The first file in $TMPDIR shows that the simulation's directory exists.
   stop_when INT "$TMPDIR" . simulated corvane-host --simulate list
   ended simulated 130
@@ -281,6 +301,7 @@ destroyed" "$(tail -2 "$BATS_FILE_TMPDIR/waiting.log")"
 }
 
 @test "SIGTERM stops the plug-in cleanly" {
+  direct_only "uses the test plug-in"
   stop_follower TERM terminated
   ended terminated 130
   same "destroyed" "$(tail -1 "$BATS_FILE_TMPDIR/terminated.log")"
