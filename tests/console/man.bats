@@ -83,6 +83,8 @@ a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o val
   run ! grep -q "$CORVANE_BUILD" <(ldd "$root/bin/corvane-host" "$root/lib/libCorvane.so")
   cmp "$SCHEMA" "$root/share/corvane/corvane-host.schema.json"
   cmp "$PAGES/corvane-host.1" "$root/share/man/man1/corvane-host.1"
+  cmp "$CORVANE_SOURCE/service/prometheus/corvane.rules.yml" \
+    "$root/share/corvane/prometheus/corvane.rules.yml"
   "$root/bin/corvane-host" completion bash |
     cmp - "$root/share/bash-completion/completions/corvane-host"
   "$root/bin/corvane-host" completion zsh | cmp - "$root/share/zsh/site-functions/_corvane-host"
@@ -98,4 +100,49 @@ a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o val
     sed -n 's/^       \(--[a-z-]*\).*/\1/p' | sort)
   same "$(printf -- '--%s\n' events-directory for listen listen-any socket)" "$page"
   same "$page" "$(printf '%s\n' "$help" --socket | sort)"
+}
+
+# A setting of the units, and what the page says about it. "!" marks a setting that must not be set.
+SETTINGS="ListenStream=/run/corvane/corvane.sock|the socket /run/corvane/corvane.sock
+SocketGroup=corvane|members of the group corvane can open
+SocketMode=0660|members of the group corvane can open
+Type=notify|readiness (Type=notify)
+ExecReload=/bin/kill -HUP \$MAINPID|systemctl reload corvane looks up the groups
+WatchdogSec=30|The watchdog restarts the service
+ProtectSystem=strict|The whole file system is read-only, except /var/lib/corvane
+StateDirectory=corvane|except /var/lib/corvane for the database
+ReadWritePaths=-/etc/corvane|and /etc/corvane for Corvane.ini
+ReadOnlyPaths=-/etc/corvane/events.d|/etc/corvane/events.d is read-only
+DeviceAllow=char-fct* rw|The rule for char-fct*
+CapabilityBoundingSet=CAP_SYS_ADMIN|CAP_SYS_ADMIN is the only capability
+ProtectHome=read-only|ProtectHome= is read-only rather than yes
+NoNewPrivileges=yes|without set-user-id rights
+!PrivateDevices|PrivateDevices= is not set
+!ProcSubset|ProcSubset=pid is not set"
+
+# unit_settings: prints the settings of both units.
+unit_settings() { grep -hE '^[A-Za-z]+=' "$CORVANE_SOURCE"/service/systemd/units/corvane.{service.in,socket}; }
+
+@test "the corvane.service man page describes the settings of the units" {
+  local page line text
+  page=$(groff -man -rHY=0 -Tutf8 -P-cbou "$PAGES/../man8/corvane.service.8" | tr -s ' \n' ' ')
+  while IFS='|' read -r line text; do
+    grep -qF -- "$text" <<<"$page" || { echo "not in the page: $text"; false; }
+    case $line in
+      !*) run ! grep -q "^${line#!}=" <(unit_settings) ;;
+      *) unit_settings | grep -qxF -- "$line" || { echo "not in the units: $line"; false; } ;;
+    esac
+  done <<<"$SETTINGS"
+}
+
+@test "the corvane.service man page names the files of the units" {
+  local page path
+  page=$(groff -man -rHY=0 -Tutf8 -P-cbou "$PAGES/../man8/corvane.service.8" | sed -n '/^FILES/,/^SEE/p')
+  for path in $(unit_settings | grep -oE '(^ListenStream|CORVANE_[A-Z_]+)=/[^ ]*' | cut -d = -f 2); do
+    grep -qF "$path" <<<"$page" || { echo "not in the page: $path"; false; }
+  done
+  same "/etc/corvane
+/run/corvane/corvane.sock
+/var/lib/corvane/corvane.db" \
+    "$(unit_settings | grep -oE '(^ListenStream|CORVANE_[A-Z_]+)=/[^ ]*' | cut -d = -f 2 | sort)"
 }

@@ -6,7 +6,7 @@ load helper
 load service
 
 PAGE="$CORVANE_SOURCE/docs/monitoring.md"
-RULES="$CORVANE_SOURCE/examples/prometheus/corvane.rules.yml"
+RULES="$CORVANE_SOURCE/service/prometheus/corvane.rules.yml"
 
 setup_file() {
   load helper
