@@ -49,7 +49,7 @@ Command HelpCommand() {
   command.m_Name = "help";
   command.m_Arguments = "[COMMAND]";
   command.m_MinArguments = 0;
-  command.m_MaxArguments = 2;
+  command.m_MaxArguments = 1;
   command.m_Summary = "show this help, or the help of one command";
   command.m_OutputFormats = {"table", "json"};
   command.m_Run = Run;

@@ -20,8 +20,9 @@ Command ListCommand() {
   command.m_Options = {"--columns"};
   command.m_Run = Run;
   command.m_Description =
-      "Prints one row per adapter and drive. With -o tsv, values are in base units and columns "
-      "have the property names that get accepts.";
+      "Prints one row per adapter and drive. With -o tsv, values are in base units, and the "
+      "columns "
+      "have the names that get accepts.";
   command.m_Examples = {
       {"list", "find the card that is hot, worn or failing", true},
       {"list -o tsv -c object,temperature_celsius", "print only the temperatures, for a script"}};

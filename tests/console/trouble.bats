@@ -163,8 +163,9 @@ with_config() {
 
 @test "invalid arguments and options are usage errors" {
   local words
-  for words in "" "show" "show a0 a1" "list a0" "set plugin" "tree --follow" "tree --for 5" \
-    "events --for soon" "events --for -1s" "events -f -o json" "list --color pink" "-o"; do
+  for words in "" "show" "show a0 a1" "list a0" "set plugin" "help list show" "tree --follow" \
+    "tree --for 5" "events --for soon" "events --for -1s" "events -f -o json" "list --color pink" \
+    "-o"; do
     # shellcheck disable=SC2086  # words
     run -2 corvane-host $words
     [[ "$output" == "corvane-host: "* ]]
