@@ -8,17 +8,32 @@ load service
 
 setup_file() {
   load helper
-  load service
   make_machine
+}
+
+# Each test has its own service, because the delay before a restart of the plug-in process doubles
+# with each restart.
+setup() {
+  rm -f "$CARDSIM_STATE"
   make_cards
   use_short_intervals
   start_service
 }
 
-teardown_file() {
-  load service
-  stop_service
+# A plug-in that still waits for a card would delay the exit of the service.
+teardown() {
+  local plugin
+  plugin=$(plugin_process) || true
+  if [[ "$plugin" =~ ^[0-9]+$ ]] && [ "$plugin" -gt 1 ]; then kill -KILL "$plugin" || true; fi
+  stop_and_wait
 }
+
+# stop_and_wait: stops the service and waits until it has exited.
+stop_and_wait() {
+  stop_service
+  eventually has_exited "$(cat "$BATS_FILE_TMPDIR/pid")"
+}
+has_exited() { ! grep -qs '^State:[[:space:]]*[^Z[:space:]]' "/proc/$1/status"; }
 
 served() { corvane-host --socket "$SOCKET" "$@"; }
 
@@ -55,14 +70,6 @@ start_long_detach() {
   keep "$1" served detach a0 -y --timeout 1s
   ended "$1" 7
   state_is card0 3
-}
-
-# end_long_detach: lets the card finish, and replaces the plug-in, which still waits for it.
-end_long_detach() {
-  kill_plugin
-  cardsim set card0 detach_ms 200
-  cardsim set card0 iom_state 2
-  await_plugin
 }
 
 # led_before SERIAL: prints the state of the LED that a locate job reports.
@@ -126,7 +133,6 @@ led_before() {
   ended other 0
   keep other served locate a1 off
   ended other 0
-  end_long_detach
 }
 
 @test "the console is refused while a job of the API runs on the card" {
@@ -137,7 +143,6 @@ led_before() {
   keep locate served locate a0 on
   ended locate 4
   said locate "corvane-host: another job is running on card S100 (detach)"
-  end_long_detach
 }
 
 @test "a session job fails if the plug-in process is killed" {
@@ -147,9 +152,8 @@ led_before() {
   same '[503, "PLUGIN_ENDED", "the plug-in process has exited"]' \
     "$(newest_job S100 '[j["result"][k] for k in ("status", "id", "detail")]')"
   newest_job S100 'j["result"]["hint"]' | grep -q "The card may still be working"
-  cardsim set card0 detach_ms 200
   await_plugin
-  activity_is S100 IDLE
+  eventually activity_is S100 IDLE
 }
 
 @test "a job of the API fails if the plug-in process is killed" {
@@ -160,7 +164,6 @@ led_before() {
   kill_plugin
   eventually job_is S100 detach FAILED
   same '[503, "PLUGIN_ENDED"]' "$(newest_job S100 'j["result"]["status"], j["result"]["id"]')"
-  cardsim set card0 detach_ms 200
   await_plugin
 }
 
@@ -211,11 +214,7 @@ led_before() {
 @test "locate LEDs are off after the service was restarted" {
   keep on served locate a1 on
   ended on 0
-  local pid
-  pid=$(cat "$BATS_FILE_TMPDIR/pid")
-  stop_service
-  has_exited() { ! grep -qs '^State:[[:space:]]*[^Z[:space:]]' "/proc/$pid/status"; }
-  eventually has_exited
+  stop_and_wait
   start_service
   same "false false" "$(cardsim get card0 beacon_state) $(cardsim get card1 beacon_state)"
   same '"off"' "$(led_before S200)"
