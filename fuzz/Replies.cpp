@@ -159,7 +159,7 @@ void WorkerDocuments(const std::string& input) {
       if (document.m_IsNotification) return;
       Require(IsCount(json, "id") && IsCount(json, "failed_threads"),
               "accepted a number that is not an integer");
-      Require(document.m_Reply.size() + 3 == json.size(), "lost a field of the reply");
+      Require(document.m_Reply.size() + 4 == json.size(), "lost a field of the reply");
     });
   });
 }

@@ -1,5 +1,6 @@
 #include "service/CardGuard.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -76,8 +77,26 @@ void GuardedCard::SetRead() {
 void GuardedCard::SetMissing() {
   const Base::MutexLock lock(m_Lock);
   m_WasRead = false;
+  m_IsOmitted = false;
+  m_HasReturned = false;
   m_Values.clear();
   m_Problem.clear();
+}
+
+void GuardedCard::SetOmitted(bool responds) {
+  const Base::MutexLock lock(m_Lock);
+  m_IsOmitted = true;
+  m_HasReturned = responds;
+}
+
+bool GuardedCard::IsOmitted() const {
+  const Base::MutexLock lock(m_Lock);
+  return m_IsOmitted;
+}
+
+bool GuardedCard::HasReturned() const {
+  const Base::MutexLock lock(m_Lock);
+  return m_HasReturned;
 }
 
 bool GuardedCard::IsStuck() const {
@@ -112,6 +131,12 @@ std::vector<Console::UnresponsiveCard> CardGuard::UnresponsiveCards() const {
     if (const auto* text = std::any_cast<std::string>(&serial)) cards.push_back({*text, problem});
   }
   return cards;
+}
+
+bool CardGuard::HasReturnedCard() const {
+  const Base::MutexLock lock(m_Lock);
+  return std::any_of(m_Cards.begin(), m_Cards.end(),
+                     [](const auto& each) { return each.second->HasReturned(); });
 }
 
 std::shared_ptr<GuardedCard> CardGuard::Card(const std::string& path) {

@@ -50,6 +50,11 @@ class GuardedCard {
   // Forgets everything that was read, because the card does not exist.
   void SetMissing();
   bool IsStuck() const;
+  // A card that was never read and does not respond is omitted until the plug-in is restarted,
+  // because the plug-in would report another card as added. `responds`: whether it does now.
+  void SetOmitted(bool responds);
+  bool IsOmitted() const;
+  bool HasReturned() const;
   void Remember(const std::string& name, std::any value);
   // Returns an empty value if none was read.
   std::any Recall(const std::string& name) const;
@@ -63,6 +68,8 @@ class GuardedCard {
   mutable Base::Mutex m_Lock;
   std::map<std::string, std::any> m_Values HOST_GUARDED_BY(m_Lock);
   bool m_WasRead HOST_GUARDED_BY(m_Lock) = false;
+  bool m_IsOmitted HOST_GUARDED_BY(m_Lock) = false;
+  bool m_HasReturned HOST_GUARDED_BY(m_Lock) = false;
   std::string m_Problem HOST_GUARDED_BY(m_Lock);
   int m_StuckCalls HOST_GUARDED_BY(m_Lock) = 0;
   std::vector<std::function<void()>> m_Waiting HOST_GUARDED_BY(m_Lock);
@@ -96,6 +103,9 @@ class CardGuard {
   bool HasStuckCards() const { return m_StuckCards > 0; }
   // Returns the cards whose values are those last read.
   std::vector<Console::UnresponsiveCard> UnresponsiveCards() const;
+
+  // Whether an omitted card responds again, so that the plug-in must be restarted to show it.
+  bool HasReturnedCard() const;
 
   std::shared_ptr<GuardedCard> Card(const std::string& path);
   // Returns the handle's value for the plug-in.

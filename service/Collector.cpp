@@ -70,7 +70,7 @@ void Collector::Run() {
 }
 
 // Runs a plug-in process until it exits or the collector stops. Returns true if the process works
-// but has found no cards: it looks for them only when it starts.
+// but has found no cards, or omits a card that responds: it looks for them only when it starts.
 bool Collector::RunPlugin() {
   ++m_Starts;
   m_HasForwarded = false;
@@ -203,7 +203,7 @@ void Collector::ForwardEvents(const std::vector<HostKit::LoggedEvent>& events,
   if (m_Settings.m_OnEvents && (isLogged || !events.empty())) m_Settings.m_OnEvents(events);
 }
 
-// Returns true if the plug-in has no cards.
+// Returns true if the plug-in has no cards or omits one that responds.
 bool Collector::Follow(Worker& worker, WorkerSession& session) {
   const Console::Deadline stable(m_Settings.m_MaxBackoff);
   Console::WaitSet alsoWake;
@@ -226,7 +226,7 @@ bool Collector::Follow(Worker& worker, WorkerSession& session) {
     const bool hadUnlogged = m_EventLog.HasUnlogged();
     ForwardEvents(session.CollectEvents(), hadUnlogged);
     if (m_IsStopping) return false;
-    if (!session.HasCards()) return true;
+    if (!session.HasCards() || worker.NeedsRestart()) return true;
     RestoreLeds(session);  // of calls that ended while the process was replaced
     Publish(session, refreshes);
     if (stable.HasPassed()) m_NextBackoff = m_Settings.m_InitialBackoff;

@@ -205,10 +205,12 @@ vsl_code CreateCard(const std::string& path, void** out, vsl_error_record* error
     return result->m_Value;
   }
   handle->m_IsDetached = !isAnswered;
-  if (handle->m_pCard->WasRead() || (isAnswered && RespondsAtFirst(handle))) {
+  const bool responds = handle->m_pCard->WasRead() || (isAnswered && RespondsAtFirst(handle));
+  if (responds && !handle->m_pCard->IsOmitted()) {
     *out = CardGuard::Instance().Add(handle);
     return 0;
   }
+  handle->m_pCard->SetOmitted(responds);
   DestroyLater(handle);
   return NotResponding(error);
 }

@@ -108,6 +108,7 @@ void Reply(Process& process, const Json& id, Json document) {
   document["id"] = id;
   document["failed_threads"] = HostKit::FailedThreads();
   document["unresponsive"] = UnresponsiveCards();
+  document["needs_restart"] = CardGuard::Instance().HasReturnedCard();
   process.m_Sender.Send(document);
 }
 

@@ -175,6 +175,7 @@ void Worker::HandleDocument(Json json) {
   SetUnresponsiveCards(std::move(document.m_UnresponsiveCards));
   const Base::MutexLock lock(m_Lock);
   m_FailedThreads = document.m_FailedThreads;
+  m_NeedsRestart = document.m_NeedsRestart;
   const auto waiting = m_Replies.find(document.m_Id);
   if (waiting == m_Replies.end()) return;  // the call has timed out
   waiting->second = std::move(document.m_Reply);
@@ -316,6 +317,11 @@ std::size_t Worker::FailedThreads() const {
 std::vector<Console::UnresponsiveCard> Worker::UnresponsiveCards() const {
   const Base::MutexLock lock(m_Lock);
   return m_UnresponsiveCards;
+}
+
+bool Worker::NeedsRestart() const {
+  const Base::MutexLock lock(m_Lock);
+  return m_NeedsRestart;
 }
 
 void Worker::Disconnect() {

@@ -65,6 +65,8 @@ class Worker {
   std::size_t FailedThreads() const;
   // Returns the cards that did not respond to the plug-in, as of the last reply.
   std::vector<Console::UnresponsiveCard> UnresponsiveCards() const;
+  // Whether the plug-in omits a card that responds, as of the last reply.
+  bool NeedsRestart() const;
   // Closes the connection, so that the process stops the plug-in and exits. Pending calls return
   // empty.
   void Disconnect();
@@ -116,6 +118,7 @@ class Worker {
   std::map<std::uint64_t, std::optional<nlohmann::json>> m_Replies HOST_GUARDED_BY(m_Lock);
   std::size_t m_FailedThreads HOST_GUARDED_BY(m_Lock) = 0;
   std::vector<Console::UnresponsiveCard> m_UnresponsiveCards HOST_GUARDED_BY(m_Lock);
+  bool m_NeedsRestart HOST_GUARDED_BY(m_Lock) = false;
   int m_Formats HOST_GUARDED_BY(m_Lock) = 0;  // number of running formats
   bool m_RefusesFormats HOST_GUARDED_BY(m_Lock) = false;
   // Extra time for calls that waited for a format; expired if there was none.

@@ -46,10 +46,11 @@ WorkerDocument ParseWorkerDocument(Json document) {
   if (result.m_IsNotification) return result;
   result.m_Id = static_cast<std::uint64_t>(CountField(document, "id"));
   result.m_FailedThreads = static_cast<std::size_t>(CountField(document, "failed_threads"));
+  result.m_NeedsRestart = document.at("needs_restart").get<bool>();
   result.m_UnresponsiveCards = UnresponsiveCardsFrom(document.at("unresponsive"));
-  document.erase("failed_threads");
-  document.erase("unresponsive");
-  document.erase("id");
+  for (const char* const name : {"id", "failed_threads", "needs_restart", "unresponsive"}) {
+    document.erase(name);
+  }
   result.m_Reply = std::move(document);
   return result;
 }

@@ -20,6 +20,7 @@ struct WorkerDocument {
   bool m_IsNotification = false;
   std::uint64_t m_Id = 0;
   std::size_t m_FailedThreads = 0;
+  bool m_NeedsRestart = false;
   std::vector<Console::UnresponsiveCard> m_UnresponsiveCards;
   nlohmann::json m_Reply;  // without these fields
 };

@@ -228,6 +228,41 @@ def suspended_worker(run):
         os.kill(worker, signal.SIGCONT)
 
 
+def killed_worker(run):
+    """Kills the plug-in process while it runs a job of a card."""
+    worker = run.machine.worker()
+    run.machine.set(2, "detach_ms", 60000)
+    response = run.machine.client.send("POST", "/v1/cards/S2/operations/detach",
+                                       '{"confirm": true}')
+    if response.status != 202:
+        raise Failure(f"detach: {response.status} {response.content}")
+    eventually("the job is running", lambda: run.machine.cardsim("get", "card2", "iom_state") == "3")
+    os.kill(worker, signal.SIGKILL)
+    run.changes.make(DETACH)
+    run.keep_reading()
+    job = json.loads(response.content)["id"]
+    eventually("the job has failed",
+               lambda: run.machine.client.get(f"/v1/jobs/{job}")["state"] == "FAILED")
+    if run.machine.cardsim("get", "card2", "iom_state") != "2":
+        raise Failure("the detach of card2 has continued without its process")
+
+
+def hung_at_start(run):
+    """One card hangs while the plug-in process starts. It is omitted until it responds."""
+    run.machine.cardsim("hang", "vsl_open", "card1")
+    os.kill(run.machine.worker(), signal.SIGKILL)
+    run.changes.expected += [(changes.REMOVED, BROKEN), (changes.ADDED, BROKEN)]
+    eventually("the plug-in process is replaced", lambda: run.machine.worker() is not None)
+    run.keep_reading(accepted=("NO_SUCH_OBJECT",))
+    eventually("the other cards are read", lambda: BROKEN not in (
+        found := ages(run.machine.client.get("/v1/cards"))) and len(found) == changes.CARDS)
+    run.machine.cardsim("clear-failure", "vsl_open", "card1")
+    eventually("the card is shown again",
+               lambda: BROKEN in ages(run.machine.client.get("/v1/cards")))
+    run.changes.await_log()
+    await_fresh(run)
+
+
 def locked_database(run):
     other = sqlite3.connect(run.machine.database, isolation_level=None, timeout=60)
     with contextlib.closing(other):
@@ -360,7 +395,8 @@ def shifted_clock(run):
 
 
 FAULTS = {function.__name__: function for function in (
-    hung_library, hung_card, hung_attribute, failing_card, suspended_worker, locked_database, locked_at_start, damaged_database,
+    hung_library, hung_card, hung_attribute, failing_card, hung_at_start,
+    suspended_worker, killed_worker, locked_database, locked_at_start, damaged_database,
     deleted_database, full_disk, limited_file_size, few_descriptors, few_worker_descriptors,
     shifted_clock)}
 
