@@ -5,6 +5,7 @@
 #include <sstream>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "base/Printable.h"
@@ -126,6 +127,12 @@ void EventId(const std::string& input) {
   Require(IsDecimal(input), "accepted text that is not a number");
 }
 
+bool IsVisibleAscii(const std::string& text, std::size_t maxSize) {
+  const auto isVisible = [](char c) { return c > ' ' && c <= '~'; };
+  return !text.empty() && text.size() <= maxSize &&
+         std::all_of(text.begin(), text.end(), isVisible);
+}
+
 // Input: a request per line, each with a key, a blank and the content. A response belongs to the
 // first request with this key, or the request is refused.
 void IdempotencyKey(const std::string& input) {
@@ -134,16 +141,17 @@ void IdempotencyKey(const std::string& input) {
   const std::vector<std::string> lines = SplitAll(input, '\n');
   for (std::size_t i = 0; i < std::min<std::size_t>(lines.size(), 100); ++i) {
     const auto [key, content] = SplitAt(lines[i], ' ');
-    const bool isValid = Service::IsIdempotencyKey(key);
-    Require(isValid == (!key.empty() && key.size() <= 255), "wrong length of a key");
+    const bool isValid = !Service::ParameterError("Idempotency-Key", key);
+    Require(isValid == IsVisibleAscii(key, 255), "wrong length or characters of a key");
     if (!isValid) continue;
     const auto [known, isNew] = first.emplace(key, content);
     bool hasRun = false;
-    const Http::Response response = cache.Answer(key, content, [&, text = content] {
+    const Http::Reply reply = cache.Answer(key, content, [&, text = content] {
       hasRun = true;
       return MakeText(text);
     });
     Require(hasRun == isNew, "the request ran twice or not at all");
+    const auto& response = std::get<Http::Response>(reply);
     const bool isSame = known->second == content;
     Require(response.m_Status == (isSame ? 200U : 422U), "wrong status");
     if (isSame) Require(*response.m_Body == content, "response of another request");

@@ -1,4 +1,5 @@
-// Announces logged events in the journal, to the programs in events.d and to streams.
+// Announces logged events in the journal, to the programs in events.d, to streams and in the
+// summary of the log.
 #pragma once
 
 #include <functional>
@@ -7,6 +8,7 @@
 #include "hostkit/EventLog.h"
 #include "service/EventFeed.h"
 #include "service/EventHooks.h"
+#include "service/EventSummary.h"
 #include "service/state/Observation.h"
 #include "service/state/StateThread.h"
 
@@ -17,12 +19,12 @@ class EventAnnouncer {
  public:
   // The arguments must outlive this object. `hooks` may be null. `log` writes to the journal and
   // must be thread-safe.
-  EventAnnouncer(StateThread& state, EventFeed& feed, EventHooks* hooks,
+  EventAnnouncer(StateThread& state, EventFeed& feed, EventSummary& summary, EventHooks* hooks,
                  std::function<void(const HostKit::LoggedEvent&)> log);
 
   // Announces events reported by the plug-in; streams get them with the next snapshot. The programs
-  // get all events that are in the log by then. Call without events when events that could not be
-  // logged before have been logged.
+  // get all events that are in the log by then. The summary contains the events when this returns.
+  // Call without events when events that could not be logged before have been logged.
   void Announce(const std::vector<HostKit::LoggedEvent>& events);
   // Records the observation, and announces events that it adds to the log because no plug-in
   // reported them. Returns false if the state thread did not accept it.
@@ -31,6 +33,7 @@ class EventAnnouncer {
  private:
   StateThread& m_State;
   EventFeed& m_Feed;
+  EventSummary& m_Summary;
   EventHooks* const m_Hooks;
   const std::function<void(const HostKit::LoggedEvent&)> m_Log;
   bool m_HasPending = false;  // the programs do not have the newest entries yet

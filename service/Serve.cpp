@@ -105,10 +105,11 @@ struct Running {
           const std::filesystem::path& eventsDirectory)
       : m_Feed(m_Store),
         m_Hooks(CreateHooks(m_Store, eventsDirectory)),
-        m_Announcer(m_State, m_Feed, m_Hooks.get(), LogEvent),
+        m_Announcer(m_State, m_Feed, m_Summary, m_Hooks.get(), LogEvent),
         m_Collector(SettingsOf(context, m_Announcer, m_SessionJobs), m_Store),
-        m_Api{commands,      context.Stream(), m_Store,   m_Collector, m_Feed,   m_Jobs,
-              m_SessionJobs, m_Replays,        m_Threads, m_State,     m_Metrics} {
+        m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,  m_Summary,
+              m_Jobs,   m_SessionJobs,    m_Replays, m_Threads,   m_State, m_Metrics} {
+    m_Summary.Update();
     Http::Settings settings;
     settings.m_Permissions = permissions;
     settings.m_OnFailure = LogWarning;
@@ -129,6 +130,7 @@ struct Running {
   SnapshotStore m_Store;
   EventFeed m_Feed;
   const std::unique_ptr<EventHooks> m_Hooks;
+  EventSummary m_Summary;
   EventAnnouncer m_Announcer;  // outlives the queued tasks of the state thread
   // Destroyed after the collector, so that its last observation is stored.
   StateThread m_State{ReportStateFailure};

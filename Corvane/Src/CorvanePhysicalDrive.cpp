@@ -220,7 +220,7 @@ unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
 
 // Returns 0 if any unit has the state `state`, which the operation would change; otherwise
 // ERR_GENERAL, or ERR_COMMAND_ERROR if the card cannot be found. In the last case, the null handle
-// is passed to vsl_destroy() only if `destroyIfNotCreated` is true; the card library accepts both.
+// is passed to vsl_destroy(), which accepts it, only if `destroyIfNotCreated` is true.
 unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyIfNotCreated) {
   TRACE_AS("CheckPhysicalDriveOperation");
   ErrorRecord error;
@@ -252,7 +252,8 @@ auto RowFilter(const Drive& drive) {
                             is_equal(&DriveRow::hostName, "localhost"));
 }
 
-// Returns the name without the number in parentheses and the space before it.
+// Returns the part of the name before the first parenthesis, without its last character, which is
+// usually a space. Returns a name that starts with a parenthesis unchanged.
 std::string ShortName(const std::string& name) {
   std::vector<std::string> pieces;
   boost::split(pieces, name, boost::is_any_of("("), boost::token_compress_on);

@@ -85,7 +85,8 @@ void Session::ApplyCardFaults(std::uint64_t id) {
   const Card* card = Current().FindById(id);
   if (card == nullptr) return;
   const auto failure = card->failures.find(m_Function);
-  if (failure != card->failures.end()) throw CallFailure{failure->second.code, failure->second.text};
+  if (failure != card->failures.end())
+    throw CallFailure{failure->second.code, failure->second.text};
 }
 
 void Session::Refresh() {

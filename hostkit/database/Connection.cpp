@@ -60,8 +60,7 @@ path TrustedFile(const path& file) {
   return found.m_File.string();
 }
 
-// A relative name refers to different files in different working directories. SQLite would also
-// read a name that starts with "file:" as a URI.
+// A relative name refers to different files in different working directories.
 void RequireAbsolute(const path& file) {
   if (!file.is_absolute()) throw SqliteError(SQLITE_CANTOPEN, sqlite3_errstr(SQLITE_CANTOPEN));
 }

@@ -8,6 +8,7 @@
 #include "service/CallThreads.h"
 #include "service/Collector.h"
 #include "service/EventFeed.h"
+#include "service/EventSummary.h"
 #include "service/JobTable.h"
 #include "service/Snapshot.h"
 #include "service/api/MetricsCache.h"
@@ -25,12 +26,13 @@ struct ApiContext {
   const SnapshotStore& m_Store;
   const Collector& m_Collector;
   EventFeed& m_Feed;
+  EventSummary& m_Summary;
   JobTable& m_Jobs;
   SessionJobs& m_SessionJobs;
   ReplayCache& m_Replays;
   CallThreads& m_Threads;
   StateThread& m_State;
-  MetricsCache& m_Metrics;  // used only by `m_State`
+  MetricsCache& m_Metrics;
   // Time limits of a request for a new snapshot, and for a call to the plug-in.
   std::chrono::milliseconds m_RefreshTimeout{30000};
   std::chrono::milliseconds m_CallTimeout{120000};

@@ -1,9 +1,11 @@
 #include "service/api/ApiTable.h"
 
+#include <algorithm>
+#include <cctype>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
-#include <variant>
+#include <utility>
 
 #include "service/Log.h"
 #include "service/api/CardsApi.h"
@@ -25,14 +27,20 @@ using Http::Method;
 constexpr const char* kOpenMetricsType = "application/openmetrics-text";
 constexpr const char* kTextType = "text/plain";
 constexpr const char* kEventStreamType = "text/event-stream";
+constexpr const char* kKeyHeader = "Idempotency-Key";
 
 const ResponseRow kDocument = {200, "The JSON document that the console prints.", kJsonType,
                                "Document"};
-const ResponseRow kUnchanged = {
-    304, "The snapshot is unchanged: its entity tag matches If-None-Match.", nullptr, nullptr};
+const ResponseRow kTaggedDocument = {
+    kDocument.m_Status, kDocument.m_Meaning, kDocument.m_MediaType, kDocument.m_Schema, {"ETag"}};
+const ResponseRow kUnchanged = {304,
+                                "The snapshot is unchanged: its entity tag matches If-None-Match.",
+                                nullptr,
+                                nullptr,
+                                {"ETag"}};
 const ResponseRow kNoContent = {204, "Done.", nullptr, nullptr};
 const ResponseRow kText = {200, "A one-word status.", kTextType, nullptr};
-const ResponseRow kJob = {202, "The job that runs the operation.", kJsonType, "Job"};
+const ResponseRow kJob = {202, "The job that runs the operation.", kJsonType, "Job", {"Location"}};
 
 const ProblemRow kDown = {503, "PLUGIN_DOWN", "The plug-in is not running."};
 const ProblemRow kEnded = {503, "PLUGIN_ENDED", "The plug-in process exited during the change."};
@@ -44,13 +52,15 @@ const ProblemRow kBusy = {503, "TOO_MANY_CALLS", "Too many requests are waiting.
 const ProblemRow kInvalidQuery = {400, "QUERY_INVALID", "A query parameter is missing or invalid."};
 const ProblemRow kUsage = {400, "USAGE", "The command rejected a query parameter."};
 const ProblemRow kInvalidBody = {400, "BODY_INVALID", "The body does not match its schema."};
-const ProblemRow kNotConfirmed = {409, "NOT_CONFIRMED", "The confirmation is missing or wrong."};
+const ProblemRow kNotConfirmed = {409, "NOT_CONFIRMED", "The confirmation is missing."};
+const ProblemRow kWrongSerial = {409, "WRONG_SERIAL",
+                                 "The confirmation is not the card's serial number."};
 const ProblemRow kJobRunning = {409, "JOB_RUNNING", "Another job is running on the card."};
 const ProblemRow kNoOperation = {404, "NO_SUCH_OPERATION", "No such operation."};
+const ProblemRow kInvalidKey = {400, "IDEMPOTENCY_KEY_INVALID",
+                                "The Idempotency-Key is not 1 to 255 visible ASCII characters."};
 const ProblemRow kReusedKey = {422, "IDEMPOTENCY_KEY_REUSED",
                                "The Idempotency-Key was used for another request."};
-const ProblemRow kInvalidKey = {400, "IDEMPOTENCY_KEY_INVALID",
-                                "The Idempotency-Key must have 1 to 255 bytes."};
 const ProblemRow kNoJob = {404, "NO_SUCH_JOB", "No such job."};
 const ProblemRow kNoTable = {404, "NO_SUCH_TABLE", "No such table."};
 const ProblemRow kNoLog = {500, "NO_EVENT_LOG", "The event log cannot be read."};
@@ -61,16 +71,15 @@ const ProblemRow kUnknownCard = {404, "UNKNOWN_CARD", "The card has never been s
 const ProblemRow kPresent = {409, "CARD_PRESENT", "The card is present."};
 const ProblemRow kUnknownReason = {400, "UNKNOWN_REASON", "No such reason."};
 const ProblemRow kNotAcknowledged = {404, "NOT_ACKNOWLEDGED", "The reason is not acknowledged."};
-const ProblemRow kNoDatabase = {500, "DATABASE_UNUSABLE", "The database cannot be used."};
+const ProblemRow kNoDatabase = {500, "DATABASE_FAILED", "The database cannot be used."};
 const ProblemRow kReserved = {409, "RESERVED", "This command is reserved for the service."};
 
 // Problems of resources that read objects and accept "fresh" in the query.
 const std::vector<ProblemRow> kObjectProblems = {kInvalidQuery, kDown, kBusy, kTimedOut};
 const std::vector<ProblemRow> kSingleObjectProblems = {kInvalidQuery, kNoObject, kDown, kBusy,
                                                        kTimedOut};
-const std::vector<ProblemRow> kOperationProblems = {kInvalidBody, kInvalidKey,   kNoObject,
-                                                    kNoOperation, kNotConfirmed, kJobRunning,
-                                                    kReusedKey,   kDown,         kBusy};
+const std::vector<ProblemRow> kOperationProblems = {
+    kInvalidBody, kNoObject, kNoOperation, kNotConfirmed, kJobRunning, kDown, kBusy};
 
 const std::vector<ApiRow> kRows = {
     {Method::Get,
@@ -94,8 +103,7 @@ const std::vector<ApiRow> kRows = {
      "getMetrics",
      "metrics for Prometheus",
      GetMetrics,
-     {{200, "Metrics in the OpenMetrics format.", kOpenMetricsType, nullptr}},
-     {kBusy, kSlowDatabase}},
+     {{200, "Metrics in the OpenMetrics format.", kOpenMetricsType, nullptr}}},
     {Method::Get,
      "/v1/openapi.json",
      Access::Read,
@@ -109,7 +117,7 @@ const std::vector<ApiRow> kRows = {
      "listCards",
      "all cards and drives",
      GetCards,
-     {kDocument, kUnchanged},
+     {kTaggedDocument, kUnchanged},
      kObjectProblems,
      {"fresh"}},
     {Method::Get,
@@ -118,7 +126,7 @@ const std::vector<ApiRow> kRows = {
      "getCard",
      "one card",
      GetCard,
-     {kDocument, kUnchanged},
+     {kTaggedDocument, kUnchanged},
      kSingleObjectProblems,
      {"fresh"}},
     {Method::Delete,
@@ -189,7 +197,7 @@ const std::vector<ApiRow> kRows = {
      "getDrive",
      "one drive",
      GetDrive,
-     {kDocument, kUnchanged},
+     {kTaggedDocument, kUnchanged},
      kSingleObjectProblems,
      {"fresh"}},
     {Method::Post,
@@ -209,7 +217,7 @@ const std::vector<ApiRow> kRows = {
      "erase a drive and change its layout",
      PostFormat,
      {kJob},
-     {kInvalidBody, kInvalidKey, kNoObject, kNotConfirmed, kJobRunning, kReusedKey, kDown, kBusy},
+     {kInvalidBody, kNoObject, kNotConfirmed, kWrongSerial, kJobRunning, kDown, kBusy},
      {},
      "FormatRequest"},
     {Method::Get,
@@ -234,7 +242,7 @@ const std::vector<ApiRow> kRows = {
      "problems and what to do",
      GetStatus,
      {kDocument},
-     {kDown, kBusy, kSlowDatabase}},
+     {kDown}},
     {Method::Get,
      "/v1/events",
      Access::Read,
@@ -251,7 +259,10 @@ const std::vector<ApiRow> kRows = {
      "stream of new events, or of all events after Last-Event-ID",
      GetEventStream,
      {{200, "Server-sent events of the types event, snapshot and gap.", kEventStreamType, nullptr}},
-     {kInvalidEventId, kTooManyStreams}},
+     {kInvalidEventId, kTooManyStreams},
+     {},
+     nullptr,
+     {"Last-Event-ID"}},
     {Method::Get,
      "/v1/plugin",
      Access::Read,
@@ -336,6 +347,11 @@ const std::vector<ProblemRow> kCommonProblems = {
     {503, "STOPPING", "The service is stopping."},
 };
 
+std::string Lower(std::string text) {
+  for (char& each : text) each = static_cast<char>(std::tolower(static_cast<unsigned char>(each)));
+  return text;
+}
+
 std::optional<std::string> QueryError(const Http::Request& request) {
   for (const auto& [name, text] : request.m_Query) {
     if (auto error = ParameterError(name, text)) return error;
@@ -371,18 +387,28 @@ std::string TargetOf(const ApiRow& row, const Http::Request& request) {
 
 // Logs a change and calls the handler of the row.
 Http::Reply Handle(const ApiRow& row, const ApiContext& api, const Http::Request& request) {
-  if (row.m_Access == Http::Access::Change) LogChange(request.m_Peer, TargetOf(row, request));
+  if (row.m_Access == Access::Change) LogChange(request.m_Peer, TargetOf(row, request));
   return row.m_Function(api, request);
 }
 
-// Used only for job requests, because repeating one would start a second job. All other changes are
-// idempotent.
+// Returns everything in which two requests of a user can differ. NUL separates the parts, because
+// the path and the query contain none.
+std::string ContentOf(const ApiRow& row, const Http::Request& request) {
+  std::string content = TargetOf(row, request) + '\0';
+  for (const auto& [name, value] : request.m_Query) content += name + '\0' + value + '\0';
+  return content + request.m_Body;
+}
+
+// Different users may use the same key.
 Http::Reply AnswerOnce(const ApiRow& row, const ApiContext& api, const Http::Request& request,
                        const std::string& key) {
-  const std::string content = TargetOf(row, request) + "\n" + request.m_Body;
+  if (ParameterError(kKeyHeader, key)) {
+    return Http::MakeProblem(kInvalidKey.m_Status, kInvalidKey.m_Id,
+                             "Idempotency-Key must be 1 to 255 visible ASCII characters");
+  }
   const std::string scope = std::to_string(request.m_Peer.m_User) + " ";
-  return api.m_Replays.Answer(scope + key, content,
-                              [&] { return std::get<Http::Response>(Handle(row, api, request)); });
+  return api.m_Replays.Answer(scope + key, ContentOf(row, request),
+                              [&] { return Handle(row, api, request); });
 }
 
 Http::Reply Answer(const ApiRow& row, const ApiContext& api, const Http::Request& request) {
@@ -392,19 +418,35 @@ Http::Reply Answer(const ApiRow& row, const ApiContext& api, const Http::Request
   if (const auto why = BodyError(row, request)) {
     return Http::MakeProblem(kInvalidBody.m_Status, kInvalidBody.m_Id, *why);
   }
-  const std::string* const key = Http::Find(request.m_Headers, "idempotency-key");
-  const bool isJob = row.m_Responses.front().m_Status == 202;
-  if (key == nullptr || !isJob) return Handle(row, api, request);
-  if (!IsIdempotencyKey(*key)) {
-    return Http::MakeProblem(kInvalidKey.m_Status, kInvalidKey.m_Id, kInvalidKey.m_Meaning);
-  }
+  const std::string* const key = Http::Find(request.m_Headers, Lower(kKeyHeader));
+  if (key == nullptr) return Handle(row, api, request);
   return AnswerOnce(row, api, request, *key);
+}
+
+bool HonorsKey(const ApiRow& row) {
+  return row.m_Access == Access::Change;
 }
 
 }  // namespace
 
 const std::vector<ApiRow>& ApiRows() {
   return kRows;
+}
+
+std::vector<const char*> HeadersOf(const ApiRow& row) {
+  std::vector<const char*> headers = row.m_Headers;
+  if (HonorsKey(row)) headers.push_back(kKeyHeader);
+  const bool mayBeUnchanged =
+      std::any_of(row.m_Responses.begin(), row.m_Responses.end(),
+                  [](const ResponseRow& each) { return each.m_Status == kUnchanged.m_Status; });
+  if (mayBeUnchanged) headers.push_back("If-None-Match");
+  return headers;
+}
+
+std::vector<ProblemRow> ProblemsOf(const ApiRow& row) {
+  std::vector<ProblemRow> problems = row.m_Problems;
+  if (HonorsKey(row)) problems.insert(problems.end(), {kInvalidKey, kReusedKey});
+  return problems;
 }
 
 const std::vector<ProblemRow>& CommonProblems() {
@@ -424,6 +466,7 @@ std::vector<Http::Route> ApiRoutes(const ApiContext& api) {
                       handle,
                       {row.m_Query.begin(), row.m_Query.end()},
                       body});
+    for (const char* const name : HeadersOf(row)) routes.back().m_Headers.push_back(Lower(name));
   }
   return routes;
 }

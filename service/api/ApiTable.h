@@ -18,6 +18,8 @@ struct ResponseRow {
   const char* m_Meaning;
   const char* m_MediaType;  // null: no content
   const char* m_Schema;     // name of a schema; null for text
+  // Names of its headers, without those that every response has.
+  std::vector<const char*> m_Headers = {};
 };
 
 // A problem that a resource can return.
@@ -35,10 +37,18 @@ struct ApiRow {
   const char* m_Summary;
   ApiFunction m_Function;
   std::vector<ResponseRow> m_Responses;
-  std::vector<ProblemRow> m_Problems = {};
-  std::vector<const char*> m_Query = {};  // names of parameters
-  const char* m_Body = nullptr;           // name of a schema; null: no body
+  std::vector<ProblemRow> m_Problems = {};  // without those of the headers
+  std::vector<const char*> m_Query = {};    // names of parameters
+  const char* m_Body = nullptr;             // name of a schema; null: no body
+  std::vector<const char*> m_Headers = {};  // names of parameters that only this row honors
 };
+
+// Returns the names of the request headers that the row honors. Every change honors
+// Idempotency-Key, and every response that may be a 304 honors If-None-Match.
+std::vector<const char*> HeadersOf(const ApiRow& row);
+
+// Returns all problems of the row, including those of its headers.
+std::vector<ProblemRow> ProblemsOf(const ApiRow& row);
 
 const std::vector<ApiRow>& ApiRows();
 

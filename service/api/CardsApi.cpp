@@ -4,14 +4,10 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "console/base/Timestamp.h"
-#include "host/Database.h"
-#include "hostkit/EventCounts.h"
 #include "service/api/Documents.h"
 
 namespace Service {
@@ -58,15 +54,6 @@ CommandFor ShowCommand(const Request& request, const std::string& suffix) {
       };
 }
 
-// Returns empty if the database cannot be used; the metrics then contain no events.
-std::optional<std::vector<HostKit::EventCount>> TryToCountEvents() {
-  try {
-    return HostKit::CountEvents();
-  } catch (const DBEXCEPTION::DatabaseException&) {
-    return std::nullopt;
-  }
-}
-
 }  // namespace
 
 Reply GetCards(const ApiContext& api, const Request& request) {
@@ -84,9 +71,7 @@ Reply GetDrive(const ApiContext& api, const Request& request) {
 }
 
 Reply GetStatus(const ApiContext& api, const Request&) {
-  return AnswerFromDatabase(api, [&api] {
-    return DocumentOf(api, api.m_Store.Get(), {"status", "-o", "json"});
-  });
+  return DocumentOf(api, api.m_Store.Get(), {"status", "-o", "json"}, kJsonType, &api.m_Summary);
 }
 
 // All other query parameters are named after the command's options.
@@ -106,13 +91,10 @@ Reply GetEvents(const ApiContext& api, const Request& request) {
 }
 
 Reply GetMetrics(const ApiContext& api, const Request&) {
-  return AnswerFromDatabase(api, [&api] {
-    const SnapshotPtr snapshot = api.m_Store.Get();
-    const auto render = [&] { return DocumentOf(api, snapshot, {"metrics"}, kOpenMetrics); };
-    auto counts = TryToCountEvents();
-    if (!counts) return render();
-    const std::uint64_t second = Console::NowMs() / 1000;
-    return api.m_Metrics.Get({snapshot->m_Number, second, std::move(*counts)}, render);
+  const SnapshotPtr snapshot = api.m_Store.Get();
+  const std::uint64_t second = Console::NowMs() / 1000;
+  return api.m_Metrics.Get({snapshot->m_Number, second, api.m_Summary.CountEvents()}, [&] {
+    return DocumentOf(api, snapshot, {"metrics"}, kOpenMetrics, &api.m_Summary);
   });
 }
 

@@ -48,10 +48,10 @@ Response MakePluginDownProblem(const PluginState& plugin) {
 }
 
 Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Arguments& arguments,
-                    const char* type) {
+                    const char* type, Console::EventSource* events) {
   return ResponseOf([&] {
-    return Http::MakeResponse(200, type,
-                              RunOnSnapshot(api.m_Commands, arguments, api.m_Stream, snapshot));
+    return Http::MakeResponse(
+        200, type, RunOnSnapshot(api.m_Commands, arguments, api.m_Stream, snapshot, events));
   });
 }
 
@@ -83,7 +83,7 @@ std::string CardName(const Snapshot& snapshot, const std::string& serial) {
 }
 
 Response MakeDatabaseProblem(const std::string& reason) {
-  return Http::MakeProblem(500, "DATABASE_UNUSABLE", reason);
+  return Http::MakeProblem(500, "DATABASE_FAILED", reason);
 }
 
 Response MakeBusyProblem(const char* what) {

@@ -47,9 +47,11 @@ Http::Reply DeferToDatabase(const ApiContext& api, const QueueResponder& queue, 
 // Returns a 500 problem: the database cannot be used.
 Http::Response MakeDatabaseProblem(const std::string& reason);
 
-// Returns the output of a console command for the snapshot, or a problem if the command fails.
+// Returns the output of a console command for the snapshot, with the events of `events`, or of the
+// database if it is null. Returns a problem if the command fails.
 Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot,
-                          const Arguments& arguments, const char* type = kJsonType);
+                          const Arguments& arguments, const char* type = kJsonType,
+                          Console::EventSource* events = nullptr);
 
 // Returns the output of a console command with a session that reads and changes the cards. Blocks.
 // Throws the exceptions of the command.

@@ -156,9 +156,14 @@ Response StartFormat(const ApiContext& api, const Request& request) {
   const Json body = BodyOf(request);
   const bool isDryRun = body.value("dry_run", false);
   const std::string& serial = request.m_Parameters.at("serial");
-  if (!isDryRun && body.value("confirm", "") != serial) {
+  const std::string confirmed = body.value("confirm", "");
+  if (!isDryRun && confirmed.empty()) {
     return MakeProblem(409, "NOT_CONFIRMED",
                        "format requires the card's serial number in \"confirm\"");
+  }
+  if (!isDryRun && confirmed != serial) {
+    return MakeProblem(409, "WRONG_SERIAL",
+                       fmt::format("'{}' is not the serial number", confirmed));
   }
   Arguments arguments = CommandArguments("format", isDryRun);
   if (body.contains("confirm")) arguments.push_back("--confirm=" + body.value("confirm", ""));

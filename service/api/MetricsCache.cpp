@@ -21,6 +21,7 @@ bool AreEqual(const MetricsKey& left, const MetricsKey& right) {
 }  // namespace
 
 Http::Response MetricsCache::Get(MetricsKey key, const std::function<Http::Response()>& render) {
+  const Base::MutexLock lock(m_Lock);
   if (m_Response.m_Body != nullptr && AreEqual(m_Key, key)) return m_Response;
   m_Response = {};
   Http::Response response = render();

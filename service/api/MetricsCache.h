@@ -5,6 +5,7 @@
 #include <functional>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "hostkit/EventCounts.h"
 #include "service/http/Message.h"
 
@@ -17,16 +18,18 @@ struct MetricsKey {
   std::vector<HostKit::EventCount> m_Counts;
 };
 
-// Keeps the newest response. Not thread-safe.
+// Keeps the newest response. Thread-safe.
 class MetricsCache {
  public:
   // Returns the last response if it was rendered for an equal key. Otherwise calls `render`, and
-  // keeps its response if the status is 200.
+  // keeps its response if the status is 200. Other callers wait for `render`, which must not block.
   Http::Response Get(MetricsKey key, const std::function<Http::Response()>& render);
 
  private:
-  MetricsKey m_Key;
-  Http::Response m_Response;  // without a body: none is kept
+  Base::Mutex m_Lock;
+  MetricsKey m_Key HOST_GUARDED_BY(m_Lock);
+  // Without a body: none is kept.
+  Http::Response m_Response HOST_GUARDED_BY(m_Lock);
 };
 
 }  // namespace Service

@@ -12,6 +12,7 @@
 #include "service/api/Documents.h"
 #include "service/api/Schemas.h"
 #include "service/http/Router.h"
+#include "service/http/Sending.h"
 
 namespace Service {
 namespace {
@@ -49,6 +50,7 @@ Json ParametersOf(const ApiRow& row) {
     list.push_back(RefTo("parameters", name));
   }
   for (const char* const name : row.m_Query) list.push_back(RefTo("parameters", name));
+  for (const char* const name : HeadersOf(row)) list.push_back(RefTo("parameters", name));
   return list;
 }
 
@@ -65,6 +67,14 @@ Json ProblemsJson(const std::vector<ProblemRow>& problems) {
   return list;
 }
 
+// Returns the description of the headers that every response has, and of the given ones.
+Json HeadersJson(const std::vector<const char*>& headers) {
+  Json json = Json::object();
+  for (const char* const name : headers) json[name] = RefTo("headers", name);
+  for (const char* const name : Http::CommonHeaderNames()) json[name] = RefTo("headers", name);
+  return json;
+}
+
 // Adds one response per status, which lists all problems with that status.
 void AddProblems(Json& responses, const std::vector<ProblemRow>& problems) {
   for (const ProblemRow& row : problems) {
@@ -72,6 +82,7 @@ void AddProblems(Json& responses, const std::vector<ProblemRow>& problems) {
     const std::string line = fmt::format("`{}`: {}", row.m_Id, row.m_Meaning);
     if (response.is_null()) {
       response = {{"description", line},
+                  {"headers", HeadersJson({})},
                   {"content", ContentOf("application/problem+json", "Problem")}};
     } else {
       response["description"] = response["description"].get<std::string>() + "\n\n" + line;
@@ -84,10 +95,11 @@ Json ResponsesOf(const ApiRow& row) {
   for (const ResponseRow& each : row.m_Responses) {
     Json& response = responses[std::to_string(each.m_Status)];
     response["description"] = each.m_Meaning;
+    response["headers"] = HeadersJson(each.m_Headers);
     if (each.m_MediaType == nullptr) continue;
     response["content"] = ContentOf(each.m_MediaType, each.m_Schema);
   }
-  AddProblems(responses, row.m_Problems);
+  AddProblems(responses, ProblemsOf(row));
   responses["default"] = RefTo("responses", "Common");
   return responses;
 }
@@ -101,7 +113,7 @@ Json OperationJson(const ApiRow& row) {
     operation["requestBody"] = {{"required", true}, {"content", ContentOf(kJsonType, row.m_Body)}};
   }
   operation["responses"] = ResponsesOf(row);
-  operation["x-problems"] = ProblemsJson(row.m_Problems);
+  operation["x-problems"] = ProblemsJson(ProblemsOf(row));
   return operation;
 }
 
@@ -115,7 +127,9 @@ Json ComponentParameters() {
   Json parameters = Json::object();
   for (const auto& [name, parameter] : Parameters().items()) {
     parameters[name] = {{"name", name}, {"in", parameter.at("in")}};
-    if (parameter.at("in") == "path") parameters[name]["required"] = true;
+    if (parameter.at("in") == "path" || parameter.value("required", false)) {
+      parameters[name]["required"] = true;
+    }
     for (const char* const key : {"description", "schema", "example"}) {
       if (parameter.contains(key)) parameters[name][key] = parameter.at(key);
     }
@@ -146,6 +160,7 @@ Json CommonResponse() {
     description += fmt::format("\n\n{} `{}`: {}", row.m_Status, row.m_Id, row.m_Meaning);
   }
   return {{"description", description},
+          {"headers", HeadersJson({"Allow"})},
           {"content", ContentOf("application/problem+json", "Problem")},
           {"x-problems", ProblemsJson(CommonProblems())}};
 }
@@ -160,6 +175,7 @@ Json OpenApiDocument() {
       {"paths", PathsJson()},
       {"components",
        {{"parameters", ComponentParameters()},
+        {"headers", ResponseHeaders()},
         {"responses", {{"Common", CommonResponse()}}},
         {"schemas", ComponentSchemas()}}}};
 }

@@ -43,9 +43,4 @@ std::optional<std::int64_t> ParseEventId(const std::string& text) {
   return isSigned ? std::nullopt : number;
 }
 
-bool IsIdempotencyKey(const std::string& text) {
-  constexpr std::size_t kMax = 255;
-  return !text.empty() && text.size() <= kMax;
-}
-
 }  // namespace Service

@@ -23,8 +23,4 @@ HistoryQuery QueryOf(const Http::Request& request, const HistoryField& field, st
 // Parses the header Last-Event-ID. Returns empty if it is not the number of an event, or 0.
 std::optional<std::int64_t> ParseEventId(const std::string& text);
 
-// Whether an Idempotency-Key has 1 to 255 bytes. A client that sends an empty key by mistake would
-// get the response to another request.
-bool IsIdempotencyKey(const std::string& text);
-
 }  // namespace Service

@@ -1,41 +1,66 @@
 // Responses for clients that repeat a request because they have not received its response.
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
-#include <set>
 #include <string>
+#include <vector>
 
 #include "base/Mutex.h"
-#include "service/http/Message.h"
+#include "service/http/Route.h"
 
 namespace Service {
 
-// Keeps the newest thousand responses. Thread-safe.
+// Keeps the newest thousand responses, for a day and in at most 4 MiB. Thread-safe.
 class ReplayCache {
  public:
-  // Returns the response of `answer` for a new key, the first response for a known key, or a 422 if
-  // the key was used with another `content`. Keeps only successful responses. Two requests with
-  // the same new key do not both run: one waits for the other. `answer` must not call the cache.
-  Http::Response Answer(const std::string& key, const std::string& content,
-                        const std::function<Http::Response()>& answer);
+  using Clock = std::chrono::steady_clock;
+
+  explicit ReplayCache(std::function<Clock::time_point()> now = &Clock::now)
+      : m_Now(std::move(now)) {}
+  ReplayCache(const ReplayCache&) = delete;
+  ReplayCache& operator=(const ReplayCache&) = delete;
+
+  // Returns the reply of `answer` for a new key, the first response for a known key, or a 422 if
+  // the key was used with another `content`. If the first response is not complete, a repeated
+  // request waits for it. Keeps only successful responses, also of clients that have disconnected.
+  //
+  // `answer` must not block, and returns a response or a promise, which must be completed before
+  // the cache is destroyed. Throws what `answer` throws.
+  Http::Reply Answer(const std::string& key, const std::string& content,
+                     const std::function<Http::Reply()>& answer);
 
  private:
-  class Claim;
   struct Entry {
+    // Returns the approximate size in bytes.
+    std::size_t Size() const;
+
     std::string m_Key;
     std::string m_Content;
-    Http::Response m_Response;
+    Clock::time_point m_Begun;
+    std::optional<Http::Response> m_Response;  // empty until it is complete
+    std::vector<Http::Responder> m_Waiting;    // for the response
+    // The promise of the request that makes the change. Null until it is known.
+    std::shared_ptr<const Http::PendingResponse> m_pFirst;
   };
+  using EntryPtr = std::shared_ptr<Entry>;
 
-  std::optional<Http::Response> FindOrClaim(const std::string& key, const std::string& content);
-  void Keep(const Entry& entry);
+  std::optional<Http::Reply> Begin(const EntryPtr& entry);
+  Http::Reply CompleteLater(const EntryPtr& entry, const Http::ResponsePromise& first);
+  static Http::ResponsePromise Defer(Entry& entry);
+  EntryPtr Find(const std::string& key) const HOST_REQUIRES(m_Lock);
+  void Remove(const EntryPtr& entry) HOST_REQUIRES(m_Lock);
+  void RemoveOld() HOST_REQUIRES(m_Lock);
+  void Complete(const EntryPtr& entry, const Http::Response& response);
 
-  Base::Mutex m_Lock;  // not held while `answer` runs
-  Base::ConditionVariable m_Changed;
-  std::set<std::string> m_Claimed HOST_GUARDED_BY(m_Lock);  // keys of requests that are running
-  std::deque<Entry> m_Entries HOST_GUARDED_BY(m_Lock);      // oldest first
+  const std::function<Clock::time_point()> m_Now;
+
+  Base::Mutex m_Lock;                                      // also guards the entries
+  std::deque<EntryPtr> m_Entries HOST_GUARDED_BY(m_Lock);  // oldest first
+  std::size_t m_Bytes HOST_GUARDED_BY(m_Lock) = 0;         // of complete entries
 };
 
 }  // namespace Service

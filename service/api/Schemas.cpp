@@ -66,6 +66,10 @@ const OrderedJson& Parameters() {
   return ApiTexts().at("parameters");
 }
 
+const OrderedJson& ResponseHeaders() {
+  return ApiTexts().at("headers");
+}
+
 const OrderedJson& DocumentSchema() {
   static const OrderedJson schema = OrderedJson::parse(kDocumentSchema);
   return schema;

@@ -10,8 +10,12 @@ namespace Service {
 // Returns the schemas of bodies and responses by name, with descriptions.
 const nlohmann::ordered_json& Schemas();
 
-// Returns the parameters of paths and queries by name, each with "schema" and "description".
+// Returns the parameters of paths, queries and headers by name, each with "schema" and
+// "description".
 const nlohmann::ordered_json& Parameters();
+
+// Returns the headers of responses by name, each with "schema" and "description".
+const nlohmann::ordered_json& ResponseHeaders();
 
 // Returns the schema of the console's JSON documents.
 const nlohmann::ordered_json& DocumentSchema();
@@ -21,7 +25,7 @@ const nlohmann::ordered_json& DocumentSchema();
 std::optional<std::string> ValidationError(const nlohmann::json& document,
                                            const std::string& schema);
 
-// Like `ValidationError`, for the value of a query parameter.
+// Like `ValidationError`, for the value of a parameter.
 std::optional<std::string> ParameterError(const std::string& name, const std::string& text);
 
 }  // namespace Service

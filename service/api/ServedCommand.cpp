@@ -61,14 +61,16 @@ std::string RunCommand(const Console::CommandTable& commands,
 
 std::string RunOnSnapshot(const Console::CommandTable& commands,
                           const std::vector<std::string>& arguments,
-                          const Console::ResultStream& stream, const SnapshotPtr& snapshot) {
+                          const Console::ResultStream& stream, const SnapshotPtr& snapshot,
+                          Console::EventSource* events) {
   Diagnostics diagnostics(Console::Verbosity::Silent);
   if (!snapshot->m_Plugin.m_IsUp) {
     diagnostics.Note("STALE", "the plug-in is not running: " + snapshot->m_Plugin.m_Reason +
                                   "; values are from its last report");
   }
   NoteUnreadCards(*snapshot, diagnostics);
-  const auto open = [&snapshot](const Console::SessionRequest&) {
+  const auto open = [&snapshot, events](const Console::SessionRequest& request) {
+    request.m_EventLog.ReadFrom(events);
     return std::make_unique<SnapshotSession>(snapshot);
   };
   return Run(commands, arguments, stream, open, diagnostics);

@@ -18,10 +18,11 @@ std::string RunCommand(const Console::CommandTable& commands,
                        const std::vector<std::string>& arguments,
                        const Console::ResultStream& stream, const Console::SessionFactory& open);
 
-// Like `RunCommand`, with a session that reads the snapshot. The document contains a message if the
-// plug-in is not running.
+// Like `RunCommand`, with a session that reads the snapshot, and with the events of `events`, or of
+// the database if it is null. The document contains a message if the plug-in is not running.
 std::string RunOnSnapshot(const Console::CommandTable& commands,
                           const std::vector<std::string>& arguments,
-                          const Console::ResultStream& stream, const SnapshotPtr& snapshot);
+                          const Console::ResultStream& stream, const SnapshotPtr& snapshot,
+                          Console::EventSource* events = nullptr);
 
 }  // namespace Service

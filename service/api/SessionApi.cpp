@@ -174,7 +174,7 @@ Response ReadRows(const ApiContext& api, const std::string& table) {
   const auto reply = api.m_Collector.ReadRows(table, Console::Deadline(api.m_CallTimeout));
   if (!reply) return NoReplyProblem(api, "");
   if (reply->contains("error")) {
-    return MakeProblem(500, "DATABASE_UNUSABLE", reply->at("error").get<std::string>());
+    return MakeProblem(500, "DATABASE_FAILED", reply->at("error").get<std::string>());
   }
   return Http::MakeResponse(200, kJsonType, JsonText(reply->at("rows")));
 }

@@ -185,10 +185,21 @@ Refusal CheckMediaType(RuleContext& context) {
                      hasEncoding ? "Send the body without Content-Encoding." : "");
 }
 
+// Removes the headers that only the server uses, and those that the route does not honor.
+Refusal RemoveHeaders(RuleContext& context) {
+  StringMap& headers = context.m_Admission.m_Request.m_Headers;
+  for (auto each = headers.begin(); each != headers.end();) {
+    const bool isHonored = Contains(context.m_Admission.m_Route->m_Headers, each->first);
+    each = isHonored ? std::next(each) : headers.erase(each);
+  }
+  return std::nullopt;
+}
+
 // The rules in the order in which they are checked. Each may rely on the rules before it.
 constexpr Refusal (*kRules[])(RuleContext&) = {
-    CheckHeaderSize, CheckNul,        ReadHeaders, CheckHost,     CheckOrigin,   CheckReadOnly,
-    FindRoute,       CheckPermission, ReadQuery,   CheckBodyRule, CheckBodySize, CheckMediaType};
+    CheckHeaderSize, CheckNul,       ReadHeaders,     CheckHost, CheckOrigin,
+    CheckReadOnly,   FindRoute,      CheckPermission, ReadQuery, CheckBodyRule,
+    CheckBodySize,   CheckMediaType, RemoveHeaders};
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "service/http/PeerOf.h"
@@ -59,11 +60,15 @@ void Connections::Close(const EntryPtr& entry) {
   if (address != m_Addresses.end() && --address->second == 0) m_Addresses.erase(address);
 }
 
-void Connections::SetTimeout(const EntryPtr& entry,
-                             std::optional<std::chrono::milliseconds> timeout) {
+void Connections::SetTimeout(const EntryPtr& entry, std::chrono::milliseconds timeout) {
+  const Base::MutexLock lock(m_Lock);
+  entry->m_Deadline = Clock::now() + timeout;
+}
+
+void Connections::BeginRequest(const EntryPtr& entry) {
   const Base::MutexLock lock(m_Lock);
   entry->m_Deadline.reset();
-  if (timeout) entry->m_Deadline = Clock::now() + *timeout;
+  entry->m_HasRequest = true;
 }
 
 bool Connections::BeginWait(const EntryPtr& entry, std::shared_ptr<UnfinishedResponse> unfinished,
@@ -77,10 +82,12 @@ bool Connections::BeginWait(const EntryPtr& entry, std::shared_ptr<UnfinishedRes
   return true;
 }
 
-void Connections::EndWait(const EntryPtr& entry) {
+void Connections::EndRequest(const EntryPtr& entry) {
   const Base::MutexLock lock(m_Lock);
   if (std::exchange(entry->m_IsStream, false)) --m_Streams[entry->m_Peer.m_IsTcp];
   entry->m_Unfinished.reset();
+  entry->m_HasRequest = false;
+  if (m_IsStopping) m_Changed.NotifyAll();
 }
 
 void Connections::Stop() {
@@ -93,6 +100,14 @@ void Connections::Stop() {
     }
   }
   for (const auto& each : aborted) each->Abort();
+  const auto end = Clock::now() + std::chrono::seconds(1);
+  Base::MutexLock lock(m_Lock);
+  while (HasRequests() && Clock::now() < end) m_Changed.WaitUntil(lock, end);
+}
+
+bool Connections::HasRequests() const {
+  return std::any_of(m_Entries.begin(), m_Entries.end(),
+                     [](const EntryPtr& entry) { return entry->m_HasRequest; });
 }
 
 // libmicrohttpd's own timeout is insufficient: it covers only inactivity, so a client that sends

@@ -35,22 +35,27 @@ class Connections {
   EntryPtr Open(int socket);
   void Close(const EntryPtr& entry);
 
-  // Replaces the time after which the connection is shut down. Empty: no limit.
-  void SetTimeout(const EntryPtr& entry, std::optional<std::chrono::milliseconds> timeout);
+  // Replaces the time after which the connection is shut down.
+  void SetTimeout(const EntryPtr& entry, std::chrono::milliseconds timeout);
+  // Call when a request is complete. Removes the time limit, because the server's own work is not
+  // limited.
+  void BeginRequest(const EntryPtr& entry);
   // Registers the response for which the request waits. It is aborted if the client disconnects or
   // the server stops. Returns false if the server is stopping or too many streams are open.
   bool BeginWait(const EntryPtr& entry, std::shared_ptr<UnfinishedResponse> unfinished,
                  bool isStream);
-  // Unregisters the response that `BeginWait` registered, if any.
-  void EndWait(const EntryPtr& entry);
+  // Call when a request has ended. Unregisters the response that `BeginWait` registered, if any.
+  void EndRequest(const EntryPtr& entry);
 
-  // Aborts all registered responses. Afterwards `BeginWait` returns false.
+  // Aborts all registered responses, and gives the clients of all complete requests up to a second
+  // to receive their responses. Afterwards `BeginWait` returns false.
   void Stop();
 
  private:
   using Clock = std::chrono::steady_clock;
   using Responses = std::vector<std::shared_ptr<UnfinishedResponse>>;
 
+  bool HasRequests() const HOST_REQUIRES(m_Lock);
   bool IsLimitReached(const Peer& peer) const HOST_REQUIRES(m_Lock);
   void Run();
   // The responses for which requests wait.
@@ -81,7 +86,8 @@ struct Connections::Entry {
 
   const int m_Socket;
   const Peer m_Peer;
-  bool m_IsRefused = false;  // set before any other thread sees the entry
+  bool m_IsRefused = false;   // set before any other thread sees the entry
+  bool m_HasRequest = false;  // a complete one that has not ended
   bool m_IsStream = false;
   std::optional<Clock::time_point> m_Deadline;
   std::shared_ptr<UnfinishedResponse> m_Unfinished;

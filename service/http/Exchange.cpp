@@ -36,7 +36,7 @@ Head::Pairs ReadPairs(MHD_Connection* connection, MHD_ValueKind kind) {
 
 void Exchange::End() {
   if (m_Gate != nullptr) m_Gate->Detach();
-  m_Shared.m_Connections.EndWait(m_Entry);
+  m_Shared.m_Connections.EndRequest(m_Entry);
   m_Shared.m_Connections.SetTimeout(m_Entry, m_Shared.m_Settings.m_Limits.m_RequestTimeout);
   if (m_Unfinished != nullptr) m_Unfinished->End();
 }
@@ -92,7 +92,7 @@ void Exchange::AddBody(std::string_view bytes) {
 bool Exchange::Finish() {
   if (m_Pending != nullptr) return AnswerPending();
   if (m_Admission.m_Refusal) return Answer(*m_Admission.m_Refusal);
-  ClearTimeout();
+  m_Shared.m_Connections.BeginRequest(m_Entry);
   return Answer(Handle());
 }
 

@@ -78,8 +78,6 @@ class Exchange {
   bool Answer(const ResponsePromise& promise);
   bool Answer(const std::shared_ptr<Stream>& stream);
   bool AnswerPending();
-  // Removes the deadline, because the server's own work is not limited.
-  void ClearTimeout() { m_Shared.m_Connections.SetTimeout(m_Entry, std::nullopt); }
   bool BeginWait(const std::shared_ptr<UnfinishedResponse>& unfinished, bool isStream);
 
   Shared& m_Shared;

@@ -40,13 +40,13 @@ struct Request {
   Method m_Method = Method::Get;
   StringMap m_Parameters;  // by their names in the route's path
   StringMap m_Query;       // only names that the route allows; "" for a missing value
-  StringMap m_Headers;     // names in lower case; only those that `IsKept` accepts
+  StringMap m_Headers;     // names in lower case; only those that the route honors
   std::string m_Body;      // as received
   Peer m_Peer;
   bool m_MayChange = false;  // the client may use routes with `Access::Change`
 };
 
-// Whether a request's header with this name, in lower case, is passed to handlers.
+// Whether the server or any route may use a request's header with this name, in lower case.
 bool IsKept(std::string_view header);
 
 // A complete response. The server adds "Cache-Control: no-store" and "X-Content-Type-Options:

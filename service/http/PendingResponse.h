@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -13,10 +14,17 @@ namespace Http {
 
 class PendingResponse : public UnfinishedResponse {
  public:
+  using Callback = std::function<void(const Response&)>;
+
+  // Sets a callback that is called once with the response: now if it is set, otherwise on the
+  // thread that sets it. It is not called if the request ends first. Call at most once.
+  void OnComplete(Callback callback);
   // Sets the response, unless one was set before or the request has ended. Thread-safe.
   void Complete(Response response);
   // Sets the response that `CheckTimeout` sends after this time. Call at most once. Thread-safe.
   void SetTimeout(std::chrono::milliseconds timeout, Response response);
+  // Sets the timeout of `other`, if it has one. Call at most once, and instead of `SetTimeout`.
+  void CopyTimeout(const PendingResponse& other);
   bool HasEnded() const;
   // Returns empty until a response is set.
   std::optional<Response> Get() const;
@@ -32,13 +40,14 @@ class PendingResponse : public UnfinishedResponse {
 
   bool HasTimedOut();
 
-  Response m_OnTimeout;  // not changed after `SetTimeout`
+  Response m_OnTimeout;  // not changed after `SetTimeout` and `CopyTimeout`
 
   mutable Base::Mutex m_Lock;
   std::optional<Response> m_Response HOST_GUARDED_BY(m_Lock);
   std::optional<Clock::time_point> m_Deadline HOST_GUARDED_BY(m_Lock);
   std::shared_ptr<Gate> m_Gate HOST_GUARDED_BY(m_Lock);
   bool m_HasTimedOut HOST_GUARDED_BY(m_Lock) = false;
+  Callback m_OnComplete HOST_GUARDED_BY(m_Lock);
   bool m_HasEnded HOST_GUARDED_BY(m_Lock) = false;
 };
 

@@ -30,21 +30,49 @@ bool Responder::HasEnded() const {
   return m_Response->HasEnded();
 }
 
+void PendingResponse::OnComplete(Callback callback) {
+  std::optional<Response> response;
+  {
+    const Base::MutexLock lock(m_Lock);
+    if (!m_Response) {
+      m_OnComplete = std::move(callback);
+      return;
+    }
+    response = m_Response;
+  }
+  callback(*response);
+}
+
 void PendingResponse::Complete(Response response) {
   std::shared_ptr<Gate> gate;
+  Callback callback;
   {
     const Base::MutexLock lock(m_Lock);
     if (m_Response || m_HasEnded) return;
-    m_Response = std::move(response);
+    m_Response = response;
     gate = m_Gate;
+    callback = std::move(m_OnComplete);
   }
   if (gate != nullptr) gate->Wake();
+  if (callback) callback(response);
 }
 
 void PendingResponse::SetTimeout(std::chrono::milliseconds timeout, Response response) {
   const Base::MutexLock lock(m_Lock);
   m_OnTimeout = std::move(response);
   m_Deadline = Clock::now() + timeout;
+}
+
+void PendingResponse::CopyTimeout(const PendingResponse& other) {
+  std::optional<Clock::time_point> deadline;
+  {
+    const Base::MutexLock lock(other.m_Lock);
+    deadline = other.m_Deadline;
+  }
+  if (!deadline) return;
+  const Base::MutexLock lock(m_Lock);
+  m_OnTimeout = other.m_OnTimeout;
+  m_Deadline = deadline;
 }
 
 bool PendingResponse::HasTimedOut() {

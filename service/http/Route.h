@@ -38,6 +38,9 @@ struct Route {
   std::vector<std::string> m_Query = {};  // allowed query parameters, each at most once
   BodyRule m_Body = BodyRule::None;
   std::string m_MediaType = "application/json";  // of the request body
+  // Request headers that the route honors, in lower case. The handler does not get others, and the
+  // server compares entity tags only if "if-none-match" is one of them.
+  std::vector<std::string> m_Headers = {};
 };
 
 }  // namespace Http

@@ -90,6 +90,12 @@ bool IsKnownToClient(const Response& response, const Request& request) {
 
 }  // namespace
 
+std::vector<const char*> CommonHeaderNames() {
+  std::vector<const char*> names;
+  for (const auto& [name, value] : kCommonHeaders) names.push_back(name);
+  return names;
+}
+
 bool Send(MHD_Connection* connection, const Response& response, const Request& request) {
   const bool isKnown = IsKnownToClient(response, request);
   const ResponsePtr prepared = MakeBuffered(isKnown ? nullptr : response.m_Body);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "service/http/Message.h"
 #include "service/http/Stream.h"
@@ -9,6 +10,9 @@
 struct MHD_Connection;
 
 namespace Http {
+
+// Returns the names of the headers that every response has, except those that libmicrohttpd adds.
+std::vector<const char*> CommonHeaderNames();
 
 // Call both functions on the connection's thread. They return false if libmicrohttpd does not
 // accept the response; the connection must then be closed. They throw `std::logic_error` for an

@@ -48,7 +48,7 @@ struct HistoryValue {
 
 // Returns the values in the query's range. If all minutes of an hour are still stored, the hour is
 // returned as minutes. Any other hour that starts in the range is returned as one summary, or as
-// several if the clock was set back. Returns empty if the card is not known.
+// several if the clock was set back. Returns std::nullopt if the card is not known.
 std::optional<std::vector<HistoryValue>> ReadHistoryRange(HostKit::Connection& connection,
                                                           const HistoryQuery& query);
 

@@ -78,7 +78,7 @@ TEST_F(Jobs, TheWaitLastsForTheDurationOfTheJob) {
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(35));
 }
 
-// The result of starting each job in a state of the card.
+// The expected result of starting each kind of job in a given card state.
 struct Rule {
   const char* state;
   const char* attach;
@@ -103,7 +103,7 @@ const Rule kRules[] = {
 
 class StateRules : public Jobs, public ::testing::WithParamInterface<Rule> {};
 
-TEST_P(StateRules, DecideWhichJobStarts) {
+TEST_P(StateRules, DecideWhichJobsCanStart) {
   SetState(GetParam().state);
   EXPECT_EQ(GetParam().attach, Start(CreateAttachJob()));
   SetState(GetParam().state);
@@ -125,7 +125,7 @@ TEST_F(Jobs, ACardInUseRequiresForceToDetach) {
   EXPECT_EQ("0", State());
 }
 
-TEST_F(Jobs, AreStartedAndWaitedForOnce) {
+TEST_F(Jobs, CanBeStartedAndWaitedForOnlyOnce) {
   void* job = CreateDetachJob();
   EXPECT_EQ("no job is running", Wait(job));
   EXPECT_EQ("started", Start(job));

@@ -22,10 +22,11 @@ set(THROUGH_SERVICE
 
 # The suites that only run directly, and the reasons.
 set(NOT_THROUGH_SERVICE
+  "api|tests the service itself"
   "browser|tests the service itself"
   "client|compares runs with and without a service"
   "completion|client.bats completes with a service"
-  "envelope|conformance.py and the suites above check the documents of a service"
+  "envelope|api and the suites above check the documents of a service"
   "explain|needs no plug-in"
   "flood|tests the service itself"
   "help|needs no plug-in"

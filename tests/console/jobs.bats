@@ -98,7 +98,8 @@ S300/operations/locate|{}|404|NO_SUCH_OBJECT
 S100/drives/0/operations/attach|{}|404|NO_SUCH_OPERATION
 S100/drives/0/operations/offline|{}|409|NOT_CONFIRMED
 S100/drives/0/format|{"capacity": "80"}|409|NOT_CONFIRMED
-S100/drives/0/format|{"confirm": "S200", "capacity": "80"}|409|NOT_CONFIRMED
+S100/drives/0/format|{"confirm": "", "capacity": "80"}|409|NOT_CONFIRMED
+S100/drives/0/format|{"confirm": "S200", "capacity": "80"}|409|WRONG_SERIAL
 S100/drives/0/format|{"confirm": true}|400|BODY_INVALID
 S100/drives/0/format|{"confirm": "S100", "sector_size": 0}|400|BODY_INVALID
 S100/drives/0/format|{"confirm": "S100", "sector_size": 4294967296}|400|BODY_INVALID

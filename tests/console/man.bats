@@ -65,7 +65,7 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
 @test "the cardsim man page lists exactly the commands in the help" {
   local help
   help=$(cardsim --help | sed -n '/^Commands/,$p' | sed -n 's/^  \([a-z-]*\)  .*/\1/p')
-  [ "$(wc -l <<<"$help")" -eq 12 ]
+  [ "$(wc -l <<<"$help")" -eq 13 ]
   same "$help" "$(terms cardsim COMMANDS | awk '{print $1}')"
 }
 
@@ -111,7 +111,7 @@ ExecReload=/bin/kill -HUP \$MAINPID|systemctl reload corvane looks up the groups
 WatchdogSec=30|The watchdog restarts the service
 ProtectSystem=strict|The whole file system is read-only, except /var/lib/corvane
 StateDirectory=corvane|except /var/lib/corvane for the database
-ReadWritePaths=-/etc/corvane|and /etc/corvane for Corvane.ini
+ReadWritePaths=-/etc/corvane|/etc/corvane for Corvane.ini
 ReadOnlyPaths=-/etc/corvane/events.d|/etc/corvane/events.d is read-only
 DeviceAllow=char-fct* rw|The rule for char-fct*
 CapabilityBoundingSet=CAP_SYS_ADMIN|CAP_SYS_ADMIN is the only capability

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Runs every command that loads a plug-in with plug-ins that hang or cannot start threads.
+"""Runs every command that loads a plug-in, using plug-ins that hang or cannot start threads.
 
 stuck.py timeout    each command exits with the exit code for a timeout
 stuck.py signal     each command exits after one SIGINT
@@ -51,7 +51,8 @@ STARTUP_HANGS = ["hang in createIf", "hang", "hang in SetAdapterIDs"]
 # Commands that do not read the objects, so they never reach "hang1", the first GetTopology.
 READ_NO_OBJECTS = {"plugin", "rows"}
 
-# More command lines that must time out, and the test plug-in's case: mostly hangs after startup.
+# More command lines that must time out, each with a case of the test plug-in. Most of these cases
+# hang after startup.
 MORE_TIMEOUTS = [
     ("events --for 1s", "hang2"),
     ("watch --for 1s", "hang2"),

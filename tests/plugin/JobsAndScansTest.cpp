@@ -153,7 +153,7 @@ TEST_F(JobsAndScans, ACardWithoutAStateIsNotShownAsDetaching) {
 struct LostSlot {
   const char* name;
   std::uint32_t operation;
-  const char* state;  // of the first card: the final state of its job
+  const char* state;  // of the first card before its job, which is already the state after it
   const char* other;  // of the second card, before its job
   const char* shown;
 };

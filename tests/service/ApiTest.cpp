@@ -57,12 +57,25 @@ class Api : public CorvaneTest::CollectorFixture {
 
   Service::ApiContext Context() {
     Service::ApiContext api{
-        Console::AllCommands(), m_Stream,  m_Store,   *m_pCollector, m_Feed,   m_Jobs,
+        Console::AllCommands(), m_Stream,  m_Store,   *m_pCollector, m_Feed,   m_Summary, m_Jobs,
         m_SessionJobs,          m_Replays, m_Threads, m_State,       m_Metrics};
     api.m_RefreshTimeout = milliseconds(20);
     api.m_CallTimeout = m_CallTimeout;
     api.m_DatabaseTimeout = m_DatabaseTimeout;
     return api;
+  }
+
+  // Returns the response of the route's handler. Fails the test and returns a response with status
+  // 0 if it is deferred.
+  Http::Response ImmediateResponse(const char* path) {
+    const Service::ApiContext api = Context();
+    for (const Http::Route& route : Service::ApiRoutes(api)) {
+      if (route.m_Method != Http::Method::Get || route.m_Path != path) continue;
+      const Http::Reply reply = route.m_Handler({});
+      if (const auto* const response = std::get_if<Http::Response>(&reply)) return *response;
+    }
+    ADD_FAILURE() << path << " did not respond at once";
+    return Http::MakeResponse(0, "", "{}");
   }
 
   // Calls the route's handler and waits for its deferred response. Fails the test and returns a
@@ -103,13 +116,14 @@ class Api : public CorvaneTest::CollectorFixture {
     return settings;
   }
 
-  Body Metrics() { return DeferredResponse(Http::Method::Get, "/metrics", {}).m_Body; }
+  Body Metrics() { return ImmediateResponse("/metrics").m_Body; }
 
   milliseconds m_CallTimeout{20};
   milliseconds m_DatabaseTimeout{CorvaneTest::kTimeout};
   pid_t m_Process = 0;
   const Console::ResultStream m_Stream{true};  // true: redirects test output to standard error
   Service::EventFeed m_Feed{m_Store};
+  Service::EventSummary m_Summary;
   Service::JobTable m_Jobs;
   Service::SessionJobs m_SessionJobs{m_Jobs};
   Service::ReplayCache m_Replays;
@@ -151,6 +165,25 @@ TEST_F(Api, TimesOutAndReplacesThePluginIfAChangeHangs) {
   }
   EXPECT_EQ("504 TIMED_OUT", response);
   AwaitUpAfter(m_Store.Get()->m_Plugin.m_Starts);
+}
+
+// The key of another user neither returns that user's response nor is refused.
+TEST_F(Api, KeepsTheKeysOfUsersApart) {
+  m_Host.AddCard();
+  Start(Settings());
+  AwaitUpAfter(0);
+  m_CallTimeout = CorvaneTest::kTimeout;
+  const auto change = [this](uid_t user, const char* interval) {
+    Http::Request request;
+    request.m_Peer.m_User = user;
+    request.m_Headers["idempotency-key"] = "a";
+    request.m_Body = std::string(R"({"poll_interval": )") + interval + "}";
+    const Http::Response response = DeferredResponse(Http::Method::Patch, "/v1/plugin", request);
+    const auto result = nlohmann::json::parse(*response.m_Body)["result"];
+    return std::to_string(response.m_Status) + " " + result["after"].dump();
+  };
+  EXPECT_EQ("200 30", change(1000, "30"));
+  EXPECT_EQ("200 40", change(1001, "40"));
 }
 
 // The database is not read for a client that has disconnected while its request was queued.
@@ -230,15 +263,17 @@ TEST_F(Api, RendersTheMetricsOfASnapshotOnce) {
 }
 
 // The counts do not wait for a snapshot.
-TEST_F(Api, CountsAnEventInTheMetricsAsSoonAsItIsLogged) {
+TEST_F(Api, CountsAnEventInTheMetricsAsSoonAsTheSummaryHasIt) {
   m_Host.AddCard();
   Start(LongIntervals());
   AwaitObjects(3);
   HostKit::LoggedEvent event{};
   event.m_EventID = 10967;
   HostKit::AppendEvents({event});
+  m_Summary.Update();
   const std::string before = CountIn(*Metrics(), "10967");
   HostKit::AppendEvents({event});
+  m_Summary.Update();
   EXPECT_EQ(std::to_string(std::stoi(before) + 1), CountIn(*Metrics(), "10967"));
 }
 

@@ -31,7 +31,7 @@ class EventAnnouncerFixture : public testing::Test {
     HostKit::ReopenDatabase();
     m_pFeed = std::make_unique<Service::EventFeed>(m_Store);
     m_pAnnouncer = std::make_unique<Service::EventAnnouncer>(
-        m_State, *m_pFeed, nullptr, [this](const HostKit::LoggedEvent& event) {
+        m_State, *m_pFeed, m_Summary, nullptr, [this](const HostKit::LoggedEvent& event) {
           const std::lock_guard<std::mutex> lock(m_Lock);
           m_Journal.push_back(event.m_EventID);
         });
@@ -52,6 +52,7 @@ class EventAnnouncerFixture : public testing::Test {
   ScopedVariable m_Database{"CORVANE_DATABASE", (m_Directory.Path() / "log.db").string()};
   Service::SnapshotStore m_Store;
   std::unique_ptr<Service::EventFeed> m_pFeed;
+  Service::EventSummary m_Summary;
   std::mutex m_Lock;
   std::vector<std::uint32_t> m_Journal;
   StateThread m_State{[](const std::string& reason) { ADD_FAILURE() << reason; }};

@@ -79,6 +79,7 @@ class EventFeedFixture : public testing::Test {
                            if (after == nullptr) return m_pFeed->Open(std::nullopt);
                            return m_pFeed->Open(std::stoll(*after));
                          }};
+    route.m_Headers = {"last-event-id"};
     Http::Settings open = HttpTest::OpenSettings();
     open.m_Limits.m_ConnectionsPerAddress = 256;
     m_pServer = std::make_unique<HttpTest::TestServer>(std::vector<Http::Route>{route}, open);

@@ -1,7 +1,11 @@
 """The service's OpenAPI document, and checks of responses against it."""
 import json
+import urllib.parse
 
 import jsonschema
+
+# Headers of the transport, which an OpenAPI document does not describe.
+TRANSPORT_HEADERS = {"connection", "content-length", "content-type", "date", "transfer-encoding"}
 
 
 def has_problem(problems, status, problem_id):
@@ -62,6 +66,65 @@ class Document:
             raise ValueError(f"{response.media_type} is not in the document")
         if response.media_type.endswith("json"):
             self.check(json.loads(response.content), described[response.media_type]["schema"])
+
+    def check_headers(self, operation, response):
+        """Checks that the response has exactly the headers that the document describes for it."""
+        responses = operation["responses"] if operation else {}
+        described = self.resolved(responses.get(str(response.status))
+                                  or {"$ref": "#/components/responses/Common"})
+        expected = {name.lower(): self.resolved(header)
+                    for name, header in described["headers"].items()}
+        if response.status != 405:
+            expected.pop("allow", None)  # described for all problems, but sent only with this one
+        sent = {name: value for name, value in response.headers.items()
+                if name not in TRANSPORT_HEADERS}
+        if set(sent) != set(expected):
+            raise ValueError(f"headers {sorted(sent)} instead of {sorted(expected)}")
+        for name, value in sent.items():
+            self.check(value, expected[name]["schema"])
+
+    def request_error(self, operation, path, body, headers):
+        """Returns why the document does not allow the request, or None. `body` is text."""
+        try:
+            self.check_parameters(operation, path, headers)
+            self.check_body(operation, body, headers)
+        except (ValueError, jsonschema.ValidationError) as error:
+            return str(error).splitlines()[0]
+        return None
+
+    def check_parameters(self, operation, path, headers):
+        parameters = [self.resolved(each) for each in operation["parameters"]]
+        known = {(each["in"], each["name"].lower()): each for each in parameters}
+        pairs = urllib.parse.parse_qsl(path.partition("?")[2], keep_blank_values=True,
+                                       errors="strict")
+        sent = [("query", name, value) for name, value in pairs]
+        names = {each["name"].lower() for each in self.content["components"]["parameters"].values()
+                 if each["in"] == "header"}
+        sent += [("header", name.lower(), value) for name, value in headers.items()
+                 if name.lower() in names]
+        places = [each[:2] for each in sent]
+        if len(set(places)) < len(places):
+            raise ValueError("a parameter is repeated")
+        for place, name, value in sent:
+            if (place, name) not in known:
+                raise ValueError(f"{place} parameter {name} is not in the document")
+            schema = known[(place, name)]["schema"]
+            is_number = schema.get("type") == "integer" and value.lstrip("-").isdigit()
+            self.check(int(value) if is_number else value, schema)
+        for (place, name), each in known.items():
+            if each.get("required") and place != "path" and (place, name) not in places:
+                raise ValueError(f"{place} parameter {name} is missing")
+
+    def check_body(self, operation, body, headers):
+        described = operation.get("requestBody")
+        if (body is not None) != (described is not None):
+            raise ValueError("a body is missing or not allowed")
+        if described is None:
+            return
+        media_type = headers.get("Content-Type", "application/json")
+        if media_type not in described["content"]:
+            raise ValueError(f"{media_type} is not in the document")
+        self.check(json.loads(body), described["content"][media_type]["schema"])
 
     def check_problem(self, operation, response):
         """Checks that the document allows this problem for the operation or for any request.

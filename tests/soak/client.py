@@ -7,7 +7,8 @@ import socket
 PROBLEM = "application/problem+json"
 TIMEOUT = 120  # per request, in seconds
 
-Response = collections.namedtuple("Response", "status media_type content")
+# The headers are a dictionary with names in lower case.
+Response = collections.namedtuple("Response", "status media_type content headers", defaults=[None])
 
 
 class Connection(http.client.HTTPConnection):
@@ -35,7 +36,8 @@ class Connection(http.client.HTTPConnection):
         media_type = (response.getheader("Content-Type") or "").split(";")[0]
         is_stream = media_type == "text/event-stream"
         content = response.readline() if is_stream else response.read()
-        return Response(response.status, media_type, content.decode())
+        received = {name.lower(): value for name, value in response.getheaders()}
+        return Response(response.status, media_type, content.decode(), received)
 
 
 class Client:

@@ -38,6 +38,7 @@ const CommandRow kCommandRows[] = {
     {"Raise", {"raise", "card0", "TEMPERATURE_ABOVE_WARN"}, true},
     {"Clear", {"clear", "card1", "errors.FLASHBACK"}, true},
     {"Fail", {"fail", "vsl_open", "--code", "12", "--text", "a very long failure text"}, true},
+    {"Hang", {"hang", "vsl_open", "card0", "--ms", "1"}, true},
     {"ClearFailure", {"clear-failure", "vsl_close"}, true},
     {"Sysfs", {"sysfs", "DIRECTORY/sys"}, false},
     {"Play", {"play", "DIRECTORY/scenario.json", "--speed", "1000000"}, true},

@@ -107,7 +107,7 @@ TEST(ConfigFile, TreatsADotInAKeyLiterally) {
   EXPECT_EQ(ReadText(config.Ini()), "Poll.Interval=6\n[Poll]\nInterval=5\n");
 }
 
-TEST(ConfigFile, RejectsValuesThatCannotBeReadBack) {
+TEST(ConfigFile, RejectsKeysAndValuesThatCannotBeReadBack) {
   const ConfigDirectory config;
   WriteText(config.Ini(), "PollInterval=20\n");
   const std::pair<const char*, const char*> invalid[] = {

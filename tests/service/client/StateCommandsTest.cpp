@@ -108,12 +108,12 @@ TEST_F(StateCommand, RejectsUnusableReplies) {
 }
 
 TEST_F(StateCommand, ReportsAnUnusableDatabase) {
-  EXPECT_EQ("1 DATABASE_UNUSABLE",
-            FailureOf(kHistory, ClientTest::Problem(500, "DATABASE_UNUSABLE", "locked")));
+  EXPECT_EQ("1 DATABASE_FAILED",
+            FailureOf(kHistory, ClientTest::Problem(500, "DATABASE_FAILED", "locked")));
 }
 
 TEST_F(StateCommand, SendsEachChangeOnce) {
-  FailureOf(kForget, ClientTest::Problem(500, "DATABASE_UNUSABLE", "locked"));
+  FailureOf(kForget, ClientTest::Problem(500, "DATABASE_FAILED", "locked"));
   int deletes = 0;
   for (const std::string& request : m_Requests) {
     deletes += request == "DELETE /v1/cards/S1" ? 1 : 0;

@@ -28,20 +28,42 @@ Reply Echo(const Request& request) {
   return Text(line + request.m_Body);
 }
 
+constexpr const char* kJson = "application/json";
+
 std::vector<Route> Routes() {
   std::vector<Route> routes = {
       TextRoute("/text", "a text"),
-      {Method::Get, "/cards/{serial}", Access::Anyone, Echo, {"limit", "since"}},
-      {Method::Post, "/cards", Access::Change, Echo, {}, BodyRule::Required},
+      {Method::Get,
+       "/cards/{serial}",
+       Access::Anyone,
+       Echo,
+       {"limit", "since"},
+       BodyRule::None,
+       kJson,
+       {"last-event-id"}},
+      {Method::Post,
+       "/cards",
+       Access::Change,
+       Echo,
+       {},
+       BodyRule::Required,
+       kJson,
+       {"idempotency-key"}},
       {Method::Patch, "/cards", Access::Change, Echo, {}, BodyRule::Required},
       {Method::Delete, "/cards/{serial}", Access::Change,
        [](const Request&) { return MakeResponse(204, "", ""); }},
-      {Method::Get, "/tagged", Access::Anyone,
+      {Method::Get,
+       "/tagged",
+       Access::Anyone,
        [](const Request&) {
          auto response = MakeResponse(200, "text/plain", "tagged");
          response.m_EntityTag = "v7";
          return response;
-       }},
+       },
+       {},
+       BodyRule::None,
+       kJson,
+       {"if-none-match"}},
       {Method::Get, "/throws", Access::Anyone,
        [](const Request&) -> Reply { throw std::runtime_error("a secret"); }},
       {Method::Get, "/throws-a-number", Access::Anyone, [](const Request&) -> Reply { throw 7; }},

@@ -5,26 +5,26 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-static void NeedsACard(const char* function) {
+static void AbortWithoutCard(const char* function) {
   fprintf(stderr, "%s was called without a card\n", function);
   abort();
 }
 
-#define NEEDS_A_CARD(type, name, arguments) \
-  type name arguments {                     \
-    NeedsACard(#name);                      \
-    return (type)0;                         \
+#define NEEDS_A_CARD(type, name, parameters) \
+  type name parameters {                     \
+    AbortWithoutCard(#name);                 \
+    return (type)0;                          \
   }
-#define HANDLE (void* handle, vsl_error_record* error)
+#define HANDLE_PARAMETERS (void* handle, vsl_error_record* error)
 
 #undef OWN_PAIR
-#define OWN_PAIR(type, name)                 \
-  NEEDS_A_CARD(bool, vsl_has_##name, HANDLE) \
-  NEEDS_A_CARD(type, vsl_##name, HANDLE)
+#define OWN_PAIR(type, name)                            \
+  NEEDS_A_CARD(bool, vsl_has_##name, HANDLE_PARAMETERS) \
+  NEEDS_A_CARD(type, vsl_##name, HANDLE_PARAMETERS)
 #undef OWN_FORMAT_PAIR
-#define OWN_FORMAT_PAIR(type, name)                     \
-  NEEDS_A_CARD(bool, vsl_iom_format_has_##name, HANDLE) \
-  NEEDS_A_CARD(type, vsl_iom_format_##name, HANDLE)
+#define OWN_FORMAT_PAIR(type, name)                                \
+  NEEDS_A_CARD(bool, vsl_iom_format_has_##name, HANDLE_PARAMETERS) \
+  NEEDS_A_CARD(type, vsl_iom_format_##name, HANDLE_PARAMETERS)
 
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 
@@ -46,13 +46,13 @@ CODE(vsl_open, void* iom, Error error)
 CODE(vsl_close, void* iom, Error error)
 CODE(vsl_destroy, void** handle, Error error)
 CODE(vsl_adapter_create, void* iom, void** adapter, Error error)
-NEEDS_A_CARD(unsigned short, vsl_pci_device_id, HANDLE)
-NEEDS_A_CARD(unsigned int, vsl_reserve_status, HANDLE)
-NEEDS_A_CARD(bool, vsl_iom_format_has_size_mode, HANDLE)
+NEEDS_A_CARD(unsigned short, vsl_pci_device_id, HANDLE_PARAMETERS)
+NEEDS_A_CARD(unsigned int, vsl_reserve_status, HANDLE_PARAMETERS)
+NEEDS_A_CARD(bool, vsl_iom_format_has_size_mode, HANDLE_PARAMETERS)
 CODE(vsl_set_beacon_state, void* iom, unsigned int state, Error error)
 NEEDS_A_CARD(bool, vsl_vsu_iterate, (void* iom, void** vsu, unsigned int which, Error error))
-NEEDS_A_CARD(unsigned int, vsl_vsu_state, HANDLE)
-NEEDS_A_CARD(bool, vsl_has_vsu_state, HANDLE)
+NEEDS_A_CARD(unsigned int, vsl_vsu_state, HANDLE_PARAMETERS)
+NEEDS_A_CARD(bool, vsl_has_vsu_state, HANDLE_PARAMETERS)
 CODE(vsl_set_vsu_state, void* vsu, unsigned int state, Error error)
 CODE(vsl_iom_attach_create, void* iom, void** job, Error error)
 CODE(vsl_iom_detach_create, void* iom, void** job, Error error)

@@ -11,7 +11,7 @@
 
 namespace {
 
-[[noreturn]] void NeedsACard(const char* function) {
+[[noreturn]] void AbortWithoutCard(const char* function) {
   std::fprintf(stderr, "%s was called without a card\n", function);
   std::abort();
 }
@@ -19,7 +19,7 @@ namespace {
 }  // namespace
 
 #define NEEDS_A_CARD \
-  { NeedsACard(__PRETTY_FUNCTION__); }
+  { AbortWithoutCard(__PRETTY_FUNCTION__); }
 
 namespace PI {
 

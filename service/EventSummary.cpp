@@ -1,0 +1,102 @@
+#include "service/EventSummary.h"
+
+#include <algorithm>
+
+#include "host/Database.h"
+#include "hostkit/database/OwnTables.h"
+
+namespace Service {
+namespace {
+
+using HostKit::EventCount;
+using HostKit::LoggedEvent;
+
+// Older events are dropped, as in the log.
+constexpr std::uint64_t kMaxAge = 20000;
+
+template <class Read>
+void IgnoreDatabaseFailure(Read read) {
+  try {
+    read();
+  } catch (const DBEXCEPTION::DatabaseException&) {
+    // The next update reads what this one could not.
+  }
+}
+
+}  // namespace
+
+// A file that is read-only may have no counts, but its events can still be read.
+void EventSummary::Update() {
+  const Base::MutexLock lock(m_UpdateLock);
+  IgnoreDatabaseFailure([this]() HOST_REQUIRES(m_UpdateLock) { ReadNewEvents(); });
+  IgnoreDatabaseFailure([this]() HOST_REQUIRES(m_UpdateLock) { ReadCounts(); });
+}
+
+// The events of a new database are numbered from 1 again.
+void EventSummary::ReadNewEvents() {
+  const bool isReplaced = HostKit::NewestEventNumber() < m_Last;
+  const auto events =
+      HostKit::ReadEventsAfter(isReplaced ? 0 : m_Last, Console::EventLogClient::kAll);
+  if (isReplaced) m_Last = 0;
+  if (events.empty()) return;
+  m_Last = events.back().m_Number;
+  const Base::MutexLock lock(m_Lock);
+  Add(events);
+}
+
+void EventSummary::Add(const std::vector<LoggedEvent>& events) {
+  for (const LoggedEvent& event : events) {
+    const bool hasSerial = !event.m_SerialNumber.empty();
+    m_Newest[{event.m_EventID, event.m_ObjectType, event.m_SerialNumber,
+              hasSerial ? std::string() : event.m_SourceName}] = {++m_Places, event};
+  }
+  for (auto each = m_Newest.begin(); each != m_Newest.end();) {
+    const bool isOld = m_Places - each->second.m_Place >= kMaxAge;
+    each = isOld ? m_Newest.erase(each) : std::next(each);
+  }
+}
+
+// Counts never decrease, so a lower count comes from a new database.
+void EventSummary::ReadCounts() {
+  Counts counts;
+  for (const EventCount& each : HostKit::CountEvents()) {
+    counts[{each.m_EventID, each.m_Severity}] = each.m_Count;
+  }
+  const Base::MutexLock lock(m_Lock);
+  const bool isReplaced =
+      std::any_of(m_Counts.begin(), m_Counts.end(), [&counts](const auto& known) {
+        const auto found = counts.find(known.first);
+        return found == counts.end() || found->second < known.second;
+      });
+  if (isReplaced) {
+    for (const auto& [kind, count] : m_Counts) m_Earlier[kind] += count;
+  }
+  m_Counts = std::move(counts);
+}
+
+std::vector<LoggedEvent> EventSummary::ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
+  std::vector<Entry> entries;
+  {
+    const Base::MutexLock lock(m_Lock);
+    for (const auto& [kind, entry] : m_Newest) {
+      if (entry.m_Event.m_Time >= sinceMs) entries.push_back(entry);
+    }
+  }
+  std::sort(entries.begin(), entries.end(),
+            [](const Entry& left, const Entry& right) { return left.m_Place < right.m_Place; });
+  const std::size_t skipped = entries.size() - std::min(entries.size(), limit);
+  std::vector<LoggedEvent> events;
+  for (std::size_t i = skipped; i < entries.size(); ++i) events.push_back(entries[i].m_Event);
+  return events;
+}
+
+std::vector<EventCount> EventSummary::CountEvents() {
+  const Base::MutexLock lock(m_Lock);
+  Counts sums = m_Earlier;
+  for (const auto& [kind, count] : m_Counts) sums[kind] += count;
+  std::vector<EventCount> counts;
+  for (const auto& [kind, count] : sums) counts.push_back({kind.first, kind.second, count});
+  return counts;
+}
+
+}  // namespace Service

@@ -1,0 +1,58 @@
+// What status and metrics need from the event log, in memory, so that their responses never wait
+// for the database.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "base/Mutex.h"
+#include "console/plugin/EventLogClient.h"
+
+namespace Service {
+
+// Keeps the number of events of each kind and, for each object, the newest event of each kind. If
+// the log is replaced, keeps what was counted before. Thread-safe.
+class EventSummary : public Console::EventSource {
+ public:
+  // Reads the events that were logged since the last successful call. The writer of events calls
+  // this after logging them; the first call reads the log of earlier runs. Blocks, also while
+  // another call reads. If the log cannot be read, changes nothing.
+  void Update();
+
+  // Returns the newest event of each kind and object, within the limits and in the order of
+  // `HostKit::ReadEvents`. Does not block.
+  std::vector<HostKit::LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) override;
+  // Returns the same as `HostKit::CountEvents`, or more if the log was replaced. Does not block.
+  std::vector<HostKit::EventCount> CountEvents() override;
+
+ private:
+  // Event id, object type, serial number, and name of an object without a serial number.
+  using Kind = std::tuple<std::uint32_t, std::uint32_t, std::string, std::string>;
+  using Counts = std::map<std::pair<std::uint32_t, std::uint32_t>, std::uint64_t>;
+
+  // An event, and its place in the order in which events were read.
+  struct Entry {
+    std::uint64_t m_Place;
+    HostKit::LoggedEvent m_Event;
+  };
+
+  void ReadNewEvents() HOST_REQUIRES(m_UpdateLock);
+  void ReadCounts() HOST_REQUIRES(m_UpdateLock);
+  void Add(const std::vector<HostKit::LoggedEvent>& events) HOST_REQUIRES(m_Lock);
+
+  Base::Mutex m_UpdateLock;  // held while the database is read; taken before `m_Lock`
+  std::int64_t m_Last HOST_GUARDED_BY(m_UpdateLock) = 0;  // number of the newest event read
+
+  Base::Mutex m_Lock;
+  std::map<Kind, Entry> m_Newest HOST_GUARDED_BY(m_Lock);
+  std::uint64_t m_Places HOST_GUARDED_BY(m_Lock) = 0;  // number of events read
+  Counts m_Counts HOST_GUARDED_BY(m_Lock);             // in the current log
+  Counts m_Earlier HOST_GUARDED_BY(m_Lock);            // in the logs that it replaced
+};
+
+}  // namespace Service
