@@ -32,7 +32,10 @@ FROM_SNAPSHOT = ("/healthz", "/v1/cards", "/v1/cards/S0", "/v1/cards/S1/drives/0
 OTHERS = ("/readyz", "/metrics", "/v1/status", "/v1/events", "/v1/known-cards",
           "/v1/acknowledgments", "/v1/session/events", "/v1/session/event-counts",
           "/v1/cards/S0/history?field=temperature_celsius")
+LED_TIMEOUT = 60  # for an LED to be switched on again after the service has recovered
 NO_MORE = 3  # descriptor limit at which no file can be opened; open descriptors remain usable
+# Faults that restart the service, which switches off the locate LEDs.
+RESTARTING = ("locked_at_start",)
 DETACH = 0  # a position in changes.ALTERNATIONS
 
 
@@ -46,11 +49,15 @@ class FaultRun:
         self.changes.prepare()
         self.document = None
         self.reads = 0
+        self.led_is_on = False  # of card0, switched on before the fault
 
-    def start(self):
+    def start(self, keeps_leds):
         self.machine.start()
         self.changes.await_start()
         self.document = api_document.Document(self.machine.client)
+        if keeps_leds:
+            self.led_is_on = run_job(self, "S0", "locate") == "SUCCEEDED"
+            eventually("the locate LED is on", lambda: led(self, 0) == "true")
 
     def read_all(self, exchange=None, accepted=()):
         """Reads all resources and checks the responses. Reads from the snapshot may return only the
@@ -100,7 +107,10 @@ class FaultRun:
         self.check_leds()
 
     def check_leds(self):
-        """Compares the locate LEDs that the service reports with those of the simulator."""
+        """Compares the locate LEDs that the service reports with those of the simulator. An LED
+        that was on before the fault is still on."""
+        if self.led_is_on:
+            eventually("the locate LED is on again", lambda: led(self, 0) == "true", LED_TIMEOUT)
         for card in range(changes.CARDS):
             path = f"/v1/cards/S{card}/operations/locate"
             document = json.loads(self.machine.client.send("POST", path, '{"dry_run": true}').content)
@@ -435,7 +445,7 @@ def run_fault(name, build, seconds):
         if name == "shifted_clock":
             shift_clock(machine, build)
         run = FaultRun(machine, seconds)
-        run.start()
+        run.start(name not in RESTARTING)
         FAULTS[name](run)
         run.recover()
         return f"{run.reads} reads, {len(run.changes.expected)} events"
