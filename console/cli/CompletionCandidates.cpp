@@ -103,7 +103,8 @@ Model Line::Objects() const {
   try {
     ParseCommandLine(words, options);
   } catch (const Failure&) {
-    // The options parsed before the error are sufficient.
+    // An unknown option is reported after all options have been stored. After other errors, some
+    // options keep their defaults.
   }
   options.m_Database = ":memory:";
   options.m_Trace.reset();
@@ -138,7 +139,8 @@ Candidates Drives(const Line& line) {
   return ObjectsWhere(line, [](const Object& object) { return object.m_Kind == Kind::Drive; });
 }
 
-// Returns empty if the argument is missing or the object does not exist.
+// Returns empty if the argument is missing or does not name exactly one object, or if the objects
+// cannot be read.
 std::optional<Object> ObjectOf(const Line& line, std::size_t argument) {
   if (line.m_Arguments.size() <= argument) return std::nullopt;
   try {

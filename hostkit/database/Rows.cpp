@@ -38,8 +38,8 @@ std::vector<RowColumn> ColumnsOf() {
   return columns;
 }
 
-// In the order of `RowKind` and of `RowTables`, whose first call fills the field maps.
 using ColumnsFunction = std::vector<RowColumn> (*)();
+// In the order of `RowKind` and `RowTables`. Call `RowTables` first: it fills the field maps.
 constexpr ColumnsFunction kColumns[] = {ColumnsOf<RaidDataModels::Adapter>,
                                         ColumnsOf<RaidDataModels::PD>,
                                         ColumnsOf<RaidDataModels::Plugin>};

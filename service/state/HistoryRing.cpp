@@ -96,7 +96,7 @@ void WriteRow(Connection& connection, const char* table, const std::vector<Cell>
   statement.Step();
 }
 
-// Allocates the card's next position in the ring of hours. Returns empty if the card was forgotten.
+// Allocates the sequence number of the card's next hour. Returns empty if the card was forgotten.
 std::optional<std::int64_t> AllocateHour(Connection& connection, std::int64_t position) {
   Statement statement = connection.Prepare(
       "UPDATE host_known_cards SET hours = hours + 1 WHERE position = ? RETURNING hours - 1");

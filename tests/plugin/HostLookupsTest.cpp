@@ -41,7 +41,7 @@ TEST_F(HostLookups, ListEveryAcceptedDeviceAtStartup) {
               ElementsAre(ALL_IDENTITIES, "GenerateUniqueAdapterNumber for localhost 7 59 2 1"));
 }
 
-// Two families: the second card is the first of its family but the second in the list.
+// Two families: the second card is the first of its family but the second control device.
 TEST_F(HostLookups, UseFamilyAndPositionForACardWithoutASegment) {
   m_Host.Cards().MakeAbsent(Add(0x1003, "59", "2", "1"), "pci_domain");
   m_Host.Cards().MakeAbsent(Add(0x3002, "60", "3", "4"), "pci_domain");
@@ -53,8 +53,8 @@ TEST_F(HostLookups, UseFamilyAndPositionForACardWithoutASegment) {
                           "GenerateUniqueAdapterNumber for localhost 0 60 3 4"));
 }
 
-// The segment of such a card is unknown: all ones, truncated to 32 bits.
-TEST_F(HostLookups, OnlyGenerateANumberForACardOfAnUnknownFamily) {
+// The segment of a card of an unknown family remains unknown: all ones, truncated to 32 bits.
+TEST_F(HostLookups, SkipTheSegmentLookupForACardOfAnUnknownFamily) {
   m_Host.Cards().Set(Add(0x1003, "59", "2", "1"), "pci_domain", "7");
   m_Host.Cards().MakeAbsent(Add(0x4000, "60", "3", "4"), "pci_domain");
   ASSERT_EQ(m_Host.Initialize(), 0U);

@@ -90,7 +90,7 @@ INSTANTIATE_TEST_SUITE_P(
         OperationCase{"DeletePlugin", [] { return Call(DeletePlugin(), PluginObject()); }, 1}),
     [](const auto& test) { return std::string(test.param.name); });
 
-TEST_F(RowOperations, DoNothingToDeleteADrive) {
+TEST_F(RowOperations, DoNothingWhenDeletingADrive) {
   EXPECT_EQ(Call(DeleteDrive(), Drives().at(0)), 0U);
   EXPECT_THAT(m_Statements.Statements(), IsEmpty());
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
@@ -98,7 +98,7 @@ TEST_F(RowOperations, DoNothingToDeleteADrive) {
   EXPECT_THAT(Counts(), ElementsAre("1", "1", "1"));
 }
 
-TEST_F(RowOperations, DoNothingToUpdateThePlugin) {
+TEST_F(RowOperations, DoNothingWhenUpdatingThePlugin) {
   EXPECT_EQ(Call(UpdatePlugin(), PluginObject()), 0U);
   EXPECT_THAT(m_Statements.Statements(), IsEmpty());
   EXPECT_THAT(m_Host.Traces(), IsEmpty());
@@ -139,7 +139,8 @@ std::string ExceptionOf(const std::function<void()>& run) {
   return "";
 }
 
-// The host's database converts such a failure itself; another database may not.
+// The host's database rejects unreadable cells with a `DatabaseException`; another database may
+// return them.
 TEST_F(RowOperations, PropagateTheExceptionForAnUnreadableKey) {
   const std::pair<const char*, const char*> cases[] = {{"", "invalid stoi"},
                                                        {"2147483648", "range stoi"}};
