@@ -91,7 +91,7 @@ TEST_F(WorkerCall, GivesUpAtItsDeadlineWithoutAFormat) {
 
 // A command larger than the buffer of the socket to the suspended process.
 Console::PluginCommand LargeCommand() {
-  return {PI::CMD_GET_TOPOLOGY, 0, std::vector<PI::CObject>(20'000)};
+  return {PI::CMD_GET_TOPOLOGY, 0, std::vector<PI::CObject>(200'000)};
 }
 
 // The thread that sends the command still waits, until the socket's send timeout of 5 s.
