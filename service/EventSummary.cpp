@@ -25,22 +25,44 @@ void IgnoreDatabaseFailure(Read read) {
 
 }  // namespace
 
+class EventSummary::Turn {
+ public:
+  explicit Turn(EventSummary& summary) : m_Summary(summary) {
+    Base::MutexLock lock(m_Summary.m_Lock);
+    while (m_Summary.m_IsReading) m_Summary.m_Changed.Wait(lock);
+    m_Summary.m_IsReading = true;
+  }
+  ~Turn() {
+    const Base::MutexLock lock(m_Summary.m_Lock);
+    m_Summary.m_IsReading = false;
+    m_Summary.m_Changed.NotifyOne();
+  }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+ private:
+  EventSummary& m_Summary;
+};
+
 // A file that is read-only may have no counts, but its events can still be read.
 void EventSummary::Update() {
-  const Base::MutexLock lock(m_UpdateLock);
-  IgnoreDatabaseFailure([this]() HOST_REQUIRES(m_UpdateLock) { ReadNewEvents(); });
-  IgnoreDatabaseFailure([this]() HOST_REQUIRES(m_UpdateLock) { ReadCounts(); });
+  const Turn turn(*this);
+  IgnoreDatabaseFailure([this] { ReadNewEvents(); });
+  IgnoreDatabaseFailure([this] { ReadCounts(); });
+}
+
+std::int64_t EventSummary::LastRead() {
+  const Base::MutexLock lock(m_Lock);
+  return m_Last;
 }
 
 // The events of a new database are numbered from 1 again.
 void EventSummary::ReadNewEvents() {
-  const bool isReplaced = HostKit::NewestEventNumber() < m_Last;
-  const auto events =
-      HostKit::ReadEventsAfter(isReplaced ? 0 : m_Last, Console::EventLogClient::kAll);
-  if (isReplaced) m_Last = 0;
-  if (events.empty()) return;
-  m_Last = events.back().m_Number;
+  const std::int64_t last = LastRead();
+  const std::int64_t start = HostKit::NewestEventNumber() < last ? 0 : last;
+  const auto events = HostKit::ReadEventsAfter(start, Console::EventLogClient::kAll);
   const Base::MutexLock lock(m_Lock);
+  m_Last = events.empty() ? start : events.back().m_Number;
   Add(events);
 }
 

@@ -22,7 +22,7 @@ class EventSummary : public Console::EventSource {
   // Reads the events that were logged since the last successful call. The writer of events calls
   // this after logging them; the first call reads the log of earlier runs. Blocks, also while
   // another call reads. If the log cannot be read, changes nothing.
-  void Update();
+  void Update() HOST_BLOCKS;
 
   // Returns the newest event of each kind and object, within the limits and in the order of
   // `HostKit::ReadEvents`. Does not block.
@@ -41,14 +41,18 @@ class EventSummary : public Console::EventSource {
     HostKit::LoggedEvent m_Event;
   };
 
-  void ReadNewEvents() HOST_REQUIRES(m_UpdateLock);
-  void ReadCounts() HOST_REQUIRES(m_UpdateLock);
+  // The right to read the database. Waits until no other thread has it.
+  class Turn;
+
+  std::int64_t LastRead();
+  void ReadNewEvents() HOST_BLOCKS;
+  void ReadCounts() HOST_BLOCKS;
   void Add(const std::vector<HostKit::LoggedEvent>& events) HOST_REQUIRES(m_Lock);
 
-  Base::Mutex m_UpdateLock;  // held while the database is read; taken before `m_Lock`
-  std::int64_t m_Last HOST_GUARDED_BY(m_UpdateLock) = 0;  // number of the newest event read
-
-  Base::Mutex m_Lock;
+  Base::Mutex m_Lock;  // not held while the database is read
+  Base::ConditionVariable m_Changed;
+  bool m_IsReading HOST_GUARDED_BY(m_Lock) = false;
+  std::int64_t m_Last HOST_GUARDED_BY(m_Lock) = 0;  // number of the newest event read
   std::map<Kind, Entry> m_Newest HOST_GUARDED_BY(m_Lock);
   std::uint64_t m_Places HOST_GUARDED_BY(m_Lock) = 0;  // number of events read
   Counts m_Counts HOST_GUARDED_BY(m_Lock);             // in the current log
