@@ -13,7 +13,7 @@ namespace {
 
 using namespace DatabaseORM;
 
-// Returns the cell that a statement with this text stores.
+// Returns the cell that an SQL statement with this text stores.
 std::string StoredCell(const std::string& text) {
   const bool quoted = text.size() >= 2 && text.front() == '"';
   return quoted ? text.substr(1, text.size() - 2) : text;

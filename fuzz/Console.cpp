@@ -85,8 +85,7 @@ std::vector<std::string> Lines(const std::string& input) {
 
 }  // namespace
 
-// Input: any name of an object. An object that is found must also be found by its selector and by
-// its id.
+// Input: a selector. An object that is found must also be found by its own selector and by its id.
 void Selector(const std::string& input) {
   const Console::Object* found = nullptr;
   if (!TryParse([&] { found = &Console::Select(TheModel(), input); })) return;

@@ -1,4 +1,4 @@
-// A temporary directory for the files of one target, and functions that write and read its files.
+// A temporary directory for the files of one target, and functions that write and read files.
 #pragma once
 
 #include <filesystem>

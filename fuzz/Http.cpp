@@ -170,7 +170,7 @@ void EntityTag(const std::string& input) {
   Require(!Http::MatchesEntityTag("\"x" + tag + '"', tag), "longer tag matches");
 }
 
-// Input: the body of a request, checked against the schema of each body and as each parameter.
+// Input: the body of a request, checked against each body schema and as each parameter.
 void Body(const std::string& input) {
   for (const auto& parameter : Service::Parameters().items()) {
     const auto error = Service::ParameterError(parameter.key(), input);

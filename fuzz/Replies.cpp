@@ -36,7 +36,7 @@ bool TryParse(Parse parse) {
   return false;
 }
 
-// Whether the field is an integer, as text without a sign, fraction or exponent.
+// Whether the text of the field is an integer without a sign, fraction or exponent.
 bool IsCount(const Json& json, const char* name) {
   const std::string text = json.at(name).dump();
   return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
@@ -110,7 +110,7 @@ void SessionReplies(const std::string& input) {
   });
 }
 
-// Input: a document of the stored state.
+// Input: a reply with stored state: known cards, acknowledgments or a history.
 void StateReplies(const std::string& input) {
   WithJson(input, [](const Json& json) {
     TryParse([&] {
@@ -150,7 +150,7 @@ void Stream(const std::string& input) {
   }
 }
 
-// Input: a document of the plug-in process.
+// Input: a document from the plug-in process.
 void WorkerDocuments(const std::string& input) {
   WithJson(input, [](const Json& json) {
     TryParse([&] { Service::ParseGreeting(json); });

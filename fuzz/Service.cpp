@@ -64,7 +64,7 @@ Http::Response MakeText(const std::string& text) {
 
 }  // namespace
 
-// Input: the value of --listen. An accepted address is found again in its own text.
+// Input: the value of --listen. An accepted address must survive being formatted and parsed again.
 void ListenAddress(const std::string& input) {
   const auto address = Service::ParseTcpAddress(input);
   if (!address) return;
@@ -79,7 +79,7 @@ void ListenAddress(const std::string& input) {
 }
 
 // Input: the address to which the client connected, a newline, and the Host header. An accepted
-// header is one of the allowed names, alone or before a colon and digits.
+// header is one of the allowed names, alone or followed by a colon and a port, which may be empty.
 void HostHeader(const std::string& input) {
   const auto [local, header] = SplitAt(input, '\n');
   const std::vector<std::string> hosts = {"localhost", "127.0.0.1", "[::1]", "box.example"};
@@ -98,7 +98,7 @@ void HostHeader(const std::string& input) {
           "accepted another host");
 }
 
-// Input: a query. Values that the schemas accept must be values that the handlers can use.
+// Input: a query. The handlers must be able to use all values that the schemas accept.
 void Query(const std::string& input) {
   const Http::Request request = ParseQuery(input);
   for (const char* const name : {"after", "since_ms", "limit"}) {
@@ -119,7 +119,7 @@ void Query(const std::string& input) {
   }
 }
 
-// Input: the header Last-Event-ID.
+// Input: the value of a Last-Event-ID header.
 void EventId(const std::string& input) {
   const auto number = Service::ParseEventId(input);
   if (!number) return;
@@ -133,8 +133,8 @@ bool IsVisibleAscii(const std::string& text, std::size_t maxSize) {
          std::all_of(text.begin(), text.end(), isVisible);
 }
 
-// Input: a request per line, each with a key, a blank and the content. A response belongs to the
-// first request with this key, or the request is refused.
+// Input: one request per line: the key, a space, and the content. A request with a known key gets
+// the response of the first one, or is rejected if its content differs.
 void IdempotencyKey(const std::string& input) {
   Service::ReplayCache cache;
   std::map<std::string, std::string> first;

@@ -10,19 +10,20 @@
 
 namespace Service {
 
-// Thread-safe. Never destroyed while a call is running.
+// Thread-safe. Must not be destroyed after the first call, because idle threads keep waiting for
+// calls.
 class CallRunner {
  public:
   struct Call {
     std::function<void()> m_Work;  // must not throw
     // Called once, on the waiting thread, if the work has not returned in time. Must not block.
     std::function<void()> m_OnGivingUp;
-    // Called on the thread of the work when it returns after that.
+    // Called on the thread that ran the work if it returns after that.
     std::function<void()> m_OnLateReturn;
   };
 
-  // Runs the work on another thread and waits for it. Returns false if it has not returned in time.
-  // If no thread can be started, runs it on this thread, without a limit.
+  // Runs the work on another thread and waits for it. Returns false if it has not returned within
+  // `limit`. If no thread can be started, runs it on this thread, without a time limit.
   bool Run(Call call, std::chrono::milliseconds limit);
 
  private:

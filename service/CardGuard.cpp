@@ -9,8 +9,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Time limit of a call. The second limit applies while another card is stuck, so that the plug-in
-// is not replaced because several cards hang at the same time.
+// Time limits of a call. The short limit applies while another card is stuck, so that the plug-in
+// process is not killed because several cards hang at the same time.
 constexpr milliseconds kCallLimit(5000);
 constexpr milliseconds kShortCallLimit(1000);
 constexpr milliseconds kUnlimited = std::chrono::hours(24 * 365);

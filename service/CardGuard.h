@@ -1,9 +1,9 @@
 // Keeps a card that does not respond from blocking the plug-in's access to the other cards.
 //
 // The plug-in reads all cards one after another under one lock. In the plug-in process, its calls
-// of the card library therefore go through this guard, which limits their time. While a card does
-// not respond, or cannot be opened, its attributes have the values that were last read, so that the
-// plug-in neither waits nor reports changes, and commands for the card fail.
+// to the card library therefore go through this guard, which limits their time. While a card does
+// not respond, or cannot be opened, its attributes keep the values last read, so that the plug-in
+// neither waits nor reports changes, and commands for the card fail.
 #pragma once
 
 #include <any>
@@ -26,21 +26,22 @@ namespace Service {
 // The result of a command for a card that does not respond.
 constexpr vsl_code kNotResponding = 0xffff;
 
-// A card, by the path of its control device. Thread-safe.
+// A card, identified by the path of its control device. Thread-safe.
 class GuardedCard {
  public:
   // Neither reference is owned.
   GuardedCard(CallRunner& runner, std::atomic<int>& stuckCards)
       : m_Runner(runner), m_StuckCards(stuckCards) {}
 
-  // Runs a call of the card library for this card. Returns false if it has not returned in time, or
-  // without running it if an earlier call has still not returned. Waits without a limit until the
-  // card has been read once, because there are no values yet; `isLimited` overrides this.
+  // Runs a call to the card library for this card. Returns false if it has not returned in time, or
+  // without running it if an earlier call has still not returned. Until the card has been read
+  // once, calls have no time limit, because there are no values to fall back on; `isLimited`
+  // overrides this.
   bool Run(std::function<void()> call, bool isLimited = false);
-  // Runs a call that ends the use of a handle; if the card is stuck, once it responds.
+  // Runs a call that releases a handle. If the card is stuck, the call runs once it responds.
   void RunWhenResponding(std::function<void()> call);
 
-  // Records that the card responds, or why the values are those last read.
+  // Records why the values are those last read; empty: the card responds.
   void SetProblem(const std::string& problem);
   std::string Problem() const;
 
@@ -78,11 +79,11 @@ class GuardedCard {
 // A handle as the plug-in sees it. Used by one thread at a time, apart from the atomic members.
 struct GuardedHandle {
   std::shared_ptr<GuardedCard> m_pCard;
-  std::string m_Prefix;                // of the names of its values
+  std::string m_Prefix;                // of the names under which the card keeps its values
   std::atomic<void*> m_Real{nullptr};  // null: the library has not created it
   std::atomic<bool> m_IsOpen{false};   // in the library
-  // Whether a call was not answered. From then on, the library gets no calls except to end the use
-  // of the handle.
+  // Whether the card did not respond, or could not be opened. From then on, this handle is used for
+  // no call to the library except to release it.
   bool m_IsDetached = false;
   int m_Position = 0;            // of a volume
   std::vector<void*> m_Volumes;  // of a card
@@ -108,7 +109,7 @@ class CardGuard {
   bool HasReturnedCard() const;
 
   std::shared_ptr<GuardedCard> Card(const std::string& path);
-  // Returns the handle's value for the plug-in.
+  // Adds the handle and returns the pointer by which the plug-in knows it.
   void* Add(const GuardedHandlePtr& handle);
   // Returns null for a handle that is not guarded.
   GuardedHandlePtr Find(void* handle) const;

@@ -24,7 +24,7 @@ std::optional<std::int64_t> LogPosition() {
 
 // Maximum plug-in calls per step, each with its own timeout.
 constexpr int kCallsAtStart = 4;    // load, initialize, number the adapters, read the topology
-constexpr int kCallsAtRefresh = 4;  // events, topology for the events, topology for the snapshot
+constexpr int kCallsAtRefresh = 4;  // events; topology for the plug-in ID, the events, the snapshot
 // Maximum time to stop or kill a plug-in process.
 constexpr std::chrono::seconds kMaxExitTime(40);
 // Interval at which a wait checks whether the plug-in is still running.
@@ -70,7 +70,8 @@ void Collector::Run() {
 }
 
 // Runs a plug-in process until it exits or the collector stops. Returns true if the process works
-// but has found no cards, or omits a card that responds: it looks for them only when it starts.
+// but must be restarted, because it has found no cards or omits a card that responds. It searches
+// for cards only when it starts.
 bool Collector::RunPlugin() {
   ++m_Starts;
   m_HasForwarded = false;
@@ -94,15 +95,15 @@ bool Collector::RunPlugin() {
   }
   SetRunning(nullptr);
   if (needsRestart) AwaitCalls(worker);
-  // Finish on this thread: otherwise the last caller to release the worker would wait for the
-  // process to exit before it replies, while the next process already starts.
+  // Finish on this thread. Otherwise, the last caller to release the worker would have to wait for
+  // the process to exit before replying, and the next process would already be starting.
   m_Progress.Begin(kMaxExitTime);
   worker->Finish();
   return needsRestart;
 }
 
-// Waits for the calls of other threads, so that clients do not notice that a plug-in without cards
-// is replaced.
+// Waits until the calls of other threads have returned, so that clients do not notice the restart
+// of the plug-in process.
 void Collector::AwaitCalls(const std::shared_ptr<Worker>& worker) {
   constexpr milliseconds kPause(5);
   m_Progress.Begin(m_Settings.m_CallTimeout);
@@ -126,7 +127,8 @@ std::optional<Console::PluginReply> Collector::Call(const Console::PluginCommand
                                                     const Console::Deadline& deadline,
                                                     CallEnd* end) const {
   const std::shared_ptr<Worker> worker = AwaitRunning(deadline);
-  // Checked after the lookup: if it is set later, `RequestStop` makes this worker refuse formats.
+  // `m_IsStopping` is checked after the lookup: if it is set later, `RequestStop` makes this worker
+  // refuse formats.
   if (!worker || m_IsStopping) return std::nullopt;
   const SnapshotPtr snapshot = m_Store.Get();
   auto reply = worker->Call(command, deadline);
@@ -135,7 +137,7 @@ std::optional<Console::PluginReply> Collector::Call(const Console::PluginCommand
   return reply;
 }
 
-// Records a successful operation of a locate LED. The snapshot is from before the operation.
+// Records a successful operation on a locate LED. The snapshot was read before the operation.
 void Collector::RecordLed(const Snapshot& snapshot, const Console::PluginCommand& command,
                           const std::optional<Console::PluginReply>& reply) const {
   const auto* operation = std::get_if<PI::COperation>(&command.m_Payload);
@@ -170,7 +172,7 @@ std::size_t Collector::FailedThreads() const {
   return worker ? worker->FailedThreads() : 0;
 }
 
-// While a plug-in without cards is replaced, the snapshot still shows it as running.
+// While a plug-in without cards is restarted, the snapshot still shows it as running.
 bool Collector::WillRun(const Snapshot& snapshot) const {
   return !m_IsStopping && (snapshot.m_Plugin.m_IsUp || IsRunning());
 }
@@ -203,7 +205,8 @@ void Collector::ForwardEvents(const std::vector<HostKit::LoggedEvent>& events,
   if (m_Settings.m_OnEvents && (isLogged || !events.empty())) m_Settings.m_OnEvents(events);
 }
 
-// Returns true if the plug-in has no cards or omits one that responds.
+// Publishes snapshots until the process exits, must be restarted, or the collector stops. Returns
+// true if it must be restarted, because it has no cards or omits one that responds.
 bool Collector::Follow(Worker& worker, WorkerSession& session) {
   const Console::Deadline stable(m_Settings.m_MaxBackoff);
   Console::WaitSet alsoWake;
@@ -227,15 +230,15 @@ bool Collector::Follow(Worker& worker, WorkerSession& session) {
     ForwardEvents(session.CollectEvents(), hadUnlogged);
     if (m_IsStopping) return false;
     if (!session.HasCards() || worker.NeedsRestart()) return true;
-    RestoreLeds(session);  // of calls that ended while the process was replaced
+    RestoreLeds(session);  // switched on by calls that ended during a restart
     Publish(session, refreshes);
     if (stable.HasPassed()) m_NextBackoff = m_Settings.m_InitialBackoff;
   }
 }
 
 void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
-  // Read before the objects. Not used while reported events are missing from the log, because the
-  // comparison with the cards would log these events again.
+  // Read before the objects. Empty while reported events are missing from the log: the observation
+  // is then not forwarded, because comparing it with the log would log these events again.
   const auto logPosition = m_EventLog.HasUnlogged() ? std::nullopt : LogPosition();
   Snapshot snapshot;
   snapshot.m_Refreshes = refreshes;

@@ -26,22 +26,22 @@
 namespace Service {
 
 struct CollectorSettings {
-  std::filesystem::path m_Program;  // with the command `plugin-process`
+  std::filesystem::path m_Program;  // has the command `plugin-process`
   std::filesystem::path m_PluginFile;
   std::chrono::milliseconds m_RefreshInterval{10000};
-  // A plug-in that does not respond within this time is replaced.
+  // A plug-in process that does not respond within this time is killed and restarted.
   std::chrono::milliseconds m_CallTimeout{30000};
   // Delay before the first restart. Doubles with each restart, up to `m_MaxBackoff`.
   std::chrono::milliseconds m_InitialBackoff{1000};
   std::chrono::milliseconds m_MaxBackoff{60000};
   // Called on the collector's thread after each snapshot of a running plug-in, if set. Must not
-  // block. Returns false if it did not accept the observation; the next one replaces it.
+  // block. Returns false if it did not accept the observation, which is then dropped.
   std::function<bool(const Observation&)> m_OnObservation;
-  // The clock of `Collector::IsStuck`.
+  // The clock that `Collector::IsStuck` uses.
   std::function<ProgressWatch::Clock::time_point()> m_Now = &ProgressWatch::Clock::now;
-  // Called with the plug-in's events after they were logged, or after logging them failed. Called
-  // without events when events that could not be logged before have been logged. Called on the
-  // collector's thread; must not block for long or throw.
+  // Called with the plug-in's events after an attempt to log them. Also called, possibly without
+  // events, once events that could not be logged earlier have been logged. Called on the
+  // collector's thread, if set; must not block for long or throw.
   std::function<void(const std::vector<HostKit::LoggedEvent>&)> m_OnEvents = nullptr;
   // Called with each snapshot before it is published, on the collector's thread, if set. Must not
   // block.
@@ -67,24 +67,24 @@ class Collector {
   // Stops the plug-in and the thread; this can take 30 seconds or more if a card hangs. Afterwards
   // `Call` returns empty. Call only from the thread that created the collector.
   void Stop() HOST_BLOCKS;
-  // Starts to stop without waiting for the thread. A running format, which has no time limit, is
-  // disconnected. Thread-safe.
+  // Begins to stop, without waiting for the thread. Disconnects the plug-in process if a format is
+  // running, because a format has no time limit. Thread-safe.
   void RequestStop();
   // Whether the thread is stuck; waiting for a format does not count. Thread-safe.
   bool IsStuck() const;
   // Makes the thread read the cards now. Thread-safe.
   void RequestRefresh() const { m_Wake.Notify(); }
-  // Requests a refresh and waits for a snapshot that was read after this request; on a machine
-  // without cards, by a plug-in that has searched for cards since. Returns false at the deadline,
-  // or if no plug-in is running. Thread-safe.
+  // Requests a refresh and waits for a snapshot that was read after this request. On a machine
+  // without cards, the plug-in is restarted first, so that it searches for cards again. Returns
+  // false at the deadline, or if no plug-in is running. Thread-safe.
   bool Refresh(const Console::Deadline& deadline) const HOST_BLOCKS;
   // Executes one command in the plug-in and waits for the reply. Returns empty if no plug-in is
-  // running or the plug-in has not replied by the deadline. Sets `end` if it is not null.
-  // Thread-safe.
+  // running, the collector is stopping, or the plug-in process has exited or has not replied by the
+  // deadline. If a process was called, sets `end` unless it is null. Thread-safe.
   std::optional<Console::PluginReply> Call(const Console::PluginCommand& command,
                                            const Console::Deadline& deadline,
                                            CallEnd* end = nullptr) const HOST_BLOCKS;
-  // Like `Worker::ReadRows`. Thread-safe.
+  // Like `Worker::ReadRows`. Also returns empty if no plug-in is running. Thread-safe.
   std::optional<nlohmann::json> ReadRows(const std::string& table,
                                          const Console::Deadline& deadline) const HOST_BLOCKS;
   // Number of threads that the running plug-in failed to start. Thread-safe.

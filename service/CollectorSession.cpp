@@ -43,7 +43,7 @@ std::optional<Console::PluginReply> CollectorSession::Call(Console::PluginComman
   return reply;
 }
 
-// A plug-in without cards is replaced often, which does not end the session.
+// A plug-in without cards is restarted often, which does not end the session.
 bool CollectorSession::HasExited(const CallEnd& end) const {
   if (end.m_HasExited) return true;
   const SnapshotPtr newest = m_Store.Get();

@@ -1,5 +1,5 @@
-// A session with the collector's plug-in, for jobs. Reads call the plug-in, which waits for the
-// cards.
+// A session with the collector's plug-in, for jobs. Reads are calls to the plug-in, so they wait
+// for the cards.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 
 namespace Service {
 
-// Returns the failure of a change during which the plug-in process exited.
+// Returns the failure for a change during which the plug-in process exited.
 Console::Failure PluginEndedFailure();
 
 // Members that call the plug-in throw `Console::Failure` if no plug-in is running, or if the
@@ -40,7 +40,7 @@ class CollectorSession : public Console::CommandSession {
   std::optional<Console::PluginReply> Call(Console::PluginCommand command,
                                            const Console::Deadline& deadline,
                                            Console::OnStop onStop) override;
-  // The collector itself replaces a plug-in that does not respond.
+  // The collector itself restarts a plug-in that does not respond.
   void Abandon() override {}
 
   const Collector& m_Collector;

@@ -23,8 +23,8 @@ class EventAnnouncer {
                  std::function<void(const HostKit::LoggedEvent&)> log);
 
   // Announces events reported by the plug-in; streams get them with the next snapshot. The programs
-  // get all events that are in the log by then. The summary contains the events when this returns.
-  // Call without events when events that could not be logged before have been logged.
+  // get all new events in the log, not only these. The summary contains the events when this
+  // returns. Call with an empty list once events that could not be logged earlier have been logged.
   void Announce(const std::vector<HostKit::LoggedEvent>& events);
   // Records the observation, and announces events that it adds to the log because no plug-in
   // reported them. Returns false if the state thread did not accept it.

@@ -263,7 +263,7 @@ std::string EventFeed::OlderPart(Reader& reader, const SnapshotPtr& snapshot) co
 }
 
 // Sends a heartbeat to a client that has taken all text. Disconnects a client that has missed too
-// many.
+// many heartbeats.
 void EventFeed::SendHeartbeat(Reader& reader) {
   if (reader.m_Missed >= m_Settings.m_MissedHeartbeats) return reader.m_Stream->Abort();
   ++reader.m_Missed;

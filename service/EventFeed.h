@@ -20,7 +20,7 @@ namespace Service {
 
 struct EventFeedSettings {
   std::chrono::milliseconds m_Heartbeat{15000};  // between comments that keep a connection alive
-  // Heartbeats without progress after which a client is disconnected.
+  // Number of heartbeats without progress after which a client is disconnected.
   unsigned m_MissedHeartbeats = 2;
   std::size_t m_RecentEvents = 1000;  // number kept in memory
   std::size_t m_EventsPerPart = 100;  // maximum number sent at a time
@@ -43,14 +43,14 @@ class EventFeed {
   EventFeed(const EventFeed&) = delete;
   EventFeed& operator=(const EventFeed&) = delete;
 
-  // Sends events that were logged for a snapshot published earlier. Thread-safe.
+  // Makes the thread send new events without waiting for the next snapshot. Thread-safe.
   void ReadLog();
   // Returns the number of the newest event available to streams, or 0 if there is none.
   // Thread-safe.
   std::int64_t Newest() const { return m_Newest; }
   // Returns the number of open streams. Thread-safe.
   std::size_t Count() const { return Readers().size(); }
-  // Opens a stream of the events after that number, or only of new events if it is empty.
+  // Opens a stream of the events after number `after`, or only of new events if `after` is empty.
   // Thread-safe.
   std::shared_ptr<Http::Stream> Open(std::optional<std::int64_t> after);
 

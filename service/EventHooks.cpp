@@ -45,7 +45,7 @@ EventHooks::EventHooks(const SnapshotStore& store, const std::filesystem::path& 
   if (!m_Programs.LastNumber() && m_Tail.Last()) m_Programs.SkipTo(*m_Tail.Last());
 }
 
-// Only reports a failure, because the service continues without the programs.
+// Reports a failure instead of throwing it, because the service continues without the programs.
 void EventHooks::OnEvents() {
   try {
     ForwardEvents();

@@ -1,4 +1,4 @@
-// Passes logged events to the programs of a directory.
+// Passes logged events to the programs in a directory.
 #pragma once
 
 #include <filesystem>

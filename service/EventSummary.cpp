@@ -11,7 +11,7 @@ namespace {
 using HostKit::EventCount;
 using HostKit::LoggedEvent;
 
-// Older events are dropped, as in the log.
+// An event is dropped once this many events have been read after it, as in the log.
 constexpr std::uint64_t kMaxAge = 20000;
 
 template <class Read>
@@ -44,7 +44,7 @@ class EventSummary::Turn {
   EventSummary& m_Summary;
 };
 
-// A file that is read-only may have no counts, but its events can still be read.
+// A read-only database may have no counts, but its events can still be read.
 void EventSummary::Update() {
   const Turn turn(*this);
   IgnoreDatabaseFailure([this] { ReadNewEvents(); });
@@ -78,7 +78,7 @@ void EventSummary::Add(const std::vector<LoggedEvent>& events) {
   }
 }
 
-// Counts never decrease, so a lower count comes from a new database.
+// Counts never decrease, so a lower or missing count means that the database is new.
 void EventSummary::ReadCounts() {
   Counts counts;
   for (const EventCount& each : HostKit::CountEvents()) {

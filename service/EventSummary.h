@@ -1,5 +1,5 @@
-// What status and metrics need from the event log, in memory, so that their responses never wait
-// for the database.
+// Keeps in memory what status and metrics need from the event log, so that their responses never
+// wait for the database.
 #pragma once
 
 #include <cstddef>
@@ -21,13 +21,14 @@ class EventSummary : public Console::EventSource {
  public:
   // Reads the events that were logged since the last successful call. The writer of events calls
   // this after logging them; the first call reads the log of earlier runs. Blocks, also while
-  // another call reads. If the log cannot be read, changes nothing.
+  // another call reads. What cannot be read is left unchanged until the next call.
   void Update() HOST_BLOCKS;
 
   // Returns the newest event of each kind and object, within the limits and in the order of
   // `HostKit::ReadEvents`. Does not block.
   std::vector<HostKit::LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) override;
-  // Returns the same as `HostKit::CountEvents`, or more if the log was replaced. Does not block.
+  // Returns the same as `HostKit::CountEvents`, or higher counts if the log was replaced. Does not
+  // block.
   std::vector<HostKit::EventCount> CountEvents() override;
 
  private:

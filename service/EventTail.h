@@ -18,7 +18,8 @@ class EventTail {
   // Returns the entries since the last read, in the order of logging. If the log was replaced
   // before the first read, that read returns none. Throws `DBEXCEPTION::DatabaseException`.
   std::vector<HostKit::LoggedEvent> Read();
-  // The number of the newest entry that has been read.
+  // The number of the last entry that was read or skipped. Empty before the first read if the
+  // constructor got none.
   std::optional<std::int64_t> Last() const { return m_Last; }
 
  private:

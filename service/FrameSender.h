@@ -24,8 +24,8 @@ class FrameSender {
   FrameSender(const FrameSender&) = delete;
   FrameSender& operator=(const FrameSender&) = delete;
 
-  // Queues the document and returns immediately. Returns false if it is too large or a frame could
-  // not be sent.
+  // Queues the document and returns immediately. Returns false if it is too large or an earlier
+  // frame could not be sent.
   bool Send(const nlohmann::json& document);
 
  private:

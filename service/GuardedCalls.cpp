@@ -1,6 +1,6 @@
-// The functions of the card library, as the plug-in calls them. They are exported by the program,
-// so that the loader prefers them to those of the card library. Outside the plug-in process, they
-// only call the library.
+// The functions of the card library, as the plug-in calls them. The program exports them, so that
+// the dynamic linker resolves the plug-in's calls to them instead of to the card library. Outside
+// the plug-in process, they only call the library.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -42,7 +42,8 @@ struct Result {
   vsl_error_record m_Error{};
 };
 
-// Runs a call with the library's handle. Returns null if the card has not answered.
+// Runs a call with the library's handle. Returns null if the card does not respond, or did not
+// respond to an earlier call with this handle.
 template <class T, class Work>
 std::shared_ptr<Result<T>> Answer(const GuardedHandlePtr& handle, const Work& work) {
   if (handle->m_IsDetached) return nullptr;
@@ -55,7 +56,8 @@ std::shared_ptr<Result<T>> Answer(const GuardedHandlePtr& handle, const Work& wo
   return nullptr;
 }
 
-// Runs a call whose result is a code.
+// Like `Answer`, for a call whose result is a code. Returns `kNotResponding` if the card does not
+// respond.
 template <class Work>
 vsl_code Command(const GuardedHandlePtr& handle, vsl_error_record* error, const Work& work) {
   const auto result = Answer<vsl_code>(handle, work);
@@ -87,7 +89,7 @@ T FromStored(GuardedHandle& handle, const Stored<T>& value) {
   }
 }
 
-// Reads a value from the card, or else the value that was read last.
+// Reads a value from the card. If the card does not respond, returns the value last read, if any.
 template <class T>
 T ReadValue(const char* name, T (*real)(void*, vsl_error_record*), void* pointer,
             vsl_error_record* error) {
@@ -107,7 +109,7 @@ T ReadValue(const char* name, T (*real)(void*, vsl_error_record*), void* pointer
   return FromStored<T>(*handle, value == nullptr ? Stored<T>() : *value);
 }
 
-// Runs a command with the handle of the card library, which is this one if it is not guarded.
+// Runs a command with the library's handle. A pointer that is not guarded is such a handle itself.
 template <class Work>
 vsl_code CommandFor(void* pointer, vsl_error_record* error, const Work& work) {
   const GuardedHandlePtr handle = CardGuard::Instance().Find(pointer);
@@ -121,7 +123,7 @@ GuardedHandlePtr MakeHandle(std::shared_ptr<GuardedCard> card, std::string prefi
   return handle;
 }
 
-// Ends the use of a handle that the plug-in has destroyed.
+// Closes and destroys the library's handle once the card responds. The plug-in no longer uses it.
 void DestroyLater(const GuardedHandlePtr& handle) {
   handle->m_pCard->RunWhenResponding([handle] {
     void* real = handle->m_Real.exchange(nullptr);
@@ -182,8 +184,8 @@ vsl_code CreateByName(const GuardedHandlePtr& handle, const std::string& path,
   return code;
 }
 
-// Whether a card that was never read can be opened in time. If not, the plug-in must not get a
-// handle, because it would then wait for this card in every scan.
+// Whether a card was read before, or an attempt to open it returns in time. If not, the plug-in
+// must not get a handle, because it would then wait for this card in every scan.
 bool RespondsAtFirst(const GuardedHandlePtr& handle) {
   const auto opened = [handle] {
     vsl_error_record error;
@@ -216,7 +218,7 @@ vsl_code CreateCard(const std::string& path, void** out, vsl_error_record* error
 }
 
 // Opens a card. If a card that was read before cannot be opened, the plug-in would discard the
-// values of all cards, so the values of this card are those last read.
+// values of all cards. This therefore returns success, and the card keeps the values last read.
 vsl_code Open(const GuardedHandlePtr& handle, vsl_error_record* error) {
   const vsl_code code = Command(handle, error, [handle](void* real, vsl_error_record* record) {
     const vsl_code opened = REAL(vsl_open)(real, record);
@@ -375,7 +377,7 @@ vsl_code vsl_op_start(void* job, vsl_error_record* err) {
   });
 }
 
-// Not limited, because a job may take as long as it needs.
+// This call has no time limit, because a job may take any time.
 vsl_code vsl_op_wait_for_result(void* job, vsl_error_record* err) {
   const GuardedHandlePtr handle = CardGuard::Instance().Find(job);
   if (!handle) return REAL(vsl_op_wait_for_result)(job, err);

@@ -7,7 +7,7 @@ namespace Service {
 // Makes all threads of the process use one heap. Call before starting threads.
 void ShareOneHeap();
 
-// Returns free memory of the heap to the system. Takes less than a millisecond for a heap of a few
+// Returns the heap's free memory to the system. Takes less than a millisecond for a heap of a few
 // megabytes. Thread-safe.
 void ReturnFreeMemory();
 

@@ -32,8 +32,8 @@ class Listeners {
   const std::filesystem::path& UnixSocket() const { return m_UnixSocket; }
   // Transfers ownership of the sockets to the caller. Call once.
   std::vector<Base::Descriptor> TakeSockets() { return std::move(m_Sockets); }
-  // Sets the mode of the socket file and, as root, its group. Does nothing for sockets
-  // passed by the service manager. Call when the groups may have changed.
+  // Sets the mode of the socket file and, as root, its group. Does nothing for sockets passed by
+  // the service manager. Call when the groups may have changed. Throws `Console::Failure`.
   void SetFileAccess(const Http::Permissions& permissions) const;
   // Removes the socket file. Call before closing the sockets, so that it cannot remove the file of
   // another service.

@@ -1,5 +1,5 @@
 // The locate LEDs that clients have switched on. A plug-in switches all LEDs off when it starts, so
-// the service switches these on again after it has replaced the plug-in process.
+// the service switches these on again after it has restarted the plug-in process.
 #pragma once
 
 #include <sys/types.h>
@@ -29,13 +29,13 @@ class LocateLeds {
   void ForgetRemoved(const std::vector<PI::CObject>& objects);
   // Switches on the LEDs that were switched on in another process, each at most once per process.
   // An LED that cannot be switched on in three processes in a row is forgotten, and `warn` is
-  // called with a message. Throws the exceptions of the session.
+  // called with a message. Throws what the session throws.
   void Restore(Console::Session& session, pid_t process, const Warn& warn);
   std::size_t Count() const;
 
  private:
   struct Led {
-    pid_t m_Process;     // in which it was switched on, or could not be switched on
+    pid_t m_Process;     // the last process that switched it on or failed to
     int m_Failures = 0;  // number of processes in a row in which it could not be switched on
   };
 

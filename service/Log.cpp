@@ -20,7 +20,7 @@ using Systemd::JournalEntry;
 constexpr int kWarning = 4;
 constexpr int kNotice = 5;
 
-// By severity.
+// Journal priorities by severity.
 constexpr std::pair<std::uint32_t, int> kPriorities[] = {
     {PI::SEVERITY_INFORMATION, 6},
     {PI::SEVERITY_WARNING, kWarning},

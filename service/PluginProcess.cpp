@@ -83,7 +83,7 @@ Json RunCommand(Process& process, Console::PluginCommand command) {
   return Console::ToJson(reply);
 }
 
-// The service cannot read the rows itself, because they may be in this process's memory.
+// The service cannot read the rows itself, because the database may be in this process's memory.
 Json ReadRows(const std::string& table) {
   for (const Console::RowSource& source : Console::kRowSources) {
     if (table != source.m_Name) continue;
@@ -168,7 +168,7 @@ Ready Wait(const Process& process) {
   return waits[0].revents != 0 ? Ready::Command : Ready::Notification;
 }
 
-// Serves commands until the service closes its end.
+// Serves commands until the service closes its end of the connection.
 void Serve(Process& process) {
   for (;;) {
     if (Wait(process) == Ready::Notification) {

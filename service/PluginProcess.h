@@ -10,9 +10,12 @@ namespace Service {
 // and stops the plug-in. Returns the exit code of the process, which must then exit, because a hung
 // call may still be running.
 //
-// The service sends {"id": 1, "command": ..., "object": ..., "payload": ...}. This process first
-// sends {"plugin": {...}} or {"failure": {...}}; then {"id": 1, "result": ..., "payload": ...} for
-// each command, in any order, and {"notified": true} when the plug-in notifies the host.
+// The service sends {"id": 1, "command": ..., "object": ..., "payload": ...} or, to read a table,
+// {"id": 1, "rows": NAME}. This process first sends {"plugin": {...}} or {"failure": {...}}. It
+// then replies to each request, in any order: {"id": 1, "result": ..., "payload": ...} to a
+// command, and {"id": 1, "rows": [...]} or {"id": 1, "error": ...} to the other; each reply also
+// has "failed_threads", "unresponsive" and "needs_restart". It sends {"notified": true} when the
+// plug-in notifies the host.
 int RunPluginProcess(const std::filesystem::path& pluginFile, int socket);
 
 }  // namespace Service

@@ -10,7 +10,8 @@
 namespace Service {
 
 // The thread announces the maximum duration of each step, including timeouts. The thread counts as
-// stuck if a step exceeds its duration; a hung card is covered by the step's timeouts. Thread-safe.
+// stuck if a step exceeds its duration by more than `kSlack`. A hung card alone does not count,
+// because the timeouts are part of the durations. Thread-safe.
 class ProgressWatch {
  public:
   using Clock = std::chrono::steady_clock;
@@ -28,7 +29,7 @@ class ProgressWatch {
     m_End = m_Now() + maximum + kSlack;
   }
 
-  // Whether the current step has exceeded its duration.
+  // Whether the current step has exceeded its duration and the extra time.
   bool IsStuck() const {
     const Base::MutexLock lock(m_Lock);
     return m_Now() > m_End;

@@ -117,8 +117,8 @@ struct Running {
     m_Server.emplace(ApiRoutes(m_Api), settings, std::move(listeners));
   }
 
-  // Stopping the plug-in ends the calls that clients wait for. Queued tasks of the state thread use
-  // the other members.
+  // The stop is requested first, because stopping the plug-in ends the calls that clients wait for.
+  // The state thread stops before the members that its queued tasks use are destroyed.
   ~Running() {
     m_Collector.RequestStop();
     m_Server.reset();

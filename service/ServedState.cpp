@@ -132,7 +132,8 @@ class ServedState : public StoredState {
     if (reply.m_Status != status) throw ProblemFailure(reply, m_Session.Socket());
   }
 
-  // Parses the body of a reply with this status. Throws the failure of any other reply.
+  // Parses the body of a reply. Throws `Console::Failure` if the reply has another status or is
+  // invalid.
   template <class Parser>
   std::invoke_result_t<Parser, const Json&> Parse(const HttpReply& reply, long status,
                                                   Parser parser) const {

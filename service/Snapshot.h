@@ -40,7 +40,7 @@ struct Snapshot {
   const PI::CObject* Find(std::uint64_t id) const;
 
   std::uint64_t m_Run = 0;        // identifies the run of the service
-  std::uint64_t m_Number = 0;     // increases with each snapshot; 0 before the first reading
+  std::uint64_t m_Number = 0;     // increases with each snapshot; 0: none was published yet
   std::uint64_t m_Refreshes = 0;  // number of refresh requests that it satisfies
   Console::PluginInfo m_Info;
   PluginState m_Plugin;

@@ -25,7 +25,7 @@ std::optional<std::int64_t> OptionalCount(const Json& json, const char* name) {
   return CountField(json, name);
 }
 
-// Parses "a12".
+// Parses a position such as "a12".
 std::int64_t ParsePosition(const std::string& text) {
   std::optional<std::int64_t> number;
   if (text.rfind('a', 0) == 0) number = Console::ReadNumber<std::int64_t>(text.substr(1));

@@ -15,7 +15,8 @@ namespace Service {
 std::vector<KnownCard> KnownCardsFromJson(const nlohmann::json& json);
 Acknowledgment AcknowledgmentFromJson(const nlohmann::json& json);
 std::vector<Acknowledgment> AcknowledgmentsFromJson(const nlohmann::json& json);
-// The points are in order of their times, and at most `kMaxPoints` steps apart.
+// The points are ordered by time and cover at most `kMaxPoints` steps, including steps without a
+// point.
 HistorySeries HistorySeriesFromJson(const nlohmann::json& json);
 
 }  // namespace Service

@@ -48,7 +48,7 @@ class DatabaseState : public StoredState {
     return UseDatabase([&] { return m_Store.Unacknowledge(serial, reason, Console::NowMs()); });
   }
 
-  // The last observation of a service does not count, because the card may have been removed later.
+  // The last observation of a service is ignored, because the card may have been removed since.
   ForgetResult Forget(const std::string& serial) override {
     return UseDatabase([&] { return m_Store.Forget(serial, false); });
   }

@@ -33,7 +33,8 @@ class StoredState {
   // Returns false if no such acknowledgment was in effect.
   virtual bool Unacknowledge(const std::string& serial, const std::string& reason) = 0;
 
-  // Removes a card that is missing according to the session.
+  // Removes a card. Call only if the card is missing according to the session, because the database
+  // alone does not know.
   virtual ForgetResult Forget(const std::string& serial) = 0;
 };
 

@@ -125,7 +125,7 @@ bool Worker::AwaitEnd(const Console::Deadline& deadline) {
   return true;
 }
 
-// Whether the process has exited; reaps it.
+// Returns whether the process has exited. Reaps it.
 bool Worker::HasExited() {
   const Base::MutexLock lock(m_Lock);
   if (!m_IsReaped) m_IsReaped = waitpid(m_Process, nullptr, WNOHANG) != 0;

@@ -48,7 +48,7 @@ class Worker {
       DuringFormat duringFormat = DuringFormat::GiveUp) HOST_BLOCKS;
   // Reads the rows that the plug-in has written to a table, which is named as in
   // console/plugin/RowTables.h. Returns {"rows": ...}, or {"error": ...} if the database cannot be
-  // read. Returns empty like `Call`.
+  // read. Returns empty if the process has exited or has not replied by the deadline.
   std::optional<nlohmann::json> ReadRows(const std::string& table,
                                          const Console::Deadline& deadline) HOST_BLOCKS;
   // Whether a format is running.
@@ -107,12 +107,12 @@ class Worker {
   const pid_t m_Process;
   Console::PluginInfo m_Info;
   Console::Notifier m_Notifications;
-  std::atomic<bool> m_IsDisconnected{false};  // by `Disconnect`
+  std::atomic<bool> m_IsDisconnected{false};  // `Disconnect` was called
 
   mutable Base::Mutex m_Lock;
   Base::ConditionVariable m_Changed;  // signals changes of the members below
   bool m_HasEnded HOST_GUARDED_BY(m_Lock) = false;
-  bool m_IsReaped HOST_GUARDED_BY(m_Lock) = false;  // the process id may have been reused
+  bool m_IsReaped HOST_GUARDED_BY(m_Lock) = false;  // the process ID may have been reused
   std::uint64_t m_LastId HOST_GUARDED_BY(m_Lock) = 0;
   // Replies of pending calls, by id.
   std::map<std::uint64_t, std::optional<nlohmann::json>> m_Replies HOST_GUARDED_BY(m_Lock);

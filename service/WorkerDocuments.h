@@ -22,7 +22,7 @@ struct WorkerDocument {
   std::size_t m_FailedThreads = 0;
   bool m_NeedsRestart = false;
   std::vector<Console::UnresponsiveCard> m_UnresponsiveCards;
-  nlohmann::json m_Reply;  // without these fields
+  nlohmann::json m_Reply;  // without the fields above
 };
 
 // Throws `Console::RecordError` or `nlohmann::json::exception` if the document is invalid.

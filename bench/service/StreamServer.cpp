@@ -1,5 +1,5 @@
-// Serves the event stream of the service without its limit on streams. Each line of standard input
-// is a number of events to log. Runs until end of file.
+// Serves the service's event stream to more clients than the service itself allows. Each line of
+// standard input is a number of events to log. Runs until end of file.
 //
 // Usage: bench_streams SOCKET STREAMS    STREAMS: maximum number of clients
 #include <unistd.h>

@@ -2,7 +2,7 @@
 clients have read the cards.
 
 Usage: idle.py BUILD [CARDS [SECONDS]]    BUILD: directory of the built programs
-  CARDS     default: 64
+  CARDS     number of simulated cards (default: 64)
   SECONDS   duration of the measurement of processor time (default: 60)
 """
 import pathlib

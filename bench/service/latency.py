@@ -1,4 +1,5 @@
-"""Measures the time from a status bit of a simulated card to the event in the event stream.
+"""Measures the time from the change of a simulated card's status bit to the arrival of its event in
+the event stream.
 
 Most of this time is spent in the plug-in: it polls the cards at intervals, and reports a bit only
 after several equal readings. The time of an event is the time at which the plug-in reported the
@@ -24,7 +25,8 @@ EVENTS = {"raise": 10967, "clear": 10980}  # by cardsim command
 
 
 def follow(path, arrivals):
-    """Puts the time of arrival, the number and the id of each event into the queue."""
+    """Puts the arrival time, the number and the event id of each message of the stream into the
+    queue. The event id is None unless the message is an event."""
     connection = Connection(path, timeout=None)
     connection.request("GET", "/v1/events/stream")
     response = connection.getresponse()
@@ -43,8 +45,8 @@ def follow(path, arrivals):
 
 
 def vary_temperature(machine, stopping):
-    """Changes the temperature between any two polls, because the plug-in counts only comparisons
-    that find a difference."""
+    """Changes the temperature between any two polls, because the plug-in counts a reading of the
+    status bits only if the poll finds a difference."""
     count = 0
     while not stopping.wait(TEMPERATURE_INTERVAL):
         machine.set(0, "temp_internal_deg_c", 40 + count % 20 / 2)

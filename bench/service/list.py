@@ -1,6 +1,6 @@
 """Compares the time of `corvane-host list` through the service with that of curl, which receives a
-reply of the same size from a minimal libmicrohttpd server. The two programs run in turn. Their runs with --version
-show how much of the time is spent on loading them.
+reply of the same size from a minimal libmicrohttpd server. The two programs run in turn. Their runs
+with --version show how much of the time is spent on loading them.
 
 Usage: list.py BUILD [RUNS]    BUILD: directory of the built programs
   RUNS    runs of each program (default: 50)

@@ -5,8 +5,8 @@ The service itself allows 64 streams per kind of socket, so this uses bench_stre
 the same stream and a higher limit.
 
 Usage: streams.py BUILD [STREAMS [EVENTS]]    BUILD: directory of the built programs
-  STREAMS   default: 500
-  EVENTS    default: 1000
+  STREAMS   number of clients (default: 500)
+  EVENTS    number of events (default: 1000)
 """
 import os
 import pathlib

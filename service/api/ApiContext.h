@@ -1,4 +1,4 @@
-// The objects that the functions of the API use.
+// The objects that the handlers of the API use.
 #pragma once
 
 #include <chrono>

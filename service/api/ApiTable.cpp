@@ -385,7 +385,7 @@ std::string TargetOf(const ApiRow& row, const Http::Request& request) {
   return target;
 }
 
-// Logs a change and calls the handler of the row.
+// Calls the handler of the row, after logging the request if the row is for changes.
 Http::Reply Handle(const ApiRow& row, const ApiContext& api, const Http::Request& request) {
   if (row.m_Access == Access::Change) LogChange(request.m_Peer, TargetOf(row, request));
   return row.m_Function(api, request);
@@ -399,7 +399,8 @@ std::string ContentOf(const ApiRow& row, const Http::Request& request) {
   return content + request.m_Body;
 }
 
-// Different users may use the same key.
+// If an earlier request with this key has succeeded, returns its response instead of repeating the
+// request. Different users may use the same key.
 Http::Reply AnswerOnce(const ApiRow& row, const ApiContext& api, const Http::Request& request,
                        const std::string& key) {
   if (ParameterError(kKeyHeader, key)) {

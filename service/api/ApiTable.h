@@ -9,7 +9,7 @@
 
 namespace Service {
 
-// Must not block.
+// Handles a request. Must not block.
 using ApiFunction = Http::Reply (*)(const ApiContext& api, const Http::Request& request);
 
 // A response of a resource, other than a problem.
@@ -17,8 +17,8 @@ struct ResponseRow {
   unsigned m_Status;
   const char* m_Meaning;
   const char* m_MediaType;  // null: no content
-  const char* m_Schema;     // name of a schema; null for text
-  // Names of its headers, without those that every response has.
+  const char* m_Schema;     // name of a schema; null: none
+  // Names of its headers, except those that every response has.
   std::vector<const char*> m_Headers = {};
 };
 
@@ -37,7 +37,7 @@ struct ApiRow {
   const char* m_Summary;
   ApiFunction m_Function;
   std::vector<ResponseRow> m_Responses;
-  std::vector<ProblemRow> m_Problems = {};  // without those of the headers
+  std::vector<ProblemRow> m_Problems = {};  // except those of its headers
   std::vector<const char*> m_Query = {};    // names of parameters
   const char* m_Body = nullptr;             // name of a schema; null: no body
   std::vector<const char*> m_Headers = {};  // names of parameters that only this row honors

@@ -74,7 +74,7 @@ Reply GetStatus(const ApiContext& api, const Request&) {
   return DocumentOf(api, api.m_Store.Get(), {"status", "-o", "json"}, kJsonType, &api.m_Summary);
 }
 
-// All other query parameters are named after the command's options.
+// Query parameters other than "object" are named after the command's options.
 Reply GetEvents(const ApiContext& api, const Request& request) {
   Arguments arguments = {"events", "-o", "json"};
   Arguments object;

@@ -6,7 +6,7 @@
 
 namespace Service {
 
-// With "fresh" in the query string, these three functions wait for a new snapshot.
+// With "fresh" in the query string, the replies of these three handlers wait for a new snapshot.
 Http::Reply GetCards(const ApiContext& api, const Http::Request& request);
 Http::Reply GetCard(const ApiContext& api, const Http::Request& request);
 Http::Reply GetDrive(const ApiContext& api, const Http::Request& request);

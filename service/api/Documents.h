@@ -35,13 +35,13 @@ Http::Response MakePluginDownProblem(const PluginState& plugin);
 // Returns a 503 problem: too many requests are waiting for `what`.
 Http::Response MakeBusyProblem(const char* what);
 
-// Passes a responder to `queue`, which sends the response later. Returns the busy problem with
-// `what` if `queue` returns false.
+// Passes a responder to `queue`, which arranges for the response to be sent later. Returns
+// `MakeBusyProblem(what)` if `queue` returns false.
 using QueueResponder = std::function<bool(std::shared_ptr<Http::Responder>)>;
 Http::Reply DeferReply(const QueueResponder& queue, const char* what);
 
-// Like `DeferReply`, for a response that needs the database. If there is none by the deadline, the
-// client gets a 504 problem with the hint.
+// Like `DeferReply`, for a response that needs the database. If it is not ready within the
+// context's `m_DatabaseTimeout`, the client gets a 504 problem with `hint`.
 Http::Reply DeferToDatabase(const ApiContext& api, const QueueResponder& queue, const char* hint);
 
 // Returns a 500 problem: the database cannot be used.
@@ -53,8 +53,8 @@ Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot,
                           const Arguments& arguments, const char* type = kJsonType,
                           Console::EventSource* events = nullptr);
 
-// Returns the output of a console command with a session that reads and changes the cards. Blocks.
-// Throws the exceptions of the command.
+// Runs a console command with a session that reads and changes the cards, and returns its output.
+// Blocks. Throws what the command throws.
 std::string RunOnPlugin(const ApiContext& api, const Arguments& arguments);
 
 // Calls `answer` on the state thread, and sends its response. Returns a 503 if too many requests
@@ -68,7 +68,7 @@ Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Http::Respon
 // `Console::Failure` if the card is unknown or nothing has been read yet.
 std::string CardName(const Snapshot& snapshot, const std::string& serial);
 
-// Waits until the cards have been read again. Returns a problem if this fails or takes too long.
+// Blocks until the cards have been read again. Returns a problem if this fails or takes too long.
 std::optional<Http::Response> Refresh(const ApiContext& api);
 
 // Calls `answer` on a thread that may block, and sends what `ResponseOf` returns. Returns a 503 if

@@ -84,7 +84,7 @@ std::string ObjectName(const ApiContext& api, const JobRequest& request) {
   return CardName(*api.m_Store.Get(), request.m_Serial) + request.m_Drive;
 }
 
-// Executes the command of a job. Blocks.
+// Executes the command of a job and records its result. Blocks.
 void RunJob(const ApiContext& api, const std::string& id, JobRequest request) {
   const Response response = ResponseOf([&] {
     if (auto problem = Refresh(api)) return *problem;

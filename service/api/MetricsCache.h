@@ -28,7 +28,7 @@ class MetricsCache {
  private:
   Base::Mutex m_Lock;
   MetricsKey m_Key HOST_GUARDED_BY(m_Lock);
-  // Without a body: none is kept.
+  // No body: no response is kept.
   Http::Response m_Response HOST_GUARDED_BY(m_Lock);
 };
 

@@ -16,11 +16,12 @@ namespace Service {
 std::optional<std::uint64_t> QueryNumber(const Http::Request& request, const char* name,
                                          std::uint64_t fallback);
 
-// Returns the period and step of a history in the query; default: the last day before `nowMs`, and
-// the shortest possible steps. Throws `Console::Failure` for a value that is not a time.
+// Returns the request as a query for the history of `field`. By default, the period ends at `nowMs`
+// and lasts a day, and the steps are as short as possible. Throws `Console::Failure` for an invalid
+// time or duration.
 HistoryQuery QueryOf(const Http::Request& request, const HistoryField& field, std::uint64_t nowMs);
 
-// Parses the header Last-Event-ID. Returns empty if it is not the number of an event, or 0.
+// Parses the header Last-Event-ID. Returns empty if it is negative or not a number.
 std::optional<std::int64_t> ParseEventId(const std::string& text);
 
 }  // namespace Service

@@ -58,8 +58,8 @@ std::optional<Http::Reply> ReplayCache::Begin(const EntryPtr& entry) {
   return Defer(*known);
 }
 
-// Returns a promise of the entry's response. It has the timeout of the first promise, which remains
-// valid afterwards, so that a later repetition gets the response.
+// Returns a promise of the entry's response, with the timeout of the first promise. The timeout
+// does not end the first promise, so that a later repetition still gets the response.
 Http::ResponsePromise ReplayCache::Defer(Entry& entry) {
   Http::ResponsePromise promise = entry.m_Waiting.emplace_back().Promise();
   if (entry.m_pFirst != nullptr) promise.m_Response->CopyTimeout(*entry.m_pFirst);

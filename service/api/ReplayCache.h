@@ -26,7 +26,8 @@ class ReplayCache {
 
   // Returns the reply of `answer` for a new key, the first response for a known key, or a 422 if
   // the key was used with another `content`. If the first response is not complete, a repeated
-  // request waits for it. Keeps only successful responses, also of clients that have disconnected.
+  // request waits for it. Keeps only successful responses, including those to clients that have
+  // disconnected.
   //
   // `answer` must not block, and returns a response or a promise, which must be completed before
   // the cache is destroyed. Throws what `answer` throws.
@@ -43,7 +44,8 @@ class ReplayCache {
     Clock::time_point m_Begun;
     std::optional<Http::Response> m_Response;  // empty until it is complete
     std::vector<Http::Responder> m_Waiting;    // for the response
-    // The promise of the request that makes the change. Null until it is known.
+    // The promise of the request that makes the change. Null until it is known, and once the entry
+    // is complete.
     std::shared_ptr<const Http::PendingResponse> m_pFirst;
   };
   using EntryPtr = std::shared_ptr<Entry>;

@@ -90,7 +90,8 @@ std::optional<std::string> ValidationError(const Json& document, const std::stri
 std::optional<std::string> ParameterError(const std::string& name, const std::string& text) {
   const bool isNumber = Parameters().at(name).at("schema").value("type", "") == "integer";
   Json value = text;
-  // "-0" cannot be read as the unsigned number that it equals.
+  // "-0" stays text, which the schema rejects, because handlers cannot parse it as an unsigned
+  // number.
   const auto number = Console::ReadNumber<std::int64_t>(text);
   if (isNumber && number && (*number != 0 || text.front() != '-')) {
     value = *number;

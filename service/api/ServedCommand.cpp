@@ -32,7 +32,8 @@ std::string Run(const Console::CommandTable& commands, const std::vector<std::st
   return Render(result, format, style, context.EnvelopeFor(result.m_Code));
 }
 
-// The plug-in gets the values last read from a card that does not respond.
+// While a card does not respond, the plug-in gets the values last read, which are older than the
+// snapshot.
 bool IsNotResponding(const Snapshot& snapshot, const Console::Object& object) {
   const PI::CObject* const record = snapshot.Find(object.m_ID);
   return object.m_Kind == Console::Kind::Adapter && object.m_LastRead != 0 &&

@@ -124,7 +124,7 @@ Response NoThreadProblem() {
                      "Allow the service more processes and threads, or free memory.");
 }
 
-// Executes a command and ends its job, unless the card continues to work.
+// Executes a command and ends its job, unless the card is still working.
 Response ExecuteJob(const ApiContext& api, const PluginCommand& command, const std::string& id) {
   const std::size_t failedThreads = api.m_Collector.FailedThreads();
   const auto onReply = [&](const PluginReply& reply, pid_t process) {
@@ -139,8 +139,8 @@ Response ExecuteJob(const ApiContext& api, const PluginCommand& command, const s
   return response;
 }
 
-// Replies to a change after the cards have been read again, so that later reads return it. `job`:
-// the id of the change's job, or empty.
+// Executes a command. Returns from a change only after the cards have been read again, so that
+// later reads include it. `job`: the id of the change's job, or empty.
 Response CallPlugin(const ApiContext& api, const PluginCommand& command,
                     const std::optional<std::string>& job = std::nullopt) {
   const auto execute = [&] { return Execute(api, command, [](const PluginReply&, pid_t) {}); };
@@ -162,7 +162,7 @@ Http::Reply StartChange(const ApiContext& api, const Http::Request& request,
   return reply;
 }
 
-// Reads the cards again before replying.
+// Answers a read after the cards have been read again.
 Response ReadFresh(const ApiContext& api, const PluginCommand& command) {
   if (auto problem = Refresh(api)) return *problem;
   const SnapshotPtr snapshot = api.m_Store.Get();
@@ -205,8 +205,7 @@ Response AwaitSession(const ApiContext& api) {
   return SessionInfo(api, *snapshot);
 }
 
-// Omits events after `newest`, because clients must not see an event before the stream sends
-// it.
+// Omits events after `newest`, because no client may see an event before the stream sends it.
 Response EventsUpTo(std::int64_t newest, const std::vector<HostKit::LoggedEvent>& events) {
   Json json = {{"newest", newest}, {"events", Json::array()}};
   for (const HostKit::LoggedEvent& event : events) {

@@ -5,7 +5,8 @@
 
 namespace Service {
 
-// Returns the state of the plug-in. Waits for the plug-in's first start to succeed or fail.
+// Returns the state of the plug-in. The reply waits until the plug-in's first start has succeeded
+// or failed.
 Http::Reply GetSession(const ApiContext& api, const Http::Request& request);
 
 // Executes one command. Reads are answered from the snapshot, or with `fresh` from a new snapshot;

@@ -19,7 +19,8 @@
 namespace Service {
 
 // The plug-in replies to an attach or detach before the card has finished. Such a job ends with the
-// first snapshot or event that shows the end; all other jobs end with the reply. Thread-safe.
+// first snapshot or event that shows that the card has finished; all other jobs end with the reply.
+// Thread-safe.
 class SessionJobs {
  public:
   // The job table must outlive this object. `timeout` is the time limit of an attach or detach.

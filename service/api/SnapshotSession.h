@@ -9,8 +9,8 @@ namespace Service {
 // Throws `Console::Failure` if the plug-in has not reported anything yet.
 void RequireReport(const Snapshot& snapshot);
 
-// Reads return values from the snapshot. Changes fail with `PI::ERR_COMMAND_ERROR`, and the
-// list of events is empty.
+// Reads return values from the snapshot. Changes, and checks of operations, fail with
+// `PI::ERR_COMMAND_ERROR`. The list of events is empty.
 class SnapshotSession : public Console::Session {
  public:
   // Throws like `RequireReport`.

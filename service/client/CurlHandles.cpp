@@ -41,7 +41,7 @@ std::string UrlOf(const std::string& path) {
   return "http://service" + path;
 }
 
-// libcurl takes a length of 0 as unknown, so an empty text is returned without a call.
+// libcurl interprets a length of 0 as unknown, so an empty text is not passed to it.
 std::string Escaped(const std::string& text) {
   if (text.empty()) return {};
   char* const escaped = curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size()));

@@ -39,7 +39,7 @@ HeaderList MakeHeaders(const std::string& header);
 // service.
 std::string UrlOf(const std::string& path);
 
-// Returns a text percent-encoded, for use as a path segment or in a query.
+// Returns the text percent-encoded, for use as a path segment or in a query.
 std::string Escaped(const std::string& text);
 
 // Returns the result of the transfer, or empty until it has ended.

@@ -13,7 +13,7 @@
 
 namespace Service {
 
-// Members are destroyed in reverse order, so the transfer is destroyed first.
+// Members are destroyed in reverse order: the easy handle before the headers that it refers to.
 struct EventStream::Connection {
   Connection(const std::filesystem::path& socket, std::int64_t after)
       : m_Headers(MakeHeaders(fmt::format("Last-Event-ID: {}", after))),
@@ -29,7 +29,7 @@ struct EventStream::Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  // Keeps a reply that is not a stream, because it contains the problem.
+  // Keeps a reply that is not a stream, because it contains the problem document.
   static std::size_t Append(const char* text, std::size_t, std::size_t size,
                             Connection* connection) {
     if (connection->Status() == 200) return connection->m_Lines.Append({text, size}) ? size : 0;
@@ -64,7 +64,7 @@ void EventStream::Connect(std::int64_t after) {
   m_Connection = std::make_shared<Connection>(m_Socket, after);
 }
 
-// Processes what has arrived. The end of the stream also counts as a change.
+// Processes the data that has arrived. The end of the stream also counts as a change.
 bool EventStream::HasChanges() {
   int running = 0;
   curl_multi_perform(m_Connection->m_Multi.get(), &running);

@@ -22,9 +22,9 @@ class EventStream {
   EventStream(const EventStream&) = delete;
   EventStream& operator=(const EventStream&) = delete;
 
-  // Waits for an event with a number above `after` or for a new snapshot. Connects first if
-  // not connected. Returns false on timeout, on a stop signal, or if a descriptor of `extra` is
-  // ready. Throws `Console::Failure` if the service is not reachable, rejects the request or sends
+  // Waits for an event with a number above `after` or for a new snapshot. Connects first if not
+  // connected. Returns false on timeout, on a stop signal, or if a descriptor of `extra` is ready.
+  // Throws `Console::Failure` if the service is not reachable, rejects the request or sends
   // an invalid stream. If the stream ends, returns true, and the next call connects again after a
   // pause.
   bool Wait(std::int64_t after, std::chrono::milliseconds timeout, const Console::WaitSet& extra);

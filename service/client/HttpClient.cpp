@@ -12,7 +12,8 @@ namespace {
 
 using Console::OnStop;
 
-// Removes the handle at the end of a transfer, so that the handle can be used again.
+// Adds the easy handle to the multi handle for one transfer. After its removal, it can be used for
+// the next transfer.
 class Transfer {
  public:
   Transfer(const MultiHandle& multi, const EasyHandle& easy) : m_Multi(multi), m_Easy(easy) {
@@ -27,7 +28,8 @@ class Transfer {
   const EasyHandle& m_Easy;
 };
 
-// Waits for activity on the connection, or for a stop signal if that ends the request.
+// Waits for activity on the connection, for the deadline, or for a stop signal if that ends the
+// request.
 void Poll(const MultiHandle& multi, const Console::Deadline& deadline, OnStop onStop) {
   curl_waitfd stop = {};
   stop.fd = Console::StopDescriptor();
@@ -49,7 +51,7 @@ HttpClient::HttpClient(std::filesystem::path socket, std::size_t maxBodyBytes)
   SetOption(m_Easy, CURLOPT_WRITEDATA, this);
 }
 
-// A return value below `size` ends the transfer.
+// libcurl aborts the transfer if the return value is less than `size`.
 std::size_t HttpClient::Append(const char* text, std::size_t, std::size_t size,
                                HttpClient* client) {
   if (size > client->m_MaxBodyBytes - client->m_Body.size()) return 0;

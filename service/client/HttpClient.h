@@ -40,7 +40,8 @@ class HttpClient {
   const std::filesystem::path& Socket() const { return m_Socket; }
 
   // Sends a request and waits for the reply. Returns empty at the deadline. Throws a failure from
-  // `ServiceFailure.h` without a usable reply, and `Console::Stopped` on a stop signal.
+  // `ServiceFailure.h` if there is no usable reply, and `Console::Stopped` on a stop signal if
+  // `m_OnStop` is `Abandon`.
   std::optional<HttpReply> Send(const HttpRequest& request, const Console::Deadline& deadline);
 
  private:

@@ -40,7 +40,8 @@ std::string TextOf(const Json& problem, const char* name) {
 }  // namespace
 
 Failure NoServiceFailure(const std::filesystem::path& socket) {
-  // libcurl does not report why it could not connect. A new attempt may succeed.
+  // libcurl does not report why it could not connect. The probe succeeds if the service has started
+  // since then.
   int error = Base::ProbeSocket(socket.string());
   if (error == 0) error = ECONNREFUSED;
   const bool denied = error == EACCES || error == EPERM;

@@ -12,8 +12,8 @@ namespace Service {
 // The message id of `NoServiceFailure`.
 constexpr const char* kNoService = "NO_SERVICE";
 
-// No service listens on the socket, or the user may not connect. The failure contains the reason
-// from errno.
+// No service listens on the socket, or the user may not connect. Probes the socket again to
+// determine the reason.
 Console::Failure NoServiceFailure(const std::filesystem::path& socket);
 // The service closed the connection, or stopped accepting connections. `mayHaveChanged`: a change
 // was sent.
@@ -26,7 +26,9 @@ Console::Failure InvalidReplyFailure(const std::filesystem::path& socket, const 
 // Returns the id of the problem in a reply, or empty if the reply is not a problem.
 std::string ProblemId(const HttpReply& reply);
 
-// Converts a reply other than 200 and its problem document to a failure with the same id.
+// Converts a reply with a status other than 200 to a failure with the id of its problem document.
+// Returns an `InvalidReplyFailure` if the reply is not a problem document, or if its status means
+// that the request itself was invalid.
 Console::Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& socket);
 
 }  // namespace Service

@@ -57,14 +57,14 @@ ServiceSession::~ServiceSession() {
 }
 
 // Waits slightly beyond the deadline, because a command that runs for a given time collects its
-// last events when the time is over.
+// last events after that time.
 HttpReply ServiceSession::SendWithin(const Deadline& deadline, const HttpRequest& request) {
   auto reply = m_Client.Send(request, deadline.Extended(Console::kGrace));
   if (!reply) throw ServiceTimeoutFailure(m_Client.Socket(), request.m_IsChange);
   return std::move(*reply);
 }
 
-// Returns a reply with status 200.
+// Throws a failure if the status of the reply is not 200.
 HttpReply ServiceSession::Send(const HttpRequest& request, const Deadline& deadline) {
   HttpReply reply = SendWithin(deadline, request);
   if (reply.m_Status != 200) throw ProblemFailure(reply, m_Client.Socket());
@@ -87,7 +87,8 @@ SessionState ServiceSession::ReadState() {
   return ParseReply(m_Client.Socket(), [&] { return SessionStateFromJson(json); });
 }
 
-// After a change, reads wait for the cards, so that they show the end of a job.
+// After an operation, reads wait until the service has read the cards again, so that they show the
+// end of the operation's job.
 std::optional<Console::PluginReply> ServiceSession::Call(Console::PluginCommand command,
                                                          const Deadline& deadline,
                                                          Console::OnStop onStop) {
@@ -170,8 +171,8 @@ std::vector<PI::CObject> ServiceSession::Topology() {
   }
 }
 
-// PLUGIN_DOWN counts as a loss: once the plug-in has reported objects, a service returns it only
-// after a restart.
+// PLUGIN_DOWN counts as a loss: a service rejects reads of its snapshot with it only until the
+// plug-in has reported its objects, so the service has been restarted.
 bool ServiceSession::IsConnectionLoss(const Failure& failure) const {
   static const std::set<std::string> losses = {kNoService, "SERVICE_ENDED", "STOPPING",
                                                "PLUGIN_DOWN"};
@@ -186,8 +187,8 @@ void ServiceSession::MarkLost() {
   m_OnLost();
 }
 
-// Returns true as soon as the session is connected, and false on timeout, on a stop signal or if
-// a descriptor of `extra` is ready.
+// Returns true as soon as the session is connected again, and false on timeout, on a stop signal or
+// if a descriptor of `extra` is ready.
 bool ServiceSession::Reconnect(std::chrono::milliseconds timeout, const Console::WaitSet& extra) {
   const Deadline deadline(timeout);
   while (Pause(deadline.Earlier(m_NextAttempt).Remaining(), extra) && m_NextAttempt.HasPassed()) {

@@ -23,8 +23,8 @@ namespace Service {
 class ServiceSession : public Console::CommandSession, private Console::EventSource {
  public:
   // Connects, and waits if the plug-in is still starting. Throws `Console::Failure`, with the id
-  // `kNoService` if nothing answers at the socket. Redirects `eventLog` to the service's log until
-  // the session is destroyed; `eventLog` must outlive the session.
+  // `kNoService` if it cannot connect to the socket. Redirects `eventLog` to the service's log
+  // until the session is destroyed; `eventLog` must outlive the session.
   ServiceSession(std::filesystem::path socket, Console::EventLogClient& eventLog,
                  const Console::TimeLimits& limits);
   ~ServiceSession() override;
@@ -48,8 +48,8 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   bool WaitForNotification(std::chrono::milliseconds timeout,
                            const Console::WaitSet& extra) override;
 
-  // Sends a request to another resource of the service, within the time limit of a read. Returns
-  // the reply with any status. Throws `Console::Failure` if there is none.
+  // Sends a request to another resource of the service, with the time limit of a call. Returns the
+  // reply, whatever its status. Throws `Console::Failure` if there is none.
   HttpReply Exchange(const HttpRequest& request);
   const std::filesystem::path& Socket() const { return m_Client.Socket(); }
 

@@ -19,13 +19,13 @@
 namespace Hooks {
 
 struct Event {
-  std::int64_t m_Number = 0;  // increases with each event, also across restarts
+  std::int64_t m_Number = 0;  // increases with each event, even across restarts
   nlohmann::ordered_json m_Document;
 };
 
 struct ProgramSettings {
   std::filesystem::path m_Directory;
-  // Stores the number of the last event whose programs were started. If it is empty, the
+  // File with the number of the last event whose programs were started. If the path is empty, the
   // number is not stored.
   std::filesystem::path m_StateFile;
   std::chrono::milliseconds m_Timeout{30000};  // per program
@@ -36,9 +36,9 @@ struct ProgramSettings {
   std::function<void(const std::string&)> m_Report = nullptr;
 };
 
-// Returns the event number in the text of a state file, or empty if the text is not a number, at
-// least 0, on a single line with a newline. A number without a newline may be incomplete, and its
-// programs could run twice.
+// Returns the event number in the text of a state file: an integer, at least 0, followed by a
+// newline. Returns empty for any other text. A number without the newline may be incomplete, and
+// programs could run twice for the events after it.
 std::optional<std::int64_t> ParseStateFile(const std::string& text);
 
 // The programs of one event run one after another, in order of their names; programs of different
@@ -51,7 +51,7 @@ class EventPrograms {
  public:
   // Starts the threads. Throws `std::system_error` if one cannot be started.
   explicit EventPrograms(ProgramSettings settings);
-  // Starts no programs for further events, and kills programs that are still running after the stop
+  // Starts no programs for queued events, and kills programs that are still running after the stop
   // timeout. Queued events must be passed again after the next start.
   ~EventPrograms();
   EventPrograms(const EventPrograms&) = delete;
@@ -59,7 +59,7 @@ class EventPrograms {
 
   // Returns the number in the state file at construction; empty if it could not be read.
   std::optional<std::int64_t> LastNumber() const { return m_LastNumber; }
-  // Records that the events up to this number need no programs.
+  // Records that no programs need to run for the events up to this number. Call before `Take`.
   void SkipTo(std::int64_t number);
   // Queues the event for its programs and returns immediately. Events are handled in the order of
   // the calls. Thread-safe.
@@ -86,7 +86,7 @@ class EventPrograms {
   Base::ConditionVariable m_Changed;
   std::deque<Event> m_Waiting HOST_GUARDED_BY(m_Lock);
   bool m_IsStopping HOST_GUARDED_BY(m_Lock) = false;
-  bool m_IsRecording HOST_GUARDED_BY(m_Lock) = false;  // a thread records an event's number
+  bool m_IsRecording HOST_GUARDED_BY(m_Lock) = false;  // a thread is recording a number
   unsigned m_Running HOST_GUARDED_BY(m_Lock) = 0;
 
   std::vector<std::thread> m_Threads;

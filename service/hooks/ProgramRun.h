@@ -20,11 +20,11 @@ struct ProgramResult {
   // Empty, or the failure, such as "exit code 1", "killed by signal 9", "killed after 30 s",
   // "cannot be killed".
   std::string m_Failure;
-  std::string m_Output;  // of both streams, the first 16 KiB
+  std::string m_Output;  // standard output and standard error, the first 16 KiB
 };
 
 // Runs the program in a separate process group and waits for it. All processes of the group are
-// killed when the program exits, when the timeout expires, or when `m_Stop` is readable. A process
+// killed when the program exits, when the timeout expires, or when `m_Stop` is readable. A program
 // that has not exited three seconds later is left running. Thread-safe. Needs no handlers for
 // SIGPIPE and SIGCHLD.
 ProgramResult Run(const ProgramRun& run);

@@ -35,7 +35,7 @@ bool Contains(const List& list, const Value& value) {
   return std::find(list.begin(), list.end(), value) != list.end();
 }
 
-// Returns empty if the length is missing or invalid.
+// Returns empty if the length is missing or contains a character other than a digit.
 std::optional<std::uint64_t> ContentLength(const Head& head) {
   const std::string* const text = FindHeader(head, "content-length");
   std::uint64_t length = 0;

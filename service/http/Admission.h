@@ -32,8 +32,8 @@ struct Admission {
   std::optional<Response> m_Refusal;
 };
 
-// Returns the refusal of the first rule that the head breaks, if any. The result refers to
-// `router`.
+// Checks the head against the rules, in order. If it breaks one, the result contains the refusal of
+// that rule; otherwise, the request and its route, which `router` owns.
 Admission Admit(const Head& head, const Router& router, const Settings& settings,
                 const Permissions& permissions);
 

@@ -35,7 +35,8 @@ Connections::EntryPtr Connections::Open(int socket) {
   auto entry = std::make_shared<Entry>(socket, PeerOf(socket));
   const Base::MutexLock lock(m_Lock);
   if (IsLimitReached(entry->m_Peer)) {
-    // The request is refused too, because what a TCP client has already sent can still be read.
+    // The shutdown alone is not enough: a request that a TCP client has already sent can still be
+    // read.
     entry->m_IsRefused = true;
     shutdown(socket, SHUT_RDWR);
     return entry;

@@ -35,10 +35,10 @@ class Connections {
   EntryPtr Open(int socket);
   void Close(const EntryPtr& entry);
 
-  // Replaces the time after which the connection is shut down.
+  // Replaces the time limit: the connection is shut down after `timeout` from now.
   void SetTimeout(const EntryPtr& entry, std::chrono::milliseconds timeout);
-  // Call when a request is complete. Removes the time limit, because the server's own work is not
-  // limited.
+  // Call when a request has been received in full. Removes the time limit, because the server's own
+  // work is not limited.
   void BeginRequest(const EntryPtr& entry);
   // Registers the response for which the request waits. It is aborted if the client disconnects or
   // the server stops. Returns false if the server is stopping or too many streams are open.
@@ -47,8 +47,8 @@ class Connections {
   // Call when a request has ended. Unregisters the response that `BeginWait` registered, if any.
   void EndRequest(const EntryPtr& entry);
 
-  // Aborts all registered responses, and gives the clients of all complete requests up to a second
-  // to receive their responses. Afterwards `BeginWait` returns false.
+  // Aborts all registered responses, and waits up to a second for the end of all requests that have
+  // been received in full. Afterwards `BeginWait` returns false.
   void Stop();
 
  private:
@@ -87,7 +87,7 @@ struct Connections::Entry {
   const int m_Socket;
   const Peer m_Peer;
   bool m_IsRefused = false;   // set before any other thread sees the entry
-  bool m_HasRequest = false;  // a complete one that has not ended
+  bool m_HasRequest = false;  // received in full, not ended
   bool m_IsStream = false;
   std::optional<Clock::time_point> m_Deadline;
   std::shared_ptr<UnfinishedResponse> m_Unfinished;

@@ -16,15 +16,19 @@ class PendingResponse : public UnfinishedResponse {
  public:
   using Callback = std::function<void(const Response&)>;
 
-  // Sets a callback that is called once with the response: now if it is set, otherwise on the
-  // thread that sets it. It is not called if the request ends first. Call at most once.
+  // Sets a callback that is called once with the response: immediately if there already is one,
+  // otherwise on the thread that sets it. It is not called if the request ends first. Call at most
+  // once.
   void OnComplete(Callback callback);
   // Sets the response, unless one was set before or the request has ended. Thread-safe.
   void Complete(Response response);
-  // Sets the response that `CheckTimeout` sends after this time. Call at most once. Thread-safe.
+  // Sets the response that `CheckTimeout` sends if there is none after `timeout`. Call at most
+  // once. Thread-safe.
   void SetTimeout(std::chrono::milliseconds timeout, Response response);
-  // Sets the timeout of `other`, if it has one. Call at most once, and instead of `SetTimeout`.
+  // Copies the deadline and the timeout response from `other`, if it has them. Call at most once,
+  // and instead of `SetTimeout`.
   void CopyTimeout(const PendingResponse& other);
+  // Whether the request has ended or timed out.
   bool HasEnded() const;
   // Returns empty until a response is set.
   std::optional<Response> Get() const;
@@ -40,7 +44,7 @@ class PendingResponse : public UnfinishedResponse {
 
   bool HasTimedOut();
 
-  Response m_OnTimeout;  // not changed after `SetTimeout` and `CopyTimeout`
+  Response m_OnTimeout;  // not changed after `SetTimeout` or `CopyTimeout`
 
   mutable Base::Mutex m_Lock;
   std::optional<Response> m_Response HOST_GUARDED_BY(m_Lock);

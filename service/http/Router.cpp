@@ -87,8 +87,8 @@ Router::Router(std::vector<Route> routes) {
   for (Route& route : routes) Add(std::move(route));
 }
 
-// A path template such as "/{name}" matches itself, so an earlier route that also matches it would
-// receive all of this row's requests.
+// A path template such as "/{name}" matches itself as a path. An earlier route that also matches it
+// would receive all requests of the new route.
 void Router::Add(Route route) {
   Segments segments;
   for (const std::string_view segment : SegmentsOf(route.m_Path)) segments.emplace_back(segment);

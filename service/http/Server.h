@@ -1,4 +1,4 @@
-// An HTTP server: routes on listening sockets.
+// An HTTP server: serves a set of routes on a set of listening sockets.
 #pragma once
 
 #include <memory>
@@ -20,8 +20,8 @@ class Server {
   // `listeners` are listening TCP or Unix sockets. Throws `std::logic_error` for a route that can
   // never be reached, and `std::runtime_error` if the server cannot be started.
   Server(std::vector<Route> routes, Settings settings, std::vector<Base::Descriptor> listeners);
-  // Waits for running handlers. Requests that wait for a response get a 503, if the client reads it
-  // immediately; streams are dropped.
+  // Waits for running handlers. Requests that wait for a response get a 503, which their clients
+  // must receive within a second; streams are dropped.
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;

@@ -13,12 +13,13 @@
 namespace Http {
 
 struct Limits {
-  std::size_t m_Connections = 256;           // of all listeners together; others are refused
+  std::size_t m_Connections = 256;           // across all listeners; further ones are refused
   std::size_t m_ConnectionsPerAddress = 16;  // TCP only
   std::size_t m_Streams = 64;                // separately for Unix and TCP clients
   std::size_t m_HeaderBytes = 8192;          // request line and headers
   std::size_t m_BodyBytes = 65536;
-  // Time limit from the connection, or the end of the previous response, to the end of the request.
+  // Time limit for receiving a request in full, from the opening of the connection or the end of
+  // the previous response.
   std::chrono::milliseconds m_RequestTimeout{10000};
   // Time limit for a client to receive a response other than a stream.
   std::chrono::milliseconds m_ResponseTimeout{30000};
@@ -40,7 +41,8 @@ struct Settings {
   // Names and addresses that the Host header of TCP clients may contain: in lower case, without the
   // port, IPv6 addresses in brackets. The address to which the client connected is always allowed.
   std::vector<std::string> m_Hosts = {"localhost", "127.0.0.1", "[::1]"};
-  // Receives the text of an exception that a handler threw. Called on any thread of the server.
+  // Receives the reason for a 500: the text of an exception that a handler threw, or the name of an
+  // invalid header in its response. Called on any thread of the server.
   std::function<void(const std::string&)> m_OnFailure = nullptr;
 };
 

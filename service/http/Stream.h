@@ -22,8 +22,8 @@ class Stream : public UnfinishedResponse {
   explicit Stream(std::size_t bytes, std::string contentType = "text/event-stream");
 
   // Queues `text`. Returns false if the stream has ended: the connection was lost or dropped, the
-  // stream was closed, or the server is stopping. If the text does not fit, the connection is
-  // dropped, and the client has to resume. An empty queue accepts text of any length.
+  // stream was closed, or the server is stopping. If the text does not fit, drops the connection
+  // and returns false; the client has to resume. An empty queue accepts text of any length.
   bool Send(std::string_view text);
   // Ends the stream after the queued text.
   void Close();
@@ -38,8 +38,8 @@ class Stream : public UnfinishedResponse {
 
   // Called by the server.
   const std::string& ContentType() const { return m_ContentType; }
-  // Moves up to `size` bytes from the queue to `into`. Returns 0 if none are queued now, or empty
-  // if no more will follow.
+  // Moves up to `size` bytes from the queue to `into`. Returns their number: 0 if none are queued
+  // now, or empty if no more will follow.
   std::optional<std::size_t> Take(char* into, std::size_t size);
   // Whether the stream ended early, so that the client must not see a regular end.
   bool IsAborted() const;

@@ -28,7 +28,7 @@ bool IsAcknowledgeable(const std::string& reason);
 // An acknowledgment stays in effect when its reason ends and recurs. It ends when it expires, when
 // it is removed, or when the card is forgotten.
 
-// Replaces an acknowledgment of the same card and reason.
+// Stores the acknowledgment. Replaces an earlier one of the same card and reason.
 AcknowledgeResult WriteAcknowledgment(HostKit::Connection& connection,
                                       const Acknowledgment& acknowledgment);
 

@@ -17,7 +17,7 @@ namespace {
 using HostKit::Connection;
 using HostKit::Statement;
 
-// The content of a column.
+// The value of one column in a row.
 using Cell = std::variant<std::optional<std::int64_t>, std::string>;
 
 template <class Number>

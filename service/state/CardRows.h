@@ -24,7 +24,8 @@ CardRows ReadCardRows(HostKit::Connection& connection);
 // Writes the rows that are missing from `stored` or differ from it.
 void WriteCardRows(HostKit::Connection& connection, const CardRows& stored, const CardRows& rows);
 
-// Returns the card's number in the history tables, or empty if the card is not known.
+// Returns the card's position, which identifies it in the history tables, or empty if the card is
+// not known.
 std::optional<std::int64_t> FindPosition(HostKit::Connection& connection,
                                          const std::string& serial);
 

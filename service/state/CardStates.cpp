@@ -94,7 +94,8 @@ bool IsAbnormal(const Reasons& reasons) {
   return !std::all_of(reasons.begin(), reasons.end(), IsAttachReason);
 }
 
-// Returns the numbers in ascending order, which is the plug-in's order within each of its masks.
+// Returns the numbers in ascending order, in which the plug-in also reports the events of each
+// status mask.
 std::set<std::uint32_t> EventNumbers(const Reasons& before, const Reasons& now) {
   std::set<std::uint32_t> numbers;
   for (const std::uint32_t reason : now) {
@@ -104,7 +105,8 @@ std::set<std::uint32_t> EventNumbers(const Reasons& before, const Reasons& now) 
   return numbers;
 }
 
-// Unknown values do not differ, because a card may not know its layout while it is being formatted.
+// Unknown values do not differ, because a card may not know its format while formatting is in
+// progress.
 bool Differ(const std::optional<std::int64_t>& left, const std::optional<std::int64_t>& right) {
   return left && right && *left != *right;
 }

@@ -1,9 +1,9 @@
 // The state of the cards according to the event log, and the events that are missing from the log.
 //
-// A plug-in reports only changes after its start. Earlier changes, while no plug-in was running or
-// after the service had been killed, are found by comparing the state in the log with the first
-// observation. Changes that were reversed in between are lost, and the added events have the time
-// of the observation.
+// A plug-in reports only changes that occur after its start. Earlier changes, while no plug-in was
+// running or after the service had been killed, are found by comparing the state in the log with
+// the first observation. Changes that were reversed in between are lost, and the added events have
+// the time of the observation.
 //
 // These functions use neither the database nor the clock. They are thread-safe.
 #pragma once
@@ -21,20 +21,20 @@
 
 namespace Service {
 
-// The layout of a drive; empty: unknown.
+// The format of a drive; empty: unknown.
 struct DriveFormat {
   std::optional<std::int64_t> m_SizeBytes;
   std::optional<std::int64_t> m_SectorSizeBytes;
 };
 
-// A drive as observed.
+// A drive, as observed or as reconstructed from the log. Only the format is stored.
 struct DriveState {
   std::uint64_t m_ObjectID = 0;
   std::string m_Name;
   DriveFormat m_Format;
 };
 
-// A card's state as reconstructed from the log.
+// The state of a card, as observed or as reconstructed from the log.
 struct CardState {
   bool m_IsPresent = false;
   // Whether the card was added and its reasons have not been observed since. These reasons have no
@@ -61,7 +61,8 @@ using Absences = std::map<std::string, std::map<std::uint32_t, std::uint64_t>>;
 
 // Applies changes that produce no event, such as the end of one of several reasons. Earlier events
 // of the observed plug-in process must have been applied. New reasons are not added, because their
-// events will follow. A reason ends only after it has been absent for a minute.
+// events will follow, except those of a new card. A reason other than attached or detached ends
+// only after it has been absent for a minute.
 void ApplyObservation(const CardStates& observed, std::uint64_t timeMs, CardStates& logged,
                       Absences& absences);
 

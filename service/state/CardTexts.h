@@ -1,4 +1,4 @@
-// Lists in the cells of known cards, as text.
+// Converts lists to and from the text in cells of the table of known cards.
 #pragma once
 
 #include <cstdint>
@@ -10,16 +10,16 @@
 
 namespace Service {
 
-// Returns the numbers, separated by blanks.
+// Returns the numbers, separated by spaces.
 std::string TextOf(const std::set<std::uint32_t>& reasons);
-// Skips words that are not reasons, because a damaged cell must not make the other reasons unknown.
+// Skips words that are not numbers, so that a damaged cell keeps its other reasons.
 std::set<std::uint32_t> ParseReasons(const std::string& text);
 
-// Returns the size and sector size of each drive, such as "785000000000 512", separated by blanks;
+// Returns the size and sector size of each drive, such as "785000000000 512", separated by spaces;
 // "-" is unknown.
 std::string TextOf(const std::vector<DriveState>& drives);
-// Returns drives with a layout only. A word that is not a number is an unknown value, and a last
-// word without a partner is ignored.
+// Returns drives with only a format. A word that is not a number is an unknown value, and an
+// unpaired last word is ignored.
 std::vector<DriveState> ParseDrives(const std::string& text);
 
 }  // namespace Service

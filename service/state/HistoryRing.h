@@ -1,8 +1,8 @@
 // The recorded values of cards, in two rings of fixed length: one value per minute for 48 hours,
 // and one per hour for two years.
 //
-// Positions in a ring are counted and do not depend on the time, so that a value always replaces
-// the one that was written first, even if the clock was set. The minutes of all cards are adjacent,
+// The place of a value in its ring depends on a counter and not on the time, so that a new value
+// always replaces the oldest one, even if the clock was set. The minutes of all cards are adjacent,
 // because they are written together. The hours of one card are adjacent, because they are read
 // together.
 #pragma once
@@ -25,8 +25,8 @@ constexpr std::int64_t kPositions = 65536;
 // Values by position of the card.
 using HistorySample = std::map<std::int64_t, HistoryValues>;
 
-// Writes the sample of a minute, unless the last sample was of the same minute. In the first minute
-// of another hour, summarizes the previous minutes. Requires a transaction.
+// Writes the sample of a minute, unless it is empty or the last sample was of the same minute. In
+// the first minute of another hour, summarizes the previous minutes. Requires a transaction.
 void WriteHistory(HostKit::Connection& connection, std::uint64_t timeMs,
                   const HistorySample& sample);
 

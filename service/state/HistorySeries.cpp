@@ -19,7 +19,7 @@ struct Hour {
   std::vector<HistoryValue> m_Summaries;
   std::int64_t m_SummaryMinutes = 0;  // number of minutes in the summaries
   std::vector<HistoryValue> m_SummarizedMinutes;
-  std::vector<HistoryValue> m_OtherMinutes;  // not part of a summary
+  std::vector<HistoryValue> m_OtherMinutes;  // not yet in a summary
 
   void AppendTo(std::vector<HistoryValue>& values) const {
     const bool isComplete =
@@ -97,7 +97,7 @@ struct Sum {
   }
 };
 
-// Returns a step of complete minutes.
+// Returns a step of whole minutes.
 std::uint64_t StepFor(std::uint64_t range, std::uint64_t requested) {
   const std::uint64_t shortest = (range + kMaxPoints - 1) / kMaxPoints;
   const std::uint64_t step = std::max({shortest, requested, kMinuteMs});

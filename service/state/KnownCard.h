@@ -13,13 +13,15 @@ struct KnownCard {
   std::string m_SerialNumber;
   std::int64_t m_Position = 0;  // N in the name aN
   std::uint64_t m_FirstSeen = 0;
-  std::uint64_t m_LastSeen = 0;  // up to a minute too early if the service was killed
-  bool m_IsPresent = false;      // in the last observation
+  // Up to a minute too early while the card is present, or if it was removed between two plug-in
+  // processes.
+  std::uint64_t m_LastSeen = 0;
+  bool m_IsPresent = false;  // in the last observation
   std::string m_Name;
   std::string m_Product;
   std::string m_PciAddress;
   std::optional<std::int64_t> m_Slot;
-  std::optional<std::int64_t> m_SizeBytes;  // formatted size of all its drives
+  std::optional<std::int64_t> m_SizeBytes;  // total formatted size of its drives
 };
 
 }  // namespace Service

@@ -1,4 +1,4 @@
-// The objects that the service has read from the plug-in at one time.
+// The objects that the service read from the plug-in at one point in time.
 #pragma once
 
 #include <cstdint>

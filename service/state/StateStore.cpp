@@ -81,7 +81,7 @@ std::optional<std::int64_t> SizeOf(const CardState& state) {
   return size;
 }
 
-// Values that are now unknown keep their last known value.
+// Fields that are now unknown keep their last known value.
 void UpdateDescription(const Object& adapter, const CardState& state, KnownCard& card) {
   SetText(adapter, "name", card.m_Name);
   SetText(adapter, "product", card.m_Product);

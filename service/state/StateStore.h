@@ -27,8 +27,9 @@ class StateStore {
   // Limit on known cards; cards beyond it are not recorded until one is forgotten.
   static constexpr std::size_t kMaxCards = 1024;
 
-  // Adds new cards and stores the observed values in the history of the current minute. Ignores
-  // cards without a serial number, and all but the first card with the same serial number.
+  // Adds new cards, updates the known ones, and stores the observed values in the history of the
+  // current minute. Ignores cards without a serial number, and all but the first card with the same
+  // serial number.
   //
   // On the first observation of a plug-in process, logs and returns the events for all changes
   // since the last logged state. Each event is logged exactly once. The first observation in a file
@@ -42,8 +43,8 @@ class StateStore {
   std::vector<KnownCard> Cards() HOST_BLOCKS;
 
   // Removes a missing card, with its history and acknowledgments. If the card is inserted again, it
-  // counts as a new card. `isPresent` says whether the card is present; if it is
-  // empty, the last observation counts.
+  // counts as a new card. `isPresent` says whether the card is present; if it is empty, the last
+  // observation decides.
   ForgetResult Forget(const std::string& serial,
                       std::optional<bool> isPresent = std::nullopt) HOST_BLOCKS;
 
@@ -61,7 +62,7 @@ class StateStore {
   void Read(const HostKit::OwnTablesUse& use);
   void Prepare(HostKit::Connection& connection);
 
-  std::uint64_t m_Prepared = 0;  // the last connection prepared, by number
+  std::uint64_t m_Prepared = 0;  // number of the last connection prepared
   // State of the current plug-in process. `m_HasBegun`: its first observation was recorded.
   bool m_HasBegun = false;
   std::uint64_t m_LastTime = 0;

@@ -1,4 +1,4 @@
-// Creates the service's state tables, and reads and writes the numbers stored once per file.
+// Creates the service's state tables, and reads and writes the numbers stored once per database.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,8 @@ namespace Service {
 // Creates the tables that are missing. Atomic.
 void PrepareStateTables(HostKit::Connection& connection);
 
-// Numbers that are stored once per file.
+// Numbers that are stored once per database. A difference consists of the events that the service
+// itself appends to the log on the first observation of a plug-in process.
 enum class StateNumber {
   NextPosition,     // position of the next new card
   HasBaseline,      // 1 after the first observation

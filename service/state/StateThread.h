@@ -16,11 +16,11 @@
 
 namespace Service {
 
-// The result of a function, or the reason of its failure.
+// The result of a function, or the reason for its failure.
 template <class Result>
 struct StateOutcome {
   std::optional<Result> m_Result;
-  std::string m_Failure;  // for people; empty if there is a result
+  std::string m_Failure;  // human-readable; empty if there is a result
 };
 
 // Thread-safe.
@@ -28,7 +28,7 @@ class StateThread {
  public:
   static constexpr std::size_t kMaxQueued = 256;
 
-  // Starts the thread, which calls `onFailure` with the reason of a failure. Each reason is
+  // Starts the thread, which calls `onFailure` with the reason for a failure. Each reason is
   // reported once, until a change succeeds. `onFailure` must not throw.
   explicit StateThread(std::function<void(const std::string&)> onFailure);
   ~StateThread();

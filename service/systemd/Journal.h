@@ -1,4 +1,4 @@
-// Entries of the system log with structured fields.
+// Entries of the systemd journal, with structured fields.
 #pragma once
 
 #include <string>
@@ -7,7 +7,8 @@
 
 namespace Systemd {
 
-// Values are bytes; names consist of capital letters, digits and underscores.
+// Field values may contain any bytes; field names consist of capital letters, digits and
+// underscores.
 struct JournalEntry {
   std::string m_Message;
   int m_Priority = 6;  // as in syslog(3): 3 error, 4 warning, 5 notice, 6 information

@@ -7,8 +7,8 @@
 
 namespace Systemd {
 
-// Returns the sockets that a socket unit passed, in the unit's order; empty if no socket unit
-// started the process. They are close-on-exec. Call once, before any thread starts, because it
+// Returns the sockets that the service manager passed, in the order of the socket unit; empty if it
+// passed none. They are close-on-exec. Call once, before any thread starts, because it
 // removes the environment variables that describe the sockets. Throws `std::system_error` if these
 // variables are malformed.
 std::vector<Base::Descriptor> TakeListenSockets();

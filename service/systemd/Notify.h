@@ -9,8 +9,8 @@
 
 namespace Systemd {
 
-// Sends assignments, one per line, to the socket that NOTIFY_SOCKET names: "READY=1\nSTATUS=text".
-// Does nothing without that variable. Failures are ignored.
+// Sends assignments, one per line, such as "READY=1\nSTATUS=text", to the socket that NOTIFY_SOCKET
+// names. Does nothing if that variable is not set. Failures are ignored.
 void Notify(const std::string& assignments);
 
 // Sends RELOADING=1 with the current monotonic time, which the manager requires.

@@ -29,7 +29,7 @@ using std::chrono::milliseconds;
 
 using Body = std::shared_ptr<const std::string>;
 
-// Returns the count of that event in the metrics.
+// Returns the count of the event with this id in the metrics, or "none".
 std::string CountIn(const std::string& metrics, const std::string& event) {
   const auto begin = metrics.find("corvane_events_total{event_id=\"" + event + "\"");
   const auto value = metrics.find("} ", begin);
@@ -167,7 +167,7 @@ TEST_F(Api, TimesOutAndReplacesThePluginIfAChangeHangs) {
   AwaitUpAfter(m_Store.Get()->m_Plugin.m_Starts);
 }
 
-// The key of another user neither returns that user's response nor is refused.
+// A key that another user has already used neither returns that user's response nor is refused.
 TEST_F(Api, KeepsTheKeysOfUsersApart) {
   m_Host.AddCard();
   Start(Settings());
@@ -208,7 +208,7 @@ TEST_F(Api, DoesNotReadTheDatabaseForADisconnectedClient) {
   EXPECT_THAT(answered, testing::ElementsAre(2));
 }
 
-// The change is made nevertheless.
+// The change is still made after its request has timed out.
 TEST_F(Api, TimesOutIfTheDatabaseIsBusy) {
   Start(Settings());
   m_State.Change(
@@ -262,7 +262,7 @@ TEST_F(Api, RendersTheMetricsOfASnapshotOnce) {
   EXPECT_NE(first.get(), Metrics().get());
 }
 
-// The counts do not wait for a snapshot.
+// The counts in the metrics do not wait for the next snapshot.
 TEST_F(Api, CountsAnEventInTheMetricsAsSoonAsTheSummaryHasIt) {
   m_Host.AddCard();
   Start(LongIntervals());

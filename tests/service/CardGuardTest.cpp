@@ -73,7 +73,7 @@ class StuckCard : public testing::Test {
  protected:
   StuckCard() : m_Stuck(*new std::atomic<int>(0)), m_Card(*new GuardedCard(NewRunner(), m_Stuck)) {}
 
-  // Takes the time limit of a call.
+  // Makes a call that hangs. Returns when the time limit of the call has passed.
   void Hang() {
     m_Card.Remember("temperature", 51.5F);
     m_Card.SetRead();

@@ -17,8 +17,8 @@ namespace CorvaneTest {
 // Long enough for the slowest machine; a wait ends as soon as its condition is true.
 inline constexpr std::chrono::milliseconds kTimeout(120000);
 
-// Sends a signal to a process. Throws `std::logic_error` if `process` is not the ID of a process:
-// `kill` would send the signal to all processes if a test had waited for a process in vain.
+// Sends a signal to a process. Throws `std::logic_error` if `process` is not positive, for example
+// because it did not start: `kill` would then send the signal to several processes.
 inline void SendSignal(pid_t process, int signal) {
   if (process <= 0) throw std::logic_error("the process was not started");
   kill(process, signal);

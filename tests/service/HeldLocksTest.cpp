@@ -38,7 +38,8 @@ Call PreparePluginCall() {
   };
 }
 
-// A call, and what is done before the lock is acquired.
+// A call that must not be made with a lock held. `m_Prepare` returns the call, after any setup that
+// must be done before the lock is acquired.
 struct BlockingCall {
   const char* m_Name;
   const char* m_Message;
@@ -68,7 +69,7 @@ class HeldLockDeathTest : public testing::TestWithParam<BlockingCall> {
   Base::Mutex m_Mutex;
 };
 
-// The table hides the calls from the compiler's analysis, which would reject them.
+// The table hides the calls from the compiler's thread-safety analysis, which would reject them.
 TEST_P(HeldLockDeathTest, AbortsTheCall) {
   const auto run = [this] {
     const Call call = GetParam().m_Prepare();

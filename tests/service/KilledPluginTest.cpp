@@ -1,4 +1,4 @@
-// The service's state when its plug-in is killed: each change of a card is logged as one event,
+// The service's state when its plug-in is killed: each change to a card is logged as one event,
 // whether or not the plug-in has reported it.
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -47,7 +47,8 @@ class LocateLed : public CorvaneTest::CollectorFixture {
     AwaitObjects(5);
   }
 
-  // Executes an operation on the card with that serial number. Returns the plug-in's result.
+  // Executes an operation on the card with that serial number. Returns the plug-in's result, or 1
+  // if there is no such card or no reply.
   std::uint32_t Execute(const std::string& serial, PI::_OPERATION_ID number) {
     const SnapshotPtr snapshot = m_Store.Get();
     PI::COperation operation;

@@ -117,7 +117,8 @@ TEST_F(Watchdog, IsNotifiedThreeTimesPerTimeout) {
   EXPECT_THAT(Update(milliseconds(1)), ElementsAre("WATCHDOG=1"));
 }
 
-// The timeout of a hanging read normally ends it. The service is restarted only if that fails.
+// A read that hangs normally ends at its own timeout. The service manager restarts the service only
+// if it does not.
 TEST_F(Watchdog, IsNotNotifiedWhileTheCollectorIsStuck) {
   m_Progress.Begin(seconds(120));
   EXPECT_THAT(Update(seconds(150)), ElementsAre("WATCHDOG=1"));

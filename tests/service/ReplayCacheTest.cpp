@@ -33,7 +33,7 @@ class Replay : public testing::Test {
     }));
   }
 
-  // Returns the reply of a request that `responder` answers if the key is new.
+  // Returns the reply to a request that `responder` answers if the key is new.
   Http::Reply AnswerLater(const std::string& key, const Http::Responder& responder) {
     return m_Cache.Answer(key, "x", [this, &responder]() -> Http::Reply {
       ++m_Calls;

@@ -23,7 +23,7 @@ constexpr std::uint32_t kLocate = 50034;
 constexpr std::uint32_t kAttach = 50126;
 constexpr std::uint32_t kDetach = 50127;
 
-// Ids of the objects in tests/service/state/Cards.h.
+// Ids of the objects that `StateTest::Objects` returns for two cards.
 constexpr std::uint64_t kPlugin = 0x0130000000000000UL;
 constexpr std::uint64_t kCard = kPlugin + 1;
 constexpr std::uint64_t kDrive = kPlugin + 2;
@@ -33,7 +33,7 @@ constexpr pid_t kProcess = 1000;
 
 class SessionJob : public testing::Test {
  protected:
-  // A snapshot with the cards S1, with this reason, and S2.
+  // A snapshot with two cards: S1, which has this status reason, and S2.
   static Service::Snapshot SnapshotWith(int reason, pid_t process = kProcess) {
     Service::Snapshot snapshot;
     snapshot.m_Plugin.m_IsUp = true;

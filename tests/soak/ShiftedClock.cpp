@@ -1,5 +1,5 @@
-// A library to preload. Adds the seconds in the file CORVANE_SOAK_CLOCK to the wall clock; other
-// clocks are unchanged.
+// A library for LD_PRELOAD. Adds the number of seconds in the file that the environment variable
+// CORVANE_SOAK_CLOCK names to the wall clock; other clocks are unchanged.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/time.h>

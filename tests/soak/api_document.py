@@ -75,7 +75,7 @@ class Document:
         expected = {name.lower(): self.resolved(header)
                     for name, header in described["headers"].items()}
         if response.status != 405:
-            expected.pop("allow", None)  # described for all problems, but sent only with this one
+            expected.pop("allow", None)  # described for all problems, but sent only with 405
         sent = {name: value for name, value in response.headers.items()
                 if name not in TRANSPORT_HEADERS}
         if set(sent) != set(expected):

@@ -1,4 +1,4 @@
-"""Changes of simulated cards, each of which causes exactly one event, and the event log."""
+"""Changes to simulated cards, each of which causes exactly one event, and the event log."""
 import collections
 import contextlib
 import re
@@ -20,7 +20,7 @@ ALTERNATIONS = (
     ((("remove", "card3"), None),
      (("add", "0x2001"), None)),
 )
-# The event that must follow each line with which cardsim reports what it has changed.
+# The event that each change must cause, by the line in which cardsim reports the change.
 EVENTS = (
     (r"card0: iom_state 2 -> 0", DETACHED),
     (r"card0: iom_state 0 -> 2", ATTACHED),
@@ -61,12 +61,12 @@ class Changes:
         self.last_serial = self.machine.cardsim("get", f"card{CARDS}", "serial_number").strip('"')
 
     def await_start(self):
-        """Waits until the service has stored the cards, so that each later change is an event."""
+        """Waits until the service has stored the cards, so that later changes cause events."""
         eventually("the cards are known",
                    lambda: len(self.machine.client.get("/v1/known-cards")["cards"]) == CARDS + 1)
 
     def make(self, which):
-        """Makes the next change of that alternation. Returns the arguments of cardsim."""
+        """Makes the next change of ALTERNATIONS[which]. Returns the cardsim arguments as text."""
         alternation = ALTERNATIONS[which]
         arguments, serial = alternation[self.steps[which] % len(alternation)]
         self.steps[which] += 1

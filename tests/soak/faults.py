@@ -1,6 +1,6 @@
 """Injects machine faults while a service is running. During a fault, reads from the snapshot
 succeed, and other reads succeed or return a documented problem. After the fault, the service works
-again, and each change of a card has been logged as one event.
+again, and each change to a card has been logged as one event.
 
 Usage: faults.py BUILD SECONDS [FAULT...]    BUILD: directory of the built programs
   SECONDS   duration of each fault; default FAULT: all
@@ -32,7 +32,7 @@ FROM_SNAPSHOT = ("/healthz", "/v1/cards", "/v1/cards/S0", "/v1/cards/S1/drives/0
 OTHERS = ("/readyz", "/metrics", "/v1/status", "/v1/events", "/v1/known-cards",
           "/v1/acknowledgments", "/v1/session/events", "/v1/session/event-counts",
           "/v1/cards/S0/history?field=temperature_celsius")
-LED_TIMEOUT = 60  # for an LED to be switched on again after the service has recovered
+LED_TIMEOUT = 60  # seconds for an LED to be switched on again after the service has recovered
 NO_MORE = 3  # descriptor limit at which no file can be opened; open descriptors remain usable
 # Faults that restart the service, which switches off the locate LEDs.
 RESTARTING = ("locked_at_start",)
@@ -40,7 +40,7 @@ DETACH = 0  # a position in changes.ALTERNATIONS
 
 
 class FaultRun:
-    """A machine for one fault. Its service is running and has stored the cards."""
+    """A machine for one fault. After `start`, its service is running and has stored the cards."""
 
     def __init__(self, machine, seconds):
         self.machine = machine
@@ -92,9 +92,9 @@ class FaultRun:
         self.read_all(exchange, accepted)
 
     def recover(self):
-        """Checks that all resources can be read after the fault, that the log contains both the
-        change made during the fault and a new one, and that the jobs and locate LEDs are as the
-        simulator shows them."""
+        """Checks that jobs end and all resources can be read after the fault, that the log contains
+        both the changes made during the fault and a new one, and that the reported locate LEDs
+        match the simulator's."""
         self.machine.await_ready()
         eventually("no job is running", lambda: not self.machine.client.running_jobs())
         if self.changes.expected:
@@ -108,7 +108,7 @@ class FaultRun:
 
     def check_leds(self):
         """Compares the locate LEDs that the service reports with those of the simulator. An LED
-        that was on before the fault is still on."""
+        that was on before the fault must be on again."""
         if self.led_is_on:
             eventually("the locate LED is on again", lambda: led(self, 0) == "true", LED_TIMEOUT)
         for card in range(changes.CARDS):
@@ -122,7 +122,7 @@ class FaultRun:
 
 
 def hung_library(run):
-    """Each call of the card library waits for a lock."""
+    """Each call to the card library waits for a lock that the test holds."""
     with open(f"{run.machine.card_file}.lock", "r+b") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
         run.keep_reading(share=0.5)
@@ -152,7 +152,8 @@ def has_mark(document):
 
 
 def check_age(run):
-    """Checks the ages once. Returns that of the broken card, or None if it is not marked yet."""
+    """Checks once that the readings of the other cards are recent. Returns the age of the broken
+    card's reading, or None if the card is not marked yet."""
     document = run.machine.client.get("/v1/cards")
     found = ages(document)
     broken = found.pop(BROKEN)
@@ -162,7 +163,7 @@ def check_age(run):
 
 
 def run_job(run, serial, operation):
-    """Runs a job. Returns its state when it has ended, or the problem if it was refused."""
+    """Runs a job. Returns its state when it has ended, or the problem id if it was refused."""
     client_ = run.machine.client
     response = client_.send("POST", f"/v1/cards/{serial}/operations/{operation}", "{}")
     document = json.loads(response.content)

@@ -1,4 +1,4 @@
-"""Kills the processes of a service at random moments under load. Each round makes one change of a
+"""Kills the processes of a service at random moments under load. Each round makes one change to a
 card, which must cause exactly one event. At the end, the log and the stream must contain each event
 once, the locate LED must be in the reported state, no job may be running, and the database must be
 intact.
@@ -17,7 +17,8 @@ import changes
 from load import Clients
 from machine import Failure, Machine, eventually, has_exited
 
-# Maximum delay between a change and the signal. The plug-in detects a change within about 2 s.
+# Maximum delay between a change and the signal, in seconds. The plug-in detects a change within
+# about 2 s.
 MAX_DELAY = 2.5
 
 

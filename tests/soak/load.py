@@ -9,7 +9,7 @@ from client import Connection
 
 PATHS = ("/v1/cards", "/v1/status", "/metrics", "/v1/events?limit=20", "/v1/cards/S0",
          "/v1/known-cards", "/v1/jobs", "/readyz", "/healthz")
-INTERVAL = 0.02
+INTERVAL = 0.02  # seconds between two actions of a thread
 
 # Errors that a client gets when the service is killed.
 CONNECTION_ERRORS = (OSError, http.client.HTTPException)

@@ -14,9 +14,9 @@ import time
 
 import client
 
-# Timeout of a wait for something that happens within seconds; long enough for a slow machine.
+# Timeout in seconds for what normally happens within seconds; long enough for a slow machine.
 WAIT_TIMEOUT = 600
-STOP_TIMEOUT = 45  # of the service's unit
+STOP_TIMEOUT = 45  # seconds, as in the service's systemd unit
 
 KINDS = ("0x2001", "0x3001", "0x2001", "0x2001")  # device ids of the cards
 

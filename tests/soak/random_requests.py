@@ -23,7 +23,8 @@ MAX_FAILURES = 10
 # Allowed growth of the resident memory from the first third of the requests to the end. The service
 # keeps the newest thousand jobs with their results, and the responses to idempotency keys.
 MEMORY_KIB = 6 * 1024
-# Timeout of a response in seconds. Commands that wait for a card give up after 30 s.
+# Timeout of a response in seconds. Requests that wait for a new snapshot or for the database give
+# up after 30 s.
 MAX_RESPONSE_TIME = 60
 
 

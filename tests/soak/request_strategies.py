@@ -135,7 +135,7 @@ def is_refused(document, schema, body):
 
 @st.composite
 def paths(draw, document, template):
-    """Fills in the template with values of any characters that a request line can contain."""
+    """Fills in the template with known or random values, percent-encoded for a request line."""
     segments = []
     for name in template.split("/"):
         if name.startswith("{"):

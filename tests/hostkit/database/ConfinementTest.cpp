@@ -109,7 +109,7 @@ TEST_F(Confinement, RejectsFunctionsThatTheLayerDoesNotUse) {
   EXPECT_EQ(FailureOf("SELECT 1 GLOB 2"), "not authorized to use function: GLOB");
 }
 
-// A file of an earlier version may contain triggers that were injected through a card's strings.
+// A file from an earlier version may contain triggers that were injected through a card's strings.
 TEST_F(Confinement, DropsInjectedTriggersOfTheHostsTables) {
   Use(":memory:");
   OtherProgram(File()).Run(
@@ -152,7 +152,8 @@ TEST_F(Confinement, DropsInjectedTriggersIgnoringCase) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 2U);
 }
 
-// The host's own statements, which clear the rows of the previous run, are not restricted.
+// The host's own statements, which clear the rows of the previous run, are not restricted, and
+// neither are the triggers that they fire.
 TEST_F(Confinement, DropsTriggersOfTheRowsBeforeClearingThem) {
   Use(":memory:");
   OtherProgram(File()).Run(
@@ -341,7 +342,7 @@ TEST_F(Confinement, LimitsTheSizeOfAFileWithLargePages) {
   EXPECT_NEAR(Fill(*m_pStorage), kRowsThatFit, 20);
 }
 
-// The layer reads the cells of a result by their position.
+// The persistence layer reads the cells of a result by their position.
 TEST_F(Confinement, RejectsResultsThatTheLayerCannotRead) {
   const std::string all = "SELECT * FROM host_plugin_rows pi  WHERE pi.pi_plugin_name = 'x' ";
   const std::string columns = "'t', 'NULL', 't', '15', 't', '1', '2', 't', 't', 't'";
@@ -355,7 +356,7 @@ TEST_F(Confinement, RejectsResultsThatTheLayerCannotRead) {
             "the result contains an incomplete row of host_plugin_rows");
 }
 
-// Passes each hostile string to each kind of statement that the layer sends.
+// These tests pass each hostile string to each kind of statement that the persistence layer sends.
 TEST_F(Confinement, WithstandsInjectionInAnInsert) {
   struct Case {
     std::string Plugin::*field;

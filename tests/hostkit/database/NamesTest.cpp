@@ -28,7 +28,8 @@ std::vector<std::string> FixedStrings() {
 
 class Names : public HostDatabaseTest {
  protected:
-  // Returns the names of tables and columns, and SQLite's aliases of the key.
+  // Returns the names of tables and columns, SQLite's aliases of the key, and the aliases of the
+  // tables.
   std::vector<std::string> ReservedNames() {
     const std::string found = OtherProgram(File()).Run(
         "SELECT name FROM sqlite_schema UNION "

@@ -34,7 +34,7 @@ TEST_F(OutOfMemory, AFailedEventReleasesTheFile) {
   EXPECT_EQ(HostKit::ReadEvents(0, 10).size(), 1U);
 }
 
-// The layer catches only the database's exception.
+// The persistence layer catches only the database's exception.
 TEST_F(OutOfMemory, AStatementFailsWithADatabaseException) {
   const std::string sql =
       "DELETE FROM host_plugin_rows;"

@@ -1,5 +1,5 @@
-// The values that columns accept from any program. A cell that the layer cannot read would
-// terminate the host's thread.
+// The values that columns accept from any program. A cell that the persistence layer cannot read
+// would terminate the host.
 #include <boost/algorithm/string.hpp>
 
 #include "hostkit/EventLog.h"
@@ -43,8 +43,8 @@ const Range& RangeOf(DatabaseORM::column_kind_t kind) {
 
 class Ranges : public HostDatabaseTest {
  protected:
-  // Lets another program write each value to each column, and reads the row through the layer.
-  // Returns the number of columns.
+  // Lets another program write each value to each column, and reads the row through the persistence
+  // layer. Returns the number of columns.
   template <class Row>
   std::size_t ExpectRangeOfEachColumn(const std::string& table) {
     const auto map = dbModelFieldsMap<Row>::instance();
@@ -70,7 +70,8 @@ class Ranges : public HostDatabaseTest {
     return table->columns.at(static_cast<std::size_t>(index))->kind;
   }
 
-  // Writes a value with INSERT and with UPDATE.
+  // Writes a value with INSERT and with UPDATE. Returns "accepted", "rejected", or "lost" if the
+  // layer does not read the row; or both results if they differ.
   template <class Row>
   std::string Put(const std::string& table, const std::string& column, const std::string& value) {
     const std::string inserted = WriteAndRead<Row>(
@@ -112,7 +113,7 @@ TEST_F(Ranges, ApplyToTheColumnsOfAPlugin) {
   EXPECT_EQ(ExpectRangeOfEachColumn<Plugin>("host_plugin_rows"), 11U);
 }
 
-// The next number that the database assigns is above the limit.
+// The next key that the database assigns is above the limit.
 TEST_F(Ranges, LimitTheNextKey) {
   m_Other.Run("INSERT INTO host_adapter_rows (ID) VALUES (2147483647)");
   EXPECT_EQ(FailureOf("INSERT INTO host_adapter_rows (ad_name) VALUES (\"next\")"),

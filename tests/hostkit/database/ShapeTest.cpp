@@ -105,7 +105,7 @@ TYPED_TEST(TableShape, StartsWithAnAutomaticKey) {
   EXPECT_FALSE(found.table->foreignKeys);
 }
 
-// The storage layer would mistake an unsigned long in the last column for the key.
+// The persistence layer would mistake an unsigned long in the last column for the key.
 TYPED_TEST(TableShape, DoesNotEndWithAnUnsignedLong) {
   EXPECT_NE(TableAndMap<TypeParam>().LettersOfColumns().back(), 'U');
 }

@@ -67,7 +67,7 @@ TEST_F(DatabaseTrust, CreatesALockThatOthersCannotOpen) {
   EXPECT_EQ(status.st_mode & 0777, 0600U);
 }
 
-// Any user could hold a lock on something that is not a regular file.
+// The lock must be a regular file, because other users could hold a lock on anything else.
 TEST_F(DatabaseTrust, KeepsItsRowsInMemoryWithoutALock) {
   Use(File().string());
   Use(":memory:");

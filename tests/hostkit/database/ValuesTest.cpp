@@ -1,4 +1,4 @@
-// Unusual values, which a card may report. The layer does not escape them.
+// Unusual values, which a card may report. The persistence layer does not escape them.
 #include <cmath>
 #include <string>
 

@@ -79,7 +79,7 @@ class FakeService {
       if (!IsReadable(m_Listener.Get())) continue;
       Base::Descriptor connection(accept4(m_Listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
       const std::string request = ReadRequest(connection);
-      if (request.empty()) continue;  // a probe
+      if (request.empty()) continue;  // the client only connected
       const Behavior behavior = m_Respond(request);
       {
         const std::lock_guard<std::mutex> lock(m_Lock);

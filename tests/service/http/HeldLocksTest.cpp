@@ -1,4 +1,4 @@
-// Only in builds with CORVANE_CHECK_LOCKS.
+// A response that is sent while a thread holds a lock. Only in builds with CORVANE_CHECK_LOCKS.
 #include "base/Mutex.h"
 #include "tests/service/http/HttpFixture.h"
 
@@ -6,7 +6,7 @@ namespace {
 
 using namespace HttpTest;
 
-// Acquires a mutex and never releases it, which the compiler's analysis would reject.
+// Acquires a mutex and never releases it, which thread-safety analysis would reject.
 Http::Response AnswerWithHeldLock(const Http::Request&) HOST_NO_THREAD_SAFETY_ANALYSIS {
   static Base::Mutex mutex;
   mutex.Lock();

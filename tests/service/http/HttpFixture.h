@@ -217,8 +217,8 @@ class RawClient {
   void EndSending() const { shutdown(m_Socket.Get(), SHUT_WR); }
   void Close() { m_Socket.Close(); }
 
-  // Reads until the received bytes contain `text` or the connection is closed. Returns everything
-  // that has been received.
+  // Reads until the received bytes contain `text` or the connection is closed. Fails the test after
+  // `kTimeout` without data. Returns everything that has been received.
   const std::string& ReadUntil(const std::string& text) {
     while (m_Received.find(text) == m_Received.npos && ReadSome()) continue;
     return m_Received;

@@ -29,6 +29,7 @@ struct Card {
 // Returns the plug-in, the adapters and their drives. The ids depend on the order of the cards.
 std::vector<PI::CObject> Objects(const std::vector<Card>& cards);
 
+// Returns an observation of `Objects(cards)`. `isFirst`: it is the first one of a plug-in process.
 Service::Observation Observe(std::uint64_t timeMs, const std::vector<Card>& cards,
                              std::int64_t logPosition = 0, bool isFirst = false);
 

@@ -15,8 +15,8 @@ using namespace std::chrono_literals;
 
 class KilledService : public StateTest::StoreTest {
  protected:
-  // Starts a program that records observations, and kills it `delay` after the first minute that it
-  // has recorded.
+  // Starts a program that records observations, and kills it `delay` after it has recorded its
+  // first minute.
   void RunAndKill(int day, bool hasFlashback, std::chrono::milliseconds delay) {
     const std::string before = Minutes();
     std::string program = STATE_WRITER, start = std::to_string(day),
@@ -64,8 +64,8 @@ TEST_F(KilledService, LeavesACompleteStateAndEachEventOnce) {
     RunAndKill(20001 + 100 * run, hasFlashback, std::chrono::milliseconds(run * 7 % 20));
     ExpectComplete();
   }
-  // The flashback error changes before runs 2, 4, ... 18: it appears five times and ends four
-  // times.
+  // The flashback error changes before runs 2, 4, ... 18: on each of the eight cards, it appears
+  // five times and ends four times.
   EXPECT_EQ(RunSql("SELECT event_id, COUNT(*) FROM host_event_log GROUP BY event_id"),
             "10965|40 10980|32");
   EXPECT_EQ(RunSql("SELECT DISTINCT logged_reasons FROM host_known_cards"),

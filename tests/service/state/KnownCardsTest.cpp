@@ -121,7 +121,8 @@ TEST_F(KnownCards, AreLimitedTo1024) {
   EXPECT_EQ(m_Store.Cards().back().m_SerialNumber, "S1023");
 }
 
-// A database from before these tables existed may contain triggers on, and views with, their names.
+// A database that is older than these tables may contain views with their names, and triggers on
+// tables with their names.
 TEST_F(KnownCards, IgnoreUnknownTriggersAndViews) {
   Record(kStart, CardsOf({"S0"}));
   Use(":memory:");

@@ -1,5 +1,5 @@
 // Records observations until killed, in the database set by the environment. Arguments: the start
-// day, and optionally "flashback" to make the cards report it.
+// day, counted from 1970, and optionally "flashback" to make the cards report this error.
 #include <cstdlib>
 #include <string>
 
