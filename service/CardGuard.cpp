@@ -20,7 +20,10 @@ constexpr const char* kNoResponse = "the card is not responding";
 }  // namespace
 
 bool GuardedCard::Run(std::function<void()> call, bool isLimited) {
-  if (IsStuck()) return false;
+  return !IsStuck() && RunNow(std::move(call), isLimited);
+}
+
+bool GuardedCard::RunNow(std::function<void()> call, bool isLimited) {
   const milliseconds limit = m_StuckCards > 0 ? kShortCallLimit : kCallLimit;
   return m_Runner.Run({std::move(call), [this] { OnGivingUp(); }, [this] { OnLateReturn(); }},
                       isLimited || WasRead() ? limit : kUnlimited);
@@ -34,7 +37,7 @@ void GuardedCard::RunWhenResponding(std::function<void()> call) {
       return;
     }
   }
-  Run(std::move(call), true);
+  RunNow(std::move(call), true);  // also if the card has become stuck since
 }
 
 void GuardedCard::OnGivingUp() {
@@ -43,15 +46,23 @@ void GuardedCard::OnGivingUp() {
   m_Problem = kNoResponse;
 }
 
+// The card is stuck until the waiting calls have returned, including those that are added
+// meanwhile.
 void GuardedCard::OnLateReturn() {
   std::vector<std::function<void()>> waiting;
-  {
-    const Base::MutexLock lock(m_Lock);
-    if (m_StuckCalls == 1) waiting.swap(m_Waiting);
+  while (TakeWaiting(waiting)) {
+    for (const auto& call : waiting) call();
   }
-  for (const auto& call : waiting) call();
+}
+
+// Returns false if another call is stuck or no call is waiting; this call is then no longer stuck.
+bool GuardedCard::TakeWaiting(std::vector<std::function<void()>>& waiting) {
+  waiting.clear();
   const Base::MutexLock lock(m_Lock);
+  if (m_StuckCalls == 1) waiting.swap(m_Waiting);
+  if (!waiting.empty()) return true;
   if (--m_StuckCalls == 0) --m_StuckCards;
+  return false;
 }
 
 void GuardedCard::SetProblem(const std::string& problem) {

@@ -61,8 +61,10 @@ class GuardedCard {
   std::any Recall(const std::string& name) const;
 
  private:
+  bool RunNow(std::function<void()> call, bool isLimited);
   void OnGivingUp();
   void OnLateReturn();
+  bool TakeWaiting(std::vector<std::function<void()>>& waiting);
 
   CallRunner& m_Runner;
   std::atomic<int>& m_StuckCards;

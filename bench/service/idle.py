@@ -41,7 +41,7 @@ def main(build, cards=64, seconds=60):
     print_machine()
     with Machine(build, int(cards)) as machine:
         machine.start()
-        processes = {"service": machine.front.pid, "plug-in process": machine.worker()}
+        processes = {"service": machine.service.pid, "plug-in process": machine.worker()}
         time.sleep(SETTLE_SECONDS)
         idle = {name: kibibytes(pid) for name, pid in processes.items()}
         before = {name: processor_seconds(pid) for name, pid in processes.items()}

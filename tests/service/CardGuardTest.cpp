@@ -114,6 +114,17 @@ TEST_F(StuckCard, ClosesItsHandlesInOrderOnceItResponds) {
   EXPECT_EQ("close destroy", order);
 }
 
+TEST_F(StuckCard, RunsACallThatIsAddedWhileTheWaitingCallsRun) {
+  Hang();
+  std::string order;
+  m_Card.RunWhenResponding([&] {
+    order += "close ";
+    m_Card.RunWhenResponding([&] { order += "destroy"; });
+  });
+  Recover();
+  EXPECT_EQ("close destroy", order);
+}
+
 TEST_F(StuckCard, ForgetsTheValuesOfAMissingCard) {
   m_Card.Remember("temperature", 51.5F);
   m_Card.SetRead();
