@@ -13,20 +13,27 @@ using std::chrono::milliseconds;
 // process is not killed because several cards hang at the same time.
 constexpr milliseconds kCallLimit(5000);
 constexpr milliseconds kShortCallLimit(1000);
+// Less than the service's time limit for a call, after which it replaces the plug-in process.
+constexpr milliseconds kChangeLimit(25000);
 constexpr milliseconds kUnlimited = std::chrono::hours(24 * 365);
 
 constexpr const char* kNoResponse = "the card is not responding";
 
 }  // namespace
 
-bool GuardedCard::Run(std::function<void()> call, bool isLimited) {
-  return !IsStuck() && RunNow(std::move(call), isLimited);
+bool GuardedCard::Run(std::function<void()> call, CallKind kind) {
+  return !IsStuck() && RunNow(std::move(call), kind);
 }
 
-bool GuardedCard::RunNow(std::function<void()> call, bool isLimited) {
-  const milliseconds limit = m_StuckCards > 0 ? kShortCallLimit : kCallLimit;
+bool GuardedCard::RunNow(std::function<void()> call, CallKind kind) {
   return m_Runner.Run({std::move(call), [this] { OnGivingUp(); }, [this] { OnLateReturn(); }},
-                      isLimited || WasRead() ? limit : kUnlimited);
+                      Limit(kind));
+}
+
+milliseconds GuardedCard::Limit(CallKind kind) const {
+  if (kind == CallKind::Change) return kChangeLimit;
+  if (kind == CallKind::Reading && !WasRead()) return kUnlimited;
+  return m_StuckCards > 0 ? kShortCallLimit : kCallLimit;
 }
 
 void GuardedCard::RunWhenResponding(std::function<void()> call) {
@@ -37,7 +44,7 @@ void GuardedCard::RunWhenResponding(std::function<void()> call) {
       return;
     }
   }
-  RunNow(std::move(call), true);  // also if the card has become stuck since
+  RunNow(std::move(call), CallKind::Probe);  // also if the card has become stuck since
 }
 
 void GuardedCard::OnGivingUp() {

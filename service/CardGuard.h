@@ -8,6 +8,7 @@
 
 #include <any>
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -26,6 +27,12 @@ namespace Service {
 // The result of a command for a card that does not respond.
 constexpr vsl_code kNotResponding = 0xffff;
 
+enum class CallKind {
+  Reading,  // no time limit until the card has been read once: there are no values to fall back on
+  Probe,    // limited like a reading even then
+  Change,   // may take longer than a reading
+};
+
 // A card, identified by the path of its control device. Thread-safe.
 class GuardedCard {
  public:
@@ -34,10 +41,8 @@ class GuardedCard {
       : m_Runner(runner), m_StuckCards(stuckCards) {}
 
   // Runs a call to the card library for this card. Returns false if it has not returned in time, or
-  // without running it if an earlier call has still not returned. Until the card has been read
-  // once, calls have no time limit, because there are no values to fall back on; `isLimited`
-  // overrides this.
-  bool Run(std::function<void()> call, bool isLimited = false);
+  // without running it if an earlier call has still not returned.
+  bool Run(std::function<void()> call, CallKind kind = CallKind::Reading);
   // Runs a call that releases a handle. If the card is stuck, the call runs once it responds.
   void RunWhenResponding(std::function<void()> call);
 
@@ -61,7 +66,8 @@ class GuardedCard {
   std::any Recall(const std::string& name) const;
 
  private:
-  bool RunNow(std::function<void()> call, bool isLimited);
+  bool RunNow(std::function<void()> call, CallKind kind);
+  std::chrono::milliseconds Limit(CallKind kind) const;
   void OnGivingUp();
   void OnLateReturn();
   bool TakeWaiting(std::vector<std::function<void()>>& waiting);

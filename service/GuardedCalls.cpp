@@ -11,6 +11,7 @@
 #include "host/vsl_abstraction.h"
 #include "service/CardGuard.h"
 
+using Service::CallKind;
 using Service::CardGuard;
 using Service::GuardedCard;
 using Service::GuardedHandle;
@@ -45,13 +46,14 @@ struct Result {
 // Runs a call with the library's handle. Returns null if the card does not respond, or did not
 // respond to an earlier call with this handle.
 template <class T, class Work>
-std::shared_ptr<Result<T>> Answer(const GuardedHandlePtr& handle, const Work& work) {
+std::shared_ptr<Result<T>> Answer(const GuardedHandlePtr& handle, const Work& work,
+                                  CallKind kind = CallKind::Reading) {
   if (handle->m_IsDetached) return nullptr;
   const auto result = std::make_shared<Result<T>>();
   const auto call = [handle, work, result] {
     result->m_Value = work(handle->m_Real.load(), &result->m_Error);
   };
-  if (handle->m_pCard->Run(call)) return result;
+  if (handle->m_pCard->Run(call, kind)) return result;
   handle->m_IsDetached = true;
   return nullptr;
 }
@@ -59,8 +61,9 @@ std::shared_ptr<Result<T>> Answer(const GuardedHandlePtr& handle, const Work& wo
 // Like `Answer`, for a call whose result is a code. Returns `kNotResponding` if the card does not
 // respond.
 template <class Work>
-vsl_code Command(const GuardedHandlePtr& handle, vsl_error_record* error, const Work& work) {
-  const auto result = Answer<vsl_code>(handle, work);
+vsl_code Command(const GuardedHandlePtr& handle, vsl_error_record* error, const Work& work,
+                 CallKind kind = CallKind::Reading) {
+  const auto result = Answer<vsl_code>(handle, work, kind);
   if (!result) return NotResponding(error);
   if (result->m_Value != 0) SetError(error, result->m_Error.text);
   return result->m_Value;
@@ -113,7 +116,7 @@ T ReadValue(const char* name, T (*real)(void*, vsl_error_record*), void* pointer
 template <class Work>
 vsl_code CommandFor(void* pointer, vsl_error_record* error, const Work& work) {
   const GuardedHandlePtr handle = CardGuard::Instance().Find(pointer);
-  return handle ? Command(handle, error, work) : work(pointer, error);
+  return handle ? Command(handle, error, work, CallKind::Change) : work(pointer, error);
 }
 
 GuardedHandlePtr MakeHandle(std::shared_ptr<GuardedCard> card, std::string prefix) {
@@ -192,7 +195,7 @@ bool RespondsAtFirst(const GuardedHandlePtr& handle) {
     void* real = handle->m_Real;
     if (REAL(vsl_open)(real, &error) == 0) REAL(vsl_close)(real, &error);
   };
-  return handle->m_pCard->WasRead() || handle->m_pCard->Run(opened, true);
+  return handle->m_pCard->WasRead() || handle->m_pCard->Run(opened, CallKind::Probe);
 }
 
 vsl_code CreateCard(const std::string& path, void** out, vsl_error_record* error) {
@@ -200,7 +203,7 @@ vsl_code CreateCard(const std::string& path, void** out, vsl_error_record* error
   const auto result = std::make_shared<Result<vsl_code>>();
   const bool isAnswered = handle->m_pCard->Run(
       [handle, path, result] { result->m_Value = CreateByName(handle, path, &result->m_Error); },
-      true);
+      CallKind::Probe);
   if (isAnswered && result->m_Value != 0) {
     handle->m_pCard->SetMissing();
     SetError(error, result->m_Error.text);

@@ -125,6 +125,14 @@ TEST_F(StuckCard, RunsACallThatIsAddedWhileTheWaitingCallsRun) {
   EXPECT_EQ("close destroy", order);
 }
 
+// A reading would be given up after 1 s.
+TEST_F(StuckCard, HasTimeForAChangeWhileAnotherCardIsStuck) {
+  m_Stuck = 1;
+  m_Card.SetRead();
+  const auto change = [] { std::this_thread::sleep_for(milliseconds(1100)); };
+  EXPECT_TRUE(m_Card.Run(change, Service::CallKind::Change));
+}
+
 TEST_F(StuckCard, ForgetsTheValuesOfAMissingCard) {
   m_Card.Remember("temperature", 51.5F);
   m_Card.SetRead();
