@@ -205,6 +205,12 @@ void Collector::ForwardEvents(const std::vector<HostKit::LoggedEvent>& events,
   if (m_Settings.m_OnEvents && (isLogged || !events.empty())) m_Settings.m_OnEvents(events);
 }
 
+// An attach or detach continues after the plug-in has replied, and a restart would end it.
+bool Collector::NeedsRestart(const WorkerSession& session, const Worker& worker) const {
+  const auto& hasJobs = m_Settings.m_HasRunningJobs;
+  return !session.HasCards() || (worker.NeedsRestart() && !(hasJobs && hasJobs()));
+}
+
 // Publishes snapshots until the process exits, must be restarted, or the collector stops. Returns
 // true if it must be restarted, because it has no cards or omits one that responds.
 bool Collector::Follow(Worker& worker, WorkerSession& session) {
@@ -229,7 +235,7 @@ bool Collector::Follow(Worker& worker, WorkerSession& session) {
     const bool hadUnlogged = m_EventLog.HasUnlogged();
     ForwardEvents(session.CollectEvents(), hadUnlogged);
     if (m_IsStopping) return false;
-    if (!session.HasCards() || worker.NeedsRestart()) return true;
+    if (NeedsRestart(session, worker)) return true;
     RestoreLeds(session);  // switched on by calls that ended during a restart
     Publish(session, refreshes);
     if (stable.HasPassed()) m_NextBackoff = m_Settings.m_InitialBackoff;

@@ -46,6 +46,9 @@ struct CollectorSettings {
   // Called with each snapshot before it is published, on the collector's thread, if set. Must not
   // block.
   std::function<void(const Snapshot&)> m_BeforePublish = nullptr;
+  // Whether a job is running, so that the plug-in process must not be restarted for a card that
+  // responds again. Called on the collector's thread, if set. Must not block.
+  std::function<bool()> m_HasRunningJobs = nullptr;
   // Called with a message for the administrator, on the collector's thread, if set.
   std::function<void(const std::string&)> m_OnWarning = nullptr;
 };
@@ -108,6 +111,7 @@ class Collector {
   void RecordLed(const Snapshot& snapshot, const Console::PluginCommand& command,
                  const std::optional<Console::PluginReply>& reply) const;
   void PublishSnapshot(Snapshot snapshot);
+  bool NeedsRestart(const WorkerSession& session, const Worker& worker) const;
   bool WillRun(const Snapshot& snapshot) const;
   std::shared_ptr<Worker> AwaitRunning(const Console::Deadline& deadline) const;
   void SetRunning(std::shared_ptr<Worker> worker);

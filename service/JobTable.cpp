@@ -82,4 +82,10 @@ std::optional<Job> JobTable::Find(const std::string& id) const {
   return *found;
 }
 
+bool JobTable::HasRunning() const {
+  const Base::MutexLock lock(m_Lock);
+  return std::any_of(m_Jobs.begin(), m_Jobs.end(),
+                     [](const Job& each) { return each.m_State == JobState::Running; });
+}
+
 }  // namespace Service

@@ -55,6 +55,7 @@ class JobTable {
   // Newest first.
   std::vector<Job> List() const;
   std::optional<Job> Find(const std::string& id) const;
+  bool HasRunning() const;
 
  private:
   void DropOldest() HOST_REQUIRES(m_Lock);

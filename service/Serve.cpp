@@ -70,13 +70,14 @@ void PassTracing(const Console::Options& options) {
 }
 
 CollectorSettings SettingsOf(const Console::Context& context, EventAnnouncer& announcer,
-                             SessionJobs& jobs) {
+                             SessionJobs& jobs, const JobTable& table) {
   CollectorSettings settings;
   settings.m_OnEvents = [&announcer, &jobs](const std::vector<HostKit::LoggedEvent>& events) {
     jobs.OnEvents(events);
     announcer.Announce(events);
   };
   settings.m_BeforePublish = [&jobs](const Snapshot& snapshot) { jobs.OnSnapshot(snapshot); };
+  settings.m_HasRunningJobs = [&table] { return table.HasRunning(); };
   settings.m_OnWarning = LogWarning;
   settings.m_Program = "/proc/self/exe";
   settings.m_PluginFile = context.PluginFile();
@@ -106,7 +107,7 @@ struct Running {
       : m_Feed(m_Store),
         m_Hooks(CreateHooks(m_Store, eventsDirectory)),
         m_Announcer(m_State, m_Feed, m_Summary, m_Hooks.get(), LogEvent),
-        m_Collector(SettingsOf(context, m_Announcer, m_SessionJobs), m_Store),
+        m_Collector(SettingsOf(context, m_Announcer, m_SessionJobs, m_Jobs), m_Store),
         m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,  m_Summary,
               m_Jobs,   m_SessionJobs,    m_Replays, m_Threads,   m_State, m_Metrics} {
     m_Summary.Update();

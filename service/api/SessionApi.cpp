@@ -154,12 +154,17 @@ Response CallPlugin(const ApiContext& api, const PluginCommand& command,
 Http::Reply StartChange(const ApiContext& api, const Http::Request& request,
                         const Snapshot& snapshot, const PluginCommand& command) {
   const auto job = api.m_SessionJobs.Begin(snapshot, command, UserName(request.m_Peer.m_User));
-  LogChange(request.m_Peer, ChangeText(command));
-  Http::Reply reply =
-      AnswerLater(api, [&api, command, job] { return CallPlugin(api, command, job); });
-  const bool isRefused = std::holds_alternative<Response>(reply);
-  if (job && isRefused) api.m_SessionJobs.Drop(*job);
-  return reply;
+  try {
+    LogChange(request.m_Peer, ChangeText(command));
+    Http::Reply reply =
+        AnswerLater(api, [&api, command, job] { return CallPlugin(api, command, job); });
+    const bool isRefused = std::holds_alternative<Response>(reply);
+    if (job && isRefused) api.m_SessionJobs.Drop(*job);
+    return reply;
+  } catch (...) {
+    if (job) api.m_SessionJobs.Drop(*job);  // otherwise the card could run no other job
+    throw;
+  }
 }
 
 // Answers a read after the cards have been read again.

@@ -39,6 +39,17 @@ TEST(JobTable, HasOneRunningJobPerCard) {
   EXPECT_EQ("", Refusal(table, "S1"));
 }
 
+TEST(JobTable, KnowsWhetherAJobIsRunning) {
+  JobTable table;
+  EXPECT_FALSE(table.HasRunning());
+  const auto first = table.Begin("S1", "attach", false);
+  const auto second = table.Begin("S2", "attach", false);
+  table.End(second.m_Id, JobState::Succeeded, nullptr);
+  EXPECT_TRUE(table.HasRunning());
+  table.End(first.m_Id, JobState::Failed, nullptr);
+  EXPECT_FALSE(table.HasRunning());
+}
+
 TEST(JobTable, KeepsTheResult) {
   JobTable table;
   const auto job = table.Begin("S1", "attach", true);
