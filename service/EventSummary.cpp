@@ -82,7 +82,7 @@ void EventSummary::Add(const std::vector<LoggedEvent>& events) {
 void EventSummary::ReadCounts() {
   Counts counts;
   for (const EventCount& each : HostKit::CountEvents()) {
-    counts[{each.m_EventID, each.m_Severity}] = each.m_Count;
+    counts[{each.m_EventID, each.m_Severity, each.m_SerialNumber}] = each.m_Count;
   }
   const Base::MutexLock lock(m_Lock);
   const bool isReplaced =
@@ -117,7 +117,10 @@ std::vector<EventCount> EventSummary::CountEvents() {
   Counts sums = m_Earlier;
   for (const auto& [kind, count] : m_Counts) sums[kind] += count;
   std::vector<EventCount> counts;
-  for (const auto& [kind, count] : sums) counts.push_back({kind.first, kind.second, count});
+  for (const auto& [kind, count] : sums) {
+    const auto& [event, severity, serial] = kind;
+    counts.push_back({event, severity, count, serial});
+  }
   return counts;
 }
 

@@ -34,7 +34,8 @@ class EventSummary : public Console::EventSource {
  private:
   // Event id, object type, serial number, and name of an object without a serial number.
   using Kind = std::tuple<std::uint32_t, std::uint32_t, std::string, std::string>;
-  using Counts = std::map<std::pair<std::uint32_t, std::uint32_t>, std::uint64_t>;
+  // Event id, severity and serial number.
+  using Counts = std::map<std::tuple<std::uint32_t, std::uint32_t, std::string>, std::uint64_t>;
 
   // An event, and its place in the order in which events were read.
   struct Entry {

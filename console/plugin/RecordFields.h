@@ -270,6 +270,7 @@ struct RecordFields<HostKit::EventCount> {
     visit("event_id", record.m_EventID);
     visit("severity", record.m_Severity);
     visit("count", record.m_Count);
+    visit("serial_number", record.m_SerialNumber);
   }
 };
 

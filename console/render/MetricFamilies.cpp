@@ -204,7 +204,10 @@ Samples Days(const MetricRow& row, const Source& source) {
 Samples Events(const MetricRow&, const Source& source) {
   Samples samples;
   for (const HostKit::EventCount& event : source.m_Observed.m_Events) {
-    Labels labels = {{"event_id", fmt::format("{}", event.m_EventID)}};
+    Labels labels;
+    if (!event.m_SerialNumber.empty())
+      labels.emplace_back("adapter", LabelText(event.m_SerialNumber));
+    labels.emplace_back("event_id", fmt::format("{}", event.m_EventID));
     const std::string name = NameOf(HostKit::Family::Event, event.m_EventID);
     if (!name.empty()) labels.emplace_back("event", name);
     labels.emplace_back("severity", SeverityName(event.m_Severity));
@@ -292,8 +295,8 @@ constexpr MetricRow kMetrics[] = {
     {"drive_sector_size_bytes",              G, "bytes",   Numbers<D>,   "sector_size_bytes",
      "Sector size of the drive."},
     {"events",                               C, "",        Events,       nullptr,
-     "Events ever written to the event log. A service logs all events; without a service, events "
-     "are logged only while a command runs."},
+     "Events ever written to the event log, by the card's serial number. A service logs all events; "
+     "without a service, events are logged only while a command runs."},
     {"scan_last_duration_seconds",           G, "seconds", StartSeconds, nullptr,
      "Duration of the plug-in's start, including the first scan of all cards."},
     {"scan_last_age_seconds",                G, "seconds", ScanAge,      nullptr,

@@ -20,14 +20,24 @@ constexpr const char* kEventLogTable =
 // The log drops its oldest events, but the counts must not decrease. A trigger counts every
 // appended event, including those of an older version of the host. An empty table is initialized
 // from the events in the log.
-constexpr const char* kEventCounts =
-    "CREATE TABLE IF NOT EXISTS host_event_counts (event_id INTEGER NOT NULL, "
-    "severity INTEGER NOT NULL, count INTEGER NOT NULL, PRIMARY KEY (event_id, severity)) STRICT;"
-    "INSERT INTO host_event_counts SELECT event_id, severity, COUNT(*) FROM host_event_log "
-    "WHERE NOT EXISTS (SELECT 1 FROM host_event_counts) GROUP BY event_id, severity;";
+constexpr const char* kEventTotals =
+    "CREATE TABLE IF NOT EXISTS host_event_totals (event_id INTEGER NOT NULL, "
+    "severity INTEGER NOT NULL, serial_number TEXT NOT NULL, count INTEGER NOT NULL, "
+    "PRIMARY KEY (event_id, severity, serial_number)) STRICT;"
+    "INSERT INTO host_event_totals SELECT event_id, severity, serial_number, COUNT(*) "
+    "FROM host_event_log WHERE NOT EXISTS (SELECT 1 FROM host_event_totals) "
+    "GROUP BY event_id, severity, serial_number;";
+// Earlier versions of the host did not count the events of each card. Events that are no longer in
+// the log keep an empty serial number, so that no sum decreases.
+constexpr const char* kMigrateCounts =
+    "INSERT OR REPLACE INTO host_event_totals SELECT event_id, severity, '', count - "
+    "(SELECT COUNT(*) FROM host_event_log WHERE event_id = counted.event_id "
+    "AND severity = counted.severity AND serial_number <> '') AS rest "
+    "FROM host_event_counts AS counted WHERE rest > 0;";
+constexpr const char* kDropCounts = "DROP TABLE host_event_counts";
 constexpr const char* kCountingTrigger =
     "CREATE TRIGGER host_event_counted AFTER INSERT ON host_event_log BEGIN "
-    "INSERT INTO host_event_counts VALUES (new.event_id, new.severity, 1) "
+    "INSERT INTO host_event_totals VALUES (new.event_id, new.severity, new.serial_number, 1) "
     "ON CONFLICT DO UPDATE SET count = count + 1; END";
 
 const TableShape kRunTable = {
@@ -104,6 +114,14 @@ void DropUnexpected(Connection& connection, const char* query, const std::string
   for (const std::string& drop : drops) connection.Run(drop);
 }
 
+void CreateEventTotals(Connection& connection) {
+  const bool isNew = SqlOf(connection, "host_event_totals").empty();
+  connection.Run(kEventTotals);
+  if (SqlOf(connection, "host_event_counts").empty()) return;
+  if (isNew) connection.Run(kMigrateCounts);
+  connection.Run(kDropCounts);
+}
+
 void EnsureCountingTrigger(Connection& connection) {
   Statement own = connection.Prepare("SELECT 1 FROM sqlite_schema WHERE sql = ?");
   if (!own.Bind(kCountingTrigger).Step()) connection.Run(kCountingTrigger);
@@ -144,12 +162,12 @@ void BeginRun(Connection& connection, std::int64_t run, Connection* pSource) {
 
 void PrepareOwnTables(Connection& connection) {
   InTransaction(connection, [&] {
-    for (const char* table : {"host_event_log", "host_event_counts"}) {
+    for (const char* table : {"host_event_log", "host_event_totals"}) {
       DropUnexpected(connection, kUnexpectedInLog, table, kCountingTrigger);
     }
     connection.Run(kEventLogTable);
     AddColumnsToEventLog(connection);
-    connection.Run(kEventCounts);
+    CreateEventTotals(connection);
     EnsureCountingTrigger(connection);
   });
 }

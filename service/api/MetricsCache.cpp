@@ -8,7 +8,7 @@ namespace {
 
 bool AreEqual(const HostKit::EventCount& left, const HostKit::EventCount& right) {
   return left.m_EventID == right.m_EventID && left.m_Severity == right.m_Severity &&
-         left.m_Count == right.m_Count;
+         left.m_Count == right.m_Count && left.m_SerialNumber == right.m_SerialNumber;
 }
 
 bool AreEqual(const MetricsKey& left, const MetricsKey& right) {

@@ -332,8 +332,9 @@ TEST(RecordJson, ConvertsEveryFieldOfALogEntry) {
 }
 
 TEST(RecordJson, ConvertsEveryFieldOfACount) {
-  const json sent = ToJson(HostKit::EventCount{10967, 3, 7});
-  const json expected = {{"event_id", 10967}, {"severity", 3}, {"count", 7}};
+  const json sent = ToJson(HostKit::EventCount{10967, 3, 7, "S100"});
+  const json expected = {
+      {"event_id", 10967}, {"severity", 3}, {"count", 7}, {"serial_number", "S100"}};
   EXPECT_EQ(expected, sent);
   EXPECT_EQ(sent, ToJson(Console::EventCountFromJson(sent)));
   EXPECT_THROW(Console::EventCountFromJson({{"number", 1}}), RecordError);

@@ -209,21 +209,23 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
   awk -v s="$seconds" '{ exit !(s > 0 && s < $1 + 1) }' "$BATS_FILE_TMPDIR/all.seconds"
 }
 
-@test "events are counted by number, name and severity, including deleted log entries" {
+@test "events are counted by card, number, name and severity, including deleted log entries" {
   direct_only "starts without a database (client.bats counts events through a service)"
   local database="$BATS_TEST_TMPDIR/corvane.db"
   CORVANE_DATABASE="$database" corvane-host metrics -q
   /usr/bin/python3 - "$database" <<'END'
 import sqlite3, sys
 with sqlite3.connect(sys.argv[1]) as log:
-    for event, severity in ((10967, 3), (10967, 3), (10967, 4), (49999, 9)):
-        log.execute("INSERT INTO host_event_log (time, severity, event_id, object_id, name, message)"
-                    " VALUES (1, ?, ?, 5, '', '')", (severity, event))
+    for event, severity, serial in ((10967, 3, "S1"), (10967, 3, "S1"), (10967, 3, "S2"),
+                                    (10967, 4, "S1"), (49999, 9, "")):
+        log.execute("INSERT INTO host_event_log (time, severity, event_id, object_id, name, message,"
+                    " serial_number) VALUES (1, ?, ?, 5, '', '', ?)", (severity, event, serial))
     log.execute("DELETE FROM host_event_log WHERE number < 3")
 END
   CORVANE_DATABASE="$database" keep events corvane-host metrics -q
-  same "corvane_events_total event_id='10967' event='CTRL_TEMPERATURE_ABOVE_WARN' severity='warning' 2
-corvane_events_total event_id='10967' event='CTRL_TEMPERATURE_ABOVE_WARN' severity='error' 1
+  same "corvane_events_total adapter='S1' event_id='10967' event='CTRL_TEMPERATURE_ABOVE_WARN' severity='warning' 2
+corvane_events_total adapter='S2' event_id='10967' event='CTRL_TEMPERATURE_ABOVE_WARN' severity='warning' 1
+corvane_events_total adapter='S1' event_id='10967' event='CTRL_TEMPERATURE_ABOVE_WARN' severity='error' 1
 corvane_events_total event_id='49999' severity='unknown' 1" "$(series events events_total)"
 }
 

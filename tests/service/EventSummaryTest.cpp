@@ -54,12 +54,12 @@ class Summary : public testing::Test {
     return texts;
   }
 
-  // Returns the counts as "ID SEVERITY COUNT".
+  // Returns the counts as "ID SEVERITY COUNT SERIAL".
   static std::vector<std::string> Counts(Service::EventSummary& summary) {
     std::vector<std::string> texts;
     for (const HostKit::EventCount& each : summary.CountEvents()) {
       texts.push_back(std::to_string(each.m_EventID) + " " + std::to_string(each.m_Severity) + " " +
-                      std::to_string(each.m_Count));
+                      std::to_string(each.m_Count) + " " + each.m_SerialNumber);
     }
     return texts;
   }
@@ -107,7 +107,7 @@ TEST_F(Summary, ReturnsTheNewestEventsWithinTheLimits) {
 TEST_F(Summary, CountsAllEvents) {
   Log({Event(1, kWarm, "S1"), Event(2, kWarm, "S1"), Event(3, kRemoved, "S1")});
   Log({Event(4, kWarm, "S2")});
-  EXPECT_THAT(Counts(), ElementsAre("10967 2 3", "11094 2 1"));
+  EXPECT_THAT(Counts(), ElementsAre("10967 2 2 S1", "10967 2 1 S2", "11094 2 1 S1"));
 }
 
 TEST_F(Summary, IsRestoredFromTheLog) {
@@ -115,7 +115,7 @@ TEST_F(Summary, IsRestoredFromTheLog) {
   Service::EventSummary restarted;
   restarted.Update();
   EXPECT_THAT(Events(restarted), ElementsAre("2 10967 S1"));
-  EXPECT_THAT(Counts(restarted), ElementsAre("10967 2 2"));
+  EXPECT_THAT(Counts(restarted), ElementsAre("10967 2 2 S1"));
 }
 
 TEST_F(Summary, DropsEventsThatTheLogNoLongerHas) {
@@ -133,7 +133,7 @@ TEST_F(Summary, KeepsItsEventsWhileTheFileCannotBeUsed) {
   m_Summary.Update();
   EXPECT_THROW(HostKit::CountEvents(), DBEXCEPTION::DatabaseException);
   EXPECT_THAT(Events(), ElementsAre("1 10967 S1"));
-  EXPECT_THAT(Counts(), ElementsAre("10967 2 1"));
+  EXPECT_THAT(Counts(), ElementsAre("10967 2 1 S1"));
 }
 
 TEST_F(Summary, KeepsItsEventsWhenTheFileIsDeleted) {
@@ -141,12 +141,12 @@ TEST_F(Summary, KeepsItsEventsWhenTheFileIsDeleted) {
   RemoveFile();
   m_Summary.Update();
   EXPECT_THAT(Events(), ElementsAre("1 10967 S1", "2 11094 S1"));
-  EXPECT_THAT(Counts(), ElementsAre("10967 2 1", "11094 2 1"));
+  EXPECT_THAT(Counts(), ElementsAre("10967 2 1 S1", "11094 2 1 S1"));
   Log({Event(3, kWarm, "S1")});
   EXPECT_THAT(Events(), ElementsAre("2 11094 S1", "3 10967 S1"));
-  EXPECT_THAT(Counts(), ElementsAre("10967 2 2", "11094 2 1"));
+  EXPECT_THAT(Counts(), ElementsAre("10967 2 2 S1", "11094 2 1 S1"));
   Log({Event(4, kWarm, "S1")});
-  EXPECT_THAT(Counts(), ElementsAre("10967 2 3", "11094 2 1"));
+  EXPECT_THAT(Counts(), ElementsAre("10967 2 3 S1", "11094 2 1 S1"));
 }
 
 }  // namespace

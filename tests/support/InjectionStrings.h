@@ -15,8 +15,8 @@ inline const std::vector<std::string>& ForbiddenStatements() {
       "REPLACE INTO host_event_log (number, time, severity, event_id, object_id, name, message) "
       "VALUES (1, 1, 2, 3, 4, 'forged', 'forged')",
       "SELECT message FROM host_event_log",
-      "DELETE FROM host_event_counts",
-      "UPDATE host_event_counts SET count = 0",
+      "DELETE FROM host_event_totals",
+      "UPDATE host_event_totals SET count = 0",
       "UPDATE host_life SET number = 0",
       "DROP TRIGGER host_event_counted",
       "CREATE TRIGGER planted AFTER INSERT ON host_event_log BEGIN "

@@ -114,10 +114,10 @@ TEST_F(Confinement, DropsInjectedTriggersOfTheHostsTables) {
   Use(":memory:");
   OtherProgram(File()).Run(
       "CREATE TRIGGER planted AFTER INSERT ON host_event_log BEGIN DELETE FROM host_event_log; END;"
-      "CREATE TRIGGER \"pl\"\"anted\" BEFORE DELETE ON host_event_counts BEGIN SELECT 1; END;"
+      "CREATE TRIGGER \"pl\"\"anted\" BEFORE DELETE ON host_event_totals BEGIN SELECT 1; END;"
       "DROP TRIGGER host_event_counted;"
       "CREATE TRIGGER host_event_counted AFTER INSERT ON host_event_log BEGIN "
-      "DELETE FROM host_event_counts; END");
+      "DELETE FROM host_event_totals; END");
   Use(File().string());
   EXPECT_EQ(Schema(), m_Schema);
   AppendEvent(PI::CEvent());
@@ -129,7 +129,7 @@ TEST_F(Confinement, DropsIndexesOfTheLog) {
   Use(":memory:");
   OtherProgram(File()).Run(
       "CREATE UNIQUE INDEX one ON HOST_EVENT_LOG (severity);"
-      "CREATE UNIQUE INDEX two ON host_event_counts (count)");
+      "CREATE UNIQUE INDEX two ON host_event_totals (count)");
   Use(File().string());
   EXPECT_EQ(Schema(), m_Schema);
   AppendEvent(PI::CEvent());
@@ -142,10 +142,10 @@ TEST_F(Confinement, DropsInjectedTriggersIgnoringCase) {
   OtherProgram(File()).Run(
       "CREATE TRIGGER a AFTER INSERT ON HOST_EVENT_LOG BEGIN DELETE FROM host_event_log; END;"
       "CREATE TRIGGER b AFTER DELETE ON Host_Life BEGIN DELETE FROM host_event_log; END;"
-      "CREATE TRIGGER c AFTER INSERT ON Host_Event_Counts BEGIN SELECT 1; END;"
+      "CREATE TRIGGER c AFTER INSERT ON Host_Event_Totals BEGIN SELECT 1; END;"
       "DROP TRIGGER host_event_counted;"
       "CREATE TRIGGER HOST_EVENT_COUNTED AFTER INSERT ON host_event_log BEGIN "
-      "DELETE FROM host_event_counts; END");
+      "DELETE FROM host_event_totals; END");
   Use(File().string());
   EXPECT_EQ(Schema(), m_Schema);
   AppendEvent(PI::CEvent());

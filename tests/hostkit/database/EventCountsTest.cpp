@@ -18,12 +18,13 @@ class EventCounts : public HostDatabaseTest {
     for (int i = 0; i < times; ++i) AppendEvent(Event(id, severity));
   }
 
-  // Renders the counts as "event/severity count", separated by commas.
+  // Renders the counts as "event/severity count serial", separated by commas.
   static std::string Counts() {
     std::string text;
-    for (const auto& [event, severity, count] : HostKit::CountEvents()) {
+    for (const auto& [event, severity, count, serial] : HostKit::CountEvents()) {
       text += (text.empty() ? "" : ", ") + HostKit::NameOf(HostKit::Family::Event, event) + "/" +
-              std::to_string(severity) + " " + std::to_string(count);
+              std::to_string(severity) + " " + std::to_string(count) + (serial.empty() ? "" : " ") +
+              serial;
     }
     return text;
   }
@@ -52,12 +53,43 @@ TEST_F(EventCounts, SurviveARestartAndDeletedEvents) {
 
 TEST_F(EventCounts, AreRebuiltFromTheLogIfTheirTableIsMissing) {
   Log(PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, PI::SEVERITY_WARNING, 3);
-  OtherProgram(File()).Run("DROP TRIGGER host_event_counted; DROP TABLE host_event_counts");
+  OtherProgram(File()).Run("DROP TRIGGER host_event_counted; DROP TABLE host_event_totals");
   Restart();
   EXPECT_EQ(Counts(), "CTRL_TEMPERATURE_ABOVE_WARN/3 3");
   Restart();
   Log(PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, PI::SEVERITY_WARNING, 1);
   EXPECT_EQ(Counts(), "CTRL_TEMPERATURE_ABOVE_WARN/3 4");
+}
+
+TEST_F(EventCounts, DistinguishCards) {
+  HostKit::LoggedEvent event =
+      HostKit::LogEntryFor(Event(PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, PI::SEVERITY_WARNING));
+  event.m_SerialNumber = "S2";
+  HostKit::AppendEvents({event, event});
+  event.m_SerialNumber = "S1";
+  HostKit::AppendEvents({event});
+  EXPECT_EQ(Counts(), "CTRL_TEMPERATURE_ABOVE_WARN/3 1 S1, CTRL_TEMPERATURE_ABOVE_WARN/3 2 S2");
+}
+
+TEST_F(EventCounts, KeepTheSumsOfAnEarlierVersion) {
+  HostKit::LoggedEvent event =
+      HostKit::LogEntryFor(Event(PI::Event::CTRL_TEMPERATURE_ABOVE_WARN, PI::SEVERITY_WARNING));
+  event.m_SerialNumber = "S1";
+  HostKit::AppendEvents({event, event});
+  OtherProgram(File()).Run(
+      "DROP TRIGGER host_event_counted; DROP TABLE host_event_totals;"
+      "CREATE TABLE host_event_counts (event_id INTEGER NOT NULL, severity INTEGER NOT NULL, "
+      "count INTEGER NOT NULL, PRIMARY KEY (event_id, severity)) STRICT;"
+      "INSERT INTO host_event_counts VALUES (10967, 3, 7), (10967, 4, 1)");
+  Restart();
+  EXPECT_EQ(Counts(),
+            "CTRL_TEMPERATURE_ABOVE_WARN/3 5, CTRL_TEMPERATURE_ABOVE_WARN/3 2 S1, "
+            "CTRL_TEMPERATURE_ABOVE_WARN/4 1");
+  Restart();
+  HostKit::AppendEvents({event});
+  EXPECT_EQ(Counts(),
+            "CTRL_TEMPERATURE_ABOVE_WARN/3 5, CTRL_TEMPERATURE_ABOVE_WARN/3 3 S1, "
+            "CTRL_TEMPERATURE_ABOVE_WARN/4 1");
 }
 
 TEST_F(EventCounts, FailWithoutAReadableFile) {

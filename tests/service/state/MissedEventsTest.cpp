@@ -165,7 +165,7 @@ TEST_F(MissedEvents, ExcludeEventsLoggedByAnotherHost) {
 TEST_F(MissedEvents, AreCountedInTheMetrics) {
   RecordFirst({With({})});
   RecordFirst({With({V::FLASHBACK})});
-  EXPECT_EQ(OtherProgram(File()).Run("SELECT event_id, count FROM host_event_counts"), "10965|1");
+  EXPECT_EQ(OtherProgram(File()).Run("SELECT event_id, count FROM host_event_totals"), "10965|1");
 }
 
 }  // namespace
