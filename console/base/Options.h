@@ -51,6 +51,13 @@ struct Options {
   bool m_Help = false;
   bool m_Version = false;
   std::set<std::string> m_Given;  // all options that were given, as "--long"
+  // check
+  std::string m_WarnTemperature;
+  std::string m_CritTemperature;
+  std::string m_WarnReserve;
+  std::string m_WarnUsed;
+  std::string m_Expect;
+  std::string m_PerformanceData;
 };
 
 }  // namespace Console

@@ -4,7 +4,7 @@
 #include "console/base/StopSignals.h"
 #include "console/cli/CommandTimeLimits.h"
 #include "console/render/CommandResult.h"
-#include "console/report/CheckResult.h"
+#include "console/report/CheckText.h"
 #include "console/report/CommandContext.h"
 
 namespace Console {

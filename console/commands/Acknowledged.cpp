@@ -17,13 +17,6 @@ std::string EndText(const Acknowledgment& acknowledgment) {
   return acknowledgment.m_Until ? TimeText(*acknowledgment.m_Until) : "-";
 }
 
-Json ToJson(const Acknowledgment& acknowledgment) {
-  return {{"user", acknowledgment.m_User},
-          {"time", TimeText(acknowledgment.m_Time)},
-          {"until", acknowledgment.m_Until ? Json(TimeText(*acknowledgment.m_Until)) : Json()},
-          {"note", acknowledgment.m_Note}};
-}
-
 std::string TextOf(const std::optional<Acknowledgment>& now, bool changed) {
   if (!now) return changed ? "acknowledgment removed" : "not acknowledged";
   std::string text = changed ? "acknowledged" : "already acknowledged";
@@ -45,6 +38,13 @@ Row RowOf(const StoredCard& card, const std::string& reason,
 }
 
 }  // namespace
+
+Json AcknowledgmentJson(const Acknowledgment& acknowledgment) {
+  return {{"user", acknowledgment.m_User},
+          {"time", TimeText(acknowledgment.m_Time)},
+          {"until", acknowledgment.m_Until ? Json(TimeText(*acknowledgment.m_Until)) : Json()},
+          {"note", acknowledgment.m_Note}};
+}
 
 const std::string& RequireReason(const std::string& command, const std::string& reason) {
   const std::vector<std::string>& reasons = AcknowledgeableReasons();
@@ -74,7 +74,7 @@ CommandResult AcknowledgedResult(const StoredCard& card, const std::string& reas
   result.m_Json = {{"object", card.m_Selector.empty() ? Json() : Json(card.m_Selector)},
                    {"serial_number", card.m_SerialNumber},
                    {"reason", reason},
-                   {"acknowledgment", now ? ToJson(*now) : Json()},
+                   {"acknowledgment", now ? AcknowledgmentJson(*now) : Json()},
                    {"changed", changed}};
   result.m_Text =
       Base::Printable(fmt::format("{} {}: {}", card.Name(), reason, TextOf(now, changed))) + "\n";

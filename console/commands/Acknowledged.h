@@ -21,6 +21,9 @@ std::optional<Service::Acknowledgment> FindAcknowledgment(Service::StoredState& 
                                                           const std::string& serial,
                                                           const std::string& reason);
 
+// Returns an acknowledgment as in all documents.
+Json AcknowledgmentJson(const Service::Acknowledgment& acknowledgment);
+
 // Returns the result of the command: the acknowledgment that is in effect afterwards, if any, and
 // whether the command changed it.
 CommandResult AcknowledgedResult(const StoredCard& card, const std::string& reason,

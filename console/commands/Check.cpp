@@ -1,59 +1,140 @@
 // check: report the state of the cards to a monitoring system. `RunCommand` reports failures in the
 // same format.
+#include <fmt/format.h>
+
+#include "console/base/Number.h"
+#include "console/base/Timestamp.h"
 #include "console/cli/CommandTable.h"
+#include "console/commands/Acknowledged.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
-#include "console/report/CheckResult.h"
+#include "console/report/CheckText.h"
 #include "console/report/CommandContext.h"
 
 namespace Console {
 namespace {
 
-Json TextJson(const std::string& text) {
-  return text.empty() ? Json() : Json(text);
+using Service::Acknowledgment;
+
+std::string AcknowledgmentText(const Acknowledgment& acknowledgment) {
+  std::string text = "acknowledged by " + acknowledgment.m_User;
+  if (acknowledgment.m_Until) text += " until " + TimeText(*acknowledgment.m_Until);
+  return acknowledgment.m_Note.empty() ? text : text + ": " + acknowledgment.m_Note;
 }
 
-Json FindingJson(const Finding& finding) {
+// Without a usable database, nothing is acknowledged, so no problem is hidden.
+std::vector<Acknowledgment> ReadAcknowledgments(Context& context) {
+  try {
+    return Service::OpenStoredState(context.Open())->Acknowledgments();
+  } catch (const Failure& failure) {
+    if (failure.m_Code == ExitCode::TimedOut) throw;
+    context.m_Diagnostics.Note(failure.m_Id, failure.m_Text, failure.m_Advice);
+    return {};
+  }
+}
+
+std::optional<std::size_t> ExpectedCards(const Context& context) {
+  const Options& options = context.m_Options;
+  if (options.m_Given.count("--expect") == 0) return std::nullopt;
+  if (!context.m_Arguments.empty()) {
+    throw UsageFailure("--expect: does not apply to a single object");
+  }
+  const auto number = ReadNumber<std::size_t>(options.m_Expect);
+  if (number) return number;
+  throw UsageFailure(fmt::format("--expect: '{}' is not a number of cards", options.m_Expect));
+}
+
+Json NumberJson(const std::optional<double>& number, double scale) {
+  return number ? Json(*number / scale) : Json();
+}
+
+Json RangeJson(const std::optional<CheckRange>& range, double scale) {
+  if (!range) return nullptr;
+  return {{"low", NumberJson(range->m_Low, scale)},
+          {"high", NumberJson(range->m_High, scale)},
+          {"alerts_inside", range->m_AlertsInside}};
+}
+
+Json SerialJson(const Model& model, const Object& object) {
+  const std::string serial = SerialOf(model, object);
+  return serial.empty() ? Json() : Json(serial);
+}
+
+Json CheckReadingJson(const Model& model, const CheckReading& reading) {
+  const double scale = ScaleOf(reading);
+  Json json = {{"object", reading.m_pObject->m_Selector},
+               {"serial_number", SerialJson(model, *reading.m_pObject)},
+               {"property", FieldOf(reading)},
+               {"label", reading.m_Label}};
+  PutValue(json, "value", reading.m_Value);
+  json["warning"] = RangeJson(reading.m_Warning, scale);
+  json["critical"] = RangeJson(reading.m_Critical, scale);
+  json["minimum"] = NumberJson(reading.m_Minimum, scale);
+  json["maximum"] = NumberJson(reading.m_Maximum, scale);
+  return json;
+}
+
+Json ProblemJson(const Problem& problem, const std::vector<Acknowledgment>& acknowledged) {
+  const bool isReason = !problem.m_Name.empty() && !problem.m_IsThreshold;
+  Json json = {{"state", CheckStateName(problem.m_State)},
+               {"reason", isReason ? Json(problem.m_Name) : Json()},
+               {"property", *problem.m_Field == '\0' ? Json() : Json(problem.m_Field)},
+               {"text", problem.m_Text},
+               {"acknowledgment", nullptr}};
+  if (problem.m_Acknowledgment) {
+    json["acknowledgment"] = AcknowledgmentJson(acknowledged[*problem.m_Acknowledgment]);
+  }
+  return json;
+}
+
+Json FindingJson(const Model& model, const Finding& finding,
+                 const std::vector<Acknowledgment>& acknowledged) {
   Json json = {{"object", finding.m_pObject->m_Selector},
                {"type", KindName(finding.m_pObject->m_Kind)},
                {"id", IdText(finding.m_pObject->m_ID)},
                {"state", CheckStateName(finding.m_State)}};
   PutValue(json, "status", finding.m_Health.m_Status);
-  PutValue(json, "serial_number", ReadField(*finding.m_pObject, "serial_number"));
-  json["reasons"] = Json::array();
-  for (const Reason& reason : finding.m_Health.m_Reasons) json["reasons"].push_back(reason.m_Name);
+  json["serial_number"] = SerialJson(model, *finding.m_pObject);
+  json["problems"] = Json::array();
+  for (const Problem& problem : finding.m_Problems) {
+    json["problems"].push_back(ProblemJson(problem, acknowledged));
+  }
   return json;
 }
 
-Json CheckReadingJson(const CheckReading& r) {
-  return {{"label", r.m_Label},
-          {"value", r.m_Value},
-          {"unit", TextJson(r.m_Unit)},
-          {"warning", TextJson(r.m_Warning)},
-          {"critical", TextJson(r.m_Critical)},
-          {"minimum", TextJson(r.m_Minimum)},
-          {"maximum", TextJson(r.m_Maximum)}};
+Json CheckJson(const Model& model, const CheckResult& check,
+               const std::vector<Acknowledgment>& acknowledged, bool ascii) {
+  Json json = {{"state", CheckStateName(check.m_State)},
+               {"summary", Summary(check, ascii)},
+               {"cards", check.m_Cards},
+               {"expected_cards", check.m_ExpectedCards ? Json(*check.m_ExpectedCards) : Json()},
+               {"objects", Json::array()},
+               {"readings", Json::array()}};
+  for (const Finding& finding : check.m_Findings) {
+    json["objects"].push_back(FindingJson(model, finding, acknowledged));
+  }
+  for (const CheckReading& reading : check.m_Readings) {
+    json["readings"].push_back(CheckReadingJson(model, reading));
+  }
+  return json;
 }
 
 CommandResult Run(Context& context) {
+  CheckInput input{
+      ParseThresholds(context.m_Options), ExpectedCards(context), {}, context.m_Style.m_Ascii};
+  const PerformanceData data = ParsePerformanceData(context.m_Options.m_PerformanceData);
   const Model model = context.Objects();
   const Object* top =
       context.m_Arguments.empty() ? nullptr : &Select(model, context.m_Arguments[0]);
-  const bool ascii = context.m_Style.m_Ascii;
-  const CheckResult check = CheckObjects(model, top);
+  const std::vector<Acknowledgment> acknowledged = ReadAcknowledgments(context);
+  for (const Acknowledgment& each : acknowledged) {
+    input.m_Acknowledged.push_back({each.m_SerialNumber, each.m_Reason, AcknowledgmentText(each)});
+  }
+  const CheckResult check = CheckObjects(model, top, input);
   CommandResult result;
   result.m_Code = CheckStateCode(check.m_State);
-  result.m_Text = CheckText(check, ascii);
-  result.m_Json = {{"state", CheckStateName(check.m_State)},
-                   {"summary", Summary(check, ascii)},
-                   {"objects", Json::array()},
-                   {"readings", Json::array()}};
-  for (const Finding& finding : check.m_Findings) {
-    result.m_Json["objects"].push_back(FindingJson(finding));
-  }
-  for (const CheckReading& reading : check.m_Readings) {
-    result.m_Json["readings"].push_back(CheckReadingJson(reading));
-  }
+  result.m_Text = CheckText(check, input, data);
+  result.m_Json = CheckJson(model, check, acknowledged, input.m_Ascii);
   return result;
 }
 
@@ -68,18 +149,26 @@ Command CheckCommand() {
   command.m_MaxArguments = 1;
   command.m_Summary = "print status and performance data for monitoring systems";
   command.m_OutputFormats = {"table", "json"};
+  command.m_Options = {"--warn-temperature", "--crit-temperature", "--warn-reserve",
+                       "--warn-used",        "--expect",           "--perfdata"};
   command.m_NeedsPlugin = true;
   command.m_Run = Run;
   command.m_Description =
-      "Prints a line with the worst state, its reason and, after '|', performance data, then one "
-      "line per object. If the command line is invalid or the plug-in fails, the output has the "
-      "same format.";
-  command.m_Exits = {{0, "OK: all cards are healthy"},
-                     {1, "WARNING: a card has a warning"},
-                     {2, "CRITICAL: a card has failed"},
-                     {3, "UNKNOWN: no card, no plug-in, invalid command line, or timeout"}};
-  command.m_Examples = {{"check", "run from a monitoring system", true},
-                        {"check a1 --timeout 10s", "check one card, within ten seconds"}};
+      "Prints a line of at most 200 characters with the worst state, the number of cards in each "
+      "state and the worst three problems, then performance data after '|' and one line per "
+      "object. "
+      "Values outside the card's own limits are problems even if the card reports none. An "
+      "acknowledged problem is OK. If the command line is invalid or the plug-in fails, the output "
+      "has the same format.";
+  command.m_Exits = {
+      {0, "OK: all cards are healthy, or their problems are acknowledged"},
+      {1, "WARNING: a card has a warning, is detached, or is over a warning threshold"},
+      {2, "CRITICAL: a card has failed, is missing or unreadable, or is over a critical threshold"},
+      {3, "UNKNOWN: no card, no plug-in, invalid command line, or timeout"}};
+  command.m_Examples = {
+      {"check", "run from a monitoring system", true},
+      {"check a1 --timeout 10s", "check one card, within ten seconds"},
+      {"check --expect 4 --warn-reserve 20", "check the number of cards and their reserve"}};
   return command;
 }
 

@@ -10,7 +10,7 @@
 #include "base/Printable.h"
 #include "console/model/CardName.h"
 #include "console/model/FieldTable.h"
-#include "console/render/HealthCells.h"
+#include "hostkit/Texts.h"
 
 namespace Console {
 namespace {
@@ -31,68 +31,29 @@ constexpr StateRow kStates[] = {
 struct StatusStateRow {
   const char* m_Status;
   CheckState m_State;
+  bool m_IsReason;  // whether the status can be acknowledged by its name
 };
 
 // Statuses of adapters and drives; any other is UNKNOWN.
 constexpr StatusStateRow kStatuses[] = {
-    {"OK", CheckState::Ok},           {"AVAILABLE", CheckState::Ok},
-    {"WARNING", CheckState::Warning}, {"AVAILABLE_SMART", CheckState::Warning},
-    {"FAILED", CheckState::Critical},
+    {"OK", CheckState::Ok, false},           {"AVAILABLE", CheckState::Ok, false},
+    {"WARNING", CheckState::Warning, false}, {"AVAILABLE_SMART", CheckState::Warning, false},
+    {"DETACHED", CheckState::Warning, true}, {"FORMATTING", CheckState::Warning, false},
+    {"FAILED", CheckState::Critical, false}, {"UNREADABLE", CheckState::Critical, true},
+    {"MISSING", CheckState::Critical, true},
 };
-
-enum class Limit { Above, Below };
-
-// The output format has no units for temperature and power, so these units are in the labels.
-struct ReadingRow {
-  const char* m_Label;
-  const char* m_Field;
-  const char* m_Unit;
-  double m_Scale;
-  const char* m_Warning;   // a field, or null
-  const char* m_Critical;  // a field, or null
-  Limit m_Limit;
-  const char* m_Minimum;
-  const char* m_Maximum;       // a number
-  const char* m_MaximumField;  // instead of the number, or null
-};
-
-// clang-format off
-constexpr ReadingRow kReadings[] = {
-    // label                field                  unit scale  warning                      critical                        limit         min  max    max field
-    {"temperature_celsius", "temperature_celsius",  "",    1, "temperature_warning_celsius", "temperature_critical_celsius", Limit::Above, "",  "",    nullptr},
-    {"reserve_space",       "reserve_space_ratio",  "%", 100, "reserve_space_warning_ratio", nullptr,                        Limit::Below, "0", "100", nullptr},
-    {"endurance_used",      "endurance_used_ratio", "%", 100, nullptr,                       nullptr,                        Limit::Above, "0", "",    nullptr},
-    {"slot_power_watts",    "slot_power_watts",     "",    1, nullptr,                       nullptr,                        Limit::Above, "0", "",    "power_limit_watts"},
-    {"read_bytes",          "read_bytes",           "c",   1, nullptr,                       nullptr,                        Limit::Above, "",  "",    nullptr},
-    {"written_bytes",       "written_bytes",        "c",   1, nullptr,                       nullptr,                        Limit::Above, "",  "",    nullptr},
-};
-// clang-format on
 
 const StateRow& RowOf(CheckState state) {
   return *std::find_if(std::begin(kStates), std::end(kStates),
                        [&](const StateRow& row) { return row.m_State == state; });
 }
 
-CheckState StateOf(const Value& status) {
+StatusStateRow RowOf(const Value& status) {
   const std::string text = BareText(status);
   for (const StatusStateRow& row : kStatuses) {
-    if (text == row.m_Status) return row.m_State;
+    if (text == row.m_Status) return row;
   }
-  return CheckState::Unknown;
-}
-
-// Returns an empty string for an unknown value.
-std::string NumberText(const Object& object, const char* field, double scale) {
-  const Value value = field == nullptr ? Value{} : ReadField(object, field);
-  if (const auto* count = std::get_if<std::uint64_t>(&value.m_Data)) {
-    return fmt::format("{}", *count);
-  }
-  const auto* number = std::get_if<double>(&value.m_Data);
-  return number == nullptr ? std::string() : fmt::format("{:.10g}", *number * scale);
-}
-
-std::string RangeText(const std::string& number, Limit limit) {
-  return number.empty() || limit == Limit::Above ? number : number + ":";
+  return {"", CheckState::Unknown, false};
 }
 
 // Replaces characters that would end a label or require quotes.
@@ -106,86 +67,144 @@ std::string LabelText(const std::string& text) {
   return boost::replace_all_copy(Base::Printable(label), "\\", "_");
 }
 
-void AddReadings(std::vector<CheckReading>& into, const Object& adapter, const std::string& name) {
-  for (const ReadingRow& row : kReadings) {
-    const std::string value = NumberText(adapter, row.m_Field, row.m_Scale);
-    if (value.empty()) continue;
-    into.push_back(
-        {name + "_" + row.m_Label, value, row.m_Unit,
-         RangeText(NumberText(adapter, row.m_Warning, row.m_Scale), row.m_Limit),
-         RangeText(NumberText(adapter, row.m_Critical, row.m_Scale), row.m_Limit), row.m_Minimum,
-         row.m_MaximumField == nullptr ? row.m_Maximum
-                                       : NumberText(adapter, row.m_MaximumField, row.m_Scale)});
+std::optional<std::size_t> AcknowledgmentOf(const CheckInput& input, const std::string& serial,
+                                            const std::string& reason) {
+  const auto& all = input.m_Acknowledged;
+  const auto found = std::find_if(all.begin(), all.end(), [&](const AcknowledgedReason& each) {
+    return each.m_SerialNumber == serial && each.m_Reason == reason;
+  });
+  if (serial.empty() || found == all.end()) return std::nullopt;
+  return static_cast<std::size_t>(found - all.begin());
+}
+
+// Where and when a missing card was last seen; empty for other objects.
+std::string LastSeenText(const Object& object) {
+  const std::string time = FieldText(object, "last_seen_at");
+  if (time.empty() || FieldText(object, "status") != "MISSING") return {};
+  const std::string slot = FieldText(object, "pci_slot");
+  return "last seen " + time + (slot.empty() ? "" : " in slot " + slot);
+}
+
+// Finds the problems of one object.
+class ProblemFinder {
+ public:
+  ProblemFinder(const Object& object, const Health& health, const CheckInput& input)
+      : m_Object(object),
+        m_Health(health),
+        m_Input(input),
+        m_Serial(FieldText(object, "serial_number")) {}
+
+  std::vector<Problem> Find() {
+    for (const Reason& reason : m_Health.m_Reasons) AddReason(reason);
+    AddStatus();
+    if (m_Object.m_Kind == Kind::Adapter && !IsMissing()) AddBreaches();
+    std::stable_sort(m_Problems.begin(), m_Problems.end(),
+                     [](const Problem& a, const Problem& b) { return a.m_State > b.m_State; });
+    return m_Problems;
   }
-}
 
-// Omits trailing separators, as the output format allows.
-std::string CheckReadingText(const CheckReading& r) {
-  std::string text = fmt::format("{}={}{};{};{};{};{}", r.m_Label, r.m_Value, r.m_Unit, r.m_Warning,
-                                 r.m_Critical, r.m_Minimum, r.m_Maximum);
-  while (text.back() == ';') text.pop_back();
-  return text;
-}
+ private:
+  bool IsMissing() const { return BareText(m_Health.m_Status) == "MISSING"; }
 
-// Replaces vertical bars, because a vertical bar starts the performance data.
-std::string WithoutBars(const std::string& text) {
-  return boost::replace_all_copy(text, "|", "/");
-}
-
-// Describes an object that is not OK. A drive has no reasons of its own; its card reports them.
-std::string ProblemText(const Finding& finding, bool ascii) {
-  std::string why;
-  for (const Reason& reason : finding.m_Health.m_Reasons) {
-    why += (why.empty() ? ": " : ", ") + ReasonText(reason, ascii);
+  CheckState WorstState() const {
+    CheckState worst = CheckState::Ok;
+    for (const Problem& problem : m_Problems) worst = std::max(worst, problem.m_State);
+    return worst;
   }
-  if (why.empty() && finding.m_pObject->m_Kind == Kind::Adapter) {
-    why = ": " + TextWithoutReason(finding.m_Health);
+
+  void AddReason(const Reason& reason) {
+    const PI::_VALUE_ID status = HostKit::StatusOf(reason.m_Number);
+    const StatusStateRow named = RowOf({ValueKind::Text, reason.m_Name, Severity::Neutral});
+    CheckState state = named.m_IsReason ? named.m_State : CheckState::Ok;
+    if (status == PI::Value::WARNING) state = std::max(state, CheckState::Warning);
+    if (status == PI::Value::FAILED) state = CheckState::Critical;
+    const char* field =
+        reason.m_Measured.m_Field == nullptr ? "" : reason.m_Measured.m_Field->m_Name;
+    m_Problems.push_back({state, reason.m_Name, ReasonText(reason, m_Input.m_Ascii),
+                          reason.m_Advice, field, false,
+                          AcknowledgmentOf(m_Input, m_Serial, reason.m_Name)});
   }
-  return finding.m_pObject->m_Selector + " " + StatusText(finding.m_Health.m_Shown) + why;
-}
 
-std::size_t CountOf(const CheckResult& check, Kind kind) {
-  return static_cast<std::size_t>(
-      std::count_if(check.m_Findings.begin(), check.m_Findings.end(),
-                    [&](const Finding& finding) { return finding.m_pObject->m_Kind == kind; }));
-}
+  // The reasons may not explain the status.
+  void AddStatus() {
+    const StatusStateRow row = RowOf(m_Health.m_Status);
+    if (row.m_State <= WorstState()) return;
+    const std::string name = row.m_IsReason ? row.m_Status : "";
+    const bool explains = m_Object.m_Kind == Kind::Adapter && !row.m_IsReason;
+    const std::string text = explains ? TextWithoutReason(m_Health) : LastSeenText(m_Object);
+    m_Problems.push_back(
+        {row.m_State, name, text, "", "", false, AcknowledgmentOf(m_Input, m_Serial, name)});
+  }
 
-std::string CountText(std::size_t count, const char* noun) {
-  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
-}
-
-// Lists the worst objects first, because a monitoring system may truncate the line.
-std::string ListProblems(const CheckResult& check, bool ascii) {
-  std::string text;
-  for (const CheckState state : {CheckState::Critical, CheckState::Warning, CheckState::Unknown}) {
-    for (const Finding& finding : check.m_Findings) {
-      if (finding.m_State != state) continue;
-      text += (text.empty() ? "" : "; ") + ProblemText(finding, ascii);
+  void AddBreaches() {
+    for (const Breach& breach : BreachesOf(m_Object, m_Input.m_Ranges, m_Input.m_Ascii)) {
+      const bool isReported =
+          std::any_of(m_Problems.begin(), m_Problems.end(), [&](const Problem& problem) {
+            return std::strcmp(problem.m_Field, breach.m_Field) == 0 &&
+                   problem.m_State >= breach.m_State;
+          });
+      if (isReported) continue;
+      const std::string reason = breach.m_Reason == nullptr ? "" : breach.m_Reason;
+      m_Problems.push_back({breach.m_State, breach.m_Field, breach.m_Text, "", breach.m_Field, true,
+                            AcknowledgmentOf(m_Input, m_Serial, reason)});
     }
   }
-  return text;
-}
 
-std::string Identity(const Object& object) {
-  std::string text = BareText(ReadField(object, "name"));
-  const Value serial = ReadField(object, "serial_number");
-  if (serial.Known()) text += ", serial " + BareText(serial);
-  return text;
-}
+  const Object& m_Object;
+  const Health& m_Health;
+  const CheckInput& m_Input;
+  const std::string m_Serial;
+  std::vector<Problem> m_Problems;
+};
 
-std::string FindingText(const Finding& finding, bool ascii) {
-  std::string text =
-      fmt::format("{} {}: {}\n", finding.m_pObject->m_Selector,
-                  StatusText(finding.m_Health.m_Shown), Identity(*finding.m_pObject));
-  for (const Reason& reason : finding.m_Health.m_Reasons) {
-    text += fmt::format("  {}{}{}\n", ReasonText(reason, ascii),
-                        reason.m_Advice.empty() ? "" : ". ", reason.m_Advice);
+CheckState WorstOf(const std::vector<Problem>& problems, bool withAcknowledged) {
+  CheckState worst = CheckState::Ok;
+  for (const Problem& problem : problems) {
+    if (problem.m_Acknowledgment && !withAcknowledged) continue;
+    worst = std::max(worst, problem.m_State);
   }
-  return text;
+  return worst;
 }
 
-std::string FirstLine(CheckState state, const std::string& summary) {
-  return fmt::format("CORVANE {} - {}", CheckStateName(state), summary);
+Finding FindingOf(const Model& model, const Object& object, const CheckInput& input) {
+  Finding finding{&object, HealthOf(model, object), CheckState::Ok, {}};
+  finding.m_Problems = ProblemFinder(object, finding.m_Health, input).Find();
+  finding.m_State = WorstOf(finding.m_Problems, false);
+  return finding;
+}
+
+// A drive has no reasons of its own; its card reports them. A problem that the card explains is
+// acknowledged with the card's.
+Finding DriveFinding(const Model& model, const Object& drive, const CheckInput& input) {
+  Finding finding = FindingOf(model, drive, input);
+  const Object* adapter = AdapterOf(model, drive);
+  if (adapter == nullptr) return finding;
+  const Finding card = FindingOf(model, *adapter, input);
+  if (finding.m_State <= WorstOf(card.m_Problems, true)) {
+    finding.m_State = std::min(finding.m_State, card.m_State);
+  }
+  return finding;
+}
+
+CheckState StateOfCount(std::size_t cards, std::size_t expected) {
+  if (cards < expected) return CheckState::Critical;
+  return cards > expected ? CheckState::Warning : CheckState::Ok;
+}
+
+// Puts the worst cards first, each followed by its drives.
+void SortByCard(const Model& model, std::vector<Finding>& findings) {
+  std::map<const Object*, CheckState> worst;
+  const auto cardOf = [&model](const Finding& finding) {
+    const Object* adapter = AdapterOf(model, *finding.m_pObject);
+    return adapter == nullptr ? finding.m_pObject : adapter;
+  };
+  for (const Finding& finding : findings) {
+    CheckState& state = worst[cardOf(finding)];
+    state = std::max(state, finding.m_State);
+  }
+  std::stable_sort(findings.begin(), findings.end(), [&](const Finding& a, const Finding& b) {
+    return worst[cardOf(a)] > worst[cardOf(b)];
+  });
 }
 
 }  // namespace
@@ -198,47 +217,31 @@ ExitCode CheckStateCode(CheckState state) {
   return RowOf(state).m_Code;
 }
 
-CheckResult CheckObjects(const Model& model, const Object* top) {
+CheckResult CheckObjects(const Model& model, const Object* top, const CheckInput& input) {
   CheckResult check;
   const std::map<const Object*, std::string> names = CardNames(model, LabelText);
   for (const Object* object : ObjectsWithStatus(model, top)) {
-    const Health health = HealthOf(model, *object);
-    const CheckState state = StateOf(health.m_Status);
-    check.m_State = check.m_Findings.empty() ? state : std::max(check.m_State, state);
-    check.m_Findings.push_back({object, health, state});
-    if (object->m_Kind == Kind::Adapter) {
-      AddReadings(check.m_Readings, *object, names.at(object));
-    }
+    const bool isAdapter = object->m_Kind == Kind::Adapter;
+    check.m_Findings.push_back(isAdapter ? FindingOf(model, *object, input)
+                                         : DriveFinding(model, *object, input));
+    const bool isMissing = BareText(check.m_Findings.back().m_Health.m_Status) == "MISSING";
+    if (!isAdapter || isMissing) continue;
+    ++check.m_Cards;
+    const auto readings = ReadingsOf(*object, names.at(object), input.m_Ranges);
+    check.m_Readings.insert(check.m_Readings.end(), readings.begin(), readings.end());
+  }
+  SortByCard(model, check.m_Findings);
+  const bool isEmpty = check.m_Findings.empty();
+  check.m_State = isEmpty && !input.m_ExpectedCards ? CheckState::Unknown : CheckState::Ok;
+  for (const Finding& finding : check.m_Findings) {
+    check.m_State = std::max(check.m_State, finding.m_State);
+  }
+  check.m_ExpectedCards = input.m_ExpectedCards;
+  if (input.m_ExpectedCards) {
+    check.m_ExpectationState = StateOfCount(check.m_Cards, *input.m_ExpectedCards);
+    check.m_State = std::max(check.m_State, check.m_ExpectationState);
   }
   return check;
-}
-
-std::string Summary(const CheckResult& check, bool ascii) {
-  if (check.m_Findings.empty()) return "no supported adapter found in this machine";
-  const std::string problems = ListProblems(check, ascii);
-  if (!problems.empty()) return WithoutBars(problems);
-  return fmt::format("{}, {}", CountText(CountOf(check, Kind::Adapter), "adapter"),
-                     CountText(CountOf(check, Kind::Drive), "drive"));
-}
-
-std::string CheckText(const CheckResult& check, bool ascii) {
-  std::string text = FirstLine(check.m_State, Summary(check, ascii));
-  for (const CheckReading& reading : check.m_Readings) {
-    text += (&reading == &check.m_Readings.front() ? " | " : " ") + CheckReadingText(reading);
-  }
-  text += "\n";
-  for (const Finding& finding : check.m_Findings) {
-    text += WithoutBars(FindingText(finding, ascii));
-  }
-  return text;
-}
-
-std::string CheckText(const Failure& failure) {
-  std::string text =
-      FirstLine(CheckState::Unknown, WithoutBars(Base::Printable(failure.m_Text))) + "\n";
-  for (const std::string& line : failure.m_Advice)
-    text += WithoutBars(Base::Printable(line)) + "\n";
-  return text;
 }
 
 }  // namespace Console

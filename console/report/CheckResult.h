@@ -1,62 +1,69 @@
-// The state of the cards in the output format of monitoring checks: a state, a line with the
-// reason, one line per object, and readings with their limits.
+// The state of the cards for monitoring systems, and the problems that determine it.
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "console/base/Failure.h"
 #include "console/model/Health.h"
 #include "console/model/Model.h"
+#include "console/report/CheckReadings.h"
 
 namespace Console {
-
-// From best to worst; UNKNOWN must not hide WARNING or CRITICAL.
-enum class CheckState { Ok, Unknown, Warning, Critical };
 
 // Returns "OK", "UNKNOWN", "WARNING" or "CRITICAL".
 const char* CheckStateName(CheckState state);
 // Returns the exit code for a state.
 ExitCode CheckStateCode(CheckState state);
 
-struct Finding {
-  const Object* m_pObject;
-  Health m_Health;
-  CheckState m_State;
+// A problem of a card that somebody has acknowledged.
+struct AcknowledgedReason {
+  std::string m_SerialNumber;
+  std::string m_Reason;
+  std::string m_Text;  // who acknowledged it, until when, and the note
 };
 
-// A value with its thresholds. The warning and critical thresholds are ranges: "10:" means at least
-// 10. An empty member is unknown or does not apply.
-struct CheckReading {
-  std::string m_Label;
-  std::string m_Value;
-  std::string m_Unit;
-  std::string m_Warning;
-  std::string m_Critical;
-  std::string m_Minimum;
-  std::string m_Maximum;
+// What the user expects of the cards, and what has been acknowledged.
+struct CheckInput {
+  CheckRanges m_Ranges;
+  std::optional<std::size_t> m_ExpectedCards;
+  std::vector<AcknowledgedReason> m_Acknowledged;
+  bool m_Ascii = false;
+};
+
+// Something that is wrong with an object.
+struct Problem {
+  CheckState m_State = CheckState::Unknown;
+  std::string m_Name;          // of the reason or field; empty: the status alone
+  std::string m_Text;          // for people
+  std::string m_Advice;        // empty: none
+  const char* m_Field = "";    // the measured field; empty: none
+  bool m_IsThreshold = false;  // whether a threshold was exceeded that the card does not report
+  std::optional<std::size_t> m_Acknowledgment;  // index in `CheckInput::m_Acknowledged`
+};
+
+struct Finding {
+  const Object* m_pObject = nullptr;
+  Health m_Health;
+  CheckState m_State = CheckState::Unknown;  // without acknowledged problems
+  std::vector<Problem> m_Problems;           // the worst first
 };
 
 struct CheckResult {
-  CheckState m_State = CheckState::Unknown;  // the worst state; `Unknown` if there are no objects
-  std::vector<Finding> m_Findings;
-  std::vector<CheckReading> m_Readings;
+  CheckState m_State = CheckState::Unknown;  // the worst state
+  std::vector<Finding> m_Findings;           // the worst cards first, each before its drives
+  std::vector<CheckReading> m_Readings;      // in the order of the model
+  std::size_t m_Cards = 0;                   // adapters that are not missing
+  std::optional<std::size_t> m_ExpectedCards;
+  CheckState m_ExpectationState = CheckState::Ok;
 };
 
 // Checks `top`, which is part of `model`, and the objects below it. If `top` is null, checks all
-// objects. The state is derived only from the status that the plug-in reports. The model must
-// outlive the result.
-CheckResult CheckObjects(const Model& model, const Object* top);
-
-// Returns a summary on one line, without vertical bars: the problems or, if there are none, the
-// numbers of adapters and drives.
-std::string Summary(const CheckResult& check, bool ascii);
-
-// Returns the complete output: the first line with the readings, then the lines of the objects.
-std::string CheckText(const CheckResult& check, bool ascii);
-
-// Returns the complete output for a failure, such as an invalid command line or a plug-in that
-// cannot be loaded; the state is UNKNOWN.
-std::string CheckText(const Failure& failure);
+// objects and the number of cards. The state of a card is the worst of its unacknowledged problems:
+// the reasons that it reports, its status if no reason explains it, and values outside its own
+// limits or the user's ranges. The model must outlive the result.
+CheckResult CheckObjects(const Model& model, const Object* top, const CheckInput& input);
 
 }  // namespace Console

@@ -17,6 +17,7 @@ set(THROUGH_SERVICE
   "prompts"
   "rows|databases that a service cannot use"
   "status|the test plug-in, and changes that follow a trace"
+  "thresholds"
   "trouble|the test plug-in, and failures of a plug-in in the same process"
   "watch")
 
@@ -27,7 +28,8 @@ set(NOT_THROUGH_SERVICE
   "client|compares runs with and without a service"
   "completion|client.bats completes with a service"
   "envelope|api and the suites above check the documents of a service"
-  "explain|needs no plug-in"
+  "errors|most messages need no plug-in"
+  "explain|most explanations need no plug-in"
   "flood|tests the service itself"
   "help|needs no plug-in"
   "hooks|tests the service itself"

@@ -88,7 +88,7 @@ readings() { out "$1" | sed -n '1s/.* | //p' | tr ' ' '\n'; }
 
 @test "check exits with 0 for healthy cards and lists each object" {
   ended well 0
-  line well "CORVANE OK - 2 adapters, 2 drives"
+  line well "CORVANE OK - 2 cards: 2 OK"
   same "a0 ok: SanDisk BoardA (1), serial S100
 a0/d0 available: DriveA (0)
 a1 ok: MOLT EP PX600 (2), serial S200
@@ -97,38 +97,38 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
 
 @test "check exits with 1 for a warning, with its reason and action" {
   ended warning 1
-  line warning "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
+  line warning "CORVANE WARNING - 2 cards: 1 WARNING, 1 OK; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
   same "a1 WARNING: MOLT EP PX600 (2), serial S200
   Temperature above its warning threshold: temperature unknown, warning 78 °C. Check fans and airflow around the card, or reduce its load." \
-    "$(out warning | sed -n '4,5p')"
+    "$(out warning | sed -n '2,3p')"
 }
 
 @test "check exits with 2 for an error and lists it before a warning" {
   ended critical 2
-  line critical "CORVANE CRITICAL - a0 FAILED: Temperature above its maximum: 92 °C, highest 85 °C; a0/d0 FAILED; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
+  line critical "CORVANE CRITICAL - 2 cards: 1 CRITICAL, 1 WARNING; a0 FAILED: TEMPERATURE_ABOVE_ERROR; a1 WARNING: TEMPERATURE_ABOVE_WARN"
 }
 
 @test "a predicted drive failure is a warning and is listed before unknown states" {
   direct_only "uses the test plug-in"
   ended smart 1
-  line smart "CORVANE WARNING - a0/d0 AVAILABLE_SMART; 0x0000000000000031 unknown"
+  line smart "CORVANE WARNING - 2 cards: 1 WARNING, 1 UNKNOWN; a0/d0 AVAILABLE_SMART; 0x0000000000000031 unknown"
 }
 
 @test "the status line lists all reasons of all objects" {
   ended mixed 1
-  line mixed "CORVANE WARNING - a0 WARNING: Detached; a1 WARNING: Temperature above its warning threshold: 79 °C, warning 78 °C, Nearly worn out: endurance used 2 %"
+  line mixed "CORVANE WARNING - 2 cards: 2 WARNING; a0 WARNING: Detached; a1 WARNING: Temperature above its warning threshold: 79 °C, warning 78 °C, Nearly worn out: endurance used 2 %"
 }
 
 @test "a locale without UTF-8 gets ASCII characters" {
   ended ascii 1
-  line ascii "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: 79 C, warning 78 C, Nearly worn out: endurance used 2 %"
+  line ascii "CORVANE WARNING - 1 card: 1 WARNING; a1 WARNING: Temperature above its warning threshold: 79 C, warning 78 C, Nearly worn out: endurance used 2 %"
 }
 
 @test "check OBJ includes the objects below it" {
   ended card 0
-  line card "CORVANE OK - 1 adapter, 1 drive"
+  line card "CORVANE OK - 1 card: 1 OK"
   ended drive 0
-  line drive "CORVANE OK - 0 adapters, 1 drive"
+  line drive "CORVANE OK - 1 drive: 1 OK"
   same "" "$(readings drive)"
 }
 
@@ -156,8 +156,8 @@ pci:0000:5e:00.0" "$(readings duplicate | sed 's/_.*//' | sort -u)"
   same 1 "$(out odd | head -1 | tr -cd '|' | wc -c)"
   same "a_b_c__d__e_f_temperature_celsius=48.2;78;85" "$(readings odd | head -1)"
   same "pci:0000:5e:00.0_endurance_used=2%;;;0" "$(readings odd | grep -m1 pci)"
-  same 'a0 ok: SanDisk Bö/rd\x0atwo (1), serial a/b=c "d" e\f' "$(out odd | sed -n 2p)"
-  same 'a1 WARNING: MOLT EP PX600 (2)' "$(out odd | sed -n 4p)"
+  same 'a0 ok: SanDisk Bö/rd\x0atwo (1), serial a/b=c "d" e\f' "$(out odd | sed -n 5p)"
+  same 'a1 WARNING: MOLT EP PX600 (2)' "$(out odd | sed -n 2p)"
 }
 
 @test "check is UNKNOWN on a machine without a readable card" {
@@ -208,7 +208,7 @@ END
 
 @test "--timeout accepts the longest duration" {
   ended longest 1
-  line longest "CORVANE WARNING - a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
+  line longest "CORVANE WARNING - 2 cards: 1 WARNING, 1 OK; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
 }
 
 @test "check prints nothing on standard error without --verbose" {
@@ -269,10 +269,10 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 
 @test "check -o json contains the state, the exit code and the performance data" {
   valid json emptyjson
-  same '[1, "WARNING", "a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 \u00b0C", ["OK", "OK", "WARNING", "OK"]]' \
+  same '[1, "WARNING", "2 cards: 1 WARNING, 1 OK; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 \u00b0C", ["WARNING", "OK", "OK", "OK"]]' \
     "$(json json '[d["exit_code"], d["result"]["state"], d["result"]["summary"], [o["state"] for o in d["result"]["objects"]]]')"
-  same '{"label": "S100_reserve_space", "value": "97", "unit": "%", "warning": "10:", "critical": null, "minimum": "0", "maximum": "100"}' \
-    "$(json json 'd["result"]["readings"][1]')"
+  same '[{"object": "a0", "serial_number": "S100", "property": "reserve_space_ratio", "label": "S100_reserve_space", "value": 0.97, "warning": {"low": 0.1, "high": null, "alerts_inside": false}, "critical": null, "minimum": 0.0, "maximum": 1.0}]' \
+    "$(json json '[r for r in d["result"]["readings"] if r["label"] == "S100_reserve_space"]')"
   same '[3, "UNKNOWN", []]' \
     "$(json emptyjson '[d["exit_code"], d["result"]["state"], d["result"]["objects"]]')"
 }

@@ -177,6 +177,28 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   done
 }
 
+# first_line NAME: prints the first line of a check, without its performance data.
+first_line() { out "$1" | sed -e 's/ | .*//' -e 1q; }
+
+@test "check treats an acknowledged reason as OK and names it" {
+  both before check S200
+  both_ended before 1
+  both acked ack S200 TEMPERATURE_ABOVE_WARN --note "fan ordered"
+  both after check S200
+  both_ended after 0
+  both json check S200 -o json
+  both_json json '[d["exit_code"], d["result"]["state"], [[p["state"], p["reason"], p["acknowledgment"]["note"]] for p in d["result"]["objects"][0]["problems"]]]' \
+    '[0, "OK", [["WARNING", "TEMPERATURE_ABOVE_WARN", "fan ordered"]]]'
+  local name
+  for name in after after.direct; do
+    same "CORVANE OK - 1 card: 1 OK; acknowledged: a1 TEMPERATURE_ABOVE_WARN" "$(first_line "$name")"
+    grep -qx "  acknowledged by $(id -un): fan ordered" "$BATS_FILE_TMPDIR/$name.out"
+  done
+  both removed unack S200 TEMPERATURE_ABOVE_WARN
+  both again check S200
+  both_ended again 1
+}
+
 @test "ack rejects unknown cards and reasons, and times in the past" {
   both unknown ack S900 MISSING
   both_ended unknown 3
