@@ -27,14 +27,18 @@ Json PropertyJson(const PI::CProperty& property) {
   return json;
 }
 
+// `op list` also checks whether the operation is possible now.
 Json OperationJson(const PI::COperation& operation) {
   return {{"number", operation.m_OperationID},
           {"name", HostKit::NameOf(HostKit::Family::Operation, operation.m_OperationID)},
-          {"caption", HostKit::CaptionOf(HostKit::Family::Operation, operation.m_OperationID)}};
+          {"caption", HostKit::CaptionOf(HostKit::Family::Operation, operation.m_OperationID)},
+          {"possible", nullptr},
+          {"error", nullptr}};
 }
 
 Json ResultOf(const Model& model, const Object& object) {
-  Json result = {{"object", ObjectJson(model, object)},
+  Json result = {{"object", object.m_Selector},
+                 {"fields", ObjectJson(model, object)},
                  {"properties", Json::array()},
                  {"operations", Json::array()}};
   for (const PI::CProperty& property : object.m_Properties) {

@@ -9,6 +9,7 @@
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
 #include "console/render/HealthCells.h"
+#include "console/render/ReadingJson.h"
 #include "console/report/CommandContext.h"
 #include "console/report/EventMatcher.h"
 #include "console/report/StatusSince.h"
@@ -17,13 +18,6 @@ namespace Console {
 namespace {
 
 using Objects = std::vector<const Object*>;
-
-Json ReadingJson(const Reading& reading) {
-  if (reading.m_Field == nullptr) return nullptr;
-  Json json = {{"name", reading.m_Field->m_Name}};
-  PutValue(json, "value", reading.m_Value);
-  return json;
-}
 
 Json ReasonJson(const Reason& reason) {
   Json json = {{"number", reason.m_Number},

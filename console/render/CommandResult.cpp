@@ -1,6 +1,10 @@
 #include "console/render/CommandResult.h"
 
 #include <fmt/format.h>
+#include <limits.h>
+#include <unistd.h>
+
+#include <array>
 
 #include "base/Printable.h"
 #include "console/base/Timestamp.h"
@@ -9,8 +13,8 @@
 namespace Console {
 namespace {
 
-constexpr int kFormatMajor = 1;
-constexpr int kFormatMinor = 1;
+constexpr int kFormatMajor = 2;
+constexpr int kFormatMinor = 0;
 
 // JSON readers that store numbers as doubles keep all digits of integers up to this one.
 constexpr std::uint64_t kExactInDouble = 1ULL << 53;
@@ -60,10 +64,18 @@ Json IdsJson(const std::vector<std::uint64_t>& ids) {
   return list;
 }
 
+// Returns the name of the machine that created the document; null if it cannot be read.
+Json HostName() {
+  std::array<char, HOST_NAME_MAX + 1> name = {};
+  return gethostname(name.data(), name.size() - 1) == 0 ? Json(name.data()) : Json();
+}
+
 }  // namespace
 
 std::string Render(const CommandResult& result, const std::string& format, const Style& style,
-                   const Envelope& envelope) {
+                   const Envelope& context) {
+  Envelope envelope = context;
+  envelope.m_Changed = result.m_Changed;
   if (format == "json") return RenderEnvelope(result.m_Json, envelope, false);
   if (format == "jsonl") return RenderLines(result, envelope);
   if (format == "value") return RenderValues(result);
@@ -78,10 +90,12 @@ std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool on
   const Json json = {
       {"format", {{"name", "corvane-host"}, {"major", kFormatMajor}, {"minor", kFormatMinor}}},
       {"command", envelope.m_Command.empty() ? Json() : Json(envelope.m_Command)},
+      {"host", HostName()},
       {"time", TimeText(NowMs())},
       {"observed_at", TimeJson(envelope.m_ObservedAt)},
       {"plugin", envelope.m_Plugin ? ToJson(*envelope.m_Plugin) : Json()},
       {"exit_code", static_cast<int>(envelope.m_Code)},
+      {"changed", envelope.m_Changed ? Json(*envelope.m_Changed) : Json()},
       {"messages", messages},
       {"result", result},
   };

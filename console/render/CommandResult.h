@@ -27,6 +27,8 @@ struct CommandResult {
   std::vector<std::string> m_Values;  // value
   std::optional<std::string> m_Text;  // table, tree: printed instead of `m_Table`
   ExitCode m_Code = ExitCode::Done;
+  // Whether the command has changed anything; empty for a command that only reads.
+  std::optional<bool> m_Changed;
 };
 
 // The parts of a JSON document around the result.
@@ -37,9 +39,11 @@ struct Envelope {
   ExitCode m_Code = ExitCode::Done;
   // When the plug-in reported the objects, in milliseconds since the epoch; 0 if it has not.
   std::uint64_t m_ObservedAt = 0;
+  std::optional<bool> m_Changed = std::nullopt;  // null in JSON: only read, or unknown
 };
 
-// Renders a result in `format`: "table", "tree", "tsv", "json", "jsonl" or "value".
+// Renders a result in `format`: "table", "tree", "tsv", "json", "jsonl" or "value". The envelope's
+// `m_Changed` is that of the result.
 std::string Render(const CommandResult& result, const std::string& format, const Style& style,
                    const Envelope& envelope);
 

@@ -158,7 +158,7 @@ offers() {
   keep fsh corvane-host completion fsh
   ended fsh 2
   silent fsh out
-  same "corvane-host: no completion script for 'fsh'
+  same "corvane-host: completion: no script for 'fsh'
   Did you mean 'fish'?
   Shells: bash, zsh, fish" "$(err fsh)"
 }

@@ -29,6 +29,10 @@ check_every_command() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/envelope
   check_every_command schema
 }
 
+@test "a member has the same type in all documents" {
+  check_every_command types
+}
+
 @test "every command in every situation prints JSON that matches the schema and the exit code" {
   check_every_command json
 }

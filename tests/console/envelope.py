@@ -3,6 +3,7 @@
 output.
 
 envelope.py schema    the schema covers each command, and each command with JSON output
+envelope.py types     a member has the same type wherever it occurs
 envelope.py json      in each situation, each JSON format matches the schema and the exit code
 envelope.py escapes   no output format contains an escape byte when piped
 
@@ -213,6 +214,56 @@ def schema_failure(formats):
     return None
 
 
+# Members whose type depends on what they belong to.
+VARIABLE = {
+    "value": "any property",
+    "before": "the state, value or size that a command changes",
+    "after": "the state, value or size that a command changes",
+}
+JSON_TYPES = {bool: "boolean", int: "number", float: "number", str: "string"}
+
+
+def types_of(schema, node):
+    """Returns the JSON types that match a part of the schema, without null."""
+    if "$ref" in node:
+        return types_of(schema, schema["$defs"][node["$ref"].rsplit("/", 1)[1]])
+    if "const" in node:
+        return {JSON_TYPES[type(node["const"])]}
+    if "enum" in node:
+        return {JSON_TYPES[type(value)] for value in node["enum"] if value is not None}
+    for choice in ("oneOf", "anyOf"):
+        if choice in node:
+            return set().union(*(types_of(schema, each) for each in node[choice]))
+    named = node.get("type", [])
+    named = [named] if isinstance(named, str) else named
+    return {"number" if name == "integer" else name for name in named} - {"null"}
+
+
+def members(node):
+    """Yields the name and schema of every member of the documents that match a schema."""
+    for name, member in node.get("properties", {}).items():
+        yield name, member
+        yield from members(member)
+    for name in ("items", "additionalProperties"):
+        if isinstance(node.get(name), dict):
+            yield from members(node[name])
+    for name in ("oneOf", "anyOf", "allOf"):
+        for each in node.get(name, []):
+            yield from members(each)
+
+
+def type_failure():
+    """Returns the members that have several types, or None."""
+    schema = json.loads(SCHEMA.read_text(encoding="utf-8"))
+    found = {}
+    roots = [schema, *schema["$defs"].values()]
+    for name, node in itertools.chain.from_iterable(members(root) for root in roots):
+        if name not in VARIABLE:
+            found.setdefault(name, set()).update(types_of(schema, node))
+    mixed = {name: sorted(types) for name, types in found.items() if len(types) != 1}
+    return f"not one type: {mixed}" if mixed or len(found) < 100 else None
+
+
 def escape_failure(command, format_name, variables):
     """Runs a command on hostile cards and returns why it fails, or None."""
     words = [*arguments_of(command), *(["-o", format_name] if format_name else [])]
@@ -229,6 +280,10 @@ def escape_failure(command, format_name, variables):
 
 def schema_cases(formats):
     yield "schema", schema_failure, (formats,)
+
+
+def type_cases(_):
+    yield "types", type_failure, ()
 
 
 def json_cases(formats):
@@ -257,7 +312,7 @@ def escape_cases(formats):
 
 def main(what):
     formats = commands()
-    make_cases = {"schema": schema_cases, "json": json_cases, "escapes": escape_cases}[what]
+    make_cases = {"schema": schema_cases, "types": type_cases, "json": json_cases, "escapes": escape_cases}[what]
     cases = list(make_cases(formats))
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(max_workers=12) as pool:

@@ -76,7 +76,7 @@ setup_file() {
 @test "explain suggests a similar name for an unknown name" {
   ended unknown 3
   valid unknown
-  said unknown "corvane-host: TEMPERATURE_ABOVE_WRN: not the number or name of an error, event, operation, property or value"
+  said unknown "corvane-host: TEMPERATURE_ABOVE_WRN: not the number or name of an error, event, operation, property, value or state"
   said unknown "  Did you mean 'TEMPERATURE_ABOVE_WARN'?"
   run -3 corvane-host explain temperature_celcius
   [[ "$output" == *"Did you mean 'temperature_celsius'?"* ]]
@@ -97,4 +97,30 @@ setup_file() {
   schema_rejects json 'd["result"]["entries"][0].pop("advice")' 'd["result"]["entries"] = []' \
     'd["result"]["entries"][0].update(family="reasons")' \
     'd["result"]["entries"][0].update(advice="")'
+}
+
+@test "explain with an object shows its place, and the current value and limit" {
+  make_cards
+  keep where corvane-host --simulate explain TEMPERATURE_ABOVE_WARN a0
+  ended where 0
+  same "    where  a0, slot 5, PCI 0000:3b:02.1, serial S100
+    now    not reported; 48 °C, warning 78 °C" "$(out where | grep -E '^    (where|now)')"
+  keep reported corvane-host --simulate explain TEMPERATURE_ABOVE_WARN a1 -o json
+  valid reported
+  same '[{"object": "a1", "serial_number": "S200", "reported": true, "measured": null, "limit": {"name": "temperature_warning_celsius", "value": 78.0}}]' \
+    "$(json reported '[{k: e["circumstances"][k] for k in ("object", "serial_number", "reported", "measured", "limit")} for e in d["result"]["entries"]]')"
+  keep property corvane-host --simulate explain reserve_space_ratio a0
+  same "    now    97 %" "$(out property | grep '^    now')"
+  keep drive corvane-host --simulate explain CTRL_TEMPERATURE_ABOVE_WARN a0/d0
+  same "    where  a0/d0, slot 5, PCI 0000:3b:02.1, serial S100" "$(out drive | grep '^    where')"
+}
+
+@test "explain knows the states that the plug-in does not report" {
+  local state
+  for state in MISSING UNREADABLE FORMATTING; do
+    keep state corvane-host explain "$state" -o json
+    valid state
+    same "[[\"state\", null, \"$state\", null]]" \
+      "$(json state '[[e[k] for k in ("family", "number", "name", "circumstances")] for e in d["result"]["entries"]]')"
+  done
 }

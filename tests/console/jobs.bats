@@ -43,7 +43,7 @@ result() {
     '["OP_DETACH", "attached", "detached"]'
   ask card GET "/v1/cards/S100?fresh=1"
   responded card 200
-  same '["DETACHED"]' "$(json card 'd["result"]["object"]["status_reasons"]')"
+  same '["DETACHED"]' "$(json card 'd["result"]["fields"]["status_reasons"]')"
   run_job attach /v1/cards/S100/operations/attach '{"confirm": true}'
   result attach SUCCEEDED 'd["result"]["result"]["after"]' '"attached"'
 }
@@ -61,7 +61,7 @@ result() {
   run_job dry /v1/cards/S100/operations/detach '{"dry_run": true}'
   result dry SUCCEEDED '[d["dry_run"], d["result"]["result"]["changed"]]' '[true, false]'
   ask card GET "/v1/cards/S100?fresh=1"
-  same '["ATTACHED"]' "$(json card 'd["result"]["object"]["status_reasons"]')"
+  same '["ATTACHED"]' "$(json card 'd["result"]["fields"]["status_reasons"]')"
 }
 
 @test "a format job requires the serial number as confirmation" {

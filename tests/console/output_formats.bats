@@ -152,7 +152,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
 @test "unreported values are null, and invalid text does not break the document" {
   direct_only "uses the test plug-in"
   same '[null, null, "49999", "bad\ufffdutf", 9007199255789568, "9007199255789568"]' \
-    "$(json odd '[d["result"]["object"][k] for k in ("temperature_celsius", "driver_name", "status", "firmware_version", "physical_size_bytes", "physical_size_bytes_s")]')"
+    "$(json odd '[d["result"]["fields"][k] for k in ("temperature_celsius", "driver_name", "status", "firmware_version", "physical_size_bytes", "physical_size_bytes_s")]')"
 }
 
 @test "control characters of a card are escaped in tables" {

@@ -32,7 +32,7 @@ age() { sed -n "s/^corvane_adapter_reading_age_seconds{adapter=\"$1\"} //p" "$BA
   [ "$observed" != null ]
   same "$observed $observed" "$(last_read_at cards S100) $(last_read_at cards S200)"
   document card /v1/cards/S100
-  same true "$(json card 'd["result"]["object"]["last_read_at"] == d["observed_at"] >= '"$observed")"
+  same true "$(json card 'd["result"]["fields"]["last_read_at"] == d["observed_at"] >= '"$observed")"
   document drive /v1/cards/S100/drives/0
   same true "$(json drive 'd["observed_at"] >= '"$observed")"
   document status /v1/status

@@ -40,9 +40,9 @@ teardown_file() {
 @test "a card is found by its serial number" {
   document card /v1/cards/S200
   same '["adapter", "S200"]' \
-    "$(json card '[d["result"]["object"]["type"], d["result"]["object"]["serial_number"]]')"
+    "$(json card '[d["result"]["fields"]["type"], d["result"]["fields"]["serial_number"]]')"
   document drive /v1/cards/S100/drives/0
-  same '"drive"' "$(json drive 'd["result"]["object"]["type"]')"
+  same '"drive"' "$(json drive 'd["result"]["fields"]["type"]')"
 }
 
 @test "unknown cards, drives and paths return 404" {

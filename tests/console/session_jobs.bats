@@ -61,7 +61,7 @@ state_is() { [ "$(cardsim get "$1" iom_state)" = "$2" ]; }
 # activity_is SERIAL ACTIVITY: succeeds if the service shows this activity of the card.
 activity_is() {
   ask card GET "/v1/cards/$1?fresh=1"
-  [ "$(rc card)" = 200 ] && [ "$(json card 'd["result"]["object"]["activity"]')" = "\"$2\"" ]
+  [ "$(rc card)" = 200 ] && [ "$(json card 'd["result"]["fields"]["activity"]')" = "\"$2\"" ]
 }
 
 # start_long_detach NAME: starts a detach of a0 that the card does not finish.
@@ -171,7 +171,7 @@ led_before() {
 @test "a card that continues to format after its process was killed is shown as busy" {
   cardsim set card1 iom_state 0
   cardsim set card1 format_ms 3600000
-  is_detached() { ask card GET "/v1/cards/S200?fresh=1" && json card 'd["result"]["object"]["status_reasons"]' | grep -q DETACHED; }
+  is_detached() { ask card GET "/v1/cards/S200?fresh=1" && json card 'd["result"]["fields"]["status_reasons"]' | grep -q DETACHED; }
   eventually is_detached
   keep format served format a1/d0 --capacity 80 --confirm S200 &
   local format=$!

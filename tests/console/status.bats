@@ -35,6 +35,7 @@ setup_file() {
   keep late host wait S100 'temperature_celsius<40' --timeout 1s &
   keep latejson host wait a0 failed --timeout 0s -o json &
   keep reason host wait a1 status_reasons=attached -o value &
+  keep meaning host wait a1 attached &
   keep less host wait a1 'temperature_celsius<400' --timeout 0s &
   keep unequal host wait a1 'temperature_celsius!=70' --timeout 0s &
   keep absent host wait a7 ok &
@@ -107,7 +108,7 @@ a1  WARNING
   ended unworn 0
   ended wornout 7
   ended hotpercent 2
-  said hotpercent "corvane-host: '5%' is not a number"
+  said hotpercent "corvane-host: wait: '5%' is not a number"
 }
 
 @test "status shows a reason with its reading and limit" {
@@ -171,7 +172,7 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 @test "wait exits with 7 on timeout and reports the last value" {
   ended late 7
   silent late out
-  said late "corvane-host: wait a0 temperature_celsius<40: timed out after 1.0 s, last value 48.2"
+  said late "corvane-host: wait a0 temperature_celsius<40: timed out after 1.0 s, now 48 °C"
   ended latejson 7
   valid latejson
   same '[7, "TIMED_OUT"]' "$(json latejson '[d["exit_code"], d["messages"][-1]["id"]]')"
@@ -180,16 +181,20 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 @test "a comparison with an unknown number is never true" {
   ended less 7
   ended unequal 7
-  said less "corvane-host: wait a1 temperature_celsius<400: timed out after 0.0 s, last value -"
+  said less "corvane-host: wait a1 temperature_celsius<400: timed out after 0.0 s, now unknown"
 }
 
-@test "wait rejects an unknown object, except for gone and present" {
-  ended absent 3
-  said absent "corvane-host: a7: no such object"
-  ended gone 0
-  out gone | grep -qxE 'a7 gone: gone after [0-9.]+ s'
-  ended awaited 7
-  said awaited "corvane-host: wait a7 present: timed out after 0.0 s, last value gone"
+@test "wait shows the meaning of reasons, and prints their names as values" {
+  out meaning | grep -qxE 'a1 attached: Temperature above its warning threshold, Attached after [0-9.]+ s'
+  same "TEMPERATURE_ABOVE_WARN,ATTACHED" "$(out reason)"
+}
+
+@test "wait rejects an unknown object" {
+  local name
+  for name in absent gone awaited; do
+    ended "$name" 3
+    said "$name" "corvane-host: a7: no such object"
+  done
   ended present 0
   valid present
   same '["a1", "present", "present"]' \
@@ -200,7 +205,7 @@ a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
   ended word 2
   said word "  Did you mean 'attached'?"
   ended number 2
-  said number "corvane-host: 'hot' is not a number"
+  said number "corvane-host: wait: 'hot' is not a number"
   ended property 2
   said property "corvane-host: a0: no property 'temperatur'"
 }
