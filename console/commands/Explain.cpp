@@ -1,10 +1,17 @@
 // explain: the meaning of a number or name, and what to do about it.
 #include <fmt/format.h>
 
+#include <boost/algorithm/string/predicate.hpp>
+#include <optional>
+
+#include "base/Printable.h"
 #include "console/cli/CommandTable.h"
 #include "console/model/EventSeverity.h"
+#include "console/model/Health.h"
 #include "console/model/NameIndex.h"
+#include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
+#include "console/render/ReadingJson.h"
 #include "console/report/CommandContext.h"
 
 namespace Console {
@@ -12,16 +19,44 @@ namespace {
 
 using HostKit::Family;
 
+// A state that the console derives: the plug-in does not report such a card.
+struct StateText {
+  const char* m_Name;
+  const char* m_Caption;
+  const char* m_Meaning;
+  const char* m_Advice;
+};
+
+constexpr StateText kStateTexts[] = {
+    {"MISSING", "Missing", "The card was seen in this machine and is not there now.",
+     "Reseat the card or restore its power. If it was removed on purpose, run: corvane-host forget "
+     "SERIAL"},
+    {"UNREADABLE", "Unreadable", "The card is in this machine, but cannot be opened or read.",
+     "Check the driver's messages (dmesg), then reseat or replace the card."},
+    {"FORMATTING", "Formatting", "The drive is being formatted and cannot be used until that ends.",
+     "Wait until the format has finished: corvane-host wait DRIVE ok"},
+};
+
+// What the text says about one number or name.
 struct Explanation {
   explicit Explanation(const Entry& entry)
-      : m_Number(std::to_string(entry.m_Number)),
+      : m_Entry(entry),
+        m_Number(std::to_string(entry.m_Number)),
         m_Name(NameOf(entry)),
         m_Family(FamilyName(entry)),
         m_Caption(HostKit::CaptionOf(entry.m_Family, entry.m_Number)),
         m_Meaning(HostKit::MeaningOf(entry.m_Family, entry.m_Number)),
         m_Advice(HostKit::AdviceOf(entry.m_Family, entry.m_Number)),
         m_Fields(FieldsOf(entry)) {}
+  explicit Explanation(const StateText& state)
+      : m_Number("-"),
+        m_Name(state.m_Name),
+        m_Family("state"),
+        m_Caption(state.m_Caption),
+        m_Meaning(state.m_Meaning),
+        m_Advice(state.m_Advice) {}
 
+  const std::optional<Entry> m_Entry;  // empty: a state without a number
   const std::string m_Number;
   const std::string m_Name;
   const std::string m_Family;
@@ -31,10 +66,96 @@ struct Explanation {
   const std::vector<FieldUse> m_Fields;
 };
 
+// How an explanation applies to the card of an object.
+struct Circumstances {
+  std::string m_Selector;
+  std::string m_Slot;  // the texts are empty if unknown
+  std::string m_PciAddress;
+  std::string m_SerialNumber;
+  std::optional<bool> m_IsReported;  // empty: not a reason or state
+  Reason m_Reason;
+};
+
+// Returns the reason for a status that an entry explains, or 0.
+std::uint32_t ReasonNumber(const Explanation& about) {
+  if (!about.m_Entry) return 0;
+  const Entry& entry = *about.m_Entry;
+  if (entry.m_Family == Family::Event) return HostKit::ReasonOf(entry.m_Number);
+  const bool isReason =
+      entry.m_Family == Family::Value && HostKit::StatusOf(entry.m_Number) != PI::Value::UNDEFINED;
+  return isReason ? entry.m_Number : 0;
+}
+
+// Returns the current value of a property as the measured value.
+Reason PropertyReading(const Object& object, const Explanation& about) {
+  Reason reason;
+  for (const FieldUse& use : about.m_Fields) {
+    if (use.m_Kind != object.m_Kind) continue;
+    reason.m_Measured = {use.m_Field, ReadField(object, *use.m_Field)};
+  }
+  return reason;
+}
+
+Circumstances CircumstancesOf(const Model& model, const Object& object, const Explanation& about) {
+  const Object* adapter = AdapterOf(model, object);
+  const Object& card = adapter == nullptr ? object : *adapter;
+  Circumstances now{object.m_Selector,
+                    FieldText(card, "pci_slot"),
+                    FieldText(card, "pci_address"),
+                    FieldText(card, "serial_number"),
+                    std::nullopt,
+                    {}};
+  const std::uint32_t number = ReasonNumber(about);
+  if (number == 0 && about.m_Entry) {
+    now.m_Reason = PropertyReading(object, about);
+    return now;
+  }
+  const Health health = HealthOf(card);
+  now.m_IsReported = about.m_Name == BareText(health.m_Status);
+  if (number == 0) return now;
+  now.m_Reason = DescribeReason(card, number);
+  for (const Reason& reason : health.m_Reasons) {
+    if (reason.m_Number == number) now.m_IsReported = true;
+  }
+  return now;
+}
+
+std::string PlaceText(const Circumstances& now) {
+  std::string text = now.m_Selector;
+  if (!now.m_Slot.empty()) text += ", slot " + now.m_Slot;
+  if (!now.m_PciAddress.empty()) text += ", PCI " + now.m_PciAddress;
+  if (!now.m_SerialNumber.empty()) text += ", serial " + now.m_SerialNumber;
+  return Base::Printable(text);
+}
+
+std::string CircumstancesText(const Circumstances& now, bool ascii) {
+  std::string text = fmt::format("    where  {}\n", PlaceText(now));
+  std::string state;
+  if (now.m_IsReported) state = *now.m_IsReported ? "reported" : "not reported";
+  std::string readings = ReadingText(now.m_Reason, ascii);
+  if (!state.empty() && !readings.empty()) readings = "; " + readings;
+  if (!(state + readings).empty()) text += fmt::format("    now    {}{}\n", state, readings);
+  return text;
+}
+
+Json KnownText(const std::string& text) {
+  return text.empty() ? Json() : Json(text);
+}
+
+Json CircumstancesJson(const Circumstances& now) {
+  return {{"object", now.m_Selector},
+          {"pci_slot", now.m_Slot.empty() ? Json() : Json::parse(now.m_Slot)},
+          {"pci_address", KnownText(now.m_PciAddress)},
+          {"serial_number", KnownText(now.m_SerialNumber)},
+          {"reported", now.m_IsReported ? Json(*now.m_IsReported) : Json()},
+          {"measured", ReadingJson(now.m_Reason.m_Measured)},
+          {"limit", ReadingJson(now.m_Reason.m_Limit)}};
+}
+
 // Returns null if the entry is not an event.
-const char* SeverityOf(const Entry& entry) {
-  const bool isEvent = entry.m_Family == Family::Event;
-  return isEvent ? SeverityName(HostKit::SeverityOf(entry.m_Number)) : nullptr;
+const char* SeverityOf(const Explanation& about) {
+  const bool isEvent = about.m_Entry && about.m_Entry->m_Family == Family::Event;
+  return isEvent ? SeverityName(HostKit::SeverityOf(about.m_Entry->m_Number)) : nullptr;
 }
 
 Json FieldJson(const FieldUse& use) {
@@ -44,18 +165,19 @@ Json FieldJson(const FieldUse& use) {
           {"unit", unit == nullptr ? Json() : Json(unit)}};
 }
 
-Json EntryJson(const Entry& entry, const Explanation& about) {
-  const char* severity = SeverityOf(entry);
+Json EntryJson(const Explanation& about, const std::optional<Circumstances>& now) {
+  const char* severity = SeverityOf(about);
   Json fields = Json::array();
   for (const FieldUse& use : about.m_Fields) fields.push_back(FieldJson(use));
   return {{"family", about.m_Family},
-          {"number", entry.m_Number},
+          {"number", about.m_Entry ? Json(about.m_Entry->m_Number) : Json()},
           {"name", about.m_Name},
           {"caption", about.m_Caption},
           {"meaning", about.m_Meaning},
           {"advice", about.m_Advice.empty() ? Json() : Json(about.m_Advice)},
           {"severity", severity == nullptr ? Json() : Json(severity)},
-          {"terms", fields}};
+          {"terms", fields},
+          {"circumstances", now ? CircumstancesJson(*now) : Json()}};
 }
 
 std::string UnitText(ValueKind kind) {
@@ -71,43 +193,68 @@ std::string FieldText(const FieldUse& use) {
                      UnitText(use.m_Field->m_Kind));
 }
 
-std::string EntryText(const Entry& entry, const Explanation& about) {
-  const char* severity = SeverityOf(entry);
+std::string EntryText(const Explanation& about, const std::optional<Circumstances>& now,
+                      bool ascii) {
+  const char* severity = SeverityOf(about);
   std::string text =
       fmt::format("{}  {}  {}{}{}\n", about.m_Number, about.m_Name, about.m_Family,
                   severity == nullptr ? "" : ", ", severity == nullptr ? "" : severity);
   text += fmt::format("    means  {}\n", about.m_Meaning);
+  if (now) text += CircumstancesText(*now, ascii);
   if (!about.m_Advice.empty()) text += fmt::format("    do     {}\n", about.m_Advice);
   for (const FieldUse& use : about.m_Fields) text += FieldText(use);
   return text;
 }
 
 [[noreturn]] void ThrowNotFound(const std::string& text) {
-  std::vector<std::string> advice = DidYouMean(text, AllNames());
+  std::vector<std::string> names = AllNames();
+  for (const StateText& state : kStateTexts) names.emplace_back(state.m_Name);
+  std::vector<std::string> advice = DidYouMean(text, names);
   advice.emplace_back("Numbers appear in events and errors, names in status and show.");
   throw Failure(ExitCode::NoObject, "NO_SUCH_ENTRY", text,
-                "not the number or name of an error, event, operation, property or value", advice);
+                "not the number or name of an error, event, operation, property, value or state",
+                advice);
+}
+
+// Returns all entries with that number or name, or the state with that name.
+std::vector<Explanation> FindExplanations(const std::string& text) {
+  std::vector<Explanation> found;
+  for (const Entry& entry : FindEntries(text)) found.emplace_back(entry);
+  for (const StateText& state : kStateTexts) {
+    if (boost::iequals(text, state.m_Name)) found.emplace_back(state);
+  }
+  if (found.empty()) ThrowNotFound(text);
+  return found;
+}
+
+Row RowOf(const Explanation& about) {
+  return {{TextCell(about.m_Family), TextCell(about.m_Number), TextCell(about.m_Name),
+           TextCell(about.m_Caption), TextCell(about.m_Meaning),
+           TextCell(about.m_Advice.empty() ? "-" : about.m_Advice)},
+          std::nullopt};
 }
 
 CommandResult Run(Context& context) {
-  const std::string& text = context.m_Arguments[0];
+  const std::vector<Explanation> found = FindExplanations(context.m_Arguments[0]);
+  std::optional<Model> model;
+  const Object* object = nullptr;
+  if (context.m_Arguments.size() > 1) {
+    model = context.Objects();
+    object = &Select(*model, context.m_Arguments[1]);
+  }
   CommandResult result;
   result.m_Text = "";
   result.m_Json = {{"entries", Json::array()}};
   result.m_Table.m_Columns = {{"FAMILY", "family", false},   {"NUMBER", "number", true},
                               {"NAME", "name", false},       {"CAPTION", "caption", false},
                               {"MEANING", "meaning", false}, {"ADVICE", "advice", false}};
-  for (const Entry& entry : FindEntries(text)) {
-    const Explanation about(entry);
-    *result.m_Text += EntryText(entry, about);
-    result.m_Json["entries"].push_back(EntryJson(entry, about));
-    result.m_Table.m_Rows.push_back(
-        {{TextCell(about.m_Family), TextCell(about.m_Number), TextCell(about.m_Name),
-          TextCell(about.m_Caption), TextCell(about.m_Meaning),
-          TextCell(about.m_Advice.empty() ? "-" : about.m_Advice)},
-         std::nullopt});
+  for (const Explanation& about : found) {
+    std::optional<Circumstances> now;
+    if (object != nullptr) now = CircumstancesOf(*model, *object, about);
+    *result.m_Text += EntryText(about, now, context.m_Style.m_Ascii);
+    result.m_Json["entries"].push_back(EntryJson(about, now));
+    result.m_Table.m_Rows.push_back(RowOf(about));
   }
-  if (result.m_Table.m_Rows.empty()) ThrowNotFound(text);
   return result;
 }
 
@@ -117,19 +264,20 @@ Command ExplainCommand() {
   Command command;
   command.m_Group = Group::Help;
   command.m_Name = "explain";
-  command.m_Arguments = "ID";
+  command.m_Arguments = "ID [OBJ]";
   command.m_MinArguments = 1;
-  command.m_MaxArguments = 1;
+  command.m_MaxArguments = 2;
   command.m_Summary = "explain a number or name, and what to do about it";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "Explains an event, error, operation, property or value. If several match, all of them are "
-      "shown.";
-  command.m_Exits = {{3, "no entry has that number or name"}};
+      "Explains an event, error, operation, property, value or state. If several match, all of "
+      "them "
+      "are shown. With OBJ, also shows where its card is, and the current value and limit.";
+  command.m_Exits = {{3, "no entry has that number or name, or no such object"}};
   command.m_Examples = {
       {"explain 10972", "explain an event number", true},
-      {"explain TEMPERATURE_ABOVE_WARN", "explain a status reason, and what to do"}};
+      {"explain TEMPERATURE_ABOVE_WARN a1", "explain a status reason of a card, and what to do"}};
   return command;
 }
 

@@ -25,15 +25,15 @@ std::vector<RowSource> RequestedSources(const std::vector<std::string>& argument
   const std::vector<std::string> names = RowTableNames();
   std::vector<std::string> advice = DidYouMean(arguments[0], names);
   advice.push_back(fmt::format("Tables: {}", boost::join(names, ", ")));
-  throw UsageFailure(fmt::format("unknown table '{}'", arguments[0]), advice);
+  throw UsageFailure(fmt::format("rows: unknown table '{}'", arguments[0]), advice);
 }
 
 RowTable Read(Session& session, const RowSource& source) {
   try {
     return session.ReadRows(source);
   } catch (const DBEXCEPTION::DatabaseException& failure) {
-    throw Failure(ExitCode::Failed, "DATABASE_FAILED", "cannot read the rows", failure.what(),
-                  DatabaseAdvice());
+    throw Failure(ExitCode::Failed, "DATABASE_FAILED", "rows: cannot read the database",
+                  failure.what(), DatabaseAdvice());
   }
 }
 

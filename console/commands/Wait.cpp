@@ -28,16 +28,15 @@ class ObjectRef {
  public:
   explicit ObjectRef(std::string name) : m_Name(std::move(name)) {}
 
-  // Returns the object, or null if it is not present. Throws `Failure` if `required` and no object
-  // has had the name so far.
-  const Object* Find(const Model& model, bool required) {
+  // Returns the object, or null if it is no longer present. Throws `Failure` if no object has had
+  // the name so far: a mistyped name would otherwise be gone at once, or never present.
+  const Object* Find(const Model& model) {
     if (!m_Id) {
-      const Object* found = required ? &Select(model, m_Name) : FindObject(model, m_Name);
-      if (found == nullptr) return nullptr;
-      m_Id = found->m_ID;
-      m_Selector = found->m_Selector;
-      m_Serial = FieldText(*found, "serial_number");
-      return found;
+      const Object& found = Select(model, m_Name);
+      m_Id = found.m_ID;
+      m_Selector = found.m_Selector;
+      m_Serial = FieldText(found, "serial_number");
+      return &found;
     }
     const Object* same = model.Find(*m_Id);
     return same != nullptr || m_Serial.empty() ? same : FindObject(model, m_Serial);
@@ -53,13 +52,20 @@ class ObjectRef {
   std::string m_Serial;
 };
 
-Condition::Outcome Evaluate(const Model& model, ObjectRef& ref, const Condition& condition) {
-  const Object* object = ref.Find(model, condition.RequiredPresence() == Presence::Required);
-  const char* presence = object == nullptr ? "gone" : "present";
-  if (condition.RequiredPresence() == Presence::Gone) return {object == nullptr, presence};
-  if (condition.RequiredPresence() == Presence::Present) return {object != nullptr, presence};
-  if (object == nullptr) return {false, presence};
-  return condition.Check(*object);
+// A card that was seen on this machine and is not there now is listed as missing.
+bool IsPresent(const Object* object) {
+  return object != nullptr && FieldText(*object, "status") != "MISSING";
+}
+
+Condition::Outcome Evaluate(const Model& model, ObjectRef& ref, const Condition& condition,
+                            bool ascii) {
+  const Object* object = ref.Find(model);
+  const bool isPresent = IsPresent(object);
+  const char* presence = isPresent ? "present" : "gone";
+  if (condition.RequiredPresence() == Presence::Gone) return {!isPresent, presence, presence};
+  if (condition.RequiredPresence() == Presence::Present) return {isPresent, presence, presence};
+  if (object == nullptr) return {false, presence, presence};
+  return condition.Check(*object, ascii);
 }
 
 std::string Seconds(milliseconds duration) {
@@ -70,18 +76,19 @@ Failure TimeoutError(const ObjectRef& ref, const Condition& condition, const std
                      milliseconds timeout) {
   return Failure(ExitCode::TimedOut, "TIMED_OUT",
                  fmt::format("wait {} {}", ref.Label(), condition.Text()),
-                 fmt::format("timed out after {}, last value {}", Seconds(timeout), seen));
+                 fmt::format("timed out after {}, now {}", Seconds(timeout), seen));
 }
 
 CommandResult SuccessResult(const ObjectRef& ref, const Condition& condition,
-                            const std::string& seen, milliseconds elapsed) {
+                            const Condition::Outcome& outcome, milliseconds elapsed) {
+  const std::string& seen = outcome.m_Seen;
   CommandResult result;
   result.m_Json = {{"object", ref.Label()},
                    {"condition", condition.Text()},
                    {"seen", seen},
                    {"elapsed_seconds", static_cast<double>(elapsed.count()) / 1000}};
   result.m_Text = Base::Printable(fmt::format("{} {}: {} after {}", ref.Label(), condition.Text(),
-                                              seen, Seconds(elapsed))) +
+                                              outcome.m_Meaning, Seconds(elapsed))) +
                   "\n";
   result.m_Values = {seen};
   result.m_Table.m_Columns = {
@@ -113,11 +120,12 @@ CommandResult Run(Context& context) {
   LiveModel live(session);
   ObjectRef ref(context.m_Arguments[0]);
   while (true) {
-    const Condition::Outcome outcome = Evaluate(live.CurrentModel(), ref, condition);
+    const Condition::Outcome outcome =
+        Evaluate(live.CurrentModel(), ref, condition, context.m_Style.m_Ascii);
     const auto elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
-    if (outcome.m_IsMet) return SuccessResult(ref, condition, outcome.m_Seen, elapsed);
-    if (deadline.HasPassed()) throw TimeoutError(ref, condition, outcome.m_Seen, *timeout);
-    WaitForChange(context, live, deadline.Remaining(), ref, outcome.m_Seen);
+    if (outcome.m_IsMet) return SuccessResult(ref, condition, outcome, elapsed);
+    if (deadline.HasPassed()) throw TimeoutError(ref, condition, outcome.m_Meaning, *timeout);
+    WaitForChange(context, live, deadline.Remaining(), ref, outcome.m_Meaning);
   }
 }
 
@@ -138,7 +146,8 @@ Command WaitCommand() {
   command.m_Description =
       "Returns as soon as the condition is met. --timeout limits the wait (default: no "
       "limit).";
-  command.m_Exits = {{7, "the condition was not met within --timeout"}};
+  command.m_Exits = {{3, "no object has had this name on this machine"},
+                     {7, "the condition was not met within --timeout"}};
   command.m_Examples = {{"wait a1 ok --timeout 10m", "wait until a card is healthy again", true},
                         {"wait a0 'temperature_celsius<70'", "wait until a card has cooled down"}};
   return command;

@@ -134,7 +134,7 @@ void RequireQuietTrace(const Options& options) {
       !options.m_TraceFile.empty() || secure_getenv("CORVANE_TRACE_FILE") != nullptr;
   const bool traces = options.m_Trace || secure_getenv("CORVANE_TRACE") != nullptr;
   if (!traces || toFile || isatty(STDERR_FILENO) == 0) return;
-  throw UsageFailure("the trace would overwrite the screen",
+  throw UsageFailure("watch: the trace would overwrite the screen",
                      {"Write the trace to a file with --trace-file FILE."});
 }
 

@@ -6,11 +6,13 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <cstring>
 
+#include "base/Printable.h"
 #include "console/base/Failure.h"
 #include "console/base/Number.h"
 #include "console/model/FieldTable.h"
 #include "console/model/Health.h"
 #include "console/model/PropertyName.h"
+#include "hostkit/Texts.h"
 
 namespace Console {
 namespace {
@@ -72,6 +74,21 @@ std::string PercentToRatio(const std::string& property, const std::string& text)
   return number && isRatio ? fmt::format("{}", *number / 100) : text;
 }
 
+// Returns the captions of a list of reasons, and the text for people of any other value.
+std::string MeaningOf(const Value& value, bool ascii) {
+  if (!value.Known()) return "unknown";
+  const auto* names = std::get_if<std::vector<std::string>>(&value.m_Data);
+  if (names == nullptr) return Base::Printable(HumanText(value, ascii));
+  std::string text;
+  for (const std::string& name : *names) {
+    using HostKit::Family;
+    const std::string caption =
+        HostKit::CaptionOf(Family::Value, HostKit::NumberOf(Family::Value, name));
+    text += (text.empty() ? "" : ", ") + (caption.empty() ? name : caption);
+  }
+  return Base::Printable(text);
+}
+
 std::vector<std::string> Advice(const std::string& text) {
   std::vector<std::string> words;
   std::string all;
@@ -107,17 +124,17 @@ Condition::Condition(const std::string& text) : m_Text(text) {
     break;
   }
   if (m_Operator.empty())
-    throw UsageFailure(fmt::format("'{}' is not a valid condition", text), Advice(text));
+    throw UsageFailure(fmt::format("wait: '{}' is not a valid condition", text), Advice(text));
   if (IsRelationalOperator(m_Operator) && !ReadNumber<double>(m_Value)) {
-    throw UsageFailure(fmt::format("'{}' is not a number", m_Value),
+    throw UsageFailure(fmt::format("wait: '{}' is not a number", m_Value),
                        {"For example: temperature_celsius<70"});
   }
 }
 
 // A comparison with an unknown value is never true.
-Condition::Outcome Condition::Check(const Object& object) const {
+Condition::Outcome Condition::Check(const Object& object, bool ascii) const {
   const Value value = ReadNamed(object, m_Property).m_Value;
-  Outcome outcome{false, BareText(value)};
+  Outcome outcome{false, BareText(value), MeaningOf(value, ascii)};
   if (!value.Known()) return outcome;
   if (m_Operator == kIsHealthy) {
     outcome.m_IsMet = IsHealthy(value);

@@ -21,12 +21,13 @@ class Condition {
   // The result of evaluating the condition.
   struct Outcome {
     bool m_IsMet = false;
-    std::string m_Seen;  // the current value as `BareText`; "-": unknown
+    std::string m_Seen;     // the current value as `BareText`; "-": unknown
+    std::string m_Meaning;  // the same for people: "52 °C", "Detached, Nearly worn out"
   };
 
   // Compares the property of `object`. Call only if `RequiredPresence` is `Required`. Throws
   // `Failure` if the object does not have the property.
-  Outcome Check(const Object& object) const;
+  Outcome Check(const Object& object, bool ascii) const;
 
   // The condition as given.
   const std::string& Text() const { return m_Text; }

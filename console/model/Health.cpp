@@ -154,15 +154,22 @@ bool IsHealthy(const Value& status) {
   return text == "OK" || text == "AVAILABLE";
 }
 
-std::string ReasonText(const Reason& reason, bool ascii) {
-  std::string text = reason.m_Caption;
-  const std::string measured = MeasuredText(reason, ascii);
-  if (!measured.empty()) text += ": " + measured;
+std::string ReadingText(const Reason& reason, bool ascii) {
+  std::string text = MeasuredText(reason, ascii);
   if (reason.m_Limit.m_Field != nullptr) {
-    text += fmt::format(", {} {}", LabelOf(*reason.m_Limit.m_Field),
+    text += fmt::format("{}{} {}", text.empty() ? "" : ", ", LabelOf(*reason.m_Limit.m_Field),
                         HumanText(reason.m_Limit.m_Value, ascii));
   }
   return Base::Printable(text);
+}
+
+std::string ReasonText(const Reason& reason, bool ascii) {
+  const std::string readings = ReadingText(reason, ascii);
+  return Base::Printable(reason.m_Caption) + (readings.empty() ? "" : ": ") + readings;
+}
+
+Reason DescribeReason(const Object& object, std::uint32_t number) {
+  return CreateReason(object, static_cast<std::int32_t>(number));
 }
 
 std::string TextWithoutReason(const Health& health) {

@@ -50,6 +50,13 @@ bool IsHealthy(const Value& status);
 // printable.
 std::string ReasonText(const Reason& reason, bool ascii);
 
+// Returns the measured value of a reason and its limit: "79 °C, warning 78 °C". Empty if the reason
+// has neither.
+std::string ReadingText(const Reason& reason, bool ascii);
+
+// Returns a reason with the current readings of the object, whether or not the object reports it.
+Reason DescribeReason(const Object& object, std::uint32_t number);
+
 // Explains a status without reasons, which may be due to an activity of the card.
 std::string TextWithoutReason(const Health& health);
 
