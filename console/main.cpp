@@ -8,6 +8,7 @@
 #include "console/cli/RunCommand.h"
 #include "console/commands/All.h"
 #include "console/commands/ConnectToService.h"
+#include "service/CardRecorder.h"
 
 namespace Console {
 namespace {
@@ -34,7 +35,8 @@ const Command* NamedCommand(const Options& options) {
 }
 
 ExitCode Main(const Words& arguments) {
-  Invocation invocation{AllCommands(), {}, nullptr, false, std::nullopt, ConnectToService};
+  Invocation invocation{AllCommands(), {}, nullptr,
+                        false,         std::nullopt, ConnectToService, Service::CreateCardRecorder};
   try {
     InstallStopHandlers();
     ParseCommandLine(arguments, invocation.m_Options);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "console/base/Failure.h"
+#include "console/plugin/CardDevices.h"
 #include "host/Database.h"
 #include "hostkit/database/OwnTables.h"
 
@@ -20,6 +21,17 @@ std::optional<std::int64_t> LogPosition() {
   } catch (const DBEXCEPTION::DatabaseException&) {
     return std::nullopt;
   }
+}
+
+// Finds the places of the cards that the plug-in has never been able to read.
+void LocateUnreadable(Snapshot& snapshot) {
+  std::vector<Console::UnreadableCard>& cards = snapshot.m_Cards.m_Unreadable;
+  const bool hasAll = std::none_of(cards.begin(), cards.end(), [](const auto& card) {
+    return card.m_SerialNumber.empty();
+  });
+  if (hasAll) return;
+  Console::AssignAddresses(
+      cards, Console::UnreportedDevices(snapshot.m_Objects, Console::CardDevices()));
 }
 
 // Maximum plug-in calls per step, each with its own timeout.
@@ -251,6 +263,8 @@ void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
   snapshot.m_HasCards = session.HasCards();
   snapshot.m_Objects = session.Topology();
   snapshot.m_Times = session.Times();
+  snapshot.m_Cards.m_Unreadable = session.Cards().m_Unreadable;
+  LocateUnreadable(snapshot);
   snapshot.m_Info = session.Info();
   snapshot.m_Plugin.m_IsUp = true;
   snapshot.m_Plugin.m_Starts = m_Starts;

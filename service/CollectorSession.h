@@ -29,6 +29,7 @@ class CollectorSession : public Console::CommandSession {
   Console::PluginInfo Info() const override { return m_Snapshot->m_Info; }
   bool HasCards() const override { return m_Snapshot->m_HasCards; }
   std::size_t FailedThreads() const override { return m_Collector.FailedThreads(); }
+  Console::CardRecords Cards() const override { return m_Store.Get()->m_Cards; }
   // Returns the events that the collector has logged since the last call, or since the session was
   // created.
   std::vector<HostKit::LoggedEvent> CollectEvents() override;

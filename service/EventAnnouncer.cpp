@@ -8,8 +8,13 @@ using Events = std::vector<HostKit::LoggedEvent>;
 
 EventAnnouncer::EventAnnouncer(StateThread& state, EventFeed& feed, EventSummary& summary,
                                EventHooks* hooks,
-                               std::function<void(const HostKit::LoggedEvent&)> log)
-    : m_State(state), m_Feed(feed), m_Summary(summary), m_Hooks(hooks), m_Log(std::move(log)) {}
+                               std::function<void(const HostKit::LoggedEvent&)> log, OnCards onCards)
+    : m_State(state),
+      m_Feed(feed),
+      m_Summary(summary),
+      m_Hooks(hooks),
+      m_Log(std::move(log)),
+      m_OnCards(std::move(onCards)) {}
 
 // The state thread announces all events in the order of the log. If its queue is full, the events
 // go straight to the journal, and the programs, which read the log, get them with the next
@@ -37,8 +42,12 @@ bool EventAnnouncer::Record(const Observation& observation) {
     if ((hasNew || hasPending) && m_Hooks != nullptr) m_Hooks->OnEvents();
     if (hasNew) m_Feed.ReadLog();  // the snapshot that shows these events is already published
   };
-  const bool isAccepted = m_State.Change(
-      [observation](StateStore& store) { return store.Record(observation); }, announce);
+  const auto record = [this, observation](StateStore& store) {
+    Events events = store.Record(observation);
+    if (m_OnCards) m_OnCards(store.Records());
+    return events;
+  };
+  const bool isAccepted = m_State.Change(record, announce);
   if (isAccepted) m_HasPending = false;
   return isAccepted;
 }

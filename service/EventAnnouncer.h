@@ -17,10 +17,13 @@ namespace Service {
 // Call the members only on the collector's thread.
 class EventAnnouncer {
  public:
+  using OnCards = std::function<void(const Console::CardRecords&)>;
+
   // The arguments must outlive this object. `hooks` may be null. `log` writes to the journal and
-  // must be thread-safe.
+  // must be thread-safe. `onCards` is called on the state thread with the known cards after each
+  // recorded observation, if set.
   EventAnnouncer(StateThread& state, EventFeed& feed, EventSummary& summary, EventHooks* hooks,
-                 std::function<void(const HostKit::LoggedEvent&)> log);
+                 std::function<void(const HostKit::LoggedEvent&)> log, OnCards onCards = nullptr);
 
   // Announces events reported by the plug-in; streams get them with the next snapshot. The programs
   // get all new events in the log, not only these. The summary contains the events when this
@@ -36,6 +39,7 @@ class EventAnnouncer {
   EventSummary& m_Summary;
   EventHooks* const m_Hooks;
   const std::function<void(const HostKit::LoggedEvent&)> m_Log;
+  const OnCards m_OnCards;
   bool m_HasPending = false;  // the programs do not have the newest entries yet
 };
 

@@ -29,7 +29,7 @@ class Writer {
  public:
   explicit Writer(const Snapshot& snapshot)
       : m_Envelope{"events", std::nullopt, {}, Console::ExitCode::Done},
-        m_Model(snapshot.m_Objects),
+        m_Model(ModelOf(snapshot)),
         m_Matcher(m_Model) {
     if (snapshot.HasReport()) m_Envelope.m_Plugin = snapshot.m_Info;
     m_Envelope.m_ObservedAt = snapshot.m_Times.m_ObservedAt;

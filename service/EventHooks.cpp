@@ -57,7 +57,7 @@ void EventHooks::OnEvents() {
 void EventHooks::ForwardEvents() {
   const std::vector<HostKit::LoggedEvent> events = m_Tail.Read();
   if (events.empty()) return;
-  const Console::Model model(m_Store.Get()->m_Objects);
+  const Console::Model model = ModelOf(*m_Store.Get());
   const Console::EventMatcher matcher(model);
   for (const HostKit::LoggedEvent& event : events) m_Programs.Take(ToHookEvent(matcher, event));
 }

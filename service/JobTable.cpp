@@ -21,12 +21,27 @@ Console::Failure RunningFailure(const Job& job) {
 
 }  // namespace
 
-JobTable::JobTable()
-    : m_Run(static_cast<std::uint64_t>(Job::Clock::now().time_since_epoch().count())) {}
+JobTable::JobTable(OnFormatting onFormatting)
+    : m_Run(static_cast<std::uint64_t>(Job::Clock::now().time_since_epoch().count())),
+      m_OnFormatting(std::move(onFormatting)) {}
+
+std::vector<std::string> JobTable::Formatting() const {
+  const Base::MutexLock lock(m_Lock);
+  std::vector<std::string> serials;
+  for (const Job& each : m_Jobs) {
+    const bool isFormat = each.m_Operation == "format" && !each.m_IsDryRun;
+    if (isFormat && each.m_State == JobState::Running) serials.push_back(each.m_Serial);
+  }
+  return serials;
+}
+
+void JobTable::ReportFormatting() const {
+  if (m_OnFormatting) m_OnFormatting(Formatting());
+}
 
 Job JobTable::Begin(const std::string& serial, const std::string& operation, bool isDryRun,
                     const JobClient& client) {
-  const Base::MutexLock lock(m_Lock);
+  Base::MutexLock lock(m_Lock);
   const auto running = std::find_if(m_Jobs.begin(), m_Jobs.end(), [&serial](const Job& each) {
     return each.m_Serial == serial && each.m_State == JobState::Running;
   });
@@ -40,6 +55,8 @@ Job JobTable::Begin(const std::string& serial, const std::string& operation, boo
   job.m_Client = client;
   job.m_Started = Job::Clock::now();
   m_Jobs.push_back(job);
+  lock.Unlock();
+  ReportFormatting();
   return job;
 }
 
@@ -53,20 +70,25 @@ void JobTable::DropOldest() {
 }
 
 void JobTable::End(const std::string& id, JobState state, nlohmann::ordered_json result) {
-  const Base::MutexLock lock(m_Lock);
-  for (Job& each : m_Jobs) {
-    if (each.m_Id != id) continue;
-    each.m_State = state;
-    each.m_Ended = Job::Clock::now();
-    each.m_Result = std::move(result);
-    return;
+  {
+    const Base::MutexLock lock(m_Lock);
+    const auto found = std::find_if(m_Jobs.begin(), m_Jobs.end(),
+                                    [&id](const Job& each) { return each.m_Id == id; });
+    if (found == m_Jobs.end()) return;
+    found->m_State = state;
+    found->m_Ended = Job::Clock::now();
+    found->m_Result = std::move(result);
   }
+  ReportFormatting();
 }
 
 void JobTable::Drop(const std::string& id) {
-  const Base::MutexLock lock(m_Lock);
-  const auto isDropped = [&id](const Job& each) { return each.m_Id == id; };
-  m_Jobs.erase(std::remove_if(m_Jobs.begin(), m_Jobs.end(), isDropped), m_Jobs.end());
+  {
+    const Base::MutexLock lock(m_Lock);
+    const auto isDropped = [&id](const Job& each) { return each.m_Id == id; };
+    m_Jobs.erase(std::remove_if(m_Jobs.begin(), m_Jobs.end(), isDropped), m_Jobs.end());
+  }
+  ReportFormatting();
 }
 
 std::vector<Job> JobTable::List() const {

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -42,7 +43,11 @@ struct Job {
 // Allows one running job per card. Keeps the newest thousand jobs. Thread-safe.
 class JobTable {
  public:
-  JobTable();
+  // Receives the serial numbers of the cards that are being formatted.
+  using OnFormatting = std::function<void(const std::vector<std::string>&)>;
+
+  // `onFormatting` is called after each start or end of a job, if set. It must be thread-safe.
+  explicit JobTable(OnFormatting onFormatting = nullptr);
 
   // Adds a running job. Throws `Console::Failure` if one is already running on the card.
   Job Begin(const std::string& serial, const std::string& operation, bool isDryRun,
@@ -59,8 +64,11 @@ class JobTable {
 
  private:
   void DropOldest() HOST_REQUIRES(m_Lock);
+  std::vector<std::string> Formatting() const;
+  void ReportFormatting() const;
 
   const std::uint64_t m_Run;
+  const OnFormatting m_OnFormatting;
   mutable Base::Mutex m_Lock;
   std::deque<Job> m_Jobs HOST_GUARDED_BY(m_Lock);  // oldest first
   std::uint64_t m_Last HOST_GUARDED_BY(m_Lock) = 0;

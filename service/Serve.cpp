@@ -106,11 +106,13 @@ struct Running {
           const std::filesystem::path& eventsDirectory)
       : m_Feed(m_Store),
         m_Hooks(CreateHooks(m_Store, eventsDirectory)),
-        m_Announcer(m_State, m_Feed, m_Summary, m_Hooks.get(), LogEvent),
+        m_Announcer(m_State, m_Feed, m_Summary, m_Hooks.get(), LogEvent,
+                    [this](const Console::CardRecords& cards) { m_Store.SetKnownCards(cards); }),
         m_Collector(SettingsOf(context, m_Announcer, m_SessionJobs, m_Jobs), m_Store),
         m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,  m_Summary,
               m_Jobs,   m_SessionJobs,    m_Replays, m_Threads,   m_State, m_Metrics} {
     m_Summary.Update();
+    LoadKnownCards();
     Http::Settings settings;
     settings.m_Permissions = permissions;
     settings.m_OnFailure = LogWarning;
@@ -127,6 +129,15 @@ struct Running {
     m_State.Stop();
   }
 
+  // The plug-in takes longer to start than this read, so its first snapshot has the positions of
+  // the known cards. If the database cannot be used, the first observation is reported as failed.
+  void LoadKnownCards() {
+    m_State.Read([](StateStore& store) { return store.Records(); },
+                 [this](const StateOutcome<Console::CardRecords>& outcome) {
+                   if (outcome.m_Result) m_Store.SetKnownCards(*outcome.m_Result);
+                 });
+  }
+
   const HostKit::DatabaseThread m_Database;  // outlives all threads that use the database
   SnapshotStore m_Store;
   EventFeed m_Feed;
@@ -135,7 +146,8 @@ struct Running {
   EventAnnouncer m_Announcer;  // outlives the queued tasks of the state thread
   // Destroyed after the collector, so that its last observation is stored.
   StateThread m_State{ReportStateFailure};
-  JobTable m_Jobs;
+  JobTable m_Jobs{
+      [this](const std::vector<std::string>& serials) { m_Store.SetFormatting(serials); }};
   SessionJobs m_SessionJobs{m_Jobs};  // used by the collector's thread
   Collector m_Collector;
   ReplayCache m_Replays;

@@ -47,7 +47,12 @@ struct Snapshot {
   bool m_HasCards = false;
   std::vector<PI::CObject> m_Objects;  // as last reported by a plug-in
   Console::CardTimes m_Times;          // of `m_Objects`
+  // `SnapshotStore` sets the known cards and the running formats.
+  Console::CardRecords m_Cards;
 };
+
+// Returns the objects of a snapshot.
+Console::Model ModelOf(const Snapshot& snapshot);
 
 using SnapshotPtr = std::shared_ptr<const Snapshot>;
 
@@ -67,6 +72,10 @@ class SnapshotStore {
   SnapshotPtr Get() const;
   // Numbers the snapshot and makes it the newest one.
   void Publish(Snapshot snapshot);
+  // Set the known cards, or the serial numbers of the cards that are being formatted, of all later
+  // snapshots. If they differ from those of the newest snapshot, it is published again with them.
+  void SetKnownCards(const Console::CardRecords& records);
+  void SetFormatting(const std::vector<std::string>& serials);
   // Sets a callback to be called after each snapshot, on the publishing thread. It must not block.
   // Null removes the callback. When this returns, the previous callback has returned.
   void OnPublish(std::function<void()> call);
@@ -74,8 +83,13 @@ class SnapshotStore {
   SnapshotPtr AwaitNewer(std::uint64_t number, const Console::Deadline& deadline) const;
 
  private:
+  // Changes the records of all later snapshots. `change` returns false if nothing differs.
+  void ChangeRecords(const std::function<bool(Console::CardRecords&)>& change);
+  void NotifyPublished();
+
   mutable Base::Mutex m_Lock;
   mutable Base::ConditionVariable m_Changed;
+  Console::CardRecords m_Records HOST_GUARDED_BY(m_Lock);  // without unreadable cards
   SnapshotPtr m_Newest HOST_GUARDED_BY(m_Lock);
 
   Base::Mutex m_CallLock;  // also held while the callback runs

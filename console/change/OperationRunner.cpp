@@ -182,7 +182,7 @@ std::string Headline(const OperationRow& row, const Object& object) {
 
 const Object& SelectForOperation(const Model& model, const std::string& selector,
                                  const OperationRow& row) {
-  const Object& object = Select(model, selector);
+  const Object& object = SelectReported(model, selector);
   if (object.m_Kind == row.m_Kind) return object;
   std::vector<std::string> advice;
   for (const Object& other : model.Objects()) {

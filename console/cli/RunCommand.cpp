@@ -93,7 +93,7 @@ ExitCode RunCommand(const Invocation& invocation) {
       options.m_OutputFormat.empty() ? command.m_OutputFormats.front() : options.m_OutputFormat;
   Context context(options, style, diagnostics, stream, command.m_Name, format,
                   Words(options.m_Words.begin() + 1, options.m_Words.end()), {},
-                  invocation.m_SessionFactory);
+                  invocation.m_SessionFactory, invocation.m_CardStoreFactory);
   try {
     // A monitored command runs in a separate process, which `RunIsolated` limits.
     if (!invocation.m_Monitored) context.SetTimeLimits(LimitsOf(command, options));

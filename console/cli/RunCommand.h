@@ -18,6 +18,7 @@ struct Invocation {
   bool m_Monitored = false;              // `check`: a monitoring system reads the output
   std::optional<Failure> m_Error;        // reported instead of running the command
   SessionFactory m_SessionFactory = {};  // for commands that use the cards
+  CardStoreFactory m_CardStoreFactory = {};
 };
 
 // Runs the command, or reports `m_Error`. Returns the exit code. Standard output stays reserved for

@@ -91,7 +91,7 @@ Json FindingJson(const Model& model, const Finding& finding,
                  const std::vector<Acknowledgment>& acknowledged) {
   Json json = {{"object", finding.m_pObject->m_Selector},
                {"type", KindName(finding.m_pObject->m_Kind)},
-               {"id", IdText(finding.m_pObject->m_ID)},
+               {"id", IdJson(*finding.m_pObject)},
                {"state", CheckStateName(finding.m_State)}};
   PutValue(json, "status", finding.m_Health.m_Status);
   json["serial_number"] = SerialJson(model, *finding.m_pObject);

@@ -28,7 +28,8 @@ Failure PresentFailure(const std::string& serial) {
 bool IsPresent(const Model& model, const std::string& serial) {
   const auto& objects = model.Objects();
   return std::any_of(objects.begin(), objects.end(), [&](const Object& object) {
-    return object.m_Kind == Kind::Adapter && FieldText(object, "serial_number") == serial;
+    return object.m_Kind == Kind::Adapter && object.m_Access != Access::Missing &&
+           FieldText(object, "serial_number") == serial;
   });
 }
 

@@ -268,7 +268,7 @@ CommandResult Run(Context& context) {
   for (std::size_t i = 3; i < words.size(); ++i) arguments.push_back(ParseArgument(words[i]));
   TimeoutOf(context.m_Options);
   const Model model = context.Objects();
-  const Object& object = Select(model, words[1]);
+  const Object& object = SelectReported(model, words[1]);
   if (action == "list") return ListOperations(context, object);
   const std::uint32_t number = ResolveOperation(object, words[2]);
   if (action == "check") return CheckOperation(context, object, number);

@@ -112,7 +112,7 @@ Table ChangeTable(const Object& object, const PropertyName& name, const Change& 
 CommandResult Run(Context& context) {
   const Assignment assignment = ParseAssignment(context.m_Arguments[1]);
   const Model model = context.Objects();
-  const Object& object = Select(model, context.m_Arguments[0]);
+  const Object& object = SelectReported(model, context.m_Arguments[0]);
   const PropertyName name = ResolveProperty(object, assignment.m_Property);
   const PI::CProperty record = ReadRecord(context.Open(), object, name);
   RequireWritable(object, name, record);

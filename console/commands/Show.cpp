@@ -88,12 +88,9 @@ Table TableOf(const Model& model, const Object& object, bool ascii) {
   };
   add("object", TextCell(object.m_Selector));
   add("type", TextCell(KindName(object.m_Kind)));
-  add("id", TextCell(IdText(object.m_ID)));
+  add("id", TextCell(IdText(object)));
   add("parents", TextCell(Links(model, object.m_Parents)));
   add("children", TextCell(Links(model, object.m_Children)));
-  if (object.m_Kind == Kind::Adapter) {
-    add("last_read_at", ObjectCell(model, object, "last_read_at", ascii));
-  }
   for (const Field& field : FieldsOf(object.m_Kind)) {
     add(field.m_Name, ValueCell(ReadField(object, field), ascii));
   }

@@ -42,7 +42,7 @@ Json HealthJson(const StatusEntry& entry) {
   const Health& health = entry.m_Health;
   Json json = {{"object", object.m_Selector},
                {"type", KindName(object.m_Kind)},
-               {"id", IdText(object.m_ID)},
+               {"id", IdJson(object)},
                {"ok", IsHealthy(health.m_Status)}};
   PutValue(json, "status", health.m_Status);
   PutValue(json, "activity", health.m_Activity);
@@ -54,8 +54,8 @@ Json HealthJson(const StatusEntry& entry) {
 }
 
 Row StatusRow(const Object& object, const Health& health, const Reason* reason, bool ascii) {
-  Cell status = StatusCell(health);
-  status.m_Human = StatusText(health.m_Shown);
+  Cell status = ValueCell(health.m_Status, ascii);
+  status.m_Human = StatusText(health.m_Status);
   Row row{{TextCell(object.m_Selector), status}, std::nullopt};
   if (reason == nullptr) {
     row.m_Cells.insert(row.m_Cells.end(), {TextCell("-"), TextCell("-"), TextCell("-")});
@@ -96,7 +96,7 @@ std::string HealthText(const StatusEntry& entry, std::size_t width, const Style&
   const Health& health = entry.m_Health;
   std::string text = fmt::format(
       "{:<{}}  {}{}\n", object.m_Selector, width,
-      Colored(StatusText(health.m_Shown), health.m_Shown.m_Severity, style),
+      Colored(StatusText(health.m_Status), health.m_Status.m_Severity, style),
       entry.m_Since ? fmt::format(" since {}", SinceText(*entry.m_Since, NowMs())) : std::string());
   for (const Reason& reason : health.m_Reasons) {
     text += fmt::format("    why   {}\n", ReasonText(reason, style.m_Ascii));
@@ -134,7 +134,7 @@ std::vector<StatusEntry> CreateEntries(Context& context, const Model& model,
                                        const Objects& chosen) {
   std::vector<StatusEntry> all;
   for (const Object* object : chosen)
-    all.push_back({object, HealthOf(model, *object), std::nullopt});
+    all.push_back({object, HealthOf(*object), std::nullopt});
   if (std::all_of(all.begin(), all.end(),
                   [](const StatusEntry& entry) { return entry.m_Health.m_Reasons.empty(); })) {
     return all;

@@ -54,7 +54,7 @@ class ObjectRef {
 
 // A card that was seen on this machine and is not there now is listed as missing.
 bool IsPresent(const Object* object) {
-  return object != nullptr && FieldText(*object, "status") != "MISSING";
+  return object != nullptr && object->m_Access != Access::Missing;
 }
 
 Condition::Outcome Evaluate(const Model& model, ObjectRef& ref, const Condition& condition,

@@ -62,7 +62,6 @@ Table BlockTable(const Model& model, bool ascii) {
       const Field* field = FindField(object->m_Kind, name);
       row.m_Cells.push_back(field == nullptr ? Cell{"", "-", Severity::Neutral}
                                              : ValueCell(ReadField(*object, *field), ascii));
-      if (name == kColumns[1]) row.m_Cells.back() = StatusCell(HealthOf(model, *object));
     }
     row.m_Cells.push_back(TextCell(ReasonNames(HealthOf(*object))));
     table.m_Rows.push_back(std::move(row));

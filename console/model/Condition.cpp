@@ -82,8 +82,8 @@ std::string MeaningOf(const Value& value, bool ascii) {
   std::string text;
   for (const std::string& name : *names) {
     using HostKit::Family;
-    const std::string caption =
-        HostKit::CaptionOf(Family::Value, HostKit::NumberOf(Family::Value, name));
+    const std::uint32_t number = HostKit::NumberOf(Family::Value, name);
+    const std::string caption = number == 0 ? "" : HostKit::CaptionOf(Family::Value, number);
     text += (text.empty() ? "" : ", ") + (caption.empty() ? name : caption);
   }
   return Base::Printable(text);

@@ -29,7 +29,11 @@ const std::vector<Field> kAdapterFields = {
     // name                          heading      property                      kind           unknown
     {"name",                         "NAME",      P::NAME,                       ValueKind::Text},
     {"status",                       "STATUS",    P::STATUS,                     ValueKind::Choice},
+    {"plugin_status",                "PLUGIN-STATUS", P::STATUS,                 ValueKind::Choice},
     {"status_reasons",               "REASONS",   P::ADDITIONAL_STATUS,          ValueKind::Choices},
+    {"unreadable_reason",            "CAUSE",     kNoProperty,                   ValueKind::Text},
+    {"last_seen_at",                 "LAST SEEN", kNoProperty,                   ValueKind::Text},
+    {"last_read_at",                 "LAST READ", kNoProperty,                   ValueKind::Text},
     {"activity",                     "ACTIVITY",  P::ACTIVITY,                   ValueKind::Choice},
     {"temperature_celsius",          "TEMP",      P::CHIP_TEMPERATURE,           ValueKind::Celsius, UnknownEncoding::Zero},
     {"temperature_warning_celsius",  "TEMP-WARN", P::HIGH_WARNING_TEMPERATURE,   ValueKind::Celsius, UnknownEncoding::Zero},
@@ -38,6 +42,7 @@ const std::vector<Field> kAdapterFields = {
     {"reserve_space_warning_ratio",  "RES-WARN",  P::RESERVE_WARNING_THRESHOLD,  ValueKind::Ratio},
     {"reserve_status",               "RES-STATUS", P::RESERVE_STATUS,            ValueKind::Choice},
     {"write_throttling",             "THROTTLING", P::WRITE_THROTTLING,          ValueKind::Choice},
+    {"formatted_size_bytes",         "SIZE",      kNoProperty,                   ValueKind::Bytes},
     {"physical_size_bytes",          "PHYSICAL",  P::MEMORY_SIZE,                ValueKind::Bytes,   UnknownEncoding::Zero},
     {"read_bytes",                   "READ",      P::BYTES_READ,                 ValueKind::Bytes},
     {"written_bytes",                "WRITTEN",   P::BYTES_WRITTEN,              ValueKind::Bytes},
@@ -70,6 +75,7 @@ const std::vector<Field> kDriveFields = {
     // name                      heading      property                 kind           unknown
     {"name",                     "NAME",      P::NAME,                  ValueKind::Text},
     {"status",                   "STATUS",    P::STATUS,                ValueKind::Choice},
+    {"plugin_status",            "PLUGIN-STATUS", P::STATUS,            ValueKind::Choice},
     {"physical_size_bytes",      "PHYSICAL",  P::PHYSICAL_SIZE,         ValueKind::Bytes, UnknownEncoding::Zero},
     {"configurable_size_bytes",  "CONFIGURABLE", P::CONFIGURABLE_SIZE,  ValueKind::Bytes, UnknownEncoding::Zero},
     {"formatted_size_bytes",     "SIZE",      P::FORMATTED_SIZE,        ValueKind::Bytes, UnknownEncoding::Zero},
@@ -92,7 +98,7 @@ const std::vector<Field> kNoFields;
 bool Matches(const Field& field, const std::string& name) {
   const std::string identifier = HostKit::NameOf(HostKit::Family::Property, field.m_PropertyID);
   return boost::iequals(name, field.m_Name) ||
-         (field.m_Kind != ValueKind::PciAddress &&
+         (field.m_Kind != ValueKind::PciAddress && field.m_PropertyID != kNoProperty &&
           (boost::iequals(name, identifier) || name == std::to_string(field.m_PropertyID)));
 }
 
@@ -137,6 +143,7 @@ std::vector<std::string> FieldNames(Kind kind) {
   std::vector<std::string> names;
   for (const Field& field : FieldsOf(kind)) {
     names.emplace_back(field.m_Name);
+    if (field.m_PropertyID == kNoProperty) continue;
     names.push_back(
         boost::to_lower_copy(HostKit::NameOf(HostKit::Family::Property, field.m_PropertyID)));
   }
@@ -144,6 +151,7 @@ std::vector<std::string> FieldNames(Kind kind) {
 }
 
 Value ReadField(const Object& object, const Field& field) {
+  if (const Value* derived = object.FindDerived(field.m_Name)) return *derived;
   if (field.m_Kind == ValueKind::PciAddress) return ReadPciAddress(object);
   const PI::CProperty* property = object.Find(field.m_PropertyID);
   if (property == nullptr) return {field.m_Kind, {}, Severity::Neutral};

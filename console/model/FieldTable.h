@@ -11,6 +11,11 @@
 
 namespace Console {
 
+// The property of fields whose value is always derived.
+inline constexpr std::uint32_t kNoProperty = 0;
+
+// Of several fields with the same property, the first is the one that the property's identifier
+// refers to.
 struct Field {
   const char* m_Name;
   const char* m_Heading;

@@ -2,9 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/Printable.h"
+#include "console/model/EffectiveState.h"
 #include "hostkit/Texts.h"
 #include "hostkit/ValueTypes.h"
 
@@ -113,27 +115,57 @@ std::string MeasuredText(const Reason& reason, bool ascii) {
   return value;
 }
 
+// Reasons of cards that the plug-in cannot report.
+struct AccessRow {
+  Access m_Access;
+  const char* m_Name;
+  const char* m_Caption;
+  const char* m_Advice;
+};
+
+constexpr AccessRow kAccessReasons[] = {
+    {Access::Missing, kMissing, "Card missing",
+     "Reseat the card. If it was removed for good, remove it from the known cards with forget."},
+    {Access::Unreadable, kUnreadable, "Card cannot be read",
+     "Check the kernel log for messages of the card's driver, and reseat or replace the card."},
+};
+
+// Returns "last seen TIME at PCI ADDRESS, slot N", without what is unknown.
+std::string PlaceText(const Object& adapter) {
+  std::string text;
+  const auto append = [&](const char* separator, const char* label, const char* field) {
+    const std::string value = FieldText(adapter, field);
+    if (!value.empty()) text += (text.empty() ? "" : separator) + std::string(label) + value;
+  };
+  append("", "last seen ", "last_seen_at");
+  append(" at ", "PCI ", "pci_address");
+  append(", ", "slot ", "pci_slot");
+  return text;
+}
+
+Reason AccessReason(const Object& adapter) {
+  Reason reason;
+  for (const AccessRow& row : kAccessReasons) {
+    if (row.m_Access != adapter.m_Access) continue;
+    reason.m_Name = row.m_Name;
+    reason.m_Caption = row.m_Caption;
+    reason.m_Advice = row.m_Advice;
+  }
+  const std::string cause = FieldText(adapter, "unreadable_reason");
+  const std::string place = PlaceText(adapter);
+  reason.m_Detail = cause + (cause.empty() || place.empty() ? "" : ", ") + place;
+  return reason;
+}
+
 }  // namespace
 
 Health HealthOf(const Object& object) {
-  const Value status = ReadField(object, "status");
-  Health health{status, status, ReadField(object, "activity"), {}};
+  Health health{ReadField(object, "status"), ReadField(object, "activity"), {}};
+  if (object.m_Access != Access::Readable) health.m_Reasons.push_back(AccessReason(object));
   const PI::CProperty* reasons = object.Find(PI::Property::ADDITIONAL_STATUS);
   if (reasons == nullptr || reasons->m_ValueType != HostKit::VALUE_TYPE_MULTI_CHOICE) return health;
   for (const std::int32_t value : reasons->m_Value.m_MultiValue.m_Values) {
     if (value != V::ATTACHED) health.m_Reasons.push_back(CreateReason(object, value));
-  }
-  return health;
-}
-
-Health HealthOf(const Model& model, const Object& object) {
-  Health health = HealthOf(object);
-  const Object* adapter = AdapterOf(model, object);
-  if (object.m_Kind != Kind::Drive || adapter == nullptr || !IsHealthy(health.m_Status))
-    return health;
-  for (const Reason& reason : HealthOf(*adapter).m_Reasons) {
-    if (reason.m_Number != static_cast<std::uint32_t>(V::DETACHED)) continue;
-    health.m_Shown = {ValueKind::Text, "detached", Severity::Neutral};
   }
   return health;
 }
@@ -147,6 +179,27 @@ std::vector<const Object*> ObjectsWithStatus(const Model& model, const Object* t
     if (inside) selected.push_back(&object);
   }
   return selected;
+}
+
+std::vector<const Object*> WorstFirst(const Model& model, const Object* top) {
+  std::vector<std::vector<const Object*>> cards;  // each with its drives
+  for (const Object* object : ObjectsWithStatus(model, top)) {
+    if (cards.empty() || object->m_Kind == Kind::Adapter) cards.emplace_back();
+    cards.back().push_back(object);
+  }
+  const auto rank = [](const std::vector<const Object*>& card) {
+    std::size_t worst = StatusRank(Value());
+    for (std::size_t i = 0; i < card.size(); ++i) {
+      const std::size_t each = StatusRank(ReadField(*card[i], "status"));
+      worst = i == 0 ? each : std::min(worst, each);
+    }
+    return worst;
+  };
+  std::stable_sort(cards.begin(), cards.end(),
+                   [&](const auto& left, const auto& right) { return rank(left) < rank(right); });
+  std::vector<const Object*> sorted;
+  for (const auto& card : cards) sorted.insert(sorted.end(), card.begin(), card.end());
+  return sorted;
 }
 
 bool IsHealthy(const Value& status) {
@@ -165,7 +218,9 @@ std::string ReadingText(const Reason& reason, bool ascii) {
 
 std::string ReasonText(const Reason& reason, bool ascii) {
   const std::string readings = ReadingText(reason, ascii);
-  return Base::Printable(reason.m_Caption) + (readings.empty() ? "" : ": ") + readings;
+  const std::string text =
+      reason.m_Caption + (reason.m_Detail.empty() ? "" : ": ") + reason.m_Detail;
+  return Base::Printable(text) + (readings.empty() ? "" : ": ") + readings;
 }
 
 Reason DescribeReason(const Object& object, std::uint32_t number) {

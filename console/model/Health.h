@@ -17,31 +17,32 @@ struct Reading {
 };
 
 struct Reason {
-  std::uint32_t m_Number = 0;
+  std::uint32_t m_Number = 0;  // 0: not a reason of the plug-in
   std::string m_Name;     // the number if it has no name
   std::string m_Caption;  // the name if it has no caption
   Reading m_Measured;
   Reading m_Limit;
+  std::string m_Detail;  // printed after the caption; empty: none
   std::string m_Advice;  // empty: none
 };
 
 struct Health {
   Value m_Status;
-  Value m_Shown;  // the status shown to people
   Value m_Activity;
   std::vector<Reason> m_Reasons;  // without ATTACHED, which is normal
 };
 
-// Returns the health that the plug-in reports for an object.
+// Returns the effective status of an object and its reasons. A missing or unreadable card has the
+// reason MISSING or UNREADABLE, which is listed first.
 Health HealthOf(const Object& object);
-
-// Returns the health of an object, but shows a drive of a detached card as detached: the plug-in
-// reports such a drive as available, although it cannot be used.
-Health HealthOf(const Model& model, const Object& object);
 
 // Returns the adapters, each followed by its drives: all of them, or only `top` and the objects
 // below it.
 std::vector<const Object*> ObjectsWithStatus(const Model& model, const Object* top = nullptr);
+
+// Like `ObjectsWithStatus`, with the worst cards first: ordered by the status of the card or of its
+// worst drive, then by position.
+std::vector<const Object*> WorstFirst(const Model& model, const Object* top = nullptr);
 
 // Whether the status is healthy; an unknown status is not.
 bool IsHealthy(const Value& status);

@@ -3,7 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
 #include <utility>
+
+#include "console/model/CardLayout.h"
+#include "console/model/EffectiveState.h"
+#include "console/model/FieldTable.h"
 
 namespace Console {
 namespace {
@@ -22,6 +27,29 @@ bool IsPlugin(const std::vector<PI::CObject>& topology, std::size_t i) {
   const std::uint32_t type = topology[i].m_ObjectType;
   return type == PI::OBJECT_PLUGIN ||
          (i == 0 && type != PI::OBJECT_ADAPTER && type != PI::OBJECT_PHYSICAL_DRIVE);
+}
+
+Object ObjectOf(const PI::CObject& record, Kind kind, std::string selector) {
+  Object object;
+  object.m_Kind = kind;
+  object.m_Selector = std::move(selector);
+  object.m_ID = record.m_ID;
+  object.m_Parents = record.m_Parents;
+  object.m_Children = record.m_Children;
+  object.m_Locked = record.m_Locked;
+  object.m_Properties = record.m_Properties;
+  object.m_Operations = record.m_Operations;
+  return object;
+}
+
+// The plug-in counts its ids up from 0, so these do not collide with them.
+Object UnreportedCard(const CardPlace& place) {
+  constexpr std::uint64_t kLargestId = ~std::uint64_t{0};
+  Object card;
+  card.m_Kind = Kind::Adapter;
+  card.m_ID = kLargestId - static_cast<std::uint64_t>(place.m_Position);
+  card.m_IsReported = false;
+  return card;
 }
 
 }  // namespace
@@ -58,6 +86,10 @@ std::string IdText(std::uint64_t id) {
   return fmt::format("0x{:016x}", id);
 }
 
+std::string IdText(const Object& object) {
+  return object.m_IsReported ? IdText(object.m_ID) : "-";
+}
+
 const PI::CProperty* Object::Find(std::uint32_t property) const {
   const auto found =
       std::find_if(m_Properties.begin(), m_Properties.end(),
@@ -65,56 +97,104 @@ const PI::CProperty* Object::Find(std::uint32_t property) const {
   return found == m_Properties.end() ? nullptr : &*found;
 }
 
+const Value* Object::FindDerived(const char* field) const {
+  const auto found = std::find_if(m_Derived.begin(), m_Derived.end(),
+                                  [field](const auto& each) { return each.first == field; });
+  return found == m_Derived.end() ? nullptr : &found->second;
+}
+
+void Object::Derive(const char* field, Value value) {
+  const auto found = std::find_if(m_Derived.begin(), m_Derived.end(),
+                                  [field](const auto& each) { return each.first == field; });
+  if (found == m_Derived.end()) {
+    m_Derived.emplace_back(field, std::move(value));
+  } else {
+    found->second = std::move(value);
+  }
+}
+
 bool Object::SupportsOperation(std::uint32_t operation) const {
   return std::any_of(m_Operations.begin(), m_Operations.end(),
                      [&](const PI::COperation& o) { return o.m_OperationID == operation; });
 }
 
-Model::Model(const std::vector<PI::CObject>& topology, const CardTimes& times) {
-  std::vector<bool> placed(topology.size(), false);
-  std::optional<std::size_t> plugin;
-  for (std::size_t i = 0; i < topology.size(); ++i) {
-    if (plugin || !IsPlugin(topology, i)) continue;
-    plugin = m_Objects.size();
-    Add(topology[i], Kind::Plugin, "plugin", std::nullopt);
-    placed[i] = true;
-  }
-  std::size_t adapters = 0;
-  for (std::size_t i = 0; i < topology.size(); ++i) {
-    if (topology[i].m_ObjectType != PI::OBJECT_ADAPTER) continue;
-    const std::string name = fmt::format("a{}", adapters++);
-    const std::size_t owner = m_Objects.size();
-    Add(topology[i], Kind::Adapter, name, plugin);
-    placed[i] = true;
-    std::size_t drives = 0;
-    for (std::size_t j = 0; j < topology.size(); ++j) {
-      if (placed[j] || topology[j].m_ObjectType != PI::OBJECT_PHYSICAL_DRIVE) continue;
-      if (!BelongsTo(topology[j], topology[i])) continue;
-      Add(topology[j], Kind::Drive, fmt::format("{}/d{}", name, drives++), owner);
-      placed[j] = true;
-    }
-  }
-  for (std::size_t i = 0; i < topology.size(); ++i) {
-    if (placed[i]) continue;
-    const bool drive = topology[i].m_ObjectType == PI::OBJECT_PHYSICAL_DRIVE;
-    Add(topology[i], drive ? Kind::Drive : Kind::Other, IdText(topology[i].m_ID), std::nullopt);
-  }
-  for (Object& object : m_Objects) object.m_LastRead = times.LastReadTime(object.m_ID);
+Model::Model(const std::vector<PI::CObject>& topology, const CardTimes& times,
+             const CardRecords& records) {
+  AddPlugin(topology);
+  AddCards(topology, times, records);
+  AddOthers(topology);
 }
 
-void Model::Add(const PI::CObject& record, Kind kind, std::string selector,
-                std::optional<std::size_t> owner) {
-  Object object;
-  object.m_Kind = kind;
-  object.m_Selector = std::move(selector);
-  object.m_ID = record.m_ID;
-  object.m_Parents = record.m_Parents;
-  object.m_Children = record.m_Children;
-  object.m_Locked = record.m_Locked;
-  object.m_Properties = record.m_Properties;
-  object.m_Operations = record.m_Operations;
-  object.m_Owner = owner;
-  m_Objects.push_back(std::move(object));
+void Model::AddPlugin(const std::vector<PI::CObject>& topology) {
+  for (std::size_t i = 0; i < topology.size(); ++i) {
+    if (!IsPlugin(topology, i)) continue;
+    m_Objects.push_back(ObjectOf(topology[i], Kind::Plugin, "plugin"));
+    return;
+  }
+}
+
+// Each drive belongs to the first adapter that it is linked with.
+void Model::AddCards(const std::vector<PI::CObject>& topology, const CardTimes& times,
+                     const CardRecords& records) {
+  std::vector<Object> adapters;
+  std::vector<std::vector<const PI::CObject*>> drives;
+  std::set<const PI::CObject*> placed;
+  for (const PI::CObject& record : topology) {
+    if (record.m_ObjectType != PI::OBJECT_ADAPTER) continue;
+    adapters.push_back(ObjectOf(record, Kind::Adapter, ""));
+    adapters.back().m_LastRead = times.LastReadTime(record.m_ID);
+    drives.emplace_back();
+    for (const PI::CObject& drive : topology) {
+      if (drive.m_ObjectType != PI::OBJECT_PHYSICAL_DRIVE || !BelongsTo(drive, record)) continue;
+      if (placed.insert(&drive).second) drives.back().push_back(&drive);
+    }
+  }
+  for (const CardPlace& place : PlaceCards(adapters, records)) {
+    const bool isReported = place.m_pReported != nullptr;
+    AddCard(place,
+            isReported ? drives[static_cast<std::size_t>(place.m_pReported - adapters.data())]
+                       : std::vector<const PI::CObject*>(),
+            times, records);
+  }
+}
+
+void Model::AddCard(const CardPlace& place, const std::vector<const PI::CObject*>& drives,
+                    const CardTimes& times, const CardRecords& records) {
+  const bool hasPlugin = !m_Objects.empty() && m_Objects.front().m_Kind == Kind::Plugin;
+  const std::size_t at = m_Objects.size();
+  m_Objects.push_back(place.m_pReported == nullptr ? UnreportedCard(place) : *place.m_pReported);
+  m_Objects.back().m_Selector = fmt::format("a{}", place.m_Position);
+  if (hasPlugin) m_Objects.back().m_Owner = 0;
+  for (std::size_t i = 0; i < drives.size(); ++i) {
+    const std::string name = fmt::format("{}/d{}", m_Objects[at].m_Selector, i);
+    m_Objects.push_back(ObjectOf(*drives[i], Kind::Drive, name));
+    m_Objects.back().m_Owner = at;
+  }
+  std::vector<const Object*> owned;
+  for (std::size_t i = at + 1; i < m_Objects.size(); ++i) owned.push_back(&m_Objects[i]);
+  Object& adapter = m_Objects[at];
+  DeriveAdapter(adapter, place, owned, times);
+  const std::string serial = FieldText(adapter, "serial_number");
+  const auto& formatting = records.m_Formatting;
+  const bool isFormatting = !serial.empty() && std::find(formatting.begin(), formatting.end(),
+                                                         serial) != formatting.end();
+  for (std::size_t i = at + 1; i < m_Objects.size(); ++i) {
+    DeriveDrive(m_Objects[i], adapter, isFormatting);
+  }
+}
+
+void Model::AddOthers(const std::vector<PI::CObject>& topology) {
+  const std::size_t inTree = m_Objects.size();
+  const auto isInTree = [&](const PI::CObject& record) {
+    return std::any_of(
+        m_Objects.begin(), m_Objects.begin() + static_cast<std::ptrdiff_t>(inTree),
+        [&](const Object& object) { return object.m_IsReported && object.m_ID == record.m_ID; });
+  };
+  for (const PI::CObject& record : topology) {
+    if (isInTree(record)) continue;
+    const bool isDrive = record.m_ObjectType == PI::OBJECT_PHYSICAL_DRIVE;
+    m_Objects.push_back(ObjectOf(record, isDrive ? Kind::Drive : Kind::Other, IdText(record.m_ID)));
+  }
 }
 
 const Object* Model::Find(std::uint64_t id) const {

@@ -17,7 +17,8 @@ std::string DisplayName(std::uint32_t property) {
 
 PropertyName ResolveProperty(const Object& object, const std::string& name) {
   if (const Field* field = FindField(object.m_Kind, name)) {
-    return {field->m_PropertyID, DisplayName(field->m_PropertyID)};
+    const bool isDerived = field->m_PropertyID == kNoProperty;
+    return {field->m_PropertyID, isDerived ? field->m_Name : DisplayName(field->m_PropertyID)};
   }
   std::vector<std::string> names = FieldNames(object.m_Kind);
   for (const PI::CProperty& property : object.m_Properties) {

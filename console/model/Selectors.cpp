@@ -19,7 +19,7 @@ bool MatchesSelector(const Object& object, const std::string& text) {
 }
 
 bool MatchesId(const Object& object, const std::string& text) {
-  if (!boost::istarts_with(text, "0x")) return false;
+  if (!object.m_IsReported || !boost::istarts_with(text, "0x")) return false;
   char* end = nullptr;
   const std::uint64_t id = std::strtoull(text.c_str(), &end, 16);
   return *end == '\0' && id == object.m_ID;
@@ -58,7 +58,7 @@ constexpr Rule kRules[] = {
 std::string DescribeObject(const Object& object) {
   const std::string name = FieldText(object, "name");
   return fmt::format("{} ({}{}{})", object.m_Selector, name, name.empty() ? "" : ", ",
-                     IdText(object.m_ID));
+                     IdText(object));
 }
 
 Failure NoSuchObject(const Model& model, const std::string& text) {
@@ -98,6 +98,19 @@ const Object& Select(const Model& model, const std::string& text) {
   const Object* object = FindObject(model, text);
   if (object == nullptr) throw NoSuchObject(model, text);
   return *object;
+}
+
+const Object& SelectReported(const Model& model, const std::string& text) {
+  const Object& object = Select(model, text);
+  if (object.m_IsReported) return object;
+  const bool isMissing = object.m_Access == Access::Missing;
+  const std::string serial = FieldText(object, "serial_number");
+  std::vector<std::string> advice = {"Nothing was changed.",
+                                     "See: corvane-host status " + object.m_Selector};
+  throw Failure(ExitCode::Refused, isMissing ? "CARD_MISSING" : "CARD_UNREADABLE", text,
+                fmt::format("{} {}", serial.empty() ? "the card" : "card " + serial,
+                            isMissing ? "is missing" : "cannot be read"),
+                advice);
 }
 
 }  // namespace Console

@@ -5,6 +5,7 @@
 
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
+#include "console/plugin/CardDevices.h"
 
 namespace Console {
 
@@ -93,6 +94,24 @@ std::optional<PluginReply> PluginSession::Call(PluginCommand command, const Dead
   };
   if (!CallWithTimeout(call, deadline, onStop)) return std::nullopt;
   return std::move(*reply);
+}
+
+std::vector<PI::CObject> PluginSession::Topology() {
+  std::vector<PI::CObject> objects = CommandSession::Topology();
+  if (m_pCardStore) m_Records = m_pCardStore->Record(objects, Times().m_ObservedAt);
+  // The plug-in searches for cards only when it starts, so a card that disappears later is missing.
+  m_Unreported = UnreportedDevices(objects, m_Unreported ? *m_Unreported : CardDevices());
+  return objects;
+}
+
+CardRecords PluginSession::Cards() const {
+  CardRecords records = m_Records;
+  records.m_Unreadable = CommandSession::Cards().m_Unreadable;
+  const std::vector<std::string> unreported = m_Unreported.value_or(std::vector<std::string>());
+  for (const std::string& address : AssignAddresses(records.m_Unreadable, unreported)) {
+    records.m_Unreadable.push_back({"", address, "the card library cannot open it"});
+  }
+  return records;
 }
 
 void PluginSession::Abandon() {

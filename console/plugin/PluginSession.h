@@ -3,8 +3,13 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "console/base/Notifier.h"
+#include "console/plugin/CardStore.h"
 #include "console/plugin/CommandSession.h"
 #include "console/plugin/PluginLibrary.h"
 #include "hostkit/FailedThreads.h"
@@ -19,11 +24,17 @@ class PluginSession : public CommandSession {
   // plug-in finds no cards. The event log and the diagnostics must outlive the session.
   PluginSession(const std::filesystem::path& file, EventLogClient& eventLog,
                 Diagnostics& diagnostics, const TimeLimits& limits);
+  // From the next topology on, records the cards that the plug-in reports, and returns all known
+  // cards from `Cards`.
+  void UseCardStore(std::unique_ptr<CardStore> store) { m_pCardStore = std::move(store); }
+
   // Logs the pending events, then stops and unloads the plug-in, which waits up to 25 seconds for
   // running jobs. A plug-in that does not stop is abandoned, and a note is added.
   ~PluginSession() override;
 
   PluginInfo Info() const override { return m_Info; }
+  std::vector<PI::CObject> Topology() override;
+  CardRecords Cards() const override;
   std::size_t FailedThreads() const override {
     return HostKit::FailedThreads() - m_FailedThreadsBefore;
   }
@@ -49,6 +60,10 @@ class PluginSession : public CommandSession {
                                   OnStop onStop) override;
   void Abandon() override;
 
+  std::unique_ptr<CardStore> m_pCardStore;  // null: no records
+  CardRecords m_Records;
+  // Addresses of the cards that the plug-in has never reported. Empty until the first topology.
+  std::optional<std::vector<std::string>> m_Unreported;
   std::unique_ptr<Loaded> m_pLoaded;  // null: stopped or abandoned
   PluginInfo m_Info;
   Diagnostics& m_Diagnostics;

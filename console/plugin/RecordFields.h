@@ -2,6 +2,7 @@
 // writing.
 #pragma once
 
+#include "console/model/CardRecords.h"
 #include "console/model/CardTimes.h"
 #include "host/PluginInterface.h"
 #include "hostkit/Database.h"
@@ -124,6 +125,44 @@ struct RecordFields<CardTimes> {
     visit("observed_ms", record.m_ObservedAt);
     visit("scanned_ms", record.m_ScannedAt);
     visit("cards", record.m_Cards);
+  }
+};
+
+template <>
+struct RecordFields<KnownCard> {
+  template <class Record, class Visitor>
+  static void Visit(Record& record, Visitor&& visit) {
+    visit("serial_number", record.m_SerialNumber);
+    visit("position", record.m_Position);
+    visit("first_seen_ms", record.m_FirstSeen);
+    visit("last_seen_ms", record.m_LastSeen);
+    visit("present", record.m_IsPresent);
+    visit("name", record.m_Name);
+    visit("product", record.m_Product);
+    visit("pci_address", record.m_PciAddress);
+    visit("slot", record.m_Slot);
+    visit("size_bytes", record.m_SizeBytes);
+  }
+};
+
+template <>
+struct RecordFields<UnreadableCard> {
+  template <class Record, class Visitor>
+  static void Visit(Record& record, Visitor&& visit) {
+    visit("serial_number", record.m_SerialNumber);
+    visit("pci_address", record.m_PciAddress);
+    visit("reason", record.m_Reason);
+  }
+};
+
+template <>
+struct RecordFields<CardRecords> {
+  template <class Record, class Visitor>
+  static void Visit(Record& record, Visitor&& visit) {
+    visit("known", record.m_Known);
+    visit("next_position", record.m_NextPosition);
+    visit("unreadable", record.m_Unreadable);
+    visit("formatting", record.m_Formatting);
   }
 };
 

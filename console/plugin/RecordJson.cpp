@@ -83,8 +83,9 @@ Json Write(const std::string& text) {
   return Json{{"hex", std::move(digits)}};
 }
 
-Json Write(const std::optional<std::string>& text) {
-  return text ? Write(*text) : Json();
+template <class Value>
+Json Write(const std::optional<Value>& value) {
+  return value ? Write(*value) : Json();
 }
 
 template <class Record>
@@ -211,9 +212,10 @@ void Read(const Json& json, std::string& text, const Location& location) {
   }
 }
 
-void Read(const Json& json, std::optional<std::string>& text, const Location& location) {
-  text.reset();
-  if (!json.is_null()) Read(json, text.emplace(), location);
+template <class Value>
+void Read(const Json& json, std::optional<Value>& value, const Location& location) {
+  value.reset();
+  if (!json.is_null()) Read(json, value.emplace(), location);
 }
 
 template <class Record>
@@ -347,6 +349,16 @@ PluginInfo PluginInfoFromJson(const Json& json) {
   info.m_ModuleID = RequiredNumber<std::uint32_t>(json, "module_id");
   info.m_InterfaceVersion = RequiredNumber<std::uint32_t>(json, "interface_version");
   return info;
+}
+
+Json ToJson(const CardRecords& records) {
+  return Write(records);
+}
+
+CardRecords CardRecordsFromJson(const Json& json) {
+  CardRecords records;
+  Read(json, records, {});
+  return records;
 }
 
 Json ToJson(const CardTimes& times) {

@@ -40,7 +40,9 @@ nlohmann::ordered_json ToJson(const PluginInfo& info);
 // Throws `RecordError`.
 PluginInfo PluginInfoFromJson(const nlohmann::json& json);
 
-// Convert the times of objects; decoding throws `RecordError`.
+// Convert the records of cards and the times of objects; decoding throws `RecordError`.
+nlohmann::json ToJson(const CardRecords& records);
+CardRecords CardRecordsFromJson(const nlohmann::json& json);
 nlohmann::json ToJson(const CardTimes& times);
 CardTimes CardTimesFromJson(const nlohmann::json& json);
 

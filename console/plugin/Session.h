@@ -10,6 +10,7 @@
 
 #include "console/base/Deadline.h"
 #include "console/base/StopSignals.h"
+#include "console/model/CardRecords.h"
 #include "console/model/CardTimes.h"
 #include "console/plugin/RowTables.h"
 #include "host/PluginInterface.h"
@@ -68,6 +69,8 @@ class Session {
   // Returns when the objects that `Topology` returned last were read; no times before its first
   // call.
   virtual const CardTimes& Times() const = 0;
+  // Returns the records of the cards that belong to the objects that `Topology` returned last.
+  virtual CardRecords Cards() const { return {}; }
   // Returns all current properties of the object, including hidden ones, in the plug-in's order.
   virtual std::vector<PI::CProperty> Properties(std::uint64_t object) = 0;
   // Returns the record of one property; empty if the object does not currently have the property.

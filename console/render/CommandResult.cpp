@@ -114,15 +114,18 @@ Json TimeJson(std::uint64_t milliseconds) {
   return milliseconds == 0 ? Json() : Json(TimeText(milliseconds));
 }
 
+Json IdJson(const Object& object) {
+  return object.m_IsReported ? Json(IdText(object.m_ID)) : Json();
+}
+
 Json ObjectJson(const Model& model, const Object& object) {
   Json json = {{"object", object.m_Selector},
                {"type", KindName(object.m_Kind)},
-               {"id", IdText(object.m_ID)},
+               {"id", IdJson(object)},
                {"parents", IdsJson(object.m_Parents)},
                {"children", IdsJson(object.m_Children)}};
   json["owner"] = nullptr;
   if (const Object* owner = model.OwnerOf(object)) json["owner"] = owner->m_Selector;
-  if (object.m_Kind == Kind::Adapter) json["last_read_at"] = TimeJson(object.m_LastRead);
   for (const Field& field : FieldsOf(object.m_Kind)) {
     PutValue(json, field.m_Name, ReadField(object, field));
   }

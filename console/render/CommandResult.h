@@ -59,5 +59,7 @@ Json TimeJson(std::uint64_t milliseconds);
 
 // Returns an object with all fields of its kind; unknown values are null.
 Json ObjectJson(const Model& model, const Object& object);
+// Returns the id of an object; null if the plug-in does not report the object.
+Json IdJson(const Object& object);
 
 }  // namespace Console

@@ -12,6 +12,7 @@
 #include "console/base/Output.h"
 #include "console/base/Timestamp.h"
 #include "console/model/CardName.h"
+#include "console/model/EffectiveState.h"
 #include "console/model/EventSeverity.h"
 #include "console/model/FieldTable.h"
 #include "console/model/Health.h"
@@ -106,7 +107,10 @@ Samples PluginUp(const MetricRow&, const Source& source) {
 
 Samples AdapterCount(const MetricRow&, const Source& source) {
   if (!source.m_Observed.m_IsUp) return {};
-  return {{{}, fmt::format("{}", ObjectsOfKind(source, Kind::Adapter).size())}};
+  const std::vector<const Object*> adapters = ObjectsOfKind(source, Kind::Adapter);
+  const auto count = std::count_if(adapters.begin(), adapters.end(),
+                                   [](const Object* each) { return each->m_IsReported; });
+  return {{{}, fmt::format("{}", count)}};
 }
 
 Samples StartSeconds(const MetricRow&, const Source& source) {
@@ -134,9 +138,12 @@ Samples States(const MetricRow& row, const Source& source) {
     if (!value.Known()) continue;
     const std::vector<std::string> current = {BareText(value)};
     std::vector<std::string> all;
-    for (const std::int32_t choice : object->Find(field.m_PropertyID)->m_Value.m_Choice.m_Allowed) {
-      AddMissing(all, {ChoiceName(choice)});
+    if (const PI::CProperty* property = object->Find(field.m_PropertyID)) {
+      for (const std::int32_t choice : property->m_Value.m_Choice.m_Allowed) {
+        AddMissing(all, {ChoiceName(choice)});
+      }
     }
+    if (std::string(row.m_Field) == "status") AddMissing(all, EffectiveStatuses(kind));
     AddMissing(all, current);
     AddStates(samples, row, IdentityOf(*object, source), all, current);
   }

@@ -6,9 +6,7 @@
 #include <algorithm>
 
 #include "console/base/Failure.h"
-#include "console/base/Timestamp.h"
 #include "console/model/FieldTable.h"
-#include "console/render/HealthCells.h"
 
 namespace Console {
 namespace {
@@ -17,10 +15,6 @@ std::string Ids(const std::vector<std::uint64_t>& ids) {
   std::vector<std::string> texts;
   for (const std::uint64_t id : ids) texts.push_back(IdText(id));
   return texts.empty() ? "-" : fmt::format("{}", fmt::join(texts, ","));
-}
-
-std::string TimeOrDash(std::uint64_t milliseconds) {
-  return milliseconds == 0 ? "-" : TimeText(milliseconds);
 }
 
 // Columns whose value comes from the object itself instead of a property.
@@ -33,10 +27,9 @@ struct BuiltinColumn {
 const BuiltinColumn kBuiltinColumns[] = {
     {"object", "OBJECT", [](const Object& o) { return o.m_Selector; }},
     {"type", "TYPE", [](const Object& o) { return std::string(KindName(o.m_Kind)); }},
-    {"id", "ID", [](const Object& o) { return IdText(o.m_ID); }},
+    {"id", "ID", [](const Object& o) { return IdText(o); }},
     {"parents", "PARENTS", [](const Object& o) { return Ids(o.m_Parents); }},
     {"children", "CHILDREN", [](const Object& o) { return Ids(o.m_Children); }},
-    {"last_read_at", "LAST READ", [](const Object& o) { return TimeOrDash(o.m_LastRead); }},
 };
 
 constexpr Kind kKinds[] = {Kind::Adapter, Kind::Drive, Kind::Plugin};
@@ -94,12 +87,11 @@ std::vector<Column> ObjectColumns(const std::vector<std::string>& names) {
   return columns;
 }
 
-Cell ObjectCell(const Model& model, const Object& object, const std::string& name, bool ascii) {
+Cell ObjectCell(const Object& object, const std::string& name, bool ascii) {
   if (const BuiltinColumn* builtin = FindBuiltinColumn(name))
     return TextCell(builtin->m_Text(object));
   const Field* field = FindField(object.m_Kind, name);
   if (field == nullptr) return {"", "-", Severity::Neutral};
-  if (name == "status" && object.m_Kind == Kind::Drive) return StatusCell(HealthOf(model, object));
   return ValueCell(ReadField(object, *field), ascii);
 }
 

@@ -17,6 +17,6 @@ std::vector<Column> ObjectColumns(const std::vector<std::string>& names);
 
 // Returns the cell of an object in the column `name`. If the object's kind does not have the
 // column, the cell is blank for people and "-" for scripts.
-Cell ObjectCell(const Model& model, const Object& object, const std::string& name, bool ascii);
+Cell ObjectCell(const Object& object, const std::string& name, bool ascii);
 
 }  // namespace Console

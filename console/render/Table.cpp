@@ -8,6 +8,7 @@
 #include <new>
 
 #include "base/Printable.h"
+#include "console/model/EffectiveState.h"
 
 namespace Console {
 namespace {
@@ -89,10 +90,12 @@ Cell TextCell(const std::string& text) {
   return {text, Base::Printable(text), Severity::Neutral};
 }
 
-// Healthy values are shown in lower case.
+// Healthy values, and the status of a detached object, are shown in lower case.
 Cell ValueCell(const Value& value, bool ascii) {
   Cell cell{HumanText(value, ascii), BareText(value), value.m_Severity};
-  if (value.m_Severity == Severity::Good) {
+  const auto* text = std::get_if<std::string>(&value.m_Data);
+  const bool isDetached = value.m_Kind == ValueKind::Choice && text && *text == kDetached;
+  if (value.m_Severity == Severity::Good || isDetached) {
     std::transform(cell.m_Human.begin(), cell.m_Human.end(), cell.m_Human.begin(), [](char c) {
       return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     });

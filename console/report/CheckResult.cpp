@@ -77,14 +77,6 @@ std::optional<std::size_t> AcknowledgmentOf(const CheckInput& input, const std::
   return static_cast<std::size_t>(found - all.begin());
 }
 
-// Where and when a missing card was last seen; empty for other objects.
-std::string LastSeenText(const Object& object) {
-  const std::string time = FieldText(object, "last_seen_at");
-  if (time.empty() || FieldText(object, "status") != "MISSING") return {};
-  const std::string slot = FieldText(object, "pci_slot");
-  return "last seen " + time + (slot.empty() ? "" : " in slot " + slot);
-}
-
 // Finds the problems of one object.
 class ProblemFinder {
  public:
@@ -97,14 +89,14 @@ class ProblemFinder {
   std::vector<Problem> Find() {
     for (const Reason& reason : m_Health.m_Reasons) AddReason(reason);
     AddStatus();
-    if (m_Object.m_Kind == Kind::Adapter && !IsMissing()) AddBreaches();
+    if (m_Object.m_Kind == Kind::Adapter && IsReadable()) AddBreaches();
     std::stable_sort(m_Problems.begin(), m_Problems.end(),
                      [](const Problem& a, const Problem& b) { return a.m_State > b.m_State; });
     return m_Problems;
   }
 
  private:
-  bool IsMissing() const { return BareText(m_Health.m_Status) == "MISSING"; }
+  bool IsReadable() const { return m_Object.m_Access == Access::Readable; }
 
   CheckState WorstState() const {
     CheckState worst = CheckState::Ok;
@@ -120,8 +112,12 @@ class ProblemFinder {
     if (status == PI::Value::FAILED) state = CheckState::Critical;
     const char* field =
         reason.m_Measured.m_Field == nullptr ? "" : reason.m_Measured.m_Field->m_Name;
-    m_Problems.push_back({state, reason.m_Name, ReasonText(reason, m_Input.m_Ascii),
-                          reason.m_Advice, field, false,
+    // The status already names the state, so only the detail is added.
+    const bool isStatus = reason.m_Name == BareText(m_Health.m_Status);
+    const std::string text = isStatus && !reason.m_Detail.empty()
+                                 ? Base::Printable(reason.m_Detail)
+                                 : ReasonText(reason, m_Input.m_Ascii);
+    m_Problems.push_back({state, reason.m_Name, text, reason.m_Advice, field, false,
                           AcknowledgmentOf(m_Input, m_Serial, reason.m_Name)});
   }
 
@@ -131,7 +127,7 @@ class ProblemFinder {
     if (row.m_State <= WorstState()) return;
     const std::string name = row.m_IsReason ? row.m_Status : "";
     const bool explains = m_Object.m_Kind == Kind::Adapter && !row.m_IsReason;
-    const std::string text = explains ? TextWithoutReason(m_Health) : LastSeenText(m_Object);
+    const std::string text = explains ? TextWithoutReason(m_Health) : "";
     m_Problems.push_back(
         {row.m_State, name, text, "", "", false, AcknowledgmentOf(m_Input, m_Serial, name)});
   }
@@ -166,8 +162,8 @@ CheckState WorstOf(const std::vector<Problem>& problems, bool withAcknowledged) 
   return worst;
 }
 
-Finding FindingOf(const Model& model, const Object& object, const CheckInput& input) {
-  Finding finding{&object, HealthOf(model, object), CheckState::Ok, {}};
+Finding FindingOf(const Object& object, const CheckInput& input) {
+  Finding finding{&object, HealthOf(object), CheckState::Ok, {}};
   finding.m_Problems = ProblemFinder(object, finding.m_Health, input).Find();
   finding.m_State = WorstOf(finding.m_Problems, false);
   return finding;
@@ -176,10 +172,10 @@ Finding FindingOf(const Model& model, const Object& object, const CheckInput& in
 // A drive has no reasons of its own; its card reports them. A problem that the card explains is
 // acknowledged with the card's.
 Finding DriveFinding(const Model& model, const Object& drive, const CheckInput& input) {
-  Finding finding = FindingOf(model, drive, input);
+  Finding finding = FindingOf(drive, input);
   const Object* adapter = AdapterOf(model, drive);
   if (adapter == nullptr) return finding;
-  const Finding card = FindingOf(model, *adapter, input);
+  const Finding card = FindingOf(*adapter, input);
   if (finding.m_State <= WorstOf(card.m_Problems, true)) {
     finding.m_State = std::min(finding.m_State, card.m_State);
   }
@@ -222,10 +218,9 @@ CheckResult CheckObjects(const Model& model, const Object* top, const CheckInput
   const std::map<const Object*, std::string> names = CardNames(model, LabelText);
   for (const Object* object : ObjectsWithStatus(model, top)) {
     const bool isAdapter = object->m_Kind == Kind::Adapter;
-    check.m_Findings.push_back(isAdapter ? FindingOf(model, *object, input)
+    check.m_Findings.push_back(isAdapter ? FindingOf(*object, input)
                                          : DriveFinding(model, *object, input));
-    const bool isMissing = BareText(check.m_Findings.back().m_Health.m_Status) == "MISSING";
-    if (!isAdapter || isMissing) continue;
+    if (!isAdapter || object->m_Access == Access::Missing) continue;
     ++check.m_Cards;
     const auto readings = ReadingsOf(*object, names.at(object), input.m_Ranges);
     check.m_Readings.insert(check.m_Readings.end(), readings.begin(), readings.end());

@@ -99,7 +99,7 @@ std::string Counts(const CheckResult& check) {
 std::string StateText(const Finding& finding) {
   const bool contradicts =
       finding.m_State != CheckState::Ok && IsHealthy(finding.m_Health.m_Status);
-  return contradicts ? CheckStateName(finding.m_State) : StatusText(finding.m_Health.m_Shown);
+  return contradicts ? CheckStateName(finding.m_State) : StatusText(finding.m_Health.m_Status);
 }
 
 // A reason that is the status itself is not repeated.

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -88,12 +89,17 @@ std::string NoCardsText() {
   return HostKit::CaptionOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE);
 }
 
+bool HasAdapter(const Model& model) {
+  return std::any_of(model.Objects().begin(), model.Objects().end(),
+                     [](const Object& object) { return object.m_Kind == Kind::Adapter; });
+}
+
 }  // namespace
 
 Context::Context(const Options& options, const Style& style, Diagnostics& diagnostics,
                  const ResultStream& stream, std::string command, std::string format,
                  std::vector<std::string> arguments, const TimeLimits& limits,
-                 SessionFactory factory)
+                 SessionFactory factory, CardStoreFactory cardStoreFactory)
     : m_Options(options),
       m_Style(style),
       m_Diagnostics(diagnostics),
@@ -103,7 +109,8 @@ Context::Context(const Options& options, const Style& style, Diagnostics& diagno
       m_Stream(stream),
       m_EventLog(diagnostics),
       m_Limits(limits),
-      m_Factory(std::move(factory)) {}
+      m_Factory(std::move(factory)),
+      m_CardStoreFactory(std::move(cardStoreFactory)) {}
 
 Context::~Context() {
   Close();
@@ -111,7 +118,7 @@ Context::~Context() {
 
 Context Context::With(const Options& options) const {
   return Context(options, m_Style, m_Diagnostics, m_Stream, m_Command, m_OutputFormat, m_Arguments,
-                 m_Limits, m_Factory);
+                 m_Limits, m_Factory, m_CardStoreFactory);
 }
 
 Session& Context::Open() {
@@ -141,7 +148,7 @@ Session& Context::Start() {
   if (!m_pSession) LoadPlugin();
   m_Plugin = m_pSession->Info();
   ThrowIfStopped();
-  if (!m_pSession->HasCards()) {
+  if (!m_pSession->HasCards() && !HasAdapter(Objects())) {
     m_Diagnostics.Note(HostKit::NameOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE),
                        NoCardsText(), {"Pass --simulate to use simulated cards."});
   }
@@ -166,7 +173,9 @@ std::filesystem::path Context::PluginFile() const {
 void Context::LoadPlugin() {
   PrepareForPlugin();
   RequireNoService();
-  m_pSession = std::make_unique<PluginSession>(PluginFile(), m_EventLog, m_Diagnostics, m_Limits);
+  auto session = std::make_unique<PluginSession>(PluginFile(), m_EventLog, m_Diagnostics, m_Limits);
+  if (m_CardStoreFactory) session->UseCardStore(m_CardStoreFactory());
+  m_pSession = std::move(session);
   ThrowIfStopped();
   if (!m_pSession->HasCards()) RequireReadableBus();
 }
@@ -174,7 +183,7 @@ void Context::LoadPlugin() {
 Model Context::Objects() {
   Session& session = Open();
   const std::vector<PI::CObject> topology = session.Topology();
-  return Model(topology, session.Times());
+  return Model(topology, session.Times(), session.Cards());
 }
 
 void Context::Close() {

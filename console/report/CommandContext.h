@@ -13,6 +13,7 @@
 #include "console/base/Options.h"
 #include "console/base/Output.h"
 #include "console/model/Model.h"
+#include "console/plugin/CardStore.h"
 #include "console/plugin/EventLogClient.h"
 #include "console/plugin/Session.h"
 #include "console/plugin/Simulation.h"
@@ -38,7 +39,7 @@ class Context {
   Context(const Options& options, const Style& style, Diagnostics& diagnostics,
           const ResultStream& stream, std::string command, std::string format,
           std::vector<std::string> arguments, const TimeLimits& limits = {},
-          SessionFactory factory = {});
+          SessionFactory factory = {}, CardStoreFactory cardStoreFactory = {});
   ~Context();
 
   // Sets the time limits for the plug-in (default: no limits).
@@ -99,6 +100,7 @@ class Context {
   EventLogClient m_EventLog;
   TimeLimits m_Limits;
   const SessionFactory m_Factory;
+  const CardStoreFactory m_CardStoreFactory;
   std::optional<PluginInfo> m_Plugin;
   std::uint64_t m_ObservedAt = 0;  // of the session that was closed
   std::unique_ptr<Simulation> m_pSimulation;

@@ -41,7 +41,7 @@ Json EventJson(const Object* object, const LoggedEvent& event) {
                {"severity", SeverityName(event.m_Severity)},
                {"event_id", event.m_EventID},
                {"event", HostKit::NameOf(HostKit::Family::Event, event.m_EventID)},
-               {"id", object == nullptr ? Json() : Json(IdText(object->m_ID))},
+               {"id", object == nullptr ? Json() : IdJson(*object)},
                {"logged_id", IdText(event.m_ObjectID)}};
   json["object"] = nullptr;
   if (object != nullptr) json["object"] = object->m_Selector;

@@ -32,7 +32,7 @@ CommandResult ObjectOverview(Context& context, const std::vector<std::string>& d
     if (object.m_Kind == Kind::Plugin && !withPlugin) continue;
     Row row;
     for (const Column& column : result.m_Table.m_Columns) {
-      row.m_Cells.push_back(ObjectCell(model, object, column.m_Name, context.m_Style.m_Ascii));
+      row.m_Cells.push_back(ObjectCell(object, column.m_Name, context.m_Style.m_Ascii));
     }
     const auto owner = object.m_Owner ? rowOf.find(*object.m_Owner) : rowOf.end();
     if (owner != rowOf.end()) row.m_Parent = owner->second;

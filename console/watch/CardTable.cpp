@@ -73,8 +73,8 @@ Line CardLine(const LiveModel& live, const Object& card, const Widths& widths, b
       BarPiece(used, widths.m_Bar, ascii)};
 }
 
-Line DriveLine(const LiveModel& live, const Object& drive, const Widths& widths, bool ascii) {
-  const Value status = HealthOf(live.CurrentModel(), drive).m_Shown;
+Line DriveLine(const Object& drive, const Widths& widths, bool ascii) {
+  const Value status = HealthOf(drive).m_Status;
   return {{Fit("  " + drive.m_Selector, Widths::kObject) + " "},
           {Fit(Human(ReadField(drive, "name"), ascii), widths.m_Name) + " "},
           {Fit(StatusText(status), Widths::kStatus) + " ", status.m_Severity},
@@ -110,7 +110,7 @@ CardTable DrawCardTable(const LiveModel& live, std::uint64_t selected, std::size
   table.m_Headings = ColumnLine(widths);
   for (const Object* object : ObjectsWithStatus(live.CurrentModel())) {
     Line line = object->m_Kind == Kind::Adapter ? CardLine(live, *object, widths, ascii)
-                                                : DriveLine(live, *object, widths, ascii);
+                                                : DriveLine(*object, widths, ascii);
     if (object->m_ID == selected) {
       table.m_Selected = table.m_Lines.size();
       Highlight(line, columns);

@@ -56,7 +56,7 @@ bool LiveModel::Wait(milliseconds timeout, const WaitSet& extra) {
 void LiveModel::Read() {
   const std::vector<LoggedEvent> events = m_Session.CollectEvents();
   const std::vector<PI::CObject> topology = m_Session.Topology();
-  m_Model = Model(topology, m_Session.Times());
+  m_Model = Model(topology, m_Session.Times(), m_Session.Cards());
   for (const LoggedEvent& event : events) Remember(m_Model.Find(event.m_ObjectID), event);
   RememberTemperatures();
   m_PollInterval = PollIntervalOf(m_Model);

@@ -169,7 +169,7 @@ std::vector<Line> WatchView::DrawObject(const LiveModel& live, ScreenSize size) 
     lines.push_back({{Fit(field.m_Name, kNames)},
                      {Base::Printable(HumanText(value, m_Ascii)), value.m_Severity}});
   }
-  Lines page = {Heading(fmt::format("{}  {}", object->m_Selector, IdText(object->m_ID)))};
+  Lines page = {Heading(fmt::format("{}  {}", object->m_Selector, IdText(*object)))};
   Append(page, VisibleLines(lines, size.m_Rows > 0 ? size.m_Rows - 1 : 0));
   return page;
 }

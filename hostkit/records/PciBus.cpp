@@ -7,11 +7,13 @@
 #include <fstream>
 #include <iomanip>
 #include <optional>
+#include <sstream>
 #include <string_view>
 #include <tuple>
 
 #include "host/Toolkit.h"
 #include "hostkit/Paths.h"
+#include "hostkit/PciBus.h"
 
 namespace MBXX {
 
@@ -95,3 +97,19 @@ bool CConfigManager::GetLocation(const std::vector<std::string>& ids, unsigned l
 }
 
 }  // namespace MBXX
+
+namespace HostKit {
+
+std::vector<std::string> FindPciDevices(const std::vector<std::string>& identities) {
+  std::vector<std::string> addresses;
+  for (const auto& [segment, bus, device, function] :
+       MBXX::FindDevices(MBXX::ParseIdentities(identities))) {
+    std::ostringstream text;
+    text << std::hex << std::setfill('0') << std::setw(4) << segment << ':' << std::setw(2) << bus
+         << ':' << std::setw(2) << device << '.' << function;
+    addresses.push_back(text.str());
+  }
+  return addresses;
+}
+
+}  // namespace HostKit

@@ -23,7 +23,7 @@ namespace Service {
 struct ApiContext {
   const Console::CommandTable& m_Commands;
   const Console::ResultStream& m_Stream;
-  const SnapshotStore& m_Store;
+  SnapshotStore& m_Store;
   const Collector& m_Collector;
   EventFeed& m_Feed;
   EventSummary& m_Summary;

@@ -73,7 +73,7 @@ std::optional<Response> Refresh(const ApiContext& api) {
 
 std::string CardName(const Snapshot& snapshot, const std::string& serial) {
   RequireReport(snapshot);
-  const Console::Model model(snapshot.m_Objects);
+  const Console::Model model = ModelOf(snapshot);
   for (const Console::Object& object : model.Objects()) {
     const bool isCard = object.m_Kind == Console::Kind::Adapter;
     if (isCard && Console::FieldText(object, "serial_number") == serial) return object.m_Selector;

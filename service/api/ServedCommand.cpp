@@ -42,7 +42,7 @@ bool IsNotResponding(const Snapshot& snapshot, const Console::Object& object) {
 }
 
 void NoteUnreadCards(const Snapshot& snapshot, Diagnostics& diagnostics) {
-  const Console::Model model(snapshot.m_Objects, snapshot.m_Times);
+  const Console::Model model = ModelOf(snapshot);
   for (const Console::Object& object : model.Objects()) {
     if (!IsNotResponding(snapshot, object)) continue;
     diagnostics.Note("CARD_NOT_RESPONDING", object.m_Selector + ": not responding since " +

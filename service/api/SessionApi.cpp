@@ -35,11 +35,14 @@ Response MakeReply(const PluginReply& reply) {
   return Http::MakeResponse(200, kJsonType, JsonText(Console::ToJson(reply)));
 }
 
-// Adds the times to a topology.
+// Adds the times and the records of the cards to a topology.
 Response MakeSnapshotReply(const Snapshot& snapshot, const PluginCommand& command,
                            const PluginReply& reply) {
   Json json = Console::ToJson(reply);
-  if (command.m_Command == PI::CMD_GET_TOPOLOGY) json["times"] = Console::ToJson(snapshot.m_Times);
+  if (command.m_Command == PI::CMD_GET_TOPOLOGY) {
+    json["times"] = Console::ToJson(snapshot.m_Times);
+    json["cards"] = Console::ToJson(snapshot.m_Cards);
+  }
   return Http::MakeResponse(200, kJsonType, JsonText(json));
 }
 

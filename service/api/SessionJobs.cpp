@@ -60,7 +60,7 @@ const PI::COperation* ExecutedOperation(const Console::PluginCommand& command) {
 
 // Returns null if the snapshot has no card with that serial number.
 const PI::CObject* FindCard(const Snapshot& snapshot, const std::string& serial) {
-  const Console::Model model(snapshot.m_Objects);
+  const Console::Model model = ModelOf(snapshot);
   for (const Console::Object& object : model.Objects()) {
     if (object.m_Kind != Console::Kind::Adapter) continue;
     if (Console::FieldText(object, "serial_number") == serial) return snapshot.Find(object.m_ID);

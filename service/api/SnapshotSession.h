@@ -26,6 +26,7 @@ class SnapshotSession : public Console::Session {
   void SetDeadline(const Console::Deadline&) override {}
   std::vector<PI::CObject> Topology() override { return m_Snapshot->m_Objects; }
   const Console::CardTimes& Times() const override { return m_Snapshot->m_Times; }
+  Console::CardRecords Cards() const override { return m_Snapshot->m_Cards; }
   std::vector<PI::CProperty> Properties(std::uint64_t object) override;
   std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) override;
   std::uint32_t SetProperty(std::uint64_t object, PI::CProperty& property) override;

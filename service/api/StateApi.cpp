@@ -171,7 +171,12 @@ Reply GetKnownCards(const ApiContext& api, const Request&) {
 Reply DeleteCard(const ApiContext& api, const Request& request) {
   const std::string serial = request.m_Parameters.at("serial");
   return ChangeState(
-      api, [serial](StateStore& store) { return store.Forget(serial); },
+      api,
+      [&api, serial](StateStore& store) {
+        const ForgetResult result = store.Forget(serial);
+        if (result == ForgetResult::Done) api.m_Store.SetKnownCards(store.Records());
+        return result;
+      },
       [serial](ForgetResult result) { return ForgottenResponse(result, serial); });
 }
 

@@ -104,6 +104,10 @@ std::optional<Console::PluginReply> ServiceSession::Call(Console::PluginCommand 
       m_Times = Console::CardTimesFromJson(*times);
       json.erase(times);
     }
+    if (const auto cards = json.find("cards"); cards != json.end()) {
+      m_Cards = Console::CardRecordsFromJson(*cards);
+      json.erase(cards);
+    }
     return Console::ReplyFromJson(command.m_Command, json);
   });
 }

@@ -41,6 +41,7 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   void KeepConnected(std::function<void()> onLost) override { m_OnLost = std::move(onLost); }
   std::vector<PI::CObject> Topology() override;
   const Console::CardTimes& Times() const override { return m_Times; }
+  Console::CardRecords Cards() const override { return m_Cards; }
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
   HostKit::RowTable ReadRows(const Console::RowSource& source) override;
   std::vector<Console::LoggedEvent> CollectEvents() override;
@@ -78,6 +79,7 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   EventStream m_Stream;
   SessionState m_State;
   Console::CardTimes m_Times;  // of the last topology
+  Console::CardRecords m_Cards;
   // Number of the newest event that was returned, or that existed before the session.
   std::int64_t m_Seen;
 

@@ -227,16 +227,36 @@ std::vector<LoggedEvent> StateStore::Record(const Observation& observation) {
   return events;
 }
 
-std::vector<KnownCard> StateStore::Cards() {
-  std::vector<KnownCard> cards;
+void StateStore::RecordCards(const std::vector<PI::CObject>& objects, std::uint64_t timeMs) {
+  const Model model(objects);
+  const CardStates observed = StatesOf(model);
+  Change([&](Connection& connection) {
+    const CardRows stored = ReadCardRows(connection);
+    CardRows rows = stored;
+    CardUpdate update(connection, timeMs, model, observed, rows);
+    update.AddCards();
+    update.MarkMissing(std::nullopt);
+    WriteCardRows(connection, stored, rows);
+    WriteNumber(connection, StateNumber::NextPosition, update.NextPosition());
+  });
+}
+
+Console::CardRecords StateStore::Records() {
+  Console::CardRecords records;
+  std::vector<KnownCard>& cards = records.m_Known;
   Read([&](Connection& connection) {
     cards.clear();
     for (const auto& [serial, row] : ReadCardRows(connection)) cards.push_back(row.m_Card);
+    records.m_NextPosition = ReadNumber(connection, StateNumber::NextPosition);
   });
   std::sort(cards.begin(), cards.end(), [](const KnownCard& left, const KnownCard& right) {
     return left.m_Position < right.m_Position;
   });
-  return cards;
+  return records;
+}
+
+std::vector<KnownCard> StateStore::Cards() {
+  return Records().m_Known;
 }
 
 ForgetResult StateStore::Forget(const std::string& serial, std::optional<bool> isPresent) {

@@ -36,11 +36,18 @@ class StateStore {
   // logs nothing, because all its cards are new.
   std::vector<HostKit::LoggedEvent> Record(const Observation& observation) HOST_BLOCKS;
 
+  // Adds new cards and updates the known ones, like `Record`, for a host that logs the plug-in's
+  // events itself. Stores no history. The next first observation of `Record` therefore logs the
+  // same events as without this call.
+  void RecordCards(const std::vector<PI::CObject>& objects, std::uint64_t timeMs) HOST_BLOCKS;
+
   // Returns all known cards, ordered by position.
   //
   // A card keeps its position while it is removed from the machine. A new card gets the next unused
   // position. The position of a forgotten card is not reused, unless it was the highest.
   std::vector<KnownCard> Cards() HOST_BLOCKS;
+  // Returns all known cards, ordered by position, and the next unused position.
+  Console::CardRecords Records() HOST_BLOCKS;
 
   // Removes a missing card, with its history and acknowledgments. If the card is inserted again, it
   // counts as a new card. `isPresent` says whether the card is present; if it is empty, the last
