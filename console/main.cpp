@@ -35,8 +35,13 @@ const Command* NamedCommand(const Options& options) {
 }
 
 ExitCode Main(const Words& arguments) {
-  Invocation invocation{AllCommands(), {}, nullptr,
-                        false,         std::nullopt, ConnectToService, Service::CreateCardRecorder};
+  Invocation invocation{AllCommands(),
+                        {},
+                        nullptr,
+                        false,
+                        std::nullopt,
+                        ConnectToService,
+                        Service::CreateCardRecorder};
   try {
     InstallStopHandlers();
     ParseCommandLine(arguments, invocation.m_Options);

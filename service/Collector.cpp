@@ -26,12 +26,11 @@ std::optional<std::int64_t> LogPosition() {
 // Finds the places of the cards that the plug-in has never been able to read.
 void LocateUnreadable(Snapshot& snapshot) {
   std::vector<Console::UnreadableCard>& cards = snapshot.m_Cards.m_Unreadable;
-  const bool hasAll = std::none_of(cards.begin(), cards.end(), [](const auto& card) {
-    return card.m_SerialNumber.empty();
-  });
+  const bool hasAll = std::none_of(cards.begin(), cards.end(),
+                                   [](const auto& card) { return card.m_SerialNumber.empty(); });
   if (hasAll) return;
-  Console::AssignAddresses(
-      cards, Console::UnreportedDevices(snapshot.m_Objects, Console::CardDevices()));
+  Console::AssignAddresses(cards,
+                           Console::UnreportedDevices(snapshot.m_Objects, Console::CardDevices()));
 }
 
 // Maximum plug-in calls per step, each with its own timeout.

@@ -8,7 +8,8 @@ using Events = std::vector<HostKit::LoggedEvent>;
 
 EventAnnouncer::EventAnnouncer(StateThread& state, EventFeed& feed, EventSummary& summary,
                                EventHooks* hooks,
-                               std::function<void(const HostKit::LoggedEvent&)> log, OnCards onCards)
+                               std::function<void(const HostKit::LoggedEvent&)> log,
+                               OnCards onCards)
     : m_State(state),
       m_Feed(feed),
       m_Summary(summary),

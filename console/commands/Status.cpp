@@ -23,6 +23,7 @@ Json ReasonJson(const Reason& reason) {
   Json json = {{"number", reason.m_Number},
                {"name", reason.m_Name},
                {"caption", reason.m_Caption},
+               {"detail", reason.m_Detail.empty() ? Json() : Json(reason.m_Detail)},
                {"measured", ReadingJson(reason.m_Measured)},
                {"limit", ReadingJson(reason.m_Limit)}};
   json["advice"] = nullptr;
@@ -47,7 +48,10 @@ Json HealthJson(const StatusEntry& entry) {
   PutValue(json, "status", health.m_Status);
   PutValue(json, "activity", health.m_Activity);
   json["since"] = TimeJson(entry.m_Since.value_or(0));
-  if (object.m_Kind == Kind::Adapter) json["last_read_at"] = TimeJson(object.m_LastRead);
+  if (object.m_Kind == Kind::Adapter) {
+    json["last_seen_at"] = TimeJson(object.m_LastSeen);
+    json["last_read_at"] = TimeJson(object.m_LastRead);
+  }
   json["reasons"] = Json::array();
   for (const Reason& reason : health.m_Reasons) json["reasons"].push_back(ReasonJson(reason));
   return json;
@@ -133,8 +137,7 @@ std::string Text(const std::vector<StatusEntry>& all, bool isNamed, const Style&
 std::vector<StatusEntry> CreateEntries(Context& context, const Model& model,
                                        const Objects& chosen) {
   std::vector<StatusEntry> all;
-  for (const Object* object : chosen)
-    all.push_back({object, HealthOf(*object), std::nullopt});
+  for (const Object* object : chosen) all.push_back({object, HealthOf(*object), std::nullopt});
   if (std::all_of(all.begin(), all.end(),
                   [](const StatusEntry& entry) { return entry.m_Health.m_Reasons.empty(); })) {
     return all;
@@ -144,7 +147,10 @@ std::vector<StatusEntry> CreateEntries(Context& context, const Model& model,
       EventMatcher(model).GroupByObject(context.EventLog().Read(0, EventLogClient::kAll));
   for (StatusEntry& entry : all) {
     const auto found = events.find(entry.m_pObject);
-    if (found != events.end()) entry.m_Since = StatusSince(entry.m_Health, found->second);
+    if (entry.m_pObject->m_Access != Access::Readable && entry.m_pObject->m_LastSeen != 0) {
+      entry.m_Since = entry.m_pObject->m_LastSeen;
+    } else if (found != events.end())
+      entry.m_Since = StatusSince(entry.m_Health, found->second);
   }
   return all;
 }

@@ -18,9 +18,9 @@ bool IsAt(const std::string& device, const std::string& address) {
 }  // namespace
 
 const std::vector<std::string>& CardIdentities() {
-  static const std::vector<std::string> identities = {
-      "1AED1000", "1AED1003", "1AED1005", "1AED1006", "1AED1007",
-      "1AED1008", "1AED2001", "1AED3001", "1AED3002"};
+  static const std::vector<std::string> identities = {"1AED1000", "1AED1003", "1AED1005",
+                                                      "1AED1006", "1AED1007", "1AED1008",
+                                                      "1AED2001", "1AED3001", "1AED3002"};
   return identities;
 }
 

@@ -153,7 +153,7 @@ Samples States(const MetricRow& row, const Source& source) {
 // Returns all possible reasons, so that a reason that no longer applies is reported as 0 and its
 // series has no gap.
 std::vector<std::string> AllReasons() {
-  std::vector<std::string> names;
+  std::vector<std::string> names = {kMissing, kUnreadable};
   for (const std::uint32_t number : HostKit::NumbersOf(HostKit::Family::Value)) {
     const bool isReason = !HostKit::AdviceOf(HostKit::Family::Value, number).empty();
     if (isReason && number != PI::Value::ATTACHED) {

@@ -85,6 +85,19 @@ void StartTracing(const Options& options) {
   HostKit::SetTraceMask(*mask);
 }
 
+// Simulated cards have their own default database, so that they never count as missing cards of
+// this machine.
+void SelectDatabase(const Options& options) {
+  constexpr const char* kVariable = "CORVANE_DATABASE";
+  if (!options.m_Database.empty()) {
+    setenv(kVariable, options.m_Database.c_str(), 1);
+  } else if (const char* given = getenv(kVariable);
+             options.m_Simulate && (given == nullptr || *given == '\0')) {
+    const auto file = HostKit::DatabaseFile().parent_path() / "simulated.db";
+    setenv(kVariable, file.string().c_str(), 1);
+  }
+}
+
 std::string NoCardsText() {
   return HostKit::CaptionOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE);
 }
@@ -159,7 +172,7 @@ void Context::PrepareForPlugin() {
   RequireFreeDescriptors();
   StartTracing(m_Options);
   RequireReadableConfig();
-  if (!m_Options.m_Database.empty()) setenv("CORVANE_DATABASE", m_Options.m_Database.c_str(), 1);
+  SelectDatabase(m_Options);
   if (m_Options.m_Simulate)
     m_pSimulation = std::make_unique<Simulation>(*m_Options.m_Simulate, m_Limits);
   ThrowIfStopped();

@@ -1,5 +1,7 @@
 // Finds devices on the PCI bus. sysfs has a directory per device, named after its address, with its
 // identity in small text files.
+#include "hostkit/PciBus.h"
+
 #include <algorithm>
 #include <charconv>
 #include <climits>
@@ -13,7 +15,6 @@
 
 #include "host/Toolkit.h"
 #include "hostkit/Paths.h"
-#include "hostkit/PciBus.h"
 
 namespace MBXX {
 

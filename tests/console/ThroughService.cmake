@@ -11,6 +11,7 @@ set(THROUGH_SERVICE
   "format"
   "hang|the test plug-in"
   "inspect"
+  "known_cards|the in-memory database"
   "metrics|plug-ins that cannot be loaded, and the text file"
   "op"
   "output_formats|the test plug-in, and failures without cards"
@@ -19,6 +20,7 @@ set(THROUGH_SERVICE
   "status|the test plug-in, and changes that follow a trace"
   "thresholds"
   "trouble|the test plug-in, and failures of a plug-in in the same process"
+  "truth"
   "watch")
 
 # The suites that only run directly, and the reasons.

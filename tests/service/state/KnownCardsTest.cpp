@@ -121,6 +121,26 @@ TEST_F(KnownCards, AreLimitedTo1024) {
   EXPECT_EQ(m_Store.Cards().back().m_SerialNumber, "S1023");
 }
 
+TEST_F(KnownCards, AreRecordedByAHostWithoutAService) {
+  m_Store.RecordCards(StateTest::Objects(CardsOf({"S1", "S0"})), kStart);
+  EXPECT_EQ(Known(), "a0 S1, a1 S0");
+  m_Store.RecordCards(StateTest::Objects(CardsOf({"S0", "S2"})), kStart + kMinute);
+  EXPECT_EQ(Known(), "a0 S1 missing, a1 S0, a2 S2");
+  EXPECT_EQ(m_Store.Cards().at(0).m_LastSeen, kStart);
+  EXPECT_EQ(m_Store.Records().m_NextPosition, 3);
+}
+
+// The service has not logged the removal that a host without a service has seen.
+TEST_F(KnownCards, AreStillComparedWithTheLogAfterAHostHasRecordedThem) {
+  Record(kStart, CardsOf({"S0", "S1"}));
+  m_Store.RecordCards(StateTest::Objects(CardsOf({"S0"})), kStart + kMinute);
+  RestartService();
+  const auto events = Record(kStart + 2 * kMinute, CardsOf({"S0"}));
+  ASSERT_EQ(events.size(), 1U);
+  EXPECT_EQ(events[0].m_EventID, static_cast<std::uint32_t>(PI::Event::CTRL_PNPREMOVE));
+  EXPECT_EQ(events[0].m_SerialNumber, "S1");
+}
+
 // A database that is older than these tables may contain views with their names, and triggers on
 // tables with their names.
 TEST_F(KnownCards, IgnoreUnknownTriggersAndViews) {

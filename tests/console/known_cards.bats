@@ -1,0 +1,133 @@
+#!/usr/bin/env bats
+# Cards that were seen earlier: their names, and how they are shown while they are missing or cannot
+# be read. Each test has its own cards and database.
+
+# shellcheck disable=SC2030,SC2031  # variables that are set in one test only
+
+bats_require_minimum_version 1.5.0
+load helper
+
+setup_file() {
+  load helper
+  make_machine
+  echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
+}
+
+# Three cards, seen once: a0 is FA00000001, a1 is FA00000002, a2 is FA00000003.
+setup() {
+  load helper
+  export CARDSIM_STATE="$BATS_TEST_TMPDIR/cards.json" CORVANE_DATABASE="$BATS_TEST_TMPDIR/known.db"
+  cardsim new
+  cardsim add flash-785g
+  cardsim add flash-2400g
+  cardsim add flash-2600g
+  cp "$CARDSIM_STATE" "$BATS_TEST_TMPDIR/complete.json"
+  host list >/dev/null
+}
+
+# value NAME FIELD: prints a field of an object.
+value() { host get "$1" "$2"; }
+
+# has NAME FIELD VALUE: succeeds if the field has the value.
+has() { [ "$(value "$1" "$2")" = "$3" ]; }
+
+# pull CARD: removes a card and waits until the host has noticed.
+pull() {
+  cardsim remove "card$1"
+  eventually has "a$1" status MISSING
+}
+
+# serials: prints the name and serial number of each card.
+serials() {
+  host list -o json | python3 -c '
+import json, sys
+cards = json.load(sys.stdin)["result"]["objects"]
+names = ["{}={}".format(c["object"], c["serial_number"]) for c in cards if c["type"] == "adapter"]
+print(*names)'
+}
+
+@test "removing a card renames no other card" {
+  pull 1
+  same "a0=FA00000001 a1=FA00000002 a2=FA00000003" "$(serials)"
+  pull 0
+  same "a0=FA00000001 a1=FA00000002 a2=FA00000003" "$(serials)"
+  same OK "$(value FA00000003 plugin_status)"
+}
+
+@test "a card that returns has its old name" {
+  pull 0
+  cp "$BATS_TEST_TMPDIR/complete.json" "$CARDSIM_STATE"
+  eventually has a0 status OK
+  same "a0=FA00000001 a1=FA00000002 a2=FA00000003" "$(serials)"
+}
+
+@test "a card without a serial number follows all known cards" {
+  cardsim set card0 serial_number absent
+  eventually has a3 pci_address 0000:03:00.0
+  same MISSING "$(value a0 status)"
+  same - "$(value a3 serial_number)"
+}
+
+@test "a missing card is shown with its last place in every view" {
+  cardsim set card1 pci_slot_num 7
+  eventually has a1 pci_slot 7
+  pull 1
+  same $'FA00000002\n7\n0000:04:00.0\nMISSING\n-' \
+    "$(host get a1 serial_number pci_slot pci_address status temperature_celsius)"
+  [[ "$(value a1 last_seen_at)" == 20*T*+00:00 ]]
+  grep -E '^a1 .* MISSING .*FA00000002' <<<"$(host list)"
+  grep -E 'a1 .* MISSING' <<<"$(host tree)"
+  grep -E '^status +MISSING' <<<"$(host show a1)"
+  grep -F 'Card missing: last seen 20' <<<"$(host status)"
+  grep -F 'at PCI 0000:04:00.0, slot 7' <<<"$(host status a1)"
+  run -2 host check
+  [[ "$output" == "CORVANE CRITICAL - a1 MISSING"* ]]
+  grep -E '^a1 .*MISSING' <<<"$(host watch --for 1s)"
+  grep -F 'corvane_adapter_status{adapter="FA00000002",corvane_adapter_status="MISSING"} 1' \
+    <<<"$(host metrics)"
+  grep -F 'corvane_adapters 2' <<<"$(host metrics)"
+}
+
+@test "JSON has no id and no values for a missing card" {
+  pull 1
+  keep missing host show a1 -o json
+  valid missing
+  same '[null, "MISSING", null, ["MISSING"], null, []]' "$(json missing \
+    '[d["result"]["object"][f] for f in ("id", "status", "plugin_status", "status_reasons",
+      "temperature_celsius", "children")]')"
+}
+
+@test "changes of a missing card are refused" {
+  pull 1
+  local command
+  for command in "attach a1" "locate a1 on" "op run a1 LOCATE_DEVICE"; do
+    # shellcheck disable=SC2086  # a row is a command line
+    run -4 --separate-stderr host $command --yes
+    [[ "$stderr" == *"card FA00000002 is missing"* ]] || { echo "$stderr"; false; }
+  done
+}
+
+@test "forget removes a missing card, and refuses a present one" {
+  pull 1
+  run -4 host forget FA00000001 --yes
+  host forget FA00000002 --yes
+  same "a0=FA00000001 a2=FA00000003" "$(serials)"
+}
+
+@test "a card that cannot be opened is unreadable, not absent" {
+  cardsim fail vsl_open card1 --text "bad flash"
+  eventually has a1 status UNREADABLE
+  same FA00000002 "$(value a1 serial_number)"
+  [ "$(value a1 unreadable_reason)" != - ]
+  run -2 host check
+  [[ "$output" == *"a1 UNREADABLE: Card cannot be read: "* ]]
+  cardsim clear-failure vsl_open
+  eventually has a1 status OK
+}
+
+@test "without a database, names follow the order of the cards" {
+  direct_only "a service uses one database"
+  cardsim remove card0
+  export CORVANE_DATABASE=:memory:
+  same "a0=FA00000002 a1=FA00000003" "$(serials)"
+}
