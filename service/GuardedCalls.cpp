@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "console/plugin/CardError.h"
 #include "console/plugin/PluginLibrary.h"
 #include "host/vsl_abstraction.h"
 #include "service/CardGuard.h"
@@ -34,6 +35,12 @@ void SetError(vsl_error_record* error, const std::string& text) {
 vsl_code NotResponding(vsl_error_record* error) {
   SetError(error, "the card is not responding; the command may still take effect");
   return kNotResponding;
+}
+
+// Records a failed call, because the plug-in does not report its reason.
+vsl_code Recorded(const char* function, vsl_code code, const vsl_error_record* error) {
+  if (code != 0) Console::RecordCardError(function, code, error == nullptr ? "" : error->text);
+  return code;
 }
 
 // The result of a call that may return after the caller has given up.
@@ -295,12 +302,15 @@ bool vsl_iom_iterate(void** iom, uint32_t which, vsl_error_record* err) {
 
 vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* err) {
   const bool isGuarded = CardGuard::Instance().IsEnabled() && path != nullptr && iom != nullptr;
-  return isGuarded ? CreateCard(path, iom, err) : REAL(vsl_iom_create_by_name)(path, iom, err);
+  const vsl_code code =
+      isGuarded ? CreateCard(path, iom, err) : REAL(vsl_iom_create_by_name)(path, iom, err);
+  return Recorded("vsl_iom_create_by_name", code, err);
 }
 
 vsl_code vsl_open(void* iom, vsl_error_record* err) {
   const GuardedHandlePtr handle = CardGuard::Instance().Find(iom);
-  return handle ? Open(handle, err) : REAL(vsl_open)(iom, err);
+  const vsl_code code = handle ? Open(handle, err) : REAL(vsl_open)(iom, err);
+  return Recorded("vsl_open", code, err);
 }
 
 vsl_code vsl_close(void* iom, vsl_error_record* err) {
@@ -321,15 +331,18 @@ vsl_code vsl_adapter_create(void* iom, void** adapter, vsl_error_record* err) {
 }
 
 vsl_code vsl_iom_format_create(void* iom, void** format, vsl_error_record* err) {
-  return CreateReader(REAL(vsl_iom_format_create), "format.", iom, format, err);
+  const vsl_code code = CreateReader(REAL(vsl_iom_format_create), "format.", iom, format, err);
+  return Recorded("vsl_iom_format_create", code, err);
 }
 
 vsl_code vsl_iom_attach_create(void* iom, void** job, vsl_error_record* err) {
-  return CreateJob(REAL(vsl_iom_attach_create), iom, job, err);
+  const vsl_code code = CreateJob(REAL(vsl_iom_attach_create), iom, job, err);
+  return Recorded("vsl_iom_attach_create", code, err);
 }
 
 vsl_code vsl_iom_detach_create(void* iom, void** job, vsl_error_record* err) {
-  return CreateJob(REAL(vsl_iom_detach_create), iom, job, err);
+  const vsl_code code = CreateJob(REAL(vsl_iom_detach_create), iom, job, err);
+  return Recorded("vsl_iom_detach_create", code, err);
 }
 
 #define GUARDED_VALUE(type, name)                               \
@@ -353,11 +366,12 @@ GUARDED_VALUE(uint32_t, vsl_vsu_state)
 GUARDED_VALUE(bool, vsl_has_vsu_state)
 #undef GUARDED_VALUE
 
-#define GUARDED_SETTER(type, name)                                                 \
-  vsl_code name(void* handle, type value, vsl_error_record* err) {                 \
-    return CommandFor(handle, err, [value](void* real, vsl_error_record* record) { \
-      return REAL(name)(real, value, record);                                      \
-    });                                                                            \
+#define GUARDED_SETTER(type, name)                                    \
+  vsl_code name(void* handle, type value, vsl_error_record* err) {    \
+    const auto call = [value](void* real, vsl_error_record* record) { \
+      return REAL(name)(real, value, record);                         \
+    };                                                                \
+    return Recorded(#name, CommandFor(handle, err, call), err);       \
   }
 GUARDED_SETTER(uint32_t, vsl_set_beacon_state)
 GUARDED_SETTER(uint32_t, vsl_set_vsu_state)
@@ -375,15 +389,18 @@ bool vsl_vsu_iterate(void* iom, void** vsu, uint32_t which, vsl_error_record* er
 }
 
 vsl_code vsl_op_start(void* job, vsl_error_record* err) {
-  return CommandFor(job, err, [](void* real, vsl_error_record* record) {
+  const auto call = [](void* real, vsl_error_record* record) {
     return REAL(vsl_op_start)(real, record);
-  });
+  };
+  return Recorded("vsl_op_start", CommandFor(job, err, call), err);
 }
 
 // This call has no time limit, because a job may take any time.
 vsl_code vsl_op_wait_for_result(void* job, vsl_error_record* err) {
   const GuardedHandlePtr handle = CardGuard::Instance().Find(job);
-  if (!handle) return REAL(vsl_op_wait_for_result)(job, err);
-  if (handle->m_IsDetached) return NotResponding(err);
-  return REAL(vsl_op_wait_for_result)(handle->m_Real.load(), err);
+  if (handle && handle->m_IsDetached) {
+    return Recorded("vsl_op_wait_for_result", NotResponding(err), err);
+  }
+  void* const real = handle ? handle->m_Real.load() : job;
+  return Recorded("vsl_op_wait_for_result", REAL(vsl_op_wait_for_result)(real, err), err);
 }

@@ -60,6 +60,14 @@ Job JobTable::Begin(const std::string& serial, const std::string& operation, boo
   return job;
 }
 
+void JobTable::RequireNotRunning(const std::string& serial, const std::string& operation) const {
+  const Base::MutexLock lock(m_Lock);
+  for (const Job& each : m_Jobs) {
+    const bool isRunning = each.m_Serial == serial && each.m_State == JobState::Running;
+    if (isRunning && each.m_Operation == operation) throw RunningFailure(each);
+  }
+}
+
 // Running jobs are kept; there is at most one per card.
 void JobTable::DropOldest() {
   if (m_Jobs.size() < kMaxJobs) return;

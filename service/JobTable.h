@@ -52,6 +52,8 @@ class JobTable {
   // Adds a running job. Throws `Console::Failure` if one is already running on the card.
   Job Begin(const std::string& serial, const std::string& operation, bool isDryRun,
             const JobClient& client = {});
+  // Throws `Console::Failure`, as `Begin` does, if this operation is running on the card.
+  void RequireNotRunning(const std::string& serial, const std::string& operation) const;
   // Records the end of a running job.
   void End(const std::string& id, JobState state, nlohmann::ordered_json result);
   // Removes a job that could not be started.

@@ -18,6 +18,7 @@ enum class ExitCode : int {
   PluginUnusable = 5,  // missing or incompatible
   Permission = 6,
   TimedOut = 7,
+  PartlyFailed = 8,  // some objects succeeded, and some failed
   Stopped = 130,
   // Used only by `check`, which returns the codes that monitoring systems expect.
   Warning = 1,

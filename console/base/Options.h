@@ -44,6 +44,7 @@ struct Options {
   std::string m_Confirm;
   std::string m_Capacity;
   std::string m_SectorSize;
+  bool m_Again = false;
   bool m_Yes = false;
   bool m_NoInput = false;
   bool m_DryRun = false;

@@ -29,12 +29,26 @@ void SetHandler(void (*handler)(int)) {
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
 }
 
-// If `g_SecondKills` is set, the first signal restores the default actions, so that any second
-// signal terminates the program.
+// Written by a second signal. Set by any thread, and read by the signal handler.
+constexpr const char* kTerminated = "corvane-host: terminated by a second signal\n";
+std::atomic<const char*> g_SecondText{kTerminated};
+static_assert(std::atomic<const char*>::is_always_lock_free);
+
+// Prints the text, then terminates the program as the signal does by default.
+void OnSecondSignal(int number) {
+  const char* const text = g_SecondText;
+  if (write(STDERR_FILENO, text, std::strlen(text)) < 0) {
+    // A signal handler cannot report the error, and the program ends anyway.
+  }
+  signal(number, SIG_DFL);
+  raise(number);
+}
+
+// If `g_SecondKills` is set, any second signal terminates the program.
 void OnSignal(int) {
   const int savedErrno = errno;
   g_Stop = 1;
-  if (g_SecondKills != 0) SetHandler(SIG_DFL);
+  if (g_SecondKills != 0) SetHandler(OnSecondSignal);
   const std::uint64_t one = 1;
   if (write(g_StopFd, &one, sizeof one) < 0) {
     // A signal handler cannot report the error, and the flag is already set.
@@ -55,6 +69,10 @@ void InstallStopHandlers(bool secondKills) {
   for (const int number : {SIGPIPE, SIGXFSZ}) signal(number, SIG_IGN);
   // If the parent process ignores SIGCHLD, so would this one, and exit statuses would be lost.
   signal(SIGCHLD, SIG_DFL);
+}
+
+void SetSecondSignalText(const char* text) {
+  g_SecondText = text == nullptr ? kTerminated : text;
 }
 
 void ThrowIfStopped() {

@@ -10,6 +10,10 @@ namespace Console {
 // further effect. Throws `Failure`. Call before any thread starts.
 void InstallStopHandlers(bool secondKills = true);
 
+// Sets the line that a second stop signal writes to standard error before it terminates the
+// program; null: the default. `text` is a literal. Thread-safe.
+void SetSecondSignalText(const char* text);
+
 // Throws `Stopped` if a stop signal has arrived.
 void ThrowIfStopped();
 

@@ -79,14 +79,17 @@ void RequireConfirmation(const Context& context, const std::string& what,
   throw Refused("NOT_CONFIRMED", what, "canceled");
 }
 
+bool HasConfirmed(const Context& context, const std::string& what, const std::string& expected) {
+  if (context.m_Options.m_Given.count("--confirm") == 0) return false;
+  const std::string& given = context.m_Options.m_Confirm;
+  if (given == expected) return true;
+  throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not the serial number", given),
+                {"Find the serial number with: corvane-host list"});
+}
+
 void RequireTypedText(const Context& context, const std::string& what, const std::string& plan,
                       const std::string& expected) {
-  const std::string& given = context.m_Options.m_Confirm;
-  if (!given.empty()) {
-    if (given == expected) return;
-    throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not the serial number", given),
-                  {"Find the serial number with: corvane-host list"});
-  }
+  if (HasConfirmed(context, what, expected)) return;
   if (!CanPrompt(context.m_Options)) {
     throw Refused("NOT_CONFIRMED", what, NoPromptReason(context.m_Options),
                   {"Pass --confirm SERIAL to proceed; --yes does not apply to format.",

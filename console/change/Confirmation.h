@@ -24,8 +24,12 @@ void RequireNotInUse(const Model& model, const Object& object, const std::string
 void RequireConfirmation(const Context& context, const std::string& what,
                          const std::string& question);
 
-// Shows `plan` and prompts for the text `expected`. With --confirm, does not prompt, and the
-// option's value must be `expected`; --yes has no effect. Throws like `RequireConfirmation`.
+// Returns whether --confirm was given. Throws `Failure` with exit code 4 if its value is not
+// `expected`. Call before everything else that the command does, also with --dry-run.
+bool HasConfirmed(const Context& context, const std::string& what, const std::string& expected);
+
+// Shows `plan` and prompts for the text `expected`, unless `HasConfirmed`; --yes has no effect.
+// Throws like `RequireConfirmation`.
 void RequireTypedText(const Context& context, const std::string& what, const std::string& plan,
                       const std::string& expected);
 

@@ -132,22 +132,7 @@ std::string PlanText(Context& context, const Model& model, const Object& drive, 
       fmt::format("  Change  {} -> about {} ({}), sectors {}\n",
                   Bytes(Number(drive, "formatted_size_bytes"), ascii), Bytes(plan.m_Bytes, ascii),
                   CapacityText(plan.m_Request), SectorText(drive, plan.m_Request, ascii));
-  const Object* adapter = AdapterOf(model, drive);
-  if (adapter != nullptr && StateOf(context.Open(), adapter->m_ID, Aspect::Card) == "attached") {
-    text +=
-        fmt::format("  Note    {} is attached; detach it first if the card rejects the format\n",
-                    adapter->m_Selector);
-  }
   return text + "  ALL DATA ON THIS DRIVE WILL BE LOST. This cannot be undone.\n";
-}
-
-void RequireAllowed(Session& session, const Model& model, const Object& drive) {
-  PI::COperation operation;
-  operation.m_OperationID = PI::OP_FORMAT_DEVICE;
-  const std::uint32_t error = session.CheckOperation(drive.m_ID, operation);
-  if (error != PI::SUCCESS)
-    throw CheckFailure(ActionText(FormatRow(), drive), &FormatRow(), "", error);
-  RequireNotInUse(model, drive, ActionText(FormatRow(), drive));
 }
 
 // Always passes all three parameters: the plug-in's default for a missing parameter may differ from
@@ -170,22 +155,33 @@ PI::COperation FormatOperation(const FormatRequest& request) {
   return operation;
 }
 
-// The plug-in returns the same error number for every card error. The usual cause is that the card
-// is attached, so this checks it.
-Failure FormatFailure(Session& session, const Model& model, const Object& drive,
-                      std::uint32_t error) {
-  const Failure plain = PluginFailure(ActionText(FormatRow(), drive), error);
+// Cards format only while they are detached.
+void RequireDetached(Session& session, const Model& model, const Object& drive) {
   const Object* adapter = AdapterOf(model, drive);
-  const bool attached =
-      adapter != nullptr && StateOf(session, adapter->m_ID, Aspect::Card) == "attached";
+  if (adapter == nullptr || StateOf(session, adapter->m_ID, Aspect::Card) != "attached") return;
+  throw Failure(ExitCode::Refused, "CARD_ATTACHED", ActionText(FormatRow(), drive),
+                fmt::format("{} is attached", adapter->m_Selector),
+                {fmt::format("Detach it first: corvane-host detach {}", adapter->m_Selector),
+                 "Nothing was changed."});
+}
+
+// Throws `Failure` if the drive is in use or the card would reject the format.
+void RequireAllowed(Session& session, const Model& model, const Object& drive,
+                    const FormatRequest& request) {
+  const std::string what = ActionText(FormatRow(), drive);
+  RequireNotInUse(model, drive, what);
+  RequireDetached(session, model, drive);
+  PI::COperation operation = FormatOperation(request);
+  const std::uint32_t error = session.CheckOperation(drive.m_ID, operation);
+  if (error != PI::SUCCESS) throw CheckFailure(session, what, &FormatRow(), "", error);
+}
+
+// The failure of a format that has started.
+Failure FormatFailure(Session& session, const Object& drive, std::uint32_t error) {
+  const Failure plain = CommandFailure(session, ActionText(FormatRow(), drive), error);
   std::vector<std::string> advice = plain.m_Advice;
-  if (attached && error == PI::ERR_COMMAND_ERROR) {
-    advice = {fmt::format("{} is attached. Detach it first: corvane-host detach {}",
-                          adapter->m_Selector, adapter->m_Selector)};
-  }
   advice.push_back(fmt::format("Check the drive: corvane-host show {}", drive.m_Selector));
-  return Failure(ExitCode::Failed, plain.m_Id, ActionText(FormatRow(), drive),
-                 fmt::format("the card rejected the command ({})", error), advice);
+  return Failure(plain.m_Code, plain.m_Id, plain.m_Text, advice);
 }
 
 Json JobJson(const Object& drive) {
@@ -200,8 +196,7 @@ void NoteFormatted(Context& context, const Object& drive) {
 }
 
 // Runs the format and returns the elapsed time. The call cannot be interrupted.
-milliseconds Execute(Context& context, const Model& model, const Object& drive,
-                     const FormatRequest& request) {
+milliseconds Execute(Context& context, const Object& drive, const FormatRequest& request) {
   Session& session = context.Open();
   PI::COperation operation = FormatOperation(request);
   std::uint32_t result = PI::SUCCESS;
@@ -212,7 +207,7 @@ milliseconds Execute(Context& context, const Model& model, const Object& drive,
     result = session.ExecuteOperation(drive.m_ID, operation);
     elapsed = progress.Elapsed();
   }
-  if (result != PI::SUCCESS) throw FormatFailure(session, model, drive, result);
+  if (result != PI::SUCCESS) throw FormatFailure(session, drive, result);
   if (IsStopRequested()) NoteFormatted(context, drive);
   ThrowIfStopped();
   return elapsed;
@@ -224,12 +219,19 @@ bool Differ(const Object& one, const Object& other) {
   });
 }
 
-bool ShouldDiffer(const Object& drive, const FormatRequest& request) {
-  if (request.m_Capacity == PI::Value::MAXIMUM_CAPACITY) return true;
+// Whether the drive reports the capacity that the format would give it.
+bool HasCapacity(const Object& drive, const FormatRequest& request) {
+  if (request.m_Capacity == PI::Value::MAXIMUM_CAPACITY) {
+    const std::uint64_t largest = Number(drive, "configurable_size_bytes");
+    return largest != 0 && Number(drive, "formatted_size_bytes") == largest;
+  }
   const Value ratio = ReadField(drive, "formatted_ratio");
   const auto* now = std::get_if<double>(&ratio.m_Data);
-  const bool sameSize = now != nullptr && std::abs(*now * 100 - Percent(request)) < 0.5;
-  return !sameSize || Number(drive, "sector_size_bytes") != request.m_SectorSize;
+  return now != nullptr && std::abs(*now * 100 - Percent(request)) < 0.5;
+}
+
+bool ShouldDiffer(const Object& drive, const FormatRequest& request) {
+  return !HasCapacity(drive, request) || Number(drive, "sector_size_bytes") != request.m_SectorSize;
 }
 
 // Waits until the plug-in reports the new size, which it does after the next scan of all cards, and
@@ -304,17 +306,23 @@ std::string DoneText(const Object& drive, const std::optional<Object>& after, mi
                             HumanText(ReadField(*after, "sector_size_bytes"), ascii));
 }
 
+enum class Outcome { Formatted, Nothing, Planned, PlannedNothing };
+
 CommandResult FormatResult(const Object& drive, const Plan& plan,
-                           const std::optional<Object>& after, bool dryRun, milliseconds elapsed) {
+                           const std::optional<Object>& after, Outcome outcome,
+                           milliseconds elapsed) {
+  const bool dryRun = outcome == Outcome::Planned || outcome == Outcome::PlannedNothing;
   CommandResult result;
+  result.m_Changed = outcome == Outcome::Formatted;
   result.m_Json = {{"object", drive.m_Selector},
                    {"operation", OperationName(PI::OP_FORMAT_DEVICE)},
                    {"number", FormatRow().m_Number},
                    {"before", SizesJson(drive)},
                    {"planned", PlannedJson(plan)},
                    {"after", after ? SizesJson(*after) : Json()},
-                   {"changed", !dryRun},
+                   {"changed", *result.m_Changed},
                    {"dry_run", dryRun},
+                   {"would_change", WouldChangeJson(dryRun, outcome == Outcome::Planned)},
                    {"elapsed_seconds", static_cast<double>(elapsed.count()) / 1000}};
   result.m_Table = ChangeTable(drive, after);
   return result;
@@ -329,38 +337,57 @@ FormatRequest WithSectorSize(const Object& drive, FormatRequest request) {
                      {"Pass the sector size: --sector-size 512"});
 }
 
+// The result for a drive that already has the requested layout.
+CommandResult UnchangedResult(const Context& context, const Object& drive, const Plan& plan) {
+  const bool ascii = context.m_Style.m_Ascii;
+  const Outcome outcome = context.m_Options.m_DryRun ? Outcome::PlannedNothing : Outcome::Nothing;
+  CommandResult result = FormatResult(drive, plan, drive, outcome, milliseconds(0));
+  result.m_Text = fmt::format(
+      "{}: already {} ({}), {} sectors; pass --again to erase it anyway\n", drive.m_Selector,
+      HumanText(ReadField(drive, "formatted_size_bytes"), ascii), CapacityText(plan.m_Request),
+      HumanText(ReadField(drive, "sector_size_bytes"), ascii));
+  return result;
+}
+
+void ConfirmFormat(Context& context, const Model& model, const Object& drive, const Plan& plan) {
+  const Options& options = context.m_Options;
+  const bool prompts = options.m_Confirm.empty() && CanPrompt(options);
+  const LocateLedGuard locateLed(context, prompts ? AdapterOf(model, drive) : nullptr);
+  RequireTypedText(context, ActionText(FormatRow(), drive),
+                   PlanText(context, model, drive, plan, locateLed.IsOn()),
+                   ConfirmationText(model, drive));
+}
+
 }  // namespace
 
+// Repeats the checks after the prompt, because the state may have changed before the user answered.
 CommandResult FormatDrive(Context& context, const Model& model, const Object& drive,
                           FormatRequest request) {
-  const Options& options = context.m_Options;
-  const bool ascii = context.m_Style.m_Ascii;
   Session& session = context.Open();
   request = WithSectorSize(drive, request);
   const Plan plan = {request, PlannedBytes(drive, request), ""};
-  RequireAllowed(session, model, drive);
-  if (options.m_DryRun) {
-    CommandResult result = FormatResult(drive, plan, std::nullopt, true, milliseconds(0));
+  HasConfirmed(context, ActionText(FormatRow(), drive), ConfirmationText(model, drive));
+  if (!ShouldDiffer(drive, request) && !context.m_Options.m_Again) {
+    return UnchangedResult(context, drive, plan);
+  }
+  RequireAllowed(session, model, drive, request);
+  if (context.m_Options.m_DryRun) {
+    CommandResult result =
+        FormatResult(drive, plan, std::nullopt, Outcome::Planned, milliseconds(0));
     result.m_Text = PlanText(context, model, drive, plan, false) + "Nothing was changed.\n";
     return result;
   }
-  {
-    const bool prompts = options.m_Confirm.empty() && CanPrompt(options);
-    const LocateLedGuard locateLed(context, prompts ? AdapterOf(model, drive) : nullptr);
-    RequireTypedText(context, ActionText(FormatRow(), drive),
-                     PlanText(context, model, drive, plan, locateLed.IsOn()),
-                     ConfirmationText(model, drive));
-  }
-  RequireAllowed(session, model, drive);
-  const milliseconds elapsed = Execute(context, model, drive, request);
+  ConfirmFormat(context, model, drive, plan);
+  RequireAllowed(session, model, drive, request);
+  const milliseconds elapsed = Execute(context, drive, request);
   const std::optional<Object> after = AwaitScan(context, model, drive, request);
   if (!after) {
     context.m_Diagnostics.Note(
         "NOT_SEEN_YET", "the plug-in does not report the new size yet",
         {fmt::format("Check the size: corvane-host show {}", drive.m_Selector)});
   }
-  CommandResult result = FormatResult(drive, plan, after, false, elapsed);
-  result.m_Text = DoneText(drive, after, elapsed, ascii);
+  CommandResult result = FormatResult(drive, plan, after, Outcome::Formatted, elapsed);
+  result.m_Text = DoneText(drive, after, elapsed, context.m_Style.m_Ascii);
   return result;
 }
 

@@ -7,6 +7,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 
 #include "console/base/Number.h"
+#include "console/change/CardFailure.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
@@ -143,8 +144,8 @@ std::string StateOf(Session& session, std::uint64_t object, Aspect aspect) {
   }
 }
 
-Failure CheckFailure(const std::string& what, const OperationRow* row, const std::string& state,
-                     std::uint32_t error) {
+Failure CheckFailure(const Session& session, const std::string& what, const OperationRow* row,
+                     const std::string& state, std::uint32_t error) {
   for (const Refusal& refusal : kRefusals) {
     if (refusal.m_Error != error) continue;
     std::string why = refusal.m_Why;
@@ -158,7 +159,13 @@ Failure CheckFailure(const std::string& what, const OperationRow* row, const std
     return Failure(ExitCode::Refused, HostKit::NameOf(Family::Error, error), what,
                    fmt::format("{} ({})", why, error), advice);
   }
-  return PluginFailure(what, error);
+  return CommandFailure(session, what, error);
+}
+
+Failure CommandFailure(const Session& session, const std::string& what, std::uint32_t error) {
+  const std::optional<CardError> cause = session.LastCardError();
+  if (error != PI::ERR_COMMAND_ERROR || !cause) return PluginFailure(what, error);
+  return CardFailure(HostKit::NameOf(Family::Error, error), what, *cause);
 }
 
 }  // namespace Console

@@ -47,9 +47,14 @@ std::uint32_t ResolveOperation(const Object& object, const std::string& text);
 // online" for the storage units. Returns an empty string if unknown.
 std::string StateOf(Session& session, std::uint64_t object, Aspect aspect);
 
-// Returns the failure for an error that the plug-in's check reported. `what` names the action, such
-// as "detach a0". The exit code is 4 for a refusal and 1 for a card error.
-Failure CheckFailure(const std::string& what, const OperationRow* row, const std::string& state,
-                     std::uint32_t error);
+// Returns the failure for an error that the plug-in's check of the session's last command reported.
+// `what` names the action, such as "detach a0". The exit code is 4 for a refusal, and that of the
+// cause for a card error.
+Failure CheckFailure(const Session& session, const std::string& what, const OperationRow* row,
+                     const std::string& state, std::uint32_t error);
+
+// Returns the failure for an error of the session's last command, with the card library's reason if
+// it is known.
+Failure CommandFailure(const Session& session, const std::string& what, std::uint32_t error);
 
 }  // namespace Console

@@ -8,9 +8,11 @@
 #include "base/Printable.h"
 #include "console/base/Duration.h"
 #include "console/base/StopSignals.h"
+#include "console/change/CardFailure.h"
 #include "console/change/Confirmation.h"
 #include "console/change/Progress.h"
 #include "console/model/Selectors.h"
+#include "console/report/SeveralObjects.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
@@ -33,7 +35,7 @@ bool RequireAllowed(Session& session, const Model& model, const Object& object,
   if (error != PI::SUCCESS) {
     const std::string state = StateOf(session, object.m_ID, row.m_Aspect);
     if (allowNoOp && state == row.m_Goal) return false;
-    throw CheckFailure(ActionText(row, object), &row, state, error);
+    throw CheckFailure(session, ActionText(row, object), &row, state, error);
   }
   if (row.m_MakesUnavailable) RequireNotInUse(model, object, ActionText(row, object));
   return true;
@@ -53,15 +55,31 @@ bool HasFailed(Session& session, const Object& object, std::uint32_t event) {
   });
 }
 
-Failure JobFailure(const OperationRow& row, const Object& object) {
-  std::vector<std::string> advice = {
-      "Run the command again with --trace 2,16 to see the card library's message."};
-  if (row.m_Number == PI::OP_DETACH) {
-    advice.push_back(
-        fmt::format("To detach a busy card: corvane-host detach {} --force", object.m_Selector));
-  }
-  return Failure(ExitCode::Failed, HostKit::NameOf(HostKit::Family::Event, row.m_FailedEvent),
-                 ActionText(row, object), "the card rejected the command", advice);
+// Returns the advice for a card that is in use, or may be.
+std::vector<std::string> ForceAdvice(const OperationRow& row, const Object& object) {
+  if (row.m_Number != PI::OP_DETACH) return {};
+  return {fmt::format("To detach a busy card: corvane-host detach {} --force", object.m_Selector)};
+}
+
+// Returns the card library's error for a failed job, or empty. The reply to a check contains it.
+std::optional<CardError> JobErrorOf(Session& session, const OperationRow& row,
+                                    const Object& object) {
+  PI::COperation operation = ToOperation(row);
+  session.CheckOperation(object.m_ID, operation);
+  return session.LastCardError();
+}
+
+Failure JobFailure(Session& session, const OperationRow& row, const Object& object) {
+  const std::string id = HostKit::NameOf(HostKit::Family::Event, row.m_FailedEvent);
+  const std::string what = ActionText(row, object);
+  const std::optional<CardError> error = JobErrorOf(session, row, object);
+  const bool mayBeInUse = !error || CauseOf(*error) == CardCause::InUse;
+  std::vector<std::string> advice;
+  if (mayBeInUse) advice = ForceAdvice(row, object);
+  if (error) return CardFailure(id, what, *error, advice);
+  advice.insert(advice.begin(),
+                "Run the command again with --trace 2,16 to see the card library's message.");
+  return Failure(ExitCode::Failed, id, what, "the card rejected the command", advice);
 }
 
 // The plug-in reports success even if it could not start a thread for the job.
@@ -157,7 +175,7 @@ void AwaitJob(Context& context, const Object& object, const OperationRow& row,
     case JobEnd::Done:
       return;
     case JobEnd::Failed:
-      throw JobFailure(row, object);
+      throw JobFailure(context.Open(), row, object);
     case JobEnd::TimedOut:
       NoteContinues(context, row, object, ", or immediately on Ctrl-C");
       throw TimeoutFailure(row, object, timeout);
@@ -182,8 +200,11 @@ std::string Headline(const OperationRow& row, const Object& object) {
 
 const Object& SelectForOperation(const Model& model, const std::string& selector,
                                  const OperationRow& row) {
-  const Object& object = SelectReported(model, selector);
+  const Object& object = RequireReported(SelectKind(model, selector, row.m_Kind), selector);
   if (object.m_Kind == row.m_Kind) return object;
+  const Object* const adapter = AdapterOf(model, object);
+  const bool meansAdapter = row.m_Kind == Kind::Adapter && row.m_Risk == Risk::Low;
+  if (meansAdapter && adapter != nullptr) return *adapter;
   std::vector<std::string> advice;
   for (const Object& other : model.Objects()) {
     const bool above = AdapterOf(model, object) == &other;
@@ -199,6 +220,13 @@ const Object& SelectForOperation(const Model& model, const std::string& selector
                 advice);
 }
 
+ObjectSelection SelectForOperation(const Model& model, const std::vector<std::string>& names,
+                                   const OperationRow& row) {
+  return SelectSeveral(model, names, row.m_Kind, [&](const std::string& name) -> const Object& {
+    return SelectForOperation(model, name, row);
+  });
+}
+
 milliseconds TimeoutOf(const Options& options) {
   constexpr milliseconds kDefault = std::chrono::minutes(2);
   return ParseDuration("--timeout", options.m_Timeout).value_or(kDefault);
@@ -212,17 +240,19 @@ Change PerformOperation(Context& context, const Model& model, const Object& obje
   Change change;
   change.m_Before = StateOf(session, object.m_ID, row.m_Aspect);
   change.m_After = row.m_Goal;
+  const std::string what = ActionText(row, object);
+  const bool isConfirmed = HasConfirmed(context, what, ConfirmationText(model, object));
   if (!RequireAllowed(session, model, object, row, allowNoOp)) return change;
   if (context.m_Options.m_DryRun) return change;
   if (row.m_Risk != Risk::Low) {
-    RequireConfirmation(context, ActionText(row, object), Question(model, object, row));
+    if (!isConfirmed) RequireConfirmation(context, what, Question(model, object, row));
     if (!RequireAllowed(session, model, object, row, allowNoOp)) return change;
   }
   PI::COperation operation = ToOperation(row);
   const auto start = std::chrono::steady_clock::now();
   const std::size_t failed = session.FailedThreads();
   const std::uint32_t result = session.ExecuteOperation(object.m_ID, operation);
-  if (result != PI::SUCCESS) throw PluginFailure(ActionText(row, object), result);
+  if (result != PI::SUCCESS) throw CommandFailure(session, what, result);
   if (session.FailedThreads() > failed) throw NoThreadFailure(row, object);
   if (row.m_FailedEvent != 0) {
     session.SetDeadline(Deadline(start + timeout));
@@ -240,14 +270,17 @@ CommandResult ChangeResult(const Context& context, const Object& object, std::ui
   const OperationRow* row = FindOperation(operation);
   const bool locateLed = row != nullptr && row->m_Aspect == Aspect::LocateLed;
   const double seconds = static_cast<double>(change.m_Elapsed.count()) / 1000;
+  const bool differs = change.m_Before != change.m_After;
   CommandResult result;
+  result.m_Changed = !dryRun && differs;
   result.m_Json = {{"object", object.m_Selector},
                    {"operation", OperationName(operation)},
                    {"number", operation},
                    {"before", StateJson(change.m_Before)},
                    {"after", StateJson(change.m_After)},
-                   {"changed", !dryRun && change.m_Before != change.m_After},
+                   {"changed", *result.m_Changed},
                    {"dry_run", dryRun},
+                   {"would_change", WouldChangeJson(dryRun, differs)},
                    {"elapsed_seconds", seconds}};
   result.m_Text = ChangeText(object.m_Selector + (locateLed ? " locate LED" : ""), change, dryRun);
   result.m_Table = ChangeTable(object, OperationName(operation), change);
@@ -258,8 +291,11 @@ CommandResult RunOperationCommand(Context& context, std::uint32_t number) {
   const OperationRow& row = *FindOperation(number);
   TimeoutOf(context.m_Options);
   const Model model = context.Objects();
-  const Object& object = SelectForOperation(model, context.m_Arguments[0], row);
-  return ChangeResult(context, object, number, PerformOperation(context, model, object, row, true));
+  const ObjectSelection selection = SelectForOperation(model, context.m_Arguments, row);
+  return RunForEach(context, selection, [&](const Object& object) {
+    return ChangeResult(context, object, number,
+                        PerformOperation(context, model, object, row, true));
+  });
 }
 
 }  // namespace Console

@@ -3,17 +3,25 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 #include "console/change/KnownOperations.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
+#include "console/report/SeveralObjects.h"
 
 namespace Console {
 
-// Returns the object that `selector` names. Throws `Failure` if no object matches or its kind
-// does not have the operation.
+// Returns the object that `selector` names. A card with one drive names that drive for an operation
+// of drives, and a drive names its card for a low-risk operation of adapters. Throws `Failure` if
+// no object matches or its kind does not have the operation.
 const Object& SelectForOperation(const Model& model, const std::string& selector,
                                  const OperationRow& row);
+
+// Returns the objects that `names` name; "all" names all objects that have the operation. Throws
+// like the function above.
+ObjectSelection SelectForOperation(const Model& model, const std::vector<std::string>& names,
+                                   const OperationRow& row);
 
 // Returns the value of --timeout, or the default of two minutes. Throws `Failure` for an invalid
 // value.
@@ -41,7 +49,7 @@ Change PerformOperation(Context& context, const Model& model, const Object& obje
 CommandResult ChangeResult(const Context& context, const Object& object, std::uint32_t operation,
                            const Change& change);
 
-// Runs a command that applies the operation `number` to its only argument. Throws `Failure`.
+// Runs a command that applies the operation `number` to all of its arguments. Throws `Failure`.
 CommandResult RunOperationCommand(Context& context, std::uint32_t number);
 
 }  // namespace Console

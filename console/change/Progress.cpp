@@ -67,11 +67,12 @@ void Progress::EmitLine() {
 }
 
 BackgroundTicks::BackgroundTicks(Progress& progress) {
-  if (progress.Rewrites()) m_Thread = std::thread([this, &progress] { Run(progress); });
+  SetSecondSignalText("corvane-host: interrupted; the card continues formatting\n");
+  m_Thread = std::thread([this, &progress] { Run(progress); });
 }
 
 BackgroundTicks::~BackgroundTicks() {
-  if (!m_Thread.joinable()) return;
+  SetSecondSignalText(nullptr);
   {
     const Base::MutexLock lock(m_Lock);
     m_IsEnded = true;
@@ -90,11 +91,12 @@ void BackgroundTicks::Run(Progress& progress) {
     const auto next = std::chrono::steady_clock::now() + kCheckInterval;
     while (!m_IsEnded && m_Ended.WaitUntil(lock, next)) continue;
     if (m_IsEnded) return;
-    progress.Tick();
+    if (progress.Rewrites()) progress.Tick();
     if (isReported || !IsStopRequested()) continue;
     isReported = true;
+    if (progress.Rewrites()) std::fputs("\n", stderr);
     std::fputs(
-        "\nThe format cannot be canceled; the program exits when the format completes.\n"
+        "The format cannot be canceled; the program exits when the format completes.\n"
         "Press Ctrl-C again to exit; the card continues formatting.\n",
         stderr);
   }

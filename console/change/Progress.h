@@ -39,8 +39,9 @@ class Progress {
   std::chrono::milliseconds m_NextLine;
 };
 
-// Calls `Tick` from a separate thread during a call that cannot be interrupted. On a stop signal,
-// prints that the call continues. Does nothing unless progress rewrites a line.
+// Calls `Tick` from a separate thread during a format, which cannot be interrupted, if progress
+// rewrites a line. On a stop signal, prints that the format continues; so does a second one, which
+// terminates the program.
 class BackgroundTicks {
  public:
   explicit BackgroundTicks(Progress& progress);

@@ -126,17 +126,39 @@ Candidates ObjectsWhere(const Line& line, Predicate matches) {
   Candidates all;
   const Model model = line.Objects();
   for (const Object& object : model.Objects()) {
-    if (matches(object)) all.push_back({object.m_Selector, ObjectDescription(object)});
+    if (!matches(object)) continue;
+    const std::string description = ObjectDescription(object);
+    // Other names are offered only once the user has started to type one.
+    for (const std::string& name : NamesOf(object)) {
+      if (name == object.m_Selector || !line.m_Last.empty()) all.push_back({name, description});
+    }
   }
   return all;
 }
 
-Candidates AnyObject(const Line& line) {
-  return ObjectsWhere(line, [](const Object&) { return true; });
+// Whether the first argument of the command may be repeated.
+bool RepeatsFirst(const Command& command) {
+  const std::string arguments = command.m_Arguments;
+  const std::string first = arguments.substr(0, arguments.find(' '));
+  return first.find("...") != std::string::npos;
 }
 
+Candidates WithAll(const Line& line, Candidates objects) {
+  if (RepeatsFirst(*line.m_Command) && !line.m_Last.empty())
+    objects.push_back({kAllObjects, "all cards"});
+  return objects;
+}
+
+Candidates AnyObject(const Line& line) {
+  return WithAll(line, ObjectsWhere(line, [](const Object&) { return true; }));
+}
+
+// Once the user has started to type, also the names of cards, which mean their only drives.
 Candidates Drives(const Line& line) {
-  return ObjectsWhere(line, [](const Object& object) { return object.m_Kind == Kind::Drive; });
+  return WithAll(line, ObjectsWhere(line, [&](const Object& object) {
+                   const bool isCard = object.m_Kind == Kind::Adapter && !line.m_Last.empty();
+                   return object.m_Kind == Kind::Drive || isCard;
+                 }));
 }
 
 // Returns empty if the argument is missing or does not name exactly one object, or if the objects
@@ -268,18 +290,28 @@ constexpr ArgumentRow kArguments[] = {
 };
 // clang-format on
 
-Candidates ArgumentCandidates(const Line& line) {
-  if (line.m_CommandName.empty()) return Commands(line);
-  if (line.m_Command == nullptr) return {};
-  const Words words = ArgumentWords(line.m_Command->m_Arguments);
-  if (words.empty() || line.m_Arguments.size() >= line.m_Command->m_MaxArguments) return {};
-  const std::string& word = words[std::min(line.m_Arguments.size(), words.size() - 1)];
+// Returns the candidates for a placeholder in the command table.
+Candidates CandidatesFor(const Line& line, const std::string& word) {
   for (const ArgumentRow& row : kArguments) {
     if (word == row.m_Word) return row.m_Complete(line);
   }
   Words choices;
   boost::split(choices, word, [](char character) { return character == '|'; });
   return choices.size() > 1 ? Choices(choices) : Candidates();
+}
+
+Candidates ArgumentCandidates(const Line& line) {
+  if (line.m_CommandName.empty()) return Commands(line);
+  if (line.m_Command == nullptr) return {};
+  const Words words = ArgumentWords(line.m_Command->m_Arguments);
+  if (words.empty() || line.m_Arguments.size() >= line.m_Command->m_MaxArguments) return {};
+  Candidates all = CandidatesFor(line, words[std::min(line.m_Arguments.size(), words.size() - 1)]);
+  // The next argument may also be another object, once the user has started to type it.
+  const bool mayBeObject =
+      RepeatsFirst(*line.m_Command) && !line.m_Arguments.empty() && !line.m_Last.empty();
+  if (!mayBeObject || words.size() == 1) return all;
+  for (Candidate& object : CandidatesFor(line, words.front())) all.push_back(std::move(object));
+  return all;
 }
 
 Candidates OptionCandidates(const Line& line) {

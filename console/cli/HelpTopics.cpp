@@ -9,9 +9,11 @@ namespace {
 // clang-format off
 
 constexpr ArgumentText kArguments[] = {
-    {"OBJ",       "an object: plugin, a0, a0/d0, a serial number, a name, pci:0000:3b:00.0, a "
-                  "control device, or an object id in hexadecimal"},
-    {"DRIVE",     "a drive: a0/d0, or its object id in hexadecimal"},
+    {"OBJ",       "an object: plugin, a0, a0/d0, a serial number, a name, pci:0000:3b:00.0, slot:3, "
+                  "a unique id, a control device, or an object id in hexadecimal; where several "
+                  "objects are accepted, also all, for all adapters"},
+    {"DRIVE",     "a drive: a0/d0, or any name of a card that has one drive; where several drives "
+                  "are accepted, also all"},
     {"PROP",      "a property name as printed by show, such as temperature_celsius"},
     {"PROP=VALUE", "a writable property and its new value: poll_interval=30"},
     {"on|off",    "the new state of the locate LED"},
@@ -39,6 +41,7 @@ const std::vector<Exit> kCommonExits = {
     {5, "plug-in missing or incompatible"},
     {6, "permission denied"},
     {7, "timed out"},
+    {8, "some objects succeeded, and some failed"},
     {130, "interrupted by a signal"},
 };
 

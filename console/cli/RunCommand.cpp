@@ -52,6 +52,17 @@ Verbosity VerbosityOf(const Invocation& invocation) {
   return invocation.m_Options.m_Quiet ? Verbosity::Errors : Verbosity::All;
 }
 
+// The exit codes of failures before anything is changed.
+bool IsUnchanged(ExitCode code) {
+  return code == ExitCode::Usage || code == ExitCode::NoObject || code == ExitCode::Refused;
+}
+
+// Returns what is known about the changes of a failed command.
+std::optional<bool> ChangedBy(const Command* command, ExitCode code) {
+  const bool mayChange = command != nullptr && command->m_Group == Group::Change;
+  return mayChange && IsUnchanged(code) ? std::optional(false) : std::nullopt;
+}
+
 ExitCode Report(const Invocation& invocation, const Failure& failure, const Context* context,
                 Diagnostics& diagnostics, ResultStream& stream) {
   const ExitCode code = invocation.m_Monitored ? ExitCode::Unknown : failure.m_Code;
@@ -59,6 +70,7 @@ ExitCode Report(const Invocation& invocation, const Failure& failure, const Cont
   const char* command = invocation.m_pCommand == nullptr ? "" : invocation.m_pCommand->m_Name;
   Envelope envelope{command, std::nullopt, diagnostics.Messages(), code};
   if (context != nullptr) envelope = context->EnvelopeFor(code);
+  envelope.m_Changed = ChangedBy(invocation.m_pCommand, code);
   std::string writeError = failure.m_Id == kWriteFailed ? failure.m_Text : std::string();
   try {
     stream.Write(FailureText(invocation, failure, envelope));

@@ -22,7 +22,7 @@ std::optional<std::uint64_t> ExpiryOf(const std::string& until) {
 
 Acknowledgment RequestOf(const Context& context) {
   Acknowledgment request;
-  request.m_Reason = RequireReason(context.m_Command, context.m_Arguments[1]);
+  request.m_Reason = RequireReason(context.m_Command, context.m_Arguments.back());
   request.m_Until = ExpiryOf(context.m_Options.m_Until);
   request.m_Note = context.m_Options.m_Note;
   if (request.m_Note.size() > kMaxNoteBytes) {
@@ -35,17 +35,18 @@ bool IsSame(const Acknowledgment& one, const Acknowledgment& other) {
   return one.m_Until == other.m_Until && one.m_Note == other.m_Note;
 }
 
-CommandResult Run(Context& context) {
-  Acknowledgment request = RequestOf(context);
-  const Model model = context.Objects();
-  const auto state = Service::OpenStoredState(context.Open());
-  const StoredCard card = SelectStoredCard(model, *state, "ack", context.m_Arguments[0]);
+CommandResult Acknowledge(const Context& context, Service::StoredState& state,
+                          const StoredCard& card, Acknowledgment request) {
   request.m_SerialNumber = card.m_SerialNumber;
-  const auto before = FindAcknowledgment(*state, card.m_SerialNumber, request.m_Reason);
+  const auto before = FindAcknowledgment(state, card.m_SerialNumber, request.m_Reason);
   if (before && IsSame(*before, request)) {
-    return AcknowledgedResult(card, request.m_Reason, before, false);
+    return AcknowledgedResult(context, card, request.m_Reason, before, AckEffect::None);
   }
-  switch (state->Acknowledge(request)) {
+  if (context.m_Options.m_DryRun) {
+    if (!FindKnownCard(state, card.m_SerialNumber)) throw UnknownCardFailure("ack " + card.Name());
+    return AcknowledgedResult(context, card, request.m_Reason, before, AckEffect::WouldAcknowledge);
+  }
+  switch (state.Acknowledge(request)) {
     case Service::AcknowledgeResult::UnknownCard:
       throw UnknownCardFailure("ack " + card.Name());
     case Service::AcknowledgeResult::UnknownReason:
@@ -53,7 +54,14 @@ CommandResult Run(Context& context) {
     case Service::AcknowledgeResult::Done:
       break;
   }
-  return AcknowledgedResult(card, request.m_Reason, request, true);
+  return AcknowledgedResult(context, card, request.m_Reason, request, AckEffect::Changed);
+}
+
+CommandResult Run(Context& context) {
+  const Acknowledgment request = RequestOf(context);
+  return RunForCards(context, [&](Service::StoredState& state, const StoredCard& card) {
+    return Acknowledge(context, state, card, request);
+  });
 }
 
 }  // namespace
@@ -62,12 +70,12 @@ Command AckCommand() {
   Command command;
   command.m_Group = Group::Change;
   command.m_Name = "ack";
-  command.m_Arguments = "OBJ REASON";
+  command.m_Arguments = "OBJ... REASON";
   command.m_MinArguments = 2;
-  command.m_MaxArguments = 2;
+  command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "acknowledge a problem of a card";
   command.m_OutputFormats = {"table", "tsv", "json"};
-  command.m_Options = {"--until", "--note"};
+  command.m_Options = {"--until", "--note", "--dry-run"};
   command.m_Run = Run;
   command.m_Description =
       "Records who acknowledged the problem, when and until when, and replaces an earlier "

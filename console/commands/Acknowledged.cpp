@@ -7,6 +7,8 @@
 #include "base/Printable.h"
 #include "console/base/Timestamp.h"
 #include "console/model/AcknowledgeableReasons.h"
+#include "console/model/Selectors.h"
+#include "console/report/SeveralObjects.h"
 
 namespace Console {
 namespace {
@@ -23,6 +25,12 @@ std::string TextOf(const std::optional<Acknowledgment>& now, bool changed) {
   if (now->m_Until) text += " until " + TimeText(*now->m_Until);
   text += " by " + now->m_User;
   return now->m_Note.empty() ? text : text + ": " + now->m_Note;
+}
+
+// Returns the text of --dry-run for a change.
+std::string PlanText(const std::optional<Acknowledgment>& now, AckEffect effect) {
+  return TextOf(now, false) +
+         (effect == AckEffect::WouldRemove ? " -> removed" : " -> acknowledged");
 }
 
 Row RowOf(const StoredCard& card, const std::string& reason,
@@ -68,22 +76,66 @@ std::optional<Acknowledgment> FindAcknowledgment(Service::StoredState& state,
   return std::nullopt;
 }
 
-CommandResult AcknowledgedResult(const StoredCard& card, const std::string& reason,
-                                 const std::optional<Acknowledgment>& now, bool changed) {
+CommandResult AcknowledgedResult(const Context& context, const StoredCard& card,
+                                 const std::string& reason,
+                                 const std::optional<Acknowledgment>& now, AckEffect effect) {
+  const bool changed = effect == AckEffect::Changed;
+  const bool isPlan = effect == AckEffect::WouldAcknowledge || effect == AckEffect::WouldRemove;
+  const bool dryRun = context.m_Options.m_DryRun;
   CommandResult result;
+  result.m_Changed = changed;
   result.m_Json = {{"object", card.m_Selector.empty() ? Json() : Json(card.m_Selector)},
                    {"serial_number", card.m_SerialNumber},
                    {"reason", reason},
                    {"acknowledgment", now ? AcknowledgmentJson(*now) : Json()},
-                   {"changed", changed}};
-  result.m_Text =
-      Base::Printable(fmt::format("{} {}: {}", card.Name(), reason, TextOf(now, changed))) + "\n";
+                   {"changed", changed},
+                   {"dry_run", dryRun},
+                   {"would_change", WouldChangeJson(dryRun, isPlan)}};
+  const std::string text = isPlan ? PlanText(now, effect) : TextOf(now, changed);
+  result.m_Text = Base::Printable(fmt::format("{} {}: {}", card.Name(), reason, text)) + "\n" +
+                  (dryRun ? "Nothing was changed.\n" : "");
   result.m_Table.m_Columns = {{"OBJECT", "object", false}, {"SERIAL", "serial_number", false},
                               {"REASON", "reason", false}, {"USER", "user", false},
                               {"TIME", "time", false},     {"UNTIL", "until", false},
                               {"NOTE", "note", false}};
   result.m_Table.m_Rows = {RowOf(card, reason, now)};
   return result;
+}
+
+namespace {
+
+// Returns the names before the last argument, with "all" replaced by all adapters.
+std::vector<std::string> NamesBeforeReason(const Context& context, const Model& model) {
+  std::vector<std::string> names;
+  const auto& words = context.m_Arguments;
+  for (std::size_t i = 0; i + 1 < words.size(); ++i) {
+    if (words[i] != kAllObjects) {
+      names.push_back(words[i]);
+      continue;
+    }
+    for (const Object& object : model.Objects()) {
+      if (object.m_Kind == Kind::Adapter) names.push_back(object.m_Selector);
+    }
+  }
+  return names;
+}
+
+}  // namespace
+
+CommandResult RunForCards(
+    Context& context,
+    const std::function<CommandResult(Service::StoredState& state, const StoredCard& card)>& run) {
+  const Model model = context.Objects();
+  const auto state = Service::OpenStoredState(context.Open());
+  std::vector<StoredCard> cards;
+  std::vector<std::string> names;
+  for (const std::string& name : NamesBeforeReason(context, model)) {
+    cards.push_back(SelectStoredCard(model, *state, context.m_Command.c_str(), name));
+    names.push_back(cards.back().Name());
+  }
+  const bool isSeveral = context.m_Arguments.size() > 2 || context.m_Arguments[0] == kAllObjects;
+  return RunForEach(context, names, isSeveral,
+                    [&](std::size_t i) { return run(*state, cards[i]); });
 }
 
 }  // namespace Console

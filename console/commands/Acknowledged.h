@@ -1,12 +1,14 @@
 // Code shared by `ack` and `unack`.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
 #include "console/base/Failure.h"
 #include "console/commands/StoredCard.h"
 #include "console/render/CommandResult.h"
+#include "console/report/CommandContext.h"
 
 namespace Console {
 
@@ -23,10 +25,21 @@ std::optional<Service::Acknowledgment> FindAcknowledgment(Service::StoredState& 
 
 // Returns an acknowledgment as in all documents.
 Json AcknowledgmentJson(const Service::Acknowledgment& acknowledgment);
+// How a command affects an acknowledgment: not at all, as it has changed it, or as it would have
+// changed it without --dry-run.
+enum class AckEffect { None, Changed, WouldAcknowledge, WouldRemove };
 
 // Returns the result of the command: the acknowledgment that is in effect afterwards, if any, and
-// whether the command changed it.
-CommandResult AcknowledgedResult(const StoredCard& card, const std::string& reason,
-                                 const std::optional<Service::Acknowledgment>& now, bool changed);
+// the effect.
+CommandResult AcknowledgedResult(const Context& context, const StoredCard& card,
+                                 const std::string& reason,
+                                 const std::optional<Service::Acknowledgment>& now,
+                                 AckEffect effect);
+
+// Runs `run` for each card that an argument before the reason names; "all" names all adapters.
+// Throws `Failure` if a name is wrong.
+CommandResult RunForCards(
+    Context& context,
+    const std::function<CommandResult(Service::StoredState& state, const StoredCard& card)>& run);
 
 }  // namespace Console

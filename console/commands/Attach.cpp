@@ -15,12 +15,12 @@ Command AttachCommand() {
   Command command;
   command.m_Group = Group::Change;
   command.m_Name = "attach";
-  command.m_Arguments = "OBJ";
+  command.m_Arguments = "OBJ...";
   command.m_MinArguments = 1;
-  command.m_MaxArguments = 1;
+  command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "make a card's drive available to the system";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
-  command.m_Options = {"--yes", "--dry-run"};
+  command.m_Options = {"--yes", "--confirm", "--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
   command.m_Description =

@@ -16,12 +16,12 @@ Command DetachCommand() {
   Command command;
   command.m_Group = Group::Change;
   command.m_Name = "detach";
-  command.m_Arguments = "OBJ";
+  command.m_Arguments = "OBJ...";
   command.m_MinArguments = 1;
-  command.m_MaxArguments = 1;
+  command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "detach a card, making its drive unavailable to the system";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
-  command.m_Options = {"--yes", "--dry-run", "--force"};
+  command.m_Options = {"--yes", "--confirm", "--dry-run", "--force"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
   command.m_Description =

@@ -62,10 +62,12 @@ void Forget(Service::StoredState& state, const std::string& serial) {
 
 CommandResult ResultOf(const KnownCard& card, bool dryRun) {
   CommandResult result;
+  result.m_Changed = !dryRun;
   result.m_Json = {{"serial_number", card.m_SerialNumber},
                    {"last_seen", TimeText(card.m_LastSeen)},
                    {"changed", !dryRun},
-                   {"dry_run", dryRun}};
+                   {"dry_run", dryRun},
+                   {"would_change", WouldChangeJson(dryRun, true)}};
   result.m_Text = Base::Printable(card.m_SerialNumber) + ": missing -> forgotten\n" +
                   (dryRun ? "Nothing was changed.\n" : "");
   result.m_Table.m_Columns = {{"SERIAL", "serial_number", false},

@@ -75,7 +75,7 @@ Command FormatCommand() {
   command.m_MaxArguments = 1;
   command.m_Summary = "erase a drive and change its capacity or sector size";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
-  command.m_Options = {"--yes", "--dry-run", "--confirm", "--capacity", "--sector-size"};
+  command.m_Options = {"--yes", "--dry-run", "--confirm", "--again", "--capacity", "--sector-size"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =

@@ -6,6 +6,7 @@
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
+#include "console/report/SeveralObjects.h"
 
 namespace Console {
 namespace {
@@ -18,26 +19,56 @@ std::vector<NamedValue> ReadAll(const Object& object) {
   return values;
 }
 
-CommandResult Run(Context& context) {
-  const Model model = context.Objects();
-  const Object& object = Select(model, context.m_Arguments[0]);
-  std::vector<NamedValue> values;
-  for (std::size_t i = 1; i < context.m_Arguments.size(); ++i) {
-    values.push_back(ReadNamed(object, context.m_Arguments[i]));
+// Returns the number of arguments that name objects: the first, and those after it that name
+// objects and not properties.
+std::size_t CountObjects(const Context& context, const Model& model) {
+  const auto& words = context.m_Arguments;
+  std::size_t count = 1;
+  while (count < words.size()) {
+    const std::string& word = words[count];
+    const bool isProperty = FindField(Kind::Plugin, word) != nullptr ||
+                            FindField(Kind::Adapter, word) != nullptr ||
+                            FindField(Kind::Drive, word) != nullptr;
+    if (isProperty || (word != kAllObjects && FindObject(model, word) == nullptr)) break;
+    ++count;
   }
-  if (context.m_Arguments.size() == 1) values = ReadAll(object);
+  return count;
+}
 
+CommandResult ValuesOf(const Context& context, const Object& object,
+                       const std::vector<std::string>& properties, bool isSeveral) {
+  std::vector<NamedValue> values;
+  for (const std::string& property : properties) values.push_back(ReadNamed(object, property));
+  if (properties.empty()) values = ReadAll(object);
   CommandResult result;
   result.m_Json = {{"object", object.m_Selector}, {"values", Json::object()}};
-  result.m_Table.m_Columns = {{"PROPERTY", "property", false}, {"VALUE", "value", false}};
+  if (isSeveral) result.m_Table.m_Columns = {{"OBJECT", "object", false}};
+  result.m_Table.m_Columns.push_back({"PROPERTY", "property", false});
+  result.m_Table.m_Columns.push_back({"VALUE", "value", false});
   for (const NamedValue& value : values) {
     PutValue(result.m_Json["values"], value.m_Name, value.m_Value);
     result.m_Values.push_back(BareText(value.m_Value));
-    result.m_Table.m_Rows.push_back(
-        {{TextCell(value.m_Name), ValueCell(value.m_Value, context.m_Style.m_Ascii)},
-         std::nullopt});
+    Row row{{}, std::nullopt};
+    if (isSeveral) row.m_Cells.push_back(TextCell(object.m_Selector));
+    row.m_Cells.push_back(TextCell(value.m_Name));
+    row.m_Cells.push_back(ValueCell(value.m_Value, context.m_Style.m_Ascii));
+    result.m_Table.m_Rows.push_back(std::move(row));
   }
   return result;
+}
+
+CommandResult Run(Context& context) {
+  const Model model = context.Objects();
+  const auto split =
+      context.m_Arguments.begin() + static_cast<std::ptrdiff_t>(CountObjects(context, model));
+  const std::vector<std::string> names(context.m_Arguments.begin(), split);
+  const std::vector<std::string> properties(split, context.m_Arguments.end());
+  const ObjectSelection selection =
+      SelectSeveral(model, names, Kind::Adapter,
+                    [&](const std::string& name) -> const Object& { return Select(model, name); });
+  return RunForEach(context, selection, [&](const Object& object) {
+    return ValuesOf(context, object, properties, selection.m_IsSeveral);
+  });
 }
 
 }  // namespace
@@ -46,17 +77,18 @@ Command GetCommand() {
   Command command;
   command.m_Group = Group::Inspect;
   command.m_Name = "get";
-  command.m_Arguments = "OBJ [PROP...]";
+  command.m_Arguments = "OBJ... [PROP...]";
   command.m_MinArguments = 1;
   command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "print raw values for scripts, one per line";
   command.m_OutputFormats = {"value", "table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "Prints values in base units, in the order requested. An unknown value is printed as '-'.";
+      "Prints values in base units, in the order requested. An unknown value is printed as '-'. "
+      "OBJ may also be all, for all adapters.";
   command.m_Exits = {{2, "the object has no such property"}};
   command.m_Examples = {{"get a0 temperature_celsius status", "print two values"},
-                        {"get a0 -o tsv", "print all values with their names"}};
+                        {"get all temperature_celsius -o tsv", "print one value of each adapter"}};
   return command;
 }
 

@@ -7,9 +7,9 @@
 #include "console/base/Deadline.h"
 #include "console/base/Duration.h"
 #include "console/base/StopSignals.h"
+#include "console/change/CardFailure.h"
 #include "console/change/OperationRunner.h"
 #include "console/cli/CommandTable.h"
-#include "hostkit/Texts.h"
 
 namespace Console {
 namespace {
@@ -42,17 +42,73 @@ Change SwitchOff(Context& context, const Model& model, const Object& adapter) {
   throw Stopped();
 }
 
+// An LED that is on for a limited time.
+class TimedLed {
+ public:
+  TimedLed(Context& context, const Object& adapter) : m_Context(context), m_Adapter(adapter) {}
+
+  // Throws `Failure` if another program has switched the LED off, or the card has been removed.
+  void RequireOn() const {
+    PI::COperation on;
+    on.m_OperationID = PI::OP_LOCATE_DEVICE;
+    Session& session = m_Context.Open();
+    const std::uint32_t error = session.CheckOperation(m_Adapter.m_ID, on);
+    if (error == PI::ERR_LOCATE_IN_PROGRESS) return;
+    if (error == PI::SUCCESS) throw SwitchedOffFailure();
+    if (IsRemoved(session, error)) throw RemovedFailure();
+    throw CommandFailure(session, What(), error);
+  }
+  milliseconds Elapsed() const {
+    return std::chrono::duration_cast<milliseconds>(steady_clock::now() - m_Start);
+  }
+
+ private:
+  std::string What() const { return fmt::format("locate {}", m_Adapter.m_Selector); }
+
+  // The plug-in drops a removed card only in its next scan. Until then, the card library does not
+  // find the card.
+  static bool IsRemoved(const Session& session, std::uint32_t error) {
+    if (error == PI::ERR_INVALID_OBJECT_ID) return true;
+    const std::optional<CardError> cause = session.LastCardError();
+    return cause && CauseOf(*cause) == CardCause::NotFound;
+  }
+
+  Failure SwitchedOffFailure() const {
+    return Failure(
+        ExitCode::Failed, "LIGHT_SWITCHED_OFF", What(),
+        fmt::format("another program switched the LED off after {}", ElapsedText(Elapsed())),
+        {fmt::format("Switch it on again: corvane-host locate {} on", m_Adapter.m_Selector)});
+  }
+
+  Failure RemovedFailure() const {
+    return Failure(ExitCode::NoObject, "CARD_REMOVED", What(),
+                   fmt::format("the card was removed after {}", ElapsedText(Elapsed())),
+                   {"List the cards that are present: corvane-host list"});
+  }
+
+  Context& m_Context;
+  const Object& m_Adapter;
+  const steady_clock::time_point m_Start = steady_clock::now();
+};
+
 // Waits for `duration` with the LED on, then switches it off, also after a stop signal.
 CommandResult SwitchOffAfter(Context& context, const Model& model, const Object& adapter,
                              milliseconds duration) {
+  constexpr milliseconds kCheckInterval{500};
   context.m_Diagnostics.Note(
       "LIGHT_ON", fmt::format("locate LED of {} is on for {}; press Ctrl-C to switch it off now",
                               adapter.m_Selector, ElapsedText(duration)));
-  const auto start = steady_clock::now();
-  const Deadline deadline(start + duration);
-  while (!IsStopRequested() && !deadline.HasPassed()) WaitForStop(deadline.Remaining());
+  const TimedLed led(context, adapter);
+  const Deadline deadline(steady_clock::now() + duration);
+  try {
+    while (!IsStopRequested() && !deadline.HasPassed()) {
+      if (!WaitForStop(deadline.Remaining(kCheckInterval))) led.RequireOn();
+    }
+  } catch (const Stopped&) {
+    // A stop signal has interrupted a read.
+  }
   Change change = SwitchOff(context, model, adapter);
-  change.m_Elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
+  change.m_Elapsed = led.Elapsed();
   return ChangeResult(context, adapter, PI::OP_STOP_LOCATE_DEVICE, change);
 }
 
@@ -67,27 +123,45 @@ Change SwitchOn(Context& context, const Model& model, const Object& adapter, boo
   }
 }
 
+void NoteStaysOn(Context& context, const Object& adapter) {
+  if (context.Open().IsShared()) return;
+  context.m_Diagnostics.Note(
+      "LIGHT_STAYS_ON",
+      "every run of this program starts the plug-in, which switches the locate LED off",
+      {fmt::format("To keep the LED on: corvane-host locate {} on --for 5m", adapter.m_Selector)});
+}
+
+// Switches one LED on or off.
+CommandResult Switch(Context& context, const Model& model, const Object& adapter, bool on,
+                     const std::optional<milliseconds>& duration) {
+  const OperationRow& row = *FindOperation(on ? PI::OP_LOCATE_DEVICE : PI::OP_STOP_LOCATE_DEVICE);
+  RequireLocateLed(adapter);
+  if (!on || context.m_Options.m_DryRun) {
+    return ChangeResult(context, adapter, row.m_Number,
+                        PerformOperation(context, model, adapter, row, true));
+  }
+  const Change change = SwitchOn(context, model, adapter, duration.has_value());
+  if (duration) return SwitchOffAfter(context, model, adapter, *duration);
+  NoteStaysOn(context, adapter);
+  return ChangeResult(context, adapter, row.m_Number, change);
+}
+
 CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
-  const bool on = ParseOnOff(context.m_Arguments[1]);
+  const bool on = ParseOnOff(context.m_Arguments.back());
   const auto duration = ParseDuration("--for", options.m_For);
   if (duration && !on) throw UsageFailure("--for applies to locate on only");
-  const OperationRow& row = *FindOperation(on ? PI::OP_LOCATE_DEVICE : PI::OP_STOP_LOCATE_DEVICE);
   const Model model = context.Objects();
-  const Object& adapter = SelectForOperation(model, context.m_Arguments[0], row);
-  RequireLocateLed(adapter);
-  const Change change = on ? SwitchOn(context, model, adapter, duration && !options.m_DryRun)
-                           : PerformOperation(context, model, adapter, row, true);
-  if (on && !options.m_DryRun) {
-    if (duration) return SwitchOffAfter(context, model, adapter, *duration);
-    if (context.Open().IsShared()) return ChangeResult(context, adapter, row.m_Number, change);
-    context.m_Diagnostics.Note(
-        "LIGHT_STAYS_ON",
-        "every run of this program starts the plug-in, which switches the locate LED off",
-        {fmt::format("To keep the LED on: corvane-host locate {} on --for 5m",
-                     adapter.m_Selector)});
+  const std::vector<std::string> names(context.m_Arguments.begin(), context.m_Arguments.end() - 1);
+  const ObjectSelection selection =
+      SelectForOperation(model, names, *FindOperation(PI::OP_LOCATE_DEVICE));
+  if (duration && selection.m_IsSeveral) {
+    throw UsageFailure("--for applies to one object only",
+                       {"Switch the LEDs on, and later off: corvane-host locate all off"});
   }
-  return ChangeResult(context, adapter, row.m_Number, change);
+  return RunForEach(context, selection, [&](const Object& adapter) {
+    return Switch(context, model, adapter, on, duration);
+  });
 }
 
 }  // namespace
@@ -96,21 +170,25 @@ Command LocateCommand() {
   Command command;
   command.m_Group = Group::Change;
   command.m_Name = "locate";
-  command.m_Arguments = "OBJ on|off";
+  command.m_Arguments = "OBJ... on|off";
   command.m_MinArguments = 2;
-  command.m_MaxArguments = 2;
+  command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "switch a card's locate LED on or off";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Options = {"--for", "--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =
-      "Switches the locate LED of a card. With --for, the LED is switched off after that "
-      "time.";
-  command.m_Exits = {{4, "the card has no locate LED"}};
+      "Switches the locate LEDs of cards. With --for, the LED is switched off after that time, and "
+      "the command fails if the card is removed or another program switches the LED off before. "
+      "OBJ "
+      "may also be all, for all adapters.";
+  command.m_Exits = {{1, "with --for, another program has switched the LED off"},
+                     {3, "no such card, or it was removed during --for"},
+                     {4, "the card has no locate LED"}};
   command.m_Examples = {
       {"locate a1 on --for 5m", "blink the locate LED to find a card in the machine", true},
-      {"locate a1 off", "switch the locate LED off"}};
+      {"locate all off", "switch all locate LEDs off"}};
   return command;
 }
 

@@ -15,12 +15,12 @@ Command OnlineCommand() {
   Command command;
   command.m_Group = Group::Change;
   command.m_Name = "online";
-  command.m_Arguments = "DRIVE";
+  command.m_Arguments = "DRIVE...";
   command.m_MinArguments = 1;
-  command.m_MaxArguments = 1;
+  command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "bring the storage units of a drive online";
   command.m_OutputFormats = {"table", "tsv", "json"};
-  command.m_Options = {"--yes", "--dry-run"};
+  command.m_Options = {"--yes", "--confirm", "--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description = "Brings all storage units of a drive online.";

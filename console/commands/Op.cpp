@@ -96,8 +96,9 @@ CommandResult CheckOperation(Context& context, const Object& object, std::uint32
   if (checked.IsPossible()) return result;
   const std::string state =
       row == nullptr ? "" : StateOf(context.Open(), object.m_ID, row->m_Aspect);
-  const Failure failure = CheckFailure(
-      fmt::format("{} {}", OperationName(number), object.m_Selector), row, state, checked.m_Error);
+  const Failure failure =
+      CheckFailure(context.Open(), fmt::format("{} {}", OperationName(number), object.m_Selector),
+                   row, state, checked.m_Error);
   context.m_Diagnostics.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
   result.m_Code = failure.m_Code;
   return result;
@@ -202,16 +203,22 @@ CommandResult RunUnknown(Context& context, const Model& model, const Object& obj
   PI::COperation operation = RecordOf(object, number);
   for (const Argument& argument : arguments) operation.m_Properties.push_back(Parameter(argument));
   const std::uint32_t refusal = context.Open().CheckOperation(object.m_ID, operation);
-  if (refusal != PI::SUCCESS) throw CheckFailure(what, nullptr, "", refusal);
+  if (refusal != PI::SUCCESS) throw CheckFailure(context.Open(), what, nullptr, "", refusal);
   Change change;
-  if (context.m_Options.m_DryRun) return ChangeResult(context, object, number, change);
-  RequireConfirmation(context, what,
-                      fmt::format("{}\nRun {}?", Base::Printable(DescribeObject(model, object)),
-                                  OperationName(number)));
+  const bool isConfirmed = HasConfirmed(context, what, ConfirmationText(model, object));
+  if (context.m_Options.m_DryRun) {
+    CommandResult planned = ChangeResult(context, object, number, change);
+    planned.m_Json["would_change"] = true;
+    return planned;
+  }
+  const std::string question = fmt::format(
+      "{}\nRun {}?", Base::Printable(DescribeObject(model, object)), OperationName(number));
+  if (!isConfirmed) RequireConfirmation(context, what, question);
   const std::uint32_t error = context.Open().ExecuteOperation(object.m_ID, operation);
-  if (error != PI::SUCCESS) throw PluginFailure(what, error);
+  if (error != PI::SUCCESS) throw CommandFailure(context.Open(), what, error);
   CommandResult result = ChangeResult(context, object, number, change);
   result.m_Json["changed"] = true;
+  result.m_Changed = true;
   result.m_Text = fmt::format("{}: {} done\n", object.m_Selector, OperationName(number));
   return result;
 }
@@ -223,15 +230,15 @@ CommandResult RunOperation(Context& context, const Model& model, const Object& o
   }
   const OperationRow* row = FindOperation(number);
   if (row == nullptr) return RunUnknown(context, model, object, number, arguments);
-  SelectForOperation(model, object.m_Selector, *row);
+  const Object& target = SelectForOperation(model, object.m_Selector, *row);
   if (number == PI::OP_FORMAT_DEVICE) {
-    return FormatDrive(context, model, object, RequestOf(arguments));
+    return FormatDrive(context, model, target, RequestOf(arguments));
   }
   if (!arguments.empty()) {
     throw UsageFailure(fmt::format("{} does not accept arguments", OperationName(number)));
   }
-  return ChangeResult(context, object, number,
-                      PerformOperation(context, model, object, *row, false));
+  return ChangeResult(context, target, number,
+                      PerformOperation(context, model, target, *row, false));
 }
 
 struct Action {
@@ -286,7 +293,7 @@ Command OpCommand() {
   command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "list, check or run any operation by name or number";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
-  command.m_Options = {"--yes", "--dry-run", "--confirm"};
+  command.m_Options = {"--yes", "--dry-run", "--confirm", "--again"};
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
   command.m_Description =

@@ -1,5 +1,9 @@
 // set: change one property and report the change.
 #include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 
 #include "console/base/Number.h"
 #include "console/cli/CommandTable.h"
@@ -57,13 +61,21 @@ struct Change {
   std::uint32_t m_Result = PI::SUCCESS;
 };
 
-// Writes the record with only the value changed; the plug-in applies the limits.
-Change Apply(Session& session, const Object& object, const PropertyName& name, PI::CProperty record,
-             int requested) {
+// Returns the change that `Apply` would make.
+Change PlanOf(PI::CProperty record, int requested) {
   Change change;
   change.m_Requested = requested;
   unsigned int step = 0;
   record.GetValue(change.m_Before, change.m_Minimum, change.m_Maximum, step);
+  change.m_After = std::clamp(requested, change.m_Minimum, change.m_Maximum);
+  return change;
+}
+
+// Writes the record with only the value changed; the plug-in applies the limits.
+Change Apply(Session& session, const Object& object, const PropertyName& name, PI::CProperty record,
+             int requested) {
+  Change change = PlanOf(record, requested);
+  const unsigned int step = record.m_Value.m_Step;
   record.SetValue(requested, change.m_Minimum, change.m_Maximum, step);
   change.m_Result = session.SetProperty(object.m_ID, record);
   ReadRecord(session, object, name).GetValueRange(change.m_After);
@@ -109,6 +121,44 @@ Table ChangeTable(const Object& object, const PropertyName& name, const Change& 
   return table;
 }
 
+// Whether the plug-in of this process can replace its configuration file. A service may have other
+// permissions.
+bool CanSave(const Session& session) {
+  return session.IsShared() || access(HostKit::ConfigDirectory().c_str(), W_OK) == 0 ||
+         errno == ENOENT;
+}
+
+// The result of --dry-run.
+CommandResult PlannedResult(Context& context, const Object& object, const PropertyName& name,
+                            const Change& change) {
+  const std::string subject = fmt::format("{} {}", object.m_Selector, name.m_Text);
+  NoteLimits(context.m_Diagnostics, change);
+  CommandResult result;
+  if (change.m_Before != change.m_After && !CanSave(context.Open())) {
+    context.m_Diagnostics.Error(
+        "NOT_SAVED", fmt::format("cannot save {}: the configuration file is not writable", subject),
+        {fmt::format("Make {} writable.", HostKit::ConfigDirectory().string())});
+    result.m_Code = ExitCode::Failed;
+  }
+  result.m_Text = ChangeText(subject, change) + "Nothing was changed.\n";
+  return result;
+}
+
+// The result of a change that the plug-in has made. Throws `Failure` if it has rejected the change.
+CommandResult MadeResult(Context& context, const Object& object, const PropertyName& name,
+                         const Change& change) {
+  const std::string subject = fmt::format("{} {}", object.m_Selector, name.m_Text);
+  if (change.m_Result >= PI::ERR_GENERAL) {
+    throw PluginFailure("set " + subject, change.m_Result);
+  }
+  NoteLimits(context.m_Diagnostics, change);
+  if (!WasSaved(change)) ReportNotSaved(context.m_Diagnostics, subject, change);
+  CommandResult result;
+  result.m_Code = WasSaved(change) ? ExitCode::Done : ExitCode::Failed;
+  result.m_Text = ChangeText(subject, change);
+  return result;
+}
+
 CommandResult Run(Context& context) {
   const Assignment assignment = ParseAssignment(context.m_Arguments[1]);
   const Model model = context.Objects();
@@ -116,24 +166,22 @@ CommandResult Run(Context& context) {
   const PropertyName name = ResolveProperty(object, assignment.m_Property);
   const PI::CProperty record = ReadRecord(context.Open(), object, name);
   RequireWritable(object, name, record);
+  const bool dryRun = context.m_Options.m_DryRun;
+  const int requested = ParseNumber(assignment.m_Value);
   const Change change =
-      Apply(context.Open(), object, name, record, ParseNumber(assignment.m_Value));
-  const std::string subject = fmt::format("{} {}", object.m_Selector, name.m_Text);
-  if (change.m_Result >= PI::ERR_GENERAL) {
-    throw PluginFailure("set " + subject, change.m_Result);
-  }
-  NoteLimits(context.m_Diagnostics, change);
-  if (!WasSaved(change)) ReportNotSaved(context.m_Diagnostics, subject, change);
-
+      dryRun ? PlanOf(record, requested) : Apply(context.Open(), object, name, record, requested);
+  const bool differs = change.m_Before != change.m_After;
+  CommandResult result = dryRun ? PlannedResult(context, object, name, change)
+                                : MadeResult(context, object, name, change);
   const Field* field = FindField(object.m_Kind, assignment.m_Property);
-  CommandResult result;
-  result.m_Code = WasSaved(change) ? ExitCode::Done : ExitCode::Failed;
+  result.m_Changed = differs && !dryRun;
   result.m_Json = {{"object", object.m_Selector},
                    {"property", field == nullptr ? name.m_Text : field->m_Name},
                    {"before", change.m_Before},
                    {"after", change.m_After},
-                   {"saved", WasSaved(change)}};
-  result.m_Text = ChangeText(subject, change);
+                   {"saved", dryRun ? Json() : Json(WasSaved(change))},
+                   {"dry_run", dryRun},
+                   {"would_change", WouldChangeJson(dryRun, differs)}};
   result.m_Table = ChangeTable(object, name, change);
   return result;
 }
@@ -149,6 +197,7 @@ Command SetCommand() {
   command.m_MaxArguments = 2;
   command.m_Summary = "change a property";
   command.m_OutputFormats = {"table", "tsv", "json"};
+  command.m_Options = {"--dry-run"};
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =

@@ -12,6 +12,7 @@
 #include "console/render/ReadingJson.h"
 #include "console/report/CommandContext.h"
 #include "console/report/EventMatcher.h"
+#include "console/report/SeveralObjects.h"
 #include "console/report/StatusSince.h"
 
 namespace Console {
@@ -155,12 +156,24 @@ std::vector<StatusEntry> CreateEntries(Context& context, const Model& model,
   return all;
 }
 
+// Returns the objects that the arguments name, each with the objects below it.
+Objects ChosenObjects(const Context& context, const Model& model) {
+  const auto select = [&](const std::string& name) -> const Object& { return Select(model, name); };
+  const auto named = SelectSeveral(model, context.m_Arguments, Kind::Adapter, select).m_Objects;
+  if (context.m_Arguments.empty()) return ObjectsWithStatus(model);
+  Objects chosen;
+  for (const Object* top : named) {
+    for (const Object* object : ObjectsWithStatus(model, top)) {
+      if (std::find(chosen.begin(), chosen.end(), object) == chosen.end()) chosen.push_back(object);
+    }
+  }
+  return chosen;
+}
+
 CommandResult Run(Context& context) {
   const Model model = context.Objects();
   const bool isNamed = !context.m_Arguments.empty();
-  const std::vector<StatusEntry> all = CreateEntries(
-      context, model,
-      ObjectsWithStatus(model, isNamed ? &Select(model, context.m_Arguments[0]) : nullptr));
+  const std::vector<StatusEntry> all = CreateEntries(context, model, ChosenObjects(context, model));
   CommandResult result;
   result.m_Items = "objects";
   result.m_Json = {{"objects", Json::array()}};
@@ -183,9 +196,9 @@ Command StatusCommand() {
   Command command;
   command.m_Group = Group::Inspect;
   command.m_Name = "status";
-  command.m_Arguments = "[OBJ]";
+  command.m_Arguments = "[OBJ...]";
   command.m_MinArguments = 0;
-  command.m_MaxArguments = 1;
+  command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "show problems, their causes and what to do";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Run = Run;

@@ -9,13 +9,9 @@
 namespace Console {
 namespace {
 
-Failure NotAnAdapter(const Model& model, const Object& object, const char* what) {
-  std::vector<std::string> advice;
-  if (const Object* adapter = AdapterOf(model, object)) {
-    advice.push_back(fmt::format("Did you mean '{}'?", adapter->m_Selector));
-  }
+Failure NotAnAdapter(const Object& object, const char* what) {
   return Failure(ExitCode::Usage, "WRONG_KIND", fmt::format("{} {}", what, object.m_Selector),
-                 fmt::format("{} is not an adapter", object.m_Selector), advice);
+                 fmt::format("{} is not an adapter", object.m_Selector));
 }
 
 }  // namespace
@@ -25,7 +21,8 @@ StoredCard SelectStoredCard(const Model& model, Service::StoredState& state, con
   const Object* object = FindObject(model, text);
   if (object == nullptr && FindKnownCard(state, text)) return {"", text};
   if (object == nullptr) object = &Select(model, text);
-  if (object->m_Kind != Kind::Adapter) throw NotAnAdapter(model, *object, what);
+  if (const Object* adapter = AdapterOf(model, *object)) object = adapter;
+  if (object->m_Kind != Kind::Adapter) throw NotAnAdapter(*object, what);
   const std::string serial = FieldText(*object, "serial_number");
   if (!serial.empty()) return {object->m_Selector, serial};
   throw Failure(ExitCode::Refused, "NO_SERIAL_NUMBER",

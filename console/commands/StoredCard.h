@@ -18,9 +18,9 @@ struct StoredCard {
   const std::string& Name() const { return m_Selector.empty() ? m_SerialNumber : m_Selector; }
 };
 
-// Returns the adapter that `text` names, or the known card with the serial number `text` if no
-// object matches. `what` names the command. Throws `Failure` if neither exists or the object is not
-// an adapter with a serial number.
+// Returns the adapter that `text` names, itself or by its drive, or the known card with the serial
+// number `text` if no object matches. `what` names the command. Throws `Failure` if neither exists
+// or the object is not an adapter with a serial number.
 StoredCard SelectStoredCard(const Model& model, Service::StoredState& state, const char* what,
                             const std::string& text);
 

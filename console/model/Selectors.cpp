@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "console/base/Failure.h"
@@ -13,6 +14,9 @@
 
 namespace Console {
 namespace {
+
+constexpr const char* kPciPrefix = "pci:";
+constexpr const char* kSlotPrefix = "slot:";
 
 bool MatchesSelector(const Object& object, const std::string& text) {
   return boost::iequals(text, object.m_Selector);
@@ -25,35 +29,43 @@ bool MatchesId(const Object& object, const std::string& text) {
   return *end == '\0' && id == object.m_ID;
 }
 
+// Returns the text after `prefix`, ignoring its case; null if the text does not start with it.
+const char* After(const char* prefix, const std::string& text) {
+  return boost::istarts_with(text, prefix) ? text.c_str() + std::strlen(prefix) : nullptr;
+}
+
+// Returns an address as "3b:00.0", without its segment.
+std::string WithoutSegment(const std::string& address) {
+  constexpr std::size_t kLength = 7;
+  return address.size() > kLength ? address.substr(address.size() - kLength) : address;
+}
+
 // An address without a segment matches any segment.
 bool MatchesPci(const Object& object, const std::string& text) {
-  if (!boost::istarts_with(text, "pci:")) return false;
-  const std::string wanted = text.substr(4);
+  const char* const prefixed = After(kPciPrefix, text);
+  const std::string wanted = prefixed == nullptr ? text : prefixed;
   const std::string address = FieldText(object, "pci_address");
   if (wanted.empty() || address.empty()) return false;
-  const std::size_t segment = address.size() > 7 ? address.size() - 7 : 0;
-  return boost::iequals(wanted, address) || boost::iequals(wanted, address.substr(segment));
+  return boost::iequals(wanted, address) || boost::iequals(wanted, WithoutSegment(address));
 }
 
-template <const char* const& field>
+bool MatchesSlot(const Object& object, const std::string& text) {
+  const char* const slot = After(kSlotPrefix, text);
+  return slot != nullptr && *slot != '\0' && FieldText(object, "pci_slot") == slot;
+}
+
+// The fields whose value is a name.
+constexpr const char* kNameFields[] = {"serial_number", "unique_id", "control_device", "name"};
+
 bool MatchesField(const Object& object, const std::string& text) {
-  return !text.empty() && FieldText(object, field) == text;
+  return !text.empty() &&
+         std::any_of(std::begin(kNameFields), std::end(kNameFields),
+                     [&](const char* field) { return FieldText(object, field) == text; });
 }
-
-constexpr const char* kSerialNumber = "serial_number";
-constexpr const char* kControlDevice = "control_device";
-constexpr const char* kName = "name";
 
 using Rule = bool (*)(const Object&, const std::string&);
 
-constexpr Rule kRules[] = {
-    MatchesSelector,
-    MatchesId,
-    MatchesPci,
-    MatchesField<kSerialNumber>,
-    MatchesField<kControlDevice>,
-    MatchesField<kName>,
-};
+constexpr Rule kRules[] = {MatchesSelector, MatchesId, MatchesPci, MatchesSlot, MatchesField};
 
 std::string DescribeObject(const Object& object) {
   const std::string name = FieldText(object, "name");
@@ -75,15 +87,20 @@ Failure NoSuchObject(const Model& model, const std::string& text) {
   return Failure(ExitCode::NoObject, "NO_SUCH_OBJECT", text, "no such object", advice);
 }
 
-}  // namespace
+using Matches = std::vector<const Object*>;
 
-const Object* FindObject(const Model& model, const std::string& text) {
-  std::vector<const Object*> matches;
+Matches FindAll(const Model& model, const std::string& text) {
+  Matches matches;
   for (const Object& object : model.Objects()) {
     const bool fits = std::any_of(std::begin(kRules), std::end(kRules),
                                   [&](Rule rule) { return rule(object, text); });
     if (fits) matches.push_back(&object);
   }
+  return matches;
+}
+
+// Returns the only match, or null without a match. Throws `Failure` for several.
+const Object* Only(const Matches& matches, const std::string& text) {
   if (matches.empty()) return nullptr;
   if (matches.size() == 1) return matches.front();
   std::vector<std::string> all;
@@ -94,14 +111,40 @@ const Object* FindObject(const Model& model, const std::string& text) {
                  fmt::format("Pass one of these names, such as {}.", matches.front()->m_Selector)});
 }
 
+// Returns the only drive of an adapter, or `object` itself.
+const Object* OnlyDriveOf(const Model& model, const Object& object) {
+  Matches drives;
+  for (const Object& other : model.Objects()) {
+    if (other.m_Kind == Kind::Drive && model.OwnerOf(other) == &object) drives.push_back(&other);
+  }
+  return object.m_Kind == Kind::Adapter && drives.size() == 1 ? drives.front() : &object;
+}
+
+// Replaces adapters by their only drive, or drops the drives, depending on the kind that a command
+// needs.
+Matches Narrowed(const Model& model, const Matches& matches, Kind kind) {
+  Matches narrowed;
+  for (const Object* match : matches) {
+    const Object* const target = kind == Kind::Drive ? OnlyDriveOf(model, *match) : match;
+    const bool isKnown = std::find(narrowed.begin(), narrowed.end(), target) != narrowed.end();
+    if (target->m_Kind == kind && !isKnown) narrowed.push_back(target);
+  }
+  return narrowed.empty() ? matches : narrowed;
+}
+
+}  // namespace
+
+const Object* FindObject(const Model& model, const std::string& text) {
+  return Only(FindAll(model, text), text);
+}
+
 const Object& Select(const Model& model, const std::string& text) {
   const Object* object = FindObject(model, text);
   if (object == nullptr) throw NoSuchObject(model, text);
   return *object;
 }
 
-const Object& SelectReported(const Model& model, const std::string& text) {
-  const Object& object = Select(model, text);
+const Object& RequireReported(const Object& object, const std::string& text) {
   if (object.m_IsReported) return object;
   const bool isMissing = object.m_Access == Access::Missing;
   const std::string serial = FieldText(object, "serial_number");
@@ -111,6 +154,30 @@ const Object& SelectReported(const Model& model, const std::string& text) {
                 fmt::format("{} {}", serial.empty() ? "the card" : "card " + serial,
                             isMissing ? "is missing" : "cannot be read"),
                 advice);
+}
+
+const Object& SelectReported(const Model& model, const std::string& text) {
+  return RequireReported(Select(model, text), text);
+}
+
+const Object& SelectKind(const Model& model, const std::string& text, Kind kind) {
+  const Object* object = Only(Narrowed(model, FindAll(model, text), kind), text);
+  if (object == nullptr) throw NoSuchObject(model, text);
+  return *object;
+}
+
+std::vector<std::string> NamesOf(const Object& object) {
+  std::vector<std::string> names = {object.m_Selector};
+  const auto add = [&names](const std::string& prefix, const std::string& text) {
+    if (!text.empty()) names.push_back(prefix + text);
+  };
+  for (const char* field : kNameFields) add("", FieldText(object, field));
+  const std::string address = FieldText(object, "pci_address");
+  add(kPciPrefix, address);
+  add("", address);
+  add(kSlotPrefix, FieldText(object, "pci_slot"));
+  if (object.m_IsReported) names.push_back(IdText(object));
+  return names;
 }
 
 }  // namespace Console

@@ -40,13 +40,6 @@ std::vector<PI::CObject> WithoutReadings(std::vector<PI::CObject> objects,
   return objects;
 }
 
-// Moves the payload of the reply into `record` and returns the result.
-template <class Record>
-std::uint32_t UnpackReply(std::optional<PluginReply> reply, Record& record) {
-  record = std::get<Record>(std::move(reply->m_Payload));
-  return reply->m_Result;
-}
-
 }  // namespace
 
 void CommandSession::ThrowReadTimeout() {
@@ -76,6 +69,14 @@ void CommandSession::CollectPendingEvents() noexcept {
     if (m_PluginID != 0) CollectEvents();
   } catch (const std::exception&) {
   }
+}
+
+// Moves the payload of the reply into `record` and returns the result.
+template <class Record>
+std::uint32_t CommandSession::UnpackReply(std::optional<PluginReply> reply, Record& record) {
+  record = std::get<Record>(std::move(reply->m_Payload));
+  m_CardError = std::move(reply->m_CardError);
+  return reply->m_Result;
 }
 
 template <class Record>

@@ -32,6 +32,7 @@ class CommandSession : public Session {
   std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) override;
   std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) override;
   std::vector<LoggedEvent> CollectEvents() override;
+  std::optional<CardError> LastCardError() const override { return m_CardError; }
 
  protected:
   // The event log must outlive the session.
@@ -64,6 +65,8 @@ class CommandSession : public Session {
 
  private:
   template <class Record>
+  std::uint32_t UnpackReply(std::optional<PluginReply> reply, Record& record);
+  template <class Record>
   std::uint32_t Read(PI::_COMMAND command, std::uint64_t object, Record& record);
   template <class Record>
   Record Require(const char* what, PI::_COMMAND command, std::uint64_t object, Record record = {});
@@ -76,6 +79,7 @@ class CommandSession : public Session {
   bool m_HasExecutedOperation = false;
   std::uint64_t m_PluginID = 0;  // 0: unknown
   CardTimeTracker m_TimeTracker;
+  std::optional<CardError> m_CardError;  // of the last command
   bool m_HasCards = false;
   std::chrono::duration<double> m_StartDuration{0};
 };

@@ -3,6 +3,8 @@
 #include <string>
 #include <utility>
 
+#include "console/plugin/FormatTrial.h"
+
 namespace Console {
 namespace {
 
@@ -42,6 +44,13 @@ void* PointerTo(Record& record) {
   return &record;
 }
 
+// Whether the operation is a job that continues after the plug-in's reply.
+bool IsJob(const PI::COperation* operation) {
+  if (operation == nullptr) return false;
+  const std::uint32_t number = operation->m_OperationID;
+  return number == PI::OP_ATTACH || number == PI::OP_DETACH || number == PI::OP_FORCE_DETACH;
+}
+
 }  // namespace
 
 const CommandRow* FindCommand(std::uint32_t command) {
@@ -74,10 +83,21 @@ bool IsFormat(const PI::COperation& operation) {
 }
 
 PluginReply Execute(IPLUGINAPI& plugin, PluginCommand command) {
+  const CardErrorScope errors;
   void* const payload =
       std::visit([](auto& record) { return PointerTo(record); }, command.m_Payload);
-  const unsigned int result = plugin.Execute(command.m_Command, command.m_Object, payload);
-  return {result, std::move(command.m_Payload)};
+  const auto* operation = std::get_if<PI::COperation>(&command.m_Payload);
+  const bool isCheck = command.m_Command == PI::CMD_CHECK_OPERATION;
+  const bool isJob = IsJob(operation);
+  if (isJob && !isCheck) ForgetJobError();
+  std::uint32_t result = plugin.Execute(command.m_Command, command.m_Object, payload);
+  if (result == PI::SUCCESS && isCheck && operation != nullptr && IsFormat(*operation)) {
+    result = TryFormat(plugin, command.m_Object, *operation);
+  }
+  PluginReply reply = {result, std::move(command.m_Payload)};
+  if (result != PI::SUCCESS) reply.m_CardError = errors.Last();
+  if (isCheck && isJob && !reply.m_CardError) reply.m_CardError = LastJobError();
+  return reply;
 }
 
 }  // namespace Console

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
+#include "console/plugin/CardError.h"
 #include "host/PluginInterface.h"
 
 namespace Console {
@@ -26,6 +28,9 @@ struct PluginCommand {
 struct PluginReply {
   std::uint32_t m_Result = PI::SUCCESS;
   Payload m_Payload;
+  // The failed call to the card library, if the command failed because of one. After the check of
+  // an attach or detach, also the error of the last one that failed.
+  std::optional<CardError> m_CardError = std::nullopt;
 };
 
 // A command of the interface.
@@ -46,7 +51,8 @@ bool IsChange(const PluginCommand& command);
 bool IsFormat(const PluginCommand& command);
 bool IsFormat(const PI::COperation& operation);
 
-// Calls `IPLUGINAPI::Execute` with the command. Thread-safe.
+// Calls `IPLUGINAPI::Execute` with the command. The check of a format with parameters also checks
+// them with the card. Thread-safe.
 PluginReply Execute(IPLUGINAPI& plugin, PluginCommand command);
 
 }  // namespace Console

@@ -326,14 +326,35 @@ PluginCommand CommandFromJson(const Json& json) {
 }
 
 Json ToJson(const PluginReply& reply) {
-  return {{"result", reply.m_Result}, {"payload", WritePayload(reply.m_Payload)}};
+  Json json = {{"result", reply.m_Result}, {"payload", WritePayload(reply.m_Payload)}};
+  if (reply.m_CardError) {
+    json["card_error"] = {{"function", reply.m_CardError->m_Function},
+                          {"code", reply.m_CardError->m_Code},
+                          {"text", reply.m_CardError->m_Text}};
+  }
+  return json;
 }
+
+namespace {
+
+CardError CardErrorFromJson(const Json& json) {
+  RequireObject(json, {"function", "code", "text"});
+  CardError error;
+  Read(json.contains("function") ? json["function"] : Json(), error.m_Function, {"function", 0});
+  error.m_Code = RequiredNumber<std::uint64_t>(json, "code");
+  Read(json.contains("text") ? json["text"] : Json(), error.m_Text, {"text", 0});
+  return error;
+}
+
+}  // namespace
 
 PluginReply ReplyFromJson(PI::_COMMAND command, const Json& json) {
   const CommandRow* const row = FindCommand(command);
   if (row == nullptr) throw RecordError(fmt::format("command: unknown number {}", command));
-  RequireObject(json, {"result", "payload"});
-  return {RequiredNumber<std::uint32_t>(json, "result"), ReadPayload(json, *row)};
+  RequireObject(json, {"result", "payload", "card_error"});
+  PluginReply reply = {RequiredNumber<std::uint32_t>(json, "result"), ReadPayload(json, *row)};
+  if (json.contains("card_error")) reply.m_CardError = CardErrorFromJson(json["card_error"]);
+  return reply;
 }
 
 nlohmann::ordered_json ToJson(const PluginInfo& info) {

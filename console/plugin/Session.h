@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "console/base/StopSignals.h"
 #include "console/model/CardRecords.h"
 #include "console/model/CardTimes.h"
+#include "console/plugin/CardError.h"
 #include "console/plugin/RowTables.h"
 #include "host/PluginInterface.h"
 #include "hostkit/EventLog.h"
@@ -83,6 +85,9 @@ class Session {
   // Return the plug-in's result; do not throw for it.
   virtual std::uint32_t CheckOperation(std::uint64_t object, PI::COperation& operation) = 0;
   virtual std::uint32_t ExecuteOperation(std::uint64_t object, PI::COperation& operation) = 0;
+
+  // Returns the failed call to the card library that the last command reported, or empty.
+  virtual std::optional<CardError> LastCardError() const { return std::nullopt; }
 
   // Returns the rows that the plug-in has written to one table of the host's database. Throws
   // `DBEXCEPTION::DatabaseException` if the database cannot be read.

@@ -19,15 +19,6 @@ constexpr int kFormatMinor = 0;
 // JSON readers that store numbers as doubles keep all digits of integers up to this one.
 constexpr std::uint64_t kExactInDouble = 1ULL << 53;
 
-Json MessageJson(const Message& message) {
-  Json json = {{"severity", message.m_Severity}, {"id", message.m_Id}, {"text", message.m_Text}};
-  json["hint"] = nullptr;
-  std::string hint;
-  for (const std::string& line : message.m_Advice) hint += (hint.empty() ? "" : "\n") + line;
-  if (!hint.empty()) json["hint"] = hint;
-  return json;
-}
-
 std::string RenderLines(const CommandResult& result, const Envelope& envelope) {
   if (result.m_Json.is_null()) return {};
   if (result.m_Items == nullptr || result.m_Json.at(result.m_Items).empty()) {
@@ -104,10 +95,23 @@ std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool on
          "\n";
 }
 
+Json MessageJson(const Message& message) {
+  Json json = {{"severity", message.m_Severity}, {"id", message.m_Id}, {"text", message.m_Text}};
+  json["hint"] = nullptr;
+  std::string hint;
+  for (const std::string& line : message.m_Advice) hint += (hint.empty() ? "" : "\n") + line;
+  if (!hint.empty()) json["hint"] = hint;
+  return json;
+}
+
 void PutValue(Json& into, const std::string& name, const Value& value) {
   into[name] = DataJson(value);
   const auto* number = std::get_if<std::uint64_t>(&value.m_Data);
   if (number != nullptr && *number > kExactInDouble) into[name + "_s"] = std::to_string(*number);
+}
+
+Json WouldChangeJson(bool dryRun, bool differs) {
+  return dryRun ? Json(differs) : Json();
 }
 
 Json TimeJson(std::uint64_t milliseconds) {

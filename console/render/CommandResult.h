@@ -50,9 +50,15 @@ std::string Render(const CommandResult& result, const std::string& format, const
 // Renders the JSON document that contains a result, on one line or several.
 std::string RenderEnvelope(const Json& result, const Envelope& envelope, bool oneLine);
 
+// Returns a message as it appears in the envelope.
+Json MessageJson(const Message& message);
+
 // Adds a value as `name`. If it is an integer that a double may not store exactly, also adds its
 // text as NAME_s.
 void PutValue(Json& into, const std::string& name, const Value& value);
+
+// Returns the member "would_change" of a change: null without --dry-run.
+Json WouldChangeJson(bool dryRun, bool differs);
 
 // Returns a time as RFC 3339 text, or null if it is 0.
 Json TimeJson(std::uint64_t milliseconds);

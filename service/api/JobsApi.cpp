@@ -167,6 +167,7 @@ Response StartFormat(const ApiContext& api, const Request& request) {
   }
   Arguments arguments = CommandArguments("format", isDryRun);
   if (body.contains("confirm")) arguments.push_back("--confirm=" + body.value("confirm", ""));
+  if (body.value("again", false)) arguments.emplace_back("--again");
   if (body.contains("capacity")) arguments.push_back("--capacity=" + body.value("capacity", ""));
   if (body.contains("sector_size")) {
     arguments.push_back(fmt::format("--sector-size={}", body.value("sector_size", 0U)));

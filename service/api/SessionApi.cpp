@@ -170,6 +170,17 @@ Http::Reply StartChange(const ApiContext& api, const Http::Request& request,
   }
 }
 
+// Returns a problem if the command checks an operation that would be refused during a format.
+std::optional<Response> RefusalOfCheck(const ApiContext& api, const Snapshot& snapshot,
+                                       const PluginCommand& command) {
+  try {
+    api.m_SessionJobs.RequireCheckable(snapshot, command);
+    return std::nullopt;
+  } catch (const Console::Failure& failure) {
+    return ResponseOf([&failure]() -> Response { throw failure; });
+  }
+}
+
 // Answers a read after the cards have been read again.
 Response ReadFresh(const ApiContext& api, const PluginCommand& command) {
   if (auto problem = Refresh(api)) return *problem;
@@ -260,6 +271,7 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
   }
   const SnapshotPtr snapshot = api.m_Store.Get();
   if (!snapshot->HasReport()) return MakePluginDownProblem(snapshot->m_Plugin);
+  if (auto refusal = RefusalOfCheck(api, *snapshot, command)) return *refusal;
   const bool isFresh = Http::Find(request.m_Query, "fresh") != nullptr && !IsChange(command);
   if (isFresh) return AnswerLater(api, [&api, command] { return ReadFresh(api, command); });
   if (const auto reply = ReadSnapshot(*snapshot, command)) {

@@ -110,6 +110,13 @@ std::optional<std::string> SessionJobs::Begin(const Snapshot& snapshot,
   return job.m_Id;
 }
 
+void SessionJobs::RequireCheckable(const Snapshot& snapshot,
+                                   const Console::PluginCommand& command) const {
+  if (command.m_Command != PI::CMD_CHECK_OPERATION) return;
+  const std::string serial = SerialOf(snapshot, command.m_Object);
+  if (!serial.empty()) m_Jobs.RequireNotRunning(serial, NameOf(PI::OP_FORMAT_DEVICE));
+}
+
 void SessionJobs::Drop(const std::string& id) {
   {
     const Base::MutexLock lock(m_Lock);

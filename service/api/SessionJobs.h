@@ -31,6 +31,9 @@ class SessionJobs {
   // another job is running on the card.
   std::optional<std::string> Begin(const Snapshot& snapshot, const Console::PluginCommand& command,
                                    const std::string& user);
+  // Throws `Console::Failure` if the command checks an operation of a card that is being formatted:
+  // the check would wait for the end of the format, and the operation would be refused.
+  void RequireCheckable(const Snapshot& snapshot, const Console::PluginCommand& command) const;
   // Removes a job whose command was not executed.
   void Drop(const std::string& id);
   // Reports that `process` has replied to the job's command.

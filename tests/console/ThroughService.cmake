@@ -3,6 +3,7 @@
 set(THROUGH_SERVICE
   "cards"
   "change|the test plug-in, and the user's file permissions"
+  "changes"
   "check|the test plug-in, and plug-ins that cannot be loaded"
   "descriptors|what the plug-in needs in the same process"
   "escapes|traces, and options that load the plug-in"
@@ -16,6 +17,7 @@ set(THROUGH_SERVICE
   "op"
   "output_formats|the test plug-in, and failures without cards"
   "prompts"
+  "selectors"
   "rows|databases that a service cannot use"
   "status|the test plug-in, and changes that follow a trace"
   "thresholds"
@@ -25,6 +27,7 @@ set(THROUGH_SERVICE
 
 # The suites that only run directly, and the reasons.
 set(NOT_THROUGH_SERVICE
+  "ansible|starts a service, which the playbook needs"
   "api|tests the service itself"
   "browser|tests the service itself"
   "client|compares runs with and without a service"

@@ -110,7 +110,7 @@ Nothing was changed." "$(out dry)"
 
 @test "detach fails if the card rejects the command" {
   ended rejected 1
-  said rejected "corvane-host: detach a0: the card rejected the command"
+  said rejected "corvane-host: detach a0: the card does not support this (vsl_iom_detach_create, code 9: failure injected by cardsim)"
   same 2 "$(card rejected iom_state)"
 }
 

@@ -23,7 +23,7 @@ def arguments(help_json, overrides):
     assert rows and not unknown, f"no such commands: {unknown}"
     found = {}
     for name, row in rows.items():
-        required = [word for word in row["arguments"].split() if not word.startswith("[")]
+        required = [word.rstrip(".") for word in row["arguments"].split() if word[0] != "["]
         found[name] = " ".join(PLACEHOLDERS.get(word, word) for word in required)
     return {**found, **overrides}
 

@@ -21,14 +21,14 @@ setup_file() {
   keep refused own refused format a0/d0 --capacity 50 &
   keep yes own yes format a0/d0 --capacity 50 -y &
   keep wrong own wrong format a0/d0 --capacity 50 --confirm S200 &
-  keep adapter own adapter format a0 --capacity 50 --confirm S100 &
+  keep adapter own adapter format plugin --capacity 50 --confirm S100 &
   wait
   keep capacity own capacity format a0/d0 --capacity maximun &
   keep percent own percent format a0/d0 --capacity 9 &
   keep sector own sector format a0/d0 --sector-size 4k &
   keep confirm own confirm format a0/d0 --confirm S100 --capacity 50 --sector-size 4096 &
   keep lines own lines format a0/d0 --confirm S100 --capacity high -o jsonl &
-  keep same own same format a0/d0 --confirm S100 --capacity 80 -o tsv &
+  keep same own same format a0/d0 --confirm S100 --capacity 80 --again -o tsv &
   wait
   keep attached own attached format a0/d0 --capacity 50 --confirm S100 &
   keep odd own odd format a0/d0 --confirm S100 --sector-size 513 &
@@ -91,7 +91,7 @@ Nothing was changed." "$(out dry)"
     ended "$name" 2
     silent "$name" out
   done
-  said adapter "  Did you mean 'a0/d0'?"
+  said adapter "corvane-host: format plugin: plugin is not a drive"
   said capacity "  Did you mean 'maximum'?"
   said sector "corvane-host: --sector-size: invalid value '4k'"
   untouched adapter
@@ -123,15 +123,15 @@ a0/d0	sector_size_bytes	512	512" "$(out same)"
 }
 
 @test "format of an attached card suggests detaching it first" {
-  ended attached 1
+  ended attached 4
   silent attached out
-  said attached "corvane-host: format a0/d0: the card rejected the command (20003)"
+  said attached "corvane-host: format a0/d0: a0 is attached"
   said attached "  a0 is attached. Detach it first: corvane-host detach a0"
   cmp "$BATS_FILE_TMPDIR/attached.before" "$BATS_FILE_TMPDIR/attached.json"
 }
 
 @test "a format that the card rejects changes nothing" {
-  ended odd 1
-  said odd "  Run the command again with --trace 2,16 to see the card library's message."
+  ended odd 4
+  said odd "  Pass a value within the card's limits. Nothing was changed."
   untouched odd
 }

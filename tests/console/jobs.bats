@@ -73,9 +73,9 @@ result() {
   run_job attach /v1/cards/S100/operations/attach '{"confirm": true}'
 }
 
-@test "a job fails if the card rejects the command" {
-  run_job rejected /v1/cards/S100/drives/0/format '{"confirm": "S100", "capacity": "80"}'
-  result rejected FAILED '[d["result"]["status"], d["result"]["id"]]' '[500, "ERR_COMMAND_ERROR"]'
+@test "a format job of an attached card is refused" {
+  run_job rejected /v1/cards/S100/drives/0/format '{"confirm": "S100", "capacity": "50"}'
+  result rejected FAILED '[d["result"]["status"], d["result"]["id"]]' '[409, "CARD_ATTACHED"]'
 }
 
 # Each row has the path, the body, the expected status and the problem id.
