@@ -89,6 +89,8 @@ bool Collector::RunPlugin() {
   m_Progress.Begin(kCallsAtStart * m_Settings.m_CallTimeout);
   const auto worker = std::make_shared<Worker>(m_Settings.m_Program, m_Settings.m_PluginFile,
                                                Console::Deadline(m_Settings.m_CallTimeout));
+  const SnapshotPtr previous = m_Store.Get();
+  worker->SetKnownCards(previous->m_Objects, previous->m_UnresponsiveCards);
   Console::TimeLimits limits;
   limits.m_Call = m_Settings.m_CallTimeout;
   const bool hadUnlogged = m_EventLog.HasUnlogged();
@@ -161,7 +163,8 @@ void Collector::RecordLed(const Snapshot& snapshot, const Console::PluginCommand
 void Collector::RestoreLeds(WorkerSession& session) {
   const auto calls = static_cast<int>(1 + 2 * m_Leds.Count());
   m_Progress.Begin(calls * m_Settings.m_CallTimeout);
-  m_Leds.Restore(session, session.ProcessId(), [this](const std::string& warning) {
+  const auto omitted = OmittedSerials(session.UnresponsiveCards());
+  m_Leds.Restore(session, omitted, session.ProcessId(), [this](const std::string& warning) {
     if (m_Settings.m_OnWarning) m_Settings.m_OnWarning(warning);
   });
 }
@@ -264,13 +267,16 @@ void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
   snapshot.m_Times = session.Times();
   snapshot.m_Cards.m_Unreadable = session.Cards().m_Unreadable;
   LocateUnreadable(snapshot);
+  snapshot.m_UnresponsiveCards = session.UnresponsiveCards();
   snapshot.m_Info = session.Info();
   snapshot.m_Plugin.m_IsUp = true;
   snapshot.m_Plugin.m_Starts = m_Starts;
   snapshot.m_Plugin.m_Process = session.ProcessId();
   snapshot.m_Plugin.m_FailedThreads = session.FailedThreads();
   snapshot.m_Plugin.m_StartDuration = session.StartDuration();
-  if (snapshot.m_HasCards) m_Leds.ForgetRemoved(snapshot.m_Objects);
+  if (snapshot.m_HasCards) {
+    m_Leds.ForgetRemoved(snapshot.m_Objects, OmittedSerials(snapshot.m_UnresponsiveCards));
+  }
   PublishSnapshot(std::move(snapshot));
   ForwardObservation(m_Store.Get(), logPosition);
 }
@@ -283,6 +289,7 @@ void Collector::ForwardObservation(const SnapshotPtr& snapshot,
   observation.m_IsFirst = !m_HasForwarded;
   observation.m_LogPosition = *logPosition;
   observation.m_pObjects = {snapshot, &snapshot->m_Objects};
+  observation.m_Omitted = OmittedSerials(snapshot->m_UnresponsiveCards);
   if (m_Settings.m_OnObservation(observation)) m_HasForwarded = true;
 }
 

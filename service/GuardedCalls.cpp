@@ -1,16 +1,21 @@
 // The functions of the card library, as the plug-in calls them. The program exports them, so that
 // the dynamic linker resolves the plug-in's calls to them instead of to the card library. Outside
 // the plug-in process, they only call the library.
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "console/plugin/CardError.h"
-#include "console/plugin/PluginLibrary.h"
 #include "host/vsl_abstraction.h"
 #include "service/CardGuard.h"
+#include "service/LibraryFunction.h"
+#include "service/ReadAhead.h"
 
 using Service::CallKind;
 using Service::CardGuard;
@@ -20,10 +25,6 @@ using Service::GuardedHandlePtr;
 using Service::kNotResponding;
 
 namespace {
-
-// The library's function with that name.
-#define REAL(name) \
-  reinterpret_cast<decltype(&(name))>(Console::FindInPlugin(#name))  // NOLINT: loader's interface
 
 void SetError(vsl_error_record* error, const std::string& text) {
   if (error == nullptr) return;
@@ -194,35 +195,65 @@ vsl_code CreateByName(const GuardedHandlePtr& handle, const std::string& path,
   return code;
 }
 
-// Whether a card was read before, or an attempt to open it returns in time. If not, the plug-in
-// must not get a handle, because it would then wait for this card in every scan.
-bool RespondsAtFirst(const GuardedHandlePtr& handle) {
-  const auto opened = [handle] {
-    vsl_error_record error;
-    void* real = handle->m_Real;
-    if (REAL(vsl_open)(real, &error) == 0) REAL(vsl_close)(real, &error);
-  };
-  return handle->m_pCard->WasRead() || handle->m_pCard->Run(opened, CallKind::Probe);
+// Lists all cards with the library. Returns the reason if it has not reached the end of the list.
+std::string ListAll(const std::function<void(Service::ListedCard)>& add) {
+  vsl_error_record error;
+  vsl_error_record failure = {};  // written only by a failed call
+  void* card = nullptr;
+  while (REAL(vsl_iom_iterate)(&card, 1, &failure)) {
+    if (!REAL(vsl_has_serial_number)(card, &error)) continue;
+    const std::string serial = ToStored(REAL(vsl_serial_number)(card, &error));
+    if (!REAL(vsl_has_device_path)(card, &error)) continue;
+    add({ToStored(REAL(vsl_device_path)(card, &error)), serial});
+  }
+  const std::string reason = failure.text;
+  return card != nullptr && reason.empty() ? "unknown error" : reason;
+}
+
+std::string OpenProblem(vsl_code code, const std::string& text) {
+  return fmt::format("the card cannot be opened: {} (error {})", text, code);
+}
+
+// Whether the plug-in may get a handle of the card. If not, it would wait for this card in every
+// scan, or discard the values of all cards.
+bool IsReadable(const GuardedHandlePtr& handle) {
+  GuardedCard& card = *handle->m_pCard;
+  if (card.WasRead() && !card.IsOmitted()) return true;
+  const bool isReadable = !handle->m_IsDetached && Service::ReadAhead(handle);
+  if (isReadable && !card.IsOmitted()) {
+    card.SetRead();
+    return true;
+  }
+  card.SetOmitted(isReadable);
+  return false;
+}
+
+// Whether a card exists although no handle can be created, for example because this process cannot
+// open files. A card that is unknown or has been removed is not searched for in every scan.
+bool Exists(const std::string& path) {
+  CardGuard& guard = CardGuard::Instance();
+  return guard.Card(path)->IsKnown() && guard.IsListed(path, ListAll);
 }
 
 vsl_code CreateCard(const std::string& path, void** out, vsl_error_record* error) {
   const auto handle = MakeHandle(CardGuard::Instance().Card(path), "");
   const auto result = std::make_shared<Result<vsl_code>>();
   const bool isAnswered = handle->m_pCard->Run(
-      [handle, path, result] { result->m_Value = CreateByName(handle, path, &result->m_Error); },
-      CallKind::Probe);
-  if (isAnswered && result->m_Value != 0) {
+      [handle, path, result] { result->m_Value = CreateByName(handle, path, &result->m_Error); });
+  const bool isFailed = isAnswered && result->m_Value != 0;
+  if (isFailed && !Exists(path)) {
     handle->m_pCard->SetMissing();
     SetError(error, result->m_Error.text);
     return result->m_Value;
   }
-  handle->m_IsDetached = !isAnswered;
-  const bool responds = handle->m_pCard->WasRead() || (isAnswered && RespondsAtFirst(handle));
-  if (responds && !handle->m_pCard->IsOmitted()) {
+  if (isFailed) {
+    handle->m_pCard->SetProblem(OpenProblem(result->m_Value, result->m_Error.text));
+  }
+  handle->m_IsDetached = !isAnswered || isFailed;
+  if (IsReadable(handle)) {
     *out = CardGuard::Instance().Add(handle);
     return 0;
   }
-  handle->m_pCard->SetOmitted(responds);
   DestroyLater(handle);
   return NotResponding(error);
 }
@@ -230,30 +261,56 @@ vsl_code CreateCard(const std::string& path, void** out, vsl_error_record* error
 // Opens a card. If a card that was read before cannot be opened, the plug-in would discard the
 // values of all cards. This therefore returns success, and the card keeps the values last read.
 vsl_code Open(const GuardedHandlePtr& handle, vsl_error_record* error) {
-  const vsl_code code = Command(handle, error, [handle](void* real, vsl_error_record* record) {
+  vsl_error_record reason;
+  const vsl_code code = Command(handle, &reason, [handle](void* real, vsl_error_record* record) {
     const vsl_code opened = REAL(vsl_open)(real, record);
     handle->m_IsOpen = opened == 0;
     return opened;
   });
-  if (code == 0) handle->m_pCard->SetProblem("");
-  if (code == 0 || !handle->m_pCard->WasRead()) return code;
   if (code != kNotResponding) {
-    handle->m_pCard->SetProblem("the card cannot be opened: " +
-                                std::string(error == nullptr ? "" : error->text));
+    handle->m_pCard->SetProblem(code == 0 ? "" : OpenProblem(code, reason.text));
   }
+  if (code == 0) return 0;
   handle->m_IsDetached = true;
-  return 0;
+  if (handle->m_pCard->WasRead()) return 0;
+  SetError(error, reason.text);
+  return code;
 }
 
-// A closed card has been read completely, unless it stopped responding.
 vsl_code Close(const GuardedHandlePtr& handle, vsl_error_record* error) {
   if (handle->m_IsDetached) return 0;
-  const vsl_code code = Command(handle, error, [handle](void* real, vsl_error_record* record) {
+  return Command(handle, error, [handle](void* real, vsl_error_record* record) {
     handle->m_IsOpen = false;
     return REAL(vsl_close)(real, record);
   });
-  if (code == 0) handle->m_pCard->SetRead();
-  return code;
+}
+
+// Returns a handle with which only the serial number and the path of the card can be read.
+GuardedHandlePtr MakeListedHandle(const Service::ListedCard& listed) {
+  auto handle = MakeHandle(CardGuard::Instance().Card(listed.m_DevicePath), "listed.");
+  handle->m_IsDetached = true;
+  for (const char* name : {"has_serial_number", "has_device_path"}) {
+    handle->m_pCard->Remember(handle->m_Prefix + name, true);
+  }
+  handle->m_pCard->Remember(handle->m_Prefix + "serial_number", listed.m_SerialNumber);
+  handle->m_pCard->Remember(handle->m_Prefix + "device_path", listed.m_DevicePath);
+  return handle;
+}
+
+// Lists the cards on another thread, and then hands them out one by one. Used by one thread at a
+// time, because the library allows only one list.
+bool NextListed(void** iom) {
+  static std::vector<Service::ListedCard> listed;
+  static std::size_t next;
+  if (*iom == nullptr) {
+    listed = CardGuard::Instance().ListCards(ListAll);
+    next = 0;
+  }
+  CardGuard::Instance().Remove(*iom);
+  *iom = nullptr;
+  if (next == listed.size()) return false;
+  *iom = CardGuard::Instance().Add(MakeListedHandle(listed[next++]));
+  return true;
 }
 
 std::string VolumePrefix(int position) {
@@ -297,7 +354,8 @@ void vsl_fini(void) {
 }
 
 bool vsl_iom_iterate(void** iom, uint32_t which, vsl_error_record* err) {
-  return REAL(vsl_iom_iterate)(iom, which, err);
+  const bool isGuarded = CardGuard::Instance().IsEnabled() && iom != nullptr;
+  return isGuarded ? NextListed(iom) : REAL(vsl_iom_iterate)(iom, which, err);
 }
 
 vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* err) {

@@ -46,22 +46,26 @@ void LocateLeds::Record(const std::string& serial, std::uint32_t operation, pid_
   if (operation == PI::OP_LOCATE_DEVICE && !serial.empty()) m_Leds[serial] = {process};
 }
 
-void LocateLeds::ForgetRemoved(const std::vector<PI::CObject>& objects) {
+void LocateLeds::ForgetRemoved(const std::vector<PI::CObject>& objects,
+                               const std::set<std::string>& omitted) {
   if (Count() == 0) return;
   const Cards cards = CardsIn(objects);
   const Base::MutexLock lock(m_Lock);
   for (auto led = m_Leds.begin(); led != m_Leds.end();) {
-    led = cards.count(led->first) == 0 ? m_Leds.erase(led) : std::next(led);
+    const bool isPresent = cards.count(led->first) > 0 || omitted.count(led->first) > 0;
+    led = isPresent ? std::next(led) : m_Leds.erase(led);
   }
 }
 
-void LocateLeds::Restore(Console::Session& session, pid_t process, const Warn& warn) {
+void LocateLeds::Restore(Console::Session& session, const std::set<std::string>& omitted,
+                         pid_t process, const Warn& warn) {
   if (SwitchedOff(process).empty()) return;
   const std::vector<PI::CObject> objects = session.Topology();
   // A plug-in without cards does not distinguish removed cards from unreadable ones.
-  if (session.HasCards()) ForgetRemoved(objects);
+  if (session.HasCards()) ForgetRemoved(objects, omitted);
   const Cards cards = CardsIn(objects);
   for (const std::string& serial : SwitchedOff(process)) {
+    if (omitted.count(serial) > 0) continue;  // the plug-in is restarted once it can be read
     const auto fail = [&] { NoteFailure(serial, process, warn); };
     try {
       if (!SwitchOn(session, cards, serial)) {

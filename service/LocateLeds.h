@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,12 +26,15 @@ class LocateLeds {
   // Records an operation that succeeded in `process`. Operations other than those of the LED, and
   // cards without a serial number, are ignored.
   void Record(const std::string& serial, std::uint32_t operation, pid_t process);
-  // Forgets the LEDs of removed cards. `objects` contains all cards.
-  void ForgetRemoved(const std::vector<PI::CObject>& objects);
-  // Switches on the LEDs that were switched on in another process, each at most once per process.
+  // Forgets the LEDs of removed cards. `objects` contains all cards, except those with the serial
+  // numbers `omitted`, which cannot be read.
+  void ForgetRemoved(const std::vector<PI::CObject>& objects, const std::set<std::string>& omitted);
+  // Switches on the LEDs that were switched on in another process, each at most once per process,
+  // except those of the cards with the serial numbers `omitted`, which cannot be read.
   // An LED that cannot be switched on in three processes in a row is forgotten, and `warn` is
   // called with a message. Throws what the session throws.
-  void Restore(Console::Session& session, pid_t process, const Warn& warn);
+  void Restore(Console::Session& session, const std::set<std::string>& omitted, pid_t process,
+               const Warn& warn);
   std::size_t Count() const;
 
  private:

@@ -99,7 +99,10 @@ Json ReadRows(const std::string& table) {
 Json UnresponsiveCards() {
   Json list = Json::array();
   for (const Console::UnresponsiveCard& card : CardGuard::Instance().UnresponsiveCards()) {
-    list.push_back({{"serial_number", card.m_SerialNumber}, {"reason", card.m_Reason}});
+    list.push_back({{"serial_number", card.m_SerialNumber},
+                    {"device_path", card.m_DevicePath},
+                    {"reason", card.m_Reason},
+                    {"omitted", card.m_IsOmitted}});
   }
   return list;
 }
@@ -143,8 +146,18 @@ void Start(Process& process, const Json& id, const Work& work, const Work& fallb
   }
 }
 
+void SetKnownCards(const Json& list) {
+  std::vector<ListedCard> cards;
+  for (const Json& each : list) {
+    cards.push_back(
+        {each.at("device_path").get<std::string>(), each.at("serial_number").get<std::string>()});
+  }
+  CardGuard::Instance().SetKnownCards(std::move(cards));
+}
+
 // Runs each request on a separate thread, so that a hung request does not delay the others.
 void Dispatch(Process& process, Json document) {
+  if (document.contains("known_cards")) return SetKnownCards(document.at("known_cards"));
   const Json id = document.at("id");
   document.erase("id");
   if (document.contains("rows")) {

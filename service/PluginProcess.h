@@ -14,8 +14,12 @@ namespace Service {
 // {"id": 1, "rows": NAME}. This process first sends {"plugin": {...}} or {"failure": {...}}. It
 // then replies to each request, in any order: {"id": 1, "result": ..., "payload": ...} to a
 // command, and {"id": 1, "rows": [...]} or {"id": 1, "error": ...} to the other; each reply also
-// has "failed_threads", "unresponsive" and "needs_restart". It sends {"notified": true} when the
-// plug-in notifies the host.
+// has "failed_threads", "needs_restart" and "unresponsive", a list of
+// {"serial_number": ..., "device_path": ..., "reason": ..., "omitted": ...}. It sends
+// {"notified": true} when the plug-in notifies the host.
+//
+// The service may first send {"known_cards": [{"device_path": ..., "serial_number": ...}]}, the
+// cards of the previous process, which get no reply.
 int RunPluginProcess(const std::filesystem::path& pluginFile, int socket);
 
 }  // namespace Service

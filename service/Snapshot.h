@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "console/base/Deadline.h"
 #include "console/model/Model.h"
 #include "console/plugin/Session.h"
+#include "console/plugin/UnresponsiveCard.h"
 
 namespace Service {
 
@@ -49,6 +51,8 @@ struct Snapshot {
   Console::CardTimes m_Times;          // of `m_Objects`
   // `SnapshotStore` sets the known cards and the running formats.
   Console::CardRecords m_Cards;
+  // The cards that the plug-in omits, and those whose values are the values last read.
+  std::vector<Console::UnresponsiveCard> m_UnresponsiveCards;
 };
 
 // Returns the objects of a snapshot.
@@ -59,6 +63,9 @@ using SnapshotPtr = std::shared_ptr<const Snapshot>;
 // Returns the serial number of the object's card; empty if the object does not belong to a card or
 // the serial number is unknown.
 std::string SerialOf(const Snapshot& snapshot, std::uint64_t object);
+
+// Returns the serial numbers of the cards that are present but omitted by the plug-in.
+std::set<std::string> OmittedSerials(const std::vector<Console::UnresponsiveCard>& cards);
 
 // Returns null if the object does not have the property.
 const PI::CProperty* FindProperty(const PI::CObject& object, std::uint32_t property);

@@ -16,6 +16,8 @@
 
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
+#include "console/model/FieldTable.h"
+#include "console/model/Model.h"
 #include "console/plugin/RecordJson.h"
 #include "service/Frame.h"
 #include "service/Log.h"
@@ -72,6 +74,11 @@ struct SpawnSettings {
   posix_spawn_file_actions_t m_Actions;
   posix_spawnattr_t m_Attributes;
 };
+
+std::string NameOf(const Console::UnresponsiveCard& card) {
+  if (!card.m_SerialNumber.empty()) return card.m_SerialNumber;
+  return card.m_DevicePath.empty() ? "cannot list all cards" : card.m_DevicePath;
+}
 
 // Time limit for the exit of a killed process. One that hangs in the kernel is left running.
 constexpr std::chrono::milliseconds kKillTimeout(3000);
@@ -191,9 +198,10 @@ void Worker::SetUnresponsiveCards(std::vector<Console::UnresponsiveCard> cards) 
   }
   for (const Console::UnresponsiveCard& card : cards) {
     const bool isKnown = std::any_of(known.begin(), known.end(), [&](const auto& each) {
-      return each.m_SerialNumber == card.m_SerialNumber && each.m_Reason == card.m_Reason;
+      return each.m_DevicePath == card.m_DevicePath && each.m_Reason == card.m_Reason;
     });
-    if (!isKnown) LogWarning(card.m_SerialNumber + ": " + card.m_Reason);
+    if (isKnown) continue;
+    LogWarning(NameOf(card) + ": " + card.m_Reason);
   }
 }
 
@@ -251,6 +259,23 @@ std::optional<Console::PluginReply> Worker::Call(const Console::PluginCommand& c
 std::optional<Json> Worker::ReadRows(const std::string& table, const Console::Deadline& deadline) {
   const PendingCall call(*this, false);
   return Exchange(call, {{"rows", table}}, deadline, DuringFormat::GiveUp);
+}
+
+void Worker::SetKnownCards(const std::vector<PI::CObject>& objects,
+                           const std::vector<Console::UnresponsiveCard>& unresponsive) {
+  Json cards = Json::array();
+  for (const Console::UnresponsiveCard& each : unresponsive) {
+    if (!each.m_IsOmitted) continue;  // the others are among the objects
+    cards.push_back({{"device_path", each.m_DevicePath}, {"serial_number", each.m_SerialNumber}});
+  }
+  const Console::Model model(objects);
+  for (const Console::Object& object : model.Objects()) {
+    const std::string path = Console::FieldText(object, "control_device");
+    if (object.m_Kind != Console::Kind::Adapter || path.empty()) continue;
+    cards.push_back(
+        {{"device_path", path}, {"serial_number", Console::FieldText(object, "serial_number")}});
+  }
+  m_Sender->Send({{"known_cards", cards}});
 }
 
 std::optional<Json> Worker::Exchange(const PendingCall& call, Json document,

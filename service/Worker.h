@@ -63,6 +63,10 @@ class Worker {
   bool IsAlive() const;
   // Number of threads that the plug-in failed to start, as of the last reply.
   std::size_t FailedThreads() const;
+  // Sends the cards of the previous process, for a card library that cannot list all
+  // cards. Call before the plug-in is initialized.
+  void SetKnownCards(const std::vector<PI::CObject>& objects,
+                     const std::vector<Console::UnresponsiveCard>& unresponsive);
   // Returns the cards that did not respond to the plug-in, as of the last reply.
   std::vector<Console::UnresponsiveCard> UnresponsiveCards() const;
   // Whether the plug-in omits a card that responds, as of the last reply.

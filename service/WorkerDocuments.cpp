@@ -27,8 +27,9 @@ Console::Failure FailureFrom(const Json& document) {
 std::vector<Console::UnresponsiveCard> UnresponsiveCardsFrom(const Json& list) {
   std::vector<Console::UnresponsiveCard> cards;
   for (const Json& each : list) {
-    cards.push_back(
-        {each.at("serial_number").get<std::string>(), each.at("reason").get<std::string>()});
+    cards.push_back({each.at("serial_number").get<std::string>(),
+                     each.at("device_path").get<std::string>(),
+                     each.at("reason").get<std::string>(), each.at("omitted").get<bool>()});
   }
   return cards;
 }

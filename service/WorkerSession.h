@@ -16,6 +16,9 @@ class WorkerSession : public Console::CommandSession {
   pid_t ProcessId() const { return m_Worker.ProcessId(); }
   Console::PluginInfo Info() const override { return m_Worker.Info(); }
   std::size_t FailedThreads() const override { return m_Worker.FailedThreads(); }
+  std::vector<Console::UnresponsiveCard> UnresponsiveCards() const override {
+    return m_Worker.UnresponsiveCards();
+  }
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds timeout,
                            const Console::WaitSet& extra) override;
@@ -24,9 +27,6 @@ class WorkerSession : public Console::CommandSession {
   std::optional<Console::PluginReply> Call(Console::PluginCommand command,
                                            const Console::Deadline& deadline,
                                            Console::OnStop onStop) override;
-  std::vector<Console::UnresponsiveCard> UnresponsiveCards() const override {
-    return m_Worker.UnresponsiveCards();
-  }
   // Kills the process, because there is no other way to end a hung call.
   void Abandon() override { m_Worker.Kill(); }
 

@@ -20,7 +20,8 @@ bool HasSerialNumber(const PI::CObject& object, const std::vector<UnresponsiveCa
   for (const PI::CProperty& property : object.m_Properties) {
     if (property.m_PropertyID != PI::Property::SERIAL_NUMBER) continue;
     const std::string& serial = property.m_Value.m_String.m_Text;
-    return std::any_of(cards.begin(), cards.end(),
+    return !serial.empty() &&
+           std::any_of(cards.begin(), cards.end(),
                        [&](const UnresponsiveCard& each) { return each.m_SerialNumber == serial; });
   }
   return false;
@@ -40,6 +41,15 @@ std::vector<PI::CObject> WithoutReadings(std::vector<PI::CObject> objects,
   return objects;
 }
 
+// An entry without a device stands for all cards: it is unknown whether there are any.
+void ThrowIfUnlisted(const std::vector<UnresponsiveCard>& cards) {
+  for (const UnresponsiveCard& each : cards) {
+    if (!each.m_DevicePath.empty()) continue;
+    throw Failure(ExitCode::Failed, "CARDS_UNLISTED", "cannot list the cards", each.m_Reason,
+                  {"Check the kernel log and the driver of the cards."});
+  }
+}
+
 }  // namespace
 
 void CommandSession::ThrowReadTimeout() {
@@ -54,7 +64,10 @@ void CommandSession::Start() {
   const auto begin = std::chrono::steady_clock::now();
   const std::uint32_t result = Read(PI::CMD_INITIALIZE, 0, adapters);
   m_StartDuration = std::chrono::steady_clock::now() - begin;
-  if (result == PI::ERR_NO_SUPPORTED_HARDWARE) return;
+  if (result == PI::ERR_NO_SUPPORTED_HARDWARE) {
+    ThrowIfUnlisted(UnresponsiveCards());
+    return;
+  }
   if (result != PI::SUCCESS) throw PluginFailure("cannot start the plug-in", result);
   m_HasCards = true;
   for (PI::CAdapterID& adapter : adapters) {
@@ -116,6 +129,7 @@ std::vector<PI::CObject> CommandSession::Topology() {
 CardRecords CommandSession::Cards() const {
   CardRecords records;
   for (const UnresponsiveCard& card : UnresponsiveCards()) {
+    if (card.m_DevicePath.empty()) continue;  // stands for all cards
     records.m_Unreadable.push_back({card.m_SerialNumber, "", card.m_Reason});
   }
   return records;

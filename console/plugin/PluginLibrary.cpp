@@ -29,6 +29,7 @@ constexpr int kLoadFlags = RTLD_NOW | RTLD_LOCAL;
 #endif
 
 std::atomic<void*> g_Loaded{nullptr};  // the plug-in's handle of the loader
+std::atomic<std::uint64_t> g_Loads{0};
 
 Failure LoadFailure(const std::string& id, const std::string& why) {
   return Failure(ExitCode::PluginUnusable, id, "cannot load the plug-in", why,
@@ -199,12 +200,17 @@ void* FindInPlugin(const char* name) {
   return dlsym(g_Loaded, name);
 }
 
+std::uint64_t PluginLoads() {
+  return g_Loads;
+}
+
 PluginLibrary::PluginLibrary(const std::filesystem::path& file)
     : m_File(std::filesystem::absolute(file).string()) {
   RequireFile(m_File);
   m_Handle = dlopen(ResolveTrustedLibrary(m_File).c_str(), kLoadFlags);
   if (m_Handle == nullptr) throw LoadFailure("PLUGIN_NOT_LOADED", LastLoaderError());
   g_Loaded = m_Handle;
+  ++g_Loads;
   m_Create = reinterpret_cast<Create>(EntryPoint("createIf"));
   m_Release = reinterpret_cast<Release>(EntryPoint("releaseIf"));
 }

@@ -1,6 +1,7 @@
 // A plug-in library that is loaded into this process, and its instance.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -17,6 +18,9 @@ std::filesystem::path ProgramDirectory();
 // Returns the function with that name in the plug-in that was loaded last, or in a library that it
 // uses. Returns null if there is none. Thread-safe.
 void* FindInPlugin(const char* name);
+
+// Returns how many plug-ins this process has loaded. Thread-safe.
+std::uint64_t PluginLoads();
 
 // A loaded plug-in library with its two entry points; unloaded when destroyed.
 class PluginLibrary {

@@ -1,4 +1,4 @@
-// A card that does not respond to the plug-in.
+// A card that does not respond to the plug-in, or cannot be opened.
 #pragma once
 
 #include <string>
@@ -6,8 +6,12 @@
 namespace Console {
 
 struct UnresponsiveCard {
-  std::string m_SerialNumber;
-  std::string m_Reason;
+  std::string m_SerialNumber;  // empty: unknown
+  std::string m_DevicePath;    // of the control device; empty: the cards cannot be listed
+  std::string m_Reason;        // in one line, such as "the card is not responding"
+  // Whether the plug-in has never read the card, and therefore does not show it. Otherwise, it
+  // shows the values last read.
+  bool m_IsOmitted = false;
 };
 
 }  // namespace Console

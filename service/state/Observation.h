@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "host/PluginInterface.h"
@@ -17,6 +19,9 @@ struct Observation {
   // it include all events that this plug-in process had reported by that time.
   std::int64_t m_LogPosition = 0;
   std::shared_ptr<const std::vector<PI::CObject>> m_pObjects;  // not null
+  // Serial numbers of cards that are present, but not among the objects, because they cannot be
+  // read.
+  std::set<std::string> m_Omitted{};
 };
 
 }  // namespace Service

@@ -1,6 +1,7 @@
 #include "service/state/StateStore.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 #include <variant>
 
@@ -47,6 +48,23 @@ std::vector<LoggedEvent> FormatEvents(const std::vector<StateEvent>& events) {
     formatted.back().m_ObjectType = event.m_ObjectType;
   }
   return formatted;
+}
+
+// The logged states of the cards that were observed. The others are unknown.
+CardStates Without(CardStates states, const std::set<std::string>& omitted) {
+  for (const std::string& serial : omitted) states.erase(serial);
+  return states;
+}
+
+// Adds the logged states of the omitted cards to the observed ones, because the next observation of
+// these cards is compared with them.
+CardStates WithOmitted(CardStates observed, const CardStates& logged,
+                       const std::set<std::string>& omitted) {
+  for (const std::string& serial : omitted) {
+    const auto found = logged.find(serial);
+    if (found != logged.end()) observed.insert(*found);
+  }
+  return observed;
 }
 
 std::vector<LoggedEvent> LogDifference(Connection& connection, const CardStates& logged,
@@ -113,9 +131,14 @@ class CardUpdate {
     }
   }
 
-  // `lastTimeMs`: time of the previous observation, if it was of the same plug-in process.
-  void MarkMissing(std::optional<std::uint64_t> lastTimeMs) {
+  // `lastTimeMs`: time of the previous observation, if it was of the same plug-in process. The
+  // omitted cards are present.
+  void MarkMissing(std::optional<std::uint64_t> lastTimeMs, const std::set<std::string>& omitted) {
     for (auto& [serial, row] : m_Rows) {
+      if (omitted.count(serial) > 0) {
+        row.m_Card.m_IsPresent = true;
+        continue;
+      }
       if (!row.m_Card.m_IsPresent || m_Observed.count(serial) > 0) continue;
       row.m_Card.m_IsPresent = false;
       if (lastTimeMs) row.m_Card.m_LastSeen = *lastTimeMs;
@@ -205,16 +228,17 @@ std::vector<LoggedEvent> StateStore::Record(const Observation& observation) {
     const bool isNewFile = ReadNumber(connection, StateNumber::HasBaseline) == 0;
     ApplyLog(connection, observation.m_LogPosition, logged);
     if (isFirst && !isNewFile) {
-      events = LogDifference(connection, logged, observed, observation.m_Time);
+      events = LogDifference(connection, Without(logged, observation.m_Omitted), observed,
+                             observation.m_Time);
     }
     if (isFirst || isNewFile) {
-      logged = observed;
+      logged = WithOmitted(observed, logged, observation.m_Omitted);
     } else {
       ApplyObservation(observed, observation.m_Time, logged, absences);
     }
     CardUpdate update(connection, observation.m_Time, model, observed, rows);
     update.AddCards();
-    update.MarkMissing(isFirst ? std::nullopt : std::optional(m_LastTime));
+    update.MarkMissing(isFirst ? std::nullopt : std::optional(m_LastTime), observation.m_Omitted);
     SetLogged(logged, rows);
     WriteCardRows(connection, stored, rows);
     WriteNumber(connection, StateNumber::NextPosition, update.NextPosition());

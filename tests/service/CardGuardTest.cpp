@@ -133,6 +133,18 @@ TEST_F(StuckCard, HasTimeForAChangeWhileAnotherCardIsStuck) {
   EXPECT_TRUE(m_Card.Run(change, Service::CallKind::Change));
 }
 
+// The process would be replaced if all limits together exceeded 30 s.
+TEST(CallLimit, BecomesShorterWithEachStuckCard) {
+  using Service::CallKind;
+  using Service::CallLimit;
+  EXPECT_EQ(milliseconds(5000), CallLimit(CallKind::Reading, 0));
+  EXPECT_EQ(milliseconds(1000), CallLimit(CallKind::Reading, 1));
+  EXPECT_EQ(milliseconds(1000), CallLimit(CallKind::Reading, 5));
+  EXPECT_EQ(milliseconds(100), CallLimit(CallKind::Reading, 6));
+  EXPECT_EQ(milliseconds(25000), CallLimit(CallKind::Change, 0));
+  EXPECT_EQ(milliseconds(25000), CallLimit(CallKind::Change, 6));
+}
+
 TEST_F(StuckCard, ForgetsTheValuesOfAMissingCard) {
   m_Card.Remember("temperature", 51.5F);
   m_Card.SetRead();
@@ -141,6 +153,55 @@ TEST_F(StuckCard, ForgetsTheValuesOfAMissingCard) {
   EXPECT_FALSE(m_Card.WasRead());
   EXPECT_EQ("", m_Card.Problem());
   EXPECT_FALSE(m_Card.Recall("temperature").has_value());
+}
+
+class ReportedCard : public testing::Test {
+ protected:
+  // Renders the report as "SERIAL PATH: REASON", with "omitted " in front if the card is omitted.
+  std::string Report() const {
+    const auto report = m_Card.Report();
+    if (!report) return "";
+    return (report->m_IsOmitted ? "omitted " : "") + report->m_SerialNumber + " " +
+           report->m_DevicePath + ": " + report->m_Reason;
+  }
+
+  std::atomic<int>& m_Stuck = *new std::atomic<int>(0);
+  GuardedCard& m_Card = *new GuardedCard(NewRunner(), m_Stuck, "/dev/fct1");
+};
+
+TEST_F(ReportedCard, IsNotReportedWhileItsValuesAreCurrent) {
+  m_Card.SetSerialNumber("S1");
+  EXPECT_EQ("", Report());
+  m_Card.SetRead();
+  EXPECT_EQ("", Report());
+}
+
+TEST_F(ReportedCard, IsReportedWithTheSerialNumberOfItsValues) {
+  m_Card.Remember("serial_number", std::string("S1"));
+  m_Card.SetRead();
+  m_Card.SetProblem("the card cannot be opened: device busy (error 12)");
+  EXPECT_EQ("S1 /dev/fct1: the card cannot be opened: device busy (error 12)", Report());
+}
+
+TEST_F(ReportedCard, IsReportedUntilThePluginIsRestarted) {
+  m_Card.SetSerialNumber("S1");
+  m_Card.SetProblem("the card is not responding");
+  m_Card.SetOmitted(false);
+  EXPECT_EQ("omitted S1 /dev/fct1: the card is not responding", Report());
+  EXPECT_FALSE(m_Card.HasReturned());
+  m_Card.SetProblem("");
+  m_Card.SetOmitted(true);
+  EXPECT_EQ("omitted S1 /dev/fct1: the card is responding again and will be read", Report());
+  EXPECT_TRUE(m_Card.HasReturned());
+}
+
+TEST_F(ReportedCard, IsUnknownAfterItsRemoval) {
+  m_Card.SetSerialNumber("S1");
+  EXPECT_TRUE(m_Card.IsKnown());
+  m_Card.SetOmitted(false);
+  m_Card.SetMissing();
+  EXPECT_FALSE(m_Card.IsKnown());
+  EXPECT_EQ("", Report());
 }
 
 }  // namespace

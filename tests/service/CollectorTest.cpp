@@ -9,7 +9,10 @@
 #include <future>
 #include <memory>
 #include <mutex>
+#include <ostream>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "hostkit/EventLog.h"
 #include "tests/service/CollectorFixture.h"
@@ -293,6 +296,113 @@ TEST_F(Collector, LogsTheEventsOfTheCards) {
     events.push_back(event.m_EventID);
   }
   EXPECT_THAT(events, testing::ElementsAre(CorvaneTest::Number::CTRL_PNPREMOVE));
+}
+
+// A fault of one of three cards at the start of the plug-in process, and how it is reported.
+struct FaultAtStart {
+  const char* m_Function;
+  bool m_Hangs;
+  const char* m_Reason;
+};
+
+void PrintTo(const FaultAtStart& fault, std::ostream* out) {
+  *out << fault.m_Function << (fault.m_Hangs ? " hangs" : " fails");
+}
+
+constexpr FaultAtStart kFaultsAtStart[] = {
+    {"vsl_iom_create_by_name", true, "the card is not responding"},
+    {"vsl_iom_create_by_name", false, "the card cannot be opened: device busy (error 12)"},
+    {"vsl_open", true, "the card is not responding"},
+    {"vsl_open", false, "the card cannot be opened: device busy (error 12)"},
+    {"vsl_temp_internal_deg_c", true, "the card is not responding"},
+    {"vsl_iom_format_create", true, "the card is not responding"},
+    {"vsl_vsu_iterate", true, "the card is not responding"},
+};
+
+class FaultyAtStart : public CorvaneTest::CollectorFixture,
+                      public testing::WithParamInterface<FaultAtStart> {
+ protected:
+  ~FaultyAtStart() override { m_pCollector.reset(); }
+};
+
+TEST_P(FaultyAtStart, CardIsOmittedUntilItCanBeRead) {
+  std::vector<std::string> cards;
+  for (const char* serial : {"S0", "S1", "S2"}) {
+    cards.push_back(m_Host.AddCard());
+    m_Host.Cards().Set(cards.back(), "serial_number", serial);
+  }
+  const FaultAtStart& fault = GetParam();
+  if (fault.m_Hangs) {
+    m_Host.Cards().Hang(fault.m_Function, cards[1]);
+  } else {
+    m_Host.Cards().Fail(fault.m_Function, cards[1], 12, "device busy");
+  }
+  m_Host.WriteIni("PollInterval=2\n");
+  Start(Settings());
+  const Service::SnapshotPtr first = AwaitObjects(5);  // the plug-in, two cards and their drives
+  ASSERT_EQ(1u, first->m_UnresponsiveCards.size());
+  const Console::UnresponsiveCard& omitted = first->m_UnresponsiveCards.front();
+  EXPECT_EQ("S1", omitted.m_SerialNumber);
+  EXPECT_EQ(fault.m_Reason, omitted.m_Reason);
+  EXPECT_TRUE(omitted.m_IsOmitted);
+  m_Host.Cards().ClearFailure(fault.m_Function, cards[1]);
+  const Service::SnapshotPtr second = AwaitObjects(7);
+  EXPECT_TRUE(second->m_UnresponsiveCards.empty());
+  EXPECT_TRUE(HostKit::ReadEvents(0, 10).empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, FaultyAtStart, testing::ValuesIn(kFaultsAtStart));
+
+// The list ends before the third card, or is empty. The other cards are known from the previous
+// process. If a call for the second card hangs, it also cannot be read.
+class IncompleteList : public CollectorFixture {
+ protected:
+  ~IncompleteList() override { m_pCollector.reset(); }
+
+  pid_t StartWithThreeCards() {
+    for (const char* serial : {"S0", "S1", "S2"}) {
+      m_Cards.push_back(m_Host.AddCard());
+      m_Host.Cards().Set(m_Cards.back(), "serial_number", serial);
+    }
+    Start(Settings());
+    return AwaitObjects(7)->m_Plugin.m_Process;
+  }
+  SnapshotPtr Replace(pid_t process) {
+    CorvaneTest::SendSignal(process, SIGKILL);
+    return Await([process](const Service::Snapshot& it) {
+      return it.m_Plugin.m_IsUp && it.m_Plugin.m_Process != process;
+    });
+  }
+
+  std::vector<std::string> m_Cards;
+};
+
+TEST_F(IncompleteList, IsCompletedIfItHangs) {
+  const pid_t process = StartWithThreeCards();
+  m_Host.Cards().Hang("vsl_has_device_path", m_Cards[1]);
+  const SnapshotPtr second = Replace(process);
+  EXPECT_EQ(5u, second->m_Objects.size());
+  ASSERT_EQ(1u, second->m_UnresponsiveCards.size());
+  EXPECT_EQ("S1", second->m_UnresponsiveCards.front().m_SerialNumber);
+  m_Host.Cards().ClearFailure("vsl_has_device_path", m_Cards[1]);
+  AwaitObjects(7);
+}
+
+TEST_F(IncompleteList, IsCompletedIfItFails) {
+  const pid_t process = StartWithThreeCards();
+  m_Host.Cards().Fail("vsl_iom_iterate", 12, "device busy");
+  const SnapshotPtr second = Replace(process);
+  EXPECT_EQ(7u, second->m_Objects.size());
+  EXPECT_TRUE(second->m_UnresponsiveCards.empty());
+}
+
+TEST_F(IncompleteList, MakesTheStartFailIfNoCardIsKnown) {
+  m_Host.AddCard();
+  m_Host.Cards().Fail("vsl_iom_iterate", 12, "device busy");
+  Start(Settings());
+  Await([](const Service::Snapshot& it) {
+    return it.m_Plugin.DownReason() == "cannot list the cards: device busy";
+  });
 }
 
 }  // namespace

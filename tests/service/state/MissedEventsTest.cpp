@@ -30,6 +30,14 @@ class MissedEvents : public StateTest::StoreTest {
   }
   void RecordNext(const std::vector<Card>& cards) { Record(m_Time += 1000, cards); }
 
+  // Records the first observation of a new plug-in process, which omits a card.
+  std::vector<HostKit::LoggedEvent> RecordFirstWithout(const std::string& omitted,
+                                                       const std::vector<Card>& cards) {
+    auto observation = Observe(m_Time += 1000, cards, HostKit::NewestEventNumber(), true);
+    observation.m_Omitted = {omitted};
+    return m_Store.Record(observation);
+  }
+
   // Logs an event that the plug-in delivers.
   static void Log(PI::_EVENT_ID number, const char* serial = "S0") {
     PI::CEvent event;
@@ -166,6 +174,40 @@ TEST_F(MissedEvents, AreCountedInTheMetrics) {
   RecordFirst({With({})});
   RecordFirst({With({V::FLASHBACK})});
   EXPECT_EQ(OtherProgram(File()).Run("SELECT event_id, count FROM host_event_totals"), "10965|1");
+}
+
+TEST_F(MissedEvents, IncludeNoRemovalOfACardThatCannotBeRead) {
+  RecordFirst({With({}), With({}, "S1")});
+  RecordFirstWithout("S1", {With({})});
+  EXPECT_EQ(LogText(), "");
+  EXPECT_EQ(Known(), "a0 S0, a1 S1");
+}
+
+TEST_F(MissedEvents, AreLoggedWhenACardCanBeReadAgain) {
+  RecordFirst({With({}), With({}, "S1")});
+  RecordFirstWithout("S1", {With({})});
+  RecordNext({With({})});
+  RecordFirst({With({}), With({V::FLASHBACK}, "S1")});
+  EXPECT_EQ(LogText(), "10965 S1");
+}
+
+TEST_F(MissedEvents, IncludeTheRemovalOfACardThatCouldNotBeRead) {
+  RecordFirst({With({}), With({}, "S1")});
+  RecordFirstWithout("S1", {With({})});
+  RecordFirst({With({})});
+  EXPECT_EQ(LogText(), "11094 S1");
+  EXPECT_EQ(Known(), "a0 S0, a1 S1 missing");
+}
+
+// The card was removed, then inserted again with a fault.
+TEST_F(MissedEvents, AddACardOnceItCanBeRead) {
+  RecordFirst({With({}), With({}, "S1")});
+  RecordFirst({With({})});
+  RecordFirstWithout("S1", {With({})});
+  EXPECT_EQ(Known(), "a0 S0, a1 S1");
+  EXPECT_EQ(m_Store.Forget("S1"), Service::ForgetResult::CardIsPresent);
+  RecordFirst({With({}), With({}, "S1")});
+  EXPECT_EQ(LogText(), "11094 S1, 11093 S1");
 }
 
 }  // namespace
