@@ -1,5 +1,6 @@
 #include "service/CallRunner.h"
 
+#include <atomic>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -12,24 +13,38 @@ namespace {
 // Idle threads beyond this number exit.
 constexpr std::size_t kMaxIdleThreads = 2;
 
+// A scan makes thousands of short calls in a row. Waking a thread costs more than such a call, so
+// both threads first wait without sleeping.
+constexpr std::chrono::microseconds kSpinTime(20);
+
+// Returns whether the flag was set before the time was over. Returns immediately on a machine with
+// one processor, where the other thread cannot run meanwhile.
+bool SpinUntil(const std::atomic<bool>& flag) {
+  static const bool isUseful = std::thread::hardware_concurrency() > 1;
+  if (!isUseful) return flag.load(std::memory_order_acquire);
+  const auto end = std::chrono::steady_clock::now() + kSpinTime;
+  while (!flag.load(std::memory_order_acquire)) {
+    if (std::chrono::steady_clock::now() >= end) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 struct CallRunner::Task {
-  // Called on the thread of the work.
-  void Run() {
-    m_Call.m_Work();
-    {
-      const Base::MutexLock lock(m_Lock);
-      m_IsDone = true;
-      m_Done.NotifyAll();
-      if (!m_IsGivenUp) return;
-    }
-    m_Call.m_OnLateReturn();
+  // Reports the end of the work to the waiting thread. Returns whether that has given up.
+  bool End() {
+    const Base::MutexLock lock(m_Lock);
+    m_IsDone = true;
+    m_HasReturned.store(true, std::memory_order_release);
+    m_Done.NotifyAll();
+    return m_IsGivenUp;
   }
 
   // Called on the waiting thread.
   bool Await(std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
+    if (SpinUntil(m_HasReturned)) return true;
     Base::MutexLock lock(m_Lock);
     while (!m_IsDone && std::chrono::steady_clock::now() < deadline) {
       m_Done.WaitUntil(lock, deadline);
@@ -41,6 +56,7 @@ struct CallRunner::Task {
   }
 
   Call m_Call;
+  std::atomic<bool> m_HasReturned{false};
   Base::Mutex m_Lock;
   Base::ConditionVariable m_Done;
   bool m_IsDone HOST_GUARDED_BY(m_Lock) = false;
@@ -62,29 +78,65 @@ bool CallRunner::Enqueue(const TaskPtr& task) {
   const Base::MutexLock lock(m_Lock);
   if (m_IdleThreads <= m_Tasks.size()) {
     try {
-      std::thread(&CallRunner::RunTasks, this).detach();
+      StartThread();
     } catch (const std::system_error&) {
       return false;
     }
   }
   m_Tasks.push_back(task);
+  m_MayHaveTask.store(true, std::memory_order_release);
   m_HasTask.NotifyOne();
   return true;
 }
 
+void CallRunner::StartThread() {
+  std::thread(&CallRunner::RunTasks, this).detach();
+}
+
+// The thread is idle before it reports the end of the work, because the caller's next
+// call would otherwise start another thread.
 void CallRunner::RunTasks() {
-  while (const TaskPtr task = NextTask()) task->Run();
+  SetIdle();
+  while (const TaskPtr task = NextTask()) {
+    task->m_Call.m_Work();
+    SetIdle();
+    if (!task->End()) continue;
+    SetBusy();
+    task->m_Call.m_OnLateReturn();
+    SetIdle();
+  }
+}
+
+void CallRunner::SetIdle() {
+  const Base::MutexLock lock(m_Lock);
+  ++m_IdleThreads;
+}
+
+// Starts another thread if a task relies on this one. If that fails, the task waits for this
+// thread.
+void CallRunner::SetBusy() {
+  const Base::MutexLock lock(m_Lock);
+  --m_IdleThreads;
+  if (m_Tasks.size() <= m_IdleThreads) return;
+  try {
+    StartThread();
+  } catch (const std::system_error&) {
+  }
 }
 
 // Waits for a task. Returns null if there are enough idle threads.
 CallRunner::TaskPtr CallRunner::NextTask() {
+  SpinUntil(m_MayHaveTask);
   Base::MutexLock lock(m_Lock);
-  if (m_Tasks.empty() && m_IdleThreads >= kMaxIdleThreads) return nullptr;
-  ++m_IdleThreads;
+  if (m_Tasks.empty() && m_IdleThreads > kMaxIdleThreads) {
+    --m_IdleThreads;
+    return nullptr;
+  }
   while (m_Tasks.empty()) m_HasTask.Wait(lock);
   --m_IdleThreads;
   TaskPtr task = m_Tasks.front();
   m_Tasks.pop_front();
+  m_MayHaveTask.store(!m_Tasks.empty(), std::memory_order_release);
   return task;
 }
 
