@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -11,6 +12,8 @@
 
 #include "console/base/Failure.h"
 #include "console/commands/All.h"
+#include "console/plugin/CardLibraryGuard.h"
+#include "service/CardGuard.h"
 #include "service/client/DefaultSocket.h"
 #include "service/client/ServiceFailure.h"
 #include "service/client/ServiceSession.h"
@@ -70,6 +73,17 @@ std::unique_ptr<Session> Connect(const SessionRequest& request, const std::files
   return session;
 }
 
+// Prepares this process for an in-process plug-in: a card that does not respond must not block the
+// other cards.
+std::nullptr_t GuardCards() {
+  Service::CardGuard::Instance().Enable();
+  CardLibraryGuard guard;
+  guard.m_HasStuckCalls = [] { return Service::CardGuard::Instance().HasStuckCards(); };
+  guard.m_UnresponsiveCards = [] { return Service::CardGuard::Instance().UnresponsiveCards(); };
+  SetCardLibraryGuard(guard);
+  return nullptr;
+}
+
 }  // namespace
 
 std::unique_ptr<Session> ConnectToService(const SessionRequest& request) {
@@ -78,7 +92,7 @@ std::unique_ptr<Session> ConnectToService(const SessionRequest& request) {
     RequireNoDirectOption(options);
     return Connect(request, options.m_Socket);
   }
-  if (DirectOption(options) != nullptr) return nullptr;
+  if (DirectOption(options) != nullptr) return GuardCards();
   for (const std::filesystem::path& path : DefaultSockets()) {
     try {
       return Connect(request, path);
@@ -86,7 +100,7 @@ std::unique_ptr<Session> ConnectToService(const SessionRequest& request) {
       if (failure.m_Id != Service::kNoService) throw;
     }
   }
-  return nullptr;
+  return GuardCards();
 }
 
 }  // namespace Console

@@ -9,6 +9,7 @@
 #include "console/cli/CommandTable.h"
 #include "console/commands/StoredCard.h"
 #include "console/model/FieldTable.h"
+#include "console/plugin/CardLibraryGuard.h"
 #include "console/report/CommandContext.h"
 
 namespace Console {
@@ -33,6 +34,14 @@ bool IsPresent(const Model& model, const std::string& serial) {
   });
 }
 
+// Whether a plug-in in this process omits the card because it cannot be read.
+bool IsOmitted(const std::string& serial) {
+  const auto cards = GetCardLibraryGuard().m_UnresponsiveCards();
+  return std::any_of(cards.begin(), cards.end(), [&](const UnresponsiveCard& each) {
+    return each.m_IsOmitted && each.m_SerialNumber == serial;
+  });
+}
+
 // The presence that a running service has recorded is newer than `model`.
 KnownCard RequireMissing(Context& context, Service::StoredState& state, const std::string& serial) {
   const Model model = context.Objects();
@@ -40,6 +49,7 @@ KnownCard RequireMissing(Context& context, Service::StoredState& state, const st
   if (IsPresent(model, serial)) throw PresentFailure(serial);
   if (!card) throw UnknownCardFailure(ActionOf(serial));
   if (card->m_IsPresent && context.Open().IsShared()) throw PresentFailure(serial);
+  if (IsOmitted(serial)) throw PresentFailure(serial);
   return *card;
 }
 

@@ -22,6 +22,13 @@ PluginSession::PluginSession(const std::filesystem::path& file, EventLogClient& 
     Stop();
     throw;
   }
+  for (const UnresponsiveCard& each : PluginSession::UnresponsiveCards()) NoteUnlistedCards(each);
+}
+
+void PluginSession::NoteUnlistedCards(const UnresponsiveCard& card) {
+  if (!card.m_DevicePath.empty()) return;
+  m_Diagnostics.Note("CARDS_UNLISTED", "cannot list all cards: " + card.m_Reason,
+                     {"A card or its driver may be hung; check the kernel log."});
 }
 
 // Without cards, the plug-in is not running and has no events.
@@ -63,8 +70,12 @@ void PluginSession::Stop() {
   // The plug-in waits up to 25 seconds for its jobs; without a job, it only has to finish a scan.
   const std::chrono::seconds timeout(HasExecutedOperation() ? 30 : 5);
   const auto call = [loaded = m_pLoaded.release(), started = HasCards()] {
-    const std::unique_ptr<Loaded> owner(loaded);
+    std::unique_ptr<Loaded> owner(loaded);
     if (started) loaded->m_Plugin->Execute(PI::CMD_DEINITIALIZE, 0, nullptr);
+    if (GetCardLibraryGuard().m_HasStuckCalls()) {
+      AbandonThreads();
+      static_cast<void>(owner.release());
+    }
     return std::uint32_t{PI::SUCCESS};
   };
   const Deadline deadline(timeout);

@@ -10,6 +10,7 @@
 
 #include "console/base/Notifier.h"
 #include "console/plugin/CardStore.h"
+#include "console/plugin/CardLibraryGuard.h"
 #include "console/plugin/CommandSession.h"
 #include "console/plugin/PluginLibrary.h"
 #include "hostkit/FailedThreads.h"
@@ -29,7 +30,8 @@ class PluginSession : public CommandSession {
   void UseCardStore(std::unique_ptr<CardStore> store) { m_pCardStore = std::move(store); }
 
   // Logs the pending events, then stops and unloads the plug-in, which waits up to 25 seconds for
-  // running jobs. A plug-in that does not stop is abandoned, and a note is added.
+  // running jobs. A plug-in that does not stop is abandoned, and a note is added. While a call to
+  // the card library is stuck, the plug-in stays loaded until the program exits.
   ~PluginSession() override;
 
   PluginInfo Info() const override { return m_Info; }
@@ -37,6 +39,9 @@ class PluginSession : public CommandSession {
   CardRecords Cards() const override;
   std::size_t FailedThreads() const override {
     return HostKit::FailedThreads() - m_FailedThreadsBefore;
+  }
+  std::vector<UnresponsiveCard> UnresponsiveCards() const override {
+    return GetCardLibraryGuard().m_UnresponsiveCards();
   }
   using Session::WaitForNotification;
   bool WaitForNotification(std::chrono::milliseconds timeout, const WaitSet& extra) override;
@@ -53,6 +58,7 @@ class PluginSession : public CommandSession {
   };
 
   void Load(const std::filesystem::path& file);
+  void NoteUnlistedCards(const UnresponsiveCard& card);
   void Stop();
   static bool CallWithThreadRetry(const std::function<std::uint32_t()>& call,
                                   const Deadline& deadline);

@@ -11,6 +11,7 @@ set(THROUGH_SERVICE
   "events|the test plug-in"
   "format"
   "hang|the test plug-in"
+  "hung_card|the start of a plug-in in the same process"
   "inspect"
   "known_cards|the in-memory database"
   "metrics|plug-ins that cannot be loaded, and the text file"
