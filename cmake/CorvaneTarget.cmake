@@ -1,10 +1,10 @@
-# Compile and link options for all targets. Warnings are errors. Includes are relative to the root
-# of the tree, so that each include shows its layer.
+# Compile and link options for all targets. Includes are relative to the root of the tree, so that
+# each include shows its layer.
 
 cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH CORVANE_ROOT)
 
 set(CORVANE_WARNINGS
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>)
 
@@ -27,10 +27,12 @@ set(CORVANE_CHECK_LOCKS ${CORVANE_IS_DEBUG} CACHE BOOL "Check that no lock is he
 function(corvane_target target)
   target_compile_options(${target} PRIVATE ${CORVANE_WARNINGS} -fstack-protector-strong)
   target_link_options(${target} PRIVATE ${CORVANE_HARDENING_LINK})
-  if(CORVANE_HOST_INCLUDE)
-    target_include_directories(${target} BEFORE PRIVATE ${CORVANE_HOST_INCLUDE})
+  if(CORVANE_STANDINS)
+    target_include_directories(${target} PRIVATE ${CORVANE_ROOT})
+  else()
+    target_include_directories(${target} PRIVATE ${CORVANE_SITE_INCLUDE})
+    target_include_directories(${target} SYSTEM PRIVATE ${CORVANE_HOST_INCLUDE})
   endif()
-  target_include_directories(${target} PRIVATE ${CORVANE_ROOT})
   if(CORVANE_CHECK_LOCKS)
     target_compile_definitions(${target} PRIVATE CORVANE_CHECK_LOCKS)
   endif()

@@ -87,7 +87,7 @@ bool Collector::RunPlugin() {
   ++m_Starts;
   m_HasForwarded = false;
   m_Progress.Begin(kCallsAtStart * m_Settings.m_CallTimeout);
-  const auto worker = std::make_shared<Worker>(m_Settings.m_Program, m_Settings.m_PluginFile,
+  const auto worker = std::make_shared<Worker>(m_Settings.m_Program, m_Settings.m_PluginFiles,
                                                Console::Deadline(m_Settings.m_CallTimeout));
   const SnapshotPtr previous = m_Store.Get();
   worker->SetKnownCards(previous->m_Objects, previous->m_UnresponsiveCards);

@@ -16,6 +16,7 @@
 #include "base/Mutex.h"
 #include "console/base/Notifier.h"
 #include "console/base/Output.h"
+#include "console/plugin/PluginFiles.h"
 #include "hostkit/EventLog.h"
 #include "service/LocateLeds.h"
 #include "service/ProgressWatch.h"
@@ -27,7 +28,7 @@ namespace Service {
 
 struct CollectorSettings {
   std::filesystem::path m_Program;  // has the command `plugin-process`
-  std::filesystem::path m_PluginFile;
+  Console::PluginFiles m_PluginFiles;
   std::chrono::milliseconds m_RefreshInterval{10000};
   // A plug-in process that does not respond within this time is killed and restarted.
   std::chrono::milliseconds m_CallTimeout{30000};

@@ -51,8 +51,8 @@ Json FailureDocument(const Console::Failure& failure) {
 
 // State shared by the command threads.
 struct Process {
-  Process(const std::filesystem::path& file, int socket)
-      : m_Socket(socket), m_Sender(socket), m_Library(file), m_Plugin(m_Library) {}
+  Process(const Console::PluginFiles& files, int socket)
+      : m_Socket(socket), m_Sender(socket), m_Library(files), m_Plugin(m_Library) {}
 
   const int m_Socket;
   FrameSender m_Sender;
@@ -219,14 +219,14 @@ bool Stop(Process& process) {
 
 }  // namespace
 
-int RunPluginProcess(const std::filesystem::path& pluginFile, int socket) {
+int RunPluginProcess(const Console::PluginFiles& plugin, int socket) {
   // Only the end of the connection stops this process, so that running commands can finish.
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);
   fcntl(socket, F_SETFD, FD_CLOEXEC);
   ShareOneHeap();
   CardGuard::Instance().Enable();
   try {
-    auto process = std::make_unique<Process>(pluginFile, socket);
+    auto process = std::make_unique<Process>(plugin, socket);
     process->m_Plugin->m_HostNotify = [notifier = &process->m_Notifier](IPLUGINAPI*) {
       notifier->Notify();
     };

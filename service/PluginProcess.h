@@ -2,7 +2,7 @@
 // this process is lost, and the service starts another one.
 #pragma once
 
-#include <filesystem>
+#include "console/plugin/PluginFiles.h"
 
 namespace Service {
 
@@ -20,6 +20,6 @@ namespace Service {
 //
 // The service may first send {"known_cards": [{"device_path": ..., "serial_number": ...}]}, the
 // cards of the previous process, which get no reply.
-int RunPluginProcess(const std::filesystem::path& pluginFile, int socket);
+int RunPluginProcess(const Console::PluginFiles& plugin, int socket);
 
 }  // namespace Service

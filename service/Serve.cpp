@@ -80,7 +80,7 @@ CollectorSettings SettingsOf(const Console::Context& context, EventAnnouncer& an
   settings.m_HasRunningJobs = [&table] { return table.HasRunning(); };
   settings.m_OnWarning = LogWarning;
   settings.m_Program = "/proc/self/exe";
-  settings.m_PluginFile = context.PluginFile();
+  settings.m_PluginFiles = context.Plugin();
   settings.m_OnObservation = [&announcer](const Observation& observation) {
     return announcer.Record(observation);
   };

@@ -90,9 +90,9 @@ constexpr std::chrono::milliseconds kFormatCheck(500);
 
 }  // namespace
 
-Worker::Worker(const std::filesystem::path& program, const std::filesystem::path& pluginFile,
+Worker::Worker(const std::filesystem::path& program, const Console::PluginFiles& plugin,
                const Console::Deadline& deadline)
-    : Worker(Start(program, pluginFile), deadline) {}
+    : Worker(Start(program, plugin), deadline) {}
 
 Worker::Worker(Started started, const Console::Deadline& deadline)
     : m_Socket(std::move(started.m_Socket)), m_Process(started.m_Process) {
@@ -140,11 +140,13 @@ bool Worker::HasExited() {
 }
 
 Worker::Started Worker::Start(const std::filesystem::path& program,
-                              const std::filesystem::path& pluginFile) {
+                              const Console::PluginFiles& plugin) {
   SocketPair pair = CreateSocketPair();
   const SpawnSettings settings(pair.m_Child.Get());
-  std::string strings[] = {"corvane-host", "plugin-process", pluginFile.string()};
-  char* arguments[] = {strings[0].data(), strings[1].data(), strings[2].data(), nullptr};
+  std::string strings[] = {"corvane-host", "plugin-process", plugin.m_Plugin.string(),
+                           plugin.m_CardLibrary.string()};
+  char* arguments[] = {strings[0].data(), strings[1].data(), strings[2].data(), strings[3].data(),
+                       nullptr};
   pid_t process = -1;
   const int error = posix_spawn(&process, program.c_str(), &settings.m_Actions,
                                 &settings.m_Attributes, arguments, environ);

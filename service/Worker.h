@@ -18,6 +18,7 @@
 #include "console/base/Deadline.h"
 #include "console/base/Notifier.h"
 #include "console/plugin/PluginCommand.h"
+#include "console/plugin/PluginFiles.h"
 #include "console/plugin/Session.h"
 #include "console/plugin/UnresponsiveCard.h"
 #include "service/FrameSender.h"
@@ -27,10 +28,10 @@ namespace Service {
 // A running plug-in process. Thread-safe.
 class Worker {
  public:
-  // Starts `program plugin-process PLUGIN`, with the environment of this process, and waits until
-  // it has loaded the plug-in. Throws `Console::Failure` if the process cannot be started, the
-  // plug-in cannot be loaded, or the deadline has passed.
-  Worker(const std::filesystem::path& program, const std::filesystem::path& pluginFile,
+  // Starts `program plugin-process PLUGIN CARD-LIBRARY`, with the environment of this process, and
+  // waits until it has loaded the plug-in. Throws `Console::Failure` if the process cannot be
+  // started, the plug-in cannot be loaded, or the deadline has passed.
+  Worker(const std::filesystem::path& program, const Console::PluginFiles& plugin,
          const Console::Deadline& deadline);
   // Calls `Finish`.
   ~Worker();
@@ -87,8 +88,7 @@ class Worker {
     pid_t m_Process;
   };
 
-  static Started Start(const std::filesystem::path& program,
-                       const std::filesystem::path& pluginFile);
+  static Started Start(const std::filesystem::path& program, const Console::PluginFiles& plugin);
   Worker(Started started, const Console::Deadline& deadline);
   void ReceivePluginInfo(const Console::Deadline& deadline);
   void ReadReplies();

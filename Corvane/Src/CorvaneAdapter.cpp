@@ -581,6 +581,7 @@ unsigned int IPLUGINAPI_IMPL::SetDatabaseObjectProperties(AdapterRow& row,
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOAdapter& adapter) {
   TRACE_AS(__func__);
   return RunRowStatements(
+      m_Database.get(),
       [&]() CORVANE_REQUIRES(m_DataLock) {
         AdapterRow row;
         SetDatabaseObjectProperties(row, adapter);
@@ -599,6 +600,7 @@ unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOAdapter& adapter) 
 unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOAdapter& adapter) {
   TRACE_AS(__func__);
   return RunRowStatements(
+      m_Database.get(),
       [&]() CORVANE_REQUIRES(m_DataLock) {
         const std::vector<AdapterRow> old = m_Database->get_all<AdapterRow>(RowFilter(adapter));
         if (old.empty()) return;
@@ -620,6 +622,7 @@ unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOAdapter& adapter) 
 unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOAdapter& adapter) {
   TRACE_AS(__func__);
   return RunRowStatements(
+      m_Database.get(),
       [&]() CORVANE_REQUIRES(m_DataLock) {
         m_Database->remove_all<AdapterRow>(RowFilter(adapter));
         TRACE(TRACE_DATABASE, "Adapter (%s) (%d) removed from db.", adapter.m_Name,

@@ -412,6 +412,7 @@ void IPLUGINAPI_IMPL::FillRow(DriveRow& row, CFusionIOPhysicalDrive& drive,
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& drive) {
   TRACE_AS(__func__);
   return RunRowStatements(
+      m_Database.get(),
       [&]() CORVANE_REQUIRES(m_DataLock) {
         for (const CFusionIOAdapter& adapter : m_Adapters) {
           if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
@@ -430,6 +431,7 @@ unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& dri
 unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPhysicalDrive& drive) {
   TRACE_AS(__func__);
   return RunRowStatements(
+      m_Database.get(),
       [&]() CORVANE_REQUIRES(m_DataLock) {
         for (const CFusionIOAdapter& adapter : m_Adapters) {
           if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;

@@ -829,6 +829,7 @@ unsigned int IPLUGINAPI_IMPL::SetDatabaseObjectProperties(RaidDataModels::Plugin
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPlugin& plugin) {
   TRACE_AS(__func__);
   return RunRowStatements(
+      m_Database.get(),
       [&]() CORVANE_REQUIRES(m_DataLock) {
         RaidDataModels::Plugin row;
         SetDatabaseObjectProperties(row, plugin);
@@ -846,6 +847,7 @@ unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPlugin&) {
 unsigned int IPLUGINAPI_IMPL::DeleteObjectFromDatabase(CFusionIOPlugin&) {
   TRACE_AS(__func__);
   return RunRowStatements(
+      m_Database.get(),
       [&]() CORVANE_REQUIRES(m_DataLock) {
         using DatabaseORM::is_equal;
         m_Database->remove_all<RaidDataModels::Plugin>(

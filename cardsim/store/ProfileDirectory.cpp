@@ -28,7 +28,7 @@ fs::path DefaultDirectory() {
   const bool found = dladdr(reinterpret_cast<const void*>(&DefaultDirectory), &info) != 0;
   const fs::path module = found && info.dli_fname != nullptr ? info.dli_fname : "";
   if (!module.is_absolute()) return {};
-  return (module.parent_path() / "../share/corvane/profiles").lexically_normal();
+  return (module.parent_path() / CARDSIM_PROFILES_FROM_LIBRARY).lexically_normal();
 }
 
 constexpr std::string_view kExtension = ".json";

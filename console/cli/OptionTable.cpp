@@ -37,7 +37,7 @@ const std::vector<OptionRow>& AllOptions() {
        "Implied by --plugin, --simulate, --database, --trace and --trace-file. Fails while a "
        "service is using the database."},
       {"",   "--plugin",     "FILE",    &O::m_Plugin,      true,
-       "load this plug-in (default: ../lib/libCorvane.so, relative to the program)"},
+       "load this plug-in (default: libCorvane.so of this installation)"},
       {"",   "--simulate",   "[FILE]",  &O::m_Simulate,    true,
        "use simulated cards from FILE (default: CARDSIM_STATE) instead of real cards"},
       {"",   "--database",   "FILE",    &O::m_Database,    true,

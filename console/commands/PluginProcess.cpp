@@ -21,9 +21,9 @@ bool IsSocket(int descriptor) {
 CommandResult Run(Context& context) {
   if (!IsSocket(kSocket)) throw UsageFailure("plugin-process: only the service can start it");
   CommandResult result;
-  result.m_Code = Service::RunPluginProcess(context.m_Arguments.front(), kSocket) == EXIT_SUCCESS
-                      ? ExitCode::Done
-                      : ExitCode::Failed;
+  const PluginFiles plugin = {context.m_Arguments[0], context.m_Arguments[1]};
+  result.m_Code = Service::RunPluginProcess(plugin, kSocket) == EXIT_SUCCESS ? ExitCode::Done
+                                                                             : ExitCode::Failed;
   return result;
 }
 
@@ -33,9 +33,9 @@ Command PluginProcessCommand() {
   Command command;
   command.m_Group = Group::Hidden;
   command.m_Name = "plugin-process";
-  command.m_Arguments = "FILE";
-  command.m_MinArguments = 1;
-  command.m_MaxArguments = 1;
+  command.m_Arguments = "PLUGIN CARD-LIBRARY";
+  command.m_MinArguments = 2;
+  command.m_MaxArguments = 2;
   command.m_Summary = "run the plug-in for the service, which starts this process";
   command.m_OutputFormats = {"value"};
   command.m_Run = Run;

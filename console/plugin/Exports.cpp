@@ -10,6 +10,8 @@
 #include <boost/core/demangle.hpp>
 #include <cstring>
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "base/Descriptor.h"
 #include "console/base/Failure.h"
@@ -104,6 +106,22 @@ bool IsSearchPath(const GElf_Dyn& entry) {
   return entry.d_tag == DT_RUNPATH || entry.d_tag == DT_RPATH;
 }
 
+// Returns empty if the file cannot be read or is not a library.
+std::optional<std::vector<std::string>> ReadSymbols(const std::string& file) {
+  elf_version(EV_CURRENT);
+  const Base::Descriptor opened = Base::OpenAt(AT_FDCWD, file, O_RDONLY);
+  const std::unique_ptr<Elf, EndElf> elf(elf_begin(opened.Get(), ELF_C_READ, nullptr));
+  if (elf == nullptr || elf_kind(elf.get()) != ELF_K_ELF) return std::nullopt;
+  std::vector<std::string> names;
+  Elf_Scn* section = nullptr;
+  while ((section = elf_nextscn(elf.get(), section)) != nullptr) {
+    GElf_Shdr header;
+    const bool read = gelf_getshdr(section, &header) != nullptr;
+    if (read && header.sh_type == SHT_DYNSYM) AddSymbols(elf.get(), section, header, names);
+  }
+  return names;
+}
+
 }  // namespace
 
 Dependencies DependenciesOf(const std::string& file) {
@@ -128,19 +146,15 @@ Dependencies DependenciesOf(const std::string& file) {
 }
 
 std::vector<std::string> ExportedSymbols(const std::string& file) {
-  elf_version(EV_CURRENT);
-  const Base::Descriptor opened = Base::OpenAt(AT_FDCWD, file, O_RDONLY);
-  const std::unique_ptr<Elf, EndElf> elf(elf_begin(opened.Get(), ELF_C_READ, nullptr));
-  if (elf == nullptr || elf_kind(elf.get()) != ELF_K_ELF) throw UnreadableFailure(file);
-  std::vector<std::string> names;
-  Elf_Scn* section = nullptr;
-  while ((section = elf_nextscn(elf.get(), section)) != nullptr) {
-    GElf_Shdr header;
-    const bool read = gelf_getshdr(section, &header) != nullptr;
-    if (read && header.sh_type == SHT_DYNSYM) AddSymbols(elf.get(), section, header, names);
-  }
-  std::sort(names.begin(), names.end());
-  return names;
+  auto names = ReadSymbols(file);
+  if (!names) throw UnreadableFailure(file);
+  std::sort(names->begin(), names->end());
+  return *std::move(names);
+}
+
+bool ExportsSymbol(const std::string& file, const std::string& name) {
+  const auto names = ReadSymbols(file);
+  return names && std::find(names->begin(), names->end(), name) != names->end();
 }
 
 const std::vector<std::string>& ExpectedSymbols() {

@@ -11,6 +11,10 @@ namespace Console {
 // the file cannot be read or is not a library.
 std::vector<std::string> ExportedSymbols(const std::string& file);
 
+// Whether the library exports a symbol with that demangled name. Returns false if the file cannot
+// be read or is not a library.
+bool ExportsSymbol(const std::string& file, const std::string& name);
+
 // The libraries that the loader loads together with a library, and the directories in which it
 // searches for them.
 struct Dependencies {

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <atomic>
 #include <exception>
 #include <set>
@@ -19,6 +20,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uint32_t kInterfaceVersion = 2;
+constexpr const char* kCreate = "createIf";
+constexpr const char* kRelease = "releaseIf";
+constexpr const char* kHostLibrary = "libhostkit.so";
 
 // Keeps the code mapped for sanitizers, which cannot symbolize unloaded code and report the memory
 // owned by its static objects as leaks.
@@ -186,15 +190,46 @@ fs::path ResolveTrustedLibrary(const std::string& file) {
   return library;
 }
 
+// Whether the loader's error means that the card vendor's library is not installed.
+bool IsCardLibraryMissing(const std::string& loaderError) {
+  return loaderError.rfind(std::string(kCardLibrary) + ":", 0) == 0;
+}
+
+LoadedLibrary Load(const fs::path& library) {
+  LoadedLibrary loaded(dlopen(library.c_str(), kLoadFlags));
+  if (loaded) return loaded;
+  const std::string why = LastLoaderError();
+  if (!IsCardLibraryMissing(why)) throw LoadFailure("PLUGIN_NOT_LOADED", why);
+  throw Failure(ExitCode::PluginUnusable, "CARD_LIBRARY_MISSING", "cannot load the plug-in",
+                fmt::format("the card vendor's library {} is not installed", kCardLibrary),
+                {"Install the vendor's library, or pass --simulate to use simulated cards."});
+}
+
+// A plug-in that was built with another SDK would bind to the functions of that SDK and of this
+// program at the same time.
+void RequireThisHost(const fs::path& library) {
+  const auto names = DependenciesOf(library.string()).m_Names;
+  const bool usesHostKit = std::any_of(names.begin(), names.end(), [](const std::string& name) {
+    return fs::path(name).filename() == kHostLibrary;
+  });
+  if (usesHostKit || !ExportsSymbol(library.string(), kCreate)) return;
+  throw LoadFailure("PLUGIN_FOREIGN",
+                    fmt::format("{} was built for another host: it does not use {}",
+                                library.string(), kHostLibrary));
+}
+
+LoadedLibrary LoadPlugin(const std::string& file) {
+  RequireFile(file);
+  const fs::path library = ResolveTrustedLibrary(file);
+  RequireThisHost(library);
+  return Load(library);
+}
+
+LoadedLibrary LoadCardLibrary(const fs::path& file) {
+  return file.empty() ? nullptr : Load(ResolveTrustedLibrary(file.string()));
+}
+
 }  // namespace
-
-std::filesystem::path ProgramDirectory() {
-  return std::filesystem::read_symlink("/proc/self/exe").parent_path();
-}
-
-std::filesystem::path DefaultPluginFile() {
-  return (ProgramDirectory() / ".." / "lib" / "libCorvane.so").lexically_normal();
-}
 
 void* FindInPlugin(const char* name) {
   return dlsym(g_Loaded, name);
@@ -204,25 +239,23 @@ std::uint64_t PluginLoads() {
   return g_Loads;
 }
 
-PluginLibrary::PluginLibrary(const std::filesystem::path& file)
-    : m_File(std::filesystem::absolute(file).string()) {
-  RequireFile(m_File);
-  m_Handle = dlopen(ResolveTrustedLibrary(m_File).c_str(), kLoadFlags);
-  if (m_Handle == nullptr) throw LoadFailure("PLUGIN_NOT_LOADED", LastLoaderError());
-  g_Loaded = m_Handle;
-  ++g_Loads;
-  m_Create = reinterpret_cast<Create>(EntryPoint("createIf"));
-  m_Release = reinterpret_cast<Release>(EntryPoint("releaseIf"));
+void CloseLibrary::operator()(void* handle) const {
+  dlclose(handle);
 }
 
-PluginLibrary::~PluginLibrary() {
-  dlclose(m_Handle);
+PluginLibrary::PluginLibrary(const PluginFiles& files)
+    : m_File(fs::absolute(files.m_Plugin).string()),
+      m_CardLibrary(LoadCardLibrary(files.m_CardLibrary)),
+      m_Plugin(LoadPlugin(m_File)) {
+  g_Loaded = m_Plugin.get();
+  ++g_Loads;
+  m_Create = reinterpret_cast<Create>(EntryPoint(kCreate));
+  m_Release = reinterpret_cast<Release>(EntryPoint(kRelease));
 }
 
 void* PluginLibrary::EntryPoint(const char* name) const {
-  void* found = dlsym(m_Handle, name);
+  void* found = dlsym(m_Plugin.get(), name);
   if (found != nullptr) return found;
-  dlclose(m_Handle);
   throw LoadFailure("PLUGIN_NO_ENTRY_POINT",
                     fmt::format("{} is not a storage plug-in: no symbol {}", m_File, name));
 }

@@ -3,17 +3,13 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 
+#include "console/plugin/PluginFiles.h"
 #include "host/PluginInterface.h"
 
 namespace Console {
-
-// Returns the default plug-in: ../lib/libCorvane.so, relative to the program's directory.
-std::filesystem::path DefaultPluginFile();
-
-// Returns the directory that contains this program.
-std::filesystem::path ProgramDirectory();
 
 // Returns the function with that name in the plug-in that was loaded last, or in a library that it
 // uses. Returns null if there is none. Thread-safe.
@@ -22,13 +18,19 @@ void* FindInPlugin(const char* name);
 // Returns how many plug-ins this process has loaded. Thread-safe.
 std::uint64_t PluginLoads();
 
-// A loaded plug-in library with its two entry points; unloaded when destroyed.
+struct CloseLibrary {
+  void operator()(void* handle) const;
+};
+using LoadedLibrary = std::unique_ptr<void, CloseLibrary>;
+
+// A loaded plug-in library with its two entry points, and its card library; unloaded when
+// destroyed.
 class PluginLibrary {
  public:
-  // Throws `Failure` if the file is missing, is not a library or lacks an entry point, or if it or
-  // a library that it needs is not trusted.
-  explicit PluginLibrary(const std::filesystem::path& file);
-  ~PluginLibrary();
+  // Throws `Failure` if a file or a library that it needs is missing, is not a library or is not
+  // trusted, or if the plug-in lacks an entry point or is for another host.
+  explicit PluginLibrary(const PluginFiles& files);
+  ~PluginLibrary() = default;
   PluginLibrary(const PluginLibrary&) = delete;
   PluginLibrary& operator=(const PluginLibrary&) = delete;
 
@@ -41,7 +43,8 @@ class PluginLibrary {
   friend class PluginInstance;
   void* EntryPoint(const char* name) const;
 
-  void* m_Handle;
+  const LoadedLibrary m_CardLibrary;
+  const LoadedLibrary m_Plugin;
   Create m_Create = nullptr;
   Release m_Release = nullptr;
 };

@@ -9,10 +9,10 @@
 
 namespace Console {
 
-PluginSession::PluginSession(const std::filesystem::path& file, EventLogClient& eventLog,
+PluginSession::PluginSession(const PluginFiles& files, EventLogClient& eventLog,
                              Diagnostics& diagnostics, const TimeLimits& limits)
     : CommandSession(eventLog, limits), m_Diagnostics(diagnostics) {
-  Load(file);
+  Load(files);
   const PluginInstance& plugin = m_pLoaded->m_Plugin;
   m_Info = {m_pLoaded->m_Library.m_File, plugin->m_ModuleID, plugin->m_InterfaceVersion};
   plugin->m_HostNotify = [notifier = &m_pLoaded->m_Notifier](IPLUGINAPI*) { notifier->Notify(); };
@@ -38,10 +38,10 @@ PluginSession::~PluginSession() {
 }
 
 // Loading has a time limit, because a library runs its initialization code when it is loaded.
-void PluginSession::Load(const std::filesystem::path& file) {
+void PluginSession::Load(const PluginFiles& files) {
   const auto loaded = std::make_shared<std::unique_ptr<Loaded>>();
-  const auto call = [loaded, file] {
-    *loaded = std::make_unique<Loaded>(file);
+  const auto call = [loaded, files] {
+    *loaded = std::make_unique<Loaded>(files);
     return std::uint32_t{PI::SUCCESS};
   };
   if (!CallWithTimeout(call, Limits().ForCall())) ThrowReadTimeout();

@@ -23,8 +23,8 @@ class PluginSession : public CommandSession {
  public:
   // Loads and starts the plug-in, which takes more than a second. Throws `Failure`, but not if the
   // plug-in finds no cards. The event log and the diagnostics must outlive the session.
-  PluginSession(const std::filesystem::path& file, EventLogClient& eventLog,
-                Diagnostics& diagnostics, const TimeLimits& limits);
+  PluginSession(const PluginFiles& files, EventLogClient& eventLog, Diagnostics& diagnostics,
+                const TimeLimits& limits);
   // From the next topology on, records the cards that the plug-in reports, and returns all known
   // cards from `Cards`.
   void UseCardStore(std::unique_ptr<CardStore> store) { m_pCardStore = std::move(store); }
@@ -50,14 +50,14 @@ class PluginSession : public CommandSession {
   // Used by the plug-in's threads. The order of the members matters: the instance is destroyed
   // before its library, and the notifier after both.
   struct Loaded {
-    explicit Loaded(const std::filesystem::path& file) : m_Library(file), m_Plugin(m_Library) {}
+    explicit Loaded(const PluginFiles& files) : m_Library(files), m_Plugin(m_Library) {}
 
     Notifier m_Notifier;
     PluginLibrary m_Library;
     PluginInstance m_Plugin;
   };
 
-  void Load(const std::filesystem::path& file);
+  void Load(const PluginFiles& files);
   void NoteUnlistedCards(const UnresponsiveCard& card);
   void Stop();
   static bool CallWithThreadRetry(const std::function<std::uint32_t()>& call,

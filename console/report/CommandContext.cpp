@@ -178,15 +178,16 @@ void Context::PrepareForPlugin() {
   ThrowIfStopped();
 }
 
-std::filesystem::path Context::PluginFile() const {
-  return m_Options.m_Plugin.empty() ? DefaultPluginFile()
-                                    : std::filesystem::path(m_Options.m_Plugin);
+PluginFiles Context::Plugin() const {
+  return {
+      m_Options.m_Plugin.empty() ? DefaultPluginFile() : std::filesystem::path(m_Options.m_Plugin),
+      m_Options.m_Simulate ? SimulatedCardLibrary() : std::filesystem::path()};
 }
 
 void Context::LoadPlugin() {
   PrepareForPlugin();
   RequireNoService();
-  auto session = std::make_unique<PluginSession>(PluginFile(), m_EventLog, m_Diagnostics, m_Limits);
+  auto session = std::make_unique<PluginSession>(Plugin(), m_EventLog, m_Diagnostics, m_Limits);
   if (m_CardStoreFactory) session->UseCardStore(m_CardStoreFactory());
   m_pSession = std::move(session);
   ThrowIfStopped();

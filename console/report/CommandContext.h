@@ -15,6 +15,7 @@
 #include "console/model/Model.h"
 #include "console/plugin/CardStore.h"
 #include "console/plugin/EventLogClient.h"
+#include "console/plugin/PluginFiles.h"
 #include "console/plugin/Session.h"
 #include "console/plugin/Simulation.h"
 #include "console/plugin/TimeLimits.h"
@@ -67,8 +68,8 @@ class Context {
   // Returns the current objects.
   Model Objects();
 
-  // Returns the plug-in file that the options select.
-  std::filesystem::path PluginFile() const;
+  // Returns the plug-in that the options select, with the simulated cards' library if requested.
+  PluginFiles Plugin() const;
 
   // The host's event log. Open the session before reading, because the session selects the source.
   EventLogClient& EventLog() { return m_EventLog; }

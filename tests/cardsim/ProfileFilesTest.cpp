@@ -119,11 +119,11 @@ TEST_F(ProfileFiles, AreRejectedInASharedDirectoryIfHardLinked) {
 TEST_F(ProfileFiles, AreFoundFromTheLibrarysDirectory) {
   unsetenv("CARDSIM_PROFILES");
   const fs::path prefix = m_Directory / "prefix";
-  for (const char* directory : {"bin", "lib", "share/corvane/profiles"}) {
+  for (const char* directory : {"bin", "lib/corvane/sim", "share/corvane/profiles"}) {
     fs::create_directories(prefix / directory);
   }
   fs::copy(CARDSIM_PROGRAM, prefix / "bin/cardsim");
-  fs::copy(CARDSIM_LIBRARY, prefix / "lib/libvsl_abstraction.so");
+  fs::copy(CARDSIM_LIBRARY, prefix / "lib/corvane/sim/libvsl_abstraction.so");
   std::ofstream(prefix / "share/corvane/profiles/flash-6400g.json") << kLarge;
   EXPECT_EQ("added card0: Flash Adapter 6.4TB, /dev/fct0\n[0]",
             RunProgram(prefix / "bin/cardsim", "add flash-6400g"));

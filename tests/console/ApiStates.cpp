@@ -76,7 +76,7 @@ class ApiInState {
                                                const std::string& plugin) {
     Service::CollectorSettings settings;
     settings.m_Program = program;
-    settings.m_PluginFile = plugin;
+    settings.m_PluginFiles = {plugin, Console::SimulatedCardLibrary()};
     settings.m_CallTimeout = kTimeout;
     return settings;
   }

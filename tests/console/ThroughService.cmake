@@ -31,6 +31,7 @@ set(NOT_THROUGH_SERVICE
   "ansible|starts a service, which the playbook needs"
   "api|tests the service itself"
   "browser|tests the service itself"
+  "card_library|runs an installation with and without a service"
   "client|compares runs with and without a service"
   "completion|client.bats completes with a service"
   "envelope|api and the suites above check the documents of a service"

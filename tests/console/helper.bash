@@ -33,6 +33,8 @@ make_machine() {
   export CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/config" CORVANE_DATABASE=:memory:
   export CORVANE_SOCKET="$BATS_FILE_TMPDIR/none.sock"
   export CARDSIM_STATE="$BATS_FILE_TMPDIR/cards.json" CORVANE_SYSFS="$BATS_FILE_TMPDIR/sys"
+  # The simulator also stands in for the vendor's card library, on machines without cards.
+  export LD_LIBRARY_PATH="$CORVANE_BUILD/lib/corvane/sim"
   unset CORVANE_TRACE CORVANE_TRACE_FILE NO_COLOR XDG_STATE_HOME XDG_CONFIG_HOME
   mkdir -p "$TMPDIR" "$CORVANE_CONFIG_DIR" "$CORVANE_SYSFS/bus/pci/devices"
 }

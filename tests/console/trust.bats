@@ -14,7 +14,8 @@ setup_file() {
   rmdir "$CORVANE_SYSFS/bus/pci/devices"
   cardsim sysfs "$CORVANE_SYSFS"
   mkdir "$BATS_FILE_TMPDIR/plugin"
-  cp "$CORVANE_BUILD"/lib/lib{Corvane,hostkit,vsl_abstraction}.so "$BATS_FILE_TMPDIR/plugin"
+  cp "$CORVANE_BUILD"/lib/lib{Corvane,hostkit}.so "$CORVANE_BUILD"/lib/corvane/sim/libvsl_abstraction.so \
+    "$BATS_FILE_TMPDIR/plugin"
   chmod 755 "$BATS_FILE_TMPDIR/plugin" "$BATS_FILE_TMPDIR"/plugin/*
 }
 

@@ -151,7 +151,7 @@ TEST_F(Api, TimesOutAndReplacesThePluginIfAChangeHangs) {
   const ScopedVariable behavior("CONSOLE_TEST_PLUGIN", "hang in SetProperty");
   const ScopedVariable logged("CONSOLE_TEST_LOG", log.string());
   Service::CollectorSettings settings = Settings();
-  settings.m_PluginFile = TEST_PLUGIN;
+  settings.m_PluginFiles = {TEST_PLUGIN, {}};
   settings.m_CallTimeout = milliseconds(3000);
   Start(settings);
   m_CallTimeout = settings.m_CallTimeout;

@@ -29,7 +29,7 @@ class CollectorFixture : public testing::Test {
   Service::CollectorSettings Settings() const {
     Service::CollectorSettings settings;
     settings.m_Program = CORVANE_HOST;
-    settings.m_PluginFile = CORVANE_PLUGIN;
+    settings.m_PluginFiles = {CORVANE_PLUGIN, Console::SimulatedCardLibrary()};
     settings.m_RefreshInterval = std::chrono::milliseconds(200);
     settings.m_InitialBackoff = std::chrono::milliseconds(20);
     settings.m_MaxBackoff = std::chrono::milliseconds(100);

@@ -34,7 +34,7 @@ class ProgressFixture : public CollectorFixture {
   ~ProgressFixture() override { m_pCollector.reset(); }
 
   void StartWithTestClock(Service::CollectorSettings settings) {
-    settings.m_PluginFile = TEST_PLUGIN;
+    settings.m_PluginFiles = {TEST_PLUGIN, {}};
     settings.m_CallTimeout =
         std::chrono::minutes(30);  // measured in real time, so it never expires here
     settings.m_Now = [this] {
@@ -255,7 +255,7 @@ TEST_F(Collector, ForwardsEvents) {
 
 TEST_F(Collector, ReportsAPluginThatCannotBeLoadedAndRetries) {
   Service::CollectorSettings settings = Settings();
-  settings.m_PluginFile = m_Host.Directory() / "missing.so";
+  settings.m_PluginFiles.m_Plugin = m_Host.Directory() / "missing.so";
   Start(settings);
   const SnapshotPtr snapshot = Await([](const auto& it) { return it.m_Plugin.m_Starts == 3; });
   EXPECT_FALSE(snapshot->m_Plugin.m_IsUp);
@@ -277,7 +277,7 @@ TEST_F(Collector, ReadsTheCardsOnRequest) {
 
 TEST_F(Collector, RefusesARefreshWithoutAPlugin) {
   Service::CollectorSettings settings = Settings();
-  settings.m_PluginFile = m_Host.Directory() / "missing.so";
+  settings.m_PluginFiles.m_Plugin = m_Host.Directory() / "missing.so";
   Start(settings);
   EXPECT_FALSE(m_pCollector->Refresh(Deadline(kTimeout)));
 }

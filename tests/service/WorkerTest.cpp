@@ -16,7 +16,9 @@ using std::chrono::milliseconds;
 // The process is suspended, so that no call gets a reply until the test resumes it.
 class FormatFixture : public CorvaneTest::CollectorFixture {
  protected:
-  FormatFixture() : m_Worker(CORVANE_HOST, CORVANE_PLUGIN, Deadline(CorvaneTest::kTimeout)) {
+  FormatFixture()
+      : m_Worker(CORVANE_HOST, {CORVANE_PLUGIN, Console::SimulatedCardLibrary()},
+                 Deadline(CorvaneTest::kTimeout)) {
     CorvaneTest::SendSignal(m_Worker.ProcessId(), SIGSTOP);
   }
   ~FormatFixture() override { Resume(); }

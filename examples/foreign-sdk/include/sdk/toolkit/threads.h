@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "sdk/own/export.h"
 
@@ -52,7 +53,7 @@ class OWN_EXPORT CFastMutex {
   unsigned int Wait(unsigned int = WAIT_INFINITE);
   bool Release();
 
-  void* m_OwnLock;
+  void* m_OwnLock = nullptr;
 };
 
 }  // namespace Native_OS
@@ -64,7 +65,9 @@ class OWN_EXPORT CEvent {
   bool Init(bool, bool);
   bool Set();
 
-  bool m_OwnState;
+  bool m_OwnState = false;
+  bool m_OwnManual = false;
+  bool m_OwnUsable = false;
 };
 
 class OWN_EXPORT CWaitInterval {
@@ -80,6 +83,8 @@ class OWN_EXPORT CWaiter {
  public:
   bool Add(CEvent&);
   unsigned int Wait(unsigned int, bool);
+
+  std::vector<CEvent*> m_OwnEvents;
 };
 
 class OWN_EXPORT CSyncGuard {
@@ -104,7 +109,7 @@ class OWN_EXPORT CThread {
   const void* GetHandle();
   bool Cancel();
 
-  void* m_OwnThread;
+  void* m_OwnThread = nullptr;
 };
 
 }  // namespace Threading

@@ -7,10 +7,10 @@
 class IPLUGINAPI;
 
 // Called by a plug-in when it has events to collect.
-struct OwnNotify {
+struct OWN_EXPORT OwnNotify {
+  OwnNotify(void (*own_call)(IPLUGINAPI*) = nullptr) : m_OwnCall(own_call) {}
   void operator()(IPLUGINAPI*) const;
-  void (*m_OwnCall)(void*, IPLUGINAPI*);
-  void* m_OwnHost;
+  void (*m_OwnCall)(IPLUGINAPI*);
 };
 
 class OWN_EXPORT IPLUGINAPI {

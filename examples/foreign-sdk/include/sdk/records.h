@@ -34,6 +34,7 @@ class OWN_EXPORT CProperty {
   bool m_UnitsFixed = true;
   unsigned int m_ValueType = 0;
   std::string m_OwnText;
+  std::vector<int> m_OwnNumbers;
   unsigned int m_PropertyID;
   unsigned int m_NameID;
   unsigned int m_Visible = 1;
