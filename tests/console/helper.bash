@@ -2,6 +2,14 @@
 # second, so `setup_file` starts the runs in parallel and keeps their output and exit codes in
 # files, which the tests check.
 
+# ctest sets these variables; the defaults allow `bats FILE`.
+: "${CORVANE_SOURCE:=$(cd "$BATS_TEST_DIRNAME/../.." && pwd)}"
+: "${CORVANE_BUILD:=$CORVANE_SOURCE/build/release}" "${CORVANE_SANITIZE:=}"
+: "${TEST_PLUGIN:=$CORVANE_BUILD/lib/libtest_plugin.so}"
+: "${NO_PLUGIN_THREAD:=$CORVANE_BUILD/lib/libno_plugin_thread.so}"
+: "${API_STATES:=$CORVANE_BUILD/bin/api_states}" "${PROMTOOL:=$CORVANE_SOURCE/build/tools/promtool}"
+export CORVANE_SOURCE CORVANE_BUILD CORVANE_SANITIZE TEST_PLUGIN NO_PLUGIN_THREAD API_STATES PROMTOOL
+
 PATH="$CORVANE_BUILD/bin:$PATH"
 SCHEMA="$CORVANE_SOURCE/docs/corvane-host.schema.json"
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -44,6 +45,13 @@ inline std::string EventText(const PI::CEvent& event) {
   while (used > 0 && event.m_PlaceHolders[used - 1].empty()) --used;
   for (std::size_t i = 0; i < used; ++i) text += " | " + event.m_PlaceHolders[i];
   return text;
+}
+
+// Returns the name of a lock of the plug-in, which constructs its locks in this order.
+inline std::string PluginLockName(std::size_t ordinal) {
+  const char* const names[] = {"m_DataLock", "m_EventsLock"};
+  const bool isKnown = ordinal >= 1 && ordinal <= std::size(names);
+  return isKnown ? names[ordinal - 1] : "lock " + std::to_string(ordinal);
 }
 
 class WorkerFixture : public testing::Test {
@@ -172,12 +180,14 @@ class WorkerFixture : public testing::Test {
   static void ExpectNoLockHeld() {
     for (const HostKit::LockView& lock : HostKit::Locks()) {
       EXPECT_TRUE(lock.owner.empty() || lock.owner == "main")
-          << "lock " << lock.ordinal << " by " << lock.owner;
+          << lock.owner << " holds " << PluginLockName(lock.ordinal)
+          << ", but the plug-in must release its locks before it notifies the host";
     }
   }
 
  private:
   void Keep(const HostKit::TraceLine& line) {
+    RecordTrace(line);
     const unsigned long ms = NowMs();
     const std::string text = std::to_string(line.level) + " " + line.text;
     if (m_OnLine) m_OnLine(text);

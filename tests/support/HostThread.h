@@ -67,11 +67,15 @@ inline SeedRange SelectedSeeds() {
 }
 
 // Runs the scenario in the schedule of each selected seed until the first failure, whose message
-// contains the seed.
+// contains the seed and the command that repeats it.
 inline void RunInManySchedules(const std::function<void(Schedule)>& scenario) {
   const SeedRange seeds = SelectedSeeds();
+  const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
   for (std::uint64_t seed = seeds.m_First; seed <= seeds.m_Last; ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
+    const std::string number = std::to_string(seed);
+    SCOPED_TRACE("seed " + number + ", repeat with: CORVANE_SCHEDULES=" + number + "-" + number +
+                 " " + testing::internal::GetArgvs().front() +
+                 " --gtest_filter=" + test.test_suite_name() + "." + test.name());
     scenario(seed);
     if (testing::Test::HasFailure()) return;
   }

@@ -39,11 +39,6 @@ std::filesystem::path MakeDirectory() {
 std::mutex g_TraceMutex;
 std::vector<HostKit::TraceLine> g_Traces;
 
-void RecordTrace(const HostKit::TraceLine& line) {
-  const std::lock_guard<std::mutex> guard(g_TraceMutex);
-  g_Traces.push_back(line);
-}
-
 std::string Hex(std::uint64_t id) {
   char text[17];
   std::snprintf(text, sizeof text, "%016lx", id);
@@ -102,6 +97,16 @@ std::string Ids(const std::vector<std::uint64_t>& ids) {
 }
 
 }  // namespace
+
+void RecordTrace(const HostKit::TraceLine& line) {
+  const std::lock_guard<std::mutex> guard(g_TraceMutex);
+  g_Traces.push_back(line);
+}
+
+std::vector<HostKit::TraceLine> RecordedTraces() {
+  const std::lock_guard<std::mutex> guard(g_TraceMutex);
+  return g_Traces;
+}
 
 SimulatedHost::SimulatedHost(const std::function<void()>& setTimeMode)
     : m_Directory(MakeDirectory()), m_Cards(m_Directory / "cards.json") {
@@ -283,8 +288,7 @@ std::vector<std::string> SimulatedHost::Traces(unsigned int level) const {
 }
 
 std::vector<HostKit::TraceLine> SimulatedHost::TraceLines() const {
-  const std::lock_guard<std::mutex> guard(g_TraceMutex);
-  return g_Traces;
+  return RecordedTraces();
 }
 
 std::vector<std::string> SimulatedHost::LeveledTraces(unsigned int mask) const {

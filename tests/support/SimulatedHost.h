@@ -18,6 +18,11 @@
 
 namespace CorvaneTest {
 
+// The trace lines recorded since the last `SimulatedHost` was created. `RecordTrace` adds a line,
+// for tests that set another sink. Thread-safe.
+std::vector<HostKit::TraceLine> RecordedTraces();
+void RecordTrace(const HostKit::TraceLine& line);
+
 class SimulatedHost {
  public:
   // Starts without cards and configuration, and records all trace levels. `setTimeMode` is
