@@ -1,6 +1,5 @@
-"""Measures how long the console's commands take, with and without a service, beside small programs
-that other administrators' tools start in the same way. All commands run in turn, so that the load
-of the machine affects them equally.
+"""Measures how long the console's commands take, with and without a service, and compares them with
+similar programs. All commands run in turn, so that the load of the machine affects them equally.
 
 Usage: console.py BUILD [RUNS]    BUILD: directory of the built programs
   RUNS    runs of each command (default: 10)

@@ -5,11 +5,9 @@ namespace {
 
 using O = Options;
 
-}  // namespace
-
 // clang-format off
-const std::vector<OptionRow>& AllOptions() {
-  static const std::vector<OptionRow> all = {
+std::vector<OptionRow> CommonOptions() {
+  return {
       // short long          value      field              common
       {"-o", "--output",     "FORMAT",  &O::m_OutputFormat,        true,
        "output format (json and tsv for scripts)",
@@ -54,7 +52,11 @@ const std::vector<OptionRow>& AllOptions() {
        "show this help; after a command, help for that command"},
       {"",   "--version",    "",        &O::m_Version,     true,
        "print the version of this program"},
+  };
+}
 
+std::vector<OptionRow> CommandOptions() {
+  return {
       {"-c", "--columns",    "NAMES",   &O::m_Columns,     false,
        "columns to show, separated by commas: property names, object, type, id, parents, children or last_read_at"},
       {"-l", "--long",       "",        &O::m_Long,        false,
@@ -121,9 +123,19 @@ const std::vector<OptionRow>& AllOptions() {
       {"",   "--events-directory", "DIR",  &O::m_EventsDirectory, false,
        "run the programs in DIR on each event (default: /etc/corvane/events.d for root)"},
   };
-  return all;
 }
 // clang-format on
+
+}  // namespace
+
+const std::vector<OptionRow>& AllOptions() {
+  static const std::vector<OptionRow> all = [] {
+    std::vector<OptionRow> rows = CommonOptions();
+    for (const OptionRow& row : CommandOptions()) rows.push_back(row);
+    return rows;
+  }();
+  return all;
+}
 
 const OptionRow* FindOption(const std::string& name) {
   for (const OptionRow& row : AllOptions()) {

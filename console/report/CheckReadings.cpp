@@ -104,7 +104,7 @@ std::string LimitText(const CheckRange& range, const std::string& unit) {
   return fmt::format("limit {:.10g}{}", range.m_Low.value_or(range.m_High.value_or(0)), unit);
 }
 
-// The card's own limit stays in effect beside a range of the user.
+// The card's own limit stays in effect in addition to a range of the user.
 std::optional<Breach> BreachOf(const ThresholdRow& row, const Object& adapter,
                                const CheckRanges& ranges, bool ascii) {
   const auto value = NumberOf(adapter, row.m_Field, RowOf(row.m_Field).m_Scale);

@@ -114,7 +114,7 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
 
 @test "history shows a missing card by its serial number" {
   both missing history GONE temperature_celsius "${DAY[@]}" -o json
-  both_json missing '[d["result"]["object"], [p["mean"] for p in d["result"]["points"]]]' '[null, [31.0]]'
+  both_json missing '[d["result"]["object"], [p["mean"] for p in d["result"]["points"]]]' '["a2", [31.0]]'
 }
 
 @test "history without recorded values prints a note" {
@@ -168,7 +168,7 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
 
 @test "ack --until accepts a duration, and a missing card is acknowledged by its serial number" {
   both gone ack GONE MISSING --until 2d -o json
-  both_json gone '[d["result"]["object"], d["result"]["changed"]]' '[null, true]'
+  both_json gone '[d["result"]["object"], d["result"]["changed"]]' '["a2", true]'
   local name end
   for name in gone gone.direct; do
     end=$(date -d "$(json "$name" 'd["result"]["acknowledgment"]["until"]' | tr -d '"')" +%s)
@@ -197,6 +197,29 @@ first_line() { out "$1" | sed -e 's/ | .*//' -e 1q; }
   both removed unack S200 TEMPERATURE_ABOVE_WARN
   both again check S200
   both_ended again 1
+}
+
+@test "a missing card is CRITICAL until it is acknowledged" {
+  both cleared unack GONE MISSING
+  both lost check
+  both_ended lost 2
+  both acked ack GONE MISSING --note "sent in"
+  both_ended acked 0
+  both known check
+  both_ended known 1
+  local name
+  for name in lost lost.direct; do
+    grep -qE '^CORVANE CRITICAL - 3 cards: 1 CRITICAL, 1 WARNING, 1 OK; a2 MISSING: last seen ' \
+      "$BATS_FILE_TMPDIR/$name.out"
+  done
+  for name in known known.direct; do
+    first_line "$name" | grep -qE '^CORVANE WARNING - 3 cards: 1 WARNING, 2 OK; a1 WARNING: .*; acknowledged: a2 MISSING$'
+  done
+  both expected check --expect 2
+  both_ended expected 1
+  both three check --expect 3
+  both_ended three 2
+  both removed unack GONE MISSING
 }
 
 @test "ack rejects unknown cards and reasons, and times in the past" {
