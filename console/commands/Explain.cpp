@@ -19,22 +19,30 @@ namespace {
 
 using HostKit::Family;
 
-// A state that the console derives: the plug-in does not report such a card.
-struct StateText {
+// A state or property that the console derives, and that has no number.
+struct DerivedText {
+  const char* m_Family;
   const char* m_Name;
   const char* m_Caption;
   const char* m_Meaning;
   const char* m_Advice;
 };
 
-constexpr StateText kStateTexts[] = {
-    {"MISSING", "Missing", "The card was seen in this machine and is not there now.",
+constexpr DerivedText kDerivedTexts[] = {
+    {"state", "MISSING", "Missing", "The card was seen in this machine and is not there now.",
      "Reseat the card or restore its power. If it was removed on purpose, run: corvane-host forget "
      "SERIAL"},
-    {"UNREADABLE", "Unreadable", "The card is in this machine, but cannot be opened or read.",
+    {"state", "UNREADABLE", "Unreadable",
+     "The card is in this machine, but cannot be opened or read.",
      "Check the driver's messages (dmesg), then reseat or replace the card."},
-    {"FORMATTING", "Formatting", "The drive is being formatted and cannot be used until that ends.",
+    {"state", "FORMATTING", "Formatting",
+     "The drive is being formatted and cannot be used until that ends.",
      "Wait until the format has finished: corvane-host wait DRIVE ok"},
+    {"property", "unreadable_reason", "Cause", "Why the card cannot be opened or read.", ""},
+    {"property", "last_seen_at", "Last seen", "When the card was last seen in this machine.", ""},
+    {"property", "last_read_at", "Last read", "When the card was last read successfully.", ""},
+    {"property", "formatted_size_bytes", "Formatted size",
+     "The formatted size of all drives of the card.", ""},
 };
 
 // What the text says about one number or name.
@@ -48,15 +56,15 @@ struct Explanation {
         m_Meaning(HostKit::MeaningOf(entry.m_Family, entry.m_Number)),
         m_Advice(HostKit::AdviceOf(entry.m_Family, entry.m_Number)),
         m_Fields(FieldsOf(entry)) {}
-  explicit Explanation(const StateText& state)
+  explicit Explanation(const DerivedText& state)
       : m_Number("-"),
         m_Name(state.m_Name),
-        m_Family("state"),
+        m_Family(state.m_Family),
         m_Caption(state.m_Caption),
         m_Meaning(state.m_Meaning),
         m_Advice(state.m_Advice) {}
 
-  const std::optional<Entry> m_Entry;  // empty: a state without a number
+  const std::optional<Entry> m_Entry;  // empty: derived by the console
   const std::string m_Number;
   const std::string m_Name;
   const std::string m_Family;
@@ -93,6 +101,8 @@ Reason PropertyReading(const Object& object, const Explanation& about) {
     if (use.m_Kind != object.m_Kind) continue;
     reason.m_Measured = {use.m_Field, ReadField(object, *use.m_Field)};
   }
+  const Field* derived = about.m_Entry ? nullptr : FindField(object.m_Kind, about.m_Name);
+  if (derived != nullptr) reason.m_Measured = {derived, ReadField(object, *derived)};
   return reason;
 }
 
@@ -106,7 +116,7 @@ Circumstances CircumstancesOf(const Model& model, const Object& object, const Ex
                     std::nullopt,
                     {}};
   const std::uint32_t number = ReasonNumber(about);
-  if (number == 0 && about.m_Entry) {
+  if (number == 0 && (about.m_Entry || about.m_Family == "property")) {
     now.m_Reason = PropertyReading(object, about);
     return now;
   }
@@ -208,7 +218,7 @@ std::string EntryText(const Explanation& about, const std::optional<Circumstance
 
 [[noreturn]] void ThrowNotFound(const std::string& text) {
   std::vector<std::string> names = AllNames();
-  for (const StateText& state : kStateTexts) names.emplace_back(state.m_Name);
+  for (const DerivedText& state : kDerivedTexts) names.emplace_back(state.m_Name);
   std::vector<std::string> advice = DidYouMean(text, names);
   advice.emplace_back("Numbers appear in events and errors, names in status and show.");
   throw Failure(ExitCode::NoObject, "NO_SUCH_ENTRY", text,
@@ -216,11 +226,11 @@ std::string EntryText(const Explanation& about, const std::optional<Circumstance
                 advice);
 }
 
-// Returns all entries with that number or name, or the state with that name.
+// Returns all entries with that number or name, and the derived state or property with that name.
 std::vector<Explanation> FindExplanations(const std::string& text) {
   std::vector<Explanation> found;
   for (const Entry& entry : FindEntries(text)) found.emplace_back(entry);
-  for (const StateText& state : kStateTexts) {
+  for (const DerivedText& state : kDerivedTexts) {
     if (boost::iequals(text, state.m_Name)) found.emplace_back(state);
   }
   if (found.empty()) ThrowNotFound(text);

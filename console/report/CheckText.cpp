@@ -71,10 +71,14 @@ std::vector<CheckState> StatesToCount(const CheckResult& check, const char*& nou
   std::map<std::string, CheckState> cards;
   std::vector<CheckState> drives;
   for (const Finding& finding : check.m_Findings) {
+    const Object& object = *finding.m_pObject;
+    if (object.m_Kind == Kind::Adapter) cards[object.m_Selector] = finding.m_State;
+    if (object.m_Kind == Kind::Drive) drives.push_back(finding.m_State);
+  }
+  for (const Finding& finding : check.m_Findings) {
     const std::string& selector = finding.m_pObject->m_Selector;
-    CheckState& state = cards[selector.substr(0, selector.find('/'))];
-    state = std::max(state, finding.m_State);
-    if (finding.m_pObject->m_Kind == Kind::Drive) drives.push_back(finding.m_State);
+    const auto card = cards.find(selector.substr(0, selector.find('/')));
+    if (card != cards.end()) card->second = std::max(card->second, finding.m_State);
   }
   const bool onlyDrives = drives.size() == check.m_Findings.size();
   noun = onlyDrives ? "drive" : "card";

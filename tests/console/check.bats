@@ -111,12 +111,12 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
 @test "a predicted drive failure is a warning and is listed before unknown states" {
   direct_only "uses the test plug-in"
   ended smart 1
-  line smart "CORVANE WARNING - 2 cards: 1 WARNING, 1 UNKNOWN; a0/d0 AVAILABLE_SMART; 0x0000000000000031 unknown"
+  line smart "CORVANE WARNING - 2 cards: 1 WARNING, 1 OK; a0/d0 AVAILABLE_SMART; 0x0000000000000031 unknown"
 }
 
 @test "the status line lists all reasons of all objects" {
   ended mixed 1
-  line mixed "CORVANE WARNING - 2 cards: 2 WARNING; a0 WARNING: Detached; a1 WARNING: Temperature above its warning threshold: 79 °C, warning 78 °C, Nearly worn out: endurance used 2 %"
+  line mixed "CORVANE WARNING - 2 cards: 2 WARNING; a0 detached; a1 WARNING: Temperature above its warning threshold: 79 °C, warning 78 °C, Nearly worn out: endurance used 2 %"
 }
 
 @test "a locale without UTF-8 gets ASCII characters" {
@@ -160,9 +160,15 @@ pci:0000:5e:00.0" "$(readings duplicate | sed 's/_.*//' | sort -u)"
   same 'a1 WARNING: MOLT EP PX600 (2)' "$(out odd | sed -n 2p)"
 }
 
-@test "check is UNKNOWN on a machine without a readable card" {
+@test "check is CRITICAL if a card cannot be opened" {
+  direct_only "the plug-in of a service has its own start"
+  ended closed 2
+  line closed "CORVANE CRITICAL - 2 cards: 2 CRITICAL; a0 UNREADABLE: the card library cannot open it, PCI 0000:3b:02.1; a1 UNREADABLE: the card library cannot open it, PCI 0000:5e:00.0"
+}
+
+@test "check is UNKNOWN on a machine without a card" {
   local name
-  for name in empty closed $(if_direct echo bus); do
+  for name in empty $(if_direct echo bus); do
     ended "$name" 3
     same "CORVANE UNKNOWN - no supported adapter found in this machine" "$(out "$name")"
   done

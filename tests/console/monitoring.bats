@@ -95,5 +95,5 @@ PYTHON
 @test "the check for monitoring systems uses the service" {
   CORVANE_SOCKET="$SOCKET" keep check corvane-host check -v
   grep -q "using the service" "$BATS_FILE_TMPDIR/check.err"
-  grep -q "^CORVANE OK" "$BATS_FILE_TMPDIR/check.out"
+  grep -q "^CORVANE CRITICAL - 2 cards: 1 CRITICAL, 1 OK; a1 MISSING: last seen " "$BATS_FILE_TMPDIR/check.out"
 }
