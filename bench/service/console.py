@@ -81,7 +81,11 @@ def main(build, runs=10):
     rows = [[name, how, *(f"{found[name, how, cards]:.0f}" for cards in CARDS)]
             for how in ("service", "direct") for name in COMMANDS]
     print_table([f"median of {runs}, ms", "", *(f"{cards} cards" for cards in CARDS)], rows)
-    present = {name: (name, words) for name, words in OTHERS.items() if shutil.which(words[0])}
+    path = f"{os.environ['PATH']}:build/tools:/usr/sbin"
+    present = {}
+    for name, (program, *words) in OTHERS.items():
+        if found_program := shutil.which(program, path=path):
+            present[name] = (name, [found_program, *words])
     for name in OTHERS.keys() - present.keys():
         print(f"not installed: {name}")
     others = medians(present, runs, dict(os.environ))
