@@ -8,7 +8,6 @@
 #include "console/cli/RunCommand.h"
 #include "console/commands/All.h"
 #include "console/commands/ConnectToService.h"
-#include "service/CardRecorder.h"
 
 namespace Console {
 namespace {
@@ -35,13 +34,8 @@ const Command* NamedCommand(const Options& options) {
 }
 
 ExitCode Main(const Words& arguments) {
-  Invocation invocation{AllCommands(),
-                        {},
-                        nullptr,
-                        false,
-                        std::nullopt,
-                        ConnectToService,
-                        Service::CreateCardRecorder};
+  Invocation invocation{AllCommands(),    {},           nullptr, false, std::nullopt,
+                        ConnectToService, OpenCardStore};
   try {
     InstallStopHandlers();
     ParseCommandLine(arguments, invocation.m_Options);

@@ -9,8 +9,8 @@
 namespace HostKit {
 
 // Returns the addresses of the devices with one of these identities, such as "0000:3b:00.0", in
-// ascending order. An identity is a vendor and a device ID as eight hexadecimal digits. Devices that
-// cannot be read are skipped. Thread-safe.
+// ascending order. An identity is a vendor and a device ID as eight hexadecimal digits. Devices
+// that cannot be read are skipped. Thread-safe.
 HOST_API std::vector<std::string> FindPciDevices(const std::vector<std::string>& identities);
 
 }  // namespace HostKit

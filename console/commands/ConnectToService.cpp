@@ -14,6 +14,7 @@
 #include "console/commands/All.h"
 #include "console/plugin/CardLibraryGuard.h"
 #include "service/CardGuard.h"
+#include "service/CardRecorder.h"
 #include "service/client/DefaultSocket.h"
 #include "service/client/ServiceFailure.h"
 #include "service/client/ServiceSession.h"
@@ -101,6 +102,10 @@ std::unique_ptr<Session> ConnectToService(const SessionRequest& request) {
     }
   }
   return GuardCards();
+}
+
+std::unique_ptr<CardStore> OpenCardStore() {
+  return Service::CreateCardRecorder();
 }
 
 }  // namespace Console

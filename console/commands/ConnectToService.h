@@ -13,4 +13,7 @@ namespace Console {
 // contradict each other or the service cannot be used.
 std::unique_ptr<Session> ConnectToService(const SessionRequest& request);
 
+// Returns the store of known cards for a plug-in in this process.
+std::unique_ptr<CardStore> OpenCardStore();
+
 }  // namespace Console

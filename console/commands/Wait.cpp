@@ -22,8 +22,8 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 // The object that a name referred to when it was first found. Afterwards it is found by id or
-// serial number, because positional names such as a1 change when a card is removed, and a card that
-// is inserted again has a new id.
+// serial number, because the name of a card without a serial number can change, and a card that is
+// inserted again has a new id.
 class ObjectRef {
  public:
   explicit ObjectRef(std::string name) : m_Name(std::move(name)) {}

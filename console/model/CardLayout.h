@@ -11,10 +11,10 @@ namespace Console {
 
 // A card of the machine: reported by the plug-in, known from an earlier observation, or both.
 struct CardPlace {
-  std::int64_t m_Position = 0;                     // N in the name aN
-  const Object* m_pReported = nullptr;             // null: the plug-in does not report the card
-  const KnownCard* m_pKnown = nullptr;             // null: the card was not seen before
-  const UnreadableCard* m_pUnreadable = nullptr;   // null: the card can be read, or is missing
+  std::int64_t m_Position = 0;                    // N in the name aN
+  const Object* m_pReported = nullptr;            // null: the plug-in does not report the card
+  const KnownCard* m_pKnown = nullptr;            // null: the card was not seen before
+  const UnreadableCard* m_pUnreadable = nullptr;  // null: the card can be read, or is missing
 };
 
 // Returns all cards, ordered by position. A known card keeps its position. The other cards follow

@@ -26,8 +26,8 @@ std::vector<std::string> EffectiveStatuses(Kind kind);
 std::size_t StatusRank(const Value& status);
 
 // Sets the derived fields of an adapter. `drives` are its drives.
-void DeriveAdapter(Object& adapter, const CardPlace& place, const std::vector<const Object*>& drives,
-                   const CardTimes& times);
+void DeriveAdapter(Object& adapter, const CardPlace& place,
+                   const std::vector<const Object*>& drives, const CardTimes& times);
 
 // Sets the derived fields of a drive, after those of its adapter. `isFormatting`: whether a format
 // of the card is known to be running.

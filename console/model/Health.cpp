@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "base/Printable.h"
 #include "console/model/EffectiveState.h"
@@ -228,6 +229,15 @@ Reason DescribeReason(const Object& object, std::uint32_t number) {
 }
 
 std::string TextWithoutReason(const Health& health) {
+  static constexpr std::pair<const char*, const char*> kTexts[] = {
+      {kUnreadable, "the card cannot be read"},
+      {kFormatting, "a format is running"},
+      {kDetached, "the card is detached"},
+  };
+  const std::string status = BareText(health.m_Status);
+  for (const auto& [name, text] : kTexts) {
+    if (status == name) return text;
+  }
   const std::string activity = BareText(health.m_Activity);
   if (health.m_Activity.Known() && activity != "IDLE") {
     return fmt::format("busy: {}", activity);

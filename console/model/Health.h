@@ -18,8 +18,8 @@ struct Reading {
 
 struct Reason {
   std::uint32_t m_Number = 0;  // 0: not a reason of the plug-in
-  std::string m_Name;     // the number if it has no name
-  std::string m_Caption;  // the name if it has no caption
+  std::string m_Name;          // the number if it has no name
+  std::string m_Caption;       // the name if it has no caption
   Reading m_Measured;
   Reading m_Limit;
   std::string m_Detail;  // printed after the caption; empty: none

@@ -18,8 +18,8 @@ const Object& Select(const Model& model, const std::string& text);
 // Returns the object, which `text` names, for a change. Throws `Failure` if the card is missing, or
 // if it cannot be read and the plug-in does not report it.
 const Object& RequireReported(const Object& object, const std::string& text);
-// Like `Select`, for a change. Also throws `Failure` if the card is missing, or if it cannot be read
-// and the plug-in does not report it.
+// Like `Select`, for a change. Also throws `Failure` if the card is missing, or if it cannot be
+// read and the plug-in does not report it.
 const Object& SelectReported(const Model& model, const std::string& text);
 
 // Like `Select`, but returns null if no object matches.

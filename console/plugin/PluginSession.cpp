@@ -120,7 +120,7 @@ CardRecords PluginSession::Cards() const {
   records.m_Unreadable = CommandSession::Cards().m_Unreadable;
   const std::vector<std::string> unreported = m_Unreported.value_or(std::vector<std::string>());
   for (const std::string& address : AssignAddresses(records.m_Unreadable, unreported)) {
-    records.m_Unreadable.push_back({"", address, "the card library cannot open it"});
+    records.m_Unreadable.push_back({"", address, "the plug-in cannot read the card"});
   }
   return records;
 }

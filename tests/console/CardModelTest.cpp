@@ -116,8 +116,7 @@ TEST(CardNames, OfNewCardsFollowAllKnownOnes) {
   CardRecords records;
   records.m_Known = {Known("S1", 0), Known("S2", 1)};
   records.m_NextPosition = 3;  // a card at position 2 was forgotten
-  EXPECT_EQ("a0=S1 MISSING, a1=S2 OK, a3=S9 OK, a4=- OK",
-            Cards({{""}, {"S9"}, {"S2"}}, records));
+  EXPECT_EQ("a0=S1 MISSING, a1=S2 OK, a3=S9 OK, a4=- OK", Cards({{""}, {"S9"}, {"S2"}}, records));
 }
 
 TEST(CardNames, ASecondCardWithTheSameSerialNumberIsNew) {
@@ -194,8 +193,8 @@ TEST(EffectiveStatus, OfACardThatDoesNotRespondIsUnreadable) {
 
 TEST(WorstFirst, OrdersCardsByStatusAndThenByPosition) {
   CardRecords records;
-  records.m_Known = {Known("S1", 0), Known("S2", 1), Known("S3", 2), Known("S4", 3),
-                     Known("S5", 4), Known("S6", 5)};
+  records.m_Known = {Known("S1", 0), Known("S2", 1), Known("S3", 2),
+                     Known("S4", 3), Known("S5", 4), Known("S6", 5)};
   records.m_Unreadable = {{"S4", "", "not responding"}};
   const Model model(TopologyOf({{"S1"},
                                 {"S2", V::WARNING, {V::DETACHED}},

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "console/base/Failure.h"
 #include "service/JobTable.h"
@@ -48,6 +49,21 @@ TEST(JobTable, KnowsWhetherAJobIsRunning) {
   EXPECT_TRUE(table.HasRunning());
   table.End(first.m_Id, JobState::Failed, nullptr);
   EXPECT_FALSE(table.HasRunning());
+}
+
+TEST(JobTable, ReportsTheCardsThatAreBeingFormatted) {
+  std::vector<std::vector<std::string>> reported;
+  JobTable table([&](const std::vector<std::string>& serials) { reported.push_back(serials); });
+  const auto format = table.Begin("S1", "format", false);
+  table.Begin("S2", "attach", false);
+  table.Begin("S3", "format", true);
+  EXPECT_EQ((std::vector<std::string>{"S1"}), reported.back());
+  table.End(format.m_Id, JobState::Failed, nullptr);
+  EXPECT_EQ(std::vector<std::string>(), reported.back());
+  const auto dropped = table.Begin("S1", "format", false);
+  table.Drop(dropped.m_Id);
+  EXPECT_EQ(std::vector<std::string>(), reported.back());
+  EXPECT_EQ(6U, reported.size());
 }
 
 TEST(JobTable, KeepsTheResult) {

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "service/Snapshot.h"
 
@@ -32,6 +34,33 @@ TEST(SnapshotStore, NumbersTheSnapshots) {
   EXPECT_EQ(2U, store.Get()->m_Number);
   EXPECT_EQ("second", store.Get()->m_Plugin.m_Reason);
   EXPECT_EQ(0U, before->m_Number);  // a reader keeps its snapshot
+}
+
+TEST(SnapshotStore, PublishesAgainWhenTheKnownCardsOrFormatsChange) {
+  SnapshotStore store;
+  Console::CardRecords records;
+  records.m_Known.resize(1);
+  records.m_Known[0].m_SerialNumber = "S1";
+  store.SetKnownCards(records);
+  EXPECT_EQ(0U, store.Get()->m_Number);  // nothing was reported yet
+  Snapshot snapshot;
+  snapshot.m_Info.m_File = "plug-in";
+  store.Publish(snapshot);
+  ASSERT_EQ(1U, store.Get()->m_Cards.m_Known.size());
+  EXPECT_EQ("S1", store.Get()->m_Cards.m_Known[0].m_SerialNumber);
+  store.SetKnownCards(records);
+  EXPECT_EQ(1U, store.Get()->m_Number);
+  store.SetFormatting({"S1"});
+  EXPECT_EQ(2U, store.Get()->m_Number);
+  EXPECT_EQ((std::vector<std::string>{"S1"}), store.Get()->m_Cards.m_Formatting);
+  records.m_Known[0].m_LastSeen = 5;
+  store.SetKnownCards(records);
+  EXPECT_EQ(3U, store.Get()->m_Number);
+  records.m_Known[0].m_IsPresent = true;
+  store.SetKnownCards(records);
+  records.m_Known[0].m_LastSeen = 6;  // of a present card: written once a minute
+  store.SetKnownCards(records);
+  EXPECT_EQ(4U, store.Get()->m_Number);
 }
 
 TEST(SnapshotStore, WaitsForANewerSnapshot) {
