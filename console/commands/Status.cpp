@@ -5,6 +5,7 @@
 
 #include "console/base/Timestamp.h"
 #include "console/cli/CommandTable.h"
+#include "console/model/EffectiveState.h"
 #include "console/model/Health.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
@@ -116,9 +117,11 @@ std::string HealthText(const StatusEntry& entry, std::size_t width, const Style&
   return text;
 }
 
-// A healthy drive is shown only if the user named it.
+// A drive that is healthy, or has the problem of its card, is shown only if the user named it.
 bool IsShown(const StatusEntry& entry, bool isNamed) {
-  return isNamed || entry.m_pObject->m_Kind != Kind::Drive || !IsHealthy(entry.m_Health.m_Status);
+  const Value& status = entry.m_Health.m_Status;
+  return isNamed || entry.m_pObject->m_Kind != Kind::Drive ||
+         (!IsHealthy(status) && !RepeatsCard(*entry.m_pObject, status));
 }
 
 std::string Text(const std::vector<StatusEntry>& all, bool isNamed, const Style& style) {

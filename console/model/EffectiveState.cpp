@@ -181,6 +181,11 @@ std::size_t StatusRank(const Value& status) {
   return static_cast<std::size_t>(row - std::begin(kStatuses));
 }
 
+bool RepeatsCard(const Object& object, const Value& status) {
+  const std::string text = BareText(status);
+  return object.m_Kind == Kind::Drive && (text == kDetached || text == kUnreadable);
+}
+
 void DeriveAdapter(Object& adapter, const CardPlace& place,
                    const std::vector<const Object*>& drives, const CardTimes& times) {
   if (place.m_pReported == nullptr) {

@@ -25,6 +25,9 @@ std::vector<std::string> EffectiveStatuses(Kind kind);
 // and healthy statuses.
 std::size_t StatusRank(const Value& status);
 
+// Whether a drive's status only repeats that of its card, which is detached or cannot be read.
+bool RepeatsCard(const Object& object, const Value& status);
+
 // Sets the derived fields of an adapter. `drives` are its drives.
 void DeriveAdapter(Object& adapter, const CardPlace& place,
                    const std::vector<const Object*>& drives, const CardTimes& times);

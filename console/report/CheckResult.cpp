@@ -9,6 +9,7 @@
 
 #include "base/Printable.h"
 #include "console/model/CardName.h"
+#include "console/model/EffectiveState.h"
 #include "console/model/FieldTable.h"
 #include "hostkit/Texts.h"
 

@@ -29,9 +29,9 @@ setup_file() {
   ended list 0
   silent list err
   same "OBJECT NAME                    STATUS     TEMP RESERVE      SIZE PCI          SERIAL
-a0     SanDisk BoardA (1)      ok        48 °C    97 %           0000:3b:02.1 S100
+a0     SanDisk BoardA (1)      ok        48 °C    97 % 819.2 GiB 0000:3b:02.1 S100
 a0/d0  DriveA (0)              available               819.2 GiB
-a1     MOLT EP PX600 (2)       WARNING       -       -           0000:5e:00.0 S200
+a1     MOLT EP PX600 (2)       WARNING       -       -   2.4 TiB 0000:5e:00.0 S200
 a1/d0  MOLT EP PX600 2.6TB (0) available                 2.4 TiB" "$(out list)"
 }
 
@@ -39,18 +39,18 @@ a1/d0  MOLT EP PX600 2.6TB (0) available                 2.4 TiB" "$(out list)"
   ended tree 0
   same "OBJECT    NAME                    STATUS     TEMP RESERVE      SIZE PCI          SERIAL
 plugin    SanDisk-Plugin
-├─a0      SanDisk BoardA (1)      ok        48 °C    97 %           0000:3b:02.1 S100
+├─a0      SanDisk BoardA (1)      ok        48 °C    97 % 819.2 GiB 0000:3b:02.1 S100
 │ └─a0/d0 DriveA (0)              available               819.2 GiB
-└─a1      MOLT EP PX600 (2)       WARNING       -       -           0000:5e:00.0 S200
+└─a1      MOLT EP PX600 (2)       WARNING       -       -   2.4 TiB 0000:5e:00.0 S200
   └─a1/d0 MOLT EP PX600 2.6TB (0) available                 2.4 TiB" "$(out tree)"
 }
 
 @test "tree --long also shows ids, parents, reasons and sizes" {
   ended long 0
   same "plugin 0x0130000000000000 - SanDisk-Plugin
-├─a0 0x0130000000000001 0x0130000000000000 SanDisk BoardA (1) ok ATTACHED 48 °C 97 % 1.0 TiB 0000:3b:02.1 S100
+├─a0 0x0130000000000001 0x0130000000000000 SanDisk BoardA (1) ok ATTACHED 48 °C 97 % 1.0 TiB 819.2 GiB 0000:3b:02.1 S100
 │ └─a0/d0 0x0130000000000002 0x0130000000000001 DriveA (0) available 1.0 TiB 819.2 GiB 512 B
-└─a1 0x0130000000000003 0x0130000000000000 MOLT EP PX600 (2) WARNING TEMPERATURE_ABOVE_WARN,ATTACHED - - 2.0 TiB 0000:5e:00.0 S200" \
+└─a1 0x0130000000000003 0x0130000000000000 MOLT EP PX600 (2) WARNING TEMPERATURE_ABOVE_WARN,ATTACHED - - 2.0 TiB 2.4 TiB 0000:5e:00.0 S200" \
     "$(out long | sed -e 1d -e 's/  */ /g' | head -4)"
 }
 
@@ -115,7 +115,7 @@ yes" "$(out get)"
   ended all 0
   same "DriveA (0)
 AVAILABLE
-1099511627776" "$(out all | head -3)"
+AVAILABLE" "$(out all | head -3)"
   same "$(host get a0/d0 -o tsv -H | cut -f 2)" "$(out all)"
 }
 

@@ -115,7 +115,10 @@ corvane_adapters 2" "$(series all '_(up|adapters) ')"
 @test "state sets are 1 for the current state and 0 for the others" {
   same "corvane_adapter_status adapter='S200' corvane_adapter_status='OK' 0
 corvane_adapter_status adapter='S200' corvane_adapter_status='WARNING' 1
-corvane_adapter_status adapter='S200' corvane_adapter_status='FAILED' 0" \
+corvane_adapter_status adapter='S200' corvane_adapter_status='FAILED' 0
+corvane_adapter_status adapter='S200' corvane_adapter_status='MISSING' 0
+corvane_adapter_status adapter='S200' corvane_adapter_status='UNREADABLE' 0
+corvane_adapter_status adapter='S200' corvane_adapter_status='DETACHED' 0" \
     "$(series all "^corvane_adapter_status .*S200")"
   same "corvane_adapter_write_throttling adapter='S100' corvane_adapter_write_throttling='NONE' 1
 corvane_adapter_write_throttling adapter='S100' corvane_adapter_write_throttling='PARTIAL' 0
@@ -169,7 +172,7 @@ corvane_adapter_slot_power_watts adapter='pci:0000:5e:00.0' 18.6" "$(series dupl
     "$(series odd slot_power.*pci)"
   if_direct same "corvane_adapter_status adapter='pci:3b:3b.3b' corvane_adapter_status='49999' 1
 corvane_adapter_status adapter='pci:3c:3c.3c' corvane_adapter_status='49999' 1" \
-    "$(if_direct series ugly '^corvane_adapter_status ')"
+    "$(if_direct series ugly '^corvane_adapter_status .* 1$')"
 }
 
 @test "metrics succeeds on a machine without cards" {

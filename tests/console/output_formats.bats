@@ -47,9 +47,9 @@ setup_file() {
 @test "list -o tsv uses field names and base units" {
   ended tsv 0
   same "object	name	status	temperature_celsius	reserve_space_ratio	formatted_size_bytes	pci_address	serial_number
-a0	SanDisk BoardA (1)	OK	48.2	0.97	-	0000:3b:02.1	S100
+a0	SanDisk BoardA (1)	OK	48.2	0.97	879608463360	0000:3b:02.1	S100
 a0/d0	DriveA (0)	AVAILABLE	-	-	879608463360	-	-
-a1	MOLT EP PX600 (2)	WARNING	-	-	-	0000:5e:00.0	S200
+a1	MOLT EP PX600 (2)	WARNING	-	-	2599999766528	0000:5e:00.0	S200
 a1/d0	MOLT EP PX600 2.6TB (0)	AVAILABLE	-	-	2599999766528	-	-" "$(out tsv)"
   same "$(out tsv | sed 1d)" "$(out bare)"
 }

@@ -94,13 +94,15 @@ a1  WARNING
     see   corvane-host explain TEMPERATURE_ABOVE_WARN;  corvane-host events a1" "$(out all)"
 }
 
-@test "the drive of a detached card is shown as detached, but scripts get the plug-in's status" {
-  same "a0/d0  detached" "$(out degradeddrive)"
+@test "the drive of a detached card is detached in every form" {
+  same "a0/d0  detached
+    why   the card is detached
+    see   corvane-host show a0/d0" "$(out degradeddrive)"
   grep -qE "^a0/d0 +DriveA \(0\) +detached " "$BATS_FILE_TMPDIR/degradedlist.out"
-  same "a0/d0	AVAILABLE" "$(out degradedtsv | grep a0/d0)"
+  same "a0/d0	DETACHED" "$(out degradedtsv | grep a0/d0)"
   grep -q "^a0/d0 detached: DriveA (0)" "$BATS_FILE_TMPDIR/degradedcheck.out"
   grep -qE "^a0/d0 +DriveA \(0\) +detached" "$BATS_FILE_TMPDIR/degradedblock.out"
-  same '["AVAILABLE"]' \
+  same '["DETACHED"]' \
     "$(json degradedjson '[o["status"] for o in d["result"]["objects"] if o["object"] == "a0/d0"]')"
 }
 
@@ -113,7 +115,7 @@ a1  WARNING
 
 @test "status shows a reason with its reading and limit" {
   ended ascii 0
-  same "a0     WARNING
+  same "a0     detached
     why   Detached
     do    Attach the card to make its drive available to the system.
     see   corvane-host explain DETACHED;  corvane-host events a0
