@@ -27,7 +27,7 @@ setup_file() {
   keep percent own percent format a0/d0 --capacity 9 &
   keep sector own sector format a0/d0 --sector-size 4k &
   keep confirm own confirm format a0/d0 --confirm S100 --capacity 50 --sector-size 4096 &
-  keep lines own lines format a0/d0 --confirm S100 --capacity high -o jsonl &
+  keep lines own lines format a0/d0 --confirm S100 --capacity high --again -o jsonl &
   keep same own same format a0/d0 --confirm S100 --capacity 80 --again -o tsv &
   wait
   keep attached own attached format a0/d0 --capacity 50 --confirm S100 &
@@ -126,7 +126,7 @@ a0/d0	sector_size_bytes	512	512" "$(out same)"
   ended attached 4
   silent attached out
   said attached "corvane-host: format a0/d0: a0 is attached"
-  said attached "  a0 is attached. Detach it first: corvane-host detach a0"
+  said attached "  Detach it first: corvane-host detach a0"
   cmp "$BATS_FILE_TMPDIR/attached.before" "$BATS_FILE_TMPDIR/attached.json"
 }
 

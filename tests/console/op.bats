@@ -9,6 +9,10 @@ setup_file() {
   make_machine
   make_cards
   use_short_intervals
+  # An attached card refuses a format.
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/detached.json"
+  cards detached set card0 iom_state 0
+  cp "$BATS_FILE_TMPDIR/detached.json" "$BATS_FILE_TMPDIR/detached.before"
   keep list own list op list a0 -o tsv &
   keep listjson own list op list a0 -o json &
   keep drive own list op list a0/d0 -o json &
@@ -19,8 +23,8 @@ setup_file() {
   keep led_off own led_off op run a0 OP_STOP_LOCATE_DEVICE &
   keep force own force op run a0 50128 -y &
   keep unasked own unasked op run a0 op_force_detach &
-  keep plan own plan op run a0/d0 format_device FORMATTING=CUSTOM SIZE=50 BLOCK_SIZE=4096 -n &
-  keep severe own severe op run a0/d0 50026 -y &
+  keep plan own detached op run a0/d0 format_device FORMATTING=CUSTOM SIZE=50 BLOCK_SIZE=4096 -n &
+  keep severe own detached op run a0/d0 50026 -y &
   keep unknown own unknown op run a0 60000 -y &
   wait
   keep name own list op check a0 ATTCH &
@@ -77,14 +81,15 @@ setup_file() {
   ended unasked 4
   ended severe 4
   said severe "corvane-host: format a0/d0: not a terminal"
-  untouched unasked severe
+  untouched unasked
+  cmp "$BATS_FILE_TMPDIR/detached.before" "$BATS_FILE_TMPDIR/detached.json"
 }
 
 @test "op run shows the arguments of a format in its plan" {
   ended plan 0
   grep -qx "  Change  .* -> about 512.0 GiB (50 %), sectors 512 B -> 4096 B" \
     "$BATS_FILE_TMPDIR/plan.out"
-  untouched plan
+  cmp "$BATS_FILE_TMPDIR/detached.before" "$BATS_FILE_TMPDIR/detached.json"
 }
 
 @test "op rejects invalid arguments" {
