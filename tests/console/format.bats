@@ -30,6 +30,11 @@ setup_file() {
   keep lines own lines format a0/d0 --confirm S100 --capacity high --again -o jsonl &
   keep same own same format a0/d0 --confirm S100 --capacity 80 --again -o tsv &
   wait
+  cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/twice.json"
+  cards twice set card0 format_ms 3600000
+  stop_when "INT INT" "$BATS_FILE_TMPDIR/twice.err" "Formatting a0/d0" twice \
+    corvane-host "$(cards_option "$BATS_FILE_TMPDIR/twice.json")" \
+    format a0/d0 --capacity 50 --confirm S100 || true
   keep attached own attached format a0/d0 --capacity 50 --confirm S100 &
   keep odd own odd format a0/d0 --confirm S100 --sector-size 513 &
   wait
@@ -134,4 +139,9 @@ a0/d0	sector_size_bytes	512	512" "$(out same)"
   ended odd 4
   said odd "  Pass a value within the card's limits. Nothing was changed."
   untouched odd
+}
+
+@test "a second Ctrl-C without a terminal says that the card continues" {
+  ended twice 130
+  said twice "corvane-host: interrupted; the card continues formatting"
 }

@@ -179,6 +179,13 @@ led_before() {
   same '["format", "RUNNING"]' "$(newest_job S200 'j["operation"], j["state"]')"
   ask api POST /v1/cards/S200/operations/attach '{"confirm": true}'
   problem api 409 JOB_RUNNING
+  keep dry served format S200 --capacity 50 -n
+  keep second served format S200 --capacity 50 --confirm S200
+  local name
+  for name in dry second; do
+    ended "$name" 4
+    said "$name" "corvane-host: another job is running on card S200 (format)"
+  done
   kill_plugin
   cardsim set card1 iom_state 4
   wait "$format"
