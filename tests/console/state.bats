@@ -128,9 +128,9 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   both unknown history S900 temperature_celsius
   both_ended unknown 3
   both_said unknown "corvane-host: S900: no such object"
-  both drive history a0/d0 temperature_celsius
+  both drive history plugin temperature_celsius
   both_ended drive 2
-  both_said drive "corvane-host: history a0/d0: a0/d0 is not an adapter"
+  both_said drive "corvane-host: history plugin: plugin is not an adapter"
   both status history a0 status
   both_ended status 2
   both_said status "corvane-host: history: 'status' is not a recorded property"
