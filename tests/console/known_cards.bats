@@ -93,9 +93,9 @@ print(*names)'
 @test "changes of a missing card are refused" {
   pull 1
   local command
-  for command in "attach a1" "locate a1 on" "op run a1 LOCATE_DEVICE"; do
+  for command in "attach a1 --yes" "locate a1 on" "op run a1 LOCATE_DEVICE"; do
     # shellcheck disable=SC2086  # a row is a command line
-    run -4 --separate-stderr host $command --yes
+    run -4 --separate-stderr host $command
     [[ "$stderr" == *"card FA00000002 is missing"* ]] || { echo "$stderr"; false; }
   done
 }
