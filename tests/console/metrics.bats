@@ -126,7 +126,10 @@ corvane_adapter_write_throttling adapter='S100' corvane_adapter_write_throttling
     "$(series all "throttling adapter='S100'")"
   same "corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='AVAILABLE' 1
 corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='AVAILABLE_SMART' 0
-corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='FAILED' 0" \
+corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='FAILED' 0
+corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='UNREADABLE' 0
+corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='FORMATTING' 0
+corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='DETACHED' 0" \
     "$(series all "^corvane_drive_state adapter='S100'")"
 }
 
