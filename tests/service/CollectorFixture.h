@@ -5,10 +5,14 @@
 #include <signal.h>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <stdexcept>
+#include <vector>
 
+#include "hostkit/EventLog.h"
+#include "hostkit/database/OwnTables.h"
 #include "service/Collector.h"
 #include "tests/support/SimulatedHost.h"
 
@@ -54,7 +58,18 @@ class CollectorFixture : public testing::Test {
     return Await([count](const auto& it) { return it.m_Objects.size() == count; });
   }
 
+  // Returns the numbers of the events that were logged since the start of the test. The tests of a
+  // program share one event log.
+  std::vector<std::uint32_t> LoggedEvents() const {
+    std::vector<std::uint32_t> numbers;
+    for (const HostKit::LoggedEvent& event : HostKit::ReadEventsAfter(m_LastEarlierEvent, 100)) {
+      numbers.push_back(event.m_EventID);
+    }
+    return numbers;
+  }
+
   SimulatedHost m_Host{HostKit::UseRealTime};
+  const std::int64_t m_LastEarlierEvent = HostKit::NewestEventNumber();
   Service::SnapshotStore m_Store;
   std::unique_ptr<Service::Collector> m_pCollector;  // destroyed before the cards
 };

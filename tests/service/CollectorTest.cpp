@@ -288,14 +288,10 @@ TEST_F(Collector, LogsTheEventsOfTheCards) {
   AwaitObjects(3);
   m_Host.Cards().RemoveCard(card);
   const Deadline deadline(kTimeout);
-  while (HostKit::ReadEvents(0, 10).empty() && !deadline.HasPassed()) {
+  while (LoggedEvents().empty() && !deadline.HasPassed()) {
     m_Store.AwaitNewer(m_Store.Get()->m_Number, Deadline(milliseconds(100)));
   }
-  std::vector<std::uint32_t> events;
-  for (const HostKit::LoggedEvent& event : HostKit::ReadEvents(0, 10)) {
-    events.push_back(event.m_EventID);
-  }
-  EXPECT_THAT(events, testing::ElementsAre(CorvaneTest::Number::CTRL_PNPREMOVE));
+  EXPECT_THAT(LoggedEvents(), testing::ElementsAre(CorvaneTest::Number::CTRL_PNPREMOVE));
 }
 
 // A fault of one of three cards at the start of the plug-in process, and how it is reported.
@@ -348,7 +344,7 @@ TEST_P(FaultyAtStart, CardIsOmittedUntilItCanBeRead) {
   m_Host.Cards().ClearFailure(fault.m_Function, cards[1]);
   const Service::SnapshotPtr second = AwaitObjects(7);
   EXPECT_TRUE(second->m_UnresponsiveCards.empty());
-  EXPECT_TRUE(HostKit::ReadEvents(0, 10).empty());
+  EXPECT_THAT(LoggedEvents(), testing::ElementsAre());
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, FaultyAtStart, testing::ValuesIn(kFaultsAtStart));
