@@ -1,6 +1,5 @@
 #include "service/CallRunner.h"
 
-#include <atomic>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -13,38 +12,22 @@ namespace {
 // Idle threads beyond this number exit.
 constexpr std::size_t kMaxIdleThreads = 2;
 
-// A scan makes thousands of short calls in a row. Waking a thread costs more than such a call, so
-// both threads first wait without sleeping.
-constexpr std::chrono::microseconds kSpinTime(20);
-
-// Returns whether the flag was set before the time was over. Returns immediately on a machine with
-// one processor, where the other thread cannot run meanwhile.
-bool SpinUntil(const std::atomic<bool>& flag) {
-  static const bool isUseful = std::thread::hardware_concurrency() > 1;
-  if (!isUseful) return flag.load(std::memory_order_acquire);
-  const auto end = std::chrono::steady_clock::now() + kSpinTime;
-  while (!flag.load(std::memory_order_acquire)) {
-    if (std::chrono::steady_clock::now() >= end) return false;
-  }
-  return true;
-}
-
 }  // namespace
 
 struct CallRunner::Task {
   // Reports the end of the work to the waiting thread. Returns whether that has given up.
   bool End() {
-    const Base::MutexLock lock(m_Lock);
+    Base::MutexLock lock(m_Lock);
     m_IsDone = true;
-    m_HasReturned.store(true, std::memory_order_release);
+    const bool isGivenUp = m_IsGivenUp;
+    lock.Unlock();  // the waiting thread would otherwise wake up only to wait for the lock
     m_Done.NotifyAll();
-    return m_IsGivenUp;
+    return isGivenUp;
   }
 
   // Called on the waiting thread.
   bool Await(std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
-    if (SpinUntil(m_HasReturned)) return true;
     Base::MutexLock lock(m_Lock);
     while (!m_IsDone && std::chrono::steady_clock::now() < deadline) {
       m_Done.WaitUntil(lock, deadline);
@@ -56,7 +39,6 @@ struct CallRunner::Task {
   }
 
   Call m_Call;
-  std::atomic<bool> m_HasReturned{false};
   Base::Mutex m_Lock;
   Base::ConditionVariable m_Done;
   bool m_IsDone HOST_GUARDED_BY(m_Lock) = false;
@@ -75,7 +57,7 @@ bool CallRunner::Run(Call call, std::chrono::milliseconds limit) {
 
 // Returns false if no thread can run the task.
 bool CallRunner::Enqueue(const TaskPtr& task) {
-  const Base::MutexLock lock(m_Lock);
+  Base::MutexLock lock(m_Lock);
   if (m_IdleThreads <= m_Tasks.size()) {
     try {
       StartThread();
@@ -84,7 +66,7 @@ bool CallRunner::Enqueue(const TaskPtr& task) {
     }
   }
   m_Tasks.push_back(task);
-  m_MayHaveTask.store(true, std::memory_order_release);
+  lock.Unlock();
   m_HasTask.NotifyOne();
   return true;
 }
@@ -126,7 +108,6 @@ void CallRunner::SetBusy() {
 
 // Waits for a task. Returns null if there are enough idle threads.
 CallRunner::TaskPtr CallRunner::NextTask() {
-  SpinUntil(m_MayHaveTask);
   Base::MutexLock lock(m_Lock);
   if (m_Tasks.empty() && m_IdleThreads > kMaxIdleThreads) {
     --m_IdleThreads;
@@ -136,7 +117,6 @@ CallRunner::TaskPtr CallRunner::NextTask() {
   --m_IdleThreads;
   TaskPtr task = m_Tasks.front();
   m_Tasks.pop_front();
-  m_MayHaveTask.store(!m_Tasks.empty(), std::memory_order_release);
   return task;
 }
 

@@ -1,7 +1,6 @@
 // Runs calls that may hang on other threads, so that the caller can give up.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <deque>
 #include <functional>
@@ -41,7 +40,6 @@ class CallRunner {
   Base::Mutex m_Lock;
   Base::ConditionVariable m_HasTask;
   std::deque<TaskPtr> m_Tasks HOST_GUARDED_BY(m_Lock);
-  std::atomic<bool> m_MayHaveTask{false};  // read without the lock
   std::size_t m_IdleThreads HOST_GUARDED_BY(m_Lock) = 0;
 };
 
