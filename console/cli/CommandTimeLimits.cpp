@@ -1,5 +1,7 @@
 #include "console/cli/CommandTimeLimits.h"
 
+#include <algorithm>
+
 #include "console/base/Duration.h"
 
 namespace Console {
@@ -12,6 +14,10 @@ constexpr milliseconds kDefault = std::chrono::seconds(30);
 
 // Short, because the user is waiting at the shell prompt.
 constexpr milliseconds kCompletion = std::chrono::seconds(5);
+
+// Time that a command which waits for a card has at least for each call, so that it can start the
+// plug-in even if it is not to wait.
+constexpr milliseconds kStart = std::chrono::seconds(10);
 
 // Whether the command reads once and exits, so that the limit applies to the complete command.
 bool ReadsOnce(const Command& command, const Options& options) {
@@ -26,7 +32,9 @@ TimeLimits LimitsOf(const Command& command, const Options& options) {
   TimeLimits limits;
   const milliseconds defaultLimit = command.m_Group == Group::Hidden ? kCompletion : kDefault;
   const bool waits = command.m_TimeoutScope == TimeoutScope::Wait;
-  limits.m_Call = waits ? defaultLimit : given.value_or(defaultLimit);
+  limits.m_Call = given.value_or(defaultLimit);
+  if (waits)
+    limits.m_Call = std::clamp(*limits.m_Call, std::min(kStart, defaultLimit), defaultLimit);
   if (ReadsOnce(command, options)) limits.m_Total = Deadline(limits.m_Call);
   if (!waits) limits.m_Format = given;
   return limits;
