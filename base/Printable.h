@@ -6,11 +6,11 @@
 
 namespace Base {
 
-// Replaces characters that could move a terminal's cursor, break a line or change the writing
-// direction with visible escapes: ASCII control characters (as \x1b); other control, line-breaking
-// and direction characters (as \u202e); and bytes that are not part of valid UTF-8 (as \xff). All
-// other characters, including backslashes, are kept. The result is valid UTF-8, and applying the
-// function to it again does not change it.
+// Replaces characters that could move a terminal's cursor, break a line, change the writing
+// direction or be invisible with visible escapes: ASCII control characters (as \x1b); other
+// control, line-breaking and format characters (as \u202e or \U000e0020); and bytes that are not
+// part of valid UTF-8 (as \xff). All other characters, including backslashes, are kept. The result
+// is valid UTF-8, and applying the function to it again does not change it.
 std::string Printable(std::string_view text);
 
 // Escapes the same characters in a JSON document, where \u202e in a string is equivalent to the

@@ -16,6 +16,7 @@ struct Options {
   bool m_Quiet = false;
   bool m_Verbose = false;
   bool m_Ascii = false;
+  bool m_LocalTime = false;
   std::string m_Color = "auto";
   std::string m_Plugin;
   bool m_Direct = false;

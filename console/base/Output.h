@@ -16,6 +16,10 @@ struct Style {
   bool m_Ascii = false;
   bool m_Color = false;
   bool m_Headings = true;
+  // Times in tables are in the local time zone instead of UTC.
+  bool m_LocalTime = false;
+  // The width of the terminal in columns, or 0 if the output is not a terminal and must not be cut.
+  std::size_t m_Width = 0;
 };
 
 // Reserves the program's standard output for the result, so that output of a plug-in cannot mix

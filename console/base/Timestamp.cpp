@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <ctime>
 #include <optional>
 
@@ -58,6 +59,18 @@ std::string AgeText(std::uint64_t age) {
   return fmt::format("{} days", age / kDay);
 }
 
+std::tm BrokenDown(std::uint64_t milliseconds, TimeZone zone) {
+  const auto seconds = static_cast<std::time_t>(milliseconds / kSecond);
+  std::tm time = {};
+  if (zone == TimeZone::Local && localtime_r(&seconds, &time) != nullptr) return time;
+  gmtime_r(&seconds, &time);
+  return time;
+}
+
+bool IsSameDay(const std::tm& one, const std::tm& other) {
+  return one.tm_year == other.tm_year && one.tm_yday == other.tm_yday;
+}
+
 }  // namespace
 
 std::uint64_t ToMilliseconds(std::chrono::system_clock::time_point time) {
@@ -97,16 +110,30 @@ std::uint64_t ParseEndTime(const char* option, const std::string& text, std::uin
   return end;
 }
 
-std::string SinceText(std::uint64_t sinceMs, std::uint64_t nowMs) {
-  const auto since = fmt::gmtime(static_cast<std::time_t>(sinceMs / kSecond));
-  const std::string time = sinceMs / kDay == nowMs / kDay ? fmt::format("{:%H:%M}", since)
-                                                          : fmt::format("{:%Y-%m-%d %H:%M}", since);
-  return fmt::format("{}, {}", time, AgeText(nowMs - std::min(nowMs, sinceMs)));
+std::string SinceText(std::uint64_t sinceMs, std::uint64_t nowMs, TimeZone zone) {
+  const std::tm since = BrokenDown(sinceMs, zone);
+  const std::string time = IsSameDay(since, BrokenDown(nowMs, zone))
+                               ? fmt::format("{:%H:%M}", since)
+                               : fmt::format("{:%Y-%m-%d %H:%M}", since);
+  return fmt::format("{} ({})", time, AgeText(nowMs - std::min(nowMs, sinceMs)));
+}
+
+std::string ShortTimeText(std::uint64_t timeMs, std::uint64_t nowMs, TimeZone zone) {
+  const std::tm time = BrokenDown(timeMs, zone);
+  return IsSameDay(time, BrokenDown(nowMs, zone)) ? fmt::format("{:%H:%M}", time)
+                                                  : fmt::format("{:%Y-%m-%d}", time);
 }
 
 std::string TimeText(std::uint64_t milliseconds) {
   const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
   return fmt::format("{:%Y-%m-%dT%H:%M:%S}+00:00", fmt::gmtime(seconds));
+}
+
+std::string LocalTimeText(std::uint64_t milliseconds) {
+  const std::tm time = BrokenDown(milliseconds, TimeZone::Local);
+  const long minutes = std::labs(time.tm_gmtoff) / 60;
+  return fmt::format("{:%Y-%m-%dT%H:%M:%S}{}{:02}:{:02}", time, time.tm_gmtoff < 0 ? '-' : '+',
+                     minutes / 60, minutes % 60);
 }
 
 }  // namespace Console

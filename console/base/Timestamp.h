@@ -26,11 +26,20 @@ std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::u
 // Returns milliseconds since the epoch. For any other text, throws a `Failure` that names `option`.
 std::uint64_t ParseEndTime(const char* option, const std::string& text, std::uint64_t nowMs);
 
-// Formats a time in UTC with its age: "05:31, 15 min" for today, "2026-11-20 05:31, 26 h" for an
+// The zone of a time that is shown to people.
+enum class TimeZone { Utc, Local };
+
+// Formats a time with its age: "05:31 (15 min)" for today, "2026-11-20 05:31 (26 h)" for an
 // earlier day.
-std::string SinceText(std::uint64_t sinceMs, std::uint64_t nowMs);
+std::string SinceText(std::uint64_t sinceMs, std::uint64_t nowMs, TimeZone zone = TimeZone::Utc);
+
+// Formats a time as briefly as possible: "05:31" for today, "2026-11-20" for another day.
+std::string ShortTimeText(std::uint64_t timeMs, std::uint64_t nowMs, TimeZone zone);
 
 // Formats `milliseconds` since the epoch as an RFC 3339 time in UTC.
 std::string TimeText(std::uint64_t milliseconds);
+// Formats `milliseconds` since the epoch as an RFC 3339 time in the local time zone, with its
+// offset from UTC.
+std::string LocalTimeText(std::uint64_t milliseconds);
 
 }  // namespace Console

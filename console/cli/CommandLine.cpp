@@ -172,6 +172,8 @@ Style DecideStyle(const Options& options, std::size_t terminalWidth) {
   style.m_Ascii = options.m_Ascii || !utf8;
   style.m_Color = WantsColor(options, terminalWidth > 0);
   style.m_Headings = !options.m_NoHeadings;
+  style.m_LocalTime = options.m_LocalTime;
+  style.m_Width = terminalWidth;
   return style;
 }
 

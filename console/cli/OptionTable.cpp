@@ -24,6 +24,7 @@ std::vector<OptionRow> CommonOptions() {
       {"",   "--color",      "WHEN",    &O::m_Color,      true,
        "when to use colors; auto means on a terminal, unless NO_COLOR is set (default: auto)",
        {"auto", "always", "never"}, true},
+      {"",   "--local-time", "",        &O::m_LocalTime, true, "show local times (default: UTC)"},
       {"",   "--no-input",   "",        &O::m_NoInput,     true,
        "never prompt; refuse changes that need confirmation"},
       {"",   "--socket",     "PATH",    &O::m_Socket,      true,
@@ -58,9 +59,9 @@ std::vector<OptionRow> CommonOptions() {
 std::vector<OptionRow> CommandOptions() {
   return {
       {"-c", "--columns",    "NAMES",   &O::m_Columns,     false,
-       "columns to show, separated by commas: property names, object, type, id, parents, children or last_read_at"},
+       "columns to show, separated by commas; help lists their names"},
       {"-l", "--long",       "",        &O::m_Long,        false,
-       "include ids, reasons and sizes, as --verbose does"},
+       "show more columns and rows, as --verbose does"},
       {"-f", "--follow",     "",        &O::m_Follow,      false,
        "print new events as they occur, until Ctrl-C"},
       {"",   "--since",      "TIME",    &O::m_Since,       false,

@@ -83,7 +83,7 @@ CommandResult ResultOf(const KnownCard& card, bool dryRun) {
   result.m_Table.m_Columns = {{"SERIAL", "serial_number", false},
                               {"LAST SEEN", "last_seen", false}};
   result.m_Table.m_Rows = {
-      {{TextCell(card.m_SerialNumber), TextCell(TimeText(card.m_LastSeen))}, std::nullopt}};
+      {{TextCell(card.m_SerialNumber), TimeCell(card.m_LastSeen)}, std::nullopt}};
   return result;
 }
 

@@ -15,6 +15,7 @@
 #include "console/commands/StoredCard.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
+#include "console/watch/Graph.h"
 #include "console/watch/ScreenLines.h"
 
 namespace Console {
@@ -162,12 +163,39 @@ std::deque<double> FitColumns(const std::deque<double>& values) {
   return columns;
 }
 
-std::string SparklineOf(const Field& field, const HistorySeries& series, bool ascii) {
-  const std::deque<double> columns = FitColumns(MeansOf(series));
+double MinSpanOf(const Field& field) {
   const auto* const row =
       std::find_if(std::begin(kMinSpans), std::end(kMinSpans),
                    [&](const MinSpan& each) { return each.m_Kind == field.m_Kind; });
-  return Sparkline(columns, columns.size(), ascii, row->m_Span);
+  return row->m_Span;
+}
+
+std::string SparklineOf(const Field& field, const HistorySeries& series, bool ascii) {
+  const std::deque<double> columns = FitColumns(MeansOf(series));
+  return Sparkline(columns, columns.size(), ascii, MinSpanOf(field));
+}
+
+// Labels of one day need no date.
+std::string AxisTime(std::uint64_t time, std::uint64_t other, bool local) {
+  const std::string text = local ? LocalTimeText(time) : TimeText(time);
+  const std::string otherText = local ? LocalTimeText(other) : TimeText(other);
+  constexpr std::size_t kDate = 10, kTime = 11, kMinutes = 5;
+  const bool isSameDay = text.substr(0, kDate) == otherText.substr(0, kDate);
+  return (isSameDay ? "" : text.substr(0, kDate) + " ") + text.substr(kTime, kMinutes);
+}
+
+std::string GraphOf(const Field& field, const HistorySeries& series, const Style& style) {
+  const std::deque<double> means = MeansOf(series);
+  const std::uint64_t from = series.m_Points.front().m_Time;
+  const std::uint64_t to = series.m_Points.back().m_Time + series.m_Step;
+  GraphStyle graph;
+  graph.m_Columns = style.m_Width;
+  graph.m_Ascii = style.m_Ascii;
+  graph.m_MinSpan = MinSpanOf(field);
+  graph.m_From = AxisTime(from, to, style.m_LocalTime);
+  graph.m_To = AxisTime(to, from, style.m_LocalTime);
+  graph.m_Label = [&](double number) { return HumanText(ValueOf(field, number), style.m_Ascii); };
+  return DrawGraph({means.begin(), means.end()}, graph);
 }
 
 std::string RangeText(const Field& field, const HistorySeries& series, bool ascii) {
@@ -193,13 +221,13 @@ void AddPoint(CommandResult& result, const Field& field, const HistoryPoint& poi
   result.m_Json["points"].push_back(PointJson(field, point));
   result.m_Values.push_back(BareText(ValueOf(field, point.m_Mean)));
   const auto cell = [&](double number) { return ValueCell(ValueOf(field, number), ascii); };
-  result.m_Table.m_Rows.push_back({{TextCell(TimeText(point.m_Time)), cell(point.m_Minimum),
-                                    cell(point.m_Maximum), cell(point.m_Mean)},
-                                   std::nullopt});
+  result.m_Table.m_Rows.push_back(
+      {{TimeCell(point.m_Time), cell(point.m_Minimum), cell(point.m_Maximum), cell(point.m_Mean)},
+       std::nullopt});
 }
 
 CommandResult ResultOf(const Style& style, const StoredCard& card, const Field& field,
-                       const HistoryQuery& query, const HistorySeries& series) {
+                       const HistoryQuery& query, const HistorySeries& series, bool isLong) {
   CommandResult result;
   result.m_Items = "points";
   result.m_Json = {{"object", card.m_Selector.empty() ? Json() : Json(card.m_Selector)},
@@ -216,9 +244,13 @@ CommandResult ResultOf(const Style& style, const StoredCard& card, const Field& 
   result.m_Text = "";
   if (series.m_Points.empty()) return result;
   for (const HistoryPoint& point : series.m_Points) AddPoint(result, field, point, style.m_Ascii);
-  result.m_Text = fmt::format("{}{}  {}\n", DrawTable(result.m_Table, style, false),
-                              SparklineOf(field, series, style.m_Ascii),
-                              RangeText(field, series, style.m_Ascii));
+  const std::string range = RangeText(field, series, style.m_Ascii);
+  if (style.m_Width > 0 && !isLong) {
+    result.m_Text = GraphOf(field, series, style) + WrapText(range, style.m_Width, 0);
+  } else {
+    result.m_Text = fmt::format("{}{}  {}\n", DrawTable(result.m_Table, style, false),
+                                SparklineOf(field, series, style.m_Ascii), range);
+  }
   return result;
 }
 
@@ -243,7 +275,8 @@ CommandResult Run(Context& context) {
   query.m_SerialNumber = card.m_SerialNumber;
   const HistorySeries series = ReadSeries(*state, query, !options.m_Step.empty());
   if (series.m_Points.empty()) NoteNoHistory(context, card, *recorded.m_Field);
-  return ResultOf(context.m_Style, card, *recorded.m_Field, query, series);
+  return ResultOf(context.m_Style, card, *recorded.m_Field, query, series,
+                  options.m_Long || options.m_Verbose);
 }
 
 }  // namespace
@@ -257,12 +290,13 @@ Command HistoryCommand() {
   command.m_MaxArguments = 2;
   command.m_Summary = "show recorded values of a card over time";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl", "value"};
-  command.m_Options = {"--since", "--from", "--to", "--step"};
+  command.m_Options = {"--since", "--from", "--to", "--step", "--long"};
   command.m_Properties = RecordedNames();
   command.m_Run = Run;
   command.m_Description =
-      "Shows the minimum, maximum and mean of a property in each step, and a sparkline of the "
-      "means. A service records the values of all cards once a minute, and keeps them for 48 "
+      "Draws a graph of a property on a terminal. With --long or without a terminal, shows the "
+      "minimum, maximum and mean in each step, and a sparkline of the means. A service records the "
+      "values of all cards once a minute, and keeps them for 48 "
       "hours; hourly values are kept for two years. OBJ is an adapter or the serial number of a "
       "missing card.";
   command.m_Exits = {{2, "the property is not recorded"}};

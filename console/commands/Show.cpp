@@ -4,16 +4,20 @@
 
 #include <algorithm>
 
+#include "console/change/KnownOperations.h"
 #include "console/cli/CommandTable.h"
 #include "console/model/PropertyName.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
 #include "console/render/ObjectTable.h"
 #include "console/report/CommandContext.h"
+#include "console/report/GroupedObject.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
 namespace {
+
+constexpr const char* kLocateLed = "locate_led";
 
 Json PropertyJson(const PI::CProperty& property) {
   const Value value = ReadProperty(property);
@@ -92,11 +96,18 @@ Table TableOf(const Model& model, const Object& object, bool ascii) {
   add("parents", TextCell(Links(model, object.m_Parents)));
   add("children", TextCell(Links(model, object.m_Children)));
   for (const Field& field : FieldsOf(object.m_Kind)) {
-    add(field.m_Name, ValueCell(ReadField(object, field), ascii));
+    add(field.m_Name, ObjectCell(object, field.m_Name, ascii));
   }
   AddOtherProperties(table, object, ascii);
   add("operations", TextCell(OperationNames(object)));
   return table;
+}
+
+// The state of the locate LED; empty if the object has none.
+std::string LocateLedText(Context& context, const Object& object) {
+  if (!object.SupportsOperation(PI::OP_LOCATE_DEVICE)) return {};
+  const std::string state = StateOf(context.Open(), object.m_ID, Aspect::LocateLed);
+  return state.empty() ? "-" : state;
 }
 
 CommandResult Run(Context& context) {
@@ -105,6 +116,11 @@ CommandResult Run(Context& context) {
   CommandResult result;
   result.m_Json = ResultOf(model, object);
   result.m_Table = TableOf(model, object, context.m_Style.m_Ascii);
+  if (context.m_OutputFormat != "table") return result;
+  Table table = result.m_Table;
+  const std::string led = LocateLedText(context, object);
+  if (!led.empty()) table.m_Rows.push_back({{TextCell(kLocateLed), TextCell(led)}, std::nullopt});
+  result.m_Text = GroupedText(object, table, context.m_Style);
   return result;
 }
 
@@ -121,8 +137,9 @@ Command ShowCommand() {
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
-      "Shows all properties that the plug-in reports for the object, with units, and the "
-      "operations that it supports.";
+      "Shows all properties that the plug-in reports for the object, in groups and with units, "
+      "bars for values with a limit, the state of the locate LED, and the operations that the "
+      "object supports.";
   command.m_Examples = {{"show a0", "show an adapter"},
                         {"show a0/d0 -o json", "show a drive, for a script"}};
   return command;

@@ -1,8 +1,10 @@
 // status: problems of the cards, their causes and what to do.
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 
+#include "base/Printable.h"
 #include "console/base/Timestamp.h"
 #include "console/cli/CommandTable.h"
 #include "console/model/EffectiveState.h"
@@ -11,8 +13,11 @@
 #include "console/render/CommandResult.h"
 #include "console/render/HealthCells.h"
 #include "console/render/ReadingJson.h"
+#include "console/render/TextWidth.h"
+#include "console/report/CardList.h"
 #include "console/report/CommandContext.h"
 #include "console/report/EventMatcher.h"
+#include "console/report/Limits.h"
 #include "console/report/SeveralObjects.h"
 #include "console/report/StatusSince.h"
 
@@ -38,6 +43,7 @@ struct StatusEntry {
   const Object* m_pObject;
   Health m_Health;
   std::optional<std::uint64_t> m_Since;
+  bool m_IsNamed = false;  // by the user
 };
 
 Json HealthJson(const StatusEntry& entry) {
@@ -97,51 +103,161 @@ std::string Colored(const std::string& text, Severity severity, const Style& sty
   return text;
 }
 
-std::string HealthText(const StatusEntry& entry, std::size_t width, const Style& style) {
+constexpr std::size_t kIndent = 3;
+constexpr const char* kGap = "     ";  // between the parts of a reason
+
+// Returns "slot 2", or the PCI address if the slot is unknown; empty if both are.
+std::string PlaceText(const Model& model, const Object& object) {
+  const Object* card = AdapterOf(model, object);
+  if (card == nullptr) return {};
+  const std::string slot = FieldText(*card, "pci_slot");
+  return slot.empty() ? FieldText(*card, "pci_address") : "slot " + slot;
+}
+
+// Returns the status with the object's place and serial number, and since when it has had it.
+std::string HeaderText(const Model& model, const StatusEntry& entry, const Style& style) {
+  std::vector<std::string> details;
+  for (const std::string& text :
+       {PlaceText(model, *entry.m_pObject), SerialOf(model, *entry.m_pObject)}) {
+    if (!text.empty()) details.push_back(text);
+  }
+  if (entry.m_Since) {
+    const TimeZone zone = style.m_LocalTime ? TimeZone::Local : TimeZone::Utc;
+    details.push_back("since " + SinceText(*entry.m_Since, NowMs(), zone));
+  }
+  const std::string status = StatusText(entry.m_Health.m_Status);
+  const std::string line = fmt::format("{} {}{}{}", entry.m_pObject->m_Selector, status,
+                                       details.empty() ? "" : "  ", fmt::join(details, ", "));
+  std::string text = WrapText(line, style.m_Width, kIndent);
+  const std::size_t at = entry.m_pObject->m_Selector.size() + 1;
+  if (text.compare(at, status.size(), status) != 0) return text;
+  return text.replace(at, status.size(),
+                      Colored(status, entry.m_Health.m_Status.m_Severity, style));
+}
+
+// Returns the measured value with its limits, such as "79 °C (warning 78, critical 85)", and the
+// description of the reason unless the unit says it.
+std::string MeasurementText(const Object& object, const Reason& reason, bool ascii) {
+  const Field* const field = reason.m_Measured.m_Field;
+  const std::string limits = field == nullptr ? "" : LimitsText(object, field->m_Name);
+  if (limits.empty()) return ReasonText(reason, ascii);
+  const std::string text =
+      fmt::format("{} ({})", HumanText(reason.m_Measured.m_Value, ascii), limits);
+  const bool isClear = field->m_Kind == ValueKind::Celsius;
+  return Base::Printable(isClear ? text : reason.m_Caption + ": " + text);
+}
+
+// Names the place in advice that is about the card: "the card in slot 2".
+std::string AdviceText(const std::string& advice, const std::string& place) {
+  static const std::string kCard = "the card";
+  const std::size_t at = advice.find(kCard);
+  const std::size_t end = at + kCard.size();
+  const bool isWord =
+      at != std::string::npos &&
+      (end == advice.size() || std::string(" ,.:;").find(advice[end]) != std::string::npos);
+  if (!isWord || place.rfind("slot ", 0) != 0) return advice;
+  return advice.substr(0, end) + " in " + place + advice.substr(end);
+}
+
+// Puts the parts on one line, or each on a line of its own if the terminal is too narrow.
+std::string PartsText(const std::vector<std::string>& parts, const Style& style) {
+  const std::string margin(kIndent, ' ');
+  const std::string line = fmt::format("{}{}", margin, fmt::join(parts, kGap));
+  if (style.m_Width == 0 || ColumnsOf(line) <= style.m_Width) return line + "\n";
+  std::string text;
+  for (const std::string& part : parts) text += WrapText(margin + part, style.m_Width, 2 * kIndent);
+  return text;
+}
+
+std::string ReasonLine(const Model& model, const Object& object, const Reason& reason,
+                       const Style& style) {
+  std::vector<std::string> parts = {MeasurementText(object, reason, style.m_Ascii)};
+  if (!reason.m_Advice.empty()) {
+    parts.push_back(AdviceText(reason.m_Advice, PlaceText(model, object)));
+  }
+  // A reason without a number is this host's own.
+  parts.push_back(reason.m_Number == 0 ? "show " + object.m_Selector : "explain " + reason.m_Name);
+  return PartsText(parts, style);
+}
+
+bool IsDetached(const Health& health) {
+  return BareText(health.m_Status) == kDetached;
+}
+
+std::string HealthText(const Model& model, const StatusEntry& entry, const Style& style) {
   const Object& object = *entry.m_pObject;
   const Health& health = entry.m_Health;
-  std::string text = fmt::format(
-      "{:<{}}  {}{}\n", object.m_Selector, width,
-      Colored(StatusText(health.m_Status), health.m_Status.m_Severity, style),
-      entry.m_Since ? fmt::format(" since {}", SinceText(*entry.m_Since, NowMs())) : std::string());
-  for (const Reason& reason : health.m_Reasons) {
-    text += fmt::format("    why   {}\n", ReasonText(reason, style.m_Ascii));
-    if (!reason.m_Advice.empty()) text += fmt::format("    do    {}\n", reason.m_Advice);
-    text += fmt::format("    see   corvane-host explain {};  corvane-host events {}\n",
-                        reason.m_Name, object.m_Selector);
-  }
-  if (health.m_Reasons.empty() && !IsHealthy(health.m_Status)) {
-    text += fmt::format("    why   {}\n", TextWithoutReason(health));
-    text += fmt::format("    see   corvane-host show {}\n", object.m_Selector);
+  std::string text = HeaderText(model, entry, style);
+  for (const Reason& reason : health.m_Reasons) text += ReasonLine(model, object, reason, style);
+  const bool isExplained = IsHealthy(health.m_Status) || IsDetached(health);
+  if (health.m_Reasons.empty() && !isExplained) {
+    text += PartsText({TextWithoutReason(health), "show " + object.m_Selector}, style);
   }
   return text;
 }
 
-// A drive that is healthy, or has the problem of its card, is shown only if the user named it.
-bool IsShown(const StatusEntry& entry, bool isNamed) {
+// Healthy cards are only counted, and healthy drives are not shown, unless the user named them. A
+// drive that has the status of its card adds nothing to what is shown for the card.
+bool IsShown(const StatusEntry& entry) {
   const Value& status = entry.m_Health.m_Status;
-  return isNamed || entry.m_pObject->m_Kind != Kind::Drive ||
-         (!IsHealthy(status) && !RepeatsCard(*entry.m_pObject, status));
+  return entry.m_IsNamed || (!IsHealthy(status) && !RepeatsCard(*entry.m_pObject, status));
 }
 
-std::string Text(const std::vector<StatusEntry>& all, bool isNamed, const Style& style) {
-  std::vector<const StatusEntry*> shown;
-  std::size_t width = 0;
-  for (const StatusEntry& entry : all) {
-    if (!IsShown(entry, isNamed && &entry == &all.front())) continue;
-    shown.push_back(&entry);
-    width = std::max(width, entry.m_pObject->m_Selector.size());
+std::string HealthyText(std::size_t healthy, std::size_t cards) {
+  if (healthy == 0) return {};
+  const std::string count =
+      healthy == cards ? std::to_string(cards) : fmt::format("{} of {}", healthy, cards);
+  return fmt::format("{} card{} ok\n", count, cards == 1 ? "" : "s");
+}
+
+// Returns the entries in the order of their cards' severity. Objects without a card come last.
+std::vector<const StatusEntry*> SortedEntries(const Model& model,
+                                              const std::vector<StatusEntry>& all) {
+  std::vector<const Object*> cards = CardsWorstFirst(model);
+  cards.push_back(nullptr);
+  std::vector<const StatusEntry*> sorted;
+  for (const Object* card : cards) {
+    for (const StatusEntry& entry : all) {
+      if (AdapterOf(model, *entry.m_pObject) == card) sorted.push_back(&entry);
+    }
   }
+  return sorted;
+}
+
+// Shows the objects with problems, then counts the healthy cards.
+std::string Text(const Model& model, const std::vector<StatusEntry>& all, const Style& style) {
   std::string text;
-  for (const StatusEntry* entry : shown) text += HealthText(*entry, width, style);
-  return text;
+  std::size_t cards = 0, healthy = 0;
+  for (const StatusEntry* entry : SortedEntries(model, all)) {
+    const bool isCard = entry->m_pObject->m_Kind == Kind::Adapter;
+    const bool isShown = IsShown(*entry);
+    if (isShown) text += HealthText(model, *entry, style);
+    if (isCard) ++cards;
+    if (isCard && !isShown) ++healthy;
+  }
+  return text + HealthyText(healthy, cards);
+}
+
+// Returns the named objects, each with the objects below it, or all objects if none is named.
+Objects ObjectsBelow(const Model& model, const Objects& named) {
+  if (named.empty()) return ObjectsWithStatus(model);
+  Objects chosen;
+  for (const Object* top : named) {
+    for (const Object* object : ObjectsWithStatus(model, top)) {
+      if (std::find(chosen.begin(), chosen.end(), object) == chosen.end()) chosen.push_back(object);
+    }
+  }
+  return chosen;
 }
 
 // Reads the event log only if an object has status reasons.
 std::vector<StatusEntry> CreateEntries(Context& context, const Model& model,
-                                       const Objects& chosen) {
+                                       const Objects& named) {
   std::vector<StatusEntry> all;
-  for (const Object* object : chosen) all.push_back({object, HealthOf(*object), std::nullopt});
+  for (const Object* object : ObjectsBelow(model, named)) {
+    const bool isNamed = std::find(named.begin(), named.end(), object) != named.end();
+    all.push_back({object, HealthOf(*object), std::nullopt, isNamed});
+  }
   if (std::all_of(all.begin(), all.end(),
                   [](const StatusEntry& entry) { return entry.m_Health.m_Reasons.empty(); })) {
     return all;
@@ -159,24 +275,12 @@ std::vector<StatusEntry> CreateEntries(Context& context, const Model& model,
   return all;
 }
 
-// Returns the objects that the arguments name, each with the objects below it.
-Objects ChosenObjects(const Context& context, const Model& model) {
-  const auto select = [&](const std::string& name) -> const Object& { return Select(model, name); };
-  const auto named = SelectSeveral(model, context.m_Arguments, Kind::Adapter, select).m_Objects;
-  if (context.m_Arguments.empty()) return ObjectsWithStatus(model);
-  Objects chosen;
-  for (const Object* top : named) {
-    for (const Object* object : ObjectsWithStatus(model, top)) {
-      if (std::find(chosen.begin(), chosen.end(), object) == chosen.end()) chosen.push_back(object);
-    }
-  }
-  return chosen;
-}
-
 CommandResult Run(Context& context) {
   const Model model = context.Objects();
-  const bool isNamed = !context.m_Arguments.empty();
-  const std::vector<StatusEntry> all = CreateEntries(context, model, ChosenObjects(context, model));
+  const auto select = [&](const std::string& name) -> const Object& { return Select(model, name); };
+  const Objects named =
+      SelectSeveral(model, context.m_Arguments, Kind::Adapter, select).m_Objects;
+  const std::vector<StatusEntry> all = CreateEntries(context, model, named);
   CommandResult result;
   result.m_Items = "objects";
   result.m_Json = {{"objects", Json::array()}};
@@ -185,7 +289,7 @@ CommandResult Run(Context& context) {
                               {"REASON", "reason", false},
                               {"WHY", "why", false},
                               {"DO", "do", false}};
-  result.m_Text = Text(all, isNamed, context.m_Style);
+  result.m_Text = Text(model, all, context.m_Style);
   for (const StatusEntry& entry : all) {
     result.m_Json["objects"].push_back(HealthJson(entry));
     AddRows(result.m_Table, *entry.m_pObject, entry.m_Health, context.m_Style.m_Ascii);
@@ -206,8 +310,10 @@ Command StatusCommand() {
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
   command.m_Run = Run;
   command.m_Description =
-      "Shows for each card whether it is healthy and, if not, the reasons, the readings and the "
-      "recommended action. With OBJ, shows only that object and the objects below it.";
+      "Shows the cards that are not healthy, those with the most severe status first: their "
+      "place, and for each reason the reading with its limits, the recommended action and the "
+      "command that explains it. Healthy cards are counted. With OBJ, shows only these objects "
+      "and the objects below them.";
   command.m_Examples = {{"status", "find out why a card has a warning, and what to do", true},
                         {"status a1 -o json", "check one card, for a script"}};
   return command;

@@ -1,8 +1,11 @@
 // watch: cards and events live, on a full screen or as blocks of plain text.
+#include <fmt/format.h>
+#include <limits.h>
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <iterator>
 #include <optional>
@@ -11,6 +14,7 @@
 #include "console/base/Duration.h"
 #include "console/base/StopSignals.h"
 #include "console/base/Timestamp.h"
+#include "console/change/OperationRunner.h"
 #include "console/cli/CommandTable.h"
 #include "console/model/Health.h"
 #include "console/render/CommandResult.h"
@@ -27,18 +31,40 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
+std::string HostName() {
+  std::array<char, HOST_NAME_MAX + 1> name{};
+  return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "corvane-host";
+}
+
+// Switches the locate LED of the selected card, and returns what was done.
+std::string ToggleLocateLed(Context& context, const Model& model, std::uint64_t selected) {
+  const Object* const object = model.Find(selected);
+  const Object* const card = object == nullptr ? nullptr : AdapterOf(model, *object);
+  if (card == nullptr || !card->SupportsOperation(PI::OP_LOCATE_DEVICE)) return "no locate LED";
+  const bool isOn = StateOf(context.Open(), card->m_ID, Aspect::LocateLed) == "on";
+  const OperationRow& row = *FindOperation(isOn ? PI::OP_STOP_LOCATE_DEVICE : PI::OP_LOCATE_DEVICE);
+  try {
+    PerformOperation(context, model, *card, row, true);
+  } catch (const Failure& failure) {
+    return failure.m_Text;
+  }
+  return fmt::format("locate LED of {} is {}", card->m_Selector, isOn ? "off" : "on");
+}
+
 // Redraws the screen after each update and key press, and once per second for the clock.
-void RunOnScreen(const Context& context, Screen& screen, LiveModel& live,
-                 const Deadline& deadline) {
+void RunOnScreen(Context& context, Screen& screen, LiveModel& live, const Deadline& deadline) {
   constexpr milliseconds kRedrawInterval{1000};
   WaitSet waitSet = context.ReaderWaitSet();
   waitSet.m_Readable = STDIN_FILENO;
-  WatchView view(context.m_Style.m_Ascii);
+  WatchView view(HostName(), context.m_Style.m_Ascii);
   while (!deadline.HasPassed() && !context.HasLostReader()) {
-    screen.Show(view.Draw(live, screen.Size(), TimeText(NowMs())));
+    screen.Show(view.Draw(live, screen.Size(), NowMs()));
     live.Wait(deadline.Remaining(kRedrawInterval), waitSet);
-    for (Key key = screen.Read(); key != Key::None; key = screen.Read()) {
-      if (!view.HandleKey(key, live)) return;
+    for (KeyPress press = screen.Read(); press.m_Key != Key::None; press = screen.Read()) {
+      const WatchAction action = view.HandleKey(press, live);
+      if (action == WatchAction::Quit) return;
+      if (action != WatchAction::Locate) continue;
+      view.SetMessage(ToggleLocateLed(context, live.CurrentModel(), view.Selected()));
     }
   }
 }
@@ -104,6 +130,10 @@ Json WithoutTimes(const Json& block) {
   return shown;
 }
 
+std::string TimeFor(const Style& style) {
+  return style.m_LocalTime ? LocalTimeText(NowMs()) : TimeText(NowMs());
+}
+
 // Prints a block after each change, or after a poll interval without a change. The first block is
 // printed immediately.
 void PrintBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
@@ -114,7 +144,7 @@ void PrintBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
     CommandResult block = Block(live, seen, context.m_Style);
     const Json current = WithoutTimes(block.m_Json);
     if (current != shown || steady_clock::now() >= due) {
-      block.m_Text = TimeText(NowMs()) + "\n" + *block.m_Text + "\n";
+      block.m_Text = TimeFor(context.m_Style) + "\n" + *block.m_Text + "\n";
       context.Emit(block, true);
       seen = live.EventCount();
       shown = current;
@@ -178,7 +208,9 @@ Command WatchCommand() {
   command.m_Run = Run;
   command.m_Description =
       "Shows the temperature and reserve of each card above the latest events, on a full "
-      "screen. Press e for events, Enter for the selected object, q to quit. Without a "
+      "screen, those with the most severe status first, with times in the local time zone. Press "
+      "? for help, / to find cards, s to sort them, l for the locate LED, e for events, Enter for "
+      "the selected object, q to quit. Without a "
       "terminal, or with -o table, it prints the cards and new events as plain text after each "
       "change; with -o jsonl, as JSON documents.";
   command.m_Examples = {

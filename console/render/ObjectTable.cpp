@@ -21,15 +21,15 @@ std::string Ids(const std::vector<std::uint64_t>& ids) {
 struct BuiltinColumn {
   const char* m_Name;
   const char* m_Heading;
-  std::string (*m_Text)(const Object&);
+  Cell (*m_Cell)(const Object&);
 };
 
 const BuiltinColumn kBuiltinColumns[] = {
-    {"object", "OBJECT", [](const Object& o) { return o.m_Selector; }},
-    {"type", "TYPE", [](const Object& o) { return std::string(KindName(o.m_Kind)); }},
-    {"id", "ID", [](const Object& o) { return IdText(o); }},
-    {"parents", "PARENTS", [](const Object& o) { return Ids(o.m_Parents); }},
-    {"children", "CHILDREN", [](const Object& o) { return Ids(o.m_Children); }},
+    {"object", "OBJECT", [](const Object& o) { return TextCell(o.m_Selector); }},
+    {"type", "TYPE", [](const Object& o) { return TextCell(KindName(o.m_Kind)); }},
+    {"id", "ID", [](const Object& o) { return TextCell(IdText(o)); }},
+    {"parents", "PARENTS", [](const Object& o) { return TextCell(Ids(o.m_Parents)); }},
+    {"children", "CHILDREN", [](const Object& o) { return TextCell(Ids(o.m_Children)); }},
 };
 
 constexpr Kind kKinds[] = {Kind::Adapter, Kind::Drive, Kind::Plugin};
@@ -88,11 +88,14 @@ std::vector<Column> ObjectColumns(const std::vector<std::string>& names) {
 }
 
 Cell ObjectCell(const Object& object, const std::string& name, bool ascii) {
-  if (const BuiltinColumn* builtin = FindBuiltinColumn(name))
-    return TextCell(builtin->m_Text(object));
+  if (const BuiltinColumn* builtin = FindBuiltinColumn(name)) return builtin->m_Cell(object);
   const Field* field = FindField(object.m_Kind, name);
   if (field == nullptr) return {"", "-", Severity::Neutral};
-  return ValueCell(ReadField(object, *field), ascii);
+  Cell cell = ValueCell(ReadField(object, *field), ascii);
+  // Times are drawn in the time zone of the style.
+  if (name == "last_read_at") cell.m_Time = object.m_LastRead;
+  if (name == "last_seen_at") cell.m_Time = object.m_LastSeen;
+  return cell;
 }
 
 }  // namespace Console

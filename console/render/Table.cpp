@@ -8,7 +8,9 @@
 #include <new>
 
 #include "base/Printable.h"
+#include "console/base/Timestamp.h"
 #include "console/model/EffectiveState.h"
+#include "console/render/TableFit.h"
 
 namespace Console {
 namespace {
@@ -32,7 +34,7 @@ const char* ColorOf(Severity severity) {
   return nullptr;
 }
 
-ScolsTable NewTable(const Style& style) {
+ScolsTable NewTable(const Style& style, const char* gap) {
   ScolsTable table(scols_new_table());
   if (!table) throw std::bad_alloc();
   scols_table_enable_ascii(table.get(), style.m_Ascii ? 1 : 0);
@@ -42,6 +44,7 @@ ScolsTable NewTable(const Style& style) {
   scols_table_enable_noheadings(table.get(), style.m_Headings ? 0 : 1);
   // The library truncates cells if it detects a terminal.
   scols_table_set_termforce(table.get(), SCOLS_TERMFORCE_NEVER);
+  if (scols_table_set_column_separator(table.get(), gap) != 0) throw std::bad_alloc();
   return table;
 }
 
@@ -63,11 +66,15 @@ void AddColumns(libscols_table* table, const Table& from, bool tree) {
   }
 }
 
-void FillLine(libscols_line* line, const Row& row) {
+std::string DrawnText(const Cell& cell, const Style& style) {
+  if (cell.m_Time != 0 && style.m_LocalTime) return LocalTimeText(cell.m_Time);
+  return Base::Printable(cell.m_Human);
+}
+
+void FillLine(libscols_line* line, const Row& row, const Style& style) {
   for (std::size_t i = 0; i < row.m_Cells.size(); ++i) {
     const Cell& cell = row.m_Cells[i];
-    if (scols_line_set_data(line, i, Base::Printable(cell.m_Human).c_str()) != 0)
-      throw std::bad_alloc();
+    if (scols_line_set_data(line, i, DrawnText(cell, style).c_str()) != 0) throw std::bad_alloc();
     const char* color = ColorOf(cell.m_Severity);
     if (color != nullptr) scols_cell_set_color(scols_line_get_cell(line, i), color);
   }
@@ -103,6 +110,12 @@ Cell ValueCell(const Value& value, bool ascii) {
   return cell;
 }
 
+Cell TimeCell(std::uint64_t milliseconds) {
+  if (milliseconds == 0) return TextCell("-");
+  const std::string text = TimeText(milliseconds);
+  return {text, text, Severity::Neutral, milliseconds};
+}
+
 std::vector<Column> ChangeColumns() {
   return {{"OBJECT", "object", false},
           {"PROPERTY", "property", false},
@@ -110,16 +123,16 @@ std::vector<Column> ChangeColumns() {
           {"AFTER", "after", true}};
 }
 
-std::string DrawTable(const Table& table, const Style& style, bool tree) {
+std::string DrawWhole(const Table& table, const Style& style, bool tree) {
   if (table.m_Rows.empty()) return {};
-  const ScolsTable drawn = NewTable(style);
+  const ScolsTable drawn = NewTable(style, table.m_Gap);
   AddColumns(drawn.get(), table, tree);
   std::vector<libscols_line*> lines;
   for (const Row& row : table.m_Rows) {
     libscols_line* parent = tree && row.m_Parent ? lines[*row.m_Parent] : nullptr;
     libscols_line* line = scols_table_new_line(drawn.get(), parent);
     if (line == nullptr) throw std::bad_alloc();
-    FillLine(line, row);
+    FillLine(line, row, style);
     lines.push_back(line);
   }
   char* text = nullptr;
@@ -128,6 +141,11 @@ std::string DrawTable(const Table& table, const Style& style, bool tree) {
   std::string result = WithoutTrailingSpaces(text);
   if (!result.empty() && result.back() != '\n') result += '\n';
   return result;
+}
+
+std::string DrawTable(const Table& table, const Style& style, bool tree) {
+  return style.m_Width == 0 ? DrawWhole(table, style, tree)
+                            : DrawWhole(FitTable(table, style, tree), style, tree);
 }
 
 std::string WriteTsv(const Table& table, bool headings) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@ struct Cell {
   std::string m_Human;  // made printable when drawn
   std::string m_Bare;   // printable
   Severity m_Severity = Severity::Neutral;
+  // If not 0: a time in milliseconds since the epoch, drawn instead of `m_Human`.
+  std::uint64_t m_Time = 0;
 };
 
 // The heading and alignment of a column.
@@ -26,6 +29,10 @@ struct Column {
   bool m_AlignRight = false;
   bool m_Tree = false;    // contains the branches if drawn as a tree
   std::size_t m_Min = 0;  // minimum width when drawn, so that successive tables line up
+  // How a table is fitted to a terminal: first the columns that shrink are cut, with an ellipsis;
+  // then columns are omitted, those with the highest rank first. Rank 0 is never omitted.
+  std::size_t m_Rank = 0;
+  bool m_Shrinks = false;
 };
 
 struct Row {
@@ -36,6 +43,7 @@ struct Row {
 struct Table {
   std::vector<Column> m_Columns;
   std::vector<Row> m_Rows;
+  const char* m_Gap = " ";  // between two columns
 };
 
 // Returns a cell with the same text for people and for scripts. The text may contain unprintable
@@ -46,11 +54,15 @@ Cell TextCell(const std::string& text);
 // unit is ASCII.
 Cell ValueCell(const Value& value, bool ascii);
 
+// Returns a cell with a time in milliseconds since the epoch; "-" for 0. Scripts get it in UTC.
+Cell TimeCell(std::uint64_t milliseconds);
+
 // Returns the columns of a table with one row per changed property: its value before and after.
 std::vector<Column> ChangeColumns();
 
 // Renders the table for people, with colors, headings and ASCII branches according to `style`. Each
-// line ends with a line feed. With `tree`, rows are below their parents. Returns an empty string if
+// line ends with a line feed. With `tree`, rows are below their parents. If the table has columns
+// that shrink or have a rank, no line is longer than the style's width. Returns an empty string if
 // the table has no rows.
 std::string DrawTable(const Table& table, const Style& style, bool tree);
 

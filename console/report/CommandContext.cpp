@@ -85,6 +85,12 @@ void StartTracing(const Options& options) {
   HostKit::SetTraceMask(*mask);
 }
 
+// The option would have no effect on a service, and it has already been given for a simulation.
+std::vector<std::string> NoCardsAdvice(const Session& session, const Options& options) {
+  if (session.IsShared() || options.m_Simulate) return {};
+  return {"Pass --simulate to use simulated cards."};
+}
+
 // Simulated cards have their own default database, so that they never count as missing cards of
 // this machine.
 void SelectDatabase(const Options& options) {
@@ -163,7 +169,7 @@ Session& Context::Start() {
   ThrowIfStopped();
   if (!m_pSession->HasCards() && !HasAdapter(Objects())) {
     m_Diagnostics.Note(HostKit::NameOf(HostKit::Family::Error, PI::ERR_NO_SUPPORTED_HARDWARE),
-                       NoCardsText(), {"Pass --simulate to use simulated cards."});
+                       NoCardsText(), NoCardsAdvice(*m_pSession, m_Options));
   }
   return *m_pSession;
 }

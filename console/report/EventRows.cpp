@@ -26,7 +26,7 @@ const std::vector<Column>& EventColumns() {
 
 Row EventRow(const Object* object, const LoggedEvent& event) {
   const char* severity = SeverityName(event.m_Severity);
-  return {{TextCell(TimeText(event.m_Time)),
+  return {{TimeCell(event.m_Time),
            {severity, severity, SeverityClass(event.m_Severity)},
            TextCell(std::to_string(event.m_EventID)),
            TextCell(HostKit::NameOf(HostKit::Family::Event, event.m_EventID)),

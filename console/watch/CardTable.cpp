@@ -9,27 +9,47 @@
 #include "console/model/FieldTable.h"
 #include "console/model/Health.h"
 #include "console/render/HealthCells.h"
+#include "console/report/Limits.h"
 
 namespace Console {
 namespace {
 
-// Widths of the columns. On a wide terminal, extra space goes first to names, then to graphs.
+// Widths of the columns. On a wide terminal, extra space goes first to names, then to graphs. A
+// narrow one has no graphs, and a very narrow one no names.
 struct Widths {
-  static constexpr std::size_t kObject = 7, kStatus = 10, kTemperature = 6, kRatio = 5, kGaps = 8;
-  std::size_t m_Name = 12, m_Sparkline = 8, m_Bar = 5;
+  static constexpr std::size_t kStatus = 10, kTemperature = 6, kRatio = 5;
+  std::size_t m_Object, m_Name = 0, m_Sparkline = 0, m_Bar = 0;
 
-  explicit Widths(std::size_t columns) {
-    constexpr std::size_t kLongName = 32;
-    const std::size_t fixed =
-        kObject + kStatus + kTemperature + 2 * kRatio + kGaps + m_Sparkline + 2 * m_Bar;
-    std::size_t left = columns > fixed + m_Name ? columns - fixed - m_Name : 0;
-    const std::size_t name = std::min(left, kLongName - m_Name);
-    m_Name += name;
-    left -= name;
+  Widths(std::size_t columns, std::size_t object) : m_Object(object) {
+    constexpr std::size_t kMinName = 8, kLongName = 32, kMinSparkline = 8, kMinBar = 5, kGaps = 7;
+    const std::size_t fixed = m_Object + kStatus + kTemperature + 2 * kRatio + kGaps;
+    std::size_t left = columns > fixed ? columns - fixed : 0;
+    if (left < kMinName) return;
+    constexpr std::size_t kGraphs = kMinSparkline + 2 * kMinBar + 1;
+    if (left >= kMinName + kGraphs) {
+      m_Sparkline = kMinSparkline;
+      m_Bar = kMinBar;
+      left -= kGraphs;
+    }
+    m_Name = std::min(left, kLongName);
+    if (m_Sparkline == 0) return;
+    left -= m_Name;
     m_Sparkline += std::min<std::size_t>(left / 2, 40);
     m_Bar += std::min<std::size_t>(left / 4, 20);
   }
 };
+
+// The indentation of a drive below its card.
+constexpr const char* kIndent = "  ";
+
+std::size_t ObjectWidth(const std::vector<const Object*>& objects) {
+  std::size_t width = std::string("OBJECT").size();
+  for (const Object* object : objects) {
+    const std::size_t indent = object->m_Kind == Kind::Drive ? std::string(kIndent).size() : 0;
+    width = std::max(width, indent + object->m_Selector.size());
+  }
+  return width;
+}
 
 std::string Human(const Value& value, bool ascii) {
   return Base::Printable(HumanText(value, ascii));
@@ -40,13 +60,14 @@ std::optional<double> Number(const Value& value) {
   return number == nullptr ? std::nullopt : std::optional<double>(*number);
 }
 
-// Returns the severity of the highest limit that the temperature has reached.
-Severity TemperatureSeverity(const Object& object) {
-  const auto now = Number(ReadField(object, "temperature_celsius"));
-  const auto warning = Number(ReadField(object, "temperature_warning_celsius"));
-  const auto critical = Number(ReadField(object, "temperature_critical_celsius"));
-  if (now && critical && *now >= *critical) return Severity::Bad;
-  return now && warning && *now >= *warning ? Severity::Warning : Severity::Neutral;
+// The name with the gap before it, or nothing if there is no room for names.
+Piece NamePiece(const Object& object, const Widths& widths, bool ascii) {
+  if (widths.m_Name == 0) return {""};
+  return {" " + Fit(Human(ReadField(object, "name"), ascii), widths.m_Name, ascii)};
+}
+
+Piece GraphPiece(const std::string& graph, Severity severity) {
+  return {graph.empty() ? "" : " " + graph, severity};
 }
 
 Piece BarPiece(const Value& ratio, std::size_t columns, bool ascii) {
@@ -55,19 +76,18 @@ Piece BarPiece(const Value& ratio, std::size_t columns, bool ascii) {
 }
 
 Line CardLine(const LiveModel& live, const Object& card, const Widths& widths, bool ascii) {
-  const Health health = HealthOf(card);
-  const Severity temperatureSeverity = TemperatureSeverity(card);
+  const Value status = HealthOf(card).m_Status;
+  const Severity heat = LimitSeverity(card, "temperature_celsius");
   const Value reserve = ReadField(card, "reserve_space_ratio");
   const Value used = ReadField(card, "endurance_used_ratio");
   return {
-      {Fit(card.m_Selector, Widths::kObject) + " "},
-      {Fit(Human(ReadField(card, "name"), ascii), widths.m_Name) + " "},
-      {Fit(StatusText(health.m_Status), Widths::kStatus) + " ", health.m_Status.m_Severity},
-      {FitRight(Human(ReadField(card, "temperature_celsius"), ascii), Widths::kTemperature) + " ",
-       temperatureSeverity},
-      {Sparkline(live.Temperatures(card.m_ID), widths.m_Sparkline, ascii) + " ",
-       temperatureSeverity},
-      {FitRight(Human(reserve, ascii), Widths::kRatio) + " "},
+      {Fit(card.m_Selector, widths.m_Object)},
+      NamePiece(card, widths, ascii),
+      {" " + Fit(StatusText(status), Widths::kStatus), status.m_Severity},
+      {" " + FitRight(Human(ReadField(card, "temperature_celsius"), ascii), Widths::kTemperature),
+       heat},
+      GraphPiece(Sparkline(live.Temperatures(card.m_ID), widths.m_Sparkline, ascii), heat),
+      {" " + FitRight(Human(reserve, ascii), Widths::kRatio) + " "},
       BarPiece(reserve, widths.m_Bar, ascii),
       {FitRight(Human(used, ascii), Widths::kRatio + 1) + " "},
       BarPiece(used, widths.m_Bar, ascii)};
@@ -75,20 +95,27 @@ Line CardLine(const LiveModel& live, const Object& card, const Widths& widths, b
 
 Line DriveLine(const Object& drive, const Widths& widths, bool ascii) {
   const Value status = HealthOf(drive).m_Status;
-  return {{Fit("  " + drive.m_Selector, Widths::kObject) + " "},
-          {Fit(Human(ReadField(drive, "name"), ascii), widths.m_Name) + " "},
-          {Fit(StatusText(status), Widths::kStatus) + " ", status.m_Severity},
-          {fmt::format("{}, {} sectors", Human(ReadField(drive, "formatted_size_bytes"), ascii),
+  return {{Fit(kIndent + drive.m_Selector, widths.m_Object)},
+          NamePiece(drive, widths, ascii),
+          {" " + Fit(StatusText(status), Widths::kStatus), status.m_Severity},
+          {fmt::format(" {}, {} sectors", Human(ReadField(drive, "formatted_size_bytes"), ascii),
                        Human(ReadField(drive, "sector_size_bytes"), ascii))}};
 }
 
+// A bar widens the column of its value by itself and the space before it.
+std::size_t RatioWidth(const Widths& widths) {
+  return widths.m_Bar == 0 ? Widths::kRatio : Widths::kRatio + widths.m_Bar + 1;
+}
+
 Line ColumnLine(const Widths& widths) {
-  return {{Fit("OBJECT", Widths::kObject) + " " + Fit("NAME", widths.m_Name) + " " +
-               Fit("STATUS", Widths::kStatus) + " " + FitRight("TEMP", Widths::kTemperature) + " " +
-               Fit("", widths.m_Sparkline) + " " +
-               Fit("RESERVE", Widths::kRatio + widths.m_Bar + 1) + " " +
-               Fit("USED", Widths::kRatio + widths.m_Bar + 1),
-           Severity::Neutral, true}};
+  std::string text = Fit("OBJECT", widths.m_Object);
+  if (widths.m_Name > 0) text += " " + Fit("NAME", widths.m_Name);
+  text += " " + Fit("STATUS", Widths::kStatus) + " " + FitRight("TEMP", Widths::kTemperature);
+  if (widths.m_Sparkline > 0) text += " " + std::string(widths.m_Sparkline, ' ');
+  // Without bars, the heading is longer than the values.
+  text += " " + Fit(widths.m_Bar == 0 ? "RSRV" : "RESERVE", RatioWidth(widths) + 1);
+  text += " " + Fit("USED", RatioWidth(widths));
+  return {{text, Severity::Neutral, true}};
 }
 
 void Highlight(Line& line, std::size_t columns) {
@@ -103,14 +130,15 @@ void Highlight(Line& line, std::size_t columns) {
 
 }  // namespace
 
-CardTable DrawCardTable(const LiveModel& live, std::uint64_t selected, std::size_t columns,
-                        bool ascii) {
-  const Widths widths(columns);
+CardTable DrawCardTable(const LiveModel& live, const std::vector<const Object*>& objects,
+                        std::uint64_t selected, std::size_t columns, bool ascii) {
+  const Widths widths(columns, ObjectWidth(objects));
   CardTable table;
   table.m_Headings = ColumnLine(widths);
-  for (const Object* object : ObjectsWithStatus(live.CurrentModel())) {
+  for (const Object* object : objects) {
     Line line = object->m_Kind == Kind::Adapter ? CardLine(live, *object, widths, ascii)
                                                 : DriveLine(*object, widths, ascii);
+    line = ShortenLine(line, columns, ascii);
     if (object->m_ID == selected) {
       table.m_Selected = table.m_Lines.size();
       Highlight(line, columns);
@@ -118,8 +146,8 @@ CardTable DrawCardTable(const LiveModel& live, std::uint64_t selected, std::size
     table.m_Lines.push_back(line);
     const Health health = HealthOf(*object);
     if (health.m_Reasons.empty()) continue;
-    table.m_Lines.push_back({{std::string(Widths::kObject + 1, ' ') + ReasonNames(health),
-                              health.m_Status.m_Severity}});
+    const std::string reasons = std::string(widths.m_Object + 1, ' ') + ReasonNames(health);
+    table.m_Lines.push_back({{Shorten(reasons, columns, ascii), health.m_Status.m_Severity}});
   }
   return table;
 }

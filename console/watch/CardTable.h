@@ -16,9 +16,9 @@ struct CardTable {
   std::size_t m_Selected = 0;  // index of the selected object's line
 };
 
-// Draws the table for a screen with `columns` columns. `selected` is the id of the object whose
-// line is highlighted.
-CardTable DrawCardTable(const LiveModel& live, std::uint64_t selected, std::size_t columns,
-                        bool ascii);
+// Draws the table of these objects, which belong to the live model, for a screen with `columns`
+// columns. `selected` is the id of the object whose line is highlighted. Only names are cut.
+CardTable DrawCardTable(const LiveModel& live, const std::vector<const Object*>& objects,
+                        std::uint64_t selected, std::size_t columns, bool ascii);
 
 }  // namespace Console

@@ -7,7 +7,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <climits>
 #include <cstring>
+#include <cwchar>
+#include <cwctype>
 #include <utility>
 
 #define NCURSES_NOMACROS 1
@@ -17,25 +21,45 @@ namespace Console {
 namespace {
 
 struct KeyRow {
-  int m_Code;
+  wint_t m_Code;
   Key m_Key;
 };
 
-constexpr int kEscape = 27;
+constexpr wint_t kEscape = 27;
+constexpr wint_t kDelete = 127;
+constexpr wint_t kBackspace = 8;
 
-constexpr KeyRow kKeys[] = {
-    {KEY_UP, Key::Up},          {'k', Key::Up},
-    {KEY_DOWN, Key::Down},      {'j', Key::Down},
-    {KEY_PPAGE, Key::PageUp},   {KEY_NPAGE, Key::PageDown},
-    {' ', Key::PageDown},       {KEY_HOME, Key::First},
-    {'g', Key::First},          {KEY_END, Key::Last},
-    {'G', Key::Last},           {KEY_ENTER, Key::Enter},
-    {'\n', Key::Enter},         {'\r', Key::Enter},
-    {KEY_RIGHT, Key::Enter},    {KEY_LEFT, Key::Back},
-    {KEY_BACKSPACE, Key::Back}, {kEscape, Key::Back},
-    {'e', Key::Events},         {'q', Key::Quit},
-    {KEY_RESIZE, Key::Resize},
+// Keys that type no character.
+constexpr KeyRow kFunctionKeys[] = {
+    {KEY_UP, Key::Up},          {KEY_DOWN, Key::Down},       {KEY_PPAGE, Key::PageUp},
+    {KEY_NPAGE, Key::PageDown}, {KEY_HOME, Key::First},      {KEY_END, Key::Last},
+    {KEY_ENTER, Key::Enter},    {KEY_RIGHT, Key::Enter},     {KEY_LEFT, Key::Back},
+    {KEY_RESIZE, Key::Resize},  {KEY_BACKSPACE, Key::Erase},
 };
+
+constexpr KeyRow kCharacters[] = {
+    {'k', Key::Up},     {'j', Key::Down},   {' ', Key::PageDown},  {'g', Key::First},
+    {'G', Key::Last},   {'\n', Key::Enter}, {'\r', Key::Enter},    {kEscape, Key::Escape},
+    {'e', Key::Events}, {'q', Key::Quit},   {'/', Key::Find},      {'?', Key::Help},
+    {'l', Key::Locate}, {'s', Key::Sort},   {kDelete, Key::Erase}, {kBackspace, Key::Erase},
+};
+
+template <class Rows>
+Key FindKey(const Rows& rows, wint_t code, Key otherwise) {
+  for (const KeyRow& row : rows) {
+    if (row.m_Code == code) return row.m_Key;
+  }
+  return otherwise;
+}
+
+// Returns the bytes of a printable character, or an empty string.
+std::string TextOf(wint_t character) {
+  std::array<char, MB_LEN_MAX> bytes{};
+  std::mbstate_t state = {};
+  if (iswprint(character) == 0) return {};
+  const std::size_t count = std::wcrtomb(bytes.data(), static_cast<wchar_t>(character), &state);
+  return count == static_cast<std::size_t>(-1) ? std::string() : std::string(bytes.data(), count);
+}
 
 // Color pairs by severity.
 constexpr short kPairs[] = {0, 1, 2, 3};
@@ -103,13 +127,18 @@ ScreenSize Screen::Size() const {
           static_cast<std::size_t>(std::max(getmaxx(stdscr), 0))};
 }
 
-Key Screen::Read() {
-  for (int code = wgetch(stdscr); code != ERR; code = wgetch(stdscr)) {
-    for (const KeyRow& row : kKeys) {
-      if (row.m_Code == code) return row.m_Key;
+KeyPress Screen::Read() {
+  wint_t code = 0;
+  for (int kind = wget_wch(stdscr, &code); kind != ERR; kind = wget_wch(stdscr, &code)) {
+    KeyPress press;
+    if (kind == KEY_CODE_YES) {
+      press.m_Key = FindKey(kFunctionKeys, code, Key::None);
+    } else {
+      press = {FindKey(kCharacters, code, Key::Text), TextOf(code)};
     }
+    if (press.m_Key != Key::None) return press;
   }
-  return Key::None;
+  return {};
 }
 
 void Screen::Show(const std::vector<Line>& lines) {

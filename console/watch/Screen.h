@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "console/base/Output.h"
@@ -10,7 +11,32 @@
 
 namespace Console {
 
-enum class Key { None, Up, Down, PageUp, PageDown, First, Last, Enter, Back, Events, Quit, Resize };
+enum class Key {
+  None,
+  Up,
+  Down,
+  PageUp,
+  PageDown,
+  First,
+  Last,
+  Enter,
+  Back,
+  Escape,
+  Erase,
+  Events,
+  Find,
+  Help,
+  Locate,
+  Sort,
+  Quit,
+  Resize,
+  Text  // any other character
+};
+
+struct KeyPress {
+  Key m_Key = Key::None;
+  std::string m_Text;  // the character that was typed; empty for other keys
+};
 
 struct ScreenSize {
   std::size_t m_Rows;
@@ -32,7 +58,7 @@ class Screen {
 
   ScreenSize Size() const;
   // Returns the next pending key, or `Key::None`; does not block.
-  Key Read();
+  KeyPress Read();
   // Shows the lines from the top, truncated to the size of the screen.
   void Show(const std::vector<Line>& lines);
 

@@ -69,7 +69,7 @@ END
   same "serial_number	$escaped" "$(out tsv)"
   keep show with seen show a0
   grep -qF "$escaped" "$BATS_FILE_TMPDIR/show.out"
-  keep list with seen list
+  keep list with seen list --long
   grep -qF "$escaped" "$BATS_FILE_TMPDIR/list.out"
   grep -qF 'x\u202ey (1)' "$BATS_FILE_TMPDIR/list.out"
 }

@@ -25,12 +25,12 @@ TEST_PLUGIN = os.environ["TEST_PLUGIN"]
 # Characters that move the cursor, reverse the text direction or break lines.
 HOSTILE = (
     "x\x1b[31m\x07\n\r\t\b\x7f\u0085\u0090\u009b31m\u009d\u061c\u200e\u200f\u2028\u2029"
-    "\u202a\u202b\u202c\u202d\u202e\u2066\u2067\u2068\u2069z"
+    "\u202a\u202b\u202c\u202d\u202e\u2066\u2067\u2068\u2069\u00ad\u200b\u2060\ufeff\U000e0041z"
 )
 UNPRINTABLE = (
     {chr(code) for code in range(0x20)} | {chr(code) for code in range(0x7F, 0xA0)}
     | {chr(code) for code in range(0x2028, 0x202F)} | {chr(code) for code in range(0x2066, 0x206A)}
-    | set("\u061c\u200e\u200f")
+    | set("\u061c\u200e\u200f\u00ad\u200b\u2060\ufeff\U000e0041")
 )
 
 # Arguments by command, if they differ from those that the synopsis requires.

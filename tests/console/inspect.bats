@@ -9,6 +9,10 @@ setup_file() {
   make_machine
   make_cards
   keep list host list &
+  keep listlong host list --long &
+  keep chosen host list -c object,formatted_size_bytes &
+  keep columns host list -c help &
+  keep columnsjson host list -c help -o json &
   keep tree host tree &
   keep long host tree --long &
   keep show host show a0 &
@@ -25,14 +29,38 @@ setup_file() {
   wait
 }
 
-@test "list prints a table of adapters and drives, with a dash for unknown values" {
+@test "list prints one row per card, the worst first, with a dash for unknown values" {
   ended list 0
   silent list err
-  same "OBJECT NAME                    STATUS     TEMP RESERVE      SIZE PCI          SERIAL
-a0     SanDisk BoardA (1)      ok        48 °C    97 % 819.2 GiB 0000:3b:02.1 S100
-a0/d0  DriveA (0)              available               819.2 GiB
-a1     MOLT EP PX600 (2)       WARNING       -       -   2.4 TiB 0000:5e:00.0 S200
-a1/d0  MOLT EP PX600 2.6TB (0) available                 2.4 TiB" "$(out list)"
+  same "ID  STATUS   TEMP  RESERVE  USED     SIZE  SLOT  SERIAL
+a1  WARNING     -        -   2 %  2.60 TB     2  S200
+a0  ok       48°C     97 %  25 %   880 GB     5  S100" "$(out list)"
+}
+
+@test "list --long adds names, addresses, binary sizes and drives" {
+  ended listlong 0
+  same "ID STATUS TEMP RESERVE USED SIZE TIB SLOT SERIAL PCI NAME
+a1 WARNING - - 2 % 2.60 TB 2.4 TiB 2 S200 0000:5e:00.0 MOLT EP PX600 (2)
+a1/d0 available 2.60 TB 2.4 TiB MOLT EP PX600 2.6TB (0)
+a0 ok 48°C 97 % 25 % 880 GB 819.2 GiB 5 S100 0000:3b:02.1 SanDisk BoardA (1)
+a0/d0 available 880 GB 819.2 GiB DriveA (0)" "$(out listlong | sed 's/  */ /g')"
+}
+
+@test "list -c chooses the columns, and fills those of drives" {
+  ended chosen 0
+  same "OBJECT      SIZE
+a1       2.4 TiB
+a0     819.2 GiB" "$(out chosen)"
+}
+
+@test "-c help lists the columns" {
+  ended columns 0
+  local name
+  for name in object status temperature_celsius formatted_size_bytes last_read_at; do
+    out columns | grep -qx "$name"
+  done
+  ended columnsjson 2
+  said columnsjson "corvane-host: -c help cannot be combined with -o json"
 }
 
 @test "tree draws plug-in, adapters and drives" {
@@ -57,11 +85,11 @@ plugin    SanDisk-Plugin
 @test "show prints the properties of an adapter" {
   ended show 0
   local text
-  text=$(out show | sed 's/  */ /g')
+  text=$(out show | sed -e 's/^ *//' -e 's/  */ /g')
   for line in "object a0" "type adapter" "id 0x0130000000000001" \
     "parents plugin (0x0130000000000000)" "children a0/d0 (0x0130000000000002)" \
-    "name SanDisk BoardA (1)" "status ok" "status_reasons ATTACHED" "temperature_celsius 48 °C" \
-    "reserve_space_ratio 97 %" "written_bytes 1.0 TiB" "endurance_used_ratio 25 %" "pci_slot 5" \
+    "name SanDisk BoardA (1)" "status ok" "status_reasons ATTACHED" "temperature_celsius 48 °C ███████░░░░░ warning 78, critical 85" \
+    "reserve_space_ratio 97 % ████████████ warning 10" "written_bytes 1.0 TiB" "endurance_used_ratio 25 % ███░░░░░░░░░" "pci_slot 5" \
     "serial_number S100"; do
     grep -qxF "$line" <<<"$text" || { echo "missing: $line"; false; }
   done
@@ -71,16 +99,16 @@ plugin    SanDisk-Plugin
 @test "show prints the sizes of a drive" {
   ended drive 0
   local text
-  text=$(out drive | sed 's/  */ /g')
+  text=$(out drive | sed -e 's/^ *//' -e 's/  */ /g')
   for line in "parents a0 (0x0130000000000001)" "status available" "physical_size_bytes 1.0 TiB" \
-    "formatted_size_bytes 819.2 GiB" "formatted_ratio 80 %" "sector_size_bytes 512 B"; do
+    "formatted_size_bytes 819.2 GiB" "formatted_ratio 80 % ██████████░░" "sector_size_bytes 512 B"; do
     grep -qxF "$line" <<<"$text" || { echo "missing: $line"; false; }
   done
 }
 
 @test "show plugin prints the poll interval" {
   ended plugin 0
-  same "poll_interval_seconds 15 s" "$(out plugin | sed 's/  */ /g' | grep poll)"
+  same "poll_interval_seconds 15 s" "$(out plugin | sed -e 's/^ *//' -e 's/  */ /g' | grep poll)"
 }
 
 @test "get prints raw values in base units, one per line" {

@@ -95,6 +95,40 @@ DAY=(--from 2026-11-01 --to 2026-11-02)
   same "_# =  minimum 39 C, maximum 52 C" "$(out ascii | tail -1)"
 }
 
+@test "history draws a graph on a terminal, with axes that fit" {
+  keep graph screen 14x40 ends 0 print -- corvane-host --socket "$SOCKET" history a0 \
+    temperature_celsius "${DAY[@]}"
+  ended graph 0 || { err graph; false; }
+  same "50 °C ┤          ⡴⠋⠉⠉⠉⠉⠁
+      │        ⢀⡞⠁
+      │       ⣠⠏
+46 °C ┤     ⢀⡼⠁                   ⢀⣀⣀⣀⣀⣀
+      │    ⢠⠞
+      │   ⡴⠋
+      │ ⢀⡞⠁
+40 °C ┤⣠⠏
+      └─────────────────────────────────
+       00:00                       04:00
+minimum 39 °C, maximum 52 °C" "$(out graph | sed '/^$/d')"
+  keep asciigraph screen 14x40 ends 0 print -- corvane-host --socket "$SOCKET" history a0 \
+    temperature_celsius "${DAY[@]}" --ascii
+  run ! grep -qP '[^\x00-\x7F]' "$BATS_FILE_TMPDIR/asciigraph.out"
+  same "     +----------------------------------
+      00:00                        04:00
+minimum 39 C, maximum 52 C" "$(out asciigraph | sed '/^$/d' | tail -3)"
+  out asciigraph | head -1 | grep -qE '^50 C [|] +[*]+$'
+  TZ=UTC-5:30 keep localgraph screen 14x40 ends 0 print -- corvane-host \
+    --socket "$SOCKET" history a0 temperature_celsius "${DAY[@]}" --local-time
+  same "       05:30                       09:30" "$(out localgraph | grep :)"
+}
+
+@test "history --local-time changes the times of the table only" {
+  TZ=UTC-5:30 both local history a0 temperature_celsius "${DAY[@]}" --local-time
+  same "2026-11-01T05:30:00+05:30" "$(out local | sed -n 2p | cut -d ' ' -f 1)"
+  TZ=UTC-5:30 both localtsv history a0 temperature_celsius "${DAY[@]}" --local-time -o tsv -H
+  same "2026-11-01T00:00:00+00:00" "$(out localtsv | sed -n 1p | cut -f 1)"
+}
+
 @test "history --step combines values" {
   both step history a0 temperature_celsius "${DAY[@]}" --step 1d -o tsv -H
   both_printed step "2026-11-01T00:00:00+00:00	39	52	45"

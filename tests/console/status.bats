@@ -24,7 +24,7 @@ setup_file() {
   keep lines host status -o jsonl &
   keep ascii with degraded status --ascii &
   keep degradeddrive with degraded status a0/d0 &
-  keep degradedlist with degraded list &
+  keep degradedlist with degraded list --long &
   keep degradedtsv with degraded list -o tsv -H -c object,status &
   keep degradedcheck with degraded check &
   keep degradedblock with degraded watch -o table --for 0s &
@@ -87,18 +87,14 @@ wait_without_reader() {
 @test "status shows problems, causes and actions" {
   ended all 0
   silent all err
-  same "a0  ok
-a1  WARNING
-    why   Temperature above its warning threshold: temperature unknown, warning 78 °C
-    do    Check fans and airflow around the card, or reduce its load.
-    see   corvane-host explain TEMPERATURE_ABOVE_WARN;  corvane-host events a1" "$(out all)"
+  same "a1 WARNING  slot 2, S200
+   Temperature above its warning threshold: temperature unknown, warning 78 °C     Check fans and airflow around the card in slot 2, or reduce its load.     explain TEMPERATURE_ABOVE_WARN
+1 of 2 cards ok" "$(out all)"
 }
 
 @test "the drive of a detached card is detached in every form" {
-  same "a0/d0  detached
-    why   the card is detached
-    see   corvane-host show a0/d0" "$(out degradeddrive)"
-  grep -qE "^a0/d0 +DriveA \(0\) +detached " "$BATS_FILE_TMPDIR/degradedlist.out"
+  same "a0/d0 detached  slot 5, S100" "$(out degradeddrive)"
+  grep -qE "^a0/d0 +detached .* DriveA \(0\)" "$BATS_FILE_TMPDIR/degradedlist.out"
   same "a0/d0	DETACHED" "$(out degradedtsv | grep a0/d0)"
   grep -q "^a0/d0 detached: DriveA (0)" "$BATS_FILE_TMPDIR/degradedcheck.out"
   grep -qE "^a0/d0 +DriveA \(0\) +detached" "$BATS_FILE_TMPDIR/degradedblock.out"
@@ -115,21 +111,16 @@ a1  WARNING
 
 @test "status shows a reason with its reading and limit" {
   ended ascii 0
-  same "a0     detached
-    why   Detached
-    do    Attach the card to make its drive available to the system.
-    see   corvane-host explain DETACHED;  corvane-host events a0
-a1     FAILED
-    why   Temperature above its maximum: 86 C, highest 85 C
-    do    Cool the card immediately: stop its load, and fix fans and airflow.
-    see   corvane-host explain TEMPERATURE_ABOVE_ERROR;  corvane-host events a1
-a1/d0  FAILED
-    why   the plug-in reports no reason
-    see   corvane-host show a1/d0" "$(out ascii)"
+  same "a1 FAILED  slot 2, S200
+   86 C (warning 78, critical 85)     Cool the card in slot 2 immediately: stop its load, and fix fans and airflow.     explain TEMPERATURE_ABOVE_ERROR
+a1/d0 FAILED  slot 2, S200
+   the plug-in reports no reason     show a1/d0
+a0 detached  slot 5, S100
+   Detached     Attach the card in slot 5 to make its drive available to the system.     explain DETACHED" "$(out ascii)"
 }
 
 @test "status OBJ shows a drive even if it is healthy" {
-  same "a0/d0  available" "$(out drive)"
+  same "a0/d0 available  slot 5, S100" "$(out drive)"
 }
 
 @test "status -o tsv prints one row per reason" {

@@ -13,18 +13,18 @@ setup_file() {
   local name
   for name in keys blocks lines past broken; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
 
-  keep keys screen 24x100 see "2 cards, 1 not ok" see "a1      MOLT EP PX600" \
+  keep keys screen 24x100 see "2 cards: 1 WARNING, 1 ok" see "a1      MOLT EP PX600" \
     run "cardsim --state $BATS_FILE_TMPDIR/keys.json raise card0 CORRECTABLE_PCI_ERRORS" \
-    see "2 not ok" see "warning      a0      CTRL_CORRECTABLE_PCI_ERRORS" \
+    see "2 cards: 2 WARNING" see "warning      a0      CTRL_CORRECTABLE_PCI_ERRORS" \
     press Enter see "temperature_celsius           48 °C" see "why   PCI errors corrected" \
     press Escape see "EVENTS (1)" press Down press Down press Enter see "a1  0x0130" \
     press e gone "a1  0x0130" see "EVENTS (1)" gone "a0/d0" \
-    size 12x60 press e see "a0/d0" see "RESERVE" print \
+    size 12x60 press e see "a0/d0" see "RSRV" print \
     raw '\e[?1049h' never '\e[?1049l' press q ends 0 raw '\e[?1049l' \
     -- corvane-host "$(cards_option "$BATS_FILE_TMPDIR/keys.json")" watch &
-  keep stop screen 24x80 see "EVENTS (0)" colored "WARNING" press Ctrl-C ends 130 raw '\e[?1049l' \
+  keep stop screen 24x80 see "EVENTS (0)" colored "WARNING   " press Ctrl-C ends 130 raw '\e[?1049l' \
     -- corvane-host "$(cards_option "$CARDSIM_STATE")" watch &
-  NO_COLOR=1 keep plain screen 24x80 see "EVENTS (0)" uncolored "WARNING" press q ends 0 \
+  NO_COLOR=1 keep plain screen 24x80 see "EVENTS (0)" uncolored "WARNING   " press q ends 0 \
     -- corvane-host "$(cards_option "$CARDSIM_STATE")" watch &
   keep ascii screen 24x80 see "EVENTS (0)" see "48 C" see " 97 % #####" press q ends 0 \
     -- corvane-host "$(cards_option "$CARDSIM_STATE")" watch --ascii --color never &
@@ -90,7 +90,7 @@ one_block() {
 @test "the screen shows cards and events, handles keys and resizing, and restores the terminal" {
   ended keys 0 || { err keys; false; }
   same 12 "$(out keys | wc -l)"
-  same 1 "$(out keys | grep -c '^a1      MOLT EP PX60 WARNING')"
+  same 1 "$(out keys | grep -c '^a1      MOLT EP PX600 (2)     WARNING')"
 }
 
 @test "the screen starts with the events of earlier runs and adds new ones" {
