@@ -243,8 +243,9 @@ first_line() { out "$1" | sed -e 's/ | .*//' -e 1q; }
   both_ended known 1
   local name
   for name in lost lost.direct; do
-    grep -qE '^CORVANE CRITICAL - 3 cards: 1 CRITICAL, 1 WARNING, 1 OK; a2 MISSING: last seen ' \
-      "$BATS_FILE_TMPDIR/$name.out"
+    same "CORVANE CRITICAL - 3 cards: 1 CRITICAL, 1 WARNING, 1 OK; a2 MISSING; a1 WARNING: TEMPERATURE_ABOVE_WARN" \
+      "$(first_line "$name")"
+    grep -qE '^  last seen [0-9-]+T.* at PCI ' "$BATS_FILE_TMPDIR/$name.out"
   done
   for name in known known.direct; do
     first_line "$name" | grep -qE '^CORVANE WARNING - 3 cards: 1 WARNING, 2 OK; a1 WARNING: .*; acknowledged: a2 MISSING$'
