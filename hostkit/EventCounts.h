@@ -19,8 +19,8 @@ struct EventCount {
   std::string m_SerialNumber;
 };
 
-// Returns the counts, ordered by event, severity and serial number, without entries for events that never
-// occurred. Counts never decrease, and last as long as the database. Thread-safe. Throws
+// Returns the counts, ordered by event, severity and serial number, without entries for events that
+// never occurred. Counts never decrease, and last as long as the database. Thread-safe. Throws
 // `DBEXCEPTION::DatabaseException` if the database cannot be used.
 HOST_API std::vector<EventCount> CountEvents() HOST_BLOCKS;
 

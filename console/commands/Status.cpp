@@ -251,8 +251,7 @@ Objects ObjectsBelow(const Model& model, const Objects& named) {
 }
 
 // Reads the event log only if an object has status reasons.
-std::vector<StatusEntry> CreateEntries(Context& context, const Model& model,
-                                       const Objects& named) {
+std::vector<StatusEntry> CreateEntries(Context& context, const Model& model, const Objects& named) {
   std::vector<StatusEntry> all;
   for (const Object* object : ObjectsBelow(model, named)) {
     const bool isNamed = std::find(named.begin(), named.end(), object) != named.end();
@@ -278,8 +277,7 @@ std::vector<StatusEntry> CreateEntries(Context& context, const Model& model,
 CommandResult Run(Context& context) {
   const Model model = context.Objects();
   const auto select = [&](const std::string& name) -> const Object& { return Select(model, name); };
-  const Objects named =
-      SelectSeveral(model, context.m_Arguments, Kind::Adapter, select).m_Objects;
+  const Objects named = SelectSeveral(model, context.m_Arguments, Kind::Adapter, select).m_Objects;
   const std::vector<StatusEntry> all = CreateEntries(context, model, named);
   CommandResult result;
   result.m_Items = "objects";

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "console/base/Notifier.h"
-#include "console/plugin/CardStore.h"
 #include "console/plugin/CardLibraryGuard.h"
+#include "console/plugin/CardStore.h"
 #include "console/plugin/CommandSession.h"
 #include "console/plugin/PluginLibrary.h"
 #include "hostkit/FailedThreads.h"
