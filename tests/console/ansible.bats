@@ -15,6 +15,7 @@ setup_file() {
   start_service
   export CORVANE_SOCKET="$SOCKET" ANSIBLE_LOCAL_TEMP="$BATS_FILE_TMPDIR/ansible"
   export ANSIBLE_HOME="$BATS_FILE_TMPDIR/ansible" ANSIBLE_NOCOLOR=1
+  # shellcheck disable=SC2016  # back quotes of Markdown
   sed -n '/^```yaml$/,/^```$/p' "$CORVANE_SOURCE/docs/ansible.md" | sed '/^```/d' \
     >"$BATS_FILE_TMPDIR/cards.yml"
   printf '[storage]\nlocalhost ansible_connection=local ansible_python_interpreter=/usr/bin/python3\n' \
