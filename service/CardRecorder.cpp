@@ -9,9 +9,9 @@ namespace {
 class CardRecorder : public Console::CardStore {
  public:
   Console::CardRecords Record(const std::vector<PI::CObject>& objects,
-                              std::uint64_t timeMs) override {
+                              const std::set<std::string>& omitted, std::uint64_t timeMs) override {
     try {
-      m_Store.RecordCards(objects, timeMs);
+      m_Store.RecordCards(objects, timeMs, omitted);
     } catch (const DBEXCEPTION::DatabaseException&) {
       // Reading may still be possible. Commands that need the database report its failure.
     }

@@ -23,14 +23,6 @@ std::string SerialOf(const Snapshot& snapshot, std::uint64_t object) {
   return found == nullptr ? std::string() : Console::SerialOf(model, *found);
 }
 
-std::set<std::string> OmittedSerials(const std::vector<Console::UnresponsiveCard>& cards) {
-  std::set<std::string> serials;
-  for (const Console::UnresponsiveCard& card : cards) {
-    if (card.m_IsOmitted && !card.m_SerialNumber.empty()) serials.insert(card.m_SerialNumber);
-  }
-  return serials;
-}
-
 const PI::CProperty* FindProperty(const PI::CObject& object, std::uint32_t property) {
   const auto found =
       std::find_if(object.m_Properties.begin(), object.m_Properties.end(),

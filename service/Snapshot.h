@@ -64,9 +64,6 @@ using SnapshotPtr = std::shared_ptr<const Snapshot>;
 // the serial number is unknown.
 std::string SerialOf(const Snapshot& snapshot, std::uint64_t object);
 
-// Returns the serial numbers of the cards that are present but omitted by the plug-in.
-std::set<std::string> OmittedSerials(const std::vector<Console::UnresponsiveCard>& cards);
-
 // Returns null if the object does not have the property.
 const PI::CProperty* FindProperty(const PI::CObject& object, std::uint32_t property);
 

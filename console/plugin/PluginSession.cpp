@@ -109,7 +109,9 @@ std::optional<PluginReply> PluginSession::Call(PluginCommand command, const Dead
 
 std::vector<PI::CObject> PluginSession::Topology() {
   std::vector<PI::CObject> objects = CommandSession::Topology();
-  if (m_pCardStore) m_Records = m_pCardStore->Record(objects, Times().m_ObservedAt);
+  if (m_pCardStore)
+    m_Records =
+        m_pCardStore->Record(objects, OmittedSerials(UnresponsiveCards()), Times().m_ObservedAt);
   // The plug-in searches for cards only when it starts, so a card that disappears later is missing.
   m_Unreported = UnreportedDevices(objects, m_Unreported ? *m_Unreported : CardDevices());
   return objects;

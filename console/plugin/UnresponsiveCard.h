@@ -1,7 +1,9 @@
 // A card that does not respond to the plug-in, or cannot be opened.
 #pragma once
 
+#include <set>
 #include <string>
+#include <vector>
 
 namespace Console {
 
@@ -13,5 +15,8 @@ struct UnresponsiveCard {
   // shows the values last read.
   bool m_IsOmitted = false;
 };
+
+// Returns the serial numbers of the cards that are present but omitted by the plug-in.
+std::set<std::string> OmittedSerials(const std::vector<UnresponsiveCard>& cards);
 
 }  // namespace Console

@@ -251,7 +251,8 @@ std::vector<LoggedEvent> StateStore::Record(const Observation& observation) {
   return events;
 }
 
-void StateStore::RecordCards(const std::vector<PI::CObject>& objects, std::uint64_t timeMs) {
+void StateStore::RecordCards(const std::vector<PI::CObject>& objects, std::uint64_t timeMs,
+                             const std::set<std::string>& omitted) {
   const Model model(objects);
   const CardStates observed = StatesOf(model);
   Change([&](Connection& connection) {
@@ -259,7 +260,7 @@ void StateStore::RecordCards(const std::vector<PI::CObject>& objects, std::uint6
     CardRows rows = stored;
     CardUpdate update(connection, timeMs, model, observed, rows);
     update.AddCards();
-    update.MarkMissing(std::nullopt);
+    update.MarkMissing(std::nullopt, omitted);
     WriteCardRows(connection, stored, rows);
     WriteNumber(connection, StateNumber::NextPosition, update.NextPosition());
   });

@@ -39,7 +39,8 @@ class StateStore {
   // Adds new cards and updates the known ones, like `Record`, for a host that logs the plug-in's
   // events itself. Stores no history. The next first observation of `Record` therefore logs the
   // same events as without this call.
-  void RecordCards(const std::vector<PI::CObject>& objects, std::uint64_t timeMs) HOST_BLOCKS;
+  void RecordCards(const std::vector<PI::CObject>& objects, std::uint64_t timeMs,
+                   const std::set<std::string>& omitted = {}) HOST_BLOCKS;
 
   // Returns all known cards, ordered by position.
   //
