@@ -130,7 +130,7 @@ void Condition(const std::string& input) {
     const Console::Condition condition(input);
     Require(condition.Text() == input, "condition does not survive a round trip");
     if (condition.RequiredPresence() != Console::Presence::Required) return;
-    for (const Console::Object& object : TheModel().Objects()) condition.Check(object);
+    for (const Console::Object& object : TheModel().Objects()) condition.Check(object, false);
   });
 }
 

@@ -34,12 +34,12 @@ TEST_F(MetricsCache, RendersAgainForAnotherSecond) {
 }
 
 TEST_F(MetricsCache, RendersAgainForOtherCounts) {
-  EXPECT_EQ("1", Get({7, 5, {{10967, 2, 1}}}));
-  EXPECT_EQ("1", Get({7, 5, {{10967, 2, 1}}}));
-  EXPECT_EQ("2", Get({7, 5, {{10967, 2, 2}}}));
-  EXPECT_EQ("3", Get({7, 5, {{10967, 1, 2}}}));
-  EXPECT_EQ("4", Get({7, 5, {{10968, 1, 2}}}));
-  EXPECT_EQ("5", Get({7, 5, {{10968, 1, 2}, {10969, 1, 1}}}));
+  EXPECT_EQ("1", Get({7, 5, {{10967, 2, 1, ""}}}));
+  EXPECT_EQ("1", Get({7, 5, {{10967, 2, 1, ""}}}));
+  EXPECT_EQ("2", Get({7, 5, {{10967, 2, 2, ""}}}));
+  EXPECT_EQ("3", Get({7, 5, {{10967, 1, 2, ""}}}));
+  EXPECT_EQ("4", Get({7, 5, {{10968, 1, 2, ""}}}));
+  EXPECT_EQ("5", Get({7, 5, {{10968, 1, 2, ""}, {10969, 1, 1, ""}}}));
   EXPECT_EQ("6", Get({7, 5, {}}));
 }
 
