@@ -23,14 +23,16 @@ std::optional<std::int64_t> LogPosition() {
   }
 }
 
-// Finds the places of the cards that the plug-in has never been able to read.
-void LocateUnreadable(Snapshot& snapshot) {
-  std::vector<Console::UnreadableCard>& cards = snapshot.m_Cards.m_Unreadable;
-  const bool hasAll = std::none_of(cards.begin(), cards.end(),
-                                   [](const auto& card) { return card.m_SerialNumber.empty(); });
-  if (hasAll) return;
-  Console::AssignAddresses(cards,
-                           Console::UnreportedDevices(snapshot.m_Objects, Console::CardDevices()));
+// Reads the bus only if it is needed for the places of omitted cards.
+std::vector<Console::UnreadableCard> UnreadableCardsOf(const Snapshot& snapshot) {
+  const std::vector<Console::UnresponsiveCard>& cards = snapshot.m_UnresponsiveCards;
+  const bool isOmitted =
+      std::any_of(cards.begin(), cards.end(), [](const auto& card) { return card.m_IsOmitted; });
+  std::vector<std::string> unreported;
+  if (isOmitted) {
+    unreported = Console::UnreportedDevices(snapshot.m_Objects, Console::CardDevices());
+  }
+  return Console::UnreadableCards(cards, unreported);
 }
 
 // Maximum plug-in calls per step, each with its own timeout.
@@ -265,9 +267,8 @@ void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
   snapshot.m_HasCards = session.HasCards();
   snapshot.m_Objects = session.Topology();
   snapshot.m_Times = session.Times();
-  snapshot.m_Cards.m_Unreadable = session.Cards().m_Unreadable;
-  LocateUnreadable(snapshot);
   snapshot.m_UnresponsiveCards = session.UnresponsiveCards();
+  snapshot.m_Cards.m_Unreadable = UnreadableCardsOf(snapshot);
   snapshot.m_Info = session.Info();
   snapshot.m_Plugin.m_IsUp = true;
   snapshot.m_Plugin.m_Starts = m_Starts;

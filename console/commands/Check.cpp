@@ -167,7 +167,6 @@ Command CheckCommand() {
       {3, "UNKNOWN: no card, no plug-in, invalid command line, or timeout"}};
   command.m_Examples = {
       {"check", "run from a monitoring system", true},
-      {"check a1 --timeout 10s", "check one card, within ten seconds"},
       {"check --expect 4 --warn-reserve 20", "check the number of cards and their reserve"}};
   return command;
 }

@@ -42,14 +42,17 @@ std::vector<std::string> UnreportedDevices(const std::vector<PI::CObject>& topol
   return unreported;
 }
 
-std::vector<std::string> AssignAddresses(std::vector<UnreadableCard>& cards,
-                                         const std::vector<std::string>& unreported) {
-  auto next = unreported.begin();
-  for (UnreadableCard& card : cards) {
-    if (!card.m_SerialNumber.empty() || next == unreported.end()) continue;
-    card.m_PciAddress = *next++;
+std::vector<UnreadableCard> UnreadableCards(const std::vector<UnresponsiveCard>& cards,
+                                            std::vector<std::string>& unreported) {
+  std::vector<UnreadableCard> unreadable;
+  for (const UnresponsiveCard& card : cards) {
+    if (card.m_DevicePath.empty()) continue;  // stands for all cards
+    unreadable.push_back({card.m_SerialNumber, "", card.m_Reason});
+    if (!card.m_IsOmitted || unreported.empty()) continue;
+    unreadable.back().m_PciAddress = unreported.front();
+    unreported.erase(unreported.begin());
   }
-  return {next, unreported.end()};
+  return unreadable;
 }
 
 }  // namespace Console

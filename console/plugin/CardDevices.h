@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "console/model/CardRecords.h"
+#include "console/plugin/UnresponsiveCard.h"
 #include "host/PluginInterface.h"
 
 namespace Console {
@@ -20,9 +21,9 @@ const std::vector<std::string>& CardIdentities();
 std::vector<std::string> UnreportedDevices(const std::vector<PI::CObject>& topology,
                                            const std::vector<std::string>& devices);
 
-// Gives each card without a serial number the next address of `unreported`, because the plug-in and
-// the bus list the cards in the same order. Returns the addresses that are left.
-std::vector<std::string> AssignAddresses(std::vector<UnreadableCard>& cards,
-                                         const std::vector<std::string>& unreported);
+// Returns the cards as unreadable ones. Each omitted card gets the next address of `unreported`,
+// which is removed there, because the card library and the bus list the cards in the same order.
+std::vector<UnreadableCard> UnreadableCards(const std::vector<UnresponsiveCard>& cards,
+                                            std::vector<std::string>& unreported);
 
 }  // namespace Console

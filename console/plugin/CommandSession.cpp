@@ -126,15 +126,6 @@ std::vector<PI::CObject> CommandSession::Topology() {
   return objects;
 }
 
-CardRecords CommandSession::Cards() const {
-  CardRecords records;
-  for (const UnresponsiveCard& card : UnresponsiveCards()) {
-    if (card.m_DevicePath.empty()) continue;  // stands for all cards
-    records.m_Unreadable.push_back({card.m_SerialNumber, "", card.m_Reason});
-  }
-  return records;
-}
-
 std::vector<PI::CProperty> CommandSession::Properties(std::uint64_t object) {
   return Require<std::vector<PI::CProperty>>("cannot read properties", PI::CMD_GET_PROPERTIES,
                                              object);

@@ -24,7 +24,6 @@ class CommandSession : public Session {
   std::vector<PI::CObject> Topology() override;
   const CardTimes& Times() const override { return m_TimeTracker.Times(); }
   // Returns the cards that do not respond to the plug-in.
-  CardRecords Cards() const override;
   std::vector<PI::CProperty> Properties(std::uint64_t object) override;
   std::vector<PI::CProperty> Property(std::uint64_t object, std::uint32_t property) override;
   std::uint32_t SetProperty(std::uint64_t object, PI::CProperty& property) override;

@@ -119,9 +119,9 @@ std::vector<PI::CObject> PluginSession::Topology() {
 
 CardRecords PluginSession::Cards() const {
   CardRecords records = m_Records;
-  records.m_Unreadable = CommandSession::Cards().m_Unreadable;
-  const std::vector<std::string> unreported = m_Unreported.value_or(std::vector<std::string>());
-  for (const std::string& address : AssignAddresses(records.m_Unreadable, unreported)) {
+  std::vector<std::string> unreported = m_Unreported.value_or(std::vector<std::string>());
+  records.m_Unreadable = UnreadableCards(UnresponsiveCards(), unreported);
+  for (const std::string& address : unreported) {
     records.m_Unreadable.push_back({"", address, "the plug-in cannot read the card"});
   }
   return records;

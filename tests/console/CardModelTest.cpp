@@ -207,11 +207,17 @@ TEST(WorstFirst, OrdersCardsByStatusAndThenByPosition) {
 }
 
 TEST(CardDevices, GetTheAddressesThatThePluginDoesNotReport) {
-  std::vector<Console::UnreadableCard> cards = {{"S1", "", "x"}, {"", "", "y"}};
-  EXPECT_EQ((std::vector<std::string>{"0000:06:00.0"}),
-            Console::AssignAddresses(cards, {"0000:05:00.0", "0000:06:00.0"}));
+  std::vector<std::string> devices = {"0000:05:00.0", "0000:06:00.0", "0000:07:00.0"};
+  const auto cards = Console::UnreadableCards({{"S1", "/dev/fct0", "x", false},
+                                               {"S2", "/dev/fct1", "y", true},
+                                               {"", "", "no card can be listed", false},
+                                               {"", "/dev/fct2", "z", true}},
+                                              devices);
+  ASSERT_EQ(3U, cards.size());
   EXPECT_EQ("", cards[0].m_PciAddress);
   EXPECT_EQ("0000:05:00.0", cards[1].m_PciAddress);
+  EXPECT_EQ("0000:06:00.0", cards[2].m_PciAddress);
+  EXPECT_EQ((std::vector<std::string>{"0000:07:00.0"}), devices);
 }
 
 // The host does not include the plug-in, so both have a list.

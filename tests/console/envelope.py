@@ -90,13 +90,13 @@ EXCEPTIONS = {
     ("closed card", "status"): (0, None),
     ("closed card", "check"): (2, None),
     ("closed card", "wait"): (7, "TIMED_OUT"),
-    # The drives of a card that cannot be opened are not known, nor is its serial number.
+    # The drives of a card that cannot be opened are not known.
     ("closed card", "online"): (3, "NO_SUCH_OBJECT"),
     ("closed card", "offline"): (3, "NO_SUCH_OBJECT"),
     ("closed card", "format"): (3, "NO_SUCH_OBJECT"),
-    ("closed card", "history"): (4, "NO_SERIAL_NUMBER"),
-    ("closed card", "ack"): (4, "NO_SERIAL_NUMBER"),
-    ("closed card", "unack"): (4, "NO_SERIAL_NUMBER"),
+    ("closed card", "history"): (0, "NO_HISTORY"),
+    ("closed card", "ack"): (3, "UNKNOWN_CARD"),
+    ("closed card", "unack"): (0, None),
     # Without the database, it is not known what was acknowledged.
     ("no database", "check"): (0, "DATABASE_FAILED"),
     ("success", "events"): (0, "NO_EVENTS"),
@@ -112,7 +112,7 @@ EXCEPTIONS = {
     ("no such object", "forget"): (4, "CARD_PRESENT"),
     ("ambiguous", "forget"): (3, "UNKNOWN_CARD"),
     ("no cards", "forget"): (3, "UNKNOWN_CARD"),
-    ("closed card", "forget"): (3, "UNKNOWN_CARD"),
+    ("closed card", "forget"): (4, "CARD_PRESENT"),
     ("no database", "history"): (1, "DATABASE_FAILED"),
     ("no database", "ack"): (1, "DATABASE_FAILED"),
     ("no database", "unack"): (1, "DATABASE_FAILED"),

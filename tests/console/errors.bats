@@ -24,7 +24,7 @@ explain TEMPERATURE_ABOVE_WRN~3~TEMPERATURE_ABOVE_WRN: not the number or name of
 explain MISING~3~MISING: not the number or name of an error, event, operation, property, value or state~Did you mean 'MISSING'?
 explain MISSING a9~3~a9: no such object~-
 ack a0 MISING~2~ack: 'MISING' is not a reason~Did you mean 'MISSING'?
-ack a0/d0 MISSING~2~ack a0/d0: a0/d0 is not an adapter~Did you mean 'a0'?
+ack plugin MISSING~2~ack plugin: plugin is not an adapter~-
 rows drives~2~rows: unknown table 'drives'~Did you mean 'drive'?
 completion fsh~2~completion: no script for 'fsh'~Did you mean 'fish'?
 history a0 status~2~history: 'status' is not a recorded property~-

@@ -56,7 +56,7 @@ stuck() {
 @test "a second signal, even a different one, terminates the program immediately" {
   direct_only "uses the test plug-in"
   ended both 143
-  silent both err
+  same "corvane-host: terminated by a second signal" "$(err both)"
 }
 
 @test "metrics keeps the previous text file when a signal interrupts a hanging read" {

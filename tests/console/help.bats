@@ -60,7 +60,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
   out format | grep -q "^  DRIVE  a drive: a0/d0"
   out format | grep -q "^  4  refused: "
   same "--yes --dry-run --confirm --again --capacity --sector-size --output --no-headings --quiet --verbose \
---ascii --color --no-input --socket --direct --plugin --simulate --database --timeout --trace --trace-file --help \
+--ascii --color --local-time --no-input --socket --direct --plugin --simulate --database --timeout --trace --trace-file --help \
 --version" \
     "$(options format | xargs)"
   out format | grep -q "^  -n, --dry-run  *show the changes without making them$"

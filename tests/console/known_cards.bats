@@ -68,13 +68,13 @@ print(*names)'
   same $'FA00000002\n7\n0000:04:00.0\nMISSING\n-' \
     "$(host get a1 serial_number pci_slot pci_address status temperature_celsius)"
   [[ "$(value a1 last_seen_at)" == 20*T*+00:00 ]]
-  grep -E '^a1 .* MISSING .*FA00000002' <<<"$(host list)"
+  grep -E '^-   MISSING .*  FA00000002  last seen [0-9:]{5}$' <<<"$(host list)"
   grep -E 'a1 .* MISSING' <<<"$(host tree)"
-  grep -E '^status +MISSING' <<<"$(host show a1)"
+  grep -E '^  status +MISSING' <<<"$(host show a1)"
   grep -F 'Card missing: last seen 20' <<<"$(host status)"
   grep -F 'at PCI 0000:04:00.0, slot 7' <<<"$(host status a1)"
   run -2 host check
-  [[ "$output" == "CORVANE CRITICAL - a1 MISSING"* ]]
+  [[ "$output" == "CORVANE CRITICAL - 3 cards: 1 CRITICAL, "*"a1 MISSING"* ]]
   grep -E '^a1 .*MISSING' <<<"$(host watch --for 1s)"
   grep -F 'corvane_adapter_status{adapter="FA00000002",corvane_adapter_status="MISSING"} 1' \
     <<<"$(host metrics)"
@@ -86,7 +86,7 @@ print(*names)'
   keep missing host show a1 -o json
   valid missing
   same '[null, "MISSING", null, ["MISSING"], null, []]' "$(json missing \
-    '[d["result"]["object"][f] for f in ("id", "status", "plugin_status", "status_reasons",
+    '[d["result"]["fields"][f] for f in ("id", "status", "plugin_status", "status_reasons",
       "temperature_celsius", "children")]')"
 }
 

@@ -6,8 +6,8 @@ load helper
 
 PAGES="$CORVANE_BUILD/share/man/man1"
 
-# page NAME: prints the page as man shows it.
-page() { groff -man -Tutf8 -P-cbou "$PAGES/$1.1"; }
+# page NAME: prints the page as man shows it, without hyphenation.
+page() { groff -man -rHY=0 -Tutf8 -P-cbou "$PAGES/$1.1"; }
 
 # section PAGE TITLE: prints the lines of the section.
 section() { page "$1" | sed -n "/^$2\$/,/^[A-Z]/p" | sed '1d'; }
@@ -80,7 +80,7 @@ a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o val
   same "$root/lib/libCorvane.so" \
     "$("$root/bin/corvane-host" plugin -o json | python3 -c 'import json,sys; print(json.load(sys.stdin)["result"]["file"])')"
   # The installed programs do not use libraries from the build directory.
-  run ! grep -q "$CORVANE_BUILD" <(ldd "$root/bin/corvane-host" "$root/lib/libCorvane.so")
+  run ! grep -q "$CORVANE_BUILD" <(env -u LD_LIBRARY_PATH ldd "$root/bin/corvane-host" "$root/lib/libCorvane.so")
   cmp "$SCHEMA" "$root/share/corvane/corvane-host.schema.json"
   cmp "$PAGES/corvane-host.1" "$root/share/man/man1/corvane-host.1"
   cmp "$CORVANE_SOURCE/service/prometheus/corvane.rules.yml" \
@@ -96,7 +96,7 @@ a0/d0" "$(env PATH=/usr/bin:/bin "$root/bin/corvane-host" --simulate list -o val
 @test "the corvane-host-serve man page lists the options in the help, and --socket" {
   local help page
   help=$(corvane-host help serve | sed -n '/^Options/,/^  -o/s/^ *\(--[a-z-]*\).*/\1/p' | sort)
-  page=$(groff -man -Tutf8 -P-cbou "$PAGES/../man8/corvane-host-serve.8" | sed -n '/^OPTIONS/,/^SIGNALS/p' |
+  page=$(groff -man -rHY=0 -Tutf8 -P-cbou "$PAGES/../man8/corvane-host-serve.8" | sed -n '/^OPTIONS/,/^SIGNALS/p' |
     sed -n 's/^       \(--[a-z-]*\).*/\1/p' | sort)
   same "$(printf -- '--%s\n' events-directory for listen listen-any socket)" "$page"
   same "$page" "$(printf '%s\n' "$help" --socket | sort)"

@@ -27,7 +27,7 @@ setup_file() {
   if_direct keep help corvane-host help -o json &
   if_direct keep version corvane-host --version -o json &
   if_direct keep odd test_plugin odd show a0 -o json &
-  if_direct keep oddlist test_plugin odd list &
+  if_direct keep oddlist test_plugin odd list --long &
   if_direct keep oddtsv test_plugin odd list -o tsv &
   wait
   CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/for-set" keep set host set plugin poll_interval=30 -o json &
@@ -145,7 +145,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
 }
 
 @test "set -o json contains the values before and after" {
-  same '{"object": "plugin", "property": "poll_interval_seconds", "before": 15, "after": 30, "saved": true}' \
+  same '{"object": "plugin", "property": "poll_interval_seconds", "before": 15, "after": 30, "saved": true, "dry_run": false, "would_change": null}' \
     "$(json set 'd["result"]')"
 }
 

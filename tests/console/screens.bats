@@ -102,11 +102,11 @@ a1  ok        58°C     2  FA00000002" "$(out list40 | sed '/^$/d')"
   picture tree80 24x80 3 tree
   same "OBJECT    NAME           STATUS     TEMP RESERVE    SIZE PCI          SERIAL
 plugin    SanDisk-Plugin
-├─a0      SanDisk 快閃…  ok        58 °C    99 %         0000:03:00.0 FA00000001
+├─a0      SanDisk 快閃…  ok        58 °C    99 % 2.2 TiB 0000:03:00.0 FA00000001
 │ └─a0/d0 快閃記憶體卡 … available               2.2 TiB
-├─a1      SanDisk Réser… ok        58 °C    99 %         0000:04:00.0 FA00000002
+├─a1      SanDisk Réser… ok        58 °C    99 % 2.2 TiB 0000:04:00.0 FA00000002
 │ └─a1/d0 Flash Duo Ada… available               2.2 TiB
-└─a2      SanDisk Flash… WARNING   80 °C    99 %         0000:05:00.0 FA00000003
+└─a2      SanDisk Flash… WARNING   80 °C    99 % 2.2 TiB 0000:05:00.0 FA00000003
   └─a2/d0 Flash Duo Ada… available               2.2 TiB" "$(out tree80 | sed '/^$/d')"
 }
 

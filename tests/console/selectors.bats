@@ -21,7 +21,7 @@ setup_file() {
   unique=$(json values 'd["result"]["values"]["unique_id"]' | jq -r .)
   keep unique host get "$unique" serial_number
   keep id host show a0 -o json
-  keep by_id host get "$(json id 'd["result"]["object"]["id"]' | jq -r .)" serial_number
+  keep by_id host get "$(json id 'd["result"]["fields"]["id"]' | jq -r .)" serial_number
   keep drive host format S100 --capacity 80 --sector-size 512 -n -o json
   keep led_drive host locate a0/d0 on -n -o json
   keep slot_no host get slot:9 serial_number

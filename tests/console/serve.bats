@@ -31,7 +31,7 @@ teardown_file() {
   document cards /v1/cards
   CORVANE_DATABASE=:memory: keep list host list -o json
   ended list 0
-  local objects='[{k: v for k, v in o.items() if k != "last_read_at"} for o in d["result"]["objects"]]'
+  local objects='[{k: v for k, v in o.items() if k not in ("last_read_at", "last_seen_at")} for o in d["result"]["objects"]]'
   same "$(json list "$objects")" "$(json cards "$objects")"
   same '["S100", "S200"]' "$(json cards \
     'sorted({o["serial_number"] for o in d["result"]["objects"] if o["type"] == "adapter"})')"
@@ -195,7 +195,7 @@ teardown_file() {
 }
 
 @test "plug-in processes can only be started by the service" {
-  keep process corvane-host plugin-process libCorvane.so
+  keep process corvane-host plugin-process libCorvane.so libvsl_abstraction.so
   ended process 2
   said process "corvane-host: plugin-process: only the service can start it"
 }
