@@ -114,7 +114,7 @@ class LocateLedGuard {
   void NoteStaysOn(const Failure& failure) {
     const std::string& name = m_Adapter->m_Selector;
     m_Context.m_Diagnostics.Note(
-        "LIGHT_STAYS_ON", fmt::format("the locate LED of {} stays on: {}", name, failure.what()),
+        "LED_STAYS_ON", fmt::format("the locate LED of {} stays on: {}", name, failure.what()),
         {fmt::format("To switch it off: corvane-host locate {} off", name)});
   }
 

@@ -40,8 +40,8 @@ class Progress {
 };
 
 // Calls `Tick` from a separate thread during a format, which cannot be interrupted, if progress
-// rewrites a line. On a stop signal, prints that the format continues; so does a second one, which
-// terminates the program.
+// rewrites a line. A stop signal prints that the format continues. A second one prints this again
+// and terminates the program.
 class BackgroundTicks {
  public:
   explicit BackgroundTicks(Progress& progress);

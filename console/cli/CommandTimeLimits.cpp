@@ -15,8 +15,8 @@ constexpr milliseconds kDefault = std::chrono::seconds(30);
 // Short, because the user is waiting at the shell prompt.
 constexpr milliseconds kCompletion = std::chrono::seconds(5);
 
-// Time that a command which waits for a card has at least for each call, so that it can start the
-// plug-in even if it is not to wait.
+// Minimum time limit for each call of a command that waits for a card, so that it can start the
+// plug-in even with --timeout 0s.
 constexpr milliseconds kStart = std::chrono::seconds(10);
 
 // Whether the command reads once and exits, so that the limit applies to the complete command.

@@ -10,10 +10,10 @@ namespace {
 
 constexpr ArgumentText kArguments[] = {
     {"OBJ",       "an object: plugin, a0, a0/d0, a serial number, a name, pci:0000:3b:00.0, slot:3, "
-                  "a unique id, a control device, or an object id in hexadecimal; where several "
-                  "objects are accepted, also all, for all adapters"},
-    {"DRIVE",     "a drive: a0/d0, or any name of a card that has one drive; where several drives "
-                  "are accepted, also all"},
+                  "a unique id, a control device, or an object id in hexadecimal; commands that "
+                  "accept several objects also accept all, which selects all adapters"},
+    {"DRIVE",     "a drive: a0/d0, or any name of a card that has one drive; commands that accept "
+                  "several drives also accept all"},
     {"PROP",      "a property name as printed by show, such as temperature_celsius"},
     {"PROP=VALUE", "a writable property and its new value: poll_interval=30"},
     {"on|off",    "the new state of the locate LED"},

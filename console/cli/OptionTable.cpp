@@ -113,7 +113,8 @@ std::vector<OptionRow> CommandOptions() {
       {"",   "--expect",     "N",        &O::m_Expect,     false,
        "CRITICAL if there are fewer than N cards, WARNING if there are more"},
       {"",   "--perfdata",   "CARDS",    &O::m_PerformanceData, false,
-       "cards with performance data; worst means those in the first line (default: all)",
+       "print performance data of these cards; worst selects the cards in the first line "
+       "(default: all)",
        {"all", "worst", "none"}, true},
       {"",   "--textfile",   "FILE",    &O::m_TextFile,    false,
        "write metrics to FILE atomically, for the node exporter's textfile collector"},

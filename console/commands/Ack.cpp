@@ -81,7 +81,7 @@ Command AckCommand() {
       "Records who acknowledged the problem, when and until when, and replaces an earlier "
       "acknowledgment of the same problem. The acknowledgment stays in effect when the problem "
       "ends and recurs. OBJ is an adapter or the serial number of a missing card.";
-  command.m_Exits = {{2, "no such reason"}, {3, "no such card, or no service has recorded it"}};
+  command.m_Exits = {{2, "no such reason"}, {3, "no such card, or it has never been recorded"}};
   command.m_Examples = {{"ack a1 TEMPERATURE_ABOVE_WARN --until 2d --note 'fan ordered'",
                          "acknowledge a known problem for two days", true},
                         {"ack FA00000003 MISSING", "acknowledge that a card was removed"}};

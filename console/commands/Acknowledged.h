@@ -25,8 +25,9 @@ std::optional<Service::Acknowledgment> FindAcknowledgment(Service::StoredState& 
 
 // Returns an acknowledgment as in all documents.
 Json AcknowledgmentJson(const Service::Acknowledgment& acknowledgment);
-// How a command affects an acknowledgment: not at all, as it has changed it, or as it would have
-// changed it without --dry-run.
+
+// Whether a command left an acknowledgment unchanged, changed it, or would have changed it without
+// --dry-run.
 enum class AckEffect { None, Changed, WouldAcknowledge, WouldRemove };
 
 // Returns the result of the command: the acknowledgment that is in effect afterwards, if any, and

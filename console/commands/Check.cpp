@@ -157,8 +157,9 @@ Command CheckCommand() {
       "Prints a line of at most 200 characters with the worst state, the number of cards in each "
       "state and the worst three problems, then performance data after '|' and one line per "
       "object. "
-      "Values outside the card's own limits are problems even if the card reports none. An "
-      "acknowledged problem is OK. If the command line is invalid or the plug-in fails, the output "
+      "A value outside the card's limits is a problem even if the card does not report it. "
+      "Acknowledged problems count as OK. If the command line is invalid or the plug-in fails, the "
+      "output "
       "has the same format.";
   command.m_Exits = {
       {0, "OK: all cards are healthy, or their problems are acknowledged"},

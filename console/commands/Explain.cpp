@@ -29,14 +29,15 @@ struct DerivedText {
 };
 
 constexpr DerivedText kDerivedTexts[] = {
-    {"state", "MISSING", "Missing", "The card was seen in this machine and is not there now.",
+    {"state", "MISSING", "Missing",
+     "The card was present earlier but is no longer in this machine.",
      "Reseat the card or restore its power. If it was removed on purpose, run: corvane-host forget "
      "SERIAL"},
     {"state", "UNREADABLE", "Unreadable",
      "The card is in this machine, but cannot be opened or read.",
      "Check the driver's messages (dmesg), then reseat or replace the card."},
     {"state", "FORMATTING", "Formatting",
-     "The drive is being formatted and cannot be used until that ends.",
+     "The drive is being formatted and cannot be used until the format is complete.",
      "Wait until the format has finished: corvane-host wait DRIVE ok"},
     {"property", "unreadable_reason", "Cause", "Why the card cannot be opened or read.", ""},
     {"property", "last_seen_at", "Last seen", "When the card was last seen in this machine.", ""},

@@ -114,12 +114,12 @@ Command ForgetCommand() {
   command.m_TimeoutScope = TimeoutScope::Call;
   command.m_Run = Run;
   command.m_Description =
-      "Removes a missing card from the cards that a service has recorded. If the card is inserted "
-      "again, it counts as a new card.";
+      "Removes a missing card from the known cards. If the card is inserted again, it counts as a "
+      "new card.";
   command.m_Danger =
       "The history and the acknowledgments of the card are deleted. Asks for confirmation; pass "
       "--yes to confirm. Refused while the card is present.";
-  command.m_Exits = {{3, "no service has recorded the card"},
+  command.m_Exits = {{3, "the card has never been recorded"},
                      {4, "refused: the card is present, or not confirmed"}};
   command.m_Examples = {{"forget FA00000003", "forget a card that has been replaced"},
                         {"forget FA00000003 --dry-run", "show what would be changed"}};

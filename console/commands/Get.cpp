@@ -85,7 +85,7 @@ Command GetCommand() {
   command.m_Run = Run;
   command.m_Description =
       "Prints values in base units, in the order requested. An unknown value is printed as '-'. "
-      "OBJ may also be all, for all adapters.";
+      "OBJ may also be all, which selects all adapters.";
   command.m_Exits = {{2, "the object has no such property"}};
   command.m_Examples = {{"get a0 temperature_celsius status", "print two values"},
                         {"get all temperature_celsius -o tsv", "print one value of each adapter"}};

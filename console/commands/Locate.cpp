@@ -126,8 +126,8 @@ Change SwitchOn(Context& context, const Model& model, const Object& adapter, boo
 void NoteStaysOn(Context& context, const Object& adapter) {
   if (context.Open().IsShared()) return;
   context.m_Diagnostics.Note(
-      "LIGHT_STAYS_ON",
-      "every run of this program starts the plug-in, which switches the locate LED off",
+      "LED_STAYS_ON",
+      "without a service, the next command switches the locate LED off when it loads the plug-in",
       {fmt::format("To keep the LED on: corvane-host locate {} on --for 5m", adapter.m_Selector)});
 }
 
@@ -181,8 +181,7 @@ Command LocateCommand() {
   command.m_Description =
       "Switches the locate LEDs of cards. With --for, the LED is switched off after that time, and "
       "the command fails if the card is removed or another program switches the LED off before. "
-      "OBJ "
-      "may also be all, for all adapters.";
+      "OBJ may also be all, which selects all adapters.";
   command.m_Exits = {{1, "with --for, another program has switched the LED off"},
                      {3, "no such card, or it was removed during --for"},
                      {4, "the card has no locate LED"}};

@@ -146,7 +146,7 @@ Command WaitCommand() {
   command.m_Description =
       "Returns as soon as the condition is met. --timeout limits the wait (default: no "
       "limit).";
-  command.m_Exits = {{3, "no object has had this name on this machine"},
+  command.m_Exits = {{3, "no object with this name has been seen on this machine"},
                      {7, "the condition was not met within --timeout"}};
   command.m_Examples = {{"wait a1 ok --timeout 10m", "wait until a card is healthy again", true},
                         {"wait a0 'temperature_celsius<70'", "wait until a card has cooled down"}};

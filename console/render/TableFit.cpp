@@ -8,7 +8,7 @@
 namespace Console {
 namespace {
 
-// Shorter names do not tell cards apart.
+// Shorter names would no longer distinguish cards.
 constexpr std::size_t kMinName = 12;
 
 std::size_t LongestLine(const std::string& text) {

@@ -50,7 +50,7 @@ Cell SizeCell(const RowContext& row) {
   return TextCell(bytes == nullptr ? "-" : DecimalSizeText(*bytes));
 }
 
-// A missing card has no name for typing in the list, because its place in the machine is empty.
+// A missing card is listed with a dash instead of its selector, because its slot is empty.
 Cell IdCell(const RowContext& row) {
   return TextCell(row.m_Object.m_Access == Access::Missing ? "-" : row.m_Object.m_Selector);
 }

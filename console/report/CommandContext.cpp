@@ -97,7 +97,7 @@ void SelectDatabase(const Options& options) {
   constexpr const char* kVariable = "CORVANE_DATABASE";
   if (!options.m_Database.empty()) {
     setenv(kVariable, options.m_Database.c_str(), 1);
-  } else if (const char* given = getenv(kVariable);
+  } else if (const char* given = secure_getenv(kVariable);
              options.m_Simulate && (given == nullptr || *given == '\0')) {
     const auto file = HostKit::DatabaseFile().parent_path() / "simulated.db";
     setenv(kVariable, file.string().c_str(), 1);

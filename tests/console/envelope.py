@@ -53,7 +53,7 @@ WITHOUT_PLUGIN = {"explain", "completion", "help", "version"}
 PRINT_RESULT_ANYWAY = {"metrics"}
 # Commands whose result contains problems of the cards, with an exit code for them.
 REPORT_PROBLEMS = {("closed card", "check")}
-# Commands that need a card that a service has recorded.
+# Commands that need a card that has been recorded.
 NEED_RECORDED_CARD = {"history", "ack", "forget"}
 # The command with the exit codes of monitoring plug-ins.
 CHECK = "check"

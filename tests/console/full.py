@@ -32,7 +32,7 @@ OVERRIDES = {
 }
 
 PRINTS_NOTHING = {"serve"}  # to standard output
-# Commands that need a card that a service has recorded; state.bats runs one of them.
+# Commands that need a card that has been recorded; state.bats runs one of them.
 NEED_RECORDED_CARD = {"history", "ack", "forget"}
 
 FAILED, UNKNOWN = 1, 3

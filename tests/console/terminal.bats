@@ -14,7 +14,7 @@ setup_file() {
   NO_COLOR=1 keep nocolor on_terminal xterm corvane-host --simulate list &
   NO_COLOR=1 keep always on_terminal xterm corvane-host --simulate list --color always &
   export TERM=xterm
-  keep status screen 24x100 see "WARNING" colored "WARNING" see "ok" colored "ok" ends 0 \
+  keep status screen 24x100 see "WARNING" colored "WARNING" see "1 of 2 cards ok" ends 0 \
     -- corvane-host --simulate status &
   keep piped host status &
   export CONSOLE_TEST_PLUGIN=events

@@ -135,7 +135,7 @@ def compare_tables():
 
 def compare_objects():
     for name in [name for name in truth if int(name[1:].split("/")[0]) % every == 0]:
-        compare_object("show -o json", result("show", name)["object"])
+        compare_object("show -o json", result("show", name)["fields"])
         for row in tsv("show", name):
             if row["property"] in truth[name] and row["property"] not in ("parents", "children"):
                 compare("show -o tsv", name, row["property"], row["value"])

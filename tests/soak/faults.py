@@ -138,11 +138,13 @@ BROKEN = "S1"  # the card with the fault, card1
 
 
 def ages(document):
-    """Returns the age of each card's last reading in a document, in seconds, by serial number."""
+    """Returns the age of each card's last reading in a document, in seconds, by serial number. Cards
+    that have not been read are omitted."""
     now = datetime.datetime.now(datetime.timezone.utc)
     return {card["serial_number"]:
                 (now - datetime.datetime.fromisoformat(card["last_read_at"])).total_seconds()
-            for card in document["result"]["objects"] if card["type"] == "adapter"}
+            for card in document["result"]["objects"]
+            if card["type"] == "adapter" and card["last_read_at"] is not None}
 
 
 def has_mark(document):
