@@ -200,10 +200,10 @@ std::string ReasonLines(const Finding& finding, const CheckInput& input) {
 }
 
 std::string Identity(const Object& object) {
-  std::string text = BareText(ReadField(object, "name"));
-  const Value serial = ReadField(object, "serial_number");
-  if (serial.Known()) text += ", serial " + BareText(serial);
-  return text;
+  const std::string name = FieldText(object, "name");
+  const std::string serial = FieldText(object, "serial_number");
+  const bool hasBoth = !name.empty() && !serial.empty();
+  return name + (hasBoth ? ", " : "") + (serial.empty() ? "" : "serial " + serial);
 }
 
 std::string PerformanceTexts(const CheckResult& check, PerformanceData data) {

@@ -93,6 +93,9 @@ class Context {
   const std::string m_OutputFormat;
   const std::vector<std::string> m_Arguments;  // without the command
 
+  // Whether the output is for people: a table or a tree. Other formats ignore the result's text.
+  bool PrintsText() const { return m_OutputFormat == "table" || m_OutputFormat == "tree"; }
+
  private:
   Session& Start();
   void LoadPlugin();

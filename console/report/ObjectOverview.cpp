@@ -113,6 +113,7 @@ CommandResult CardOverview(Context& context) {
   std::vector<Column> columns = ObjectColumns(chosen.empty() ? DefaultColumns() : chosen);
   const Model model = context.Objects();
   CommandResult result = OverviewOf(context, model, std::move(columns), false);
+  if (!context.PrintsText()) return result;
   const Table table = chosen.empty() ? CardList(model, context.m_Style, isLong)
                                      : CardListWith(model, chosen, context.m_Style, isLong);
   result.m_Text = DrawTable(table, context.m_Style, false);

@@ -113,7 +113,7 @@ print(*names)'
   same FA00000002 "$(value a1 serial_number)"
   [ "$(value a1 unreadable_reason)" != - ]
   run -2 host check
-  [[ "$output" == *"a1 UNREADABLE: Card cannot be read: "* ]]
+  [[ "$output" == *"a1 UNREADABLE: the card cannot be opened: bad flash (error 1), last seen "* ]]
   cardsim clear-failure vsl_open card1
   eventually has a1 status OK
 }

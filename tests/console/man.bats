@@ -52,7 +52,8 @@ terms() { section "$1" "$2" | sed -n 's/^       \([^ ].*\)/\1/p'; }
     sed -n 's/^\(--[a-z-]*\) .*(\([a-z, ]*\)) *$/\1 \2/p' | tr -s ' ')
   page=$(section corvane-host OPTIONS | sed -n '/^   Command-specific options/,$p' |
     awk '/^       -/ {print ""; sub(/^ *(-., )?/, ""); $0 = $1} {printf "%s ", $0}' |
-    sed -n 's/^\(--[a-z-]*\)  *\([a-z, ]*\):.*/\1 \2/p')
+    tr -s ' ' |
+    sed -n 's/^\(--[a-z-]*\) \([a-z, ]*\):.*/\1 \2/p')
   [ "$(wc -l <<<"$help")" -ge 13 ]
   same "$help" "$page"
 }

@@ -164,8 +164,8 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
 
 @test "a drive without an adapter is listed by its id" {
   direct_only "uses the test plug-in"
-  grep -q '^0x0000000000000031' "$BATS_FILE_TMPDIR/oddlist.out"
-  grep -q '^a0/d0' "$BATS_FILE_TMPDIR/oddlist.out"
+  grep -q '^0x0000000000000031' "$BATS_FILE_TMPDIR/oddtsv.out"
+  grep -q '^a0/d0' "$BATS_FILE_TMPDIR/oddtsv.out"
 }
 
 @test "list -o json prints an empty list and a note on a machine without cards" {

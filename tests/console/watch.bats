@@ -90,7 +90,7 @@ one_block() {
 @test "the screen shows cards and events, handles keys and resizing, and restores the terminal" {
   ended keys 0 || { err keys; false; }
   same 12 "$(out keys | wc -l)"
-  same 1 "$(out keys | grep -c '^a1      MOLT EP PX600 (2)     WARNING')"
+  same 1 "$(out keys | grep -c '^a1      MOLT EP PX600 (2)    WARNING')"
 }
 
 @test "the screen starts with the events of earlier runs and adds new ones" {
