@@ -405,7 +405,7 @@ vsl_code vsl_iom_detach_create(void* iom, void** job, vsl_error_record* err) {
 
 #define GUARDED_VALUE(type, name)                               \
   type name(void* handle, vsl_error_record* err) {              \
-    return ReadValue<type>(#name + 4, REAL(name), handle, err); \
+    return ReadValue<type>(&#name[4], REAL(name), handle, err); \
   }
 #define GUARDED_PAIR(type, name)      \
   GUARDED_VALUE(bool, vsl_has_##name) \
