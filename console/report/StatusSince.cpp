@@ -17,8 +17,15 @@ bool Ends(std::uint32_t reason, std::uint32_t event) {
                                                                              : E::CTRL_NORMAL);
 }
 
-std::string StatusName(PI::_VALUE_ID status) {
-  return HostKit::NameOf(HostKit::Family::Value, static_cast<std::uint32_t>(status));
+std::string ValueName(std::uint32_t number) {
+  return HostKit::NameOf(HostKit::Family::Value, number);
+}
+
+// A reason with the status of the object causes that status, and so does DETACHED, which is a
+// status of its own.
+bool Causes(const Reason& reason, PI::_VALUE_ID severity, const std::string& status) {
+  return status == ValueName(static_cast<std::uint32_t>(severity)) ||
+         status == ValueName(reason.m_Number);
 }
 
 // Returns the time of the last event `startEvent`, which starts `reason`, or empty if there is none
@@ -43,7 +50,7 @@ std::optional<std::uint64_t> StatusSince(const Health& health,
     if (status == PI::Value::OK) continue;
     const std::uint32_t startEvent = HostKit::EventOf(reason.m_Number);
     if (startEvent == 0) return std::nullopt;
-    if (BareText(health.m_Status) != StatusName(status)) continue;
+    if (!Causes(reason, status, BareText(health.m_Status))) continue;
     const auto start = StartOf(reason.m_Number, startEvent, events);
     if (!start) return std::nullopt;
     since = std::min(since.value_or(*start), *start);
