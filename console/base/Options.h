@@ -57,7 +57,9 @@ struct Options {
   std::string m_WarnTemperature;
   std::string m_CritTemperature;
   std::string m_WarnReserve;
+  std::string m_CritReserve;
   std::string m_WarnUsed;
+  std::string m_CritUsed;
   std::string m_Expect;
   std::string m_PerformanceData;
 };

@@ -150,21 +150,22 @@ Command CheckCommand() {
   command.m_Summary = "print status and performance data for monitoring systems";
   command.m_OutputFormats = {"table", "json"};
   command.m_Options = {"--warn-temperature", "--crit-temperature", "--warn-reserve",
-                       "--warn-used",        "--expect",           "--perfdata"};
+                       "--crit-reserve",     "--warn-used",        "--crit-used",
+                       "--expect",           "--perfdata"};
   command.m_NeedsPlugin = true;
   command.m_Run = Run;
   command.m_Description =
       "Prints a line of at most 200 characters with the worst state, the number of cards in each "
       "state and the worst three problems, then performance data after '|' and one line per "
       "object. "
-      "A value outside the card's limits is a problem even if the card does not report it. "
+      "Thresholds apply in addition to the card's own limits. "
       "Acknowledged problems count as OK. If the command line is invalid or the plug-in fails, the "
       "output "
       "has the same format.";
   command.m_Exits = {
       {0, "OK: all cards are healthy, or their problems are acknowledged"},
-      {1, "WARNING: a card has a warning, is detached, or is over a warning threshold"},
-      {2, "CRITICAL: a card has failed, is missing or unreadable, or is over a critical threshold"},
+      {1, "WARNING: a card has a warning, is detached, or exceeds a warning threshold"},
+      {2, "CRITICAL: a card has failed, is missing or unreadable, or exceeds a critical threshold"},
       {3, "UNKNOWN: no card, no plug-in, invalid command line, or timeout"}};
   command.m_Examples = {
       {"check", "run from a monitoring system", true},

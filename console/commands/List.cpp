@@ -12,8 +12,8 @@ Command ListCommand() {
   command.m_Options = {"--columns", "--long"};
   command.m_Run = CardOverview;
   command.m_Description =
-      "Prints one row per card, those with the most severe status first; a value at its limit is "
-      "marked with an exclamation mark. --long adds PCI addresses, names, sizes in binary units "
+      "Prints one row per card, those with the most severe status first; a value beyond its limit "
+      "is marked with an exclamation mark. --long adds PCI addresses, names, sizes in binary units "
       "and the drives; on a wide terminal, they are added as far as they fit. Machine formats "
       "contain adapters and drives in the order of their positions; with -o tsv, values are in "
       "base units, and the columns have the names that get accepts.";

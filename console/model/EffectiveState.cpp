@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "console/base/Timestamp.h"
+#include "console/model/CardLimits.h"
 #include "console/model/FieldTable.h"
 #include "hostkit/Texts.h"
 #include "hostkit/ValueTypes.h"
@@ -42,8 +43,12 @@ const StatusRow* FindRow(const std::string& status) {
   return found == std::end(kStatuses) ? nullptr : found;
 }
 
-void SetStatus(Object& object, const char* status) {
-  object.Derive("status", {ValueKind::Choice, std::string(status), FindRow(status)->m_Severity});
+void SetStatus(Object& object, const std::string& status) {
+  object.Derive("status", {ValueKind::Choice, status, FindRow(status)->m_Severity});
+}
+
+bool IsWorse(const std::string& status, const Value& current) {
+  return StatusRank({ValueKind::Choice, status, Severity::Neutral}) < StatusRank(current);
 }
 
 void SetText(Object& object, const char* field, const std::string& text) {
@@ -112,13 +117,25 @@ bool IsOnlyDetached(const Object& adapter) {
   });
 }
 
-void SetReason(Object& adapter, const char* reason) {
+void SetReason(Object& adapter, const std::string& reason) {
   std::vector<std::string> reasons = {reason};
   const Value reported = ReadField(adapter, "status_reasons");
   if (const auto* names = std::get_if<std::vector<std::string>>(&reported.m_Data)) {
     reasons.insert(reasons.end(), names->begin(), names->end());
   }
   adapter.Derive("status_reasons", {ValueKind::Choices, reasons, Severity::Neutral});
+}
+
+// Adds the reasons that the card should report for its measured values and does not.
+void AddUnreportedReasons(Object& adapter) {
+  const std::vector<std::int32_t> unreported = UnreportedReasons(adapter);
+  for (auto each = unreported.rbegin(); each != unreported.rend(); ++each) {
+    const auto reason = static_cast<std::uint32_t>(*each);
+    const auto severity = static_cast<std::uint32_t>(HostKit::StatusOf(reason));
+    const std::string status = HostKit::NameOf(HostKit::Family::Value, severity);
+    SetReason(adapter, HostKit::NameOf(HostKit::Family::Value, reason));
+    if (IsWorse(status, ReadField(adapter, "status"))) SetStatus(adapter, status);
+  }
 }
 
 // Returns the total size of the drives; empty if none is known.
@@ -148,6 +165,7 @@ void SetAccess(Object& adapter, const CardPlace& place) {
   adapter.m_Access = AccessOf(place);
   if (adapter.m_Access == Access::Readable) {
     if (IsOnlyDetached(adapter)) SetStatus(adapter, kDetached);
+    AddUnreportedReasons(adapter);
     return;
   }
   const char* const state = adapter.m_Access == Access::Missing ? kMissing : kUnreadable;

@@ -1,5 +1,6 @@
 // The state of the objects as people and programs see it: the plug-in's report, combined with what
-// is known about cards that are missing, unreadable, detached or being formatted.
+// is known about cards that are missing, unreadable, detached, being formatted, or beyond their
+// limits.
 #pragma once
 
 #include <cstddef>

@@ -31,6 +31,7 @@ const std::vector<Field> kAdapterFields = {
     {"status",                       "STATUS",    P::STATUS,                     ValueKind::Choice},
     {"plugin_status",                "PLUGIN-STATUS", P::STATUS,                 ValueKind::Choice},
     {"status_reasons",               "REASONS",   P::ADDITIONAL_STATUS,          ValueKind::Choices},
+    {"plugin_status_reasons",        "PLUGIN-REASONS", P::ADDITIONAL_STATUS,     ValueKind::Choices},
     {"unreadable_reason",            "CAUSE",     kNoProperty,                   ValueKind::Text},
     {"last_seen_at",                 "LAST SEEN", kNoProperty,                   ValueKind::Text},
     {"last_read_at",                 "LAST READ", kNoProperty,                   ValueKind::Text},

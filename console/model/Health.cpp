@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/Printable.h"
+#include "console/model/CardLimits.h"
 #include "console/model/EffectiveState.h"
 #include "hostkit/Texts.h"
 #include "hostkit/ValueTypes.h"
@@ -16,30 +17,6 @@ namespace {
 
 namespace V = PI::Value;
 using HostKit::Family;
-
-// The fields that show how serious a reason is.
-struct Measurement {
-  std::int32_t m_Reason;
-  const char* m_Measured;
-  const char* m_Limit;  // or null
-};
-
-constexpr Measurement kMeasurements[] = {
-    {V::TEMPERATURE_ABOVE_WARN, "temperature_celsius", "temperature_warning_celsius"},
-    {V::TEMPERATURE_WRITE_REGULATION, "temperature_celsius", "temperature_warning_celsius"},
-    {V::TEMPERATURE_NEAR_ERROR, "temperature_celsius", "temperature_critical_celsius"},
-    {V::TEMPERATURE_ABOVE_ERROR, "temperature_celsius", "temperature_critical_celsius"},
-    {V::RESERVES_DEPLETED, "reserve_space_ratio", "reserve_space_warning_ratio"},
-    {V::NEAR_WEARING_OUT, "endurance_used_ratio", nullptr},
-    {V::LIFESPAN_WRITE_REGULATION, "endurance_used_ratio", nullptr},
-    {V::THROT_WEAROUT, "endurance_used_ratio", nullptr},
-    {V::POWER_WRITE_REGULATION, "slot_power_watts", "power_limit_watts"},
-    {V::PCI_OVERPOWER, "slot_power_watts", "power_limit_watts"},
-    {V::THROT_POWER, "slot_power_watts", "power_limit_watts"},
-    {V::THROT_POWER_LIMIT, "slot_power_watts", "power_limit_watts"},
-    {V::FIRMWARE_OUT_OF_DATE, "firmware_version", nullptr},
-    {V::DRIVER_OUT_OF_DATE, "driver_version", nullptr},
-};
 
 // The label of a measured value, for reasons whose caption does not name the quantity.
 struct MeasuredLabel {
@@ -83,10 +60,9 @@ Reason CreateReason(const Object& object, std::int32_t value) {
   reason.m_Caption = HostKit::CaptionOf(Family::Value, reason.m_Number);
   if (reason.m_Caption.empty()) reason.m_Caption = reason.m_Name;
   reason.m_Advice = HostKit::AdviceOf(Family::Value, reason.m_Number);
-  for (const Measurement& row : kMeasurements) {
-    if (row.m_Reason != value) continue;
-    reason.m_Measured = Read(object, row.m_Measured);
-    reason.m_Limit = Read(object, row.m_Limit);
+  if (const Measurement* const row = MeasurementOf(value)) {
+    reason.m_Measured = Read(object, row->m_Measured);
+    reason.m_Limit = Read(object, row->m_Limit);
   }
   return reason;
 }
@@ -104,13 +80,11 @@ std::string MeasuredText(const Reason& reason, bool ascii) {
   const bool known = reason.m_Measured.m_Field != nullptr;
   const std::string value = known ? HumanText(reason.m_Measured.m_Value, ascii) : "unknown";
   if (!known && reason.m_Limit.m_Field == nullptr) return {};
-  for (const Measurement& row : kMeasurements) {
-    if (static_cast<std::uint32_t>(row.m_Reason) != reason.m_Number) continue;
-    for (const MeasuredLabel& label : kMeasuredLabels) {
-      const bool wanted = label.m_Always || !known;
-      if (wanted && std::strcmp(label.m_Field, row.m_Measured) == 0) {
-        return fmt::format("{} {}", label.m_Label, value);
-      }
+  const Measurement* const row = MeasurementOf(static_cast<std::int32_t>(reason.m_Number));
+  for (const MeasuredLabel& label : kMeasuredLabels) {
+    const bool isWanted = row != nullptr && (label.m_Always || !known);
+    if (isWanted && std::strcmp(label.m_Field, row->m_Measured) == 0) {
+      return fmt::format("{} {}", label.m_Label, value);
     }
   }
   return value;
@@ -163,6 +137,9 @@ Reason AccessReason(const Object& adapter) {
 Health HealthOf(const Object& object) {
   Health health{ReadField(object, "status"), ReadField(object, "activity"), {}};
   if (object.m_Access != Access::Readable) health.m_Reasons.push_back(AccessReason(object));
+  for (const std::int32_t reason : UnreportedReasons(object)) {
+    health.m_Reasons.push_back(CreateReason(object, reason));
+  }
   const PI::CProperty* reasons = object.Find(PI::Property::ADDITIONAL_STATUS);
   if (reasons == nullptr || reasons->m_ValueType != HostKit::VALUE_TYPE_MULTI_CHOICE) return health;
   for (const std::int32_t value : reasons->m_Value.m_MultiValue.m_Values) {

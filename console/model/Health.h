@@ -17,7 +17,7 @@ struct Reading {
 };
 
 struct Reason {
-  std::uint32_t m_Number = 0;  // 0: not a reason of the plug-in
+  std::uint32_t m_Number = 0;  // 0: MISSING or UNREADABLE
   std::string m_Name;          // the number if it has no name
   std::string m_Caption;       // the name if it has no caption
   Reading m_Measured;
@@ -33,7 +33,8 @@ struct Health {
 };
 
 // Returns the effective status of an object and its reasons. A missing or unreadable card has the
-// reason MISSING or UNREADABLE, which is listed first.
+// reason MISSING or UNREADABLE, which is listed first; reasons for values beyond the card's limits
+// precede those that the card reports.
 Health HealthOf(const Object& object);
 
 // Returns the adapters, each followed by its drives: all of them, or only `top` and the objects

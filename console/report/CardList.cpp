@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "console/base/Timestamp.h"
+#include "console/model/CardLimits.h"
 #include "console/model/Health.h"
 #include "console/render/ObjectTable.h"
 #include "console/report/Limits.h"

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "console/base/Failure.h"
@@ -45,6 +46,14 @@ CheckRange RangeOf(double limit, LimitKind kind) {
   CheckRange range;
   (kind == LimitKind::Highest ? range.m_High : range.m_Low) = limit;
   return range;
+}
+
+CheckRange Intersection(const CheckRange& range, const CheckRange& limit) {
+  if (range.m_AlertsInside) return range;
+  CheckRange both = range;
+  if (limit.m_Low) both.m_Low = std::max(range.m_Low.value_or(*limit.m_Low), *limit.m_Low);
+  if (limit.m_High) both.m_High = std::min(range.m_High.value_or(*limit.m_High), *limit.m_High);
+  return both;
 }
 
 CheckRange ParseCheckRange(const std::string& option, const std::string& text, LimitKind kind) {

@@ -25,6 +25,10 @@ enum class LimitKind { Highest, Lowest };
 // for any other text.
 CheckRange ParseCheckRange(const std::string& option, const std::string& text, LimitKind kind);
 
+// Returns the range that both ranges permit; `range` alone if it alerts inside. `limit` does not
+// alert inside.
+CheckRange Intersection(const CheckRange& range, const CheckRange& limit);
+
 // Returns the range that permits values up to, or from, `limit`.
 CheckRange RangeOf(double limit, LimitKind kind);
 

@@ -32,26 +32,27 @@ constexpr ReadingRow kReadings[] = {
 };
 // clang-format on
 
-// A threshold: an option of the user, and the card's own limit. Rows of a field are ordered from
-// the most to the least severe state.
+// A threshold that the user can set. Rows of a field are ordered from the most to the least severe
+// state.
 struct ThresholdRow {
   const char* m_Field;
   CheckState m_State;
-  const char* m_Option;           // or null
-  std::string Options::*m_Value;  // of the option
-  const char* m_LimitField;       // the card's own limit, or null
-  const char* m_Reason;           // what the card reports for the same problem
+  const char* m_Option;
+  std::string Options::*m_Value;
+  const char* m_LimitField;  // the card's own limit, or null
+  const char* m_Reason;      // what the card reports for the same problem
   const char* m_Quantity;
 };
 
 // clang-format off
 constexpr ThresholdRow kThresholds[] = {
-    // field                  state                 option                value                       card's own limit                reason                     quantity
+    // field                 state                 option                value                       card's own limit                reason                     quantity
     {"temperature_celsius",  CheckState::Critical, "--crit-temperature", &Options::m_CritTemperature, "temperature_critical_celsius", "TEMPERATURE_ABOVE_ERROR", "temperature"},
     {"temperature_celsius",  CheckState::Warning,  "--warn-temperature", &Options::m_WarnTemperature, "temperature_warning_celsius",  "TEMPERATURE_ABOVE_WARN",  "temperature"},
+    {"reserve_space_ratio",  CheckState::Critical, "--crit-reserve",     &Options::m_CritReserve,     nullptr,                        "RESERVES_DEPLETED",       "reserve space"},
     {"reserve_space_ratio",  CheckState::Warning,  "--warn-reserve",     &Options::m_WarnReserve,     "reserve_space_warning_ratio",  "RESERVES_DEPLETED",       "reserve space"},
+    {"endurance_used_ratio", CheckState::Critical, "--crit-used",        &Options::m_CritUsed,        nullptr,                        "NEAR_WEARING_OUT",        "endurance used"},
     {"endurance_used_ratio", CheckState::Warning,  "--warn-used",        &Options::m_WarnUsed,        nullptr,                        "NEAR_WEARING_OUT",        "endurance used"},
-    {"slot_power_watts",     CheckState::Warning,  nullptr,              nullptr,                     "power_limit_watts",            "PCI_OVERPOWER",           "power"},
 };
 // clang-format on
 
@@ -77,7 +78,7 @@ std::optional<double> NumberOf(const Object& object, const char* field, double s
 }
 
 const CheckRange* RangeOfUser(const ThresholdRow& row, const CheckRanges& ranges) {
-  const auto found = row.m_Option == nullptr ? ranges.end() : ranges.find(row.m_Option);
+  const auto found = ranges.find(row.m_Option);
   return found == ranges.end() ? nullptr : &found->second;
 }
 
@@ -96,7 +97,7 @@ double Rounded(double number) {
 std::string UnitText(const ThresholdRow& row, bool ascii) {
   const bool isTemperature = std::string("temperature_celsius") == row.m_Field;
   if (isTemperature) return ascii ? " C" : " °C";
-  return *RowOf(row.m_Field).m_Unit == '%' ? " %" : " W";
+  return std::string(" ") + RowOf(row.m_Field).m_Unit;
 }
 
 std::string LimitText(const CheckRange& range, const std::string& unit) {
@@ -104,26 +105,31 @@ std::string LimitText(const CheckRange& range, const std::string& unit) {
   return fmt::format("limit {:.10g}{}", range.m_Low.value_or(range.m_High.value_or(0)), unit);
 }
 
-// The card's own limit stays in effect in addition to a range of the user.
 std::optional<Breach> BreachOf(const ThresholdRow& row, const Object& adapter,
                                const CheckRanges& ranges, bool ascii) {
+  const CheckRange* const range = RangeOfUser(row, ranges);
+  if (range == nullptr) return std::nullopt;
   const auto value = NumberOf(adapter, row.m_Field, RowOf(row.m_Field).m_Scale);
-  const CheckRange* user = RangeOfUser(row, ranges);
-  const std::string unit = UnitText(row, ascii);
+  const std::string limit = LimitText(*range, UnitText(row, ascii));
   if (!value) {
-    if (user == nullptr) return std::nullopt;
     return Breach{row.m_Field, CheckState::Unknown,
-                  fmt::format("{} unknown, {}", row.m_Quantity, LimitText(*user, unit)), nullptr};
+                  fmt::format("{} unknown, {}", row.m_Quantity, limit), nullptr};
   }
+  if (!range->Alerts(Rounded(*value))) return std::nullopt;
+  return Breach{
+      row.m_Field, row.m_State,
+      fmt::format("{} {:.10g}{}, {}", row.m_Quantity, Rounded(*value), UnitText(row, ascii), limit),
+      row.m_Reason};
+}
+
+// Returns the range in which a value causes no alert: both the user's range and the card's own
+// limit apply.
+std::optional<CheckRange> EffectiveRange(const ThresholdRow& row, const Object& adapter,
+                                         const CheckRanges& ranges) {
+  const CheckRange* const user = RangeOfUser(row, ranges);
   const auto own = RangeOfCard(row, adapter);
-  for (const CheckRange* range : {user, own ? &*own : nullptr}) {
-    if (range == nullptr || !range->Alerts(Rounded(*value))) continue;
-    return Breach{row.m_Field, row.m_State,
-                  fmt::format("{} {:.10g}{}, {}", row.m_Quantity, Rounded(*value), unit,
-                              LimitText(*range, unit)),
-                  row.m_Reason};
-  }
-  return std::nullopt;
+  if (user == nullptr) return own;
+  return own ? Intersection(*user, *own) : *user;
 }
 
 std::string NumberText(const std::optional<double>& number) {
@@ -142,7 +148,7 @@ std::string ValueText(const CheckReading& reading) {
 CheckRanges ParseThresholds(const Options& options) {
   CheckRanges ranges;
   for (const ThresholdRow& row : kThresholds) {
-    if (row.m_Option == nullptr || options.m_Given.count(row.m_Option) == 0) continue;
+    if (options.m_Given.count(row.m_Option) == 0) continue;
     ranges[row.m_Option] =
         ParseCheckRange(row.m_Option, options.*row.m_Value, RowOf(row.m_Field).m_Kind);
   }
@@ -166,10 +172,9 @@ std::vector<CheckReading> ReadingsOf(const Object& adapter, const std::string& n
       reading.m_Maximum = NumberOf(adapter, row.m_MaximumField, row.m_Scale);
     }
     for (const ThresholdRow& threshold : kThresholds) {
-      if (threshold.m_Option == nullptr || &RowOf(threshold.m_Field) != &row) continue;
-      const CheckRange* user = RangeOfUser(threshold, ranges);
+      if (&RowOf(threshold.m_Field) != &row) continue;
       (threshold.m_State == CheckState::Warning ? reading.m_Warning : reading.m_Critical) =
-          user == nullptr ? RangeOfCard(threshold, adapter) : std::optional<CheckRange>(*user);
+          EffectiveRange(threshold, adapter, ranges);
     }
     readings.push_back(std::move(reading));
   }

@@ -31,7 +31,7 @@ struct CheckReading {
   std::optional<double> m_Maximum;
 };
 
-// A value that is out of a range, or that is unknown although the user set a range for it.
+// A value that is out of a range of the user, or unknown.
 struct Breach {
   const char* m_Field = "";
   CheckState m_State = CheckState::Ok;
@@ -46,12 +46,11 @@ using CheckRanges = std::map<std::string, CheckRange>;
 CheckRanges ParseThresholds(const Options& options);
 
 // Returns the known values of a card, labeled with its name in time series. A range of the user
-// replaces the card's own limit.
+// applies in addition to the card's own limit.
 std::vector<CheckReading> ReadingsOf(const Object& adapter, const std::string& name,
                                      const CheckRanges& ranges);
 
-// Returns the values of a card that are outside its own limits or the user's ranges, at most one
-// per field.
+// Returns the values of a card that are outside the user's ranges, at most one per field.
 std::vector<Breach> BreachesOf(const Object& adapter, const CheckRanges& ranges, bool ascii);
 
 // Returns the field of a reading.

@@ -210,6 +210,10 @@ const char* CheckStateName(CheckState state) {
   return RowOf(state).m_Name;
 }
 
+CheckState StateOf(const Value& status) {
+  return RowOf(status).m_State;
+}
+
 ExitCode CheckStateCode(CheckState state) {
   return RowOf(state).m_Code;
 }

@@ -15,6 +15,8 @@ namespace Console {
 
 // Returns "OK", "UNKNOWN", "WARNING" or "CRITICAL".
 const char* CheckStateName(CheckState state);
+// Returns the state of an adapter or drive with this effective status.
+CheckState StateOf(const Value& status);
 // Returns the exit code for a state.
 ExitCode CheckStateCode(CheckState state);
 

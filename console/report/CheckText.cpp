@@ -99,10 +99,9 @@ std::string Counts(const CheckResult& check) {
   return fmt::format("{}: {}", CountText(states.size(), noun), fmt::join(counts, ", "));
 }
 
-// A healthy status would contradict a threshold that was exceeded.
+// A better status would contradict a threshold that was exceeded.
 std::string StateText(const Finding& finding) {
-  const bool contradicts =
-      finding.m_State != CheckState::Ok && IsHealthy(finding.m_Health.m_Status);
+  const bool contradicts = StateOf(finding.m_Health.m_Status) < finding.m_State;
   return contradicts ? CheckStateName(finding.m_State) : StatusText(finding.m_Health.m_Status);
 }
 

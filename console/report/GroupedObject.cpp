@@ -33,6 +33,7 @@ constexpr Membership kMemberships[] = {
     {"status", kHealth},
     {"plugin_status", kHealth},
     {"status_reasons", kHealth},
+    {"plugin_status_reasons", kHealth},
     {"activity", kHealth},
     {"temperature_celsius", kHealth},
     {"temperature_warning_celsius", kHealth},

@@ -3,31 +3,12 @@
 #include <fmt/format.h>
 
 #include <iterator>
-#include <optional>
+
+#include "console/model/CardLimits.h"
+#include "console/model/FieldTable.h"
 
 namespace Console {
 namespace {
-
-// clang-format off
-constexpr Limit kLimits[] = {
-    // measured             limit                           constant minimum severity           label
-    {"temperature_celsius",  "temperature_warning_celsius",  0,       false,  Severity::Warning, "warning"},
-    {"temperature_celsius",  "temperature_critical_celsius", 0,       false,  Severity::Bad,     "critical"},
-    {"reserve_space_ratio",  "reserve_space_warning_ratio",  0,       true,   Severity::Warning, "warning"},
-    {"slot_power_watts",     "power_limit_watts",            0,       false,  Severity::Warning, "limit"},
-    {"endurance_used_ratio", nullptr,                        1,       false,  Severity::Warning, "rated"},
-};
-// clang-format on
-
-std::optional<double> NumberOf(const Value& value) {
-  const auto* number = std::get_if<double>(&value.m_Data);
-  return number == nullptr ? std::nullopt : std::optional<double>(*number);
-}
-
-std::optional<double> ValueOf(const Object& object, const Limit& limit) {
-  if (limit.m_Field == nullptr) return limit.m_Constant;
-  return NumberOf(ReadField(object, limit.m_Field));
-}
 
 // The limits have no unit, because they follow the measured value.
 std::string NumberText(double number, const Field& field) {
@@ -35,26 +16,6 @@ std::string NumberText(double number, const Field& field) {
 }
 
 }  // namespace
-
-std::vector<const Limit*> LimitsOf(const std::string& field) {
-  std::vector<const Limit*> limits;
-  for (const Limit& limit : kLimits) {
-    if (field == limit.m_Measured) limits.push_back(&limit);
-  }
-  return limits;
-}
-
-Severity LimitSeverity(const Object& object, const std::string& field) {
-  const auto number = NumberOf(ReadField(object, field));
-  Severity severity = Severity::Neutral;
-  for (const Limit* limit : LimitsOf(field)) {
-    const auto value = ValueOf(object, *limit);
-    if (!number || !value) continue;
-    const bool isReached = limit->m_IsMinimum ? *number <= *value : *number >= *value;
-    if (isReached) severity = limit->m_Severity;
-  }
-  return severity;
-}
 
 std::string LimitsText(const Object& object, const std::string& field) {
   const Field* const measured = FindField(object.m_Kind, field);

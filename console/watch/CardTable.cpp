@@ -6,10 +6,10 @@
 #include <optional>
 
 #include "base/Printable.h"
+#include "console/model/CardLimits.h"
 #include "console/model/FieldTable.h"
 #include "console/model/Health.h"
 #include "console/render/HealthCells.h"
-#include "console/report/Limits.h"
 
 namespace Console {
 namespace {

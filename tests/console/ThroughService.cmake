@@ -14,6 +14,7 @@ set(THROUGH_SERVICE
   "hung_card|the start of a plug-in in the same process"
   "inspect"
   "known_cards|the in-memory database"
+  "limits"
   "metrics|plug-ins that cannot be loaded, and the text file"
   "op"
   "output_formats|the test plug-in, and failures without cards"

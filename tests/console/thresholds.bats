@@ -22,6 +22,10 @@ warn-reserve 97 OK
 warn-reserve 98 WARNING reserve space 97 %, limit 98 %
 warn-reserve 98% WARNING reserve space 97 %, limit 98 %
 warn-reserve ~:90 WARNING reserve space 97 %, limit 90 %
+crit-reserve 97 OK
+crit-reserve 98 CRITICAL reserve space 97 %, limit 98 %
+crit-used 25 OK
+crit-used 24 CRITICAL endurance used 25 %, limit 24 %
 warn-used 24 WARNING endurance used 25 %, limit 24 %
 warn-used 25 OK"
 
@@ -29,12 +33,12 @@ warn-used 25 OK"
 INVALID="x : 70:10 :70 nan inf @ 1:2:3 70C --"
 
 # Values of card0 over its own limits (78 and 85 degrees, 10 percent), which it does not report:
-# attribute, value, state, and the problem.
+# attribute, value, state, and the status and reason in the first line.
 OWN="temp_internal_deg_c 78 OK
-temp_internal_deg_c 78.5 WARNING temperature 78.5 °C, limit 78 °C
-temp_internal_deg_c 90 CRITICAL temperature 90 °C, limit 85 °C
+temp_internal_deg_c 78.5 WARNING WARNING: Temperature above its warning threshold: 78 °C, warning 78 °C
+temp_internal_deg_c 90 CRITICAL FAILED: Temperature above its maximum: 90 °C, highest 85 °C
 reserve_space_pct 10 OK
-reserve_space_pct 9 WARNING reserve space 9 %, limit 10 %"
+reserve_space_pct 9 WARNING WARNING: Reserve space used up: 9 %, warning 10 %"
 
 # Expected numbers of cards: number, state, and the problem.
 EXPECTED="2 OK
@@ -101,6 +105,8 @@ run_cases() {
   keep json with healthy check S100 --warn-reserve 98 --crit-temperature 10:60 --expect 2 -o json &
   keep rangejson with healthy check S100 --warn-reserve 98 --crit-temperature 10:60 -o json &
   keep limits with healthy check S100 --warn-temperature 40:50 --crit-temperature 60 &
+  keep loose with own1 check S100 --warn-temperature 80 --crit-temperature 100 --warn-reserve 5 &
+  keep strict with own1 check S100 --crit-temperature 60 &
   wait
 }
 
@@ -119,7 +125,7 @@ one() { echo "CORVANE $1 - 1 card: 1 $1${2:+; a0 $1: $2}"; }
     same "$(one "$state" "$problem")" "$(line "case$number")"
     number=$((number + 1))
   done <<<"$CASES"
-  [ "$number" -eq 18 ]
+  [ "$number" -eq 22 ]
 }
 
 @test "an invalid threshold is an error" {
@@ -143,7 +149,7 @@ one() { echo "CORVANE $1 - 1 card: 1 $1${2:+; a0 $1: $2}"; }
   while read -r attribute value state problem; do
     echo "$attribute $value"
     ended "own$number" "$(code "$state")"
-    same "$(one "$state" "$problem")" "$(line "own$number")"
+    same "CORVANE $state - 1 card: 1 $state${problem:+; a0 $problem}" "$(line "own$number")"
     number=$((number + 1))
   done <<<"$OWN"
   [ "$number" -eq 5 ]
@@ -189,6 +195,18 @@ one() { echo "CORVANE $1 - 1 card: 1 $1${2:+; a0 $1: $2}"; }
 
 @test "performance data contains the thresholds of the user" {
   same "S100_temperature_celsius=48.2;40:50;60" "$(out limits | grep -oE 'S100_temp[^ ]*')"
+}
+
+@test "a threshold applies in addition to the card's own limit" {
+  ended loose 1
+  same "$(one WARNING "Temperature above its warning threshold: 78 °C, warning 78 °C")" "$(line loose)"
+  same "S100_temperature_celsius=78.5;78;85 S100_reserve_space=97%;10:;;0;100" \
+    "$(out loose | grep -oE 'S100_(temp|reserve)[^ ]*' | xargs)"
+}
+
+@test "a critical threshold makes a card with a warning CRITICAL" {
+  ended strict 2
+  same "$(one CRITICAL "temperature 78.5 °C, limit 60 °C, Temperature above its warning threshold: 78 °C, warning 78 °C")" "$(line strict)"
 }
 
 @test "check -o json has numbers in base units, and ranges" {
