@@ -97,6 +97,7 @@ bool Collector::RunPlugin() {
   limits.m_Call = m_Settings.m_CallTimeout;
   const bool hadUnlogged = m_EventLog.HasUnlogged();
   WorkerSession session(*worker, m_EventLog, limits);
+  m_LedReader.Forget();
   ForwardEvents({}, hadUnlogged);
   bool needsRestart = false;
   try {
@@ -160,6 +161,7 @@ void Collector::RecordLed(const Snapshot& snapshot, const Console::PluginCommand
   if (!isExecuted || !reply || reply->m_Result != PI::SUCCESS) return;
   m_Leds.Record(SerialOf(snapshot, command.m_Object), operation->m_OperationID,
                 snapshot.m_Plugin.m_Process);
+  m_LedReader.Invalidate(command.m_Object);
 }
 
 void Collector::RestoreLeds(WorkerSession& session) {
@@ -267,6 +269,8 @@ void Collector::Publish(WorkerSession& session, std::uint64_t refreshes) {
   snapshot.m_HasCards = session.HasCards();
   snapshot.m_Objects = session.Topology();
   snapshot.m_Times = session.Times();
+  // Before the unresponsive cards, so that a card that hangs now is one of them.
+  snapshot.m_Cards.m_LocateLeds = m_LedReader.Read(session, snapshot.m_Objects);
   snapshot.m_UnresponsiveCards = session.UnresponsiveCards();
   snapshot.m_Cards.m_Unreadable = UnreadableCardsOf(snapshot);
   snapshot.m_Info = session.Info();

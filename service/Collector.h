@@ -16,6 +16,7 @@
 #include "base/Mutex.h"
 #include "console/base/Notifier.h"
 #include "console/base/Output.h"
+#include "console/plugin/LocateLedReader.h"
 #include "console/plugin/PluginFiles.h"
 #include "hostkit/EventLog.h"
 #include "service/LocateLeds.h"
@@ -124,6 +125,9 @@ class Collector {
   std::atomic<bool> m_IsStopping{false};
   ProgressWatch m_Progress{m_Settings.m_Now};
   mutable LocateLeds m_Leds;
+  // Another program that switches an LED is noticed after this time.
+  static constexpr std::chrono::minutes kMaxLedAge{1};
+  mutable Console::LocateLedReader m_LedReader{kMaxLedAge};
 
   mutable Base::Mutex m_Lock;
   std::shared_ptr<Worker> m_pRunning HOST_GUARDED_BY(m_Lock);  // null: no plug-in is running

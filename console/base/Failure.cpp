@@ -34,7 +34,7 @@ Failure StopFailure(std::string text, std::vector<std::string> advice) {
 }
 
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice) {
-  return Failure(ExitCode::Usage, "USAGE", why, std::move(advice));
+  return Failure(ExitCode::Usage, kUsageError, why, std::move(advice));
 }
 
 std::vector<std::string> DidYouMean(const std::string& word,

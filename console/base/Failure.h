@@ -51,7 +51,11 @@ Failure PluginFailure(const std::string& what, std::uint32_t error);
 // `Stopped` exception.
 Failure StopFailure(std::string text, std::vector<std::string> advice = {});
 
-// Returns a usage error. Without advice, the report refers to the help.
+// The identifier of a usage error.
+inline constexpr const char* kUsageError = "USAGE";
+
+// Returns a usage error. The report adds the name of the command, and refers to its help if there
+// is no advice.
 Failure UsageFailure(const std::string& why, std::vector<std::string> advice = {});
 
 // Returns "Did you mean ...?" for a mistyped `word`, or empty if no candidate is similar.

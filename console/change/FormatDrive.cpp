@@ -263,9 +263,12 @@ std::optional<Object> AwaitScan(Context& context, const Model& before, const Obj
   }
 }
 
-Json SizesJson(const Object& drive) {
+// Returns the sizes of a drive; null values if `drive` is null.
+Json SizesJson(const Object* drive) {
   Json json = Json::object();
-  for (const char* name : kChangedFields) PutValue(json, name, ReadField(drive, name));
+  for (const char* name : kChangedFields) {
+    PutValue(json, name, drive == nullptr ? Value() : ReadField(*drive, name));
+  }
   return json;
 }
 
@@ -317,9 +320,9 @@ CommandResult FormatResult(const Object& drive, const Plan& plan,
   result.m_Json = {{"object", drive.m_Selector},
                    {"operation", OperationName(PI::OP_FORMAT_DEVICE)},
                    {"number", FormatRow().m_Number},
-                   {"before", SizesJson(drive)},
+                   {"before", SizesJson(&drive)},
                    {"planned", PlannedJson(plan)},
-                   {"after", after ? SizesJson(*after) : Json()},
+                   {"after", SizesJson(after ? &*after : nullptr)},
                    {"changed", *result.m_Changed},
                    {"dry_run", dryRun},
                    {"would_change", WouldChangeJson(dryRun, outcome == Outcome::Planned)},

@@ -8,6 +8,7 @@
 
 #include "console/base/Number.h"
 #include "console/change/CardFailure.h"
+#include "console/plugin/LocateLedReader.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
@@ -49,14 +50,9 @@ std::uint32_t Check(Session& session, std::uint64_t object, PI::_OPERATION_ID nu
 }
 
 std::string LocateLedState(Session& session, std::uint64_t object) {
-  switch (Check(session, object, PI::OP_LOCATE_DEVICE)) {
-    case PI::SUCCESS:
-      return "off";
-    case PI::ERR_LOCATE_IN_PROGRESS:
-      return "on";
-    default:
-      return {};
-  }
+  const std::optional<bool> isOn = ReadLocateLed(session, object);
+  if (!isOn) return {};
+  return *isOn ? "on" : "off";
 }
 
 bool HasValue(const PI::CProperty& property, std::int32_t value) {
@@ -129,6 +125,10 @@ std::uint32_t ResolveOperation(const Object& object, const std::string& text) {
   std::vector<std::string> advice = DidYouMean(text, names);
   advice.push_back(fmt::format("See: corvane-host op list {}", object.m_Selector));
   throw Failure(ExitCode::Usage, "NO_SUCH_OPERATION", text, "no such operation", advice);
+}
+
+const char* AspectName(Aspect aspect) {
+  return aspect == Aspect::LocateLed ? "locate_led" : "state";
 }
 
 std::string StateOf(Session& session, std::uint64_t object, Aspect aspect) {

@@ -42,6 +42,9 @@ std::string OperationName(std::uint32_t number);
 // may also be a number. Throws `Failure` for an unknown name.
 std::uint32_t ResolveOperation(const Object& object, const std::string& text);
 
+// Returns the name of an aspect's state in JSON.
+const char* AspectName(Aspect aspect);
+
 // Queries the plug-in for the current state of an object in one aspect: "on" or "off" for the
 // locate LED; "attached", "detached" or an activity for the card; "online", "offline" or "partly
 // online" for the storage units. Returns an empty string if unknown.

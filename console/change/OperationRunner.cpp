@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/replace.hpp>
 #include <cctype>
 
 #include "base/Printable.h"
@@ -98,8 +100,12 @@ Failure TimeoutFailure(const OperationRow& row, const Object& object, millisecon
                   fmt::format("Check its state: corvane-host show {}", object.m_Selector)});
 }
 
-Json StateJson(const std::string& state) {
-  return state.empty() ? Json() : Json(state);
+// Returns the state as the member that the operation changes; an operation that this host does not
+// know changes no known member.
+Json StateJson(const OperationRow* row, const std::string& state) {
+  if (row == nullptr) return Json::object();
+  const std::string name = boost::replace_all_copy(boost::to_upper_copy(state), " ", "_");
+  return {{AspectName(row->m_Aspect), state.empty() ? Json() : Json(name)}};
 }
 
 std::string StateText(const std::string& state) {
@@ -276,8 +282,8 @@ CommandResult ChangeResult(const Context& context, const Object& object, std::ui
   result.m_Json = {{"object", object.m_Selector},
                    {"operation", OperationName(operation)},
                    {"number", operation},
-                   {"before", StateJson(change.m_Before)},
-                   {"after", StateJson(change.m_After)},
+                   {"before", StateJson(row, change.m_Before)},
+                   {"after", StateJson(row, change.m_After)},
                    {"changed", *result.m_Changed},
                    {"dry_run", dryRun},
                    {"would_change", WouldChangeJson(dryRun, differs)},

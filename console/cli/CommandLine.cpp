@@ -82,6 +82,16 @@ std::string FindOutputFormat(const std::vector<std::string>& arguments) {
   return {};
 }
 
+// Finds the command even if the arguments cannot be parsed.
+std::vector<std::string> FindCommand(const std::vector<std::string>& arguments) {
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    if (arguments[i].empty() || arguments[i].front() != '-') return {arguments[i]};
+    const OptionRow* option = FindOption(arguments[i]);
+    if (option != nullptr && RequiresValue(*option)) ++i;
+  }
+  return {};
+}
+
 // Returns a specific message if the last argument is an option that lacks its value, and the
 // parser's message for all other errors.
 std::string ParseErrorText(const std::vector<std::string>& arguments, const CLI::ParseError& e) {
@@ -158,6 +168,7 @@ void ParseCommandLine(const std::vector<std::string>& arguments, Options& option
     StoreAll(*app, options);
   } catch (const CLI::ParseError& e) {
     options.m_OutputFormat = FindOutputFormat(arguments);
+    options.m_Words = FindCommand(arguments);
     throw UsageFailure(ParseErrorText(arguments, e));
   }
   CheckValues(*app, options);

@@ -30,10 +30,13 @@ const GroupRow& RowOf(Group group) {
                        [&](const GroupRow& row) { return row.m_Group == group; });
 }
 
+std::string UnknownCommandText(const std::string& word) {
+  return fmt::format("{}: unknown command", word);
+}
+
 void CheckCount(const Command& command, std::size_t count) {
   if (count >= command.m_MinArguments && count <= command.m_MaxArguments) return;
-  throw UsageFailure(fmt::format("{} has too {} arguments", command.m_Name,
-                                 count < command.m_MinArguments ? "few" : "many"),
+  throw UsageFailure(count < command.m_MinArguments ? "too few arguments" : "too many arguments",
                      {fmt::format("Usage: corvane-host {}", Synopsis(command)),
                       fmt::format("See: corvane-host help {}", command.m_Name)});
 }
@@ -41,7 +44,7 @@ void CheckCount(const Command& command, std::size_t count) {
 void CheckOutputFormat(const Command& command, const std::string& format) {
   const std::vector<std::string>& formats = command.m_OutputFormats;
   if (format.empty() || std::find(formats.begin(), formats.end(), format) != formats.end()) return;
-  throw UsageFailure(fmt::format("{} does not support --output {}", command.m_Name, format),
+  throw UsageFailure(fmt::format("does not support --output {}", format),
                      {fmt::format("Supported: {}", fmt::join(formats, ", "))});
 }
 
@@ -52,7 +55,7 @@ void RequireNotAFile(const Options& options) {
   const bool alone = options.m_Simulate && options.m_Simulate->empty();
   if (!alone || word.find('/') == std::string::npos) return;
   throw UsageFailure(
-      fmt::format("unknown command '{}'", word),
+      UnknownCommandText(word),
       {fmt::format("To use it as the file of simulated cards: --simulate={}", word)});
 }
 
@@ -61,7 +64,7 @@ void CheckOptions(const CommandTable& commands, const Command& command, const Op
     const OptionRow& row = *FindOption(name);
     if (HasOption(command, row)) continue;
     throw UsageFailure(
-        fmt::format("{} does not accept {}", command.m_Name, name),
+        fmt::format("does not accept {}", name),
         {fmt::format("Commands that accept it: {}", fmt::join(CommandsWith(commands, row), ", ")),
          fmt::format("See: corvane-host help {}", command.m_Name)});
   }
@@ -84,7 +87,7 @@ const Command& CommandTable::Require(const std::string& name) const {
   }
   std::vector<std::string> advice = DidYouMean(name, names);
   advice.push_back(fmt::format("Commands: {}", fmt::join(names, ", ")));
-  throw UsageFailure(fmt::format("unknown command '{}'", name), advice);
+  throw UsageFailure(UnknownCommandText(name), advice);
 }
 
 const Command& CommandTable::Resolve(const Options& options) const {

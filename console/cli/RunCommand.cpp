@@ -1,5 +1,7 @@
 #include "console/cli/RunCommand.h"
 
+#include <fmt/format.h>
+
 #include "console/base/Output.h"
 #include "console/base/StopSignals.h"
 #include "console/cli/CommandTimeLimits.h"
@@ -37,6 +39,12 @@ std::vector<std::string> AdviceFor(const Failure& failure, const Invocation& inv
   return {"See: corvane-host help" + (known ? " " + options.m_Words.front() : "")};
 }
 
+// A usage error does not name the command.
+std::string MessageOf(const Failure& failure, const Command* command) {
+  const bool lacksCommand = failure.m_Id == kUsageError && command != nullptr;
+  return lacksCommand ? fmt::format("{}: {}", command->m_Name, failure.m_Text) : failure.m_Text;
+}
+
 // A failure has the same envelope as a result.
 std::string FailureText(const Invocation& invocation, const Failure& failure,
                         const Envelope& envelope) {
@@ -66,7 +74,8 @@ std::optional<bool> ChangedBy(const Command* command, ExitCode code) {
 ExitCode Report(const Invocation& invocation, const Failure& failure, const Context* context,
                 Diagnostics& diagnostics, ResultStream& stream) {
   const ExitCode code = invocation.m_Monitored ? ExitCode::Unknown : failure.m_Code;
-  diagnostics.Error(failure.m_Id, failure.m_Text, AdviceFor(failure, invocation));
+  diagnostics.Error(failure.m_Id, MessageOf(failure, invocation.m_pCommand),
+                    AdviceFor(failure, invocation));
   const char* command = invocation.m_pCommand == nullptr ? "" : invocation.m_pCommand->m_Name;
   Envelope envelope{command, std::nullopt, diagnostics.Messages(), code};
   if (context != nullptr) envelope = context->EnvelopeFor(code);

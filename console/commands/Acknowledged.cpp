@@ -54,6 +54,30 @@ Json AcknowledgmentJson(const Acknowledgment& acknowledgment) {
           {"note", acknowledgment.m_Note}};
 }
 
+std::string AcknowledgmentText(const Acknowledgment& acknowledgment) {
+  std::string text = "acknowledged by " + acknowledgment.m_User;
+  if (acknowledgment.m_Until) text += " until " + TimeText(*acknowledgment.m_Until);
+  return acknowledgment.m_Note.empty() ? text : text + ": " + acknowledgment.m_Note;
+}
+
+std::vector<Acknowledgment> ReadAcknowledgments(Context& context) {
+  try {
+    return Service::OpenStoredState(context.Open())->Acknowledgments();
+  } catch (const Failure& failure) {
+    if (failure.m_Code == ExitCode::TimedOut) throw;
+    context.m_Diagnostics.Note(failure.m_Id, failure.m_Text, failure.m_Advice);
+    return {};
+  }
+}
+
+const Acknowledgment* FindAcknowledgment(const std::vector<Acknowledgment>& all,
+                                         const std::string& serial, const std::string& reason) {
+  const auto found = std::find_if(all.begin(), all.end(), [&](const Acknowledgment& each) {
+    return each.m_SerialNumber == serial && each.m_Reason == reason;
+  });
+  return serial.empty() || found == all.end() ? nullptr : &*found;
+}
+
 const std::string& RequireReason(const std::string& command, const std::string& reason) {
   const std::vector<std::string>& reasons = AcknowledgeableReasons();
   if (std::find(reasons.begin(), reasons.end(), reason) != reasons.end()) return reason;

@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "console/base/Failure.h"
 #include "console/commands/StoredCard.h"
@@ -22,6 +23,18 @@ Failure UnknownReasonFailure(const std::string& command, const std::string& reas
 std::optional<Service::Acknowledgment> FindAcknowledgment(Service::StoredState& state,
                                                           const std::string& serial,
                                                           const std::string& reason);
+
+// Like the function above, for a list of acknowledgments; null if there is none.
+const Service::Acknowledgment* FindAcknowledgment(const std::vector<Service::Acknowledgment>& all,
+                                                  const std::string& serial,
+                                                  const std::string& reason);
+
+// Returns all acknowledgments in effect. Without a usable database, nothing is acknowledged, so no
+// problem is hidden: the failure is added as a note. Throws `Failure` on a timeout.
+std::vector<Service::Acknowledgment> ReadAcknowledgments(Context& context);
+
+// Returns who acknowledged a problem, until when, and the note.
+std::string AcknowledgmentText(const Service::Acknowledgment& acknowledgment);
 
 // Returns an acknowledgment as in all documents.
 Json AcknowledgmentJson(const Service::Acknowledgment& acknowledgment);

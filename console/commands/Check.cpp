@@ -2,6 +2,9 @@
 // same format.
 #include <fmt/format.h>
 
+#include <algorithm>
+
+#include "base/Printable.h"
 #include "console/base/Number.h"
 #include "console/base/Timestamp.h"
 #include "console/cli/CommandTable.h"
@@ -10,34 +13,25 @@
 #include "console/render/CommandResult.h"
 #include "console/report/CheckText.h"
 #include "console/report/CommandContext.h"
+#include "console/report/SeveralObjects.h"
 
 namespace Console {
 namespace {
 
 using Service::Acknowledgment;
 
-std::string AcknowledgmentText(const Acknowledgment& acknowledgment) {
-  std::string text = "acknowledged by " + acknowledgment.m_User;
-  if (acknowledgment.m_Until) text += " until " + TimeText(*acknowledgment.m_Until);
-  return acknowledgment.m_Note.empty() ? text : text + ": " + acknowledgment.m_Note;
-}
-
-// Without a usable database, nothing is acknowledged, so no problem is hidden.
-std::vector<Acknowledgment> ReadAcknowledgments(Context& context) {
-  try {
-    return Service::OpenStoredState(context.Open())->Acknowledgments();
-  } catch (const Failure& failure) {
-    if (failure.m_Code == ExitCode::TimedOut) throw;
-    context.m_Diagnostics.Note(failure.m_Id, failure.m_Text, failure.m_Advice);
-    return {};
-  }
+// Whether all cards are checked.
+bool ChecksAll(const Context& context) {
+  const std::vector<std::string>& names = context.m_Arguments;
+  return names.empty() || std::find(names.begin(), names.end(), kAllObjects) != names.end();
 }
 
 std::optional<std::size_t> ExpectedCards(const Context& context) {
   const Options& options = context.m_Options;
   if (options.m_Given.count("--expect") == 0) return std::nullopt;
-  if (!context.m_Arguments.empty()) {
-    throw UsageFailure("--expect: does not apply to a single object");
+  if (!ChecksAll(context)) {
+    throw UsageFailure("--expect: applies to all cards only",
+                       {"Omit the names: corvane-host check --expect 4"});
   }
   const auto number = ReadNumber<std::size_t>(options.m_Expect);
   if (number) return number;
@@ -119,18 +113,29 @@ Json CheckJson(const Model& model, const CheckResult& check,
   return json;
 }
 
+// Sets the objects to check. Throws `Failure` if none of the names has an object.
+void SelectObjects(Context& context, const Model& model, CheckInput& input) {
+  const std::vector<NamedObject> names = FindSeveral(model, context.m_Arguments);
+  const std::vector<const Object*> objects = ReportNotFound(context, names);
+  if (!ChecksAll(context)) input.m_Objects = objects;
+  for (const NamedObject& each : names) {
+    if (each.m_NotFound) input.m_NotFound.push_back(Base::Printable(each.m_NotFound->m_Text));
+  }
+}
+
 CommandResult Run(Context& context) {
-  CheckInput input{
-      ParseThresholds(context.m_Options), ExpectedCards(context), {}, context.m_Style.m_Ascii};
+  CheckInput input;
+  input.m_Ranges = ParseThresholds(context.m_Options);
+  input.m_ExpectedCards = ExpectedCards(context);
+  input.m_Ascii = context.m_Style.m_Ascii;
   const PerformanceData data = ParsePerformanceData(context.m_Options.m_PerformanceData);
   const Model model = context.Objects();
-  const Object* top =
-      context.m_Arguments.empty() ? nullptr : &Select(model, context.m_Arguments[0]);
+  SelectObjects(context, model, input);
   const std::vector<Acknowledgment> acknowledged = ReadAcknowledgments(context);
   for (const Acknowledgment& each : acknowledged) {
     input.m_Acknowledged.push_back({each.m_SerialNumber, each.m_Reason, AcknowledgmentText(each)});
   }
-  const CheckResult check = CheckObjects(model, top, input);
+  const CheckResult check = CheckObjects(model, input);
   CommandResult result;
   result.m_Code = CheckStateCode(check.m_State);
   result.m_Text = CheckText(check, input, data);
@@ -144,9 +149,9 @@ Command CheckCommand() {
   Command command;
   command.m_Group = Group::Inspect;
   command.m_Name = "check";
-  command.m_Arguments = "[OBJ]";
+  command.m_Arguments = "[OBJ...]";
   command.m_MinArguments = 0;
-  command.m_MaxArguments = 1;
+  command.m_MaxArguments = kAnyNumber;
   command.m_Summary = "print status and performance data for monitoring systems";
   command.m_OutputFormats = {"table", "json"};
   command.m_Options = {"--warn-temperature", "--crit-temperature", "--warn-reserve",
@@ -159,7 +164,9 @@ Command CheckCommand() {
       "state and the worst three problems, then performance data after '|' and one line per "
       "object. "
       "Thresholds apply in addition to the card's own limits. "
-      "Acknowledged problems count as OK. If the command line is invalid or the plug-in fails, the "
+      "Acknowledged problems count as OK. With OBJ, checks only these objects and the objects "
+      "below them; all selects all adapters, and a name without an object is UNKNOWN. If the command "
+      "line is invalid or the plug-in fails, the "
       "output "
       "has the same format.";
   command.m_Exits = {
@@ -169,6 +176,7 @@ Command CheckCommand() {
       {3, "UNKNOWN: no card, no plug-in, invalid command line, or timeout"}};
   command.m_Examples = {
       {"check", "run from a monitoring system", true},
+      {"check a0 a2", "check two cards; the worst state wins"},
       {"check --expect 4 --warn-reserve 20", "check the number of cards and their reserve"}};
   return command;
 }

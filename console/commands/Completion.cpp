@@ -17,7 +17,7 @@ const Script& RequireScript(const std::string& shell) {
   }
   std::vector<std::string> advice = DidYouMean(shell, shells);
   advice.push_back(fmt::format("Shells: {}", fmt::join(shells, ", ")));
-  throw UsageFailure(fmt::format("completion: no script for '{}'", shell), advice);
+  throw UsageFailure(fmt::format("no script for '{}'", shell), advice);
 }
 
 CommandResult Run(Context& context) {

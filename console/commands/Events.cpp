@@ -251,7 +251,7 @@ CommandResult Run(Context& context) {
     return result;
   }
   if (context.m_OutputFormat == "json") {
-    throw UsageFailure("events: --follow and --for do not support --output json",
+    throw UsageFailure("--follow and --for do not support --output json",
                        {"Pass --output jsonl for one JSON document per line."});
   }
   return Follow(context, query, filter, ParseDuration("--for", options.m_For));

@@ -1,8 +1,40 @@
 // list: cards, one per row.
+#include <algorithm>
+
 #include "console/cli/CommandTable.h"
+#include "console/commands/Acknowledged.h"
+#include "console/model/Health.h"
 #include "console/report/ObjectOverview.h"
 
 namespace Console {
+namespace {
+
+// Reads the acknowledgments only if a card has a problem.
+std::set<const Object*> AcknowledgedCards(Context& context, const Model& model) {
+  std::set<const Object*> cards;
+  std::optional<std::vector<Service::Acknowledgment>> all;
+  for (const Object& object : model.Objects()) {
+    if (object.m_Kind != Kind::Adapter) continue;
+    const std::vector<Reason> reasons = HealthOf(object).m_Reasons;
+    if (reasons.empty()) continue;
+    if (!all) all = ReadAcknowledgments(context);
+    const std::string serial = FieldText(object, "serial_number");
+    if (std::all_of(reasons.begin(), reasons.end(), [&](const Reason& reason) {
+          return FindAcknowledgment(*all, serial, reason.m_Name) != nullptr;
+        })) {
+      cards.insert(&object);
+    }
+  }
+  return cards;
+}
+
+CommandResult Run(Context& context) {
+  return CardOverview(context,
+                      [&](const Model& model) { return AcknowledgedCards(context, model); });
+}
+
+}  // namespace
+
 Command ListCommand() {
   Command command;
   command.m_Group = Group::Inspect;
@@ -10,10 +42,11 @@ Command ListCommand() {
   command.m_Summary = "list cards, one per row, the worst first";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl", "value"};
   command.m_Options = {"--columns", "--long"};
-  command.m_Run = CardOverview;
+  command.m_Run = Run;
   command.m_Description =
-      "Prints one row per card, those with the most severe status first; a value beyond its limit "
-      "is marked with an exclamation mark. --long adds PCI addresses, names, sizes in binary units "
+      "Prints one row per card, those with the most severe status first; a value beyond its "
+      "limit is marked with an exclamation mark, and a card whose problems are acknowledged is marked too. "
+      "--long adds PCI addresses, names, sizes in binary units "
       "and the drives; on a wide terminal, they are added as far as they fit. Machine formats "
       "contain adapters and drives in the order of their positions; with -o tsv, values are in "
       "base units, and the columns have the names that get accepts.";

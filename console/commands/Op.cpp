@@ -226,7 +226,7 @@ CommandResult RunUnknown(Context& context, const Model& model, const Object& obj
 CommandResult RunOperation(Context& context, const Model& model, const Object& object,
                            std::uint32_t number, const std::vector<Argument>& arguments) {
   if (number == PI::OP_GET_EVENTS) {
-    throw UsageFailure("op run does not collect events", {"Run: corvane-host events"});
+    throw UsageFailure("run does not collect events", {"Run: corvane-host events"});
   }
   const OperationRow* row = FindOperation(number);
   if (row == nullptr) return RunUnknown(context, model, object, number, arguments);
@@ -261,11 +261,11 @@ const Action& ChooseAction(const std::vector<std::string>& words) {
     if (words[0] != action.m_Name) continue;
     const std::size_t count = words.size() - 1;
     if (count >= action.m_MinArguments && count <= action.m_MaxArguments) return action;
-    throw UsageFailure(fmt::format("op {} has too {} arguments", action.m_Name,
+    throw UsageFailure(fmt::format("{} has too {} arguments", action.m_Name,
                                    count < action.m_MinArguments ? "few" : "many"),
                        {fmt::format("Usage: corvane-host {}", action.m_Usage)});
   }
-  throw UsageFailure(fmt::format("op: unknown action '{}'", words[0]), DidYouMean(words[0], names));
+  throw UsageFailure(fmt::format("unknown action '{}'", words[0]), DidYouMean(words[0], names));
 }
 
 CommandResult Run(Context& context) {

@@ -19,7 +19,7 @@ bool IsSocket(int descriptor) {
 }
 
 CommandResult Run(Context& context) {
-  if (!IsSocket(kSocket)) throw UsageFailure("plugin-process: only the service can start it");
+  if (!IsSocket(kSocket)) throw UsageFailure("only the service can start it");
   CommandResult result;
   const PluginFiles plugin = {context.m_Arguments[0], context.m_Arguments[1]};
   result.m_Code = Service::RunPluginProcess(plugin, kSocket) == EXIT_SUCCESS ? ExitCode::Done

@@ -25,7 +25,7 @@ std::vector<RowSource> RequestedSources(const std::vector<std::string>& argument
   const std::vector<std::string> names = RowTableNames();
   std::vector<std::string> advice = DidYouMean(arguments[0], names);
   advice.push_back(fmt::format("Tables: {}", boost::join(names, ", ")));
-  throw UsageFailure(fmt::format("rows: unknown table '{}'", arguments[0]), advice);
+  throw UsageFailure(fmt::format("unknown table '{}'", arguments[0]), advice);
 }
 
 RowTable Read(Session& session, const RowSource& source) {

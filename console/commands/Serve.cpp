@@ -26,7 +26,7 @@ CommandResult Run(Context& context) {
   const std::filesystem::path socket =
       path.empty() ? Service::DefaultSocket() : std::filesystem::path(path);
   if (socket.empty()) {
-    throw UsageFailure("serve: no directory for the socket", {"Pass --socket PATH."});
+    throw UsageFailure("no directory for the socket", {"Pass --socket PATH."});
   }
   Service::ServeSettings settings;
   settings.m_Listen.m_Socket = std::filesystem::absolute(socket);

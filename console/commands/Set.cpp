@@ -36,7 +36,16 @@ int ParseNumber(const std::string& text) {
                      {"For example: corvane-host set plugin poll_interval=30"});
 }
 
+Failure NotWritable(const Object& object, const PropertyName& name) {
+  return Failure(ExitCode::Refused, "NOT_WRITABLE",
+                 fmt::format("set {} {}", object.m_Selector, name.m_Text), "read-only",
+                 {"Nothing was changed."});
+}
+
+// Throws `Failure` for a field that this host derives, and if the plug-in does not report the
+// property.
 PI::CProperty ReadRecord(Session& session, const Object& object, const PropertyName& name) {
+  if (name.m_Number == kNoProperty) throw NotWritable(object, name);
   const std::vector<PI::CProperty> record = session.Property(object.m_ID, name.m_Number);
   if (!record.empty()) return record.front();
   throw Failure(ExitCode::Failed, "PROPERTY_UNKNOWN",
@@ -47,9 +56,7 @@ PI::CProperty ReadRecord(Session& session, const Object& object, const PropertyN
 // Rejects a read-only property without calling the plug-in.
 void RequireWritable(const Object& object, const PropertyName& name, const PI::CProperty& record) {
   if (record.m_Writable && record.m_ValueType == PI::VALUE_TYPE_RANGE) return;
-  throw Failure(ExitCode::Refused, "NOT_WRITABLE",
-                fmt::format("set {} {}", object.m_Selector, name.m_Text), "read-only",
-                {"Nothing was changed."});
+  throw NotWritable(object, name);
 }
 
 struct Change {
@@ -174,11 +181,12 @@ CommandResult Run(Context& context) {
   CommandResult result = dryRun ? PlannedResult(context, object, name, change)
                                 : MadeResult(context, object, name, change);
   const Field* field = FindField(object.m_Kind, assignment.m_Property);
+  const std::string property = field == nullptr ? name.m_Text : field->m_Name;
   result.m_Changed = differs && !dryRun;
   result.m_Json = {{"object", object.m_Selector},
-                   {"property", field == nullptr ? name.m_Text : field->m_Name},
-                   {"before", change.m_Before},
-                   {"after", change.m_After},
+                   {"property", property},
+                   {"before", {{property, change.m_Before}}},
+                   {"after", {{property, change.m_After}}},
                    {"saved", dryRun ? Json() : Json(WasSaved(change))},
                    {"dry_run", dryRun},
                    {"would_change", WouldChangeJson(dryRun, differs)}};

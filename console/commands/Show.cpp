@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "console/change/KnownOperations.h"
 #include "console/cli/CommandTable.h"
 #include "console/model/PropertyName.h"
 #include "console/model/Selectors.h"
@@ -12,12 +11,11 @@
 #include "console/render/ObjectTable.h"
 #include "console/report/CommandContext.h"
 #include "console/report/GroupedObject.h"
+#include "console/report/SeveralObjects.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
 namespace {
-
-constexpr const char* kLocateLed = "locate_led";
 
 Json PropertyJson(const PI::CProperty& property) {
   const Value value = ReadProperty(property);
@@ -103,25 +101,38 @@ Table TableOf(const Model& model, const Object& object, bool ascii) {
   return table;
 }
 
-// The state of the locate LED; empty if the object has none.
-std::string LocateLedText(Context& context, const Object& object) {
-  if (!object.SupportsOperation(PI::OP_LOCATE_DEVICE)) return {};
-  const std::string state = StateOf(context.Open(), object.m_ID, Aspect::LocateLed);
-  return state.empty() ? "-" : state;
+// Adds the object to each row, so that the rows of several objects can be told apart.
+void AddObjectColumn(Table& table, const Object& object) {
+  table.m_Columns.insert(table.m_Columns.begin(), {"OBJECT", "object", false});
+  for (Row& row : table.m_Rows) {
+    row.m_Cells.insert(row.m_Cells.begin(), TextCell(object.m_Selector));
+  }
+}
+
+CommandResult ResultFor(const Context& context, const Model& model, const Object& object,
+                        bool isSeveral) {
+  CommandResult result;
+  result.m_Json = ResultOf(model, object);
+  result.m_Table = TableOf(model, object, context.m_Style.m_Ascii);
+  if (context.m_OutputFormat == "table") {
+    result.m_Text = GroupedText(object, result.m_Table, context.m_Style);
+    if (isSeveral) result.m_Text = fmt::format("{}\n{}\n", object.m_Selector, *result.m_Text);
+  }
+  if (isSeveral) AddObjectColumn(result.m_Table, object);
+  return result;
 }
 
 CommandResult Run(Context& context) {
   const Model model = context.Objects();
-  const Object& object = Select(model, context.m_Arguments[0]);
-  CommandResult result;
-  result.m_Json = ResultOf(model, object);
-  result.m_Table = TableOf(model, object, context.m_Style.m_Ascii);
-  if (context.m_OutputFormat != "table") return result;
-  Table table = result.m_Table;
-  const std::string led = LocateLedText(context, object);
-  if (!led.empty()) table.m_Rows.push_back({{TextCell(kLocateLed), TextCell(led)}, std::nullopt});
-  result.m_Text = GroupedText(object, table, context.m_Style);
-  return result;
+  const std::vector<NamedObject> named = FindSeveral(model, context.m_Arguments);
+  const bool isSeveral =
+      context.m_Arguments.size() > 1 || context.m_Arguments.front() == kAllObjects;
+  std::vector<std::string> names;
+  for (const NamedObject& each : named) names.push_back(each.m_Name);
+  return RunForEach(context, names, isSeveral, [&](std::size_t i) {
+    if (named[i].m_NotFound) throw Failure(*named[i].m_NotFound);
+    return ResultFor(context, model, *named[i].m_pObject, isSeveral);
+  });
 }
 
 }  // namespace
@@ -130,18 +141,18 @@ Command ShowCommand() {
   Command command;
   command.m_Group = Group::Inspect;
   command.m_Name = "show";
-  command.m_Arguments = "OBJ";
+  command.m_Arguments = "OBJ...";
   command.m_MinArguments = 1;
-  command.m_MaxArguments = 1;
-  command.m_Summary = "show all properties of one object";
+  command.m_MaxArguments = kAnyNumber;
+  command.m_Summary = "show all properties of an object";
   command.m_OutputFormats = {"table", "tsv", "json"};
   command.m_Run = Run;
   command.m_Description =
       "Shows all properties that the plug-in reports for the object, in groups and with units, "
       "bars for values with a limit, the state of the locate LED, and the operations that the "
-      "object supports.";
+      "object supports. OBJ may also be all, which selects all adapters.";
   command.m_Examples = {{"show a0", "show an adapter"},
-                        {"show a0/d0 -o json", "show a drive, for a script"}};
+                        {"show a0 a0/d0 -o json", "show a card and its drive, for a script"}};
   return command;
 }
 

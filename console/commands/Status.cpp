@@ -7,6 +7,7 @@
 #include "base/Printable.h"
 #include "console/base/Timestamp.h"
 #include "console/cli/CommandTable.h"
+#include "console/commands/Acknowledged.h"
 #include "console/model/EffectiveState.h"
 #include "console/model/Health.h"
 #include "console/model/Selectors.h"
@@ -26,7 +27,10 @@ namespace {
 
 using Objects = std::vector<const Object*>;
 
-Json ReasonJson(const Reason& reason) {
+using Service::Acknowledgment;
+
+// `acknowledgment` may be null.
+Json ReasonJson(const Reason& reason, const Acknowledgment* acknowledgment) {
   Json json = {{"number", reason.m_Number},
                {"name", reason.m_Name},
                {"caption", reason.m_Caption},
@@ -35,6 +39,7 @@ Json ReasonJson(const Reason& reason) {
                {"limit", ReadingJson(reason.m_Limit)}};
   json["advice"] = nullptr;
   if (!reason.m_Advice.empty()) json["advice"] = reason.m_Advice;
+  json["acknowledgment"] = acknowledgment == nullptr ? Json() : AcknowledgmentJson(*acknowledgment);
   return json;
 }
 
@@ -44,6 +49,13 @@ struct StatusEntry {
   Health m_Health;
   std::optional<std::uint64_t> m_Since;
   bool m_IsNamed = false;  // by the user
+  // Of each reason; empty: not acknowledged.
+  std::vector<std::optional<Acknowledgment>> m_Acknowledgments;
+
+  const Acknowledgment* AcknowledgmentOf(std::size_t reason) const {
+    const bool isKnown = reason < m_Acknowledgments.size() && m_Acknowledgments[reason];
+    return isKnown ? &*m_Acknowledgments[reason] : nullptr;
+  }
 };
 
 Json HealthJson(const StatusEntry& entry) {
@@ -61,7 +73,9 @@ Json HealthJson(const StatusEntry& entry) {
     json["last_read_at"] = TimeJson(object.m_LastRead);
   }
   json["reasons"] = Json::array();
-  for (const Reason& reason : health.m_Reasons) json["reasons"].push_back(ReasonJson(reason));
+  for (std::size_t i = 0; i < health.m_Reasons.size(); ++i) {
+    json["reasons"].push_back(ReasonJson(health.m_Reasons[i], entry.AcknowledgmentOf(i)));
+  }
   return json;
 }
 
@@ -188,7 +202,12 @@ std::string HealthText(const Model& model, const StatusEntry& entry, const Style
   const Object& object = *entry.m_pObject;
   const Health& health = entry.m_Health;
   std::string text = HeaderText(model, entry, style);
-  for (const Reason& reason : health.m_Reasons) text += ReasonLine(model, object, reason, style);
+  for (std::size_t i = 0; i < health.m_Reasons.size(); ++i) {
+    text += ReasonLine(model, object, health.m_Reasons[i], style);
+    const Acknowledgment* acknowledgment = entry.AcknowledgmentOf(i);
+    if (acknowledgment == nullptr) continue;
+    text += PartsText({Base::Printable(AcknowledgmentText(*acknowledgment))}, style);
+  }
   const bool isExplained = IsHealthy(health.m_Status) || IsDetached(health);
   if (health.m_Reasons.empty() && !isExplained) {
     text += PartsText({TextWithoutReason(health), "show " + object.m_Selector}, style);
@@ -238,24 +257,20 @@ std::string Text(const Model& model, const std::vector<StatusEntry>& all, const 
   return text + HealthyText(healthy, cards);
 }
 
-// Returns the named objects, each with the objects below it, or all objects if none is named.
-Objects ObjectsBelow(const Model& model, const Objects& named) {
-  if (named.empty()) return ObjectsWithStatus(model);
-  Objects chosen;
-  for (const Object* top : named) {
-    for (const Object* object : ObjectsWithStatus(model, top)) {
-      if (std::find(chosen.begin(), chosen.end(), object) == chosen.end()) chosen.push_back(object);
-    }
+void AddAcknowledgments(StatusEntry& entry, const std::vector<Acknowledgment>& all) {
+  const std::string serial = FieldText(*entry.m_pObject, "serial_number");
+  for (const Reason& reason : entry.m_Health.m_Reasons) {
+    const Acknowledgment* found = FindAcknowledgment(all, serial, reason.m_Name);
+    entry.m_Acknowledgments.push_back(found == nullptr ? std::nullopt : std::optional(*found));
   }
-  return chosen;
 }
 
-// Reads the event log only if an object has status reasons.
+// Reads the event log and the acknowledgments only if an object has status reasons.
 std::vector<StatusEntry> CreateEntries(Context& context, const Model& model, const Objects& named) {
   std::vector<StatusEntry> all;
-  for (const Object* object : ObjectsBelow(model, named)) {
+  for (const Object* object : ObjectsWithStatus(model, named)) {
     const bool isNamed = std::find(named.begin(), named.end(), object) != named.end();
-    all.push_back({object, HealthOf(*object), std::nullopt, isNamed});
+    all.push_back({object, HealthOf(*object), std::nullopt, isNamed, {}});
   }
   if (std::all_of(all.begin(), all.end(),
                   [](const StatusEntry& entry) { return entry.m_Health.m_Reasons.empty(); })) {
@@ -264,7 +279,9 @@ std::vector<StatusEntry> CreateEntries(Context& context, const Model& model, con
   context.Open().CollectEvents();
   const auto events =
       EventMatcher(model).GroupByObject(context.EventLog().Read(0, EventLogClient::kAll));
+  const std::vector<Acknowledgment> acknowledged = ReadAcknowledgments(context);
   for (StatusEntry& entry : all) {
+    AddAcknowledgments(entry, acknowledged);
     const auto found = events.find(entry.m_pObject);
     if (entry.m_pObject->m_Access != Access::Readable && entry.m_pObject->m_LastSeen != 0) {
       entry.m_Since = entry.m_pObject->m_LastSeen;
@@ -276,10 +293,11 @@ std::vector<StatusEntry> CreateEntries(Context& context, const Model& model, con
 
 CommandResult Run(Context& context) {
   const Model model = context.Objects();
-  const auto select = [&](const std::string& name) -> const Object& { return Select(model, name); };
-  const Objects named = SelectSeveral(model, context.m_Arguments, Kind::Adapter, select).m_Objects;
+  const std::vector<NamedObject> names = FindSeveral(model, context.m_Arguments);
+  const Objects named = ReportNotFound(context, names);
   const std::vector<StatusEntry> all = CreateEntries(context, model, named);
   CommandResult result;
+  if (named.size() < names.size()) result.m_Code = ExitCode::PartlyFailed;
   result.m_Items = "objects";
   result.m_Json = {{"objects", Json::array()}};
   result.m_Table.m_Columns = {{"OBJECT", "object", false},
@@ -311,7 +329,7 @@ Command StatusCommand() {
       "Shows the cards that are not healthy, those with the most severe status first: their "
       "place, and for each reason the reading with its limits, the recommended action and the "
       "command that explains it. Healthy cards are counted. With OBJ, shows only these objects "
-      "and the objects below them.";
+      "and the objects below them; all selects all adapters.";
   command.m_Examples = {{"status", "find out why a card has a warning, and what to do", true},
                         {"status a1 -o json", "check one card, for a script"}};
   return command;

@@ -51,13 +51,23 @@ std::string ToggleLocateLed(Context& context, const Model& model, std::uint64_t 
   return fmt::format("locate LED of {} is {}", card->m_Selector, isOn ? "off" : "on");
 }
 
+// Shows messages that were added since the last call, because they are printed only after the
+// screen is closed.
+void ShowMessages(const Diagnostics& diagnostics, std::size_t& seen, WatchView& view) {
+  const std::vector<Message>& messages = diagnostics.Messages();
+  if (messages.size() > seen) view.SetMessage(messages.back().m_Text);
+  seen = messages.size();
+}
+
 // Redraws the screen after each update and key press, and once per second for the clock.
 void RunOnScreen(Context& context, Screen& screen, LiveModel& live, const Deadline& deadline) {
   constexpr milliseconds kRedrawInterval{1000};
   WaitSet waitSet = context.ReaderWaitSet();
   waitSet.m_Readable = STDIN_FILENO;
   WatchView view(HostName(), context.m_Style.m_Ascii);
+  std::size_t seen = context.m_Diagnostics.Messages().size();
   while (!deadline.HasPassed() && !context.HasLostReader()) {
+    ShowMessages(context.m_Diagnostics, seen, view);
     screen.Show(view.Draw(live, screen.Size(), NowMs()));
     live.Wait(deadline.Remaining(kRedrawInterval), waitSet);
     for (KeyPress press = screen.Read(); press.m_Key != Key::None; press = screen.Read()) {
@@ -163,7 +173,7 @@ void RequireQuietTrace(const Options& options) {
       !options.m_TraceFile.empty() || secure_getenv("CORVANE_TRACE_FILE") != nullptr;
   const bool traces = options.m_Trace || secure_getenv("CORVANE_TRACE") != nullptr;
   if (!traces || toFile || isatty(STDERR_FILENO) == 0) return;
-  throw UsageFailure("watch: the trace would overwrite the screen",
+  throw UsageFailure("the trace would overwrite the screen",
                      {"Write the trace to a file with --trace-file FILE."});
 }
 

@@ -33,11 +33,18 @@ struct UnreadableCard {
   std::string m_Reason;
 };
 
+// The locate LED of an adapter, whose id is valid for the plug-in process that reported it.
+struct LocateLed {
+  std::uint64_t m_Adapter = 0;
+  bool m_IsOn = false;
+};
+
 struct CardRecords {
   std::vector<KnownCard> m_Known;   // a card that the plug-in does not report is missing
   std::int64_t m_NextPosition = 0;  // the lowest position that no known card has had
   std::vector<UnreadableCard> m_Unreadable;
   std::vector<std::string> m_Formatting;  // serial numbers of the cards that are being formatted
+  std::vector<LocateLed> m_LocateLeds;    // without those whose state is unknown
 };
 
 // Whether two records differ, apart from the times of the last observation of present cards.

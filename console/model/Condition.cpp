@@ -124,9 +124,9 @@ Condition::Condition(const std::string& text) : m_Text(text) {
     break;
   }
   if (m_Operator.empty())
-    throw UsageFailure(fmt::format("wait: '{}' is not a valid condition", text), Advice(text));
+    throw UsageFailure(fmt::format("'{}' is not a valid condition", text), Advice(text));
   if (IsRelationalOperator(m_Operator) && !ReadNumber<double>(m_Value)) {
-    throw UsageFailure(fmt::format("wait: '{}' is not a number", m_Value),
+    throw UsageFailure(fmt::format("'{}' is not a number", m_Value),
                        {"For example: temperature_celsius<70"});
   }
 }

@@ -14,6 +14,10 @@
 namespace Console {
 namespace {
 
+constexpr const char* kLocateLed = "locate_led";
+constexpr const char* kOn = "ON";
+constexpr const char* kOff = "OFF";
+
 struct StatusRow {
   const char* m_Name;
   Severity m_Severity;
@@ -183,8 +187,10 @@ bool IsAvailable(const Object& drive) {
 
 }  // namespace
 
-std::vector<std::string> EffectiveStatuses(Kind kind) {
+std::vector<std::string> DerivedChoices(Kind kind, const std::string& field) {
+  if (field == kLocateLed) return {kOn, kOff};
   std::vector<std::string> names;
+  if (field != "status") return names;
   for (const StatusRow& row : kStatuses) {
     const bool isDerived =
         (kind == Kind::Adapter && row.m_IsOfAdapters) || (kind == Kind::Drive && row.m_IsOfDrives);
@@ -215,6 +221,16 @@ void DeriveAdapter(Object& adapter, const CardPlace& place,
   SetTime(adapter, "last_read_at", adapter.m_LastRead);
   adapter.m_LastSeen = LastSeen(adapter, place, times);
   SetTime(adapter, "last_seen_at", adapter.m_LastSeen);
+}
+
+void DeriveLocateLed(Object& adapter, const std::vector<LocateLed>& leds) {
+  if (adapter.m_Access != Access::Readable) return;
+  const auto led = std::find_if(leds.begin(), leds.end(), [&](const LocateLed& each) {
+    return each.m_Adapter == adapter.m_ID;
+  });
+  if (led == leds.end()) return;
+  const std::string state = led->m_IsOn ? kOn : kOff;
+  adapter.Derive(kLocateLed, {ValueKind::Choice, state, Severity::Neutral});
 }
 
 void DeriveDrive(Object& drive, const Object& adapter, bool isFormatting) {

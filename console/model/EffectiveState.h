@@ -18,9 +18,9 @@ inline constexpr const char* kUnreadable = "UNREADABLE";
 inline constexpr const char* kFormatting = "FORMATTING";
 inline constexpr const char* kDetached = "DETACHED";
 
-// Returns the statuses that an object of this kind can have in addition to those that the plug-in
-// declares.
-std::vector<std::string> EffectiveStatuses(Kind kind);
+// Returns the values that this field of an object of this kind can have in addition to those that
+// the plug-in declares.
+std::vector<std::string> DerivedChoices(Kind kind, const std::string& field);
 
 // Returns the rank of a status, worst first: 0 for MISSING. Unknown statuses rank between failures
 // and healthy statuses.
@@ -32,6 +32,10 @@ bool RepeatsCard(const Object& object, const Value& status);
 // Sets the derived fields of an adapter. `drives` are its drives.
 void DeriveAdapter(Object& adapter, const CardPlace& place,
                    const std::vector<const Object*>& drives, const CardTimes& times);
+
+// Sets the state of the adapter's locate LED if it is known and the card can be read. Call after
+// `DeriveAdapter`.
+void DeriveLocateLed(Object& adapter, const std::vector<LocateLed>& leds);
 
 // Sets the derived fields of a drive, after those of its adapter. `isFormatting`: whether a format
 // of the card is known to be running.

@@ -64,6 +64,7 @@ const std::vector<Field> kAdapterFields = {
     {"product",                      "PRODUCT",   P::PRODUCT,                    ValueKind::Text},
     {"hardware_type",                "HARDWARE",  P::HARDWARE_TYPE,              ValueKind::Choice},
     {"adapter_number",               "NUMBER",    P::ADAPTER_NUMBER,             ValueKind::Count},
+    {"locate_led",                   "LED",       kNoProperty,                   ValueKind::Choice},
     {"control_device",               "CONTROL",   P::OS_DEVICE,                  ValueKind::Text},
     {"driver_name",                  "DRIVER",    P::DRIVER_NAME,                ValueKind::Text},
     {"driver_version",               "DRIVER-VERSION", P::DRIVER_VERSION,        ValueKind::Text},

@@ -159,6 +159,18 @@ std::vector<const Object*> ObjectsWithStatus(const Model& model, const Object* t
   return selected;
 }
 
+std::vector<const Object*> ObjectsWithStatus(const Model& model,
+                                             const std::vector<const Object*>& named) {
+  if (named.empty()) return ObjectsWithStatus(model);
+  std::vector<const Object*> chosen;
+  for (const Object* top : named) {
+    for (const Object* object : ObjectsWithStatus(model, top)) {
+      if (std::find(chosen.begin(), chosen.end(), object) == chosen.end()) chosen.push_back(object);
+    }
+  }
+  return chosen;
+}
+
 std::vector<const Object*> WorstFirst(const Model& model, const Object* top) {
   std::vector<std::vector<const Object*>> cards;  // each with its drives
   for (const Object* object : ObjectsWithStatus(model, top)) {

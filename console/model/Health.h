@@ -41,6 +41,11 @@ Health HealthOf(const Object& object);
 // below it.
 std::vector<const Object*> ObjectsWithStatus(const Model& model, const Object* top = nullptr);
 
+// Returns the named objects, each followed by the objects below it, and each object once. Returns
+// all objects if none is named.
+std::vector<const Object*> ObjectsWithStatus(const Model& model,
+                                             const std::vector<const Object*>& named);
+
 // Like `ObjectsWithStatus`, with the worst cards first: ordered by the status of the card or of its
 // worst drive, then by position.
 std::vector<const Object*> WorstFirst(const Model& model, const Object* top = nullptr);

@@ -174,6 +174,7 @@ void Model::AddCard(const CardPlace& place, const std::vector<const PI::CObject*
   for (std::size_t i = at + 1; i < m_Objects.size(); ++i) owned.push_back(&m_Objects[i]);
   Object& adapter = m_Objects[at];
   DeriveAdapter(adapter, place, owned, times);
+  DeriveLocateLed(adapter, records.m_LocateLeds);
   const std::string serial = FieldText(adapter, "serial_number");
   const auto& formatting = records.m_Formatting;
   const bool isFormatting = !serial.empty() && std::find(formatting.begin(), formatting.end(),

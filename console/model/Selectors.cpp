@@ -68,9 +68,19 @@ using Rule = bool (*)(const Object&, const std::string&);
 constexpr Rule kRules[] = {MatchesSelector, MatchesId, MatchesPci, MatchesSlot, MatchesField};
 
 std::string DescribeObject(const Object& object) {
-  const std::string name = FieldText(object, "name");
-  return fmt::format("{} ({}{}{})", object.m_Selector, name, name.empty() ? "" : ", ",
-                     IdText(object));
+  const std::string serial = FieldText(object, "serial_number");
+  return serial.empty() ? object.m_Selector : fmt::format("{} ({})", object.m_Selector, serial);
+}
+
+// Messages name at most this many objects.
+constexpr std::size_t kMaxNamed = 6;
+
+// Returns the first names, and the number of those that are left out.
+std::string ListText(std::vector<std::string> names) {
+  const std::size_t count = names.size();
+  if (count <= kMaxNamed) return fmt::format("{}", fmt::join(names, ", "));
+  names.resize(kMaxNamed);
+  return fmt::format("{} and {} more", fmt::join(names, ", "), count - kMaxNamed);
 }
 
 Failure NoSuchObject(const Model& model, const std::string& text) {
@@ -83,7 +93,8 @@ Failure NoSuchObject(const Model& model, const std::string& text) {
     if (!serial.empty()) candidates.push_back(serial);
   }
   std::vector<std::string> advice = DidYouMean(text, candidates);
-  advice.push_back(fmt::format("Objects: {}", fmt::join(selectors, ", ")));
+  advice.push_back("Objects: " + ListText(selectors));
+  if (selectors.size() > kMaxNamed) advice.emplace_back("List them all: corvane-host tree");
   return Failure(ExitCode::NoObject, "NO_SUCH_OBJECT", text, "no such object", advice);
 }
 
@@ -107,7 +118,7 @@ const Object* Only(const Matches& matches, const std::string& text) {
   for (const Object* match : matches) all.push_back(DescribeObject(*match));
   throw Failure(ExitCode::NoObject, "AMBIGUOUS", text,
                 fmt::format("ambiguous, matches {} objects", matches.size()),
-                {fmt::format("Matches: {}", fmt::join(all, ", ")),
+                {"Matches: " + ListText(all),
                  fmt::format("Pass one of these names, such as {}.", matches.front()->m_Selector)});
 }
 

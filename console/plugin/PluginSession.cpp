@@ -114,11 +114,13 @@ std::vector<PI::CObject> PluginSession::Topology() {
         m_pCardStore->Record(objects, OmittedSerials(UnresponsiveCards()), Times().m_ObservedAt);
   // The plug-in searches for cards only when it starts, so a card that disappears later is missing.
   m_Unreported = UnreportedDevices(objects, m_Unreported ? *m_Unreported : CardDevices());
+  m_LocateLeds = m_LedReader.Read(*this, objects);
   return objects;
 }
 
 CardRecords PluginSession::Cards() const {
   CardRecords records = m_Records;
+  records.m_LocateLeds = m_LocateLeds;
   std::vector<std::string> unreported = m_Unreported.value_or(std::vector<std::string>());
   records.m_Unreadable = UnreadableCards(UnresponsiveCards(), unreported);
   for (const std::string& address : unreported) {

@@ -12,6 +12,7 @@
 #include "console/plugin/CardLibraryGuard.h"
 #include "console/plugin/CardStore.h"
 #include "console/plugin/CommandSession.h"
+#include "console/plugin/LocateLedReader.h"
 #include "console/plugin/PluginLibrary.h"
 #include "hostkit/FailedThreads.h"
 
@@ -68,6 +69,8 @@ class PluginSession : public CommandSession {
 
   std::unique_ptr<CardStore> m_pCardStore;  // null: no records
   CardRecords m_Records;
+  LocateLedReader m_LedReader{std::chrono::milliseconds(0)};
+  std::vector<LocateLed> m_LocateLeds;
   // Addresses of the cards that the plug-in has never reported. Empty until the first topology.
   std::optional<std::vector<std::string>> m_Unreported;
   std::unique_ptr<Loaded> m_pLoaded;  // null: stopped or abandoned

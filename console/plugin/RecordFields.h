@@ -156,6 +156,15 @@ struct RecordFields<UnreadableCard> {
 };
 
 template <>
+struct RecordFields<LocateLed> {
+  template <class Record, class Visitor>
+  static void Visit(Record& record, Visitor&& visit) {
+    visit("adapter", record.m_Adapter);
+    visit("on", record.m_IsOn);
+  }
+};
+
+template <>
 struct RecordFields<CardRecords> {
   template <class Record, class Visitor>
   static void Visit(Record& record, Visitor&& visit) {
@@ -163,6 +172,7 @@ struct RecordFields<CardRecords> {
     visit("next_position", record.m_NextPosition);
     visit("unreadable", record.m_Unreadable);
     visit("formatting", record.m_Formatting);
+    visit("locate_leds", record.m_LocateLeds);
   }
 };
 

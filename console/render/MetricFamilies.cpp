@@ -143,7 +143,7 @@ Samples States(const MetricRow& row, const Source& source) {
         AddMissing(all, {ChoiceName(choice)});
       }
     }
-    if (std::string(row.m_Field) == "status") AddMissing(all, EffectiveStatuses(kind));
+    AddMissing(all, DerivedChoices(kind, row.m_Field));
     AddMissing(all, current);
     AddStates(samples, row, IdentityOf(*object, source), all, current);
   }
@@ -291,6 +291,8 @@ constexpr MetricRow kMetrics[] = {
      "Power that the adapter may draw."},
     {"adapter_write_throttling",             S, "",        States<A>,    "write_throttling",
      "Write throttling of the adapter."},
+    {"adapter_locate_led",                   S, "",        States<A>,    "locate_led",
+     "State of the adapter's locate LED."},
     {"drive",                                I, "",        Info<D>,      nullptr,
      "Names and type of a drive."},
     {"drive_state",                          S, "",        States<D>,    "status",

@@ -24,6 +24,7 @@ struct RowContext {
   const Object& m_Object;
   const Objects m_Drives;  // the drive itself in the row of a drive
   const Style& m_Style;
+  bool m_IsAcknowledged = false;
 };
 
 // Marks a value that has reached its limit. The narrow table leaves no room for a space before the
@@ -56,7 +57,9 @@ Cell IdCell(const RowContext& row) {
   return TextCell(row.m_Object.m_Access == Access::Missing ? "-" : row.m_Object.m_Selector);
 }
 
-Cell LastSeenCell(const RowContext& row) {
+// Whether somebody has acknowledged the card's problems, or else when a missing card was seen.
+Cell RemarkCell(const RowContext& row) {
+  if (row.m_IsAcknowledged) return TextCell("acknowledged");
   if (row.m_Object.m_Access != Access::Missing || row.m_Object.m_LastSeen == 0) return TextCell("");
   const TimeZone zone = row.m_Style.m_LocalTime ? TimeZone::Local : TimeZone::Utc;
   return TextCell("last seen " + ShortTimeText(row.m_Object.m_LastSeen, NowMs(), zone));
@@ -101,7 +104,7 @@ const std::vector<ListColumn>& Columns() {
     {{"NAME",     "name",                 false, false, 0,  8,  true},  true,
      [](const RowContext& row) { return FieldCell(row, "name"); }},
     {{"DRIVES",   "children",             false, false, 0,  9,  false}, true,  DrivesCell},
-    {{"",         "last_seen_at",         false, false, 0,  6,  false}, false, LastSeenCell},
+    {{"",         "last_seen_at",         false, false, 0,  6,  false}, false, RemarkCell},
   };
   return columns;
 }
@@ -125,9 +128,9 @@ void ForEachRow(const Model& model, const Style& style, bool isLong, Add add) {
   for (const Object* card : CardsWorstFirst(model)) {
     const Objects drives = DrivesOf(model, *card);
     const std::size_t parent = count++;
-    add(RowContext{model, *card, drives, style}, std::nullopt);
+    add(RowContext{model, *card, drives, style, false}, std::nullopt);
     for (const Object* drive : isLong ? drives : Objects()) {
-      add(RowContext{model, *drive, {drive}, style}, std::optional<std::size_t>(parent));
+      add(RowContext{model, *drive, {drive}, style, false}, std::optional<std::size_t>(parent));
       ++count;
     }
   }
@@ -156,18 +159,18 @@ Objects DrivesOf(const Model& model, const Object& card) {
   return drives;
 }
 
-Table CardList(const Model& model, const Style& style, bool isLong) {
+Table CardList(const Model& model, const Style& style, bool isLong,
+               const std::set<const Object*>& acknowledged) {
   Table table;
   table.m_Gap = "  ";
   const std::vector<const ListColumn*> columns = ShownColumns(style, isLong);
   for (const ListColumn* column : columns) table.m_Columns.push_back(column->m_Column);
-  ForEachRow(model, style, isLong,
-             [&](const RowContext& context, std::optional<std::size_t> parent) {
-               Row row{{}, parent};
-               for (const ListColumn* column : columns)
-                 row.m_Cells.push_back(column->m_Cell(context));
-               table.m_Rows.push_back(std::move(row));
-             });
+  ForEachRow(model, style, isLong, [&](RowContext context, std::optional<std::size_t> parent) {
+    Row row{{}, parent};
+    context.m_IsAcknowledged = acknowledged.count(&context.m_Object) > 0;
+    for (const ListColumn* column : columns) row.m_Cells.push_back(column->m_Cell(context));
+    table.m_Rows.push_back(std::move(row));
+  });
   return table;
 }
 

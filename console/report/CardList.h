@@ -1,6 +1,7 @@
 // The table of `list`: one row per card, with its drive's size.
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,8 +20,10 @@ std::vector<const Object*> DrivesOf(const Model& model, const Object& card);
 
 // Returns a table with one row per card. On a terminal that is wider than 80 columns, it also has
 // columns for the PCI address, the name, the drives and the size in binary units. With `isLong`, it
-// has all of these columns, and a row for each drive below its card.
-Table CardList(const Model& model, const Style& style, bool isLong);
+// has all of these columns, and a row for each drive below its card. The cards in `acknowledged`
+// are marked.
+Table CardList(const Model& model, const Style& style, bool isLong,
+               const std::set<const Object*>& acknowledged);
 
 // Returns a table with the columns `names` and one row per card. If a card lacks a column that
 // drives have, its cell shows the value of its drives. With `isLong`, it also has a row for each

@@ -218,10 +218,10 @@ ExitCode CheckStateCode(CheckState state) {
   return RowOf(state).m_Code;
 }
 
-CheckResult CheckObjects(const Model& model, const Object* top, const CheckInput& input) {
+CheckResult CheckObjects(const Model& model, const CheckInput& input) {
   CheckResult check;
   const std::map<const Object*, std::string> names = CardNames(model, LabelText);
-  for (const Object* object : ObjectsWithStatus(model, top)) {
+  for (const Object* object : ObjectsWithStatus(model, input.m_Objects)) {
     const bool isAdapter = object->m_Kind == Kind::Adapter;
     check.m_Findings.push_back(isAdapter ? FindingOf(*object, input)
                                          : DriveFinding(model, *object, input));
@@ -236,6 +236,8 @@ CheckResult CheckObjects(const Model& model, const Object* top, const CheckInput
   for (const Finding& finding : check.m_Findings) {
     check.m_State = std::max(check.m_State, finding.m_State);
   }
+  check.m_NotFound = input.m_NotFound;
+  if (!check.m_NotFound.empty()) check.m_State = std::max(check.m_State, CheckState::Unknown);
   check.m_ExpectedCards = input.m_ExpectedCards;
   if (input.m_ExpectedCards) {
     check.m_ExpectationState = StateOfCount(check.m_Cards, *input.m_ExpectedCards);

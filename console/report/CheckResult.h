@@ -29,6 +29,9 @@ struct AcknowledgedReason {
 
 // What the user expects of the cards, and what has been acknowledged.
 struct CheckInput {
+  std::vector<const Object*> m_Objects;  // with the objects below them; empty: all
+  // Names without an object, each with the reason, such as "a9: no such object".
+  std::vector<std::string> m_NotFound;
   CheckRanges m_Ranges;
   std::optional<std::size_t> m_ExpectedCards;
   std::vector<AcknowledgedReason> m_Acknowledged;
@@ -60,12 +63,13 @@ struct CheckResult {
   std::size_t m_Cards = 0;                   // adapters that are not missing
   std::optional<std::size_t> m_ExpectedCards;
   CheckState m_ExpectationState = CheckState::Ok;
+  std::vector<std::string> m_NotFound;
 };
 
-// Checks `top`, which is part of `model`, and the objects below it. If `top` is null, checks all
-// objects and the number of cards. The state of a card is the worst of its unacknowledged problems:
-// the reasons that it reports, its status if no reason explains it, and values outside its own
-// limits or the user's ranges. The model must outlive the result.
-CheckResult CheckObjects(const Model& model, const Object* top, const CheckInput& input);
+// Checks the objects of the input, which are part of `model`. The state of a card is the worst of
+// its unacknowledged problems: the reasons that it reports, its status if no reason explains it,
+// and values outside its own limits or the user's ranges. The state of a name without an object is
+// UNKNOWN. The model must outlive the result.
+CheckResult CheckObjects(const Model& model, const CheckInput& input);
 
 }  // namespace Console

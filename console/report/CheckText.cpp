@@ -154,6 +154,9 @@ std::vector<std::string> WorstTexts(const CheckResult& check, bool brief) {
   for (const Finding* finding : WorstFindings(check)) {
     if (texts.size() < kWorst) texts.push_back(FindingText(*finding, brief));
   }
+  if (!check.m_NotFound.empty()) {
+    texts.push_back(fmt::format("{}", fmt::join(check.m_NotFound, ", ")));
+  }
   return texts;
 }
 
@@ -254,6 +257,7 @@ std::string CheckText(const CheckResult& check, const CheckInput& input, Perform
         WithoutBars(fmt::format("{} {}: {}\n{}", finding.m_pObject->m_Selector, StateText(finding),
                                 Identity(*finding.m_pObject), ReasonLines(finding, input)));
   }
+  for (const std::string& name : check.m_NotFound) text += WithoutBars(name) + "\n";
   return text;
 }
 

@@ -20,8 +20,8 @@ PerformanceData ParsePerformanceData(const std::string& name);
 inline constexpr std::size_t kMaxFirstLine = 200;
 
 // Returns the first line without the program's name and state: the number of cards in each state
-// and the worst three problems, without vertical bars. The complete line has at most
-// `kMaxFirstLine` characters.
+// and the worst three problems, and the names without an object, without vertical bars. The
+// complete line has at most `kMaxFirstLine` characters.
 std::string Summary(const CheckResult& check, bool ascii);
 
 // Returns the complete output. `input` is the input of the check.

@@ -106,7 +106,8 @@ CommandResult ObjectOverview(Context& context, const std::vector<std::string>& d
   return OverviewOf(context, context.Objects(), std::move(columns), withPlugin);
 }
 
-CommandResult CardOverview(Context& context) {
+CommandResult CardOverview(
+    Context& context, const std::function<std::set<const Object*>(const Model&)>& acknowledged) {
   if (auto help = ColumnHelp(context)) return *help;
   const std::vector<std::string>& chosen = context.m_Options.m_Columns;
   const bool isLong = context.m_Options.m_Long || context.m_Options.m_Verbose;
@@ -114,7 +115,7 @@ CommandResult CardOverview(Context& context) {
   const Model model = context.Objects();
   CommandResult result = OverviewOf(context, model, std::move(columns), false);
   if (!context.PrintsText()) return result;
-  const Table table = chosen.empty() ? CardList(model, context.m_Style, isLong)
+  const Table table = chosen.empty() ? CardList(model, context.m_Style, isLong, acknowledged(model))
                                      : CardListWith(model, chosen, context.m_Style, isLong);
   result.m_Text = DrawTable(table, context.m_Style, false);
   return result;

@@ -1,7 +1,9 @@
 // The result of `list` and `tree`: one row per object.
 #pragma once
 
+#include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,7 +24,9 @@ std::optional<CommandResult> ColumnHelp(const Context& context);
 // before the plug-in is started.
 CommandResult ObjectOverview(Context& context, const std::vector<std::string>& defaults,
                              bool withPlugin);
-// Returns the same for `list`, with the table of cards for people.
-CommandResult CardOverview(Context& context);
+// Returns the same for `list`, with the table of cards for people. `acknowledged` returns the cards
+// whose problems have all been acknowledged; it is called only for people.
+CommandResult CardOverview(
+    Context& context, const std::function<std::set<const Object*>(const Model&)>& acknowledged);
 
 }  // namespace Console

@@ -61,7 +61,50 @@ void AddUnique(std::vector<const Object*>& objects, const Object& object) {
   }
 }
 
+bool IsNew(const std::vector<NamedObject>& named, const Object& object) {
+  return std::none_of(named.begin(), named.end(),
+                      [&](const NamedObject& each) { return each.m_pObject == &object; });
+}
+
+void AddNamed(std::vector<NamedObject>& named, const Model& model, const std::string& name) {
+  try {
+    const Object& object = Select(model, name);
+    if (IsNew(named, object)) named.push_back({object.m_Selector, &object, std::nullopt});
+  } catch (const Failure& failure) {
+    named.push_back({name, nullptr, failure});
+  }
+}
+
 }  // namespace
+
+std::vector<NamedObject> FindSeveral(const Model& model, const std::vector<std::string>& names) {
+  std::vector<NamedObject> named;
+  for (const std::string& name : names) {
+    if (name != kAllObjects) {
+      AddNamed(named, model, name);
+      continue;
+    }
+    for (const Object& object : model.Objects()) {
+      const bool isAdded = object.m_Kind == Kind::Adapter && IsNew(named, object);
+      if (isAdded) named.push_back({object.m_Selector, &object, std::nullopt});
+    }
+  }
+  return named;
+}
+
+std::vector<const Object*> ReportNotFound(Context& context, const std::vector<NamedObject>& named) {
+  std::vector<const Object*> objects;
+  for (const NamedObject& each : named) {
+    if (each.m_pObject != nullptr) objects.push_back(each.m_pObject);
+  }
+  for (const NamedObject& each : named) {
+    if (!each.m_NotFound) continue;
+    const Failure& failure = *each.m_NotFound;
+    if (objects.empty() && &each == &named.back()) throw Failure(failure);
+    context.m_Diagnostics.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
+  }
+  return objects;
+}
 
 ObjectSelection SelectSeveral(const Model& model, const std::vector<std::string>& names, Kind kind,
                               const ObjectSelector& select) {

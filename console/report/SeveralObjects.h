@@ -2,9 +2,11 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "console/base/Failure.h"
 #include "console/model/Model.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
@@ -22,6 +24,21 @@ struct ObjectSelection {
 using ObjectSelector = std::function<const Object&(const std::string&)>;
 ObjectSelection SelectSeveral(const Model& model, const std::vector<std::string>& names, Kind kind,
                               const ObjectSelector& select);
+
+// What a name on the command line refers to: an object, or the reason why there is none.
+struct NamedObject {
+  std::string m_Name;
+  const Object* m_pObject = nullptr;
+  std::optional<Failure> m_NotFound;  // set if there is no object
+};
+
+// Finds the objects of a command that only reads, which continues without those that are not found.
+// Returns them in the order in which they were named, each object once; "all" names all adapters.
+std::vector<NamedObject> FindSeveral(const Model& model, const std::vector<std::string>& names);
+
+// Returns the objects that were found, and reports the other names as errors. Throws `Failure` if
+// none was found.
+std::vector<const Object*> ReportNotFound(Context& context, const std::vector<NamedObject>& named);
 
 // Runs `run` for each name and combines the results. With `isSeveral`, the result is a list with
 // one entry per object: a failure is reported and becomes the entry of its object, and the others

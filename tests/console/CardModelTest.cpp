@@ -191,6 +191,24 @@ TEST(EffectiveStatus, OfACardThatDoesNotRespondIsUnreadable) {
   EXPECT_EQ("the card is not responding", FieldText(model.Objects()[1], "unreadable_reason"));
 }
 
+TEST(LocateLed, IsUnknownForACardThatCannotBeRead) {
+  const std::vector<PI::CObject> topology = TopologyOf({{"S1"}, {"S2"}, {"S3"}, {"S4"}});
+  std::vector<std::uint64_t> ids;
+  for (const PI::CObject& object : topology) {
+    if (object.m_ObjectType == PI::OBJECT_ADAPTER) ids.push_back(object.m_ID);
+  }
+  CardRecords records;
+  records.m_LocateLeds = {{ids.at(0), true}, {ids.at(1), false}, {ids.at(3), true}};
+  records.m_Unreadable = {{"S4", "", "not responding"}};
+  const Model model(topology, {}, records);
+  std::string states;
+  for (const Console::Object& object : model.Objects()) {
+    if (object.m_Kind != Console::Kind::Adapter) continue;
+    states += FieldText(object, "serial_number") + "=" + FieldText(object, "locate_led") + " ";
+  }
+  EXPECT_EQ("S1=ON S2=OFF S3= S4= ", states);
+}
+
 TEST(WorstFirst, OrdersCardsByStatusAndThenByPosition) {
   CardRecords records;
   records.m_Known = {Known("S1", 0), Known("S2", 1), Known("S3", 2),

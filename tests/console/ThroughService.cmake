@@ -13,6 +13,7 @@ set(THROUGH_SERVICE
   "hang|the test plug-in"
   "hung_card|the start of a plug-in in the same process"
   "inspect"
+  "locate_led"
   "known_cards|the in-memory database"
   "limits"
   "metrics|plug-ins that cannot be loaded, and the text file"

@@ -72,7 +72,7 @@ mounted() {
 @test "attach reports the change as JSON" {
   ended attach 0
   valid attach
-  same '["a0", "OP_ATTACH", 50126, "detached", "attached", true, false]' \
+  same '["a0", "OP_ATTACH", 50126, {"state": "DETACHED"}, {"state": "ATTACHED"}, true, false]' \
     "$(json attach '[d["result"][k] for k in ("object", "operation", "number", "before", "after", "changed", "dry_run")]')"
   same 2 "$(card attach iom_state)"
 }
@@ -143,7 +143,7 @@ Nothing was changed." "$(out dry)"
   ended lines 0
   valid "lines:$(out lines | wc -l)"
   same "OP_DETACH" "$(out lines | head -1 | jq -r .result.progress.operation)"
-  same "detached" "$(out lines | tail -1 | jq -r .result.after)"
+  same "DETACHED" "$(out lines | tail -1 | jq -r .result.after.state)"
 }
 
 @test "locate on leaves the LED on and prints a note" {
@@ -163,7 +163,8 @@ Nothing was changed." "$(out dry)"
 @test "locate on --for switches the LED off after that time" {
   ended blink 0
   valid blink
-  same '["on", "off"]' "$(json blink '[d["result"]["before"], d["result"]["after"]]')"
+  same '[{"locate_led": "ON"}, {"locate_led": "OFF"}]' \
+    "$(json blink '[d["result"]["before"], d["result"]["after"]]')"
   same true "$(json blink 'd["result"]["elapsed_seconds"] >= 1')"
   untouched blink
 }

@@ -94,8 +94,8 @@ plugin	poll_interval	15	16" "$(out table)"
     ended "$name" 2
     silent "$name" out
   done
-  said word "corvane-host: 'soon' is not a valid integer"
-  if_direct said shape "corvane-host: 'poll_interval' is not PROP=VALUE"
+  said word "corvane-host: set: 'soon' is not a valid integer"
+  if_direct said shape "corvane-host: set: 'poll_interval' is not PROP=VALUE"
   [ ! -e "$BATS_FILE_TMPDIR/word/Corvane.ini" ]
 }
 

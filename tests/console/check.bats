@@ -66,7 +66,6 @@ setup_file() {
   wait
   if_direct keep nooption corvane-host check --frobnicate &
   if_direct keep novalue corvane-host --ascii check --timeout &
-  if_direct keep words corvane-host check a0 a1 &
   if_direct keep badformat corvane-host check -o xml &
   if_direct keep other corvane-host list --frobnicate check &
   if_direct keep badduration corvane-host check --timeout soon &
@@ -203,7 +202,6 @@ late~check: timed out after 200 ms
 late0~check: timed out after 0 ms
 stopped~interrupted
 nooption~unknown option --frobnicate
-words~check has too many arguments
 badformat~-o: invalid value 'xml'
 badduration~--timeout: invalid duration 'soon'
 longduration~--timeout: invalid duration '10001d'

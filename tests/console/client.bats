@@ -132,7 +132,7 @@ END
   for option in --direct --plugin=x --simulate --database=x --trace=2 --trace-file=x; do
     keep both corvane-host list --socket "$SOCKET" "$option"
     ended both 2
-    said both "corvane-host: --socket cannot be combined with ${option%%=*}"
+    said both "corvane-host: list: --socket cannot be combined with ${option%%=*}"
   done
 }
 

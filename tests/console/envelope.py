@@ -231,8 +231,6 @@ def schema_failure(formats):
 # Members whose type depends on what they belong to.
 VARIABLE = {
     "value": "any property",
-    "before": "the state, value or size that a command changes",
-    "after": "the state, value or size that a command changes",
 }
 JSON_TYPES = {bool: "boolean", int: "number", float: "number", str: "string"}
 

@@ -201,9 +201,9 @@ before yesterday recent 3d" "$(out relative)"
 
 @test "--since and --limit reject invalid values" {
   ended badsince 2
-  said badsince "corvane-host: --since: invalid time '2026-02-31'"
+  said badsince "corvane-host: events: --since: invalid time '2026-02-31'"
   ended badlimit 2
-  said badlimit "corvane-host: --limit: invalid number '-1'"
+  said badlimit "corvane-host: events: --limit: invalid number '-1'"
 }
 
 @test "an unreadable log is an error for events and a note for status" {

@@ -48,15 +48,15 @@ setup_file() {
 Nothing was changed." "$(out dry)"
   ended dryjson 0
   valid dryjson
-  same '["MAXIMUM_CAPACITY", null, 512, null, false, true]' \
-    "$(json dryjson '[d["result"]["planned"][k] for k in ("capacity", "capacity_ratio", "sector_size_bytes")] + [d["result"][k] for k in ("after", "changed", "dry_run")]')"
+  same '["MAXIMUM_CAPACITY", null, 512, [null, null, null], false, true]' \
+    "$(json dryjson '[d["result"]["planned"][k] for k in ("capacity", "capacity_ratio", "sector_size_bytes")] + [list(d["result"]["after"].values())] + [d["result"][k] for k in ("changed", "dry_run")]')"
   untouched dry dryjson
 }
 
 @test "format without --capacity or --sector-size is a usage error and erases nothing" {
   ended nochange 2
   silent nochange out
-  same "corvane-host: --capacity or --sector-size is required
+  same "corvane-host: format: --capacity or --sector-size is required
   For example: corvane-host format a0/d0 --capacity 80
   Nothing was changed." "$(err nochange)"
   [ ! -e "$BATS_FILE_TMPDIR/nochange.json" ] || untouched nochange
@@ -98,7 +98,7 @@ Nothing was changed." "$(out dry)"
   done
   said adapter "corvane-host: format plugin: plugin is not a drive"
   said capacity "  Did you mean 'maximum'?"
-  said sector "corvane-host: --sector-size: invalid value '4k'"
+  said sector "corvane-host: format: --sector-size: invalid value '4k'"
   untouched adapter
 }
 

@@ -123,7 +123,7 @@ options() { corvane-host help "$@" | grep -o '^  \(-.,\|   \) --[a-z-]\+' | grep
 
 @test "the error for an option of another command names the commands that accept it" {
   run -2 corvane-host list --follow
-  same "corvane-host: list does not accept --follow
+  same "corvane-host: list: does not accept --follow
   Commands that accept it: events
   See: corvane-host help list" "$output"
   run -2 corvane-host list -o
@@ -154,10 +154,10 @@ hint() {
   same "corvane-host: missing command
   See: corvane-host help" "$output"
   run -2 corvane-host list -Z
-  same "corvane-host: unknown option -Z
+  same "corvane-host: list: unknown option -Z
   See: corvane-host help list" "$output"
   run -2 corvane-host op run a0/d0 FORMAT_DEVICE SIZE
-  same "corvane-host: 'SIZE' is not ARG=VALUE
+  same "corvane-host: op: 'SIZE' is not ARG=VALUE
   See: corvane-host help op" "$output"
 }
 

@@ -60,7 +60,7 @@ a0     819.2 GiB" "$(out chosen)"
     out columns | grep -qx "$name"
   done
   ended columnsjson 2
-  said columnsjson "corvane-host: -c help cannot be combined with -o json"
+  said columnsjson "corvane-host: list: -c help cannot be combined with -o json"
 }
 
 @test "tree draws plug-in, adapters and drives" {

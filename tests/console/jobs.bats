@@ -40,20 +40,20 @@ result() {
 @test "jobs detach and attach a card" {
   run_job detach /v1/cards/S100/operations/detach '{"confirm": true}'
   result detach SUCCEEDED '[d["result"]["result"][k] for k in ("operation", "before", "after")]' \
-    '["OP_DETACH", "attached", "detached"]'
+    '["OP_DETACH", {"state": "ATTACHED"}, {"state": "DETACHED"}]'
   ask card GET "/v1/cards/S100?fresh=1"
   responded card 200
   same '["DETACHED"]' "$(json card 'd["result"]["fields"]["status_reasons"]')"
   run_job attach /v1/cards/S100/operations/attach '{"confirm": true}'
-  result attach SUCCEEDED 'd["result"]["result"]["after"]' '"attached"'
+  result attach SUCCEEDED 'd["result"]["result"]["after"]' '{"state": "ATTACHED"}'
 }
 
 @test "a locate LED stays on after its job" {
   run_job on /v1/cards/S100/operations/locate '{}'
-  result on SUCCEEDED 'd["result"]["result"]["after"]' '"on"'
+  result on SUCCEEDED 'd["result"]["result"]["after"]' '{"locate_led": "ON"}'
   same true "$(cardsim get card0 beacon_state)"
   run_job off /v1/cards/S100/operations/stop-locate '{}'
-  result off SUCCEEDED 'd["result"]["result"]["after"]' '"off"'
+  result off SUCCEEDED 'd["result"]["result"]["after"]' '{"locate_led": "OFF"}'
   same false "$(cardsim get card0 beacon_state)"
 }
 
@@ -167,7 +167,7 @@ post_with_key() {
 @test "PATCH /v1/plugin changes the poll interval and rejects invalid bodies" {
   ask change PATCH /v1/plugin '{"poll_interval": 21}'
   responded change 200
-  same '[15, 21]' "$(json change '[d["result"]["before"], d["result"]["after"]]')"
+  same '[{"poll_interval_seconds": 15}, {"poll_interval_seconds": 21}]' "$(json change '[d["result"]["before"], d["result"]["after"]]')"
   grep -qx "PollInterval=21" "$CORVANE_CONFIG_DIR/Corvane.ini"
   ask unknown PATCH /v1/plugin '{"interval": 21}'
   problem unknown 400 BODY_INVALID

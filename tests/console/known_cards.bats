@@ -118,6 +118,40 @@ print(*names)'
   eventually has a1 status OK
 }
 
+# shows_acknowledged STATUS ID: expects a1, whose problem is acknowledged, to be OK and named in
+# check, status and list. ID is its name in list.
+shows_acknowledged() {
+  local who
+  who="acknowledged by $(id -un) until 20[0-9T:+-]*: sent in"
+  run -0 host check
+  same "CORVANE OK - 3 cards: 3 OK; acknowledged: a1 $1" "$(sed -e 's/ | .*//' -e 1q <<<"$output")"
+  grep -qx "  $who" <<<"$output"
+  grep -qx "   $who" <<<"$(host status)"
+  keep status host status a1 -o json
+  valid status
+  same "[\"$1\", \"sent in\"]" "$(json status \
+    '[[r["name"], r["acknowledgment"]["note"]] for r in d["result"]["objects"][0]["reasons"]][0]')"
+  host list | grep -E "^$2 +$1 .* FA00000002  acknowledged\$"
+}
+
+@test "an acknowledged missing card is OK and named in check, status and list" {
+  pull 1
+  run -2 host check
+  host ack a1 MISSING --until 2d --note "sent in"
+  shows_acknowledged MISSING -
+  host unack a1 MISSING
+  run -2 host check
+}
+
+@test "an acknowledged unreadable card is OK and named in check, status and list" {
+  cardsim fail vsl_open card1 --text "bad flash"
+  eventually has a1 status UNREADABLE
+  host ack a1 UNREADABLE --until 2d --note "sent in"
+  shows_acknowledged UNREADABLE a1
+  host unack a1 UNREADABLE
+  run -2 host check
+}
+
 @test "without a database, names follow the order of the cards" {
   direct_only "a service uses one database"
   cardsim remove card0

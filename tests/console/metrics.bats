@@ -77,6 +77,7 @@ corvane_adapter_end_of_life_timestamp_seconds gauge seconds
 corvane_adapter_slot_power_watts gauge watts
 corvane_adapter_power_limit_watts gauge watts
 corvane_adapter_write_throttling stateset -
+corvane_adapter_locate_led stateset -
 corvane_drive info -
 corvane_drive_state stateset -
 corvane_drive_physical_size_bytes gauge bytes
@@ -124,6 +125,9 @@ corvane_adapter_status adapter='S200' corvane_adapter_status='DETACHED' 0" \
 corvane_adapter_write_throttling adapter='S100' corvane_adapter_write_throttling='PARTIAL' 0
 corvane_adapter_write_throttling adapter='S100' corvane_adapter_write_throttling='COMPLETE' 0" \
     "$(series all "throttling adapter='S100'")"
+  same "corvane_adapter_locate_led adapter='S100' corvane_adapter_locate_led='ON' 0
+corvane_adapter_locate_led adapter='S100' corvane_adapter_locate_led='OFF' 1" \
+    "$(series all "locate_led adapter='S100'")"
   same "corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='AVAILABLE' 1
 corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='AVAILABLE_SMART' 0
 corvane_drive_state adapter='S100' drive='d0' corvane_drive_state='FAILED' 0
@@ -206,7 +210,7 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
   ended trace 2
   silent trace out
   ended other 2
-  said other "corvane-host: list does not accept --textfile"
+  said other "corvane-host: list: does not accept --textfile"
 }
 
 @test "the scan duration is positive and shorter than the run" {

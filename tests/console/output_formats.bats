@@ -178,7 +178,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   direct_only "needs no plug-in"
   ended badformat 2
   silent badformat out
-  said badformat "corvane-host: -o: invalid value 'xml'"
+  said badformat "corvane-host: list: -o: invalid value 'xml'"
 }
 
 @test "an invalid value of another option is reported in the requested format" {

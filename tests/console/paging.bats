@@ -97,7 +97,7 @@ ALL="1 2 3 4 5 6 7 8 9 10 11 12"
   same "[6, 12]" "$(json errors '[e["number"] for e in d["result"]["events"]]')"
   keep negative corvane-host --socket "$SOCKET" events --after=-1
   ended negative 2
-  said negative "corvane-host: --after: invalid number '-1'"
+  said negative "corvane-host: events: --after: invalid number '-1'"
 }
 
 @test "invalid values are refused" {

@@ -83,7 +83,7 @@ led_before() {
     [ "$(json led 'd["state"]')" != '"RUNNING"' ]
   }
   eventually led_has_ended
-  json led 'd["result"]["result"]["before"]'
+  json led 'd["result"]["result"]["before"]["locate_led"]'
 }
 
 @test "an operation of the console is a job of its user" {
@@ -208,14 +208,14 @@ led_before() {
   kill_plugin
   await_plugin
   same "true true" "$(cardsim get card0 beacon_state) $(cardsim get card1 beacon_state)"
-  same '"on"' "$(led_before S100)"
-  same '"on"' "$(led_before S200)"
+  same '"ON"' "$(led_before S100)"
+  same '"ON"' "$(led_before S200)"
   keep off served locate a0 off
   ended off 0
   kill_plugin
   await_plugin
   same "false true" "$(cardsim get card0 beacon_state) $(cardsim get card1 beacon_state)"
-  same '"off"' "$(led_before S100)"
+  same '"OFF"' "$(led_before S100)"
 }
 
 @test "locate LEDs are off after the service was restarted" {
@@ -224,5 +224,5 @@ led_before() {
   stop_and_wait
   start_service
   same "false false" "$(cardsim get card0 beacon_state) $(cardsim get card1 beacon_state)"
-  same '"off"' "$(led_before S200)"
+  same '"OFF"' "$(led_before S200)"
 }

@@ -172,11 +172,11 @@ minimum 39 C, maximum 52 C" "$(out asciigraph | sed '/^$/d' | tail -3)"
   both_said typo "  Did you mean 'temperature_celsius'?"
   both reversed history a0 temperature_celsius --from 1d --to 2d
   both_ended reversed 2
-  both_said reversed "corvane-host: --to: the range ends before it starts"
+  both_said reversed "corvane-host: history: --to: the range ends before it starts"
   both starts history a0 temperature_celsius --from 1d --since 1d
   both_ended starts 2
   both badstep history a0 temperature_celsius --step x
-  both_said badstep "corvane-host: --step: invalid duration 'x'"
+  both_said badstep "corvane-host: history: --step: invalid duration 'x'"
 }
 
 @test "ack and unack change an acknowledgment, and change nothing if repeated" {
@@ -269,7 +269,7 @@ first_line() { out "$1" | sed -e 's/ | .*//' -e 1q; }
   both_ended unreason 2
   both past ack a0 MISSING --until 2020-01-01
   both_ended past 2
-  both_said past "corvane-host: --until: the time is in the past"
+  both_said past "corvane-host: ack: --until: the time is in the past"
 }
 
 @test "forget refuses a present card" {

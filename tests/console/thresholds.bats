@@ -139,7 +139,7 @@ one() { echo "CORVANE $1 - 1 card: 1 $1${2:+; a0 $1: $2}"; }
     same "CORVANE UNKNOWN - --expect: '$range' is not a number of cards" "${lines[0]}"
   done
   run -3 corvane-host check a0 --expect 1
-  same "CORVANE UNKNOWN - --expect: does not apply to a single object" "${lines[0]}"
+  same "CORVANE UNKNOWN - --expect: applies to all cards only" "${lines[0]}"
   run -3 corvane-host check --perfdata some
   grep -q "^CORVANE UNKNOWN - --perfdata: " <<<"${lines[0]}"
 }

@@ -113,7 +113,7 @@ with_config() {
 
 @test "errors for an unknown command, option, column or name contain a suggestion" {
   run -2 corvane-host lsit
-  [[ "$output" == *"unknown command 'lsit'"*"Did you mean 'list'?"* ]]
+  [[ "$output" == *"lsit: unknown command"*"Did you mean 'list'?"* ]]
   run -2 corvane-host list --colour always
   [[ "$output" == *"unknown option --colour"*"Did you mean '--color'?"* ]]
   run -2 corvane-host list -c nmae
@@ -127,7 +127,7 @@ with_config() {
 
 @test "the error for --simulate FILE without an equals sign shows the correct form" {
   run -2 corvane-host --simulate /tmp/cards.json list
-  same "corvane-host: unknown command '/tmp/cards.json'
+  same "corvane-host: /tmp/cards.json: unknown command
   To use it as the file of simulated cards: --simulate=/tmp/cards.json" "$output"
 }
 
@@ -157,13 +157,12 @@ with_config() {
   ended serials 3
   silent serials out
   said serials "corvane-host: SAME: ambiguous, matches 2 objects"
-  grep -q "^  Matches: a0 (.*, 0x0000000000000020), a1 (.*, 0x0000000000000021)$" \
-    "$BATS_FILE_TMPDIR/serials.err"
+  said serials "  Matches: a0 (SAME), a1 (SAME)"
 }
 
 @test "invalid arguments and options are usage errors" {
   local words
-  for words in "" "show" "show a0 a1" "list a0" "set plugin" "help list show" "tree --follow" \
+  for words in "" "show" "list a0" "set plugin" "help list show" "tree --follow" \
     "tree --for 5" "events --for soon" "events --for -1s" "events -f -o json" "list --color pink" \
     "-o"; do
     # shellcheck disable=SC2086  # words

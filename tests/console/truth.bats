@@ -23,7 +23,7 @@ set_condition() {
     unknown)
       local attribute
       for attribute in temp_internal_deg_c reserve_space_pct rated_endurance_tbytes \
-        iom_format_size_bytes sector_size_bytes; do
+        iom_format_size_bytes sector_size_bytes beacon_state; do
         cardsim set "$1" "$attribute" absent
       done ;;
   esac
@@ -48,7 +48,8 @@ setup_file() {
   make_machine
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/truth.db"
   make_forty
-  host list >/dev/null
+  # Through a service, the LED stays on.
+  host locate a0 on >/dev/null
   cardsim remove card40
 }
 

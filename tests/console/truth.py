@@ -37,7 +37,8 @@ NUMBERS = {
     },
 }
 STATES = {
-    "adapter": {"adapter_status": "status", "adapter_write_throttling": "write_throttling"},
+    "adapter": {"adapter_status": "status", "adapter_write_throttling": "write_throttling",
+                "adapter_locate_led": "locate_led"},
     "drive": {"drive_state": "status"},
 }
 

@@ -11,7 +11,7 @@ setup_file() {
   echo PollInterval=2 >"$CORVANE_CONFIG_DIR/Corvane.ini"
   export TERM=xterm-256color
   local name
-  for name in keys blocks lines past broken; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
+  for name in keys blocks lines past broken damagedscreen damagedlines; do cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$name.json"; done
 
   keep keys screen 24x100 see "2 cards: 1 WARNING, 1 ok" see "a1      MOLT EP PX600" \
     run "cardsim --state $BATS_FILE_TMPDIR/keys.json raise card0 CORRECTABLE_PCI_ERRORS" \
@@ -37,6 +37,8 @@ setup_file() {
   wait
   keep past past &
   if_direct keep broken broken &
+  keep damagedscreen damaged_screen &
+  keep damagedlines damaged_lines &
   wait
   keep reader one_block &
   keep json host watch -o json &
@@ -72,14 +74,43 @@ past() {
   with past events -o tsv -H | cut -f 4,5
 }
 
-# broken: removes the database while watch runs. watch reports the failure when it exits.
+# broken: removes the database while watch runs. watch shows the failure, and reports it when it
+# exits.
 broken() {
   local file="$BATS_FILE_TMPDIR/broken.json" database="$BATS_FILE_TMPDIR/broken.db"
   CORVANE_DATABASE="$database" screen 24x100 see "EVENTS (0)" \
     run "rm $database* && mkdir $database" \
     run "cardsim --state $file raise card0 CORRECTABLE_PCI_ERRORS" \
-    see "EVENTS (1)" never "cannot use" press q ends 0 see "cannot use the event log" \
+    see "EVENTS (1)" see "cannot use the event log" press Down gone "cannot use the event log" \
+    press q ends 0 see "cannot use the event log" \
     -- corvane-host "$(cards_option "$file")" watch
+}
+
+# damage NAME: writes a file of simulated cards that cannot be read. `restore` undoes this.
+damage() { printf '{"cards": [' >"$BATS_FILE_TMPDIR/$1.json"; }
+restore() { cp "$CARDSIM_STATE" "$BATS_FILE_TMPDIR/$1.new" && mv "$BATS_FILE_TMPDIR/$1.new" "$BATS_FILE_TMPDIR/$1.json"; }
+
+# damaged_screen, damaged_lines: damage the cards while watch runs, and restore them.
+damaged_screen() {
+  local file="$BATS_FILE_TMPDIR/damagedscreen.json"
+  screen 24x100 see "2 cards: 1 WARNING, 1 ok" \
+    run "printf '{' >$file" see "2 cards: 2 UNREADABLE" \
+    run "cp $CARDSIM_STATE $file.new && mv $file.new $file" see "2 cards: 1 WARNING, 1 ok" \
+    never "0 cards" press q ends 0 -- corvane-host "$(cards_option "$file")" watch
+}
+damaged_lines() {
+  local lines="$BATS_FILE_TMPDIR/damaged.lines" pid
+  corvane-host "$(cards_option "$BATS_FILE_TMPDIR/damagedlines.json")" watch -o jsonl \
+    >"$lines" 2>/dev/null </dev/null &
+  pid=$!
+  eventually grep -q '"status":"WARNING"' "$lines"
+  damage damagedlines
+  eventually grep -q '"status":"UNREADABLE"' "$lines"
+  restore damagedlines
+  eventually sh -c "tail -1 '$lines' | grep -q '\"status\":\"WARNING\"'"
+  kill "$pid"
+  wait "$pid" || true
+  cat "$lines"
 }
 
 one_block() {
@@ -99,7 +130,21 @@ one_block() {
 CTRL_CORRECTABLE_PCI_ERRORS	a0" "$(out past)"
 }
 
-@test "a removed database is reported only after the screen is closed" {
+@test "damaged cards are unreadable on the screen until the file is restored" {
+  ended damagedscreen 0 || { err damagedscreen; false; }
+}
+
+@test "watch -o jsonl never loses the cards of a damaged file" {
+  ended damagedlines 0
+  same '[["UNREADABLE", "WARNING"], [2]]' "$(out damagedlines | python3 -c '
+import json, sys
+documents = [json.loads(line)["result"]["objects"] for line in sys.stdin]
+cards = [[o for o in each if o["type"] == "adapter"] for each in documents]
+statuses = {card["status"] for each in cards for card in each if card["serial_number"] == "S200"}
+print(json.dumps([sorted(statuses), sorted({len(each) for each in cards})]))')"
+}
+
+@test "a removed database is shown on the screen, and reported after it is closed" {
   direct_only "the service reads the log (client.bats removes the database of a service)"
   ended broken 0 || { err broken; false; }
 }

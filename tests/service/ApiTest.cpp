@@ -180,7 +180,8 @@ TEST_F(Api, KeepsTheKeysOfUsersApart) {
     request.m_Body = std::string(R"({"poll_interval": )") + interval + "}";
     const Http::Response response = DeferredResponse(Http::Method::Patch, "/v1/plugin", request);
     const auto result = nlohmann::json::parse(*response.m_Body)["result"];
-    return std::to_string(response.m_Status) + " " + result["after"].dump();
+    return std::to_string(response.m_Status) + " " +
+           result["after"]["poll_interval_seconds"].dump();
   };
   EXPECT_EQ("200 30", change(1000, "30"));
   EXPECT_EQ("200 40", change(1001, "40"));

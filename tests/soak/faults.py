@@ -116,8 +116,8 @@ class FaultRun:
             document = json.loads(self.machine.client.send("POST", path, '{"dry_run": true}').content)
             reported = eventually("the dry run has ended", lambda job=document["id"]: (
                 it := self.machine.client.get(f"/v1/jobs/{job}"))["state"] != "RUNNING" and it)
-            actual = {"true": "on", "false": "off"}[led(self, card)]
-            if reported["result"]["result"]["before"] != actual:
+            actual = {"true": "ON", "false": "OFF"}[led(self, card)]
+            if reported["result"]["result"]["before"]["locate_led"] != actual:
                 raise Failure(f"card{card}: the locate LED is {actual}, reported: {reported}")
 
 

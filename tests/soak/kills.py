@@ -135,13 +135,13 @@ class Run:
         return job["result"]["result"]
 
     def led(self):
-        return {"true": "on", "false": "off"}[self.machine.cardsim("get", "card2", "beacon_state")]
+        return {"true": "ON", "false": "OFF"}[self.machine.cardsim("get", "card2", "beacon_state")]
 
     def check_led(self):
         """Compares the reported state of the LED with the actual one, now and after each change."""
         for operation in (None, "locate", "stop-locate"):
-            changed = self.run_job(operation, "{}")["after"] if operation else self.led()
-            reported = self.run_job("locate", '{"dry_run": true}')["before"]
+            changed = self.run_job(operation, "{}")["after"]["locate_led"] if operation else self.led()
+            reported = self.run_job("locate", '{"dry_run": true}')["before"]["locate_led"]
             if not changed == reported == self.led():
                 raise Failure(f"locate LED: set to {changed}, reported as {reported}, "
                               f"is {self.led()}")
