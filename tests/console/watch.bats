@@ -138,8 +138,9 @@ CTRL_CORRECTABLE_PCI_ERRORS	a0" "$(out past)"
   ended damagedlines 0
   same '[["UNREADABLE", "WARNING"], [2]]' "$(out damagedlines | python3 -c '
 import json, sys
-documents = [json.loads(line)["result"]["objects"] for line in sys.stdin]
-cards = [[o for o in each if o["type"] == "adapter"] for each in documents]
+results = [json.loads(line)["result"] for line in sys.stdin]
+# The last document reports the signal and has no result.
+cards = [[o for o in each["objects"] if o["type"] == "adapter"] for each in results if each]
 statuses = {card["status"] for each in cards for card in each if card["serial_number"] == "S200"}
 print(json.dumps([sorted(statuses), sorted({len(each) for each in cards})]))')"
 }
