@@ -137,7 +137,7 @@ plugin    SanDisk-Plugin
   local line
   for line in Health Wear Capacity Place Versions Plug-in; do out show80 | grep -qx "$line"; done
   out show80 | grep -qxE '  temperature_celsius +80 °C   ███████████░  warning 78, critical 85'
-  out show80 | grep -qxE '  locate_led +off'
+  out show80 | grep -qxE '  locate_led +OFF'
   picture showascii 80x80 3 show a2 --ascii
   out showascii | grep -qxE '  temperature_celsius +80 C    ###########\.  warning 78, critical 85'
 }
