@@ -176,7 +176,6 @@ Command CheckCommand() {
       {3, "UNKNOWN: no card, no plug-in, invalid command line, or timeout"}};
   command.m_Examples = {
       {"check", "run from a monitoring system", true},
-      {"check a0 a2", "check two cards; the worst state wins"},
       {"check --expect 4 --warn-reserve 20", "check the number of cards and their reserve"}};
   return command;
 }
