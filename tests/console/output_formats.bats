@@ -145,7 +145,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
 }
 
 @test "set -o json contains the values before and after" {
-  same '{"object": "plugin", "property": "poll_interval_seconds", "before": 15, "after": 30, "saved": true, "dry_run": false, "would_change": null}' \
+  same '{"object": "plugin", "property": "poll_interval_seconds", "before": {"poll_interval_seconds": 15}, "after": {"poll_interval_seconds": 30}, "saved": true, "dry_run": false, "would_change": null}' \
     "$(json set 'd["result"]')"
 }
 
