@@ -16,31 +16,38 @@
 
 namespace NAMESPACE_Corvane {
 
+// The types of result codes and of pointers to error records. Deduced from one function, because
+// their names may differ between versions of the library's header.
+template <class Code, class Record>
+Code CodeOf(Code (*)(void*, Record*));
+template <class Code, class Record>
+Record* RecordOf(Code (*)(void*, Record*));
+using CardCode = decltype(CodeOf(vsl_open));
+using ErrorRecordPointer = decltype(RecordOf(vsl_open));
+
 // The library's reason for a failed call. The library writes a record only on failure, but one
 // trace line prints the record's text after a success; therefore `Text` never reads past the end of
 // the record.
 class ErrorRecord {
  public:
-  ErrorRecord() { *TextBegin() = '\0'; }
+  ErrorRecord() { m_Bytes[kErrorTextOffset] = '\0'; }
   // Returns a zeroed record, for calls that may read it.
   static ErrorRecord Zeroed() {
     ErrorRecord record;
-    record.m_Record = {};
+    std::memset(record.m_Bytes, 0, sizeof record.m_Bytes);
     return record;
   }
 
-  operator vsl_error_record*() { return &m_Record; }
+  operator ErrorRecordPointer() {
+    return static_cast<ErrorRecordPointer>(static_cast<void*>(m_Bytes));
+  }
   std::string Text() const {
-    const char* text = const_cast<ErrorRecord*>(this)->TextBegin();
+    const char* text = m_Bytes + kErrorTextOffset;
     return std::string(text, strnlen(text, kErrorRecordSize - kErrorTextOffset));
   }
 
  private:
-  // Uses an offset because member names may differ between versions of the library's header.
-  char* TextBegin() { return reinterpret_cast<char*>(&m_Record) + kErrorTextOffset; }
-
-  static_assert(sizeof(vsl_error_record) == kErrorRecordSize);
-  vsl_error_record m_Record;
+  alignas(std::uint64_t) char m_Bytes[kErrorRecordSize];
 };
 
 namespace HandleKind {
@@ -81,7 +88,7 @@ using UnitRef = HandleRef<HandleKind::Unit>;
 template <class Kind>
 class Handle {
  public:
-  explicit Handle(vsl_error_record* destroyRecord = nullptr) : m_pDestroyRecord(destroyRecord) {}
+  explicit Handle(ErrorRecordPointer destroyRecord = nullptr) : m_pDestroyRecord(destroyRecord) {}
   ~Handle() {
     if (!m_Owned) return;
     const CancellationBlocked blocked;
@@ -93,8 +100,8 @@ class Handle {
   // Calls `make` with the address of the handle, and returns its code. The handle is owned if the
   // code is 0.
   template <class Make>
-  vsl_code Create(Make make) {
-    const vsl_code code = make(&m_Raw);
+  CardCode Create(Make make) {
+    const CardCode code = make(&m_Raw);
     m_Owned = code == 0;
     return code;
   }
@@ -121,7 +128,7 @@ class Handle {
 
  private:
   void* m_Raw = nullptr;
-  vsl_error_record* m_pDestroyRecord;
+  ErrorRecordPointer m_pDestroyRecord;
   bool m_Owned = false;
 };
 
@@ -136,8 +143,8 @@ class CardHandle : public Handle<HandleKind::Card> {
     Close(error);
   }
 
-  vsl_code Open(ErrorRecord& error) {
-    const vsl_code code = vsl_open(Raw(), error);
+  CardCode Open(ErrorRecord& error) {
+    const CardCode code = vsl_open(Raw(), error);
     m_IsOpen = code == 0;
     return code;
   }
@@ -156,21 +163,21 @@ using JobHandle = Handle<HandleKind::Job>;
 
 // Create handles and return the library's code; 0 means success. Creating the handle of a card does
 // not open the card.
-inline vsl_code CreateHandle(const std::string& devicePath, CardHandle& card, ErrorRecord& error) {
+inline CardCode CreateHandle(const std::string& devicePath, CardHandle& card, ErrorRecord& error) {
   return card.Create(
       [&](void** handle) { return vsl_iom_create_by_name(devicePath.c_str(), handle, error); });
 }
-inline vsl_code CreateHandle(CardRef card, AdapterHandle& adapter, ErrorRecord& error) {
+inline CardCode CreateHandle(CardRef card, AdapterHandle& adapter, ErrorRecord& error) {
   return adapter.Create(
       [&](void** handle) { return vsl_adapter_create(card.Raw(), handle, error); });
 }
-inline vsl_code CreateHandle(CardRef card, FormatHandle& format, ErrorRecord& error) {
+inline CardCode CreateHandle(CardRef card, FormatHandle& format, ErrorRecord& error) {
   return format.Create(
       [&](void** handle) { return vsl_iom_format_create(card.Raw(), handle, error); });
 }
 // A library function that creates a job.
-using CreateJob = vsl_code (*)(void* iom, void** job, vsl_error_record* error);
-inline vsl_code CreateHandle(CardRef card, CreateJob create, JobHandle& job, ErrorRecord& error) {
+using CreateJob = CardCode (*)(void* iom, void** job, ErrorRecordPointer error);
+inline CardCode CreateHandle(CardRef card, CreateJob create, JobHandle& job, ErrorRecord& error) {
   return job.Create([&](void** handle) { return create(card.Raw(), handle, error); });
 }
 
@@ -188,35 +195,35 @@ inline std::uint16_t PciDeviceId(CardRef card, ErrorRecord& error) {
 inline bool LocateLEDIsOn(CardRef card, ErrorRecord& error) {
   return vsl_beacon_state(card.Raw(), error);
 }
-inline vsl_code SetLocateLED(CardRef card, bool on, ErrorRecord& error) {
+inline CardCode SetLocateLED(CardRef card, bool on, ErrorRecord& error) {
   return vsl_set_beacon_state(card.Raw(), on ? 1 : 0, error);
 }
 
 // Jobs.
-inline vsl_code SetForced(JobRef job, ErrorRecord& error) {
+inline CardCode SetForced(JobRef job, ErrorRecord& error) {
   return vsl_iom_detach_set_force(job.Raw(), 1, error);
 }
-inline vsl_code Start(JobRef job, ErrorRecord& error) {
+inline CardCode Start(JobRef job, ErrorRecord& error) {
   return vsl_op_start(job.Raw(), error);
 }
-inline vsl_code WaitForResult(JobRef job, ErrorRecord& error) {
+inline CardCode WaitForResult(JobRef job, ErrorRecord& error) {
   return vsl_op_wait_for_result(job.Raw(), error);
 }
 
 // Formats.
-inline vsl_code AllowOverformat(FormatRef format, ErrorRecord& error) {
+inline CardCode AllowOverformat(FormatRef format, ErrorRecord& error) {
   return vsl_iom_format_set_size_mode(format.Raw(), kSizeModeOverformat, error);
 }
 inline std::uint64_t MaxSizeBytes(FormatRef format, ErrorRecord& error) {
   return vsl_iom_format_max_size_bytes(format.Raw(), error);
 }
-inline vsl_code SetSizeBytes(FormatRef format, std::uint64_t bytes, ErrorRecord& error) {
+inline CardCode SetSizeBytes(FormatRef format, std::uint64_t bytes, ErrorRecord& error) {
   return vsl_iom_format_set_size_bytes(format.Raw(), bytes, error);
 }
-inline vsl_code SetSizePercent(FormatRef format, std::uint32_t percent, ErrorRecord& error) {
+inline CardCode SetSizePercent(FormatRef format, std::uint32_t percent, ErrorRecord& error) {
   return vsl_iom_format_set_size_pct(format.Raw(), percent, error);
 }
-inline vsl_code SetSectorSize(FormatRef format, std::uint32_t bytes, ErrorRecord& error) {
+inline CardCode SetSectorSize(FormatRef format, std::uint32_t bytes, ErrorRecord& error) {
   return vsl_iom_format_set_sector_size_bytes(format.Raw(), bytes, error);
 }
 
@@ -235,7 +242,7 @@ inline std::uint32_t UnitState(UnitRef unit, ErrorRecord& error) {
 inline bool HasUnitState(UnitRef unit, ErrorRecord& error) {
   return vsl_has_vsu_state(unit.Raw(), error);
 }
-inline vsl_code SetUnitState(UnitRef unit, std::uint32_t state, ErrorRecord& error) {
+inline CardCode SetUnitState(UnitRef unit, std::uint32_t state, ErrorRecord& error) {
   return vsl_set_vsu_state(unit.Raw(), state, error);
 }
 

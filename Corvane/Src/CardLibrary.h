@@ -15,13 +15,13 @@ namespace NAMESPACE_Corvane {
 // The two library functions of one attribute, for one kind of handle.
 template <class Kind, class T>
 struct Attribute {
-  bool (*m_Has)(void*, vsl_error_record*);
-  T (*m_Read)(void*, vsl_error_record*);
+  bool (*m_Has)(void*, ErrorRecordPointer);
+  T (*m_Read)(void*, ErrorRecordPointer);
 };
 
 template <class Kind, class T>
-constexpr Attribute<Kind, T> AttributeOf(bool (*has)(void*, vsl_error_record*),
-                                         T (*read)(void*, vsl_error_record*)) {
+constexpr Attribute<Kind, T> AttributeOf(bool (*has)(void*, ErrorRecordPointer),
+                                         T (*read)(void*, ErrorRecordPointer)) {
   return {has, read};
 }
 

@@ -137,8 +137,7 @@ bool AdapterNumber(LiveAdapter& adapter, CProperty& property) {
 
 bool ManufactureDate(LiveAdapter& adapter, CProperty& property) {
   if (adapter.m_Record.m_OriginMs == kUnknown) return false;
-  MBXX::CSystemDate_Lx date = {};
-  MBXX::CSystemTime_Lx::GetDate(adapter.m_Record.m_OriginMs, date);
+  const Date date = DateOf(adapter.m_Record.m_OriginMs);
   property.SetValue(Formatted("%4d-%02d-%02d %02d:%02d", date.m_Year, date.m_Month, date.m_Day,
                               date.m_Hour, date.m_Minute));
   return true;
@@ -355,7 +354,7 @@ unsigned int CheckLocateLED(const CFusionIOAdapter& adapter, bool on) {
   TRACE_AS("CheckAdapterOperation");
   ErrorRecord error;
   CardHandle iom;
-  const vsl_code code = CreateHandle(adapter.m_DevicePath, iom, error);
+  const CardCode code = CreateHandle(adapter.m_DevicePath, iom, error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "CheckAdapterOperation, vsl_iom_create_by_name = %d (%s)", code,
           error.Text());
@@ -371,7 +370,7 @@ unsigned int SwitchLocateLED(const CFusionIOAdapter& adapter, bool on) {
   TRACE_AS("ExecuteAdapterOperation");
   ErrorRecord error;
   CardHandle iom;
-  vsl_code code = CreateHandle(adapter.m_DevicePath, iom, error);
+  CardCode code = CreateHandle(adapter.m_DevicePath, iom, error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "ExecuteAdapterOperation, vsl_iom_create_by_name = %d (%s)", code,
           error.Text());

@@ -150,7 +150,7 @@ std::uint32_t SizePercent(const FormatRequest& request) {
 }
 
 // Returns true if a library call succeeded; traces a failure.
-bool CheckStep(const char* function, vsl_code code, const ErrorRecord& error) {
+bool CheckStep(const char* function, CardCode code, const ErrorRecord& error) {
   if (code == 0) return true;
   TRACE_AS("ExecutePhysicalDriveOperation");
   TRACE(TRACE_RESULT, "ExecutePhysicalDriveOperation, %s = %d (%s)", function, code, error.Text());
@@ -208,7 +208,7 @@ unsigned int SwitchUnits(const Drive& drive, std::uint32_t state) {
   UnitRef unit;
   while (NextUnit(iom, unit, error)) {
     if (!HasUnitState(unit, error)) continue;
-    const vsl_code code = SetUnitState(unit, state, error);
+    const CardCode code = SetUnitState(unit, state, error);
     if (code != 0) continue;
     result = PI::SUCCESS;
     TRACE(TRACE_RESULT, "ExecutePhysicalDriveOperation, vsl_set_vsu_state = %d (%s)", code,
@@ -225,7 +225,7 @@ unsigned int CheckUnits(const Drive& drive, std::uint32_t state, bool destroyIfN
   TRACE_AS("CheckPhysicalDriveOperation");
   ErrorRecord error;
   CardHandle iom;
-  const vsl_code code = CreateHandle(drive.m_DevicePath, iom, error);
+  const CardCode code = CreateHandle(drive.m_DevicePath, iom, error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "CheckPhysicalDriveOperation, vsl_iom_create_by_name = %d (%s)", code,
           error.Text());
@@ -281,7 +281,7 @@ int AsPercentProperty(std::uint32_t id, int percent) {
 void FillLiveFields(DriveRow& row, const CFusionIOAdapter& adapter) {
   ErrorRecord error;
   CardHandle iom;
-  const vsl_code code = CreateHandle(adapter.m_DevicePath, iom, error);
+  const CardCode code = CreateHandle(adapter.m_DevicePath, iom, error);
   iom.Release();
   const CardReader card(iom, error);
   if (adapter.m_FirstUseMs == kUnknown || code != 0 || !card.Has(VSL(rated_endurance_tbytes)) ||

@@ -110,7 +110,7 @@ bool IPLUGINAPI_IMPL::InitializeLocksAndEvents() {
 bool IPLUGINAPI_IMPL::StartCardLibrary() {
   TRACE_AS("Initialize");
   ErrorRecord error;
-  vsl_code code = vsl_init(0, error);
+  CardCode code = vsl_init(0, error);
   for (unsigned int retry = 0; code == kLibraryNotReady && retry < kVslInitRetries; ++retry) {
     Sleep(1000);
     code = vsl_init(0, error);
@@ -334,7 +334,7 @@ bool IPLUGINAPI_IMPL::HasChanged(const CFusionIOAdapter& adapter) {
   TRACE_AS("Worker");
   ErrorRecord error;
   CardHandle iom(error);
-  vsl_code code = CreateHandle(adapter.m_DevicePath, iom, error);
+  CardCode code = CreateHandle(adapter.m_DevicePath, iom, error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "Worker, vsl_iom_create_by_name = %d (%s)", code, error.Text());
     return false;
@@ -412,7 +412,7 @@ bool IPLUGINAPI_IMPL::ScanCard(std::size_t index, bool initial,
   const std::string& path = m_ControlDevicePaths[index].m_DevicePath;
   ErrorRecord error;
   CardHandle iom(error);
-  vsl_code code = CreateHandle(path, iom, error);
+  CardCode code = CreateHandle(path, iom, error);
   if (code != 0) {
     TRACE(TRACE_RESULT, "ScanSystem, vsl_iom_create_by_name = %d (%s)", code, error.Text());
     return true;
@@ -537,7 +537,7 @@ void IPLUGINAPI_IMPL::ScanDrive(CardRef iom, const CFusionIOAdapter& adapter,
   drive.m_FactorySizeMiB = adapter.m_FactorySizeMiB;
   if (const auto bytes = card.Read(VSL(size_bytes))) drive.m_ConfigurableSizeMiB = MiB(*bytes);
   FormatHandle format(error);
-  const vsl_code code = CreateHandle(iom, format, error);
+  const CardCode code = CreateHandle(iom, format, error);
   if (code == 0) {
     ReadFormatLimits(format, error, drive);
     format.Destroy();
@@ -699,7 +699,7 @@ PI::CEvent IPLUGINAPI_IMPL::FailureEventLocked(const CardJob& job, const std::st
 void IPLUGINAPI_IMPL::StartAndWait(const CardJob& job, const std::string& device,
                                    const PI::CEvent& failure) {
   ErrorRecord error;
-  const auto check = [&](const char* function, vsl_code code) {
+  const auto check = [&](const char* function, CardCode code) {
     return CheckJobStep(job, function, code, error, failure);
   };
   CardHandle iom;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "Corvane/Src/Date.h"
 #include "Corvane/Src/Formatted.h"
 #include "host/PluginInterface.h"
 #include "host/Toolkit.h"
@@ -24,8 +25,7 @@ inline std::string EndOfLifeDate(std::uint64_t usedHours, std::uint64_t bytesWri
   unsigned long remainingHours = 0;
   PI::CPluginHelper::ComputeRemainingLifeTime(usedHours, bytesWritten, usedPercent, ratedTBytes,
                                               remainingHours);
-  MBXX::CSystemDate_Lx date = {};
-  MBXX::CSystemTime_Lx::GetDate(MBX::Misc::now() + remainingHours * kMsPerHour, date);
+  const Date date = DateOf(MBX::Misc::now() + remainingHours * kMsPerHour);
   return Formatted("%4d-%02d-%02d", date.m_Year, date.m_Month, date.m_Day);
 }
 

@@ -9,7 +9,7 @@
 #include <locale>
 #include <string>
 
-#include "host/Toolkit.h"
+#include "Corvane/Src/WaitResults.h"
 
 namespace NAMESPACE_Corvane {
 
@@ -36,7 +36,7 @@ inline std::uint64_t ScanIntervalMs(std::uint32_t seconds) {
 
 // Returns the milliseconds between two quick polls, at most the longest finite timeout.
 inline unsigned int QuickPollIntervalMs(std::uint32_t seconds) {
-  constexpr std::uint64_t kLongest = MBX::Threading::WAIT_INFINITE - 1;
+  constexpr std::uint64_t kLongest = kWaitInfinite - 1;
   return static_cast<unsigned int>(std::min(ScanIntervalMs(seconds) / 3, kLongest));
 }
 

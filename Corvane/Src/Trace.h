@@ -110,7 +110,7 @@ class CORVANE_SCOPED_LOCK ManualLock {
 
   // Waits for the lock without a timeout. Returns whether the lock is held.
   bool Wait() CORVANE_TRY_ACQUIRE(true) CORVANE_UNLOCKED {
-    m_Held = m_Lock.Wait(MBX::Threading::WAIT_INFINITE) == kWaitSucceeded;
+    m_Held = m_Lock.Wait(kWaitInfinite) == kWaitSucceeded;
     return m_Held;
   }
 
@@ -168,9 +168,9 @@ constexpr const char* TracedAs(const char* function) {
 
 // Holds a lock of the plug-in until the end of the enclosing block. A macro, so that the trace
 // lines show the function that uses it.
-#define TRACED_GUARD(lock)                                                              \
-  TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "Before " #lock ".Wait (sg)");                 \
-  const MBX::Threading::CSyncGuard guardOf_##lock(lock, MBX::Threading::WAIT_INFINITE); \
+#define TRACED_GUARD(lock)                                                                   \
+  TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "Before " #lock ".Wait (sg)");                      \
+  const MBX::Threading::CSyncGuard guardOf_##lock(lock, ::NAMESPACE_Corvane::kWaitInfinite); \
   TRACE(::NAMESPACE_Corvane::TRACE_LOCK, "After " #lock ".Wait (sg)")
 
 // Waits for a lock, which `TRACED_RELEASE` releases. Declares `isHeld`, which is true if the wait

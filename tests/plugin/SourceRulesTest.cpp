@@ -143,7 +143,7 @@ TEST(SourceRules, LocksAreAcquiredOnlyThroughGuards) {
   EXPECT_THAT(LocksIn({{"", "CFastMutex m_Example;"}}), ElementsAre("m_Example"));
   const std::regex raw = RawLocking(locks);
   for (const char* violation :
-       {"m_DataLock.Wait(MBX::Threading::WAIT_INFINITE)", "  m_EventsLock.Release();",
+       {"m_DataLock.Wait(kWaitInfinite)", "  m_EventsLock.Release();",
         "this->m_DataLock.Release();", "auto* lock = &m_DataLock;",
         "const CSyncGuard guard(m_DataLock, 0);", "const std::lock_guard<std::mutex> guard(m_Own);",
         "ManualLock lock(m_DataLock, TRACE_SITE(), a, b);", "boost::mutex m_Own;"}) {

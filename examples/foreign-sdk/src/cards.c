@@ -20,26 +20,26 @@ static int adapter;
 static enum job jobs[] = {NO_JOB, ATTACH, DETACH, FORMAT};
 
 /* The attributes. A card need not have all of them. */
-#define HAS(type, name, value)                                 \
-  bool vsl_has_##name(void* handle, vsl_error_record* error) { \
-    return true;                                               \
-  }                                                            \
-  type vsl_##name(void* handle, vsl_error_record* error) {     \
-    return value;                                              \
+#define HAS(type, name, value)                           \
+  bool vsl_has_##name(void* handle, own_record* error) { \
+    return true;                                         \
+  }                                                      \
+  type vsl_##name(void* handle, own_record* error) {     \
+    return value;                                        \
   }
-#define FORMAT_HAS(type, name, value)                                     \
-  bool vsl_iom_format_has_##name(void* format, vsl_error_record* error) { \
-    return true;                                                          \
-  }                                                                       \
-  type vsl_iom_format_##name(void* format, vsl_error_record* error) {     \
-    return value;                                                         \
+#define FORMAT_HAS(type, name, value)                               \
+  bool vsl_iom_format_has_##name(void* format, own_record* error) { \
+    return true;                                                    \
+  }                                                                 \
+  type vsl_iom_format_##name(void* format, own_record* error) {     \
+    return value;                                                   \
   }
-#define LACKS(type, name)                                      \
-  bool vsl_has_##name(void* handle, vsl_error_record* error) { \
-    return false;                                              \
-  }                                                            \
-  type vsl_##name(void* handle, vsl_error_record* error) {     \
-    return (type)0;                                            \
+#define LACKS(type, name)                                \
+  bool vsl_has_##name(void* handle, own_record* error) { \
+    return false;                                        \
+  }                                                      \
+  type vsl_##name(void* handle, own_record* error) {     \
+    return (type)0;                                      \
   }
 
 HAS(const char*, device_path, "/dev/fct0")
@@ -93,14 +93,14 @@ FORMAT_HAS(unsigned long long, size_bytes, TERABYTE)
 FORMAT_HAS(unsigned long long, max_size_bytes, TERABYTE)
 FORMAT_HAS(unsigned char, size_pct, 100)
 
-unsigned short vsl_pci_device_id(void* handle, vsl_error_record* error) {
+unsigned short vsl_pci_device_id(void* handle, own_record* error) {
   return 0x2001;
 }
-unsigned int vsl_reserve_status(void* handle, vsl_error_record* error) {
+unsigned int vsl_reserve_status(void* handle, own_record* error) {
   return 0;
 }
 
-vsl_code vsl_init(unsigned long long flags, vsl_error_record* error) {
+own_code vsl_init(unsigned long long flags, own_record* error) {
   return 0;
 }
 void vsl_fini(void) {}
@@ -110,84 +110,82 @@ static bool Iterate(void** handle, void* only) {
   *handle = *handle == NULL ? only : NULL;
   return *handle != NULL;
 }
-bool vsl_iom_iterate(void** iom, unsigned int which, vsl_error_record* error) {
+bool vsl_iom_iterate(void** iom, unsigned int which, own_record* error) {
   return Iterate(iom, &card);
 }
-bool vsl_vsu_iterate(void* iom, void** vsu, unsigned int which, vsl_error_record* error) {
+bool vsl_vsu_iterate(void* iom, void** vsu, unsigned int which, own_record* error) {
   return Iterate(vsu, &volume);
 }
 
-static vsl_code Fail(vsl_error_record* error, const char* text) {
+static own_code Fail(own_record* error, const char* text) {
   memset(error, 0, sizeof *error);
   strcpy(error->own_message, text);
   return 1;
 }
-static vsl_code Create(void** handle, void* object) {
+static own_code Create(void** handle, void* object) {
   *handle = object;
   return 0;
 }
-vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* error) {
+own_code vsl_iom_create_by_name(const char* path, void** iom, own_record* error) {
   return strcmp(path, "/dev/fct0") == 0 ? Create(iom, &card) : Fail(error, "no such card");
 }
-vsl_code vsl_adapter_create(void* iom, void** handle, vsl_error_record* error) {
+own_code vsl_adapter_create(void* iom, void** handle, own_record* error) {
   return Create(handle, &adapter);
 }
-vsl_code vsl_iom_attach_create(void* iom, void** job, vsl_error_record* error) {
+own_code vsl_iom_attach_create(void* iom, void** job, own_record* error) {
   return Create(job, &jobs[ATTACH]);
 }
-vsl_code vsl_iom_detach_create(void* iom, void** job, vsl_error_record* error) {
+own_code vsl_iom_detach_create(void* iom, void** job, own_record* error) {
   return Create(job, &jobs[DETACH]);
 }
-vsl_code vsl_iom_format_create(void* iom, void** format, vsl_error_record* error) {
+own_code vsl_iom_format_create(void* iom, void** format, own_record* error) {
   return Create(format, &jobs[FORMAT]);
 }
-vsl_code vsl_open(void* iom, vsl_error_record* error) {
+own_code vsl_open(void* iom, own_record* error) {
   return 0;
 }
-vsl_code vsl_close(void* iom, vsl_error_record* error) {
+own_code vsl_close(void* iom, own_record* error) {
   return 0;
 }
-vsl_code vsl_destroy(void** handle, vsl_error_record* error) {
+own_code vsl_destroy(void** handle, own_record* error) {
   return 0;
 }
 
-vsl_code vsl_set_beacon_state(void* iom, unsigned int state, vsl_error_record* error) {
+own_code vsl_set_beacon_state(void* iom, unsigned int state, own_record* error) {
   card.led = state != 0;
   return 0;
 }
-unsigned int vsl_vsu_state(void* vsu, vsl_error_record* error) {
+unsigned int vsl_vsu_state(void* vsu, own_record* error) {
   return 1;
 }
-bool vsl_has_vsu_state(void* vsu, vsl_error_record* error) {
+bool vsl_has_vsu_state(void* vsu, own_record* error) {
   return false;
 }
-vsl_code vsl_set_vsu_state(void* vsu, unsigned int state, vsl_error_record* error) {
+own_code vsl_set_vsu_state(void* vsu, unsigned int state, own_record* error) {
   return Fail(error, "the state is fixed");
 }
-vsl_code vsl_iom_detach_set_force(void* job, unsigned int force, vsl_error_record* error) {
+own_code vsl_iom_detach_set_force(void* job, unsigned int force, own_record* error) {
   return 0;
 }
-bool vsl_iom_format_has_size_mode(void* format, vsl_error_record* error) {
+bool vsl_iom_format_has_size_mode(void* format, own_record* error) {
   return false;
 }
-vsl_code vsl_iom_format_set_size_mode(void* format, unsigned int mode, vsl_error_record* error) {
+own_code vsl_iom_format_set_size_mode(void* format, unsigned int mode, own_record* error) {
   return Fail(error, "no size modes");
 }
-vsl_code vsl_iom_format_set_size_bytes(void* format, unsigned long long bytes,
-                                       vsl_error_record* error) {
+own_code vsl_iom_format_set_size_bytes(void* format, unsigned long long bytes, own_record* error) {
   return 0;
 }
-vsl_code vsl_iom_format_set_size_pct(void* format, unsigned int percent, vsl_error_record* error) {
+own_code vsl_iom_format_set_size_pct(void* format, unsigned int percent, own_record* error) {
   return 0;
 }
-vsl_code vsl_iom_format_set_sector_size_bytes(void* format, unsigned int bytes,
-                                              vsl_error_record* error) {
+own_code vsl_iom_format_set_sector_size_bytes(void* format, unsigned int bytes, own_record* error) {
   return 0;
 }
-vsl_code vsl_op_start(void* job, vsl_error_record* error) {
+own_code vsl_op_start(void* job, own_record* error) {
   return 0;
 }
-vsl_code vsl_op_wait_for_result(void* job, vsl_error_record* error) {
+own_code vsl_op_wait_for_result(void* job, own_record* error) {
   if (*(enum job*)job == ATTACH) card.state = ATTACHED;
   if (*(enum job*)job == DETACH) card.state = DETACHED;
   return 0;

@@ -69,11 +69,11 @@ bool CSystemTime_Lx::GetDate(unsigned long milliseconds, CSystemDate_Lx& date) {
   tm parts = {};
   if (gmtime_r(&seconds, &parts) == nullptr) return false;
   date = {};
-  date.m_Year = static_cast<unsigned int>(parts.tm_year + 1900);
-  date.m_Month = static_cast<unsigned int>(parts.tm_mon + 1);
-  date.m_Day = static_cast<unsigned int>(parts.tm_mday);
-  date.m_Hour = static_cast<unsigned int>(parts.tm_hour);
-  date.m_Minute = static_cast<unsigned int>(parts.tm_min);
+  date.m_OwnYear = static_cast<unsigned int>(parts.tm_year + 1900);
+  date.m_OwnMonth = static_cast<unsigned int>(parts.tm_mon + 1);
+  date.m_OwnDay = static_cast<unsigned int>(parts.tm_mday);
+  date.m_OwnHour = static_cast<unsigned int>(parts.tm_hour);
+  date.m_OwnMinute = static_cast<unsigned int>(parts.tm_min);
   return true;
 }
 

@@ -96,7 +96,7 @@ bool Native_OS::CFastMutex::Init() {
 }
 unsigned int Native_OS::CFastMutex::Wait(unsigned int timeoutMs) {
   if (m_OwnLock == nullptr) return kFailed;
-  if (timeoutMs == WAIT_INFINITE) {
+  if (timeoutMs == OWN_INFINITE) {
     return pthread_mutex_lock(LockOf(*this)) == 0 ? kSucceeded : kFailed;
   }
   const timespec end = After(timeoutMs);
@@ -171,7 +171,7 @@ unsigned int CThread::Wait(unsigned int timeoutMs) {
   if (thread == nullptr) return kFailed;
   if (thread->m_IsJoined) return kSucceeded;
   const timespec end = After(timeoutMs);
-  const int error = timeoutMs == WAIT_INFINITE
+  const int error = timeoutMs == OWN_INFINITE
                         ? pthread_join(thread->m_Thread, nullptr)
                         : pthread_timedjoin_np(thread->m_Thread, nullptr, &end);
   thread->m_IsJoined = error == 0;

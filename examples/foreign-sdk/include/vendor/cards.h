@@ -8,21 +8,21 @@ extern "C" {
 #include <stdbool.h>
 #endif
 
-typedef unsigned long long vsl_code;
+typedef unsigned long long own_code;
 
-typedef struct vsl_error_record {
+typedef struct own_record {
   unsigned char own_head[8];
   char own_message[1000];
   char own_rest[40];
-} vsl_error_record;
+} own_record;
 
 #define OWN_C __attribute__((visibility("default")))
-#define OWN_PAIR(own_type, own_name)                                            \
-  OWN_C bool vsl_has_##own_name(void* own_handle, vsl_error_record* own_error); \
-  OWN_C own_type vsl_##own_name(void* own_handle, vsl_error_record* own_error);
-#define OWN_FORMAT_PAIR(own_type, own_name)                                                \
-  OWN_C bool vsl_iom_format_has_##own_name(void* own_handle, vsl_error_record* own_error); \
-  OWN_C own_type vsl_iom_format_##own_name(void* own_handle, vsl_error_record* own_error);
+#define OWN_PAIR(own_type, own_name)                                      \
+  OWN_C bool vsl_has_##own_name(void* own_handle, own_record* own_error); \
+  OWN_C own_type vsl_##own_name(void* own_handle, own_record* own_error);
+#define OWN_FORMAT_PAIR(own_type, own_name)                                          \
+  OWN_C bool vsl_iom_format_has_##own_name(void* own_handle, own_record* own_error); \
+  OWN_C own_type vsl_iom_format_##own_name(void* own_handle, own_record* own_error);
 
 #define OWN_ATTRIBUTES(OWN)                             \
   OWN(const char*, device_path)                         \
@@ -80,32 +80,32 @@ typedef struct vsl_error_record {
 OWN_ATTRIBUTES(OWN_PAIR)
 OWN_FORMAT_ATTRIBUTES(OWN_FORMAT_PAIR)
 
-OWN_C vsl_code vsl_init(unsigned long long, vsl_error_record*);
+OWN_C own_code vsl_init(unsigned long long, own_record*);
 OWN_C void vsl_fini(void);
-OWN_C bool vsl_iom_iterate(void**, unsigned int, vsl_error_record*);
-OWN_C vsl_code vsl_iom_create_by_name(const char*, void**, vsl_error_record*);
-OWN_C vsl_code vsl_open(void*, vsl_error_record*);
-OWN_C vsl_code vsl_close(void*, vsl_error_record*);
-OWN_C vsl_code vsl_destroy(void**, vsl_error_record*);
-OWN_C vsl_code vsl_adapter_create(void*, void**, vsl_error_record*);
-OWN_C unsigned short vsl_pci_device_id(void*, vsl_error_record*);
-OWN_C unsigned int vsl_reserve_status(void*, vsl_error_record*);
-OWN_C bool vsl_iom_format_has_size_mode(void*, vsl_error_record*);
-OWN_C vsl_code vsl_set_beacon_state(void*, unsigned int, vsl_error_record*);
-OWN_C bool vsl_vsu_iterate(void*, void**, unsigned int, vsl_error_record*);
-OWN_C unsigned int vsl_vsu_state(void*, vsl_error_record*);
-OWN_C bool vsl_has_vsu_state(void*, vsl_error_record*);
-OWN_C vsl_code vsl_set_vsu_state(void*, unsigned int, vsl_error_record*);
-OWN_C vsl_code vsl_iom_attach_create(void*, void**, vsl_error_record*);
-OWN_C vsl_code vsl_iom_detach_create(void*, void**, vsl_error_record*);
-OWN_C vsl_code vsl_iom_detach_set_force(void*, unsigned int, vsl_error_record*);
-OWN_C vsl_code vsl_iom_format_create(void*, void**, vsl_error_record*);
-OWN_C vsl_code vsl_iom_format_set_size_mode(void*, unsigned int, vsl_error_record*);
-OWN_C vsl_code vsl_iom_format_set_size_bytes(void*, unsigned long long, vsl_error_record*);
-OWN_C vsl_code vsl_iom_format_set_size_pct(void*, unsigned int, vsl_error_record*);
-OWN_C vsl_code vsl_iom_format_set_sector_size_bytes(void*, unsigned int, vsl_error_record*);
-OWN_C vsl_code vsl_op_start(void*, vsl_error_record*);
-OWN_C vsl_code vsl_op_wait_for_result(void*, vsl_error_record*);
+OWN_C bool vsl_iom_iterate(void**, unsigned int, own_record*);
+OWN_C own_code vsl_iom_create_by_name(const char*, void**, own_record*);
+OWN_C own_code vsl_open(void*, own_record*);
+OWN_C own_code vsl_close(void*, own_record*);
+OWN_C own_code vsl_destroy(void**, own_record*);
+OWN_C own_code vsl_adapter_create(void*, void**, own_record*);
+OWN_C unsigned short vsl_pci_device_id(void*, own_record*);
+OWN_C unsigned int vsl_reserve_status(void*, own_record*);
+OWN_C bool vsl_iom_format_has_size_mode(void*, own_record*);
+OWN_C own_code vsl_set_beacon_state(void*, unsigned int, own_record*);
+OWN_C bool vsl_vsu_iterate(void*, void**, unsigned int, own_record*);
+OWN_C unsigned int vsl_vsu_state(void*, own_record*);
+OWN_C bool vsl_has_vsu_state(void*, own_record*);
+OWN_C own_code vsl_set_vsu_state(void*, unsigned int, own_record*);
+OWN_C own_code vsl_iom_attach_create(void*, void**, own_record*);
+OWN_C own_code vsl_iom_detach_create(void*, void**, own_record*);
+OWN_C own_code vsl_iom_detach_set_force(void*, unsigned int, own_record*);
+OWN_C own_code vsl_iom_format_create(void*, void**, own_record*);
+OWN_C own_code vsl_iom_format_set_size_mode(void*, unsigned int, own_record*);
+OWN_C own_code vsl_iom_format_set_size_bytes(void*, unsigned long long, own_record*);
+OWN_C own_code vsl_iom_format_set_size_pct(void*, unsigned int, own_record*);
+OWN_C own_code vsl_iom_format_set_sector_size_bytes(void*, unsigned int, own_record*);
+OWN_C own_code vsl_op_start(void*, own_record*);
+OWN_C own_code vsl_op_wait_for_result(void*, own_record*);
 
 #ifdef __cplusplus
 }

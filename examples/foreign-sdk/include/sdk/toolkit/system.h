@@ -21,7 +21,8 @@ struct OWN_EXPORT CConfigManager {
 };
 
 struct CSystemDate_Lx {
-  unsigned int m_Year, m_Month, m_Day, m_OwnDayOfWeek, m_OwnDayOfYear, m_Hour, m_Minute;
+  unsigned int m_OwnYear, m_OwnMonth, m_OwnDay, m_OwnDayOfWeek, m_OwnDayOfYear, m_OwnHour,
+      m_OwnMinute;
   unsigned int m_OwnSecond, m_OwnMilliseconds, m_OwnZone;
 };
 

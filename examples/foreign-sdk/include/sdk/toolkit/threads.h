@@ -41,7 +41,7 @@ class TDelegateR1<OwnObject, OwnResult, const std::string&> : public OwnDelegate
 
 namespace Threading {
 
-enum OWN_LIMITS : unsigned int { WAIT_INFINITE = 0xFFFFFFFF };
+enum OWN_LIMITS : unsigned int { OWN_INFINITE = 0xFFFFFFFF };
 
 namespace Native_OS {
 
@@ -50,7 +50,7 @@ class OWN_EXPORT CFastMutex {
   CFastMutex();
   ~CFastMutex();
   bool Init();
-  unsigned int Wait(unsigned int = WAIT_INFINITE);
+  unsigned int Wait(unsigned int = OWN_INFINITE);
   bool Release();
 
   void* m_OwnLock = nullptr;
@@ -89,7 +89,7 @@ class OWN_EXPORT CWaiter {
 
 class OWN_EXPORT CSyncGuard {
  public:
-  CSyncGuard(Native_OS::CFastMutex&, unsigned int = WAIT_INFINITE);
+  CSyncGuard(Native_OS::CFastMutex&, unsigned int = OWN_INFINITE);
   ~CSyncGuard();
   CSyncGuard(const CSyncGuard&) = delete;
   CSyncGuard& operator=(const CSyncGuard&) = delete;
@@ -105,7 +105,7 @@ class OWN_EXPORT CThread {
   CThread& operator=(const CThread&) = delete;
 
   bool Create(Delegates_and_Calls::OwnDelegate, bool = false);
-  unsigned int Wait(unsigned int = WAIT_INFINITE);
+  unsigned int Wait(unsigned int = OWN_INFINITE);
   const void* GetHandle();
   bool Cancel();
 
