@@ -18,6 +18,7 @@ struct HOST_API TraceLine {
   std::string function;
   int line;
   std::string text;
+  std::string thread;  // name of the thread that traced
 };
 
 // Sets the trace mask (one bit per level) of all modules, including those loaded later. The initial

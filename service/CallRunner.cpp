@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/CancellationGuard.h"
+#include "base/ThreadName.h"
 
 namespace Service {
 namespace {
@@ -78,6 +79,7 @@ void CallRunner::StartThread() {
 // The thread is idle before it reports the end of the work, because the caller's next
 // call would otherwise start another thread.
 void CallRunner::RunTasks() {
+  Base::NameThread("card-call");
   SetIdle();
   while (const TaskPtr task = NextTask()) {
     task->m_Call.m_Work();

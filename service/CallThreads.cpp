@@ -4,6 +4,8 @@
 #include <thread>
 #include <utility>
 
+#include "base/ThreadName.h"
+
 namespace Service {
 
 CallThreads::~CallThreads() {
@@ -16,6 +18,7 @@ bool CallThreads::Run(std::function<void()> call) {
   const Base::MutexLock lock(m_Lock);
   if (m_Running == kMaxCalls) return false;
   const auto run = [this, call = std::move(call)] {
+    Base::NameThread("plugin-call");
     call();
     const Base::MutexLock ended(m_Lock);
     --m_Running;

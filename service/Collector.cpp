@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/ThreadName.h"
 #include "console/base/Failure.h"
 #include "console/plugin/CardDevices.h"
 #include "host/Database.h"
@@ -67,6 +68,7 @@ void Collector::Stop() {
 }
 
 void Collector::Run() {
+  Base::NameThread("collector");
   while (!m_IsStopping) {
     bool needsRestart = false;
     try {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/ThreadName.h"
 #include "console/model/Model.h"
 #include "console/render/CommandResult.h"
 #include "console/report/EventMatcher.h"
@@ -148,6 +149,7 @@ bool EventFeed::Await(Clock::time_point until) {
 }
 
 void EventFeed::Run() {
+  Base::NameThread("event-stream");
   auto beat = Clock::now() + m_Settings.m_Heartbeat;
   std::uint64_t seen = 0;
   while (Await(beat)) {

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "base/ThreadName.h"
 #include "service/Frame.h"
 
 namespace Service {
@@ -32,6 +33,7 @@ bool FrameSender::Send(const nlohmann::json& document) {
 }
 
 void FrameSender::Run() {
+  Base::NameThread("frame-sender");
   Base::MutexLock lock(m_Lock);
   for (;;) {
     while (!m_IsStopping && m_Queue.empty()) m_Changed.Wait(lock);

@@ -13,6 +13,7 @@
 #include <thread>
 #include <utility>
 
+#include "base/ThreadName.h"
 #include "console/base/CallWithTimeout.h"
 #include "console/base/Failure.h"
 #include "console/base/Notifier.h"
@@ -129,6 +130,7 @@ void RunAndReply(Process& process, const Json& id, const Work& work) {
 // Runs `work` and replies, then returns free memory to the system, because a reply with all cards
 // takes several times the memory that the plug-in itself uses.
 void HandleRequest(Process& process, const Json& id, const Work& work) {
+  Base::NameThread("command");
   RunAndReply(process, id, work);
   ReturnFreeMemory();
   --process.m_RunningCommands;

@@ -14,6 +14,7 @@
 #include <string>
 #include <utility>
 
+#include "base/ThreadName.h"
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
 #include "console/model/FieldTable.h"
@@ -167,6 +168,7 @@ void Worker::ReceivePluginInfo(const Console::Deadline& deadline) {
 
 // Runs on the reader thread. If the connection fails, the process is unusable and is killed.
 void Worker::ReadReplies() {
+  Base::NameThread("reply-reader");
   try {
     while (auto document = ReadFrame(m_Socket.Get())) HandleDocument(std::move(*document));
   } catch (const std::exception&) {

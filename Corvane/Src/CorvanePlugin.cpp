@@ -18,6 +18,7 @@
 #include "Corvane/Src/Sleep.h"
 #include "Corvane/Src/StatusFlags.h"
 #include "Corvane/Src/SystemDifference.h"
+#include "Corvane/Src/ThreadName.h"
 #include "Corvane/Src/Trace.h"
 #include "Corvane/Src/WaitResults.h"
 #include "models/Plugin.h"
@@ -266,6 +267,7 @@ void IPLUGINAPI_IMPL::MarkAll(bool locked) {
 // The worker.
 
 unsigned int IPLUGINAPI_IMPL::Worker() {
+  NameThread("corvane-worker");
   TRACE(TRACE_ENTRY, "ENTER Worker()");
   MBX::Threading::CWaitInterval interval(QuickPollIntervalMs(m_PollInterval));
   MBX::Threading::CWaiter waiter;
@@ -634,6 +636,7 @@ struct IPLUGINAPI_IMPL::CardJob {
 };
 
 unsigned int IPLUGINAPI_IMPL::Attach(const std::string& device) {
+  NameThread("corvane-attach");
   return RunJob({"Attach", &IPLUGINAPI_IMPL::m_AttachDevice, "vsl_iom_attach_create",
                  vsl_iom_attach_create, false, PI::Event::CTRL_ATTACH_FAILED, PI::SEVERITY_ERROR},
                 device);
@@ -641,12 +644,14 @@ unsigned int IPLUGINAPI_IMPL::Attach(const std::string& device) {
 
 // A failure is only a warning, because a card in use rejects a detach that is not forced.
 unsigned int IPLUGINAPI_IMPL::Detach(const std::string& device) {
+  NameThread("corvane-detach");
   return RunJob({"Detach", &IPLUGINAPI_IMPL::m_DetachDevice, "vsl_iom_detach_create",
                  vsl_iom_detach_create, false, PI::Event::CTRL_DETACH_FAILED, PI::SEVERITY_WARNING},
                 device);
 }
 
 unsigned int IPLUGINAPI_IMPL::ForceDetach(const std::string& device) {
+  NameThread("corvane-detach");
   return RunJob({"ForceDetach", &IPLUGINAPI_IMPL::m_DetachDevice, "vsl_iom_detach_create",
                  vsl_iom_detach_create, true, PI::Event::CTRL_DETACH_FAILED, PI::SEVERITY_ERROR},
                 device);

@@ -30,12 +30,12 @@ inline std::uint32_t ParsePollInterval(const std::string& text) {
 // Returns the milliseconds between two full scans. A host can set any interval, because it sends
 // the limits along with the value. An interval of 0 seconds would leave the worker no time to wait,
 // so it is treated as 1.
-inline std::uint64_t ScanIntervalMs(std::uint32_t seconds) {
+constexpr std::uint64_t ScanIntervalMs(std::uint32_t seconds) {
   return std::max<std::uint64_t>(seconds, 1) * 1000;
 }
 
 // Returns the milliseconds between two quick polls, at most the longest finite timeout.
-inline unsigned int QuickPollIntervalMs(std::uint32_t seconds) {
+constexpr unsigned int QuickPollIntervalMs(std::uint32_t seconds) {
   constexpr std::uint64_t kLongest = kWaitInfinite - 1;
   return static_cast<unsigned int>(std::min(ScanIntervalMs(seconds) / 3, kLongest));
 }

@@ -10,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include "base/ThreadName.h"
 #include "console/base/Failure.h"
 #include "console/base/Notifier.h"
 #include "console/base/StopSignals.h"
@@ -43,6 +44,7 @@ bool AwaitEnd(Running& running, std::future<std::uint32_t>& result, const Deadli
 std::thread StartThread(const std::shared_ptr<Running>& running) {
   try {
     return std::thread([running] {
+      Base::NameThread("plugin-call");
       running->m_Task();
       running->m_Ended.Notify();
     });

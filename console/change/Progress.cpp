@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/Printable.h"
+#include "base/ThreadName.h"
 #include "console/base/Duration.h"
 #include "console/base/StopSignals.h"
 #include "console/base/Terminal.h"
@@ -84,6 +85,7 @@ BackgroundTicks::~BackgroundTicks() {
 // Needs no lock for standard error: the thread that created this one joins it before it writes
 // there.
 void BackgroundTicks::Run(Progress& progress) {
+  Base::NameThread("progress");
   constexpr milliseconds kCheckInterval{200};
   bool isReported = false;
   Base::MutexLock lock(m_Lock);

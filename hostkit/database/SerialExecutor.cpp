@@ -1,5 +1,7 @@
 #include "hostkit/database/SerialExecutor.h"
 
+#include "base/ThreadName.h"
+
 namespace HostKit {
 
 // The right to run a function. Waits until no other function is running.
@@ -63,6 +65,7 @@ bool SerialExecutor::PassToThread(Task& task) {
 }
 
 void SerialExecutor::RunTasks() {
+  Base::NameThread("database");
   while (Task* const task = AwaitTask()) {
     try {
       const Turn turn(*this);

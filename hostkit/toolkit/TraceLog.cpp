@@ -14,6 +14,7 @@
 #include "base/CancellationGuard.h"
 #include "base/Descriptor.h"
 #include "base/Printable.h"
+#include "base/ThreadName.h"
 #include "base/TrustRules.h"
 #include "base/TrustedPath.h"
 #include "host/Toolkit.h"
@@ -95,8 +96,9 @@ std::unique_ptr<spdlog::logger> OpenConfiguredLog() {
 
 // Formats one line of the log. Escapes line breaks, which a card's strings may contain.
 std::string Render(const TraceLine& line) {
-  return Base::Printable(std::to_string(line.level) + ' ' + line.module + ' ' + line.file + ' ' +
-                         line.function + ':' + std::to_string(line.line) + ' ' + line.text);
+  return Base::Printable(std::to_string(line.level) + " [" + line.thread + "] " + line.module +
+                         ' ' + line.file + ' ' + line.function + ':' + std::to_string(line.line) +
+                         ' ' + line.text);
 }
 
 // The destination of trace lines. Never destroyed: modules may trace until the process exits.
@@ -187,8 +189,8 @@ CTraceStreamBuffer::~CTraceStreamBuffer() {
   // written, for example for lack of memory, is dropped: tracing must not terminate the host.
   const Base::CancellationGuard guard;
   try {
-    HostKit::TraceLog::Get().Write(
-        {m_Level, m_Module.m_Name, HostKit::Stem(m_File), m_Function, m_Line, m_Text});
+    HostKit::TraceLog::Get().Write({m_Level, m_Module.m_Name, HostKit::Stem(m_File), m_Function,
+                                    m_Line, m_Text, Base::ThreadName()});
   } catch (...) {
   }
 }

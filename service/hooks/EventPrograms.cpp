@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/Descriptor.h"
+#include "base/ThreadName.h"
 #include "base/TrustedPath.h"
 #include "console/base/Failure.h"
 #include "console/base/Number.h"
@@ -118,6 +119,7 @@ bool EventPrograms::Enqueue(Event event) {
 }
 
 void EventPrograms::RunThread() {
+  Base::NameThread("event-programs");
   while (const auto event = Next()) {
     RunPrograms(*event);
     const Base::MutexLock lock(m_Lock);

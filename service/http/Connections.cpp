@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/ThreadName.h"
 #include "service/http/PeerOf.h"
 
 namespace Http {
@@ -114,6 +115,7 @@ bool Connections::HasRequests() const {
 // libmicrohttpd's own timeout is insufficient: it covers only inactivity, so a client that sends
 // single bytes slowly would keep its connection. It also ignores suspended connections.
 void Connections::Run() {
+  Base::NameThread("http-check");
   Base::MutexLock lock(m_Lock);
   while (!m_HasEnded) {
     if (m_Entries.empty()) {

@@ -2,6 +2,8 @@
 
 #include <exception>
 
+#include "base/ThreadName.h"
+
 namespace Service {
 
 StateThread::StateThread(std::function<void(const std::string&)> onFailure)
@@ -44,6 +46,7 @@ std::string StateThread::Try(Kind kind, const std::function<void()>& work) {
 }
 
 void StateThread::Run() {
+  Base::NameThread("state");
   Base::MutexLock lock(m_Lock);
   for (;;) {
     while (!m_IsStopping && m_Queue.empty()) m_Changed.Wait(lock);

@@ -26,6 +26,22 @@ teardown_file() {
   same "ready" "$(out ready)"
 }
 
+# names_threads PID NAME...: succeeds if the process has threads with these names, and only its main
+# thread has the name of the program. A thread has the name of its creator until it sets its own.
+names_threads() {
+  local pid="$1" names name
+  shift
+  names=$(cat "/proc/$pid"/task/*/comm 2>/dev/null)
+  [ "$(grep -cx corvane-host <<<"$names")" -eq 1 ] || return 1
+  for name; do grep -qx "$name" <<<"$names" || return 1; done
+}
+
+@test "the threads of the service and of its plug-in process have names" {
+  eventually names_threads "$(cat "$BATS_FILE_TMPDIR/pid")" \
+    collector database event-stream frame-sender http-check reply-reader state
+  eventually names_threads "$(plugin_process)" card-call corvane-worker frame-sender
+}
+
 # Object ids are the same in both plug-in processes.
 @test "/v1/cards returns the same result as list" {
   document cards /v1/cards

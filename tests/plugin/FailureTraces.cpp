@@ -25,7 +25,8 @@ class FailureTraces : public testing::EmptyTestEventListener {
   }
 
   static void Print(const HostKit::TraceLine& line) {
-    std::printf("%5u %s:%d %s\n", line.level, line.file.c_str(), line.line, line.text.c_str());
+    std::printf("%5u [%s] %s:%d %s\n", line.level, line.thread.c_str(), line.file.c_str(),
+                line.line, line.text.c_str());
   }
 };
 

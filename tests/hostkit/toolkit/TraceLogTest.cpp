@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 #include "host/Toolkit.h"
 #include "hostkit/Scheduler.h"
@@ -67,8 +68,8 @@ TEST_F(TraceLog, WritesOneLinePerMessageToAFile) {
   Send(2, "two\nlines\x1b[31m");
   const std::string time = "[0-9]+-[0-9]+-[0-9]+T[0-9]+:[0-9]+:[0-9]+\\.[0-9]+Z ";
   EXPECT_THAT(Content(m_File),
-              MatchesRegex(time + "16 Module Some Worker:42 100% \\{\\} %s\n" + time +
-                           "2 Module Some Worker:42 two\\\\x0alines\\\\x1b\\[31m\n"));
+              MatchesRegex(time + "16 \\[[^]]+\\] Module Some Worker:42 100% \\{\\} %s\n" + time +
+                           "2 \\[[^]]+\\] Module Some Worker:42 two\\\\x0alines\\\\x1b\\[31m\n"));
 }
 
 TEST_F(TraceLog, ShowsVirtualTime) {
@@ -77,7 +78,23 @@ TEST_F(TraceLog, ShowsVirtualTime) {
   HostKit::SleepUntilNs(HostKit::SteadyNowNs() + 90'061'001'000'000);
   Send(2, "a day later");
   HostKit::UseRealTime();
-  EXPECT_EQ("2026-01-02T01:01:01.001Z 2 Module Some Worker:42 a day later\n", Content(m_File));
+  EXPECT_THAT(Content(m_File), testing::StartsWith("2026-01-02T01:01:01.001Z 2 ["));
+}
+
+TEST_F(TraceLog, ShowsTheNameOfTheThread) {
+  std::vector<HostKit::TraceLine> lines;
+  HostKit::SetTraceSink([&](const HostKit::TraceLine& line) { lines.push_back(line); });
+  ASSERT_TRUE(HostKit::SetTraceFile(m_File.string()));
+  std::thread([this] {
+    pthread_setname_np(pthread_self(), "a \x1bthread");
+    Send(2, "to the sink");
+    HostKit::SetTraceSink({});
+    Send(2, "to the log");
+  }).join();
+  ASSERT_EQ(1U, lines.size());
+  EXPECT_EQ("a \x1bthread", lines[0].thread);
+  EXPECT_THAT(Content(m_File),
+              testing::EndsWith("Z 2 [a \\x1bthread] Module Some Worker:42 to the log\n"));
 }
 
 TEST_F(TraceLog, KeepsItsFileIfAnotherCannotBeOpened) {
@@ -192,7 +209,7 @@ TEST_F(TraceLogDeathTest, IsStandardErrorByDefault) {
         Send(4, "hello");
         std::_Exit(0);
       },
-      testing::ExitedWithCode(0), "Z 4 Module Some Worker:42 hello\n$");
+      testing::ExitedWithCode(0), "Z 4 \\[[^]]+\\] Module Some Worker:42 hello\n$");
 }
 
 TEST_F(TraceLogDeathTest, IsTheFileFromTheEnvironment) {
@@ -206,7 +223,7 @@ TEST_F(TraceLogDeathTest, IsTheFileFromTheEnvironment) {
       },
       testing::ExitedWithCode(0), "^$");
   unsetenv("CORVANE_TRACE_FILE");
-  EXPECT_THAT(Content(file), testing::HasSubstr(" 4 Module Some Worker:42 hello\n"));
+  EXPECT_THAT(Content(file), testing::HasSubstr("] Module Some Worker:42 hello\n"));
   fs::remove(file);
 }
 
