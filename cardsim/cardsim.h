@@ -16,6 +16,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #define CARDSIM_API __attribute__((visibility("default")))
@@ -101,6 +102,10 @@ class CARDSIM_API StateFile {
 
   // Returns the value as JSON (strings are quoted), or "absent" if the attribute is absent.
   std::string Get(const std::string& card, const std::string& attribute) const;
+
+  // Returns the names and values of all attributes of the card, absent ones included, at one time.
+  // The values have the form of `Get`.
+  std::vector<std::pair<std::string, std::string>> GetAll(const std::string& card) const;
 
   // Makes the attribute absent, so that its `vsl_has_` function returns false. For "volumes",
   // removes all volumes.

@@ -129,6 +129,14 @@ std::string StateFile::Get(const std::string& card, const std::string& attribute
   return GetAsText(loaded->state->cards[Find(*loaded->state, card)], attribute);
 }
 
+std::vector<std::pair<std::string, std::string>> StateFile::GetAll(const std::string& card) const {
+  const auto loaded = FileStore(m_Path).Load();
+  const Card& found = loaded->state->cards[Find(*loaded->state, card)];
+  std::vector<std::pair<std::string, std::string>> all;
+  for (const std::string& name : AttributeNames()) all.emplace_back(name, GetAsText(found, name));
+  return all;
+}
+
 void StateFile::MakeAbsent(const std::string& card, const std::string& attribute) {
   EditCard(m_Path, card, [&](Card& found) { RemoveValue(found, attribute); });
 }

@@ -135,6 +135,13 @@ void List(Arguments& arguments) {
   }
 }
 
+void Show(Arguments& arguments) {
+  const auto all = StateFile(arguments.state).GetAll(arguments.card);
+  std::size_t width = 0;
+  for (const auto& [name, value] : all) width = std::max(width, name.size());
+  for (const auto& [name, value] : all) PrintLine(Cell(name, width) + Unquote(value));
+}
+
 void Set(Arguments& arguments) {
   StateFile file(arguments.state);
   const std::string before = Unquote(file.Get(arguments.card, arguments.attribute));
@@ -286,6 +293,8 @@ void AddCardCommands(CLI::App& app, Arguments& arguments, Command& chosen) {
 }
 
 void AddAttributeCommands(CLI::App& app, Arguments& arguments, Command& chosen) {
+  AddCardArgument(*AddCommand(app, chosen, "show", "show all attributes of a card", Done<Show>),
+                  arguments);
   CLI::App* set = AddCommand(app, chosen, "set", "set an attribute of a card", Done<Set>);
   CLI::App* get = AddCommand(app, chosen, "get", "show an attribute of a card", Done<Get>);
   for (CLI::App* command : {set, get}) {

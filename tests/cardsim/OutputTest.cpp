@@ -69,10 +69,11 @@ const EscapedString kEscapedStrings[] = {
 
 class EscapedStrings : public Output, public ::testing::WithParamInterface<EscapedString> {};
 
-TEST_P(EscapedStrings, AreTheSameInGetListAndSet) {
+TEST_P(EscapedStrings, AreTheSameInGetShowListAndSet) {
   const std::string shown = GetParam().shown;
   File().Set("card0", "serial_number", GetParam().json);
   EXPECT_EQ(shown + "\n[0]", Run("get card0 serial_number"));
+  EXPECT_NE(std::string::npos, Run("show card0").find(" " + shown + "\n"));
   EXPECT_NE(std::string::npos, Run("list").find(" " + shown + " "));
   EXPECT_EQ("card0: serial_number " + shown + " -> x\n[0]", Run("set card0 serial_number x"));
 }
@@ -150,6 +151,7 @@ const LostOutputCase kLostOutputs[] = {
     {"Set", "set card0 pci_bus 7", kSaved},
     {"SetAbsent", "set card0 pci_bus absent", kSaved},
     {"Get", "get card0 pci_bus", ""},
+    {"Show", "show card0", ""},
     {"Raise", "raise card0 FLASHBACK", kSaved},
     {"Clear", "clear card0 FLASHBACK", kSaved},
     {"Fail", "fail vsl_open", kSaved},

@@ -29,6 +29,24 @@ TEST_F(Program, ShowsAndChangesAttributes) {
   EXPECT_EQ("absent\n[0]", Run("get card0 beacon_state"));
 }
 
+// The width of the first column is that of the longest name.
+TEST_F(Program, ShowsAllAttributesOfACard) {
+  Run("add 1003");
+  Run("set card0 beacon_state absent");
+  Run("set card0 serial_number 'my card'");
+  const std::string shown = Run("show card0");
+  for (const char* line :
+       {"\nserial_number                       my card\n",
+        "\ntemp_internal_deg_c                 51.7\n",
+        "\nbeacon_state                        absent\n",
+        "\niom_format_power_of_two_sector_size true\n",
+        "\nformat_ms                           20000\n",
+        "\nvolumes                             [{\"settable\":true,\"state\":1}]\n[0]"}) {
+    EXPECT_NE(std::string::npos, shown.find(line)) << line << shown;
+  }
+  EXPECT_EQ(0U, shown.find("device_path                         /dev/fct0\n")) << shown;
+}
+
 TEST_F(Program, RaisesAndClearsBits) {
   Run("add 1003");
   EXPECT_EQ("card0: raised FLASHBACK\n[0]", Run("raise card0 FLASHBACK"));
@@ -96,6 +114,7 @@ const RejectedCommand kRejectedCommands[] = {
      "cardsim: --count: 251 is out of range (1 to 250)\n[2]"},
     {"UnknownCard", "set card7 pci_bus 1",
      "cardsim: no card named card7; did you mean card0?\n[3]"},
+    {"UnknownCardForShow", "show card7", "cardsim: no card named card7; did you mean card0?\n[3]"},
     {"UnknownAttribute", "get card0 pci_buz",
      "cardsim: unknown attribute pci_buz; did you mean pci_bus?\n[3]"},
     {"UnknownBit", "raise card0 FLASHBAK",
