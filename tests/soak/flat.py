@@ -14,9 +14,10 @@ import threading
 import time
 
 import changes
+import seeded
 from client import Connection
 from load import CONNECTION_ERRORS, Clients
-from machine import Failure, Machine
+from machine import Machine
 
 # Fraction of the run before the first sample. During this time, the service fills its caches and
 # its list of a thousand jobs.
@@ -127,8 +128,4 @@ def main(build, minutes, seed):
 
 
 if __name__ == "__main__":
-    try:
-        sys.exit(main(sys.argv[1], float(sys.argv[2]),
-                      int(sys.argv[3]) if len(sys.argv) > 3 else random.randrange(2**32)))
-    except Failure as failure:
-        sys.exit(str(failure))
+    seeded.run(main, float)

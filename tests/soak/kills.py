@@ -10,10 +10,10 @@ import json
 import os
 import random
 import signal
-import sys
 import time
 
 import changes
+import seeded
 from load import Clients
 from machine import Failure, Machine, eventually, has_exited
 
@@ -163,9 +163,7 @@ def main(build, rounds, seed):
                 run.run_round(number)
             run.finish()
         except Failure as failure:
-            print(f"{run.round}\n{failure}\n{machine.log_tail()}\n"
-                  f"repeat with: kills.py BUILD {rounds} {seed}", file=sys.stderr)
-            return 1
+            raise Failure(f"{run.round}\n{failure}\n{machine.log_tail()}") from failure
         finally:
             run.clients.stopping.set()
             run.clients.stream.stopping.set()
@@ -178,5 +176,4 @@ def main(build, rounds, seed):
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1], int(sys.argv[2]),
-                  int(sys.argv[3]) if len(sys.argv) > 3 else random.randrange(2**32)))
+    seeded.run(main, int)
