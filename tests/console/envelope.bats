@@ -29,6 +29,13 @@ check_every_command() { /usr/bin/python3 "$CORVANE_SOURCE/tests/console/envelope
   check_every_command schema
 }
 
+@test "a failed check of the schema names the document, the member and the file" {
+  printf '{"format": {"name": "corvane-host", "major": 1, "minor": 0, "patch": 7}}' \
+    >"$BATS_FILE_TMPDIR/patched.out"
+  run -1 valid patched
+  [[ "$output" == "patched: \$"*"docs/corvane-host.schema.json does not describe this output" ]]
+}
+
 @test "a member has the same type in all documents" {
   check_every_command types
 }

@@ -193,8 +193,10 @@ def failure(check, situation, command, format_name):
     if code != 0 and not found:
         return "no document"
     for document in found:
-        for error in check.iter_errors(document):
-            return f"{error.json_path}: {error.message}"
+        error = jsonschema.exceptions.best_match(check.iter_errors(document))
+        if error is not None:
+            return (f"{error.json_path}: {error.message}\n"
+                    f"  docs/{SCHEMA.name} does not describe this output")
     if not found:
         return None
     last = found[-1]
@@ -217,14 +219,16 @@ def schema_failure(formats):
     schema = json.loads(SCHEMA.read_text(encoding="utf-8"))
     named = schema["properties"]["command"]["enum"]
     if sorted(named, key=str) != sorted([*formats, None], key=str):
-        return f"values of `command`: {set(named) ^ {*formats, None} or 'one is listed twice'}"
+        return (f"values of `command` in docs/{SCHEMA.name}: "
+                f"{set(named) ^ {*formats, None} or 'one is listed twice'}")
     with_rule = []
     for rule in schema["allOf"]:
         names = rule["if"]["properties"].get("command", {"enum": []})
         with_rule += names.get("enum", [names.get("const")])
     with_json = [name for name in formats if {"json", "jsonl"} & set(formats[name])]
     if sorted(with_rule) != sorted(with_json):
-        return f"rules of `allOf`: {set(with_rule) ^ set(with_json) or 'one command has two'}"
+        return (f"rules of `allOf` in docs/{SCHEMA.name}: "
+                f"{set(with_rule) ^ set(with_json) or 'one command has two'}")
     return None
 
 
@@ -273,7 +277,7 @@ def type_failure():
         if name not in VARIABLE:
             found.setdefault(name, set()).update(types_of(schema, node))
     mixed = {name: sorted(types) for name, types in found.items() if len(types) != 1}
-    return f"not one type: {mixed}" if mixed or len(found) < 100 else None
+    return f"not one type in docs/{SCHEMA.name}: {mixed}" if mixed or len(found) < 100 else None
 
 
 def escape_failure(command, format_name, variables):

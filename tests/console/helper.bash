@@ -162,7 +162,10 @@ for name in names:
     while text.strip():
         document, end = decoder.raw_decode(text.lstrip())
         text = text.lstrip()[end:]
-        check.validate(document)
+        error = jsonschema.exceptions.best_match(check.iter_errors(document))
+        if error is not None:
+            sys.exit(f"{name}: {error.json_path}: {error.message}\n"
+                     f"docs/{schema.rsplit('/', 1)[1]} does not describe this output")
         found += 1
     assert found == int(count or 1), f"{found} documents in {name}"
 END
