@@ -1,7 +1,7 @@
 // Compares enumerations with the lists of numbers.
 //
-// Each switch lists the enumerators of HostNumbers.h and has no default, so an enumeration with an
-// extra or missing enumerator does not compile.
+// Each switch lists the enumerators of HostNumbers.h and has no default, so a list with an extra or
+// missing entry does not compile.
 #pragma once
 
 #include "tests/host/HostNumbers.h"

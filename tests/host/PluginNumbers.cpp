@@ -1,5 +1,7 @@
 // The plug-in defines the numbers of the host and of the card library itself, so no shared header
 // would catch a wrong one.
+#include <iterator>
+
 #include "Corvane/Src/CardNumbers.h"
 #include "Corvane/Src/EventTable.h"
 #include "Corvane/Src/HostNumbers.h"
@@ -63,6 +65,13 @@ namespace in = own;
 HOST_COMMANDS(CHECK)
 HOST_UNITS(CHECK)
 }  // namespace CommandsAndUnits
+
+// The list omits the bits without a reason and an event of their own.
+constexpr int kOmittedBits = 1;
+static_assert(
+    (HOST_STATUS_BITS(COUNT_ONE)) + kOmittedBits ==
+        std::size(NAMESPACE_Corvane::kErrorBits) + std::size(NAMESPACE_Corvane::kWarningBits),
+    "HOST_STATUS_BITS of tests/host/HostNumbers.h must contain every bit of EventTable.h");
 
 #define CARD_STATES(X)  \
   X(kStateDetached, 0)  \

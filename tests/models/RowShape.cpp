@@ -90,7 +90,6 @@ constexpr bool HasNoGaps(const Field (&fields)[count]) {
   return sizeof(Row) - end < sizeof(long);
 }
 
-static_assert(std::size(kAdapter) == 149 && std::size(kPD) == 69 && std::size(kPlugin) == 11);
 static_assert(FollowsRuns(kAdapter, kAdapterRuns));
 static_assert(FollowsRuns(kPD, kPDRuns));
 static_assert(FollowsRuns(kPlugin, kPluginRuns));

@@ -24,14 +24,14 @@ std::vector<int> ChoicesOf(const PI::CProperty& property) {
 TEST(AdapterProperties, AreListedInTheOrderOfTheTable) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
-  EXPECT_THAT(host.Rows(OneCard::ADAPTER), ElementsAreArray(ALL_ROWS));
+  EXPECT_THAT(host.Rows(OneCard::ADAPTER), ElementsAreArray(ALL_ROWS)) << kListsOfRows;
 }
 
 TEST(AdapterProperties, HaveTheExpectedNumbers) {
   OneCard host(FULL_CARD);
   ASSERT_EQ(host.Start(), 0U);
   const std::vector<PI::CProperty> properties = host.Properties(OneCard::ADAPTER);
-  ASSERT_EQ(properties.size(), std::size(ALL_NUMBERS));
+  ASSERT_EQ(properties.size(), std::size(ALL_NUMBERS)) << kListsOfRows;
   for (std::size_t i = 0; i < properties.size(); ++i) {
     SCOPED_TRACE(ALL_ROWS[i]);
     EXPECT_EQ(properties[i].m_PropertyID, ALL_NUMBERS[i].property);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -139,40 +140,66 @@ inline const std::vector<RowNumbers> ALL_NUMBERS = {
     {30054, 3, 30054, {40102, 40025, 40388, 40391}},
 };
 
-// The rows that are read from the card at each request.
-inline const std::set<std::uint32_t> LIVE = {
-    PI::Property::ESTIMATED_LIFETIME, PI::Property::REMAINING_RESERVE_SPACE,
-    PI::Property::RESERVE_STATUS,     PI::Property::BYTES_READ,
-    PI::Property::BYTES_WRITTEN,      PI::Property::RATED_ENDURANCE_PERCENT};
+// Explains a failed comparison with the lists.
+constexpr const char* kListsOfRows =
+    "The expected rows are in ALL_ROWS and ALL_NUMBERS of tests/plugin/AdapterRows.h.";
+
+// A row that is read from the card at each request, and the calls that read it.
+struct LiveRow {
+  std::uint32_t property;
+  std::vector<std::string> calls;
+};
+
+inline void PrintTo(const LiveRow& row, std::ostream* out) {
+  *out << NameOrNumber(HostKit::Family::Property, row.property);
+}
+
+// In the order of the rows.
+inline const std::vector<LiveRow> LIVE_ROWS = {
+    {PI::Property::ESTIMATED_LIFETIME,
+     {"vsl_has_rated_endurance_tbytes card#1", "vsl_has_total_physical_bytes_written card#1",
+      "vsl_has_rated_writes_remaining_percent card#1", "vsl_total_physical_bytes_written card#1",
+      "vsl_rated_endurance_tbytes card#1", "vsl_rated_writes_remaining_percent card#1"}},
+    {PI::Property::REMAINING_RESERVE_SPACE,
+     {"vsl_has_reserve_space_pct card#1", "vsl_reserve_space_pct card#1"}},
+    {PI::Property::RESERVE_STATUS,
+     {"vsl_has_reserve_space_pct card#1", "vsl_reserve_status card#1"}},
+    {PI::Property::BYTES_READ,
+     {"vsl_has_total_physical_bytes_read card#1", "vsl_total_physical_bytes_read card#1"}},
+    {PI::Property::BYTES_WRITTEN,
+     {"vsl_has_total_physical_bytes_written card#1", "vsl_total_physical_bytes_written card#1"}},
+    {PI::Property::RATED_ENDURANCE_PERCENT,
+     {"vsl_has_rated_endurance_tbytes card#1", "vsl_has_total_physical_bytes_written card#1",
+      "vsl_total_physical_bytes_written card#1", "vsl_rated_endurance_tbytes card#1"}},
+};
+
+inline std::set<std::uint32_t> LiveProperties() {
+  std::set<std::uint32_t> properties;
+  for (const LiveRow& row : LIVE_ROWS) properties.insert(row.property);
+  return properties;
+}
+inline const std::set<std::uint32_t> LIVE = LiveProperties();
+
+// Returns the calls of a request that reads these calls from the card.
+inline std::vector<std::string> WithOpenCard(const std::vector<std::string>& reads) {
+  std::vector<std::string> calls = {"vsl_iom_create_by_name /dev/fct0", "vsl_open card#1"};
+  calls.insert(calls.end(), reads.begin(), reads.end());
+  calls.insert(calls.end(), {"vsl_close card#1", "vsl_destroy card#1"});
+  return calls;
+}
+
+// Returns the calls that read the rows before this one.
+inline std::vector<std::string> CallsBefore(std::uint32_t property) {
+  std::vector<std::string> calls;
+  for (const LiveRow& row : LIVE_ROWS) {
+    if (row.property == property) break;
+    calls.insert(calls.end(), row.calls.begin(), row.calls.end());
+  }
+  return calls;
+}
 
 // The calls that read all rows once.
-inline const std::vector<std::string> ALL_CALLS = {
-    "vsl_iom_create_by_name /dev/fct0",
-    "vsl_open card#1",
-    // The estimated lifetime.
-    "vsl_has_rated_endurance_tbytes card#1",
-    "vsl_has_total_physical_bytes_written card#1",
-    "vsl_has_rated_writes_remaining_percent card#1",
-    "vsl_total_physical_bytes_written card#1",
-    "vsl_rated_endurance_tbytes card#1",
-    "vsl_rated_writes_remaining_percent card#1",
-    // The reserve and its status.
-    "vsl_has_reserve_space_pct card#1",
-    "vsl_reserve_space_pct card#1",
-    "vsl_has_reserve_space_pct card#1",
-    "vsl_reserve_status card#1",
-    // The byte counters.
-    "vsl_has_total_physical_bytes_read card#1",
-    "vsl_total_physical_bytes_read card#1",
-    "vsl_has_total_physical_bytes_written card#1",
-    "vsl_total_physical_bytes_written card#1",
-    // The rated endurance.
-    "vsl_has_rated_endurance_tbytes card#1",
-    "vsl_has_total_physical_bytes_written card#1",
-    "vsl_total_physical_bytes_written card#1",
-    "vsl_rated_endurance_tbytes card#1",
-    "vsl_close card#1",
-    "vsl_destroy card#1",
-};
+inline const std::vector<std::string> ALL_CALLS =
+    WithOpenCard(CallsBefore(PI::Property::UNDEFINED));
 
 }  // namespace CorvaneTest

@@ -115,11 +115,6 @@ ADAPTER_FIELDS(CHECK_ADAPTER)
 HISTORY_FIELDS(CHECK_HISTORY)
 DRIVE_FIELDS(CHECK_DRIVE)
 
-#define COUNT_ONE(type, name) +1
-static_assert(PATH_FIELDS(COUNT_ONE) == 2);
-static_assert(ADAPTER_FIELDS(COUNT_ONE) HISTORY_FIELDS(COUNT_ONE) == 44);
-static_assert(DRIVE_FIELDS(COUNT_ONE) == 21);
-
 // Returns the names of the fields in the declaration of a class. The layout alone would not reveal
 // a field in a padding gap.
 Names DeclaredFields(const std::string& record) {

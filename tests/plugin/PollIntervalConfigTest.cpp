@@ -2,10 +2,17 @@
 
 #include <gmock/gmock.h>
 
+#include "Corvane/Src/PollInterval.h"
 #include "tests/plugin/ScanView.h"
 
 namespace CorvaneTest {
 namespace {
+
+// Checked by the compiler, because tests of the worker fail in many ways with a wrong interval.
+static_assert(NAMESPACE_Corvane::ScanIntervalMs(15) == 15000,
+              "a scan follows every poll interval (Corvane/Src/PollInterval.h)");
+static_assert(NAMESPACE_Corvane::QuickPollIntervalMs(15) == 5000,
+              "a poll follows every third of the poll interval (Corvane/Src/PollInterval.h)");
 
 struct IniCase {
   const char* name;

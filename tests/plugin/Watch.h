@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <iterator>
@@ -81,6 +82,7 @@ class WorkerFixture : public testing::Test {
   // Starts the plug-in. From here on, calls, trace lines and notifications are recorded, with times
   // since the start of the worker. Initialization must return `expected`.
   void StartWatch(const std::string& pollInterval = "15", unsigned int expected = 0) {
+    m_PollInterval = pollInterval;
     m_Host.WriteIni("PollInterval=" + pollInterval + "\n");
     ASSERT_EQ(m_Host.Initialize(), expected);
     m_Host.Plugin()->m_HostNotify = [this](IPLUGINAPI* plugin) { RecordNotification(plugin); };
@@ -185,15 +187,34 @@ class WorkerFixture : public testing::Test {
     }
   }
 
+  // The rule that is broken if a wake-up or a scan of the worker has an unexpected time.
+  std::string TimingRule() const {
+    const unsigned long seconds = std::stoul(m_PollInterval);
+    return "With PollInterval=" + m_PollInterval + ", the worker polls " +
+           std::to_string(seconds * 1000 / 3) +
+           " ms after the end of the previous poll. The first poll more than " +
+           std::to_string(seconds * 1000) + " ms after the last scan starts another scan.";
+  }
+
  private:
   void Keep(const HostKit::TraceLine& line) {
     RecordTrace(line);
     const unsigned long ms = NowMs();
     const std::string text = std::to_string(line.level) + " " + line.text;
     if (m_OnLine) m_OnLine(text);
+    CheckFirstWakeUp(text, ms);
     const std::lock_guard<std::mutex> guard(m_Mutex);
     m_Lines.push_back(text);
     m_LineTimes.push_back(ms);
+  }
+
+  // Explains a wrong interval in every test, because the failures that it causes do not.
+  void CheckFirstWakeUp(const std::string& line, unsigned long ms) {
+    const bool isPoll = line == "4 Worker() timeout event received";
+    if (!isPoll && line != "2 Worker() before restart interval") return;
+    if (m_HasWokenUp.exchange(true) || !isPoll) return;
+    EXPECT_EQ(ms, std::stoul(m_PollInterval) * 1000 / 3)
+        << "The first poll of the worker came at the wrong time. " << TimingRule();
   }
 
   void RecordNotification(const IPLUGINAPI* plugin) {
@@ -215,6 +236,8 @@ class WorkerFixture : public testing::Test {
     Settle();
   }
 
+  std::string m_PollInterval = "15";
+  std::atomic<bool> m_HasWokenUp{false};
   mutable std::mutex m_Mutex;
   Lines m_Lines;
   Timestamps m_LineTimes;

@@ -1,5 +1,7 @@
 // The times of the worker's wake-ups, and the wake-ups at which it scans.
 
+#include <cstdio>
+
 #include "tests/plugin/Watch.h"
 #include "tests/support/HostThread.h"
 #include "tests/support/Numbers.h"
@@ -14,7 +16,12 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class WorkerTiming : public WorkerFixture {};
+class WorkerTiming : public WorkerFixture {
+ protected:
+  void TearDown() override {
+    if (HasFailure()) std::printf("%s\n", TimingRule().c_str());
+  }
+};
 
 struct Timing {
   const char* name;
