@@ -179,8 +179,13 @@ INSTANTIATE_TEST_SUITE_P(Table, EveryKind, ::testing::ValuesIn(kKinds), [](const
 
 using Kinds = SimulatedCards;
 
-TEST_F(Kinds, HaveNineProfiles) {
-  EXPECT_EQ(9U, CardSim::StateFile::Profiles().size());
+TEST_F(Kinds, HaveARowForEachShippedProfile) {
+  std::set<std::string> rows;
+  for (const Kind& kind : kKinds) rows.insert(kind.profile);
+  for (const std::string& name : CardSim::StateFile::Profiles()) {
+    EXPECT_EQ(1U, rows.erase(name)) << name << " has no row in tests/cardsim/ProfilesTest.cpp";
+  }
+  EXPECT_TRUE(rows.empty()) << *rows.begin() << " is not in cardsim/profiles";
 }
 
 TEST_F(Kinds, UnknownDeviceIdsAreAccepted) {

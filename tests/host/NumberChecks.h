@@ -10,11 +10,11 @@
 #define CHECK(name, ...) static_assert(in::name == (FIRST_OF(__VA_ARGS__, 0)), #name);
 #define CASE(name, ...) case in::name:
 
-#define CHECK_ALL(enumeration, list, low_list)                             \
-  list(CHECK) low_list(CHECK) constexpr bool IsKnown(enumeration number) { \
-    switch (number) { list(CASE) low_list(CASE) return true; }             \
-    return false;                                                          \
-  }                                                                        \
-  static_assert(!IsKnown(static_cast<enumeration>(99999)))
+#define CHECK_ALL(enumeration, list, low_list)                                    \
+  list(CHECK) low_list(CHECK) constexpr bool HostNumbersHas(enumeration number) { \
+    switch (number) { list(CASE) low_list(CASE) return true; }                    \
+    return false;                                                                 \
+  }                                                                               \
+  static_assert(!HostNumbersHas(static_cast<enumeration>(99999)))
 
 #define NO_LOW_NUMBERS(X)
