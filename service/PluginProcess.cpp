@@ -222,6 +222,7 @@ bool Stop(Process& process) {
 }  // namespace
 
 int RunPluginProcess(const Console::PluginFiles& plugin, int socket) {
+  Base::NameThread("plugin-process");  // the service starts it as /proc/self/exe
   // Only the end of the connection stops this process, so that running commands can finish.
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_IGN);
   fcntl(socket, F_SETFD, FD_CLOEXEC);

@@ -26,20 +26,29 @@ teardown_file() {
   same "ready" "$(out ready)"
 }
 
-# names_threads PID NAME...: succeeds if the process has threads with these names, and only its main
-# thread has the name of the program. A thread has the name of its creator until it sets its own.
+# names_threads PID MAIN NAME...: succeeds if the process has threads with these names, and only its
+# main thread is named MAIN. A thread has the name of its creator until it sets its own.
 names_threads() {
-  local pid="$1" names name
-  shift
+  local pid="$1" main="$2" name
+  shift 2
   names=$(cat "/proc/$pid"/task/*/comm 2>/dev/null)
-  [ "$(grep -cx corvane-host <<<"$names")" -eq 1 ] || return 1
+  [ "$(grep -cx "$main" <<<"$names")" -eq 1 ] || return 1
   for name; do grep -qx "$name" <<<"$names" || return 1; done
 }
 
+# expect_names PID MAIN NAME...: waits up to a minute for these names, and otherwise prints all.
+expect_names() {
+  SECONDS=0
+  until names_threads "$@"; do
+    [ "$SECONDS" -lt 60 ] || { echo "expected: ${*:2}"; echo "threads: ${names//$'\n'/ }"; return 1; }
+    sleep 0.05
+  done
+}
+
 @test "the threads of the service and of its plug-in process have names" {
-  eventually names_threads "$(cat "$BATS_FILE_TMPDIR/pid")" \
+  expect_names "$(cat "$BATS_FILE_TMPDIR/pid")" corvane-host \
     collector database event-stream frame-sender http-check reply-reader state
-  eventually names_threads "$(plugin_process)" card-call corvane-worker frame-sender
+  expect_names "$(plugin_process)" plugin-process card-call corvane-worker frame-sender
 }
 
 # Object ids are the same in both plug-in processes.
