@@ -41,7 +41,7 @@ TEST_F(Program, ShowsAllAttributesOfACard) {
         "\nbeacon_state                        absent\n",
         "\niom_format_power_of_two_sector_size true\n",
         "\nformat_ms                           20000\n",
-        "\nvolumes                             [{\"settable\":true,\"state\":1}]\n[0]"}) {
+        "\nvolumes                             [{\"state\":1,\"settable\":true}]\n[0]"}) {
     EXPECT_NE(std::string::npos, shown.find(line)) << line << shown;
   }
   EXPECT_EQ(0U, shown.find("device_path                         /dev/fct0\n")) << shown;
