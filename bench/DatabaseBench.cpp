@@ -3,15 +3,13 @@
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "hostkit/Database.h"
+#include "bench/HostTables.h"
 #include "models/PD.h"
 #include "orm/storage.h"
 
@@ -22,13 +20,6 @@ using RaidDataModels::PD;
 
 // Number of rows inserted, the same for both sides.
 constexpr benchmark::IterationCount kRows = 20000;
-
-// Returns the host's storage with a new in-memory database.
-std::shared_ptr<DatabaseORM::storage_t> NewStorage() {
-  setenv("CORVANE_DATABASE", ":memory:", 1);
-  HostKit::ReopenDatabase();
-  return getDatabasePointer();
-}
 
 PD SampleDrive() {
   PD row;
@@ -73,29 +64,6 @@ std::vector<std::string> StatementsOf(DatabaseORM::storage_t& storage, Change ch
   RecordingDatabase recording(storage);
   change();
   return recording.m_Statements;
-}
-
-// Returns the statements that create the tables. Reads them from a file through a separate
-// connection, because the host's connection rejects statements that read the schema.
-std::vector<std::string> TableStatements() {
-  std::string directory = (std::filesystem::temp_directory_path() / "corvane-XXXXXX").string();
-  if (mkdtemp(directory.data()) == nullptr) throw std::runtime_error("no temporary directory");
-  setenv("CORVANE_DATABASE", (directory + "/rows.db").c_str(), 1);
-  HostKit::ReopenDatabase();
-  sqlite3* database = nullptr;
-  sqlite3_open((directory + "/rows.db").c_str(), &database);
-  std::vector<std::string> statements;
-  const auto append = [](void* out, int, char** cells, char**) {
-    static_cast<std::vector<std::string>*>(out)->emplace_back(cells[0]);
-    return 0;
-  };
-  sqlite3_exec(database,
-               "SELECT sql FROM sqlite_master WHERE type = 'table' AND name LIKE 'host_%_rows'",
-               append, &statements, nullptr);
-  sqlite3_close(database);
-  NewStorage();
-  std::filesystem::remove_all(directory);
-  return statements;
 }
 
 // An in-memory SQLite database with the same tables, accessed directly.
