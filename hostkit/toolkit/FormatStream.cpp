@@ -1,4 +1,5 @@
-#include <cstdio>
+#include <charconv>
+#include <iterator>
 #include <new>
 #include <string_view>
 
@@ -32,16 +33,27 @@ std::size_t Replace(std::string& text, const Placeholder& place, std::string_vie
   return place.at + value.size();
 }
 
-std::string FormatNumber(unsigned long value, bool hexadecimal) {
-  char digits[2 + 20 + 1];
-  std::snprintf(digits, sizeof digits, hexadecimal ? "0x%lx" : "%lu", value);
-  return digits;
+constexpr std::size_t kMaxDigits = 20;
+
+// Writes a number to `digits`, decimal or with "0x" and hexadecimal digits, and returns its text.
+std::string_view FormatNumber(unsigned long value, bool hexadecimal,
+                              char (&digits)[2 + kMaxDigits]) {
+  digits[0] = '0';
+  digits[1] = 'x';
+  char* const begin = hexadecimal ? digits + 2 : digits;
+  const char* const end = std::to_chars(begin, std::end(digits), value, hexadecimal ? 16 : 10).ptr;
+  return {digits, static_cast<std::size_t>(end - digits)};
 }
 
 }  // namespace
 
 CFormatStream::CFormatStream(Internals::CTraceStreamBuffer& buffer, const char* format)
-    : m_Buffer(buffer), m_Text(format), m_Next(0) {}
+    : m_Buffer(buffer), m_Next(0) {
+  constexpr std::size_t kRoomForValues = 64;
+  const std::string_view text(format);
+  m_Text.reserve(text.size() + kRoomForValues);
+  m_Text = text;
+}
 
 // If memory runs out, the line is dropped: an exception from a destructor would terminate the host.
 CFormatStream::~CFormatStream() {
@@ -57,7 +69,8 @@ CFormatStream& CFormatStream::FormatInt(unsigned int value) {
 
 CFormatStream& CFormatStream::FormatInt(unsigned long value) {
   const Placeholder place = FindPlaceholder(m_Text, m_Next);
-  m_Next = Replace(m_Text, place, FormatNumber(value, place.hexadecimal));
+  char digits[2 + kMaxDigits];
+  m_Next = Replace(m_Text, place, FormatNumber(value, place.hexadecimal, digits));
   return *this;
 }
 

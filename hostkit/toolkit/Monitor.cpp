@@ -17,7 +17,7 @@ namespace {
 
 // A plain pointer, which can still be read after the thread's thread_local objects have been
 // destroyed.
-thread_local ThreadRecord* t_pSelf = nullptr;
+[[gnu::tls_model("initial-exec")]] thread_local ThreadRecord* t_pSelf = nullptr;
 thread_local bool t_Ending = false;
 
 struct OwnRecord {
@@ -55,6 +55,12 @@ class ScopedUnlock {
 };
 
 }  // namespace
+
+void MonitorLock::UnlockAndWake() {
+  const auto threads = std::exchange(g_ToWake, {});
+  Unlock();
+  for (const auto& thread : threads) thread->wake.Send();
+}
 
 void WakeSignal::Await(MonitorLock&) {
   pthread_cond_wait(&m_Condition, g_Monitor.Native().native_handle());
@@ -133,13 +139,25 @@ class Monitor::SleeperEntry {
 };
 
 bool Monitor::WaitUntil(Condition& condition, std::int64_t deadlineNs) {
+  MonitorLock lock;
+  return TakeNow(condition) || Sleep(lock, condition, deadlineNs);
+}
+
+bool Monitor::WaitFor(Condition& condition, unsigned int timeoutMs) {
+  MonitorLock lock;
+  return TakeNow(condition) || Sleep(lock, condition, DeadlineAfter(timeoutMs));
+}
+
+bool Monitor::TakeNow(Condition& condition) {
+  ThreadRecord& self = Self();
+  Scheduler().TestCancel(self);
+  return condition.Take(self);
+}
+
+bool Monitor::Sleep(MonitorLock& lock, Condition& condition, std::int64_t deadlineNs) {
   ThreadRecord& self = Self();
   WaitScheduler& scheduler = Scheduler();
-  MonitorLock lock;
-  scheduler.TestCancel(self);
-  if (condition.Take(self)) return true;
   if (deadlineNs <= scheduler.SteadyNs()) return false;
-
   Sleeper sleeper{self, condition, deadlineNs};
   const SleeperEntry entry(*this, sleeper);
   while (!sleeper.timedOut) {
@@ -149,10 +167,6 @@ bool Monitor::WaitUntil(Condition& condition, std::int64_t deadlineNs) {
     if (condition.Take(self)) return true;
   }
   return false;
-}
-
-bool Monitor::WaitFor(Condition& condition, unsigned int timeoutMs) {
-  return WaitUntil(condition, DeadlineAfter(timeoutMs));
 }
 
 std::int64_t Monitor::DeadlineAfter(unsigned int timeoutMs) const {

@@ -59,6 +59,11 @@ class Monitor {
 
   Monitor();
   std::int64_t DeadlineAfter(unsigned int timeoutMs) const;
+  // Steps of a wait: takes the condition if it is met, or sleeps until then or the deadline.
+  // Cancellation points.
+  bool TakeNow(Condition& condition) HOST_REQUIRES(g_Monitor);
+  bool Sleep(MonitorLock& lock, Condition& condition, std::int64_t deadlineNs)
+      HOST_REQUIRES(g_Monitor);
   std::string DescribeWaits() const HOST_REQUIRES(g_Monitor);
 
   std::atomic<WaitScheduler*> m_pScheduler;

@@ -20,7 +20,7 @@ class RealScheduler final : public WaitScheduler {
 
   void Wake(Sleeper& sleeper) override HOST_REQUIRES(g_Monitor) {
     sleeper.woken = true;
-    sleeper.thread.wake.Send();
+    g_ToWake.push_back(sleeper.thread.shared_from_this());
   }
 
   void TestCancel(ThreadRecord&) override { pthread_testcancel(); }

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <string_view>
 #include <utility>
 
 #include "base/CancellationGuard.h"
@@ -160,9 +161,9 @@ void TraceLog::Write(const TraceLine& line) {
 }
 
 // Returns "CorvanePlugin" for "/src/CorvanePlugin.cpp".
-std::string Stem(std::string path) {
-  path.erase(0, path.rfind('/') + 1);
-  return path.substr(0, path.find('.'));
+std::string Stem(std::string_view path) {
+  path.remove_prefix(path.rfind('/') + 1);
+  return std::string(path.substr(0, path.find('.')));
 }
 
 }  // namespace
@@ -190,7 +191,7 @@ CTraceStreamBuffer::~CTraceStreamBuffer() {
   const Base::CancellationGuard guard;
   try {
     HostKit::TraceLog::Get().Write({m_Level, m_Module.m_Name, HostKit::Stem(m_File), m_Function,
-                                    m_Line, m_Text, Base::ThreadName()});
+                                    m_Line, std::move(m_Text), Base::ThreadName()});
   } catch (...) {
   }
 }

@@ -6,7 +6,9 @@
 #include <atomic>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "base/Mutex.h"
 
@@ -19,11 +21,24 @@ constexpr std::int64_t kNsPerMs = 1'000'000;
 // The mutex of the monitor, which guards the state of the kit's threads and their waits.
 inline Base::Mutex g_Monitor;
 
-// Holds `g_Monitor`. A function with such a parameter must be called with that mutex held.
+struct ThreadRecord;
+
+// The threads to wake as soon as the mutex is free. Waking them earlier would cost two more thread
+// switches: each would have to wait for the mutex. Shares ownership, because a thread may end
+// meanwhile.
+inline std::vector<std::shared_ptr<ThreadRecord>> g_ToWake HOST_GUARDED_BY(g_Monitor);
+
+// Holds `g_Monitor`, and wakes the threads in `g_ToWake` after its release. A function with such a
+// parameter must be called with that mutex held.
 class HOST_SCOPED_CAPABILITY MonitorLock : public Base::MutexLock {
  public:
   MonitorLock() HOST_ACQUIRE(g_Monitor) : Base::MutexLock(g_Monitor) {}
-  ~MonitorLock() HOST_RELEASE() {}
+  ~MonitorLock() HOST_RELEASE() {
+    if (!g_ToWake.empty()) UnlockAndWake();
+  }
+
+ private:
+  void UnlockAndWake() HOST_NO_THREAD_SAFETY_ANALYSIS;
 };
 
 // The condition variable on which one thread sleeps. Both waits are cancellation points; the mutex
@@ -38,6 +53,7 @@ class WakeSignal {
   void Await(MonitorLock& lock) HOST_REQUIRES(g_Monitor);
   // `deadlineNs` is a time on the machine's monotonic clock.
   void AwaitUntil(MonitorLock& lock, std::int64_t deadlineNs) HOST_REQUIRES(g_Monitor);
+  // Call with or without the monitor held.
   void Send() { pthread_cond_signal(&m_Condition); }
 
  private:
@@ -47,7 +63,7 @@ class WakeSignal {
 struct Sleeper;
 
 // A native thread as the kit sees it.
-struct ThreadRecord {
+struct ThreadRecord : std::enable_shared_from_this<ThreadRecord> {
   WakeSignal wake;
   std::atomic<bool> cancelRequested{false};
 
