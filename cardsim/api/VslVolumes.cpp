@@ -10,11 +10,15 @@ void CheckOnOrOff(std::uint32_t state) {
   if (state > 1) throw CallFailure{kBadValue, "the state must be 0 or 1"};
 }
 
-bool SetLocateLed(Card& card, bool on) {
-  auto& led = At(card.values, Attribute::beacon_state);
+bool IsLocateLedOn(const Card& card) {
+  const auto& led = At(card.values, Attribute::beacon_state);
   if (!led) throw CallFailure{kNotSupported, "the card has no locate LED"};
-  if (ValueAs<bool>(*led) == on) return false;
-  led = on;
+  return ValueAs<bool>(*led);
+}
+
+bool SetLocateLed(Card& card, bool on) {
+  if (IsLocateLedOn(card) == on) return false;
+  At(card.values, Attribute::beacon_state) = on;
   return true;
 }
 
@@ -65,7 +69,11 @@ vsl_code vsl_set_beacon_state(void* iom, uint32_t state, vsl_error_record* err) 
     Session session("vsl_set_beacon_state");
     const auto handle = session.Expect(iom, KindBit(HandleKind::Card));
     CheckOnOrOff(state);
-    session.EditCard(handle->cardId, [&](Card& card) { return SetLocateLed(card, state == 1); });
+    session.Refresh();
+    // Callers turn off the LED of every card at their start. An edit would lock and read the file.
+    if (IsLocateLedOn(*session.CurrentCard(handle->cardId)) != (state == 1)) {
+      session.EditCard(handle->cardId, [&](Card& card) { return SetLocateLed(card, state == 1); });
+    }
     handle->card = session.CurrentCard(handle->cardId);
   });
 }

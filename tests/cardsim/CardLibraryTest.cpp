@@ -110,6 +110,27 @@ TEST_F(CardLibrary, SettingTheLocateLedToItsCurrentStateDoesNotWrite) {
   EXPECT_EQ(before.st_ino, after.st_ino);
 }
 
+// Callers turn off the LEDs of all cards at their start, and locking and reading the file for each
+// card would take long.
+TEST_F(CardLibrary, SettingTheLocateLedToItsCurrentStateDoesNotLockTheFile) {
+  StartWithCard();
+  void* card = CreateCard();
+  const std::string lock = Path().string() + ".lock";
+  std::filesystem::remove(lock);
+  EXPECT_EQ(0U, vsl_set_beacon_state(card, 0, &m_Error));
+  EXPECT_FALSE(std::filesystem::exists(lock));
+  EXPECT_EQ(0U, vsl_set_beacon_state(card, 1, &m_Error));
+  EXPECT_TRUE(std::filesystem::exists(lock));
+}
+
+TEST_F(CardLibrary, TurnsOffALocateLedThatAnotherProcessHasTurnedOn) {
+  StartWithCard();
+  void* card = CreateCard();
+  File().Set("card0", "beacon_state", "true");
+  EXPECT_EQ(0U, vsl_set_beacon_state(card, 0, &m_Error));
+  EXPECT_EQ("false", File().Get("card0", "beacon_state"));
+}
+
 TEST_F(CardLibrary, ACardWithoutALocateLedRejectsSettingIt) {
   StartWithCard();
   File().MakeAbsent("card0", "beacon_state");
