@@ -8,6 +8,8 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "models/FieldsMap.h"
@@ -18,35 +20,95 @@
 
 namespace DatabaseORM {
 
-// Column names or values, indexed by the position of the column in the table.
-using texts_t = std::vector<std::string>;
-
-// Returns an empty string for each column of the table, according to the map's column count.
-template <class Row>
-texts_t empty_columns(const fields_map_t<Row>& map) {
-  return texts_t(static_cast<std::size_t>(map.columnCount));
-}
-
-// Returns a reference to the text of a column. Throws `std::out_of_range` if the index is negative
-// or past the last column.
-inline std::string& at(texts_t& columns, int index) {
-  return columns.at(static_cast<std::size_t>(index));
-}
-
-// Joins the strings that are not empty:
-//
-//   a, b
-//
-// Columns without a field have an empty string and are therefore omitted.
-inline std::string joined_columns(const texts_t& columns) {
-  std::string text;
-  for (const std::string& column : columns) {
-    text += column;
-    if (!column.empty()) text += list_separator;
+// The columns of a statement. The fields of a map are grouped by type, while a statement lists them
+// by position in the table; all texts are therefore collected in one string, from which the
+// statement is assembled.
+class columns_t {
+ public:
+  // Creates `count` columns without a field.
+  explicit columns_t(int count) : m_columns(static_cast<std::size_t>(count)) {
+    constexpr std::size_t usual_value = 12;
+    m_values.reserve(m_columns.size() * usual_value);
   }
-  if (text.size() >= list_separator.size()) text.resize(text.size() - list_separator.size());
-  return text;
-}
+
+  // Sets the name and the value of the column at `index`. The name is not copied and must outlive
+  // this object. Throws `std::out_of_range` if the index is negative or past the last column.
+  template <class Value>
+  void set(int index, const std::string& name, const Value& value) {
+    column_t& column = m_columns.at(static_cast<std::size_t>(index));
+    column.name = &name;
+    column.begin = m_values.size();
+    append_value(value, m_values);
+    column.size = m_values.size() - column.begin;
+    m_names_size += name.size() + list_separator.size();
+  }
+
+  // Like `set`, for the text of a value.
+  void set_text(int index, const std::string& name, std::string_view text) {
+    m_columns.at(static_cast<std::size_t>(index)) = {&name, m_values.size(), text.size()};
+    m_values += text;
+    m_names_size += name.size() + list_separator.size();
+  }
+
+  // Whether the value of a column that was set is null.
+  bool is_null(std::size_t index) const { return value_of(m_columns[index]) == null_word; }
+
+  // Appends the names of the columns that have a field, except empty ones:
+  //
+  //   a, b
+  void append_names(std::string& text) const {
+    append_list(text, [](const column_t& column, std::string& out) { out += *column.name; });
+  }
+  // Appends the values of the columns that have a field:
+  //
+  //   1, "x"
+  void append_values(std::string& text) const {
+    append_list(text,
+                [this](const column_t& column, std::string& out) { out += value_of(column); });
+  }
+  // Appends the names and values of the columns that have a field:
+  //
+  //   a=1, b="x"
+  void append_pairs(std::string& text) const {
+    append_list(text, [this](const column_t& column, std::string& out) {
+      out += *column.name;
+      out += '=';
+      out += value_of(column);
+    });
+  }
+
+  // Returns an upper bound for the size of all names and values in a list.
+  std::size_t size() const {
+    return m_names_size + m_values.size() + m_columns.size() * list_separator.size();
+  }
+
+ private:
+  struct column_t {
+    const std::string* name = nullptr;  // null: no field
+    std::size_t begin = 0;              // of the value, in `m_values`
+    std::size_t size = 0;
+  };
+
+  std::string_view value_of(const column_t& column) const {
+    return std::string_view(m_values).substr(column.begin, column.size);
+  }
+
+  template <class Append>
+  void append_list(std::string& text, Append append) const {
+    const std::size_t begin = text.size();
+    for (const column_t& column : m_columns) {
+      if (column.name == nullptr) continue;
+      const std::size_t before = text.size();
+      append(column, text);
+      if (text.size() > before) text += list_separator;
+    }
+    if (text.size() > begin) text.resize(text.size() - list_separator.size());
+  }
+
+  std::vector<column_t> m_columns;
+  std::string m_values;
+  std::size_t m_names_size = 0;
+};
 
 // Returns the prefix of a statement that writes, which enables foreign key checks if the table
 // requests them; otherwise empty.
@@ -99,6 +161,9 @@ void for_each_field(const fields_map_t<Row>& map, Visit visit) {
   for (const auto& field : map.doubleFields) visit(field);
 }
 
+// An upper bound for the size of the words of a statement.
+constexpr std::size_t words_size = 96;
+
 // Returns the INSERT statement for a row. The first form is for tables whose key the database
 // assigns, the second for all others:
 //
@@ -111,38 +176,41 @@ void for_each_field(const fields_map_t<Row>& map, Visit visit) {
 template <class Row>
 std::string insert_text(const fields_map_t<Row>& map, const table_t<Row>& table, const Row& row) {
   const bool auto_key = has_auto_key(table);
-  texts_t names = empty_columns(map);
-  texts_t values = empty_columns(map);
+  columns_t columns(map.columnCount);
   for_each_field(map, [&](const auto& field) {
     if (auto_key && is_key(map, field)) return;
-    at(names, field.index) = field.name;
-    at(values, field.index) = value_text(row.*field.member);
+    columns.set(field.index, field.name, row.*field.member);
   });
-  const std::string columns =
-      auto_key ? "(" + joined_columns(names) + ")" + word_separator : std::string();
-  return foreign_keys_text(table) + "INSERT INTO" + word_separator + table.name + word_separator +
-         columns + "VALUES(" + joined_columns(values) + ");";
+  std::string text = foreign_keys_text(table);
+  text.reserve(columns.size() + table.name.size() + words_size);
+  text += "INSERT INTO" + word_separator + table.name + word_separator;
+  if (auto_key) {
+    text += '(';
+    columns.append_names(text);
+    text += ")" + word_separator;
+  }
+  text += "VALUES(";
+  columns.append_values(text);
+  text += ");";
+  return text;
 }
 
 // Represents a missing key. No stored row has this key, because keys start at 1.
 constexpr int no_key = -1;
 
 // Returns the key of a row for UPDATE, given the value in its first column: the value itself if it
-// is an int, its low 32 bits as an int if it is an unsigned long, or `no_key`. For an unsigned
-// long, also sets `text`, the value's text in the statement, to that key.
+// is an int, its low 32 bits as an int if it is an unsigned long, or `no_key`.
 template <class Field>
-int key_of(const Field&, std::string&) {
+int key_of(const Field&) {
   return no_key;
 }
 
-inline int key_of(int value, std::string&) {
+inline int key_of(int value) {
   return value;
 }
 
-inline int key_of(unsigned long value, std::string& text) {
-  const int key = static_cast<int>(value);
-  text = number_text(key);
-  return key;
+inline int key_of(unsigned long value) {
+  return static_cast<int>(value);
 }
 
 // Returns the UPDATE statement that sets all columns of the row with the same key:
@@ -155,17 +223,23 @@ inline int key_of(unsigned long value, std::string& text) {
 // row. Throws `std::out_of_range` for a field index past the last column.
 template <class Row>
 std::string update_text(const fields_map_t<Row>& map, const table_t<Row>& table, const Row& row) {
-  texts_t pairs = empty_columns(map);
+  columns_t columns(map.columnCount);
   int key = no_key;
   for_each_field(map, [&](const auto& field) {
     const auto& value = row.*field.member;
-    std::string text = value_text(value);
-    if (field.index == 0 && text != null_word) key = key_of(value, text);
-    at(pairs, field.index) = field.name + "=" + text;
+    columns.set(field.index, field.name, value);
+    if (field.index != 0 || columns.is_null(0)) return;
+    key = key_of(value);
+    // The statement shows the low 32 bits of a longer key.
+    if (std::is_same_v<decltype(value), const unsigned long&>)
+      columns.set_text(0, field.name, number_text(key));
   });
-  return foreign_keys_text(table) + "UPDATE" + word_separator + table.name + word_separator +
-         "SET" + word_separator + joined_columns(pairs) + word_separator +
-         "WHERE ID = " + number_text(key) + ";";
+  std::string text = foreign_keys_text(table);
+  text.reserve(columns.size() + table.name.size() + words_size);
+  text += "UPDATE" + word_separator + table.name + word_separator + "SET" + word_separator;
+  columns.append_pairs(text);
+  text += word_separator + "WHERE ID = " + number_text(key) + ";";
+  return text;
 }
 
 // Returns the statement that reads the largest value of a column, without a final semicolon:
