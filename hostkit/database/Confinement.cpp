@@ -130,9 +130,11 @@ class Usage {
   bool m_TookTooLong = false;
 };
 
-int Authorize(void* usage, int action, const char* first, const char* second, const char* schema,
+// `context` is the address of a pointer to the usage of the current call; null if there is none.
+int Authorize(void* context, int action, const char* first, const char* second, const char* schema,
               const char*) {
-  const bool isWithinLimits = usage == nullptr || static_cast<Usage*>(usage)->Allows(action);
+  auto* const usage = static_cast<Usage*>(*static_cast<void**>(context));
+  const bool isWithinLimits = usage == nullptr || usage->Allows(action);
   return isWithinLimits && IsAllowed(action, first, second, schema) ? SQLITE_OK : SQLITE_DENY;
 }
 
@@ -160,12 +162,13 @@ class MemoryLimit {
 // Applies the limits to the connection's statements for the lifetime of this object.
 class CallLimits {
  public:
-  CallLimits(sqlite3* database, Usage& usage) : m_pDatabase(database) {
-    sqlite3_set_authorizer(database, Authorize, &usage);
+  // `slot` receives the address of `usage`, for the authorizer.
+  CallLimits(sqlite3* database, Usage& usage, void*& slot) : m_pDatabase(database), m_Slot(slot) {
+    m_Slot = &usage;
     sqlite3_progress_handler(database, kStepsBetweenChecks, CheckTime, &usage);
   }
   ~CallLimits() {
-    sqlite3_set_authorizer(m_pDatabase, Authorize, nullptr);
+    m_Slot = nullptr;
     sqlite3_progress_handler(m_pDatabase, 0, nullptr, nullptr);
   }
   CallLimits(const CallLimits&) = delete;
@@ -173,8 +176,18 @@ class CallLimits {
 
  private:
   sqlite3* const m_pDatabase;
+  void*& m_Slot;
   const MemoryLimit m_Memory;
 };
+
+void RequireRunnable(const std::string& sql) {
+  if (sql.find('\0') != std::string::npos) {
+    throw SqliteError(SQLITE_ERROR, "a statement contains a NUL character");
+  }
+  if (CountTokens(sql) > kMaxTokens) {
+    throw SqliteError(SQLITE_TOOBIG, "a statement contains too many tokens");
+  }
+}
 
 // Filling free pages counts as growth: otherwise every run of a host could add as much again.
 std::int64_t MaxPages(Connection& connection) {
@@ -190,17 +203,16 @@ void Connection::Confine() {
   sqlite3* const database = m_pDatabase.get();
   Run("PRAGMA max_page_count = " + std::to_string(MaxPages(*this)));
   for (const Limit& limit : kLimits) sqlite3_limit(database, limit.m_Kind, limit.m_Value);
-  sqlite3_set_authorizer(database, Authorize, nullptr);
+  sqlite3_set_authorizer(database, Authorize, &m_pUsage);
 }
 
+// A text in the cache has passed the checks before it was compiled.
 std::vector<std::string> Connection::RunConfined(const std::string& sql) {
-  if (CountTokens(sql) > kMaxTokens) {
-    throw SqliteError(SQLITE_TOOBIG, "a statement contains too many tokens");
-  }
+  if (m_Statements.Find(sql) == nullptr) RequireRunnable(sql);
   Usage usage;
-  const CallLimits limits(m_pDatabase.get(), usage);
+  const CallLimits limits(m_pDatabase.get(), usage, m_pUsage);
   try {
-    return Run(sql);
+    return RunCached(sql);
   } catch (const SqliteError& error) {
     usage.Rethrow(error);
   }

@@ -247,19 +247,49 @@ std::vector<std::string> Connection::Run(const std::string& sql) {
     throw SqliteError(SQLITE_ERROR, "a statement contains a NUL character");
   }
   std::vector<std::string> cells;
-  std::size_t size = 0;
-  const char* rest = sql.c_str();
+  RunAll(sql.c_str(), cells);
+  return cells;
+}
+
+void Connection::RunAll(const char* rest, std::vector<std::string>& cells) {
   while (*rest != '\0') {
-    const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(
-        Compile(m_pDatabase.get(), rest), sqlite3_finalize);
-    while (statement && NextRow(m_pDatabase.get(), statement.get())) {
-      const int width = sqlite3_column_count(statement.get());
-      for (int column = 0; column < width; ++column) {
-        cells.push_back(CellText(statement.get(), column));
-        size += sizeof(std::string) + cells.back().size();
-        if (size > kMaxResultSize) throw SqliteError(SQLITE_TOOBIG, "the result is too large");
-      }
+    const StatementPtr statement(Compile(m_pDatabase.get(), rest), sqlite3_finalize);
+    if (statement) Run(statement.get(), cells);
+  }
+}
+
+void Connection::Run(sqlite3_stmt* statement, std::vector<std::string>& cells) {
+  std::size_t size = 0;
+  for (const std::string& cell : cells) size += sizeof(std::string) + cell.size();
+  while (NextRow(m_pDatabase.get(), statement)) {
+    // The first step may compile the statement again, after another program has changed the table.
+    const int width = sqlite3_column_count(statement);
+    for (int column = 0; column < width; ++column) {
+      cells.push_back(CellText(statement, column));
+      size += sizeof(std::string) + cells.back().size();
+      if (size > kMaxResultSize) throw SqliteError(SQLITE_TOOBIG, "the result is too large");
     }
+  }
+}
+
+// Keeps only texts of a single statement, which are all that the persistence layer repeats.
+std::vector<std::string> Connection::RunCached(const std::string& sql) {
+  std::vector<std::string> cells;
+  if (sqlite3_stmt* const kept = m_Statements.Find(sql)) {
+    // Ends the statement even if it fails; otherwise it would keep a transaction open.
+    const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> reset(kept, sqlite3_reset);
+    Run(kept, cells);
+    return cells;
+  }
+  const char* rest = sql.c_str();
+  StatementPtr statement(Compile(m_pDatabase.get(), rest), sqlite3_finalize);
+  if (statement) Run(statement.get(), cells);
+  if (statement && *rest == '\0') {
+    sqlite3_reset(statement.get());
+    m_Statements.Keep(sql, std::move(statement));
+  } else {
+    statement.reset();
+    RunAll(rest, cells);
   }
   return cells;
 }

@@ -11,6 +11,7 @@
 
 #include "host/Database.h"
 #include "host/Visibility.h"
+#include "hostkit/database/StatementCache.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -103,9 +104,17 @@ class HOST_API Connection {
   void PrepareToWrite();
   // Throws if the file is damaged. Called before the first write.
   void CheckIntegrity();
+  // Run the statements of a text, or a compiled one, and append the cells to `cells`.
+  void RunAll(const char* rest, std::vector<std::string>& cells);
+  void Run(sqlite3_stmt* statement, std::vector<std::string>& cells);
+  std::vector<std::string> RunCached(const std::string& sql);
 
   std::unique_ptr<sqlite3, int (*)(sqlite3*)> m_pDatabase;
   const std::uint64_t m_Number;
+  StatementCache m_Statements;  // of `RunConfined`; destroyed before the database
+  // The limits of the current call of `RunConfined`. SQLite's authorizer refers to this member: a
+  // new authorizer for each call would invalidate all compiled statements.
+  void* m_pUsage = nullptr;
 };
 
 // Runs `work` in a transaction, which is rolled back if it throws.

@@ -41,7 +41,7 @@ constexpr const char* kCountingTrigger =
     "ON CONFLICT DO UPDATE SET count = count + 1; END";
 
 const TableShape kRunTable = {
-    "host_life", {}, "CREATE TABLE host_life (number INTEGER NOT NULL) STRICT"};
+    "host_life", {}, "CREATE TABLE host_life (number INTEGER NOT NULL) STRICT", ""};
 
 // In earlier versions of the host, a string from a card could create triggers (which would also run
 // in this host), indexes that reject a second event, and views with the name of a table. SQL
@@ -56,11 +56,11 @@ constexpr const char* kUnexpectedInOwn =
     "SELECT type, name FROM sqlite_schema "
     "WHERE type IN ('index', 'trigger') AND sql IS NOT NULL AND tbl_name = ?1 COLLATE NOCASE "
     "OR name = ?1 COLLATE NOCASE AND type <> 'table'";
-// The tables of rows have no triggers or indexes. A table with other columns is dropped: another
-// version of the host created it, and its rows belong to another run.
+// The tables of rows have no triggers, and at most one index. A table with other columns is
+// dropped: another version of the host created it, and its rows belong to another run.
 constexpr const char* kUnexpectedInRows =
     "SELECT type, name FROM sqlite_schema "
-    "WHERE type IN ('index', 'trigger') AND tbl_name = ?1 COLLATE NOCASE "
+    "WHERE type IN ('index', 'trigger') AND tbl_name = ?1 COLLATE NOCASE AND sql IS NOT ?3 "
     "OR name = ?1 COLLATE NOCASE AND (type <> 'table' OR sql <> ?2)";
 
 // Columns added to the event log by later versions of the host. The log is kept across versions, so
@@ -103,11 +103,11 @@ std::string Quoted(const std::string& name) {
 // Drops the objects that `query` returns. Dropping a table or view also drops its triggers and
 // indexes, so they may no longer exist.
 void DropUnexpected(Connection& connection, const char* query, const std::string& table,
-                    const std::string& ownSql) {
+                    const std::vector<std::string>& ownSql) {
   std::vector<std::string> drops;
   Statement statement = connection.Prepare(query);
   statement.Bind(table);
-  if (!ownSql.empty()) statement.Bind(ownSql);
+  for (const std::string& sql : ownSql) statement.Bind(sql);
   while (statement.Step()) {
     drops.push_back("DROP " + statement.Text(0) + " IF EXISTS " + Quoted(statement.Text(1)));
   }
@@ -122,14 +122,22 @@ void CreateEventTotals(Connection& connection) {
   connection.Run(kDropCounts);
 }
 
+// Whether an object was created with that statement.
+bool HasObject(Connection& connection, const std::string& sql) {
+  Statement statement = connection.Prepare("SELECT 1 FROM sqlite_schema WHERE sql = ?");
+  return statement.Bind(sql).Step();
+}
+
 void EnsureCountingTrigger(Connection& connection) {
-  Statement own = connection.Prepare("SELECT 1 FROM sqlite_schema WHERE sql = ?");
-  if (!own.Bind(kCountingTrigger).Step()) connection.Run(kCountingTrigger);
+  if (!HasObject(connection, kCountingTrigger)) connection.Run(kCountingTrigger);
 }
 
 void EnsureRowTable(Connection& connection, const TableShape& shape) {
-  DropUnexpected(connection, kUnexpectedInRows, shape.m_Name, shape.m_Sql);
+  DropUnexpected(connection, kUnexpectedInRows, shape.m_Name, {shape.m_Sql, shape.m_Index});
   if (SqlOf(connection, shape.m_Name).empty()) connection.Run(shape.m_Sql);
+  if (!shape.m_Index.empty() && !HasObject(connection, shape.m_Index)) {
+    connection.Run(shape.m_Index);
+  }
 }
 
 bool BelongsToRun(Connection& connection, std::int64_t run) {
@@ -163,7 +171,7 @@ void BeginRun(Connection& connection, std::int64_t run, Connection* pSource) {
 void PrepareOwnTables(Connection& connection) {
   InTransaction(connection, [&] {
     for (const char* table : {"host_event_log", "host_event_totals"}) {
-      DropUnexpected(connection, kUnexpectedInLog, table, kCountingTrigger);
+      DropUnexpected(connection, kUnexpectedInLog, table, {kCountingTrigger});
     }
     connection.Run(kEventLogTable);
     AddColumnsToEventLog(connection);
@@ -181,7 +189,7 @@ void PrepareRowTables(Connection& connection, std::int64_t run, Connection* pSou
 }
 
 void EnsureOwnTable(Connection& connection, const std::string& table, const std::string& sql) {
-  DropUnexpected(connection, kUnexpectedInOwn, table, "");
+  DropUnexpected(connection, kUnexpectedInOwn, table, {});
   if (SqlOf(connection, table).empty()) connection.Run(sql);
 }
 

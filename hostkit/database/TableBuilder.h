@@ -13,6 +13,7 @@
 
 #include "hostkit/database/Tables.h"
 #include "models/FieldsMap.h"
+#include "orm/lookup.h"
 #include "orm/table.h"
 
 namespace HostKit {
@@ -86,11 +87,20 @@ class TableBuilder {
     return *this;
   }
 
+  // Adds an index for reading rows by that field, which must have been added.
+  template <class Field>
+  TableBuilder& Index(Field Row::*member) {
+    const std::string column = DatabaseORM::column_name(*m_pMap, member);
+    m_Index = "CREATE INDEX " + m_pTable->name + "_by_" + column + " ON " + m_pTable->name + " (" +
+              column + ")";
+    return *this;
+  }
+
   // Returns the finished table. Without AUTOINCREMENT, the key of a new row is the largest existing
   // key plus 1, as plug-ins expect.
   TableShape Shape() const {
-    return {m_pTable->name, m_Columns,
-            "CREATE TABLE " + m_pTable->name + " (" + m_Sql + ") STRICT"};
+    return {m_pTable->name, m_Columns, "CREATE TABLE " + m_pTable->name + " (" + m_Sql + ") STRICT",
+            m_Index};
   }
 
   // Adds the table and the map to those of the storage, which shares their ownership.
@@ -118,6 +128,7 @@ class TableBuilder {
   const std::shared_ptr<DatabaseORM::table_t<Row>> m_pTable;
   std::vector<ColumnShape> m_Columns;
   std::string m_Sql;
+  std::string m_Index;
 };
 
 }  // namespace HostKit

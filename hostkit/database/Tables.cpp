@@ -25,6 +25,9 @@ struct Builders {
     ADAPTER_FIELDS(ADD_ADAPTER)
     PD_FIELDS(ADD_DRIVE)
     PLUGIN_FIELDS(ADD_PLUGIN)
+    // The plug-in reads the row of an adapter or a drive by these fields before each update.
+    m_Adapters.Index(&Adapter::adapterNumber);
+    m_Drives.Index(&PD::serialNumber);
 #undef ADD_ADAPTER
 #undef ADD_DRIVE
 #undef ADD_PLUGIN

@@ -18,7 +18,8 @@ struct ColumnShape {
 struct TableShape {
   std::string m_Name;
   std::vector<ColumnShape> m_Columns;
-  std::string m_Sql;  // the statement that creates it
+  std::string m_Sql;    // the statement that creates it
+  std::string m_Index;  // the statement that creates its index; empty: none
 };
 
 // Returns one table per row type.
