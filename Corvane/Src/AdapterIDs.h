@@ -1,8 +1,9 @@
 // Ids of adapters for the host: PCI address, card index, and the number assigned by the host.
 #pragma once
 
-#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -33,18 +34,31 @@ inline PI::CAdapterID AdapterIDOf(const CFusionIOAdapter& adapter) {
   return id;
 }
 
-// Sets the adapter's name, using the first global number in `ids` for its PCI address. If there is
-// none, the name is unchanged.
-inline void SetAdapterName(const std::vector<PI::CAdapterID>& ids, CFusionIOAdapter& adapter) {
-  const PI::CAdapterID wanted = AdapterIDOf(adapter);
-  const auto found = std::find_if(ids.begin(), ids.end(), [&wanted](const PI::CAdapterID& known) {
-    return known.m_Segment == wanted.m_Segment && known.m_Bus == wanted.m_Bus &&
-           known.m_Device == wanted.m_Device && known.m_Function == wanted.m_Function &&
-           known.m_GlobalNumber != kNoGlobalNumber;
-  });
-  if (found == ids.end()) return;
-  const std::string name = IsMolt(adapter) ? adapter.m_Model : "SanDisk " + adapter.m_BoardName;
-  adapter.m_Name = Formatted("%s (%d)", name, found->m_GlobalNumber);
+// Segment, bus, device, function.
+using PciAddress = std::array<std::uint32_t, 4>;
+
+inline PciAddress AddressOf(const PI::CAdapterID& id) {
+  return {id.m_Segment, id.m_Bus, id.m_Device, id.m_Function};
+}
+
+// The global numbers assigned by the host.
+using GlobalNumbers = std::map<PciAddress, std::int32_t>;
+
+// Adds the numbers in `ids`. The first number of an address is kept.
+inline void AddGlobalNumbers(const std::vector<PI::CAdapterID>& ids, GlobalNumbers& numbers) {
+  for (const PI::CAdapterID& id : ids) {
+    if (id.m_GlobalNumber != kNoGlobalNumber) numbers.emplace(AddressOf(id), id.m_GlobalNumber);
+  }
+}
+
+// Sets the adapter's name, using the global number of its PCI address. If there is none, the name
+// is unchanged.
+inline void SetAdapterName(const GlobalNumbers& numbers, CFusionIOAdapter& adapter) {
+  const auto found = numbers.find(AddressOf(AdapterIDOf(adapter)));
+  if (found == numbers.end()) return;
+  const bool isMolt = IsMolt(adapter);
+  adapter.m_Name = Joined(isMolt ? "" : "SanDisk ", isMolt ? adapter.m_Model : adapter.m_BoardName,
+                          " (", found->second, ")");
 }
 
 }  // namespace NAMESPACE_Corvane

@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "Corvane/Src/CardHandles.h"
 #include "host/vsl_abstraction.h"
@@ -89,9 +90,10 @@ class AttributeReader {
   // Sets `field` if the attribute exists, and returns whether it does.
   template <class T, class Field>
   bool ReadInto(Field& field, const Attribute<Kind, T>& attribute) const {
-    const auto value = Read(attribute);
-    if (value) field = *value;
-    return value.has_value();
+    auto value = Read(attribute);
+    if (!value) return false;
+    field = *std::move(value);
+    return true;
   }
 
  private:

@@ -51,10 +51,10 @@ inline void SetGlobalNumber(CFusionIOAdapter& adapter, CFusionIOPhysicalDrive& d
 
 inline void SetLocations(CFusionIOAdapter& adapter, CFusionIOPhysicalDrive& drive) {
   const std::string segment =
-      adapter.m_PciSegment == 0 ? "" : Formatted("Segment=%d&", adapter.m_PciSegment);
-  adapter.m_Location = Formatted("PCI:%sBus=%d&Device=%d&Function=%d", segment, adapter.m_PciBus,
-                                 adapter.m_PciDevice, adapter.m_PciFunction);
-  drive.m_Location = adapter.m_Location + "&ID=0";
+      adapter.m_PciSegment == 0 ? "" : Joined("Segment=", adapter.m_PciSegment, "&");
+  adapter.m_Location = Joined("PCI:", segment, "Bus=", adapter.m_PciBus,
+                              "&Device=", adapter.m_PciDevice, "&Function=", adapter.m_PciFunction);
+  drive.m_Location = Joined(adapter.m_Location, "&ID=0");
 }
 
 inline void ReadFirmwareVersion(const CardReader& card, CFusionIOAdapter& adapter) {
@@ -68,7 +68,7 @@ inline void ReadFirmwareVersion(const CardReader& card, CFusionIOAdapter& adapte
   const std::int32_t micro = card.Get(VSL(fw_current_micro_ver));
   const std::int32_t minor = card.Get(VSL(fw_current_minor_ver));
   const std::int32_t major = card.Get(VSL(fw_current_major_ver));
-  adapter.m_FirmwareVersion = Formatted("%d.%d.%d (%d)", major, minor, micro, revision);
+  adapter.m_FirmwareVersion = Joined(major, ".", minor, ".", micro, " (", revision, ")");
 }
 
 inline void ReadPower(const CardReader& card, CardRef iom, CFusionIOAdapter& adapter) {
@@ -169,10 +169,10 @@ inline void ReadFormatLimits(FormatRef handle, ErrorRecord& error, CFusionIOPhys
 }
 
 inline std::string DriveName(const CFusionIOAdapter& adapter, const CFusionIOPhysicalDrive& drive) {
-  if (!IsMolt(adapter)) return Formatted("%s (0)", drive.m_Product);
+  if (!IsMolt(adapter)) return Joined(drive.m_Product, " (0)");
   const std::uint64_t wholeTiB = drive.m_FactorySizeMiB >> 20U;
   const char* capacity = wholeTiB == 1 ? "1.3TB" : wholeTiB == 2 ? "2.6TB" : "5.2TB";
-  return Formatted("%s %s (0)", adapter.m_Model, capacity);
+  return Joined(adapter.m_Model, " ", capacity, " (0)");
 }
 
 }  // namespace NAMESPACE_Corvane

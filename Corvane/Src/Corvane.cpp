@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "Corvane/Src/PollInterval.h"
+#include "Corvane/Src/RecordSearch.h"
 #include "Corvane/Src/Trace.h"
 
 namespace NAMESPACE_Corvane {
@@ -129,22 +130,25 @@ IPLUGINAPI_IMPL::RouteResult IPLUGINAPI_IMPL::Route(unsigned long objectId,
                                                     const CountTrace& trace,
                                                     Arguments... arguments) {
   TRACE_AS(trace.m_Function);
-  const auto hasId = [objectId](const PI::CObject& object) { return object.m_ID == objectId; };
+  const auto idOf = [](const PI::CObject& object) { return object.m_ID; };
 
-  if (hasId(m_Plugin)) return {(this->*handlers.m_Plugin)(m_Plugin, arguments...), &m_Plugin};
+  if (m_Plugin.m_ID == objectId)
+    return {(this->*handlers.m_Plugin)(m_Plugin, arguments...), &m_Plugin};
 
   if (trace.m_Adapters != nullptr) TRACE(TRACE_FLOW, trace.m_Adapters, m_Adapters.size());
-  const auto adapter = std::find_if(m_Adapters.begin(), m_Adapters.end(), hasId);
-  if (adapter != m_Adapters.end()) {
-    return {(this->*handlers.m_Adapter)(*adapter, arguments...), &*adapter};
+  // An id found among the drives need not be searched for in all adapters.
+  const bool isDrive = TryToFind(m_PhysicalDrives, objectId, idOf) != nullptr;
+  CFusionIOAdapter* const adapter = isDrive ? nullptr : Find(m_Adapters, objectId, idOf);
+  if (adapter != nullptr) {
+    return {(this->*handlers.m_Adapter)(*adapter, arguments...), adapter};
   }
 
   if (trace.m_PhysicalDrives != nullptr) {
     TRACE(TRACE_FLOW, trace.m_PhysicalDrives, m_PhysicalDrives.size());
   }
-  const auto drive = std::find_if(m_PhysicalDrives.begin(), m_PhysicalDrives.end(), hasId);
-  if (drive != m_PhysicalDrives.end()) {
-    return {(this->*handlers.m_PhysicalDrive)(*drive, arguments...), &*drive};
+  CFusionIOPhysicalDrive* const drive = Find(m_PhysicalDrives, objectId, idOf);
+  if (drive != nullptr) {
+    return {(this->*handlers.m_PhysicalDrive)(*drive, arguments...), drive};
   }
   return {PI::ERR_INVALID_OBJECT_ID, nullptr};
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Corvane/Src/AdapterIDs.h"
 #include "Corvane/Src/DeviceRecords.h"
 #include "Corvane/Src/HostNumbers.h"
 #include "Corvane/Src/PollInterval.h"
@@ -42,6 +43,7 @@ struct Card;
 template <class Kind>
 class HandleRef;
 class CardHandle;
+class AdaptersBySerialNumber;
 struct SystemDifference;
 template <class Kind>
 class AttributeReader;
@@ -297,7 +299,8 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // Insert, update and delete the rows of objects in the host's database. Return 0; if the database
   // rejects a statement, trace the reason and return ERR_GENERAL. `SetDatabaseObjectProperties`
   // only fills a row and always returns 0. The row of the plug-in is never updated, and the row of
-  // a drive never deleted.
+  // a drive never deleted. A drive's row also depends on its adapter; to write the rows of many
+  // drives, pass the index of `m_Adapters`.
   unsigned int SetDatabaseObjectProperties(RaidDataModels::Adapter& row, CFusionIOAdapter& adapter)
       CORVANE_REQUIRES(m_DataLock);
   unsigned int InsertObjectToDatabase(CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock);
@@ -306,7 +309,13 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   unsigned int SetDatabaseObjectProperties(RaidDataModels::PD& row, CFusionIOPhysicalDrive& drive)
       CORVANE_REQUIRES(m_DataLock);
   unsigned int InsertObjectToDatabase(CFusionIOPhysicalDrive& drive) CORVANE_REQUIRES(m_DataLock);
+  unsigned int InsertObjectToDatabase(CFusionIOPhysicalDrive& drive,
+                                      const AdaptersBySerialNumber& adapters)
+      CORVANE_REQUIRES(m_DataLock);
   unsigned int UpdateObjectInDatabase(CFusionIOPhysicalDrive& drive) CORVANE_REQUIRES(m_DataLock);
+  unsigned int UpdateObjectInDatabase(CFusionIOPhysicalDrive& drive,
+                                      const AdaptersBySerialNumber& adapters)
+      CORVANE_REQUIRES(m_DataLock);
   unsigned int DeleteObjectFromDatabase(CFusionIOPhysicalDrive& drive) CORVANE_REQUIRES(m_DataLock);
   void FillRow(RaidDataModels::PD& row, CFusionIOPhysicalDrive& drive,
                const CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock);
@@ -357,6 +366,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI {
   // Used without a lock: written before the worker runs and only read afterwards.
   std::vector<CControlDevicePath> m_ControlDevicePaths;
   std::vector<PI::CAdapterID> m_AdapterIDs;
+  GlobalNumbers m_GlobalNumbers;     // those in `m_AdapterIDs`
   std::uint64_t m_AdapterCount = 0;  // number of control device paths; 0: the library is stopped
   std::shared_ptr<DatabaseORM::storage_t> m_Database;
 

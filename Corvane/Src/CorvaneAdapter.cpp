@@ -138,8 +138,9 @@ bool AdapterNumber(LiveAdapter& adapter, CProperty& property) {
 bool ManufactureDate(LiveAdapter& adapter, CProperty& property) {
   if (adapter.m_Record.m_OriginMs == kUnknown) return false;
   const Date date = DateOf(adapter.m_Record.m_OriginMs);
-  property.SetValue(Formatted("%4d-%02d-%02d %02d:%02d", date.m_Year, date.m_Month, date.m_Day,
-                              date.m_Hour, date.m_Minute));
+  property.SetValue(Joined(Padded{date.m_Year, 4, ' '}, "-", Padded{date.m_Month, 2}, "-",
+                           Padded{date.m_Day, 2}, " ", Padded{date.m_Hour, 2}, ":",
+                           Padded{date.m_Minute, 2}));
   return true;
 }
 
@@ -462,9 +463,10 @@ unsigned int IPLUGINAPI_IMPL::SetAdapterProperty(CFusionIOAdapter&, PI::CPropert
 unsigned int IPLUGINAPI_IMPL::GetAdapterOperations(CFusionIOAdapter& adapter,
                                                    std::vector<PI::COperation>& operations) {
   operations.clear();
+  operations.reserve(std::size(kAdapterOperations));
   for (const OperationRow& row : kAdapterOperations) {
     if (IsLocateOperation(row.m_OperationID) && !adapter.m_HasBeacon) continue;
-    operations.push_back(MakeOperation(row));
+    AppendOperation(row, operations);
   }
   return PI::SUCCESS;
 }

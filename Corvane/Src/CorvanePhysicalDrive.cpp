@@ -9,6 +9,7 @@
 #include "Corvane/Src/Endurance.h"
 #include "Corvane/Src/FormatParameters.h"
 #include "Corvane/Src/PropertyTable.h"
+#include "Corvane/Src/RecordSearch.h"
 #include "Corvane/Src/RowStatement.h"
 #include "Corvane/Src/Trace.h"
 #include "Corvane/Src/ValueNames.h"
@@ -410,18 +411,20 @@ void IPLUGINAPI_IMPL::FillRow(DriveRow& row, CFusionIOPhysicalDrive& drive,
 
 // Inserts one row for each adapter with the drive's serial number.
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& drive) {
+  return InsertObjectToDatabase(drive, AdaptersBySerialNumber(m_Adapters));
+}
+
+unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& drive,
+                                                     const AdaptersBySerialNumber& adapters) {
   TRACE_AS(__func__);
+  const auto insert = [&](const CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock) {
+    DriveRow row;
+    FillRow(row, drive, adapter);
+    m_Database->insert(row);
+    TRACE(TRACE_DATABASE, "PD (%s) inserted to db.", drive.m_Name);
+  };
   return RunRowStatements(
-      m_Database.get(),
-      [&]() CORVANE_REQUIRES(m_DataLock) {
-        for (const CFusionIOAdapter& adapter : m_Adapters) {
-          if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
-          DriveRow row;
-          FillRow(row, drive, adapter);
-          m_Database->insert(row);
-          TRACE(TRACE_DATABASE, "PD (%s) inserted to db.", drive.m_Name);
-        }
-      },
+      m_Database.get(), [&] { adapters.ForEach(drive.m_SerialNumber, insert); },
       [&](const char* why) {
         TRACE(TRACE_DATABASE, "Storage query exception thrown during inserting PD (%s) to db. (%s)",
               drive.m_Name, why);
@@ -429,21 +432,23 @@ unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& dri
 }
 
 unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPhysicalDrive& drive) {
+  return UpdateObjectInDatabase(drive, AdaptersBySerialNumber(m_Adapters));
+}
+
+unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPhysicalDrive& drive,
+                                                     const AdaptersBySerialNumber& adapters) {
   TRACE_AS(__func__);
+  const auto update = [&](const CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock) {
+    const std::vector<DriveRow> old = m_Database->get_all<DriveRow>(RowFilter(drive));
+    if (old.empty()) return;
+    DriveRow row;
+    FillRow(row, drive, adapter);
+    row.id = old.front().id;
+    m_Database->update(row);
+    TRACE(TRACE_DATABASE, "PD (%s) updated in db.", drive.m_Name);
+  };
   return RunRowStatements(
-      m_Database.get(),
-      [&]() CORVANE_REQUIRES(m_DataLock) {
-        for (const CFusionIOAdapter& adapter : m_Adapters) {
-          if (adapter.m_SerialNumber != drive.m_SerialNumber) continue;
-          const std::vector<DriveRow> old = m_Database->get_all<DriveRow>(RowFilter(drive));
-          if (old.empty()) continue;
-          DriveRow row;
-          FillRow(row, drive, adapter);
-          row.id = old.front().id;
-          m_Database->update(row);
-          TRACE(TRACE_DATABASE, "PD (%s) updated in db.", drive.m_Name);
-        }
-      },
+      m_Database.get(), [&] { adapters.ForEach(drive.m_SerialNumber, update); },
       [&](const char* why) {
         TRACE(TRACE_DATABASE, "Storage query exception thrown during updating PD (%s) in db. (%s)",
               drive.m_Name, why);

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
+#include <utility>
 
 #include "Corvane/Src/AdapterIDs.h"
 #include "Corvane/Src/CardLibrary.h"
@@ -14,6 +16,7 @@
 #include "Corvane/Src/PluginObjectTable.h"
 #include "Corvane/Src/PollInterval.h"
 #include "Corvane/Src/PropertyTable.h"
+#include "Corvane/Src/RecordSearch.h"
 #include "Corvane/Src/RowStatement.h"
 #include "Corvane/Src/Sleep.h"
 #include "Corvane/Src/StatusFlags.h"
@@ -152,12 +155,13 @@ unsigned int IPLUGINAPI_IMPL::FirstScan(std::vector<PI::CAdapterID>& adapterIDs)
     vsl_fini();
     return PI::ERR_NO_SUPPORTED_HARDWARE;
   }
+  const AdaptersBySerialNumber adapters(m_Adapters);
   for (CFusionIOAdapter& adapter : m_Adapters) {
     adapterIDs.push_back(AdapterIDOf(adapter));
     LinkToPlugin(adapter);
     InsertObjectToDatabase(adapter);
     for (CFusionIOPhysicalDrive& drive : m_PhysicalDrives) {
-      if (drive.m_SerialNumber == adapter.m_SerialNumber) InsertObjectToDatabase(drive);
+      if (drive.m_SerialNumber == adapter.m_SerialNumber) InsertObjectToDatabase(drive, adapters);
     }
   }
   InsertObjectToDatabase(m_Plugin);
@@ -166,6 +170,7 @@ unsigned int IPLUGINAPI_IMPL::FirstScan(std::vector<PI::CAdapterID>& adapterIDs)
 
 unsigned int IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& adapterIDs) {
   m_AdapterIDs.insert(m_AdapterIDs.end(), adapterIDs.begin(), adapterIDs.end());
+  AddGlobalNumbers(adapterIDs, m_GlobalNumbers);
   NameAdapters();
   using Work = MBX::Delegates_and_Calls::TDelegateR0<IPLUGINAPI_IMPL, unsigned int>;
   // If the host calls this again, the earlier worker keeps running, so keep its thread object.
@@ -176,7 +181,7 @@ unsigned int IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& a
 }
 
 void IPLUGINAPI_IMPL::NameAdapters() {
-  for (CFusionIOAdapter& adapter : m_Adapters) SetAdapterName(m_AdapterIDs, adapter);
+  for (CFusionIOAdapter& adapter : m_Adapters) SetAdapterName(m_GlobalNumbers, adapter);
 }
 
 unsigned int IPLUGINAPI_IMPL::DeInitialize() {
@@ -399,6 +404,10 @@ unsigned int IPLUGINAPI_IMPL::ScanSystem(std::vector<CFusionIOAdapter>& adapters
   TRACE(TRACE_ENTRY, "ENTER ScanSystem(%d) PhyDrive=%d", initial, drives.size());
   adapters.clear();
   drives.clear();
+  if (!initial) {
+    adapters.reserve(m_AdapterCount);
+    drives.reserve(m_AdapterCount);
+  }
   for (std::size_t index = 0; index < m_AdapterCount; ++index) {
     if (!ScanCard(index, initial, adapters, drives)) return PI::ERR_COMMAND_ERROR;
   }
@@ -442,8 +451,8 @@ bool IPLUGINAPI_IMPL::ScanCard(std::size_t index, bool initial,
   drive.m_State = usable ? Value::AVAILABLE : Value::FAILED;
   adapter.m_Children.push_back(drive.m_ID);
   drive.m_Parents.push_back(adapter.m_ID);
-  adapters.push_back(adapter);
-  drives.push_back(drive);
+  adapters.push_back(std::move(adapter));
+  drives.push_back(std::move(drive));
   return true;
 }
 
@@ -489,7 +498,7 @@ void IPLUGINAPI_IMPL::ScanAdapter(CardHandle& iom, CFusionIOAdapter& adapter,
   SetStatus(adapter);
   ScanCardState(card, adapter);
   ReadWriteThrottling(card, adapter);
-  SetAdapterName(m_AdapterIDs, adapter);
+  SetAdapterName(m_GlobalNumbers, adapter);
   if (const auto bytes = card.Read(VSL(factory_size_bytes))) adapter.m_FactorySizeMiB = MiB(*bytes);
   ReadLifetimeAttributes(card, adapter);
 }
@@ -591,15 +600,15 @@ void IPLUGINAPI_IMPL::Store(const SystemDifference& difference,
     CopyHistories(change.m_Before, *FindByCardIndex(m_Adapters, card));
     *FindByCardIndex(adapters, card) = change.m_After;
   }
-  for (const CFusionIOPhysicalDrive& drive : difference.m_AddedDrives) {
-    FindByCardIndex(drives, drive.m_CardIndex)->m_GlobalNumber = drive.m_GlobalNumber;
-  }
   m_Plugin.m_ChangeCount += difference.m_AddedAdapters.size() + difference.m_RemovedAdapters.size();
   m_Plugin.m_Children.clear();
   for (CFusionIOAdapter& adapter : adapters) LinkToPlugin(adapter);
-  // A vector assignment assigns existing elements, so the flag histories remain in place.
-  m_Adapters = adapters;
-  m_PhysicalDrives = drives;
+  // A vector assignment assigns existing elements, so the flag histories remain in place. Moving
+  // the whole vector would move the histories too.
+  m_Adapters.assign(std::make_move_iterator(adapters.begin()),
+                    std::make_move_iterator(adapters.end()));
+  m_PhysicalDrives.assign(std::make_move_iterator(drives.begin()),
+                          std::make_move_iterator(drives.end()));
 }
 
 // A failure to write a row is only traced. An adapter's row is written again when the adapter next
@@ -612,8 +621,11 @@ void IPLUGINAPI_IMPL::Announce(SystemDifference& difference) {
     UpdateObjectInDatabase(change.m_Before);
   }
   for (CFusionIOAdapter& adapter : difference.m_RemovedAdapters) DeleteObjectFromDatabase(adapter);
-  for (CFusionIOPhysicalDrive& drive : difference.m_AddedDrives) InsertObjectToDatabase(drive);
-  for (CFusionIOPhysicalDrive& drive : m_PhysicalDrives) UpdateObjectInDatabase(drive);
+  const AdaptersBySerialNumber adapters(m_Adapters);
+  for (CFusionIOPhysicalDrive& drive : difference.m_AddedDrives) {
+    InsertObjectToDatabase(drive, adapters);
+  }
+  for (CFusionIOPhysicalDrive& drive : m_PhysicalDrives) UpdateObjectInDatabase(drive, adapters);
   UpdateObjectInDatabase(m_Plugin);
 }
 
@@ -778,7 +790,7 @@ unsigned int IPLUGINAPI_IMPL::SetPluginProperty(CFusionIOPlugin&, PI::CProperty&
   value = std::min(std::max(value, minimum), maximum);
   ++m_Plugin.m_ChangeCount;
   m_PollInterval = static_cast<std::uint32_t>(value);
-  const std::string text = Formatted("%d", value);
+  const std::string text = Joined(value);
   const unsigned int written = m_ConfigFile.WriteKeyValue("PollInterval", text, -1, -1);
   m_PrivateEvent.Set();
   return written;
@@ -787,7 +799,7 @@ unsigned int IPLUGINAPI_IMPL::SetPluginProperty(CFusionIOPlugin&, PI::CProperty&
 unsigned int IPLUGINAPI_IMPL::GetPluginOperations(CFusionIOPlugin&,
                                                   std::vector<PI::COperation>& operations) {
   operations.clear();
-  for (const OperationRow& row : kPluginOperations) operations.push_back(MakeOperation(row));
+  for (const OperationRow& row : kPluginOperations) AppendOperation(row, operations);
   return PI::SUCCESS;
 }
 
@@ -810,8 +822,7 @@ unsigned int IPLUGINAPI_IMPL::GetEvents(CFusionIOPlugin&, PI::COperation& operat
   operation.m_Events.clear();
   TRACED_WAIT(m_EventsLock, locked, "Release()");
   if (!locked) return PI::SUCCESS;
-  operation.m_Events = m_Events;
-  m_Events.clear();
+  operation.m_Events.swap(m_Events);
   TRACED_RELEASE(m_EventsLock);
   const unsigned int result = PI::SUCCESS;
   TRACE(TRACE_ENTRY, "LEAVE GetEvents() -> %d", result);

@@ -23,9 +23,8 @@ inline void AppendDriveOperations(const CFusionIOPhysicalDrive& drive,
   for (const OperationRow& row : kDriveOperations) {
     const bool isFormat = row.m_OperationID == PI::OP_FORMAT_DEVICE;
     if (!isFormat && !drive.m_DriveFlag) continue;
-    PI::COperation operation = MakeOperation(row);
+    PI::COperation& operation = AppendOperation(row, operations);
     if (isFormat) AppendFormatParameters(drive, operation.m_Properties);
-    operations.push_back(operation);
   }
 }
 

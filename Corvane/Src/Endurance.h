@@ -26,7 +26,8 @@ inline std::string EndOfLifeDate(std::uint64_t usedHours, std::uint64_t bytesWri
   PI::CPluginHelper::ComputeRemainingLifeTime(usedHours, bytesWritten, usedPercent, ratedTBytes,
                                               remainingHours);
   const Date date = DateOf(MBX::Misc::now() + remainingHours * kMsPerHour);
-  return Formatted("%4d-%02d-%02d", date.m_Year, date.m_Month, date.m_Day);
+  return Joined(Padded{date.m_Year, 4, ' '}, "-", Padded{date.m_Month, 2}, "-",
+                Padded{date.m_Day, 2});
 }
 
 // Returns the bytes written as a percentage of the rated endurance, which is in units of 2^40

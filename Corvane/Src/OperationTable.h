@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "Corvane/Src/HostNumbers.h"
 #include "host/PluginInterface.h"
@@ -22,8 +23,10 @@ struct OperationRow {
   std::uint32_t m_ConfirmText;
 };
 
-inline PI::COperation MakeOperation(const OperationRow& row) {
-  PI::COperation operation;
+// Appends the operation, without parameters, and returns a reference to it.
+inline PI::COperation& AppendOperation(const OperationRow& row,
+                                       std::vector<PI::COperation>& operations) {
+  PI::COperation& operation = operations.emplace_back();
   operation.m_OperationID = row.m_OperationID;
   operation.m_NameID = row.m_OperationID;
   operation.m_Class = row.m_Class;

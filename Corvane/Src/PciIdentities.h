@@ -16,7 +16,7 @@ namespace NAMESPACE_Corvane {
 // `GetLocation` expects.
 inline void AppendIdentities(const DeviceFamily& family, std::vector<std::string>& identities) {
   for (const std::uint16_t* id = family.m_Begin; id != family.m_End; ++id) {
-    identities.push_back(Formatted("1AED%04X", *id));
+    identities.push_back(Joined("1AED", Hexadecimal{*id}));
   }
 }
 

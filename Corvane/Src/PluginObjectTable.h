@@ -24,7 +24,7 @@ inline constexpr const char* kPluginVendor = "Skatra";
 inline constexpr const char* kVendorApiVersion = "3.16.0";
 
 inline std::string UniqueIDText() {
-  return Formatted("Plugin:ID=%d", kModuleNumber);
+  return Joined("Plugin:ID=", kModuleNumber);
 }
 
 inline bool UniqueID(std::uint32_t&, PI::CProperty& property) {

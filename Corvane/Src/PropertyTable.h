@@ -39,10 +39,13 @@ class PropertyRow {
 
   // Appends the property if it is currently shown.
   void AppendTo(std::vector<PI::CProperty>& properties, Object& object) const {
-    PI::CProperty property = MakeProperty(m_ID, m_Writable);
-    if (!m_Fill(object, property)) return;
-    ApplyOverrides(property);
-    properties.push_back(property);
+    PI::CProperty& property =
+        properties.emplace_back(static_cast<PI::_PROPERTY_ID>(m_ID), m_Writable);
+    if (m_Fill(object, property)) {
+      ApplyOverrides(property);
+    } else {
+      properties.pop_back();
+    }
   }
 
  private:
@@ -80,9 +83,10 @@ class PropertyRow {
 template <class Object, std::size_t N>
 void AppendProperties(const PropertyRow<Object> (&rows)[N], Object& object, unsigned int propertyId,
                       std::vector<PI::CProperty>& properties) {
+  const bool isList = propertyId == PI::Property::UNDEFINED;
+  if (isList) properties.reserve(properties.size() + N);
   for (const PropertyRow<Object>& row : rows) {
-    if (propertyId == PI::Property::UNDEFINED || propertyId == row.ID())
-      row.AppendTo(properties, object);
+    if (isList || propertyId == row.ID()) row.AppendTo(properties, object);
   }
 }
 

@@ -9,17 +9,15 @@
 #include "Corvane/Src/ChangeEvents.h"
 #include "Corvane/Src/DeviceRecords.h"
 #include "Corvane/Src/RecordComparison.h"
+#include "Corvane/Src/RecordSearch.h"
 #include "host/PluginInterface.h"
 
 namespace NAMESPACE_Corvane {
 
-// Returns the first record of a card, or null. A card has the same index in each scan.
+// Returns the record of a card, or null. A card has the same index in each scan.
 template <class Records>
 auto FindByCardIndex(Records& records, std::uint32_t cardIndex) {
-  const auto found = std::find_if(records.begin(), records.end(), [cardIndex](const auto& record) {
-    return record.m_CardIndex == cardIndex;
-  });
-  return found == records.end() ? nullptr : &*found;
+  return Find(records, cardIndex, [](const auto& record) { return record.m_CardIndex; });
 }
 
 // An adapter that differs from its stored record.
@@ -135,11 +133,12 @@ inline void CompareDrives(const std::vector<CFusionIOPhysicalDrive>& stored,
 }
 
 // Compares the scanned `adapters` and `drives` with the stored records. `now` is the time of the
-// events, in milliseconds since the epoch.
+// events, in milliseconds since the epoch. The drives of added adapters get the adapters' global
+// numbers.
 inline SystemDifference Compare(const std::vector<CFusionIOAdapter>& storedAdapters,
                                 const std::vector<CFusionIOPhysicalDrive>& storedDrives,
                                 const std::vector<CFusionIOAdapter>& adapters,
-                                std::vector<CFusionIOPhysicalDrive> drives, unsigned long now) {
+                                std::vector<CFusionIOPhysicalDrive>& drives, unsigned long now) {
   SystemDifference difference;
   CompareAdapters(storedAdapters, adapters, drives, now, difference);
   CompareDrives(storedDrives, drives, adapters, now, difference);

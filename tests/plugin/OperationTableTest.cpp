@@ -9,12 +9,13 @@
 namespace CorvaneTest {
 namespace {
 
-using NAMESPACE_Corvane::MakeOperation;
+using NAMESPACE_Corvane::AppendOperation;
 using testing::IsEmpty;
 
 TEST(OperationTable, StoresEachNumberOfARowInItsField) {
-  const PI::COperation operation =
-      MakeOperation({NAMESPACE_Corvane::PI::OP_ATTACH, 11, 12, 13, 14, true, -16, 17, 18});
+  std::vector<PI::COperation> operations;
+  const PI::COperation& operation = AppendOperation(
+      {NAMESPACE_Corvane::PI::OP_ATTACH, 11, 12, 13, 14, true, -16, 17, 18}, operations);
   EXPECT_EQ(operation.m_OperationID, Number::OP_ATTACH);
   EXPECT_EQ(operation.m_NameID, Number::OP_ATTACH);
   EXPECT_EQ(operation.m_Class, 11U);
@@ -29,8 +30,10 @@ TEST(OperationTable, StoresEachNumberOfARowInItsField) {
 }
 
 TEST(OperationTable, AcceptsASynchronousRow) {
-  EXPECT_FALSE(
-      MakeOperation({NAMESPACE_Corvane::PI::OP_ATTACH, 1, 2, 3, 4, false, 6, 7, 8}).m_Async);
+  std::vector<PI::COperation> operations(1);
+  AppendOperation({NAMESPACE_Corvane::PI::OP_ATTACH, 1, 2, 3, 4, false, 6, 7, 8}, operations);
+  ASSERT_EQ(operations.size(), 2U);
+  EXPECT_FALSE(operations[1].m_Async);
 }
 
 }  // namespace

@@ -62,10 +62,14 @@ bool Finds(const std::regex& pattern, const std::string& code) {
 // Numbers are converted to text in one place, and read with a fixed locale.
 TEST(SourceRules, NumbersAreFormattedInOnePlace) {
   const std::regex formatting(
-      "boost::format|to_string\\(|o?stringstream|snprintf|lexical_cast|stod\\(");
-  EXPECT_THAT(Matching(LinesOf({"Corvane/Src", "orm", "models"}), formatting),
-              ElementsAre("Formatted.h:   boost::format text(format, std::locale::classic());",
-                          "storage.h:     std::istringstream cell(cells.front());"));
+      "boost::format|to_chars|to_string\\(|o?stringstream|snprintf|lexical_cast|stod\\(");
+  EXPECT_THAT(
+      Matching(LinesOf({"Corvane/Src", "orm", "models"}), formatting),
+      ElementsAre("Formatted.h:     const auto end = std::to_chars(m_Digits, std::end(m_Digits), "
+                  "number).ptr;",
+                  "storage.h:     std::istringstream cell(cells.front());",
+                  "value_text.h:     const auto end = std::to_chars(m_buffer, m_buffer + sizeof "
+                  "m_buffer, arguments...);"));
 }
 
 // These functions use the decimal point of the C library's locale, which may be a comma.

@@ -57,7 +57,8 @@ Records Cards(const std::vector<std::uint32_t>& cards) {
 }
 
 SystemDifference CompareRecords(const Records& stored, const Records& scanned) {
-  return Compare(stored.adapters, stored.drives, scanned.adapters, scanned.drives, NOW);
+  std::vector<CFusionIOPhysicalDrive> drives = scanned.drives;
+  return Compare(stored.adapters, stored.drives, scanned.adapters, drives, NOW);
 }
 
 // Renders "+A1" for added, "~A1" for changed and "-A1" for removed records.
