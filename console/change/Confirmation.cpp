@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
+#include <boost/algorithm/string/split.hpp>
 #include <cstdio>
 
 #include "console/base/Failure.h"
@@ -79,10 +81,21 @@ void RequireConfirmation(const Context& context, const std::string& what,
   throw Refused("NOT_CONFIRMED", what, "canceled");
 }
 
+namespace {
+
+// Several serial numbers are separated by commas, which no card's serial number should contain.
+bool Names(const std::string& given, const std::string& serial) {
+  std::vector<std::string> parts;
+  boost::split(parts, given, [](char character) { return character == ','; });
+  return given == serial || std::find(parts.begin(), parts.end(), serial) != parts.end();
+}
+
+}  // namespace
+
 bool HasConfirmed(const Context& context, const std::string& what, const std::string& expected) {
   if (context.m_Options.m_Given.count("--confirm") == 0) return false;
   const std::string& given = context.m_Options.m_Confirm;
-  if (given == expected) return true;
+  if (Names(given, expected)) return true;
   throw Refused("WRONG_SERIAL", what, fmt::format("'{}' is not the serial number", given),
                 {"Find the serial number with: corvane-host list"});
 }

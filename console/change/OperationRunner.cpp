@@ -298,6 +298,10 @@ CommandResult RunOperationCommand(Context& context, std::uint32_t number) {
   TimeoutOf(context.m_Options);
   const Model model = context.Objects();
   const ObjectSelection selection = SelectForOperation(model, context.m_Arguments, row);
+  // Before the first change, because --confirm must name each card.
+  for (const Object* object : selection.m_Objects) {
+    HasConfirmed(context, ActionText(row, *object), ConfirmationText(model, *object));
+  }
   return RunForEach(context, selection, [&](const Object& object) {
     return ChangeResult(context, object, number,
                         PerformOperation(context, model, object, row, true));

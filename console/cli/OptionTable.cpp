@@ -86,7 +86,8 @@ std::vector<OptionRow> CommandOptions() {
       {"-n", "--dry-run",    "",        &O::m_DryRun,      false,
        "show the changes without making them"},
       {"",   "--confirm",    "SERIAL",  &O::m_Confirm,     false,
-       "confirm with the serial number of the card, without a prompt"},
+       "confirm with the serial number of the card, without a prompt; of each card if there are "
+       "several: S1,S2"},
       {"",   "--force",      "",        &O::m_Force,       false,
        "detach even if the card is busy; refused while its drive is in use"},
       {"",   "--again",      "",        &O::m_Again,       false, "format even if the drive already has this capacity and sector size"},

@@ -36,9 +36,18 @@ void Add(Combined& combined, CommandResult one) {
   }
 }
 
+// Other objects may have been changed.
+std::vector<std::string> AdviceForOne(const std::string& name, const Failure& failure) {
+  std::vector<std::string> advice = failure.m_Advice;
+  for (std::string& line : advice) {
+    if (line == "Nothing was changed.") line = name + " was not changed.";
+  }
+  return advice;
+}
+
 void AddFailure(Combined& combined, Context& context, const std::string& name,
                 const Failure& failure) {
-  context.m_Diagnostics.Error(failure.m_Id, failure.m_Text, failure.m_Advice);
+  context.m_Diagnostics.Error(failure.m_Id, failure.m_Text, AdviceForOne(name, failure));
   combined.m_Result.m_Json["results"].push_back(
       {{"object", name},
        {"exit_code", static_cast<int>(failure.m_Code)},
