@@ -1,8 +1,14 @@
 // ack: acknowledge a problem of a card.
+#include <fmt/format.h>
+
+#include <algorithm>
+
 #include "console/base/Timestamp.h"
 #include "console/cli/CommandTable.h"
 #include "console/commands/Acknowledged.h"
 #include "console/commands/StoredCard.h"
+#include "console/model/EffectiveState.h"
+#include "console/model/Health.h"
 #include "console/report/CommandContext.h"
 
 namespace Console {
@@ -35,8 +41,32 @@ bool IsSame(const Acknowledgment& one, const Acknowledgment& other) {
   return one.m_Until == other.m_Until && one.m_Note == other.m_Note;
 }
 
+// Whether the card has the reason now. A card that only the stored state has is missing.
+bool HasReason(const StoredCard& card, const std::string& reason) {
+  if (card.m_pObject == nullptr) return reason == kMissing;
+  const std::vector<Reason> reasons = HealthOf(*card.m_pObject).m_Reasons;
+  return std::any_of(reasons.begin(), reasons.end(),
+                     [&](const Reason& each) { return each.m_Name == reason; });
+}
+
+// Acknowledging that a present card is missing would hide its removal. Any other reason may be
+// expected, for example DETACHED before a repair.
+void CheckReason(const Context& context, const StoredCard& card, const std::string& reason) {
+  if (HasReason(card, reason)) return;
+  if (reason == kMissing) {
+    throw Failure(ExitCode::Refused, "NOT_MISSING", "ack " + card.Name(), "the card is not missing",
+                  {"Acknowledge MISSING after the card has been removed.", "Nothing was changed."});
+  }
+  context.m_Diagnostics.Note(
+      "REASON_ABSENT",
+      fmt::format("{} does not have the reason {} now; it is acknowledged when it occurs",
+                  card.Name(), reason),
+      {fmt::format("To undo this: corvane-host unack {} {}", card.Name(), reason)});
+}
+
 CommandResult Acknowledge(const Context& context, Service::StoredState& state,
                           const StoredCard& card, Acknowledgment request) {
+  CheckReason(context, card, request.m_Reason);
   request.m_SerialNumber = card.m_SerialNumber;
   const auto before = FindAcknowledgment(state, card.m_SerialNumber, request.m_Reason);
   if (before && IsSame(*before, request)) {
@@ -80,8 +110,12 @@ Command AckCommand() {
   command.m_Description =
       "Records who acknowledged the problem, when and until when, and replaces an earlier "
       "acknowledgment of the same problem. The acknowledgment stays in effect when the problem "
-      "ends and recurs. OBJ is an adapter or the serial number of a missing card.";
-  command.m_Exits = {{2, "no such reason"}, {3, "no such card, or it has never been recorded"}};
+      "ends and recurs. A note says that the card does not have the problem now; MISSING is "
+      "refused for a card that is present. OBJ is an adapter or the serial number of a missing "
+      "card.";
+  command.m_Exits = {{2, "no such reason"},
+                     {3, "no such card, or it has never been recorded"},
+                     {4, "MISSING was acknowledged for a card that is present"}};
   command.m_Examples = {{"ack a1 TEMPERATURE_ABOVE_WARN --until 2d --note 'fan ordered'",
                          "acknowledge a known problem for two days", true},
                         {"ack FA00000003 MISSING", "acknowledge that a card was removed"}};

@@ -19,12 +19,12 @@ Failure NotAnAdapter(const Object& object, const char* what) {
 StoredCard SelectStoredCard(const Model& model, Service::StoredState& state, const char* what,
                             const std::string& text) {
   const Object* object = FindObject(model, text);
-  if (object == nullptr && FindKnownCard(state, text)) return {"", text};
+  if (object == nullptr && FindKnownCard(state, text)) return {"", text, nullptr};
   if (object == nullptr) object = &Select(model, text);
   if (const Object* adapter = AdapterOf(model, *object)) object = adapter;
   if (object->m_Kind != Kind::Adapter) throw NotAnAdapter(*object, what);
   const std::string serial = FieldText(*object, "serial_number");
-  if (!serial.empty()) return {object->m_Selector, serial};
+  if (!serial.empty()) return {object->m_Selector, serial, object};
   throw Failure(ExitCode::Refused, "NO_SERIAL_NUMBER",
                 fmt::format("{} {}", what, object->m_Selector),
                 "the card has no serial number to identify it in the database");

@@ -13,6 +13,7 @@ namespace Console {
 struct StoredCard {
   std::string m_Selector;  // empty: the card is not present
   std::string m_SerialNumber;
+  const Object* m_pObject = nullptr;  // of the model; null: only the stored state has the card
 
   // Returns a name that commands accept.
   const std::string& Name() const { return m_Selector.empty() ? m_SerialNumber : m_Selector; }

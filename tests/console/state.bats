@@ -257,6 +257,40 @@ first_line() { out "$1" | sed -e 's/ | .*//' -e 1q; }
   both removed unack GONE MISSING
 }
 
+@test "ack of a reason that the card does not have prints a note" {
+  both absent ack a0 DETACHED
+  both_ended absent 0
+  both_said absent "corvane-host: note: a0 does not have the reason DETACHED now; it is acknowledged when it occurs"
+  both_said absent "  To undo this: corvane-host unack a0 DETACHED"
+  both present ack a1 TEMPERATURE_ABOVE_WARN
+  silent present err
+  silent present.direct err
+  both cleaned unack a0 DETACHED
+  both cleaned unack a1 TEMPERATURE_ABOVE_WARN
+}
+
+@test "ack of MISSING is refused for a card that is present" {
+  local name
+  both refused ack a0 MISSING
+  both dry ack a0 MISSING --dry-run
+  for name in refused dry; do
+    both_ended "$name" 4
+    both_said "$name" "corvane-host: ack a0: the card is not missing"
+    both_said "$name" "  Nothing was changed."
+  done
+  both removed unack a0 MISSING -o json
+  both_json removed 'd["result"]["changed"]' false
+}
+
+@test "wait has conditions for missing and unreadable cards" {
+  both missing wait GONE missing --timeout 5s
+  both_ended missing 0
+  both present wait a0 missing --timeout 100ms
+  both_ended present 7
+  both readable wait a0 unreadable --timeout 100ms
+  both_ended readable 7
+}
+
 @test "ack rejects unknown cards and reasons, and times in the past" {
   both unknown ack S900 MISSING
   both_ended unknown 3
@@ -309,9 +343,9 @@ first_line() { out "$1" | sed -e 's/ | .*//' -e 1q; }
 }
 
 @test "without a service, ack refuses a database in use and records the card" {
-  keep held host ack a0 MISSING
+  keep held host ack a0 DETACHED
   ended held 4
-  CORVANE_DATABASE=:memory: keep fresh host ack a0 MISSING
+  CORVANE_DATABASE=:memory: keep fresh host ack a0 DETACHED
   ended fresh 0
 }
 
