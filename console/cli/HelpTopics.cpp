@@ -17,8 +17,8 @@ constexpr ArgumentText kArguments[] = {
     {"PROP",      "a property name as printed by show, such as temperature_celsius"},
     {"PROP=VALUE", "a writable property and its new value: poll_interval=30"},
     {"on|off",    "the new state of the locate LED"},
-    {"COND",      "ok, warning, failed, attached, detached, gone, present, or a comparison with a "
-                  "property: 'temperature_celsius<70'; operators are = != < <= > >="},
+    {"COND",      "ok, warning, failed, unreadable, missing, attached, detached, gone, present, or a "
+                  "comparison with a property: 'temperature_celsius<70'; operators are < <= = != >= >"},
     {"REASON",    "a reason as printed by status, such as TEMPERATURE_ABOVE_WARN, or MISSING or "
                   "UNREADABLE for the entire card"},
     {"SERIAL",    "the serial number of a card"},

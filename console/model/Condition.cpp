@@ -9,6 +9,7 @@
 #include "base/Printable.h"
 #include "console/base/Failure.h"
 #include "console/base/Number.h"
+#include "console/model/EffectiveState.h"
 #include "console/model/FieldTable.h"
 #include "console/model/Health.h"
 #include "console/model/PropertyName.h"
@@ -30,6 +31,8 @@ constexpr StateWord kStateWords[] = {
     {"ok", Presence::Required, "status", nullptr},  // OK for an adapter, AVAILABLE for a drive
     {"warning", Presence::Required, "status", "WARNING"},
     {"failed", Presence::Required, "status", "FAILED"},
+    {"unreadable", Presence::Required, "status", kUnreadable},
+    {"missing", Presence::Required, "status", kMissing},
     {"gone", Presence::Gone, "", ""},
     {"present", Presence::Present, "", ""},
 };
@@ -97,8 +100,8 @@ std::vector<std::string> Advice(const std::string& text) {
     all += fmt::format("{}, ", row.m_Word);
   }
   std::vector<std::string> advice = DidYouMean(text, words);
-  advice.push_back(
-      fmt::format("Valid: {}or PROP=VALUE, PROP!=VALUE, PROP<NUMBER, PROP>NUMBER", all));
+  advice.push_back(fmt::format(
+      "Valid: {}or PROP=VALUE, PROP!=VALUE, and PROP with <, <=, > or >= and NUMBER", all));
   return advice;
 }
 
