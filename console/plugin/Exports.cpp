@@ -79,6 +79,13 @@ class Segments {
     return entries;
   }
 
+  // Whether the file contains all segments that the loader maps.
+  bool IsComplete() const {
+    return std::all_of(m_Headers.begin(), m_Headers.end(), [this](const GElf_Phdr& header) {
+      return header.p_type != PT_LOAD || header.p_offset + header.p_filesz <= m_Size;
+    });
+  }
+
   // Returns the text at an address, or the part of it that is in the file.
   std::string TextAt(GElf_Addr address) const {
     for (const GElf_Phdr& header : m_Headers) {
@@ -143,6 +150,14 @@ Dependencies DependenciesOf(const std::string& file) {
     if (IsLibraryName(entry)) found.m_Names.push_back(text);
   }
   return found;
+}
+
+bool IsTruncated(const std::string& file) {
+  elf_version(EV_CURRENT);
+  const Base::Descriptor opened = Base::OpenAt(AT_FDCWD, file, O_RDONLY);
+  const std::unique_ptr<Elf, EndElf> elf(elf_begin(opened.Get(), ELF_C_READ, nullptr));
+  if (elf == nullptr || elf_kind(elf.get()) != ELF_K_ELF) return false;
+  return !Segments(elf.get()).IsComplete();
 }
 
 std::vector<std::string> ExportedSymbols(const std::string& file) {

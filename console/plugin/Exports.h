@@ -31,6 +31,10 @@ struct Dependencies {
 // library.
 Dependencies DependenciesOf(const std::string& file);
 
+// Whether the file is shorter than its segments, as after an interrupted copy. Loading it would end
+// the program with a bus error. Returns false if the file cannot be read or is not a library.
+bool IsTruncated(const std::string& file);
+
 // Returns the symbols that a host looks up in a plug-in; the first two are the entry points. The
 // list is valid until the program exits.
 const std::vector<std::string>& ExpectedSymbols();

@@ -196,6 +196,10 @@ bool IsCardLibraryMissing(const std::string& loaderError) {
 }
 
 LoadedLibrary Load(const fs::path& library) {
+  if (IsTruncated(library.string())) {
+    throw LoadFailure("PLUGIN_TRUNCATED",
+                      fmt::format("{} is incomplete; install it again", library.string()));
+  }
   LoadedLibrary loaded(dlopen(library.c_str(), kLoadFlags));
   if (loaded) return loaded;
   const std::string why = LastLoaderError();

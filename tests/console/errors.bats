@@ -51,6 +51,7 @@ history a0 status~2~history: 'status' is not a recorded property~-
 history a0 temperature_celsius --since 1h --from 2h~2~history: --since cannot be combined with --from~Both set the start.
 history a0 temperature_celsius --from 1h --to 2h~2~history: --to: the range ends before it starts~For example: --from 2d --to 1d
 wait a0 attache~2~wait: 'attache' is not a valid condition~Did you mean 'attached'?
+wait a0 hot~2~wait: 'hot' is not a valid condition~Valid: attached, detached, ok, warning, failed, unreadable, missing, gone, present, or PROP=VALUE, PROP!=VALUE, and PROP with <, <=, > or >= and NUMBER
 wait a0 temperature_celsius<x~2~wait: 'x' is not a number~For example: temperature_celsius<70
 rows drives~2~rows: unknown table 'drives'~Did you mean 'drive'?
 completion fsh~2~completion: no script for 'fsh'~Did you mean 'fish'?
@@ -113,10 +114,20 @@ agrees() {
   same "$2" "$number"
 }
 
+@test "a plug-in file that was copied only in part is an error" {
+  local bytes
+  for bytes in 20000 100000; do
+    head -c "$bytes" "$CORVANE_BUILD/lib/libCorvane.so" >"$BATS_FILE_TMPDIR/$bytes.so"
+    keep "$bytes" corvane-host --plugin "$BATS_FILE_TMPDIR/$bytes.so" list
+    ended "$bytes" 5
+    said "$bytes" "corvane-host: cannot load the plug-in: $BATS_FILE_TMPDIR/$bytes.so is incomplete; install it again"
+  done
+}
+
 @test "a failure names the command or object, the cause and what to do, in at most four lines" {
   agrees case 15 <<<"$CASES"
 }
 
 @test "a usage error names the command, the cause and what to do, in at most four lines" {
-  agrees usage 50 <<<"$USAGE"
+  agrees usage 51 <<<"$USAGE"
 }
