@@ -31,6 +31,17 @@ std::vector<std::string> AdviceFor(int error) {
   return {"Pass another socket with --socket."};
 }
 
+std::vector<std::string> TcpAdviceFor(int error) {
+  switch (error) {
+    case EADDRINUSE:
+      return {"Another program uses this port; pass another one, or 0 for a free one."};
+    case EACCES:
+      return {"Pass a port above 1023, or run the service as root."};
+    default:
+      return {"Pass a numeric address of this machine."};
+  }
+}
+
 // Every user may enter a new directory, because the socket has its own permissions.
 void CreateDirectory(const std::filesystem::path& directory) {
   if (!std::filesystem::create_directories(directory)) return;
@@ -94,7 +105,7 @@ void Listeners::OpenTcp(const std::string& text) {
     const std::string name = Http::NameOf(socket);
     Add(std::move(socket), name);
   } catch (const std::system_error& error) {
-    throw ListenFailure(text, error.code().value(), {"Pass a numeric address of this machine."});
+    throw ListenFailure(text, error.code().value(), TcpAdviceFor(error.code().value()));
   }
 }
 

@@ -1,7 +1,11 @@
 // serve: run the service in the foreground.
 #include "service/Serve.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
 
 #include "console/base/Duration.h"
 #include "console/base/Failure.h"
@@ -13,11 +17,21 @@
 namespace Console {
 namespace {
 
+// The service reads the directory again for each event, but a directory that is given and does not
+// exist is a mistake: its programs would never run.
+std::filesystem::path RequireDirectory(const std::string& path) {
+  std::error_code error;
+  const auto status = std::filesystem::status(path, error);
+  if (std::filesystem::is_directory(status)) return std::filesystem::absolute(path);
+  throw Failure(ExitCode::Failed, "DIRECTORY_UNUSABLE", fmt::format("--events-directory: {}", path),
+                std::filesystem::exists(status) ? "not a directory" : error.message(),
+                {"Create the directory, or pass another one."});
+}
+
 // By default, only root's service runs event programs, so that a user's service does not run them a
 // second time for the same event.
 std::filesystem::path EventsDirectory(const Options& options) {
-  if (!options.m_EventsDirectory.empty())
-    return std::filesystem::absolute(options.m_EventsDirectory);
+  if (!options.m_EventsDirectory.empty()) return RequireDirectory(options.m_EventsDirectory);
   return geteuid() == 0 ? "/etc/corvane/events.d" : "";
 }
 

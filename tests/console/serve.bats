@@ -195,6 +195,35 @@ expect_names() {
   answers_ready
 }
 
+@test "a TCP port in use is an error with advice" {
+  local port
+  port=$(free_port)
+  python3 -c 'import socket, sys, time
+server = socket.create_server(("127.0.0.1", int(sys.argv[1])))
+time.sleep(3600)' "$port" 3>&- &
+  local holder=$!
+  is_held() { (exec 4<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; }
+  eventually is_held
+  keep port host serve --socket "$BATS_FILE_TMPDIR/port.sock" --listen "127.0.0.1:$port" --for 1s
+  kill "$holder"
+  ended port 1
+  said port "corvane-host: cannot listen on 127.0.0.1:$port: Address already in use"
+  said port "  Another program uses this port; pass another one, or 0 for a free one."
+}
+
+@test "an events directory that does not exist or is a file is an error" {
+  local name
+  echo text >"$BATS_FILE_TMPDIR/programs"
+  keep none host serve --socket "$BATS_FILE_TMPDIR/d.sock" --events-directory "$BATS_FILE_TMPDIR/nope" --for 1s
+  keep file host serve --socket "$BATS_FILE_TMPDIR/d.sock" --events-directory "$BATS_FILE_TMPDIR/programs" --for 1s
+  for name in none file; do
+    ended "$name" 1
+    said "$name" "  Create the directory, or pass another one."
+  done
+  said none "corvane-host: --events-directory: $BATS_FILE_TMPDIR/nope: No such file or directory"
+  said file "corvane-host: --events-directory: $BATS_FILE_TMPDIR/programs: not a directory"
+}
+
 @test "a socket that cannot be created is an error" {
   echo text >"$BATS_FILE_TMPDIR/file"
   keep file host serve --socket "$BATS_FILE_TMPDIR/file"
