@@ -6,37 +6,67 @@
 #include <utility>
 
 #include "console/base/Failure.h"
+#include "host/PluginInterface.h"
 
 namespace Service {
 namespace {
 
 constexpr std::size_t kMaxJobs = 1000;
 
+// An operation that keeps a card busy after the request.
+struct JobRow {
+  const char* m_Operation;
+  std::uint32_t m_Activity;  // of the card during the job
+  const char* m_End;         // condition of the command wait that holds after a success
+};
+
+constexpr JobRow kJobs[] = {
+    {"attach", PI::Value::ATTACHING, "attached"},
+    {"detach", PI::Value::DETACHING, "detached"},
+    {"format", PI::Value::BUSY, "activity=IDLE"},
+};
+
+// Returns null for an operation that ends with the request.
+const JobRow* FindRow(const std::string& operation) {
+  const auto* const found =
+      std::find_if(std::begin(kJobs), std::end(kJobs),
+                   [&](const JobRow& row) { return operation == row.m_Operation; });
+  return found == std::end(kJobs) ? nullptr : found;
+}
+
+std::string Advice(const Job& job) {
+  const JobRow* const row = FindRow(job.m_Operation);
+  if (row == nullptr || job.m_IsDryRun) return "Wait until this is done, then try again.";
+  return fmt::format("Wait until this is done: corvane-host wait {} {}", job.m_Serial, row->m_End);
+}
+
 Console::Failure RunningFailure(const Job& job) {
   return Console::Failure(
       Console::ExitCode::Refused, "JOB_RUNNING",
       fmt::format("another job is running on card {} ({})", job.m_Serial, job.m_Operation),
-      std::vector<std::string>{"Wait until this is done, then try again."});
+      std::vector<std::string>{Advice(job)});
 }
 
 }  // namespace
 
-JobTable::JobTable(OnFormatting onFormatting)
+JobTable::JobTable(OnBusy onBusy, OnEnd onEnd)
     : m_Run(static_cast<std::uint64_t>(Job::Clock::now().time_since_epoch().count())),
-      m_OnFormatting(std::move(onFormatting)) {}
+      m_OnBusy(std::move(onBusy)),
+      m_OnEnd(std::move(onEnd)) {}
 
-std::vector<std::string> JobTable::Formatting() const {
+BusyCards JobTable::Busy() const {
   const Base::MutexLock lock(m_Lock);
-  std::vector<std::string> serials;
+  BusyCards cards;
   for (const Job& each : m_Jobs) {
-    const bool isFormat = each.m_Operation == "format" && !each.m_IsDryRun;
-    if (isFormat && each.m_State == JobState::Running) serials.push_back(each.m_Serial);
+    const JobRow* const row = FindRow(each.m_Operation);
+    const bool isBusy = each.m_State == JobState::Running && !each.m_IsDryRun && row != nullptr;
+    if (isBusy) cards.push_back({each.m_Serial, row->m_Activity});
   }
-  return serials;
+  return cards;
 }
 
-void JobTable::ReportFormatting() const {
-  if (m_OnFormatting) m_OnFormatting(Formatting());
+void JobTable::ReportBusy() const {
+  if (m_OnBusy) m_OnBusy(Busy());
 }
 
 Job JobTable::Begin(const std::string& serial, const std::string& operation, bool isDryRun,
@@ -56,7 +86,7 @@ Job JobTable::Begin(const std::string& serial, const std::string& operation, boo
   job.m_Started = Job::Clock::now();
   m_Jobs.push_back(job);
   lock.Unlock();
-  ReportFormatting();
+  ReportBusy();
   return job;
 }
 
@@ -78,6 +108,7 @@ void JobTable::DropOldest() {
 }
 
 void JobTable::End(const std::string& id, JobState state, nlohmann::ordered_json result) {
+  Job ended;
   {
     const Base::MutexLock lock(m_Lock);
     const auto found = std::find_if(m_Jobs.begin(), m_Jobs.end(),
@@ -86,8 +117,10 @@ void JobTable::End(const std::string& id, JobState state, nlohmann::ordered_json
     found->m_State = state;
     found->m_Ended = Job::Clock::now();
     found->m_Result = std::move(result);
+    ended = *found;
   }
-  ReportFormatting();
+  ReportBusy();
+  if (m_OnEnd) m_OnEnd(ended);
 }
 
 void JobTable::Drop(const std::string& id) {
@@ -96,7 +129,7 @@ void JobTable::Drop(const std::string& id) {
     const auto isDropped = [&id](const Job& each) { return each.m_Id == id; };
     m_Jobs.erase(std::remove_if(m_Jobs.begin(), m_Jobs.end(), isDropped), m_Jobs.end());
   }
-  ReportFormatting();
+  ReportBusy();
 }
 
 std::vector<Job> JobTable::List() const {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/Mutex.h"
+#include "service/BusyCard.h"
 
 namespace Service {
 
@@ -43,11 +44,15 @@ struct Job {
 // Allows one running job per card. Keeps the newest thousand jobs. Thread-safe.
 class JobTable {
  public:
-  // Receives the serial numbers of the cards that are being formatted.
-  using OnFormatting = std::function<void(const std::vector<std::string>&)>;
+  // Receives the cards that are being attached, detached or formatted.
+  using OnBusy = std::function<void(const BusyCards&)>;
 
-  // `onFormatting` is called after each start or end of a job, if set. It must be thread-safe.
-  explicit JobTable(OnFormatting onFormatting = nullptr);
+  // Receives a job that has ended.
+  using OnEnd = std::function<void(const Job&)>;
+
+  // `onBusy` is called after each start or end of a job, and `onEnd` after each end, if set. They
+  // must be thread-safe.
+  explicit JobTable(OnBusy onBusy = nullptr, OnEnd onEnd = nullptr);
 
   // Adds a running job. Throws `Console::Failure` if one is already running on the card.
   Job Begin(const std::string& serial, const std::string& operation, bool isDryRun,
@@ -66,11 +71,12 @@ class JobTable {
 
  private:
   void DropOldest() HOST_REQUIRES(m_Lock);
-  std::vector<std::string> Formatting() const;
-  void ReportFormatting() const;
+  BusyCards Busy() const;
+  void ReportBusy() const;
 
   const std::uint64_t m_Run;
-  const OnFormatting m_OnFormatting;
+  const OnBusy m_OnBusy;
+  const OnEnd m_OnEnd;
   mutable Base::Mutex m_Lock;
   std::deque<Job> m_Jobs HOST_GUARDED_BY(m_Lock);  // oldest first
   std::uint64_t m_Last HOST_GUARDED_BY(m_Lock) = 0;

@@ -56,6 +56,14 @@ void LogChange(const Http::Peer& client, const std::string& change) {
   Write(EntryOf(client, change));
 }
 
+void LogRefusal(const Http::Peer& client, const std::string& change, const std::string& cause) {
+  Write(EntryOf(client, change, cause.empty() ? "the request is invalid" : cause));
+}
+
+void LogJobEnd(const std::string& text, const std::string& serial) {
+  Write({Base::Printable(text), kNotice, {{"CORVANE_SERIAL_NUMBER", serial}}});
+}
+
 JournalEntry EntryOf(const HostKit::LoggedEvent& event) {
   return {Base::Printable(event.m_Message),
           Base::Lookup(kPriorities, event.m_Severity, kNotice),
@@ -66,15 +74,20 @@ JournalEntry EntryOf(const HostKit::LoggedEvent& event) {
            {"CORVANE_SOURCE", event.m_SourceName}}};
 }
 
-JournalEntry EntryOf(const Http::Peer& client, const std::string& change) {
+JournalEntry EntryOf(const Http::Peer& client, const std::string& change,
+                     const std::string& refusal) {
   const std::string command = CommandName(client.m_Process);
-  return {fmt::format("{} requested by uid {}, pid {} ({})", Base::Printable(change), client.m_User,
-                      client.m_Process, command),
-          kNotice,
-          {{"CORVANE_CHANGE", change},
-           {"CORVANE_CLIENT_UID", std::to_string(client.m_User)},
-           {"CORVANE_CLIENT_PID", std::to_string(client.m_Process)},
-           {"CORVANE_CLIENT_COMM", command}}};
+  JournalEntry entry = {fmt::format("{} requested by uid {}, pid {} ({})", Base::Printable(change),
+                                    client.m_User, client.m_Process, command),
+                        kNotice,
+                        {{"CORVANE_CHANGE", change},
+                         {"CORVANE_CLIENT_UID", std::to_string(client.m_User)},
+                         {"CORVANE_CLIENT_PID", std::to_string(client.m_Process)},
+                         {"CORVANE_CLIENT_COMM", command}}};
+  if (refusal.empty()) return entry;
+  entry.m_Message += " was refused: " + Base::Printable(refusal);
+  entry.m_Fields.emplace_back("CORVANE_REFUSAL", refusal);
+  return entry;
 }
 
 }  // namespace Service

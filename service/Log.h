@@ -23,9 +23,17 @@ void LogEvent(const HostKit::LoggedEvent& event) HOST_BLOCKS;
 // change.
 void LogChange(const Http::Peer& client, const std::string& change) HOST_BLOCKS;
 
+// Logs a request for a change that was refused, and the cause.
+void LogRefusal(const Http::Peer& client, const std::string& change,
+                const std::string& cause) HOST_BLOCKS;
+
+// Logs the end of a job.
+void LogJobEnd(const std::string& text, const std::string& serial) HOST_BLOCKS;
+
 // Return the journal entries of an event and of a change. The messages contain no control
 // characters.
 Systemd::JournalEntry EntryOf(const HostKit::LoggedEvent& event);
-Systemd::JournalEntry EntryOf(const Http::Peer& client, const std::string& change);
+Systemd::JournalEntry EntryOf(const Http::Peer& client, const std::string& change,
+                              const std::string& refusal = "");
 
 }  // namespace Service

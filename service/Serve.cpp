@@ -18,6 +18,7 @@
 #include "console/plugin/DatabaseLock.h"
 #include "hostkit/Database.h"
 #include "hostkit/Paths.h"
+#include "service/Audit.h"
 #include "service/EventAnnouncer.h"
 #include "service/EventHooks.h"
 #include "service/Heap.h"
@@ -147,7 +148,8 @@ struct Running {
   // Destroyed after the collector, so that its last observation is stored.
   StateThread m_State{ReportStateFailure};
   JobTable m_Jobs{
-      [this](const std::vector<std::string>& serials) { m_Store.SetFormatting(serials); }};
+      [this](const BusyCards& cards) { m_Store.SetBusy(cards); },
+      [this](const Job& job) { LogJobEnd(JobEndText(*m_Store.Get(), job), job.m_Serial); }};
   SessionJobs m_SessionJobs{m_Jobs};  // used by the collector's thread
   Collector m_Collector;
   ReplayCache m_Replays;

@@ -6,11 +6,42 @@
 #include "console/model/FieldTable.h"
 
 namespace Service {
+namespace {
+
+void SetActivity(PI::CObject& card, std::uint32_t activity) {
+  const bool keepsState = activity == PI::Value::BUSY;
+  for (PI::CProperty& property : card.m_Properties) {
+    if (property.m_PropertyID == PI::Property::ACTIVITY) {
+      property.m_Value.m_Choice.m_Value = static_cast<std::int32_t>(activity);
+    }
+    if (property.m_PropertyID != PI::Property::ADDITIONAL_STATUS || keepsState) continue;
+    auto& reasons = property.m_Value.m_MultiValue.m_Values;
+    const auto isState = [](std::int32_t reason) {
+      return reason == PI::Value::ATTACHED || reason == PI::Value::DETACHED;
+    };
+    reasons.erase(std::remove_if(reasons.begin(), reasons.end(), isState), reasons.end());
+  }
+}
+
+}  // namespace
 
 const PI::CObject* Snapshot::Find(std::uint64_t id) const {
   const auto found = std::find_if(m_Objects.begin(), m_Objects.end(),
                                   [id](const PI::CObject& each) { return each.m_ID == id; });
   return found == m_Objects.end() ? nullptr : &*found;
+}
+
+std::vector<PI::CObject> ObjectsWithActivities(const Snapshot& snapshot) {
+  std::vector<PI::CObject> objects = snapshot.m_Objects;
+  if (snapshot.m_Busy.empty()) return objects;
+  for (PI::CObject& object : objects) {
+    if (object.m_ObjectType != PI::OBJECT_ADAPTER) continue;
+    const std::string serial = SerialOf(snapshot, object.m_ID);
+    for (const BusyCard& card : snapshot.m_Busy) {
+      if (card.m_Serial == serial) SetActivity(object, card.m_Activity);
+    }
+  }
+  return objects;
 }
 
 Console::Model ModelOf(const Snapshot& snapshot) {
@@ -49,6 +80,7 @@ void SnapshotStore::Publish(Snapshot snapshot) {
     snapshot.m_Cards.m_Known = m_Records.m_Known;
     snapshot.m_Cards.m_NextPosition = m_Records.m_NextPosition;
     snapshot.m_Cards.m_Formatting = m_Records.m_Formatting;
+    snapshot.m_Busy = m_Busy;
     m_Newest = std::make_shared<Snapshot>(std::move(snapshot));
   }
   NotifyPublished();
@@ -64,10 +96,15 @@ void SnapshotStore::SetKnownCards(const Console::CardRecords& records) {
   });
 }
 
-void SnapshotStore::SetFormatting(const std::vector<std::string>& serials) {
-  ChangeRecords([&](Console::CardRecords& current) {
-    const bool isNew = current.m_Formatting != serials;
-    current.m_Formatting = serials;
+void SnapshotStore::SetBusy(const BusyCards& cards) {
+  std::vector<std::string> formatting;
+  for (const BusyCard& card : cards) {
+    if (card.m_Activity == PI::Value::BUSY) formatting.push_back(card.m_Serial);
+  }
+  ChangeRecords([&](Console::CardRecords& current) HOST_REQUIRES(m_Lock) {
+    const bool isNew = cards.size() > m_Busy.size() || current.m_Formatting != formatting;
+    m_Busy = cards;
+    current.m_Formatting = formatting;
     return isNew;
   });
 }
@@ -81,6 +118,7 @@ void SnapshotStore::ChangeRecords(const std::function<bool(Console::CardRecords&
   snapshot.m_Cards.m_Known = m_Records.m_Known;
   snapshot.m_Cards.m_NextPosition = m_Records.m_NextPosition;
   snapshot.m_Cards.m_Formatting = m_Records.m_Formatting;
+  snapshot.m_Busy = m_Busy;
   m_Newest = std::make_shared<Snapshot>(std::move(snapshot));
   lock.Unlock();
   NotifyPublished();

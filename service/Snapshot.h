@@ -16,6 +16,7 @@
 #include "console/model/Model.h"
 #include "console/plugin/Session.h"
 #include "console/plugin/UnresponsiveCard.h"
+#include "service/BusyCard.h"
 
 namespace Service {
 
@@ -51,9 +52,14 @@ struct Snapshot {
   Console::CardTimes m_Times;          // of `m_Objects`
   // `SnapshotStore` sets the known cards and the running formats.
   Console::CardRecords m_Cards;
+  BusyCards m_Busy;  // set by `SnapshotStore`
   // The cards that the plug-in omits, and those whose values are the values last read.
   std::vector<Console::UnresponsiveCard> m_UnresponsiveCards;
 };
+
+// Returns the objects with the activities of the running jobs, which the plug-in reports only after
+// its next scan: a card that is being attached or detached has neither state.
+std::vector<PI::CObject> ObjectsWithActivities(const Snapshot& snapshot);
 
 // Returns the objects of a snapshot.
 Console::Model ModelOf(const Snapshot& snapshot);
@@ -76,10 +82,11 @@ class SnapshotStore {
   SnapshotPtr Get() const;
   // Numbers the snapshot and makes it the newest one.
   void Publish(Snapshot snapshot);
-  // Set the known cards, or the serial numbers of the cards that are being formatted, of all later
-  // snapshots. If they differ from those of the newest snapshot, it is published again with them.
+  // Set the known cards, or the cards on which jobs are running, of all later snapshots. If they
+  // differ from those of the newest snapshot, it is published again with them, unless a job has
+  // ended: its card has a new state, which only a later snapshot shows.
   void SetKnownCards(const Console::CardRecords& records);
-  void SetFormatting(const std::vector<std::string>& serials);
+  void SetBusy(const BusyCards& cards);
   // Sets a callback to be called after each snapshot, on the publishing thread. It must not block.
   // Null removes the callback. When this returns, the previous callback has returned.
   void OnPublish(std::function<void()> call);
@@ -94,6 +101,7 @@ class SnapshotStore {
   mutable Base::Mutex m_Lock;
   mutable Base::ConditionVariable m_Changed;
   Console::CardRecords m_Records HOST_GUARDED_BY(m_Lock);  // without unreadable cards
+  BusyCards m_Busy HOST_GUARDED_BY(m_Lock);
   SnapshotPtr m_Newest HOST_GUARDED_BY(m_Lock);
 
   Base::Mutex m_CallLock;  // also held while the callback runs

@@ -100,6 +100,35 @@ constexpr Refusal kRefusals[] = {
     {PI::ERR_GENERAL, "wrong state", nullptr},
 };
 
+// A state in which a card accepts no operation, and how it ends.
+struct BusyState {
+  const char* m_State;
+  const char* m_Why;
+  const char* m_End;  // condition of the command wait
+};
+
+constexpr BusyState kBusyStates[] = {
+    {"attaching", "the card is being attached", "attached"},
+    {"detaching", "the card is being detached", "detached"},
+    {"busy", "the card is busy", "activity=IDLE"},
+};
+
+// Returns the refusal of an operation on a card that another program is changing, or empty. `what`
+// ends with the object.
+std::optional<Failure> BusyFailure(const std::string& what, const std::string& state,
+                                   std::uint32_t error) {
+  for (const BusyState& row : kBusyStates) {
+    if (error != PI::ERR_GENERAL || state != row.m_State) continue;
+    const std::string object = what.substr(what.rfind(' ') + 1);
+    return Failure(
+        ExitCode::Refused, HostKit::NameOf(Family::Error, error), what,
+        fmt::format("{} ({})", row.m_Why, error),
+        {fmt::format("Wait until this is done: corvane-host wait {} {}", object, row.m_End),
+         "Nothing was changed."});
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 const OperationRow* FindOperation(std::uint32_t number) {
@@ -148,6 +177,7 @@ Failure CheckFailure(const Session& session, const std::string& what, const Oper
                      const std::string& state, std::uint32_t error) {
   for (const Refusal& refusal : kRefusals) {
     if (refusal.m_Error != error) continue;
+    if (const auto busy = BusyFailure(what, state, error)) return *busy;
     std::string why = refusal.m_Why;
     if (error == PI::ERR_GENERAL && row != nullptr && *row->m_WrongStateReason != '\0')
       why = row->m_WrongStateReason;

@@ -209,17 +209,21 @@ std::string HealthText(const Model& model, const StatusEntry& entry, const Style
     text += PartsText({Base::Printable(AcknowledgmentText(*acknowledgment))}, style);
   }
   const bool isExplained = IsHealthy(health.m_Status) || IsDetached(health);
-  if (health.m_Reasons.empty() && !isExplained) {
+  const bool isChanging = !ChangeOfStateText(health).empty();
+  if (isChanging || (health.m_Reasons.empty() && !isExplained)) {
     text += PartsText({TextWithoutReason(health), "show " + object.m_Selector}, style);
   }
   return text;
 }
 
-// Healthy cards are only counted, and healthy drives are not shown, unless the user named them. A
-// drive that has the status of its card adds nothing to what is shown for the card.
+// Healthy cards are only counted, and healthy drives are not shown, unless the user named them or
+// the card is being attached or detached. A drive that has the status of its card adds nothing to
+// what is shown for the card.
 bool IsShown(const StatusEntry& entry) {
   const Value& status = entry.m_Health.m_Status;
-  return entry.m_IsNamed || (!IsHealthy(status) && !RepeatsCard(*entry.m_pObject, status));
+  const bool isChanging = !ChangeOfStateText(entry.m_Health).empty();
+  return entry.m_IsNamed || isChanging ||
+         (!IsHealthy(status) && !RepeatsCard(*entry.m_pObject, status));
 }
 
 std::string HealthyText(std::size_t healthy, std::size_t cards) {

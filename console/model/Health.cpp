@@ -217,7 +217,20 @@ Reason DescribeReason(const Object& object, std::uint32_t number) {
   return CreateReason(object, static_cast<std::int32_t>(number));
 }
 
+std::string ChangeOfStateText(const Health& health) {
+  static constexpr std::pair<const char*, const char*> kTexts[] = {
+      {"ATTACHING", "the card is being attached"},
+      {"DETACHING", "the card is being detached"},
+  };
+  const std::string activity = BareText(health.m_Activity);
+  for (const auto& [name, text] : kTexts) {
+    if (activity == name) return text;
+  }
+  return {};
+}
+
 std::string TextWithoutReason(const Health& health) {
+  if (const std::string change = ChangeOfStateText(health); !change.empty()) return change;
   static constexpr std::pair<const char*, const char*> kTexts[] = {
       {kUnreadable, "the card cannot be read"},
       {kFormatting, "a format is running"},
@@ -238,6 +251,9 @@ std::string ReasonNames(const Health& health) {
   std::string names;
   for (const Reason& reason : health.m_Reasons) {
     names += (names.empty() ? "" : ", ") + reason.m_Name;
+  }
+  if (!ChangeOfStateText(health).empty()) {
+    names += (names.empty() ? "" : ", ") + BareText(health.m_Activity);
   }
   return names;
 }

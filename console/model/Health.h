@@ -64,10 +64,14 @@ std::string ReadingText(const Reason& reason, bool ascii);
 // Returns a reason with the current readings of the object, whether or not the object reports it.
 Reason DescribeReason(const Object& object, std::uint32_t number);
 
+// Says that the card is being attached or detached; empty if it is not.
+std::string ChangeOfStateText(const Health& health);
+
 // Explains a status without reasons, which may be due to an activity of the card.
 std::string TextWithoutReason(const Health& health);
 
-// Returns the names of all reasons, separated by commas.
+// Returns the names of all reasons, separated by commas, and ATTACHING or DETACHING if the card is
+// being attached or detached.
 std::string ReasonNames(const Health& health);
 
 }  // namespace Console

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
 #include <optional>
 
 #include "console/base/Timestamp.h"
@@ -57,8 +58,11 @@ Cell IdCell(const RowContext& row) {
   return TextCell(row.m_Object.m_Access == Access::Missing ? "-" : row.m_Object.m_Selector);
 }
 
-// Whether somebody has acknowledged the card's problems, or else when a missing card was seen.
+// Returns what a card is doing, or whether its problems are acknowledged, or when a missing card was
+// last seen.
 Cell RemarkCell(const RowContext& row) {
+  const std::string activity = FieldText(row.m_Object, "activity");
+  if (!activity.empty() && activity != "IDLE") return TextCell(boost::to_lower_copy(activity));
   if (row.m_IsAcknowledged) return TextCell("acknowledged");
   if (row.m_Object.m_Access != Access::Missing || row.m_Object.m_LastSeen == 0) return TextCell("");
   const TimeZone zone = row.m_Style.m_LocalTime ? TimeZone::Local : TimeZone::Utc;

@@ -1,12 +1,16 @@
 #include "service/api/ApiTable.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cctype>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <utility>
+#include <variant>
 
+#include "service/Audit.h"
 #include "service/Log.h"
 #include "service/api/CardsApi.h"
 #include "service/api/Documents.h"
@@ -385,10 +389,34 @@ std::string TargetOf(const ApiRow& row, const Http::Request& request) {
   return target;
 }
 
+// The members of a body that decide what becomes of the data.
+constexpr const char* kLoggedMembers[] = {"capacity", "sector_size", "again", "force"};
+
+// Returns the request for the log, such as "formatDrive/0/FA00000001, capacity=80".
+std::string LoggedChange(const ApiRow& row, const Http::Request& request) {
+  std::string text = TargetOf(row, request);
+  const auto body = nlohmann::json::parse(request.m_Body, nullptr, false);
+  for (const char* const name : kLoggedMembers) {
+    if (!body.is_object() || !body.contains(name)) continue;
+    const nlohmann::json& value = body.at(name);
+    text +=
+        fmt::format(", {}={}", name, value.is_string() ? value.get<std::string>() : value.dump());
+  }
+  return text;
+}
+
 // Calls the handler of the row, after logging the request if the row is for changes.
 Http::Reply Handle(const ApiRow& row, const ApiContext& api, const Http::Request& request) {
-  if (row.m_Access == Access::Change) LogChange(request.m_Peer, TargetOf(row, request));
-  return row.m_Function(api, request);
+  if (row.m_Access != Access::Change) return row.m_Function(api, request);
+  const std::string change = LoggedChange(row, request);
+  LogChange(request.m_Peer, change);
+  Http::Reply reply = row.m_Function(api, request);
+  const auto* const response = std::get_if<Http::Response>(&reply);
+  if (response != nullptr && response->m_Status >= 400) {
+    const auto problem = nlohmann::ordered_json::parse(*response->m_Body, nullptr, false);
+    LogRefusal(request.m_Peer, change, CauseOf(problem));
+  }
+  return reply;
 }
 
 // Returns everything in which two requests of a user can differ. NUL separates the parts, because

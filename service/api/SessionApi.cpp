@@ -15,7 +15,7 @@
 #include "console/plugin/RecordJson.h"
 #include "console/plugin/RowTables.h"
 #include "host/Database.h"
-#include "hostkit/Texts.h"
+#include "service/Audit.h"
 #include "service/CollectorSession.h"
 #include "service/Log.h"
 #include "service/UserName.h"
@@ -58,7 +58,7 @@ PluginReply ReadProperty(const PI::CObject& object, const PluginCommand& command
 // Returns empty for a command that cannot be answered from the snapshot.
 std::optional<PluginReply> ReadSnapshot(const Snapshot& snapshot, const PluginCommand& command) {
   if (command.m_Command == PI::CMD_GET_TOPOLOGY) {
-    return PluginReply{PI::SUCCESS, snapshot.m_Objects};
+    return PluginReply{PI::SUCCESS, ObjectsWithActivities(snapshot)};
   }
   const PI::CObject* const object = snapshot.Find(command.m_Object);
   if (object == nullptr) return std::nullopt;
@@ -72,23 +72,6 @@ std::optional<PluginReply> ReadSnapshot(const Snapshot& snapshot, const PluginCo
     default:
       return std::nullopt;
   }
-}
-
-std::string NameOrNumber(HostKit::Family family, std::uint32_t number) {
-  const std::string name = HostKit::NameOf(family, number);
-  return name.empty() ? std::to_string(number) : name;
-}
-
-// Returns text such as "OP_LOCATE on object 0x130000000000002".
-std::string ChangeText(const PluginCommand& command) {
-  using HostKit::Family;
-  std::string name;
-  if (const auto* operation = std::get_if<PI::COperation>(&command.m_Payload)) {
-    name = NameOrNumber(Family::Operation, operation->m_OperationID);
-  } else if (const auto* property = std::get_if<PI::CProperty>(&command.m_Payload)) {
-    name = NameOrNumber(Family::Property, property->m_PropertyID);
-  }
-  return fmt::format("{} on object {:#x}", name, command.m_Object);
 }
 
 // Only the service starts and stops the plug-in and collects its events.
@@ -158,7 +141,7 @@ Http::Reply StartChange(const ApiContext& api, const Http::Request& request,
                         const Snapshot& snapshot, const PluginCommand& command) {
   const auto job = api.m_SessionJobs.Begin(snapshot, command, UserName(request.m_Peer.m_User));
   try {
-    LogChange(request.m_Peer, ChangeText(command));
+    LogChange(request.m_Peer, ChangeText(snapshot, command));
     Http::Reply reply =
         AnswerLater(api, [&api, command, job] { return CallPlugin(api, command, job); });
     const bool isRefused = std::holds_alternative<Response>(reply);
@@ -168,6 +151,17 @@ Http::Reply StartChange(const ApiContext& api, const Http::Request& request,
     if (job) api.m_SessionJobs.Drop(*job);  // otherwise the card could run no other job
     throw;
   }
+}
+
+// Logs that a change was refused. The console first checks an operation, so a refused check counts
+// as one, unless it only reads the state of a locate LED.
+Response Refuse(const Http::Request& request, const Snapshot& snapshot,
+                const PluginCommand& command, Response problem) {
+  const bool isCheck = command.m_Command == PI::CMD_CHECK_OPERATION;
+  if (isCheck && (!request.m_MayChange || ReadsLocateLed(command))) return problem;
+  LogRefusal(request.m_Peer, ChangeText(snapshot, command),
+             CauseOf(nlohmann::ordered_json::parse(*problem.m_Body)));
+  return problem;
 }
 
 // Returns a problem if the command checks an operation that would be refused during a format.
@@ -271,7 +265,9 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
   }
   const SnapshotPtr snapshot = api.m_Store.Get();
   if (!snapshot->HasReport()) return MakePluginDownProblem(snapshot->m_Plugin);
-  if (auto refusal = RefusalOfCheck(api, *snapshot, command)) return *refusal;
+  if (auto refusal = RefusalOfCheck(api, *snapshot, command)) {
+    return Refuse(request, *snapshot, command, *refusal);
+  }
   const bool isFresh = Http::Find(request.m_Query, "fresh") != nullptr && !IsChange(command);
   if (isFresh) return AnswerLater(api, [&api, command] { return ReadFresh(api, command); });
   if (const auto reply = ReadSnapshot(*snapshot, command)) {
@@ -281,7 +277,8 @@ Http::Reply PostSession(const ApiContext& api, const Http::Request& request) {
     try {
       return StartChange(api, request, *snapshot, command);
     } catch (const Console::Failure& failure) {
-      return ResponseOf([&failure]() -> Response { throw failure; });
+      return Refuse(request, *snapshot, command,
+                    ResponseOf([&failure]() -> Response { throw failure; }));
     }
   }
   return AnswerLater(api,

@@ -91,6 +91,13 @@ Response TimeoutProblem() {
 
 }  // namespace
 
+bool ReadsLocateLed(const Console::PluginCommand& command) {
+  const auto* const operation = std::get_if<PI::COperation>(&command.m_Payload);
+  return command.m_Command == PI::CMD_CHECK_OPERATION && operation != nullptr &&
+         (operation->m_OperationID == PI::OP_LOCATE_DEVICE ||
+          operation->m_OperationID == PI::OP_STOP_LOCATE_DEVICE);
+}
+
 SessionJobs::SessionJobs(JobTable& jobs, std::chrono::milliseconds timeout)
     : m_Jobs(jobs), m_Timeout(timeout) {}
 
@@ -114,7 +121,11 @@ void SessionJobs::RequireCheckable(const Snapshot& snapshot,
                                    const Console::PluginCommand& command) const {
   if (command.m_Command != PI::CMD_CHECK_OPERATION) return;
   const std::string serial = SerialOf(snapshot, command.m_Object);
-  if (!serial.empty()) m_Jobs.RequireNotRunning(serial, NameOf(PI::OP_FORMAT_DEVICE));
+  if (serial.empty()) return;
+  m_Jobs.RequireNotRunning(serial, NameOf(PI::OP_FORMAT_DEVICE));
+  if (ReadsLocateLed(command)) return;
+  m_Jobs.RequireNotRunning(serial, NameOf(PI::OP_ATTACH));
+  m_Jobs.RequireNotRunning(serial, NameOf(PI::OP_DETACH));
 }
 
 void SessionJobs::Drop(const std::string& id) {

@@ -18,6 +18,9 @@
 
 namespace Service {
 
+// Whether the command is a check whose result is the state of the locate LED.
+bool ReadsLocateLed(const Console::PluginCommand& command);
+
 // The plug-in replies to an attach or detach before the card has finished. Such a job ends with the
 // first snapshot or event that shows that the card has finished; all other jobs end with the reply.
 // Thread-safe.
@@ -31,8 +34,9 @@ class SessionJobs {
   // another job is running on the card.
   std::optional<std::string> Begin(const Snapshot& snapshot, const Console::PluginCommand& command,
                                    const std::string& user);
-  // Throws `Console::Failure` if the command checks an operation of a card that is being formatted:
-  // the check would wait for the end of the format, and the operation would be refused.
+  // Throws `Console::Failure` if the command checks an operation that would be refused because the
+  // card is being attached, detached or formatted. The plug-in does not know the new state of the
+  // card before its next scan, and its checks wait for the end of a format.
   void RequireCheckable(const Snapshot& snapshot, const Console::PluginCommand& command) const;
   // Removes a job whose command was not executed.
   void Drop(const std::string& id);

@@ -24,7 +24,7 @@ class SnapshotSession : public Console::Session {
     return m_Snapshot->m_Plugin.m_StartDuration;
   }
   void SetDeadline(const Console::Deadline&) override {}
-  std::vector<PI::CObject> Topology() override { return m_Snapshot->m_Objects; }
+  std::vector<PI::CObject> Topology() override { return ObjectsWithActivities(*m_Snapshot); }
   const Console::CardTimes& Times() const override { return m_Snapshot->m_Times; }
   Console::CardRecords Cards() const override { return m_Snapshot->m_Cards; }
   std::vector<PI::CProperty> Properties(std::uint64_t object) override;

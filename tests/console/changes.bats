@@ -143,6 +143,60 @@ changed_nothing_dry() {
   said attached "  Detach it first: corvane-host detach a0"
 }
 
+@test "--confirm names each card, or nothing is changed" {
+  local name
+  for name in one all_one extra both; do cp "$BATS_FILE_TMPDIR/attached.cards" "$BATS_FILE_TMPDIR/$name.json"; done
+  keep one with one detach a0 a1 --yes --confirm S100 &
+  keep all_one with all_one detach all --confirm S200 &
+  keep both with both detach all --confirm S200,S100 &
+  wait
+  ended one 4
+  said one "corvane-host: detach a1: 'S100' is not the serial number"
+  ended all_one 4
+  said all_one "  Nothing was changed."
+  for name in one all_one; do cmp "$BATS_FILE_TMPDIR/attached.cards" "$BATS_FILE_TMPDIR/$name.json"; done
+  ended both 0
+  same "0 0" "$(cards both get card0 iom_state) $(cards both get card1 iom_state)"
+}
+
+@test "a refused object does not hide that others were changed" {
+  cp "$BATS_FILE_TMPDIR/attached.cards" "$BATS_FILE_TMPDIR/partly.json"
+  local sysfs="$BATS_FILE_TMPDIR/mounted"
+  CARDSIM_STATE="$BATS_FILE_TMPDIR/partly.json" make_mounted_sysfs "$sysfs"
+  # With --simulate, the devices would be those of the simulation.
+  CORVANE_SYSFS="$sysfs" CARDSIM_STATE="$BATS_FILE_TMPDIR/partly.json" keep partly \
+    corvane-host ${CORVANE_TEST_SERVICE:+"$(cards_option "$BATS_FILE_TMPDIR/partly.json")"} \
+    detach a0 a1 -y
+  ended partly 8
+  said partly "  a0 was not changed."
+  run ! grep -q "Nothing was changed" "$BATS_FILE_TMPDIR/partly.err"
+  same "2 0" "$(cards partly get card0 iom_state) $(cards partly get card1 iom_state)"
+}
+
+# The other program is killed at the end, because the card never finishes.
+@test "attach is refused while another program detaches the card" {
+  direct_only "session_jobs.bats tests two clients of a service"
+  local name rival
+  cp "$BATS_FILE_TMPDIR/attached.cards" "$BATS_FILE_TMPDIR/two.json"
+  cards two set card0 detach_ms 3600000
+  keep rival with two detach a0 -y &
+  rival=$!
+  is_detaching() { [ "$(card two iom_state)" = 3 ]; }
+  eventually is_detaching
+  keep attach with two attach a0 -y
+  keep dry with two attach a0 -y -n
+  keep detach with two detach a0 -y
+  keep list with two list
+  pkill -KILL -P "$rival"
+  wait "$rival"
+  for name in attach dry detach; do
+    ended "$name" 4
+    said "$name" "  Wait until this is done: corvane-host wait a0 detached"
+  done
+  err attach | grep -q '^corvane-host: attach a0: the card is being detached ('
+  out list | grep -qE '^a0 .* S100 +detaching$'
+}
+
 @test "a wrong --confirm changes nothing" {
   said detachx "corvane-host: detach a0: 'S200' is not the serial number"
   cmp "$BATS_FILE_TMPDIR/attached.cards" "$BATS_FILE_TMPDIR/detachx.json"

@@ -127,7 +127,7 @@ led_before() {
   keep locate served locate a0 on
   ended locate 4
   same "corvane-host: another job is running on card S100 (detach)
-  Wait until this is done, then try again." "$(err locate)"
+  Wait until this is done: corvane-host wait S100 detached" "$(err locate)"
   same false "$(cardsim get card0 beacon_state)"
   keep other served locate a1 on
   ended other 0
@@ -143,6 +143,100 @@ led_before() {
   keep locate served locate a0 on
   ended locate 4
   said locate "corvane-host: another job is running on card S100 (detach)"
+}
+
+# Until the plug-in's next scan, it reports the state that the card had before.
+start_without_scans() {
+  stop_and_wait
+  echo PollInterval=255 >"$CORVANE_CONFIG_DIR/Corvane.ini"
+  cardsim set card1 iom_state 0
+  start_service
+}
+
+# Each row has the arguments of a command that starts while a0 is being detached and a1 attached.
+@test "a card that is being attached or detached refuses the opposite, also as a dry run" {
+  local words number=0 end
+  start_without_scans
+  start_long_detach long
+  cardsim set card1 attach_ms 3600000
+  keep attaching served attach a1 -y --timeout 1s
+  ended attaching 7
+  while read -r words; do
+    number=$((number + 1))
+    # shellcheck disable=SC2086  # the words of a command line
+    keep "case$number" served $words
+    ended "case$number" 4 || { echo "$words"; out "case$number"; err "case$number"; false; }
+    end="S100 detached"
+    [[ "$words" != *a1* ]] || end="S200 attached"
+    said "case$number" "  Wait until this is done: corvane-host wait $end"
+  done <<'END'
+attach a0 -y
+attach a0 -y -n
+detach a0 -y
+detach a0 -y --force
+op run a0 OP_ATTACH -y
+detach a1 -y
+detach a1 -y -n
+detach a1 -y --force
+attach a1 -y
+format a1 --capacity 50 --confirm S200
+format a1 --capacity 50 -n
+END
+  state_is card0 3
+  state_is card1 1
+}
+
+@test "list, status, JSON and wait show that a card is being detached before the plug-in does" {
+  local state
+  start_without_scans
+  start_long_detach long
+  keep get served get a0 activity
+  same DETACHING "$(out get)"
+  keep list served list
+  out list | grep -E '^a0 .* S100 +detaching$'
+  keep status served status
+  out status | grep -E '^   the card is being detached '
+  keep json served status a0 -o json
+  same '["DETACHING", []]' "$(json json '[d["result"]["objects"][0][k] for k in ("activity", "reasons")]')"
+  for state in attached detached; do
+    keep early served wait a0 "$state" --timeout 300ms
+    ended early 7
+  done
+}
+
+@test "the log names the card, the user, the arguments and the result of each operation" {
+  local log="$BATS_FILE_TMPDIR/serve.err" user line object
+  user=$(id -un)
+  keep id served status a0 -o json
+  object=$(json id 'd["result"]["objects"][0]["id"]' | tr -d '"')
+  keep detach served detach a0 -y
+  ended detach 0
+  keep format served format a0/d0 --capacity 80 --sector-size 4096 --again --confirm S100
+  ended format 0
+  cardsim fail vsl_op_start --code 99 --text "flux" >/dev/null
+  keep broken served attach a0 -y
+  ended broken 1
+  ask api POST /v1/cards/S100/drives/0/format '{"confirm": "S200", "capacity": "80"}'
+  while read -r line; do
+    grep -qE -- "^corvane-host: $line\$" "$log" || { echo "no $line"; cat "$log"; false; }
+  done <<END
+OP_DETACH on a0 [(]S100, $object[)] requested by uid $(id -u), pid [0-9]+ [(]corvane-host[)]
+detach of a0 [(]S100[)] by $user has succeeded after [0-9:]+
+OP_FORMAT_DEVICE on a0/d0 [(]S100, 0x[0-9a-f]{16}[)], FORMATTING=CUSTOM, SIZE=80, BLOCK_SIZE=4096 requested by uid .*
+format of a0 [(]S100[)] by $user has succeeded after [0-9:]+
+attach of a0 [(]S100[)] by $user has failed after [0-9:]+: the card rejected the command
+formatDrive/0/S100, capacity=80 requested by uid .* [(]curl[)] was refused: 'S200' is not the serial number
+END
+}
+
+@test "the log names requests that are refused because another job is running" {
+  start_long_detach long
+  keep attach served attach a0 -y
+  ended attach 4
+  grep -qE '^corvane-host: OP_ATTACH on a0 [(]S100, 0x[0-9a-f]{16}[)] requested by uid [0-9]+, pid [0-9]+ [(]corvane-host[)] was refused: another job is running on card S100 [(]detach[)]$' \
+    "$BATS_FILE_TMPDIR/serve.err"
+  keep show served show a0
+  run ! grep -q OP_LOCATE "$BATS_FILE_TMPDIR/serve.err"
 }
 
 @test "a session job fails if the plug-in process is killed" {

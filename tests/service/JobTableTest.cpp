@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "console/base/Failure.h"
+#include "hostkit/Texts.h"
 #include "service/JobTable.h"
 
 namespace {
@@ -51,19 +52,38 @@ TEST(JobTable, KnowsWhetherAJobIsRunning) {
   EXPECT_FALSE(table.HasRunning());
 }
 
-TEST(JobTable, ReportsTheCardsThatAreBeingFormatted) {
-  std::vector<std::vector<std::string>> reported;
-  JobTable table([&](const std::vector<std::string>& serials) { reported.push_back(serials); });
+TEST(JobTable, ReportsTheBusyCardsAndWhatTheyDo) {
+  std::vector<std::string> reported;
+  JobTable table([&](const Service::BusyCards& cards) {
+    std::string text;
+    for (const Service::BusyCard& card : cards) {
+      text += card.m_Serial + "=" + HostKit::NameOf(HostKit::Family::Value, card.m_Activity) + " ";
+    }
+    reported.push_back(text);
+  });
   const auto format = table.Begin("S1", "format", false);
-  table.Begin("S2", "attach", false);
+  const auto attach = table.Begin("S2", "attach", false);
   table.Begin("S3", "format", true);
-  EXPECT_EQ((std::vector<std::string>{"S1"}), reported.back());
+  table.Begin("S4", "locate", false);
+  table.Begin("S5", "detach", false);
+  EXPECT_EQ("S1=BUSY S2=ATTACHING S5=DETACHING ", reported.back());
   table.End(format.m_Id, JobState::Failed, nullptr);
-  EXPECT_EQ(std::vector<std::string>(), reported.back());
-  const auto dropped = table.Begin("S1", "format", false);
-  table.Drop(dropped.m_Id);
-  EXPECT_EQ(std::vector<std::string>(), reported.back());
-  EXPECT_EQ(6U, reported.size());
+  EXPECT_EQ("S2=ATTACHING S5=DETACHING ", reported.back());
+  table.Drop(attach.m_Id);
+  EXPECT_EQ("S5=DETACHING ", reported.back());
+  EXPECT_EQ(7U, reported.size());
+}
+
+TEST(JobTable, ReportsTheEndOfAJob) {
+  std::vector<Job> ended;
+  JobTable table(nullptr, [&](const Job& job) { ended.push_back(job); });
+  const auto job = table.Begin("S1", "attach", false);
+  EXPECT_TRUE(ended.empty());
+  table.End(job.m_Id, JobState::Failed, {{"id", "X"}});
+  ASSERT_EQ(1U, ended.size());
+  EXPECT_EQ("S1", ended[0].m_Serial);
+  EXPECT_EQ(JobState::Failed, ended[0].m_State);
+  EXPECT_EQ("X", ended[0].m_Result.at("id"));
 }
 
 TEST(JobTable, KeepsTheResult) {

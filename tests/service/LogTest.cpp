@@ -67,6 +67,16 @@ TEST(LogEntry, NamesTheClientOfAChange) {
                           Pair("CORVANE_CLIENT_PID", process), Pair("CORVANE_CLIENT_COMM", name)));
 }
 
+TEST(LogEntry, SaysWhyAChangeWasRefused) {
+  Http::Peer client;
+  client.m_User = 0;
+  client.m_Process = 0;
+  const Systemd::JournalEntry entry = Service::EntryOf(client, "LOCATE", "card S1 is busy");
+  EXPECT_EQ("LOCATE requested by uid 0, pid 0 (unknown) was refused: card S1 is busy",
+            entry.m_Message);
+  EXPECT_THAT(entry.m_Fields.back(), Pair("CORVANE_REFUSAL", "card S1 is busy"));
+}
+
 TEST(LogEntry, NamesAClientThatHasExitedByItsIds) {
   Http::Peer client;
   client.m_User = 0;

@@ -50,7 +50,7 @@ TEST(SnapshotStore, PublishesAgainWhenTheKnownCardsOrFormatsChange) {
   EXPECT_EQ("S1", store.Get()->m_Cards.m_Known[0].m_SerialNumber);
   store.SetKnownCards(records);
   EXPECT_EQ(1U, store.Get()->m_Number);
-  store.SetFormatting({"S1"});
+  store.SetBusy({{"S1", PI::Value::BUSY}});
   EXPECT_EQ(2U, store.Get()->m_Number);
   EXPECT_EQ((std::vector<std::string>{"S1"}), store.Get()->m_Cards.m_Formatting);
   records.m_Known[0].m_LastSeen = 5;
