@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <boost/algorithm/string/erase.hpp>
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
@@ -28,7 +29,9 @@ struct DayName {
 constexpr DayName kDayNames[] = {{"today", 0}, {"yesterday", 1}};
 
 constexpr const char* kDayFormat = "%Y-%m-%d";
-constexpr const char* kFormats[] = {kDayFormat, "%Y-%m-%dT%H:%M:%S%z", "%Y-%m-%dT%H:%M%z"};
+// The last one is the form in which `DateTimeText` prints a time.
+constexpr const char* kFormats[] = {kDayFormat, "%Y-%m-%dT%H:%M:%S%z", "%Y-%m-%dT%H:%M%z",
+                                    "%Y-%m-%d %H:%M:%S UTC"};
 
 // Returns empty for an invalid date, such as February 31, and for a date before the epoch.
 std::optional<std::uint64_t> ParseAs(const char* format, const std::string& text) {
@@ -93,12 +96,12 @@ std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::u
   for (const char* format : kFormats) {
     if (const auto timestamp = ParseAs(format, text)) return *timestamp;
   }
-  if (const auto duration = ReadDuration(text)) {
+  if (const auto duration = ReadDuration(boost::erase_last_copy(text, " ago"))) {
     return nowMs - std::min(nowMs, static_cast<std::uint64_t>(duration->count()));
   }
   throw UsageFailure(
       fmt::format("{}: invalid time '{}'", option, text),
-      {"Valid: 15m, 1h or 2d ago, today, yesterday, 2026-11-20 or 2026-11-20T05:31:00Z."});
+      {"Valid: 15m, 1h or 2d (before now), today, yesterday, 2026-11-20 or 2026-11-20T05:31:00Z."});
 }
 
 std::uint64_t ParseEndTime(const char* option, const std::string& text, std::uint64_t nowMs) {

@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <boost/algorithm/string/split.hpp>
 #include <cstdio>
+#include <sstream>
 
 #include "console/base/Failure.h"
 #include "console/base/Terminal.h"
 #include "console/change/BlockDeviceUsers.h"
 #include "console/model/FieldTable.h"
+#include "console/render/TextWidth.h"
 
 namespace Console {
 namespace {
@@ -36,6 +38,17 @@ std::string Prompt(const std::string& question) {
 
 const char* NoPromptReason(const Options& options) {
   return options.m_NoInput ? "confirmation required, and --no-input was given" : "not a terminal";
+}
+
+// Wraps each line of a question at the width of the terminal, with room for the choices after it.
+std::string FitTerminal(const Context& context, const std::string& question) {
+  constexpr std::size_t kChoices = 8;
+  const std::size_t width = context.m_Style.m_Width;
+  if (width <= kChoices) return question;
+  std::string text;
+  std::istringstream lines(question);
+  for (std::string line; std::getline(lines, line);) text += WrapText(line, width - kChoices, 0);
+  return text.substr(0, text.find_last_not_of('\n') + 1);
 }
 
 bool IsYes(const std::string& answer) {
@@ -77,7 +90,7 @@ void RequireConfirmation(const Context& context, const std::string& what,
     throw Refused("NOT_CONFIRMED", what, NoPromptReason(context.m_Options),
                   {"Pass --yes to confirm."});
   }
-  if (IsYes(Prompt(question + " [y/N] "))) return;
+  if (IsYes(Prompt(FitTerminal(context, question) + " [y/N] "))) return;
   throw Refused("NOT_CONFIRMED", what, "canceled");
 }
 

@@ -11,7 +11,9 @@
 #include <cstring>
 #include <memory>
 
+#include "base/NearestName.h"
 #include "console/base/Failure.h"
+#include "console/cli/FamiliarNames.h"
 #include "console/cli/OptionTable.h"
 
 namespace Console {
@@ -100,10 +102,20 @@ std::string ParseErrorText(const std::vector<std::string>& arguments, const CLI:
   return fmt::format("{} requires {}", arguments.back(), last->m_Value);
 }
 
-std::vector<std::string> AdviceForUnknown(const std::string& option) {
+// Compares the names without their dashes, which would make short names similar.
+std::vector<std::string> AdviceForUnknown(const std::string& command, const std::string& option) {
+  const std::string dashes = "--";
+  const char* const other = OptionNamed(command, option);
+  if (other != nullptr) return {fmt::format("Did you mean '{}'?", other)};
   std::vector<std::string> names;
-  for (const OptionRow& row : AllOptions()) names.emplace_back(row.m_Long);
-  return DidYouMean(option, names);
+  for (const OptionRow& row : AllOptions()) names.emplace_back(row.m_Long + dashes.size());
+  constexpr std::size_t kMaxEdits = 1;
+  const std::string* nearest =
+      option.rfind(dashes, 0) == 0
+          ? Base::NearestName(option.substr(dashes.size()), names, kMaxEdits)
+          : nullptr;
+  if (nearest == nullptr) return {};
+  return {fmt::format("Did you mean '{}{}'?", dashes, *nearest)};
 }
 
 bool IsChoice(const OptionRow& row, const std::string& value) {
@@ -121,10 +133,16 @@ void CheckValues(const CLI::App& app, Options& options) {
   for (const std::string& extra : app.remaining()) {
     if (extra == "--") continue;  // the parser has handled "--" but keeps it in the list
     const std::string name = extra.substr(0, extra.find('='));
-    throw UsageFailure(fmt::format("unknown option {}", name), AdviceForUnknown(name));
+    const std::string command = options.m_Words.empty() ? "" : options.m_Words.front();
+    throw UsageFailure(fmt::format("unknown option {}", name), AdviceForUnknown(command, name));
   }
   for (const OptionRow& row : AllOptions()) {
     const CLI::Option& given = *app.get_option(row.m_Long);
+    // The parser takes the next word as the value, even if it is an option.
+    if (RequiresValue(row) && given.count() > 0 && FindOption(given.results().back()) != nullptr) {
+      throw UsageFailure(
+          fmt::format("{} requires {}, not {}", row.m_Long, row.m_Value, given.results().back()));
+    }
     if (!row.m_OnlyChoices || given.count() == 0) continue;
     const auto value = given.as<std::string>();
     if (IsChoice(row, value)) continue;

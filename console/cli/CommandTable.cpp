@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "console/base/Failure.h"
+#include "console/cli/FamiliarNames.h"
 #include "console/cli/OptionTable.h"
 
 namespace Console {
@@ -34,10 +35,16 @@ std::string UnknownCommandText(const std::string& word) {
   return fmt::format("{}: unknown command", word);
 }
 
+// Returns the first example; the name alone if there is none.
+std::string ExampleOf(const Command& command) {
+  return command.m_Examples.empty() ? command.m_Name : command.m_Examples.front().m_Line;
+}
+
 void CheckCount(const Command& command, std::size_t count) {
   if (count >= command.m_MinArguments && count <= command.m_MaxArguments) return;
   throw UsageFailure(count < command.m_MinArguments ? "too few arguments" : "too many arguments",
                      {fmt::format("Usage: corvane-host {}", Synopsis(command)),
+                      fmt::format("For example: corvane-host {}", ExampleOf(command)),
                       fmt::format("See: corvane-host help {}", command.m_Name)});
 }
 
@@ -56,6 +63,18 @@ void RequireNotAFile(const Options& options) {
   if (!alone || word.find('/') == std::string::npos) return;
   throw UsageFailure(
       UnknownCommandText(word),
+      {fmt::format("To use it as the file of simulated cards: --simulate={}", word)});
+}
+
+// Like `RequireNotAFile`, for a file after the command. A path can also name an object, so it is
+// taken for the file only if it is one argument too many.
+void RequireNoFileArgument(const Command& command, const Options& options) {
+  const std::string& word = options.m_Words.back();
+  const bool alone = options.m_Simulate && options.m_Simulate->empty();
+  const bool isTooMany = options.m_Words.size() - 1 > command.m_MaxArguments;
+  if (!alone || !isTooMany || word.find_first_of("/.") == std::string::npos) return;
+  throw UsageFailure(
+      fmt::format("unexpected argument '{}'", word),
       {fmt::format("To use it as the file of simulated cards: --simulate={}", word)});
 }
 
@@ -85,7 +104,8 @@ const Command& CommandTable::Require(const std::string& name) const {
   for (const Command& command : m_Commands) {
     if (command.m_Group != Group::Hidden) names.emplace_back(command.m_Name);
   }
-  std::vector<std::string> advice = DidYouMean(name, names);
+  const char* const other = CommandNamed(name);
+  std::vector<std::string> advice = DidYouMean(other == nullptr ? name : other, names);
   advice.push_back(fmt::format("Commands: {}", fmt::join(names, ", ")));
   throw UsageFailure(UnknownCommandText(name), advice);
 }
@@ -94,6 +114,7 @@ const Command& CommandTable::Resolve(const Options& options) const {
   if (options.m_Words.empty()) throw UsageFailure("missing command");
   RequireNotAFile(options);
   const Command& command = Require(options.m_Words.front());
+  RequireNoFileArgument(command, options);
   CheckCount(command, options.m_Words.size() - 1);
   CheckOutputFormat(command, options.m_OutputFormat);
   CheckOptions(*this, command, options);

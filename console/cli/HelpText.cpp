@@ -108,7 +108,10 @@ std::vector<Item> OptionItems(const Command& command) {
 std::vector<Item> ArgumentItems(const Command& command) {
   std::vector<Item> items;
   for (const std::string& word : ArgumentWords(command.m_Arguments)) {
-    items.push_back({word, ArgumentMeaning(word)});
+    const std::string several = word + "...";
+    const bool takesSeveral = std::string(command.m_Arguments).find(several) != std::string::npos;
+    const std::string meaning = takesSeveral ? ArgumentMeaning(several) : std::string();
+    items.push_back({word, ArgumentMeaning(word) + (meaning.empty() ? "" : "; " + meaning)});
   }
   return items;
 }
@@ -145,7 +148,8 @@ std::string GeneralHelp(const CommandTable& commands) {
     text += CommandsOfGroup(commands, group);
   }
   text += Section("Examples", GeneralExamples(commands), 36);
-  text += "\nObjects (OBJ, DRIVE)\n  " + Wrapped(ArgumentMeaning("OBJ"), 2);
+  text += "\nObjects (OBJ, DRIVE)\n  " +
+          Wrapped(ArgumentMeaning("OBJ") + "; OBJ... is " + ArgumentMeaning("OBJ..."), 2);
   text += Section("Common options", OptionItems(commands, true));
   text += Section("Command-specific options", OptionItems(commands, false));
   return text + Section("Exit codes", ExitItems(CommonExits()));

@@ -10,15 +10,15 @@ namespace {
 
 constexpr ArgumentText kArguments[] = {
     {"OBJ",       "an object: plugin, a0, a0/d0, a serial number, a name, pci:0000:3b:00.0, slot:3, "
-                  "a unique id, a control device, or an object id in hexadecimal; commands that "
-                  "accept several objects also accept all, which selects all adapters"},
-    {"DRIVE",     "a drive: a0/d0, or any name of a card that has one drive; commands that accept "
-                  "several drives also accept all"},
+                  "a unique id, a control device, or an object id in hexadecimal"},
+    {"OBJ...",    "one or more objects, or all, which selects all adapters"},
+    {"DRIVE",     "a drive: a0/d0, or any name of a card that has one drive"},
+    {"DRIVE...",  "one or more drives, or all"},
     {"PROP",      "a property name as printed by show, such as temperature_celsius"},
     {"PROP=VALUE", "a writable property and its new value: poll_interval=30"},
     {"on|off",    "the new state of the locate LED"},
     {"COND",      "ok, warning, failed, unreadable, missing, attached, detached, gone, present, or a "
-                  "comparison with a property: 'temperature_celsius<70'; operators are < <= = != >= >"},
+                  "comparison with a property: 'temperature_celsius<70', 'reserve_space_ratio<10%'; operators are < <= = != >= >"},
     {"REASON",    "a reason as printed by status, such as TEMPERATURE_ABOVE_WARN, or MISSING or "
                   "UNREADABLE for the entire card"},
     {"SERIAL",    "the serial number of a card"},

@@ -59,7 +59,7 @@ std::vector<OptionRow> CommonOptions() {
 std::vector<OptionRow> CommandOptions() {
   return {
       {"-c", "--columns",    "NAMES",   &O::m_Columns,     false,
-       "columns to show, separated by commas; help lists their names"},
+       "columns to show, by name or heading, separated by commas; -c help lists the names"},
       {"-l", "--long",       "",        &O::m_Long,        false,
        "show more columns and rows, as --verbose does"},
       {"-f", "--follow",     "",        &O::m_Follow,      false,
@@ -74,7 +74,7 @@ std::vector<OptionRow> CommandOptions() {
       {"",   "--from",       "TIME",    &O::m_From,        false,
        "start of the range, in the forms of --since (default: one day before the end)"},
       {"",   "--to",         "TIME",    &O::m_To,          false,
-       "end of the range, in the forms of --since (default: now)"},
+       "show entries before TIME, in the forms of --since (default: now)"},
       {"",   "--step",       "TIME",    &O::m_Step,        false,
        "time that each value covers: 1m, 1h or 1d (default: long enough for at most 24 values)"},
       {"",   "--limit",      "N",       &O::m_Limit,       false,
@@ -92,7 +92,9 @@ std::vector<OptionRow> CommandOptions() {
        "detach even if the card is busy; refused while its drive is in use"},
       {"",   "--again",      "",        &O::m_Again,       false, "format even if the drive already has this capacity and sector size"},
       {"",   "--capacity",   "SIZE",    &O::m_Capacity,    false,
-       "capacity to format to: 10 to 100 percent of the factory size, or a preset",
+       "capacity to format to: 10 to 100 percent of the factory size, such as 80 or 80%, or a preset: "
+       "factory is 100 %, improved 90 % and high (for high write performance) 80 %; maximum is all "
+       "that the card offers. Presets",
        {"maximum", "factory", "improved", "high"}},
       {"",   "--sector-size", "BYTES",  &O::m_SectorSize,  false,
        "sector size in bytes (default: unchanged)",

@@ -50,7 +50,9 @@ std::string FailureText(const Invocation& invocation, const Failure& failure,
                         const Envelope& envelope) {
   const std::string& format = invocation.m_Options.m_OutputFormat;
   if (IsJson(format)) return RenderEnvelope(nullptr, envelope, format == "jsonl");
-  return invocation.m_Monitored ? CheckText(failure) : std::string();
+  if (!invocation.m_Monitored) return {};
+  return CheckText(
+      Failure(failure.m_Code, failure.m_Id, failure.m_Text, AdviceFor(failure, invocation)));
 }
 
 // Monitoring systems show the first line of either stream, so `check` prints diagnostics only if

@@ -21,10 +21,7 @@ std::string EndText(const Acknowledgment& acknowledgment) {
 
 std::string TextOf(const std::optional<Acknowledgment>& now, bool changed) {
   if (!now) return changed ? "acknowledgment removed" : "not acknowledged";
-  std::string text = changed ? "acknowledged" : "already acknowledged";
-  if (now->m_Until) text += " until " + TimeText(*now->m_Until);
-  text += " by " + now->m_User;
-  return now->m_Note.empty() ? text : text + ": " + now->m_Note;
+  return (changed ? "" : "already ") + AcknowledgmentText(*now);
 }
 
 // Returns the text of --dry-run for a change.

@@ -31,10 +31,13 @@ Command DetachCommand() {
       "The drive is not available to the system until the card is attached again. Asks for "
       "confirmation; pass --yes to confirm. Refused while the drive is mounted, used as swap or "
       "held by another block device. --force detaches a busy card.";
-  command.m_Exits = {{4, "refused: in use, or not confirmed"},
+  command.m_Exits = {{1, "the card rejected the command, for example because it is busy"},
+                     {4, "refused: drive mounted or held, or not confirmed"},
                      {7, "not detached within --timeout; the card continues detaching"}};
-  command.m_Examples = {{"detach a1", "detach a card before a format or a repair", true},
-                        {"detach a1 --dry-run", "show what would be changed"}};
+  command.m_Examples = {
+      {"detach a1", "detach a card before a format or a repair", true},
+      {"detach a1 --dry-run",
+       "check whether the drive is mounted or held; not whether the card is busy"}};
   return command;
 }
 

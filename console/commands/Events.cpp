@@ -5,7 +5,10 @@
 #include <chrono>
 #include <limits>
 #include <optional>
+#include <sstream>
 
+#include "base/Printable.h"
+#include "console/base/DateTimeText.h"
 #include "console/base/Deadline.h"
 #include "console/base/Duration.h"
 #include "console/base/Number.h"
@@ -15,6 +18,8 @@
 #include "console/model/EventSeverity.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
+#include "console/render/TableFit.h"
+#include "console/render/TextWidth.h"
 #include "console/report/CommandContext.h"
 #include "console/report/EventMatcher.h"
 #include "console/report/EventRows.h"
@@ -29,6 +34,7 @@ constexpr std::size_t kDefaultLimit = 50;
 // Which part of the log to show.
 struct EventQuery {
   std::uint64_t m_Since = 0;
+  std::optional<std::uint64_t> m_To;  // exclusive
   std::optional<std::int64_t> m_After;
   std::size_t m_Limit = kDefaultLimit;
 };
@@ -46,6 +52,11 @@ EventQuery QueryOf(const Options& options) {
   if (!options.m_Since.empty()) {
     query.m_Since = ParseTimestamp("--since", options.m_Since, NowMs());
     query.m_Limit = EventLogClient::kAll;
+  }
+  if (!options.m_To.empty()) query.m_To = ParseTimestamp("--to", options.m_To, NowMs());
+  if (query.m_To && *query.m_To <= query.m_Since) {
+    throw UsageFailure("--to: the range ends before it starts",
+                       {"For example: --since yesterday --to today"});
   }
   if (!options.m_After.empty()) {
     query.m_After =
@@ -111,7 +122,36 @@ class Filter {
   std::string m_Selector;  // empty: the object was removed
 };
 
-CommandResult ResultOf(const std::vector<EventEntry>& events) {
+// Returns each event in a block for a terminal that is too narrow for the table: the text starts on
+// the second line.
+std::string Blocks(const std::vector<Row>& rows, const Style& style) {
+  constexpr std::size_t kIndent = 2;
+  std::string text;
+  for (const Row& row : rows) {
+    const std::vector<Cell>& cells = row.m_Cells;
+    const TimeZone zone = style.m_LocalTime ? TimeZone::Local : TimeZone::Utc;
+    text += WrapText(fmt::format("{}  {}  {}  {} {}", DateTimeText(cells[0].m_Time, zone),
+                                 Base::Printable(cells[4].m_Human), cells[1].m_Human,
+                                 cells[2].m_Human, cells[3].m_Human),
+                     style.m_Width, kIndent);
+    text += WrapText(std::string(kIndent, ' ') + Base::Printable(cells[5].m_Human), style.m_Width,
+                     kIndent);
+  }
+  return text;
+}
+
+// Whether the table is wider than the terminal.
+bool IsTooWide(const Table& table, Style style) {
+  if (style.m_Width == 0) return false;
+  style.m_Color = false;
+  std::istringstream lines(DrawWhole(table, style, false));
+  for (std::string line; std::getline(lines, line);) {
+    if (ColumnsOf(line) > style.m_Width) return true;
+  }
+  return false;
+}
+
+CommandResult ResultOf(const std::vector<EventEntry>& events, const Style& style) {
   CommandResult result;
   result.m_Items = "events";
   result.m_Json = {{"events", Json::array()}};
@@ -121,6 +161,7 @@ CommandResult ResultOf(const std::vector<EventEntry>& events) {
     result.m_Json["events"].push_back(EventJson(entry.m_pObject, entry.m_Event));
     result.m_Table.m_Rows.push_back(EventRow(entry.m_pObject, entry.m_Event));
   }
+  if (IsTooWide(result.m_Table, style)) result.m_Text = Blocks(result.m_Table.m_Rows, style);
   return result;
 }
 
@@ -149,13 +190,14 @@ void NoteOlderEvents(Diagnostics& diagnostics, std::size_t shown) {
                    {"Pass --limit N or --since 2d to see more."});
 }
 
-// Drops events before the start of the query.
-void DropEarlier(std::vector<EventEntry>& events, const EventQuery& query) {
-  const auto isEarlier = [&query](const EventEntry& entry) {
+// Drops events before the start or after the end of the query.
+void DropOutside(std::vector<EventEntry>& events, const EventQuery& query) {
+  const auto isOutside = [&query](const EventEntry& entry) {
     return entry.m_Event.m_Time < query.m_Since ||
+           (query.m_To && entry.m_Event.m_Time >= *query.m_To) ||
            (query.m_After && entry.m_Event.m_Number <= *query.m_After);
   };
-  events.erase(std::remove_if(events.begin(), events.end(), isEarlier), events.end());
+  events.erase(std::remove_if(events.begin(), events.end(), isOutside), events.end());
 }
 
 // Drops the oldest events, or the newest ones with --after, so that the next page starts after the
@@ -172,7 +214,7 @@ void ApplyLimit(std::vector<EventEntry>& events, const EventQuery& query) {
 // Reads one event more than requested, to detect whether there are older events. A removed card is
 // found by any of its events.
 std::vector<LoggedEvent> ReadLog(Context& context, const EventQuery& query, const Filter& filter) {
-  const bool needsAll = query.m_After || !filter.IsEmpty();
+  const bool needsAll = query.m_After || query.m_To || !filter.IsEmpty();
   return needsAll ? context.EventLog().ReadOrThrow(0, EventLogClient::kAll)
                   : context.EventLog().ReadOrThrow(query.m_Since, query.m_Limit + 1);
 }
@@ -192,20 +234,21 @@ CommandResult ReadFirstBatch(Context& context, const EventQuery& query, Filter& 
   const EventMatcher matcher(model);
   std::vector<EventEntry> events = SelectEvents(
       log, model, filter, [&](const LoggedEvent& event) { return matcher.Find(event); });
-  DropEarlier(events, query);
+  DropOutside(events, query);
   const bool hasOlder = events.size() > query.m_Limit;
   ApplyLimit(events, query);
   if (hasOlder && context.m_Options.m_Limit.empty())
     NoteOlderEvents(context.m_Diagnostics, query.m_Limit);
-  const std::vector<EventEntry> added = SelectNewEvents(pending, model, filter);
+  std::vector<EventEntry> added = SelectNewEvents(pending, model, filter);
+  DropOutside(added, {query.m_Since, query.m_To, std::nullopt, query.m_Limit});
   events.insert(events.end(), added.begin(), added.end());
-  return ResultOf(events);
+  return ResultOf(events, context.m_Style);
 }
 
 CommandResult ReadNextBatch(Context& context, const Filter& filter) {
   const std::vector<LoggedEvent> pending = context.Open().CollectEvents();
   const Model model = context.Objects();
-  return ResultOf(SelectNewEvents(pending, model, filter));
+  return ResultOf(SelectNewEvents(pending, model, filter), context.m_Style);
 }
 
 // Writes each batch of events immediately. Returns when the time has elapsed or the reader has
@@ -236,6 +279,7 @@ void NoteNoEvents(Context& context) {
   if (!context.Open().IsShared()) {
     advice.emplace_back(
         "Cards are monitored only while this program runs: use watch, --for or --follow.");
+    advice.emplace_back("To monitor them all the time, run the service: corvane-host serve");
   }
   context.m_Diagnostics.Note("NO_EVENTS", "no matching events in the log", advice);
 }
@@ -245,7 +289,9 @@ CommandResult Run(Context& context) {
   const EventQuery query = QueryOf(options);
   Filter filter(context.m_Arguments.empty() ? std::string() : context.m_Arguments[0],
                 options.m_EventSeverity);
-  if (!options.m_Follow && options.m_For.empty()) {
+  const bool follows = options.m_Follow || !options.m_For.empty();
+  if (follows && query.m_To) throw UsageFailure("--to does not apply to --follow and --for");
+  if (!follows) {
     CommandResult result = ReadFirstBatch(context, query, filter);
     if (result.m_Table.m_Rows.empty()) NoteNoEvents(context);
     return result;
@@ -268,14 +314,13 @@ Command EventsCommand() {
   command.m_MaxArguments = 1;
   command.m_Summary = "show the event log; -f follows new events";
   command.m_OutputFormats = {"table", "tsv", "json", "jsonl"};
-  command.m_Options = {"--follow", "--since", "--after", "--severity", "--limit", "--for"};
+  command.m_Options = {"--follow", "--since", "--after", "--severity", "--limit", "--for", "--to"};
   command.m_Run = Run;
   command.m_Description =
       "Shows the host's event log, oldest event first. The log contains the events of all runs of "
       "this program with the same database. explain shows what to do about an event number.";
-  command.m_Examples = {
-      {"events --since yesterday", "show events since the start of yesterday", true},
-      {"events -f", "follow new events"}};
+  command.m_Examples = {{"events --since yesterday --to today", "show yesterday's events", true},
+                        {"events -f", "follow new events"}};
   return command;
 }
 

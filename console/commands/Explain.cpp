@@ -1,7 +1,7 @@
 // explain: the meaning of a number or name, and what to do about it.
 #include <fmt/format.h>
 
-#include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string.hpp>
 #include <optional>
 
 #include "base/Printable.h"
@@ -12,7 +12,9 @@
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
 #include "console/render/ReadingJson.h"
+#include "console/render/TextWidth.h"
 #include "console/report/CommandContext.h"
+#include "console/report/Limits.h"
 
 namespace Console {
 namespace {
@@ -83,6 +85,7 @@ struct Circumstances {
   std::string m_SerialNumber;
   std::optional<bool> m_IsReported;  // empty: not a reason or state
   Reason m_Reason;
+  std::string m_Limits;  // of a property, as text; empty: none
 };
 
 // Returns the reason for a status that an entry explains, or 0.
@@ -115,10 +118,13 @@ Circumstances CircumstancesOf(const Model& model, const Object& object, const Ex
                     FieldText(card, "pci_address"),
                     FieldText(card, "serial_number"),
                     std::nullopt,
-                    {}};
+                    {},
+                    ""};
   const std::uint32_t number = ReasonNumber(about);
   if (number == 0 && (about.m_Entry || about.m_Family == "property")) {
     now.m_Reason = PropertyReading(object, about);
+    const Field* const field = now.m_Reason.m_Measured.m_Field;
+    if (field != nullptr) now.m_Limits = LimitsText(object, field->m_Name);
     return now;
   }
   const Health health = HealthOf(card);
@@ -144,6 +150,7 @@ std::string CircumstancesText(const Circumstances& now, bool ascii) {
   std::string state;
   if (now.m_IsReported) state = *now.m_IsReported ? "reported" : "not reported";
   std::string readings = ReadingText(now.m_Reason, ascii);
+  if (!now.m_Limits.empty()) readings += fmt::format(" ({})", now.m_Limits);
   if (!state.empty() && !readings.empty()) readings = "; " + readings;
   if (!(state + readings).empty()) text += fmt::format("    now    {}{}\n", state, readings);
   return text;
@@ -245,6 +252,17 @@ Row RowOf(const Explanation& about) {
           std::nullopt};
 }
 
+// Continues each line that is wider than the terminal below its text.
+std::string Wrapped(const std::string& text, const Style& style) {
+  constexpr std::size_t kIndent = 11;
+  std::vector<std::string> lines;
+  boost::split(lines, boost::trim_right_copy_if(text, boost::is_any_of("\n")),
+               boost::is_any_of("\n"));
+  std::string wrapped;
+  for (const std::string& line : lines) wrapped += WrapText(line, style.m_Width, kIndent);
+  return wrapped;
+}
+
 CommandResult Run(Context& context) {
   const std::vector<Explanation> found = FindExplanations(context.m_Arguments[0]);
   std::optional<Model> model;
@@ -262,7 +280,7 @@ CommandResult Run(Context& context) {
   for (const Explanation& about : found) {
     std::optional<Circumstances> now;
     if (object != nullptr) now = CircumstancesOf(*model, *object, about);
-    *result.m_Text += EntryText(about, now, context.m_Style.m_Ascii);
+    *result.m_Text += Wrapped(EntryText(about, now, context.m_Style.m_Ascii), context.m_Style);
     result.m_Json["entries"].push_back(EntryJson(about, now));
     result.m_Table.m_Rows.push_back(RowOf(about));
   }

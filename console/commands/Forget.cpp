@@ -9,6 +9,7 @@
 #include "console/cli/CommandTable.h"
 #include "console/commands/StoredCard.h"
 #include "console/model/FieldTable.h"
+#include "console/model/Selectors.h"
 #include "console/plugin/CardLibraryGuard.h"
 #include "console/report/CommandContext.h"
 
@@ -42,11 +43,23 @@ bool IsOmitted(const std::string& serial) {
   });
 }
 
+// Throws `Failure` if `text` is another name of a card. What is deleted cannot be restored, and
+// only the serial number identifies a card for good.
+void RequireSerial(const Model& model, const std::string& text) {
+  const Object* const object = FindObject(model, text);
+  const std::string serial = object == nullptr ? std::string() : SerialOf(model, *object);
+  if (serial.empty()) return;
+  throw UsageFailure(
+      fmt::format("{} is not a serial number", text),
+      {fmt::format("For this card: corvane-host forget {}", serial), "Nothing was changed."});
+}
+
 // The presence that a running service has recorded is newer than `model`.
 KnownCard RequireMissing(Context& context, Service::StoredState& state, const std::string& serial) {
   const Model model = context.Objects();
   const auto card = FindKnownCard(state, serial);
   if (IsPresent(model, serial)) throw PresentFailure(serial);
+  if (!card) RequireSerial(model, serial);
   if (!card) throw UnknownCardFailure(ActionOf(serial));
   if (card->m_IsPresent && context.Open().IsShared()) throw PresentFailure(serial);
   if (IsOmitted(serial)) throw PresentFailure(serial);

@@ -1,5 +1,6 @@
 // get: raw values of one object.
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "console/cli/CommandTable.h"
 #include "console/model/PropertyName.h"
@@ -19,6 +20,23 @@ std::vector<NamedValue> ReadAll(const Object& object) {
   return values;
 }
 
+bool IsProperty(const std::string& word) {
+  return FindField(Kind::Plugin, word) != nullptr || FindField(Kind::Adapter, word) != nullptr ||
+         FindField(Kind::Drive, word) != nullptr;
+}
+
+// Throws `Failure` if the first word is a property, with the arguments in the right order.
+void RequireObjectFirst(const std::vector<std::string>& words, const Model& model) {
+  const std::string& first = words.front();
+  if (first == kAllObjects || !IsProperty(first) || FindObject(model, first) != nullptr) return;
+  const std::string others =
+      words.size() == 1 ? kAllObjects
+                        : fmt::format("{}", fmt::join(words.begin() + 1, words.end(), " "));
+  throw UsageFailure(fmt::format("'{}' is a property, not an object", first),
+                     {"Objects come before properties.",
+                      fmt::format("For example: corvane-host get {} {}", others, first)});
+}
+
 // Returns the number of arguments that name objects: the first, and those after it that name
 // objects and not properties.
 std::size_t CountObjects(const Context& context, const Model& model) {
@@ -26,10 +44,7 @@ std::size_t CountObjects(const Context& context, const Model& model) {
   std::size_t count = 1;
   while (count < words.size()) {
     const std::string& word = words[count];
-    const bool isProperty = FindField(Kind::Plugin, word) != nullptr ||
-                            FindField(Kind::Adapter, word) != nullptr ||
-                            FindField(Kind::Drive, word) != nullptr;
-    if (isProperty || (word != kAllObjects && FindObject(model, word) == nullptr)) break;
+    if (IsProperty(word) || (word != kAllObjects && FindObject(model, word) == nullptr)) break;
     ++count;
   }
   return count;
@@ -59,6 +74,7 @@ CommandResult ValuesOf(const Context& context, const Object& object,
 
 CommandResult Run(Context& context) {
   const Model model = context.Objects();
+  RequireObjectFirst(context.m_Arguments, model);
   const auto split =
       context.m_Arguments.begin() + static_cast<std::ptrdiff_t>(CountObjects(context, model));
   const std::vector<std::string> names(context.m_Arguments.begin(), split);

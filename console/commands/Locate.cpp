@@ -1,7 +1,9 @@
 // locate: the locate LED of a card.
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
+#include <boost/algorithm/string/predicate.hpp>
 #include <optional>
 
 #include "console/base/Deadline.h"
@@ -23,10 +25,21 @@ void RequireLocateLed(const Object& adapter) {
                 "no locate LED", {"Nothing was changed."});
 }
 
-bool ParseOnOff(const std::string& text) {
-  if (text == "on" || text == "off") return text == "on";
+bool IsOnOff(const std::string& text) {
+  return boost::iequals(text, "on") || boost::iequals(text, "off");
+}
+
+// Parses the last argument. The advice corrects the order of the arguments.
+bool ParseOnOff(const std::vector<std::string>& arguments) {
+  const std::string& text = arguments.back();
+  if (IsOnOff(text)) return boost::iequals(text, "on");
+  std::string corrected = "a0 on --for 5m";
+  if (IsOnOff(arguments.front())) {
+    corrected = fmt::format("{} {}", fmt::join(arguments.begin() + 1, arguments.end(), " "),
+                            arguments.front());
+  }
   throw UsageFailure(fmt::format("'{}' is not on or off", text),
-                     {"For example: corvane-host locate a0 on --for 5m"});
+                     {fmt::format("For example: corvane-host locate {}", corrected)});
 }
 
 // Switches the LED off, even after a stop signal, which would otherwise interrupt calls to a
@@ -148,7 +161,7 @@ CommandResult Switch(Context& context, const Model& model, const Object& adapter
 
 CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
-  const bool on = ParseOnOff(context.m_Arguments.back());
+  const bool on = ParseOnOff(context.m_Arguments);
   const auto duration = ParseDuration("--for", options.m_For);
   if (duration && !on) throw UsageFailure("--for applies to locate on only");
   const Model model = context.Objects();

@@ -1,4 +1,7 @@
 // metrics: print metrics, or write them to a file for a collector.
+#include <fmt/format.h>
+
+#include <boost/algorithm/string/predicate.hpp>
 #include <optional>
 
 #include "console/base/TextFile.h"
@@ -47,6 +50,15 @@ Json FamilyJson(const Family& family) {
   return json;
 }
 
+// The collector ignores all other files without a message.
+void NoteIgnoredFile(Context& context, const std::string& file) {
+  if (file.empty() || boost::ends_with(file, ".prom")) return;
+  context.m_Diagnostics.Note(
+      "IGNORED_FILE",
+      fmt::format("the textfile collector reads only files whose names end in .prom, not {}",
+                  file));
+}
+
 CommandResult Run(Context& context) {
   CommandResult result;
   const std::optional<Model> model = ReadObjects(context, result);
@@ -63,6 +75,7 @@ CommandResult Run(Context& context) {
   const std::vector<Family> families = CollectMetrics(input);
   const std::string& file = context.m_Options.m_TextFile;
   if (!file.empty()) ReplaceTextFile(file, PlainMetricsText(families));
+  NoteIgnoredFile(context, file);
   result.m_Text = file.empty() ? OpenMetricsText(families) : "";
   result.m_Json = {{"textfile", file.empty() ? Json() : Json(file)}, {"families", Json::array()}};
   for (const Family& family : families) result.m_Json["families"].push_back(FamilyJson(family));
@@ -82,7 +95,10 @@ Command MetricsCommand() {
   command.m_Run = Run;
   command.m_Description =
       "Prints OpenMetrics text to standard output. With --textfile, atomically replaces a file for "
-      "the node exporter instead.";
+      "the node exporter instead. A service also serves the metrics at /metrics of its socket and "
+      "of "
+      "its --listen address. Alert rules for Prometheus are in "
+      "share/corvane/prometheus/corvane.rules.yml of the installation.";
   command.m_Exits = {{5, "plug-in missing or incompatible; corvane_plugin_up 0 is printed"}};
   command.m_Examples = {{"metrics", "feed Prometheus", true},
                         {"metrics --textfile FILE.prom", "write a file for a node exporter"}};

@@ -60,12 +60,12 @@ std::string Links(const Model& model, const std::vector<std::uint64_t>& ids) {
   return texts.empty() ? "-" : fmt::format("{}", fmt::join(texts, ", "));
 }
 
-std::string OperationNames(const Object& object) {
+Cell OperationsCell(const Object& object) {
   std::vector<std::string> names;
   for (const PI::COperation& operation : object.m_Operations) {
     names.push_back(HostKit::NameOf(HostKit::Family::Operation, operation.m_OperationID));
   }
-  return names.empty() ? "-" : fmt::format("{}", fmt::join(names, ","));
+  return ListCell(names);
 }
 
 // Properties that are not in the field table are shown under their identifier.
@@ -97,7 +97,7 @@ Table TableOf(const Model& model, const Object& object, bool ascii) {
     add(field.m_Name, ObjectCell(object, field.m_Name, ascii));
   }
   AddOtherProperties(table, object, ascii);
-  add("operations", TextCell(OperationNames(object)));
+  add("operations", OperationsCell(object));
   return table;
 }
 

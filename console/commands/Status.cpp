@@ -173,13 +173,19 @@ std::string AdviceText(const std::string& advice, const std::string& place) {
   return advice.substr(0, end) + " in " + place + advice.substr(end);
 }
 
-// Puts the parts on one line, or each on a line of its own if the terminal is too narrow.
+// Puts the parts on one line. If the terminal is too narrow, the first part, which is the reading,
+// gets its own line, and if that is not enough, each part does.
 std::string PartsText(const std::vector<std::string>& parts, const Style& style) {
   const std::string margin(kIndent, ' ');
-  const std::string line = fmt::format("{}{}", margin, fmt::join(parts, kGap));
-  if (style.m_Width == 0 || ColumnsOf(line) <= style.m_Width) return line + "\n";
+  const auto lineOf = [&](std::size_t first) {
+    return fmt::format("{}{}", margin, fmt::join(parts.begin() + first, parts.end(), kGap));
+  };
   std::string text;
-  for (const std::string& part : parts) text += WrapText(margin + part, style.m_Width, 2 * kIndent);
+  for (std::size_t first = 0; first < parts.size(); ++first) {
+    const std::string rest = lineOf(first);
+    if (style.m_Width == 0 || ColumnsOf(rest) <= style.m_Width) return text + rest + "\n";
+    text += WrapText(margin + parts[first], style.m_Width, 2 * kIndent);
+  }
   return text;
 }
 
@@ -189,8 +195,7 @@ std::string ReasonLine(const Model& model, const Object& object, const Reason& r
   if (!reason.m_Advice.empty()) {
     parts.push_back(AdviceText(reason.m_Advice, PlaceText(model, object)));
   }
-  // A reason without a number is this host's own.
-  parts.push_back(reason.m_Number == 0 ? "show " + object.m_Selector : "explain " + reason.m_Name);
+  parts.push_back("explain " + reason.m_Name);
   return PartsText(parts, style);
 }
 
@@ -226,8 +231,8 @@ bool IsShown(const StatusEntry& entry) {
          (!IsHealthy(status) && !RepeatsCard(*entry.m_pObject, status));
 }
 
-std::string HealthyText(std::size_t healthy, std::size_t cards) {
-  if (healthy == 0) return {};
+std::string HealthyText(std::size_t healthy, std::size_t cards, bool isSelection) {
+  if (cards == 0 || (healthy == 0 && isSelection)) return {};
   const std::string count =
       healthy == cards ? std::to_string(cards) : fmt::format("{} of {}", healthy, cards);
   return fmt::format("{} card{} ok\n", count, cards == 1 ? "" : "s");
@@ -251,14 +256,16 @@ std::vector<const StatusEntry*> SortedEntries(const Model& model,
 std::string Text(const Model& model, const std::vector<StatusEntry>& all, const Style& style) {
   std::string text;
   std::size_t cards = 0, healthy = 0;
+  bool isSelection = false;
   for (const StatusEntry* entry : SortedEntries(model, all)) {
     const bool isCard = entry->m_pObject->m_Kind == Kind::Adapter;
     const bool isShown = IsShown(*entry);
     if (isShown) text += HealthText(model, *entry, style);
+    isSelection = isSelection || entry->m_IsNamed;
     if (isCard) ++cards;
     if (isCard && !isShown) ++healthy;
   }
-  return text + HealthyText(healthy, cards);
+  return text + HealthyText(healthy, cards, isSelection);
 }
 
 void AddAcknowledgments(StatusEntry& entry, const std::vector<Acknowledgment>& all) {

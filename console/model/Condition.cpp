@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 #include <cstring>
 
@@ -65,16 +66,36 @@ bool IsEqual(const Value& value, const std::string& expected) {
   return boost::iequals(actual, expected);
 }
 
+bool IsRatio(const std::string& property) {
+  const Kind kinds[] = {Kind::Adapter, Kind::Drive};
+  return std::any_of(std::begin(kinds), std::end(kinds), [&](Kind kind) {
+    const Field* field = FindField(kind, property);
+    return field != nullptr && field->m_Kind == ValueKind::Ratio;
+  });
+}
+
 // Converts a percentage to a ratio if the property is a ratio; returns any other text unchanged.
 std::string PercentToRatio(const std::string& property, const std::string& text) {
   if (text.empty() || text.back() != '%') return text;
   const auto number = ReadNumber<double>(text.substr(0, text.size() - 1));
-  const Kind kinds[] = {Kind::Adapter, Kind::Drive};
-  const bool isRatio = std::any_of(std::begin(kinds), std::end(kinds), [&](Kind kind) {
-    const Field* field = FindField(kind, property);
-    return field != nullptr && field->m_Kind == ValueKind::Ratio;
-  });
-  return number && isRatio ? fmt::format("{}", *number / 100) : text;
+  return number && IsRatio(property) ? fmt::format("{}", *number / 100) : text;
+}
+
+// Tables show ratios in percent, so a number above 1 is meant as a percentage. Throws `Failure`
+// instead of comparing with a hundred times the intended value.
+void RequireRatio(const std::string& property, const std::string& op, const std::string& text) {
+  const auto number = ReadNumber<double>(text);
+  if (!number || *number <= 1 || !IsRatio(property)) return;
+  throw UsageFailure(fmt::format("{} is not a ratio from 0 to 1", text),
+                     {fmt::format("For {} percent: '{}{}{}%'", text, property, op, text)});
+}
+
+// Returns the caption of a reason, or its name if it has none.
+std::string CaptionOf(const std::string& name) {
+  using HostKit::Family;
+  const std::uint32_t number = HostKit::NumberOf(Family::Value, boost::to_upper_copy(name));
+  const std::string caption = number == 0 ? "" : HostKit::CaptionOf(Family::Value, number);
+  return caption.empty() ? name : caption;
 }
 
 // Returns the captions of a list of reasons, and the text for people of any other value.
@@ -84,10 +105,7 @@ std::string MeaningOf(const Value& value, bool ascii) {
   if (names == nullptr) return Base::Printable(HumanText(value, ascii));
   std::string text;
   for (const std::string& name : *names) {
-    using HostKit::Family;
-    const std::uint32_t number = HostKit::NumberOf(Family::Value, name);
-    const std::string caption = number == 0 ? "" : HostKit::CaptionOf(Family::Value, number);
-    text += (text.empty() ? "" : ", ") + (caption.empty() ? name : caption);
+    text += (text.empty() ? "" : ", ") + CaptionOf(name);
   }
   return Base::Printable(text);
 }
@@ -123,6 +141,7 @@ Condition::Condition(const std::string& text) : m_Text(text) {
     }
     m_Property = text.substr(0, at);
     m_Operator = name;
+    RequireRatio(m_Property, m_Operator, text.substr(at + m_Operator.size()));
     m_Value = PercentToRatio(m_Property, text.substr(at + m_Operator.size()));
     break;
   }
@@ -143,6 +162,9 @@ Condition::Outcome Condition::Check(const Object& object, bool ascii) const {
     outcome.m_IsMet = IsHealthy(value);
   } else if (m_Operator == "=") {
     outcome.m_IsMet = IsEqual(value, m_Value);
+    // One of several reasons has ended the wait.
+    const bool isList = std::holds_alternative<std::vector<std::string>>(value.m_Data);
+    if (outcome.m_IsMet && isList) outcome.m_Meaning = CaptionOf(m_Value);
   } else if (m_Operator == "!=") {
     outcome.m_IsMet = !IsEqual(value, m_Value);
   } else if (const auto seen = ReadNumber<double>(outcome.m_Seen)) {

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/erase.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 
 #include "console/model/PropertyConversion.h"
@@ -118,6 +119,16 @@ Value ReadPciAddress(const Object& object) {
   return {ValueKind::PciAddress, text, Severity::Neutral};
 }
 
+constexpr const char* kDateSuffix = "_date";
+
+// The plug-in adds a time of day to some dates, which is always midnight.
+Value WithoutMidnight(Value date) {
+  constexpr const char* kMidnight = " 00:00";
+  auto* const text = std::get_if<std::string>(&date.m_Data);
+  if (text != nullptr && boost::ends_with(*text, kMidnight)) boost::erase_last(*text, kMidnight);
+  return date;
+}
+
 }  // namespace
 
 const std::vector<Field>& FieldsOf(Kind kind) {
@@ -157,7 +168,8 @@ Value ReadField(const Object& object, const Field& field) {
   if (field.m_Kind == ValueKind::PciAddress) return ReadPciAddress(object);
   const PI::CProperty* property = object.Find(field.m_PropertyID);
   if (property == nullptr) return {field.m_Kind, {}, Severity::Neutral};
-  return Convert(*property, field.m_Kind, field.m_UnknownEncoding);
+  const Value value = Convert(*property, field.m_Kind, field.m_UnknownEncoding);
+  return boost::ends_with(field.m_Name, kDateSuffix) ? WithoutMidnight(value) : value;
 }
 
 Value ReadField(const Object& object, const std::string& name) {

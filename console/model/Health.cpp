@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <boost/algorithm/string/replace.hpp>
 #include <cstring>
 #include <utility>
 
@@ -100,7 +101,7 @@ struct AccessRow {
 
 constexpr AccessRow kAccessReasons[] = {
     {Access::Missing, kMissing, "Card missing",
-     "Reseat the card. If it was removed for good, remove it from the known cards with forget."},
+     "Reseat the card. If it was removed for good, run: corvane-host forget SERIAL"},
     {Access::Unreadable, kUnreadable, "Card cannot be read",
      "Check the kernel log for messages of the card's driver, and reseat or replace the card."},
 };
@@ -124,7 +125,8 @@ Reason AccessReason(const Object& adapter) {
     if (row.m_Access != adapter.m_Access) continue;
     reason.m_Name = row.m_Name;
     reason.m_Caption = row.m_Caption;
-    reason.m_Advice = row.m_Advice;
+    reason.m_Advice = boost::replace_all_copy(std::string(row.m_Advice), "SERIAL",
+                                              FieldText(adapter, "serial_number"));
   }
   const std::string cause = FieldText(adapter, "unreadable_reason");
   const std::string place = PlaceText(adapter);

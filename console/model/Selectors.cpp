@@ -161,10 +161,11 @@ const Object& RequireReported(const Object& object, const std::string& text) {
   const std::string serial = FieldText(object, "serial_number");
   std::vector<std::string> advice = {"Nothing was changed.",
                                      "See: corvane-host status " + object.m_Selector};
-  throw Failure(ExitCode::Refused, isMissing ? "CARD_MISSING" : "CARD_UNREADABLE", text,
-                fmt::format("{} {}", serial.empty() ? "the card" : "card " + serial,
-                            isMissing ? "is missing" : "cannot be read"),
-                advice);
+  throw Failure(
+      ExitCode::Refused, isMissing ? "CARD_MISSING" : "CARD_UNREADABLE", text,
+      fmt::format("{} {}", serial.empty() || serial == text ? "the card" : "card " + serial,
+                  isMissing ? "is missing" : "cannot be read"),
+      advice);
 }
 
 const Object& SelectReported(const Model& model, const std::string& text) {

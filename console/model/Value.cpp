@@ -4,22 +4,10 @@
 #include <fmt/ranges.h>
 
 #include "base/Printable.h"
+#include "console/model/SizeText.h"
 
 namespace Console {
 namespace {
-
-std::string ScaledBytes(std::uint64_t bytes) {
-  static constexpr const char* kSymbols[] = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-  auto scaled = static_cast<double>(bytes);
-  std::size_t symbol = 0;
-  // Sector sizes such as 4096 are customarily given in bytes.
-  if (bytes <= 4096) return fmt::format("{} B", bytes);
-  while (scaled >= 1024 && symbol + 1 < std::size(kSymbols)) {
-    scaled /= 1024;
-    ++symbol;
-  }
-  return fmt::format("{:.1f} {}", scaled, kSymbols[symbol]);
-}
 
 std::string HumanNumber(double number, ValueKind kind, bool ascii) {
   switch (kind) {
@@ -35,7 +23,7 @@ std::string HumanNumber(double number, ValueKind kind, bool ascii) {
 }
 
 std::string HumanCount(std::uint64_t number, ValueKind kind) {
-  if (kind == ValueKind::Bytes) return ScaledBytes(number);
+  if (kind == ValueKind::Bytes) return DecimalSizeText(number);
   if (kind == ValueKind::Seconds) return fmt::format("{} s", number);
   return fmt::format("{}", number);
 }
@@ -67,6 +55,9 @@ std::string HumanText(const Value& value, bool ascii) {
     return HumanCount(*count, value.m_Kind);
   }
   if (const auto* text = std::get_if<std::string>(&value.m_Data)) return *text;
+  if (const auto* texts = std::get_if<std::vector<std::string>>(&value.m_Data)) {
+    return fmt::format("{}", fmt::join(*texts, ", "));
+  }
   return BareText(value);
 }
 

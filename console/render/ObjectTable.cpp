@@ -4,17 +4,19 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <boost/algorithm/string/predicate.hpp>
 
+#include "base/Printable.h"
 #include "console/base/Failure.h"
 #include "console/model/FieldTable.h"
 
 namespace Console {
 namespace {
 
-std::string Ids(const std::vector<std::uint64_t>& ids) {
+Cell IdsCell(const std::vector<std::uint64_t>& ids) {
   std::vector<std::string> texts;
   for (const std::uint64_t id : ids) texts.push_back(IdText(id));
-  return texts.empty() ? "-" : fmt::format("{}", fmt::join(texts, ","));
+  return ListCell(texts);
 }
 
 // Columns whose value comes from the object itself instead of a property.
@@ -28,8 +30,8 @@ const BuiltinColumn kBuiltinColumns[] = {
     {"object", "OBJECT", [](const Object& o) { return TextCell(o.m_Selector); }},
     {"type", "TYPE", [](const Object& o) { return TextCell(KindName(o.m_Kind)); }},
     {"id", "ID", [](const Object& o) { return TextCell(IdText(o)); }},
-    {"parents", "PARENTS", [](const Object& o) { return TextCell(Ids(o.m_Parents)); }},
-    {"children", "CHILDREN", [](const Object& o) { return TextCell(Ids(o.m_Children)); }},
+    {"parents", "PARENTS", [](const Object& o) { return IdsCell(o.m_Parents); }},
+    {"children", "CHILDREN", [](const Object& o) { return IdsCell(o.m_Children); }},
 };
 
 constexpr Kind kKinds[] = {Kind::Adapter, Kind::Drive, Kind::Plugin};
@@ -41,9 +43,15 @@ const BuiltinColumn* FindBuiltinColumn(const std::string& name) {
   return nullptr;
 }
 
+// Headings are accepted too, because people read them in the table.
 const Field* FindFieldOfAnyKind(const std::string& name) {
   for (const Kind kind : kKinds) {
     if (const Field* field = FindField(kind, name)) return field;
+  }
+  for (const Kind kind : kKinds) {
+    for (const Field& field : FieldsOf(kind)) {
+      if (boost::iequals(name, field.m_Heading)) return &field;
+    }
   }
   return nullptr;
 }
@@ -68,6 +76,12 @@ Column CreateColumn(const std::string& name) {
 }
 
 }  // namespace
+
+Cell ListCell(const std::vector<std::string>& texts) {
+  if (texts.empty()) return TextCell("-");
+  return {fmt::format("{}", fmt::join(texts, ", ")),
+          Base::Printable(fmt::format("{}", fmt::join(texts, ","))), Severity::Neutral};
+}
 
 std::vector<std::string> ObjectColumnNames() {
   std::vector<std::string> names;

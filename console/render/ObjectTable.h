@@ -9,6 +9,10 @@
 
 namespace Console {
 
+// Returns a cell with a list; "-" if it is empty. People get spaces after the commas, at which long
+// lists are wrapped.
+Cell ListCell(const std::vector<std::string>& texts);
+
 // Returns the names of all columns that such a table can have.
 std::vector<std::string> ObjectColumnNames();
 

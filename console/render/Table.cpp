@@ -97,9 +97,14 @@ Cell TextCell(const std::string& text) {
   return {text, Base::Printable(text), Severity::Neutral};
 }
 
-// Healthy values, and the status of a detached object, are shown in lower case.
+// Healthy values, and the status of a detached object, are shown in lower case. Narrow tables leave
+// no room for a space before the unit of a temperature.
 Cell ValueCell(const Value& value, bool ascii) {
   Cell cell{HumanText(value, ascii), BareText(value), value.m_Severity};
+  if (value.m_Kind == ValueKind::Celsius) {
+    cell.m_Human.erase(std::remove(cell.m_Human.begin(), cell.m_Human.end(), ' '),
+                       cell.m_Human.end());
+  }
   const auto* text = std::get_if<std::string>(&value.m_Data);
   const bool isDetached = value.m_Kind == ValueKind::Choice && text && *text == kDetached;
   if (value.m_Severity == Severity::Good || isDetached) {

@@ -9,8 +9,8 @@
 #include "console/base/Timestamp.h"
 #include "console/model/CardLimits.h"
 #include "console/model/Health.h"
+#include "console/model/SizeText.h"
 #include "console/render/ObjectTable.h"
-#include "console/report/Limits.h"
 
 namespace Console {
 namespace {
@@ -28,16 +28,11 @@ struct RowContext {
   bool m_IsAcknowledged = false;
 };
 
-// Marks a value that has reached its limit. The narrow table leaves no room for a space before the
-// unit of a temperature.
+// Marks a value that has reached its limit.
 Cell ReadingCell(const RowContext& row, const char* name) {
   if (FindField(row.m_Object.m_Kind, name) == nullptr) return {"", "-"};
   const Value value = ReadField(row.m_Object, name);
   Cell cell = ValueCell(value, row.m_Style.m_Ascii);
-  if (value.m_Kind == ValueKind::Celsius) {
-    cell.m_Human.erase(std::remove(cell.m_Human.begin(), cell.m_Human.end(), ' '),
-                       cell.m_Human.end());
-  }
   cell.m_Severity = LimitSeverity(row.m_Object, name);
   if (cell.m_Severity != Severity::Neutral) cell.m_Human += '!';
   return cell;
@@ -47,10 +42,10 @@ Cell FieldCell(const RowContext& row, const char* name) {
   return ObjectCell(row.m_Object, name, row.m_Style.m_Ascii);
 }
 
-Cell SizeCell(const RowContext& row) {
+Cell BinarySizeCell(const RowContext& row) {
   const Value value = ReadField(row.m_Object, "formatted_size_bytes");
   const auto* bytes = std::get_if<std::uint64_t>(&value.m_Data);
-  return TextCell(bytes == nullptr ? "-" : DecimalSizeText(*bytes));
+  return TextCell(bytes == nullptr ? "-" : BinarySizeText(*bytes));
 }
 
 // A missing card is listed with a dash instead of its selector, because its slot is empty.
@@ -96,9 +91,9 @@ const std::vector<ListColumn>& Columns() {
      [](const RowContext& row) { return ReadingCell(row, "reserve_space_ratio"); }},
     {{"USED",     "endurance_used_ratio", true,  false, 0,  4,  false}, false,
      [](const RowContext& row) { return ReadingCell(row, "endurance_used_ratio"); }},
-    {{"SIZE",     "formatted_size_bytes", true,  false, 0,  5,  false}, false, SizeCell},
-    {{"TIB",      "formatted_size_bytes", true,  false, 0,  10, false}, true,
+    {{"SIZE",     "formatted_size_bytes", true,  false, 0,  5,  false}, false,
      [](const RowContext& row) { return FieldCell(row, "formatted_size_bytes"); }},
+    {{"BINARY",   "formatted_size_bytes", true,  false, 0,  10, false}, true,  BinarySizeCell},
     {{"SLOT",     "pci_slot",             true,  false, 0,  2,  false}, false,
      [](const RowContext& row) { return FieldCell(row, "pci_slot"); }},
     {{"SERIAL",   "serial_number",        false, false, 0,  0,  false}, false,

@@ -6,7 +6,9 @@
 #include <optional>
 
 #include "base/Printable.h"
+#include "console/base/DateTimeText.h"
 #include "console/base/Timestamp.h"
+#include "console/model/SizeText.h"
 #include "console/render/Bar.h"
 #include "console/render/TextWidth.h"
 #include "console/report/Limits.h"
@@ -121,13 +123,25 @@ std::optional<double> FilledRatio(const Object& object, const std::string& name)
   return std::nullopt;
 }
 
+// Returns a size in powers of 1024 as well, because file systems and partitions are sized in them.
+std::string BinaryText(const Object& object, const std::string& name) {
+  const Field* const field = FindField(object.m_Kind, name);
+  if (field == nullptr || field->m_Kind != ValueKind::Bytes) return {};
+  const Value value = ReadField(object, *field);
+  const auto* bytes = std::get_if<std::uint64_t>(&value.m_Data);
+  if (bytes == nullptr || BinarySizeText(*bytes) == DecimalSizeText(*bytes)) return {};
+  return fmt::format(" ({})", BinarySizeText(*bytes));
+}
+
 constexpr std::size_t kValueColumns = 8;  // lines up the bars below each other
 constexpr std::size_t kBarColumns = 12;
 
 std::string ValueText(const Object& object, const std::string& name, const Cell& cell,
                       const Style& style) {
-  if (cell.m_Time != 0 && style.m_LocalTime) return LocalTimeText(cell.m_Time);
-  const std::string value = Base::Printable(cell.m_Human);
+  if (cell.m_Time != 0) {
+    return DateTimeText(cell.m_Time, style.m_LocalTime ? TimeZone::Local : TimeZone::Utc);
+  }
+  const std::string value = Base::Printable(cell.m_Human) + BinaryText(object, name);
   const auto ratio = FilledRatio(object, name);
   if (!ratio) return value;
   const std::string limits = LimitsText(object, name);

@@ -12,6 +12,7 @@ namespace {
 
 // The limits have no unit, because they follow the measured value.
 std::string NumberText(double number, const Field& field) {
+  if (field.m_Kind == ValueKind::Watts) return fmt::format("{:.1f}", number);
   return fmt::format("{:.0f}", field.m_Kind == ValueKind::Ratio ? number * 100 : number);
 }
 
@@ -27,21 +28,6 @@ std::string LimitsText(const Object& object, const std::string& field) {
                         NumberText(*value, *measured));
   }
   return text;
-}
-
-std::string DecimalSizeText(std::uint64_t bytes) {
-  static constexpr const char* kSymbols[] = {"B", "kB", "MB", "GB", "TB", "PB", "EB"};
-  // 999.5 would be rounded to 1000, which has four digits.
-  constexpr double kNextUnit = 999.5;
-  auto scaled = static_cast<double>(bytes);
-  std::size_t symbol = 0;
-  while (scaled >= kNextUnit && symbol + 1 < std::size(kSymbols)) {
-    scaled /= 1000;
-    ++symbol;
-  }
-  if (symbol == 0) return fmt::format("{} B", bytes);
-  const int decimals = scaled < 9.995 ? 2 : scaled < 99.95 ? 1 : 0;
-  return fmt::format("{:.{}f} {}", scaled, decimals, kSymbols[symbol]);
 }
 
 }  // namespace Console

@@ -12,8 +12,4 @@ namespace Console {
 // reports none.
 std::string LimitsText(const Object& object, const std::string& field);
 
-// Formats a size with three significant digits in decimal units, as vendors state it: "785 GB",
-// "2.40 TB".
-std::string DecimalSizeText(std::uint64_t bytes);
-
 }  // namespace Console

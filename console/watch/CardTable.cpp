@@ -10,6 +10,7 @@
 #include "console/model/FieldTable.h"
 #include "console/model/Health.h"
 #include "console/render/HealthCells.h"
+#include "console/render/Table.h"
 
 namespace Console {
 namespace {
@@ -52,7 +53,7 @@ std::size_t ObjectWidth(const std::vector<const Object*>& objects) {
 }
 
 std::string Human(const Value& value, bool ascii) {
-  return Base::Printable(HumanText(value, ascii));
+  return Base::Printable(ValueCell(value, ascii).m_Human);
 }
 
 std::optional<double> Number(const Value& value) {

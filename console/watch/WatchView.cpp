@@ -11,10 +11,12 @@
 #include <utility>
 
 #include "base/Printable.h"
+#include "console/base/DateTimeText.h"
 #include "console/base/Timestamp.h"
 #include "console/model/FieldTable.h"
 #include "console/model/Health.h"
 #include "console/render/HealthCells.h"
+#include "console/render/ObjectTable.h"
 #include "console/render/Table.h"
 #include "console/report/CardList.h"
 #include "console/watch/CardTable.h"
@@ -199,6 +201,12 @@ bool IsFound(const Model& model, const Object& card, const std::string& text) {
   });
 }
 
+// All times on the screen are local.
+std::string DetailText(const Cell& cell) {
+  return cell.m_Time != 0 ? DateTimeText(cell.m_Time, TimeZone::Local)
+                          : Base::Printable(cell.m_Human);
+}
+
 }  // namespace
 
 std::vector<Line> WatchView::Draw(const LiveModel& live, ScreenSize size, std::uint64_t nowMs) {
@@ -231,8 +239,9 @@ Line WatchView::Footer(ScreenSize size) const {
     text = fmt::format(" q quit  ? help  e events  Enter details  / find  s sort ({})  l locate",
                        kOrders[m_Sort].m_Name);
     if (!m_Find.empty() || m_IsFinding) {
-      text = fmt::format(" find: {}{}   Enter keep   Esc show all", Base::Printable(m_Find),
-                         m_IsFinding ? "_" : "");
+      text = fmt::format(" find: {}   {}   Esc show all",
+                         Base::Printable(m_Find) + (m_IsFinding ? "_" : ""),
+                         m_IsFinding ? "Enter keep" : "Enter details");
     }
   }
   if (!m_Message.empty()) text = " " + Base::Printable(m_Message);
@@ -305,9 +314,9 @@ std::vector<Line> WatchView::DrawObject(const LiveModel& live, ScreenSize size) 
       {{Fit("status", kNames)}, {StatusText(health.m_Status), health.m_Status.m_Severity}}};
   AddReasons(lines, health, m_Ascii);
   for (const Field& field : FieldsOf(object->m_Kind)) {
-    const Value value = ReadField(*object, field);
-    lines.push_back({{Fit(field.m_Name, kNames)},
-                     {Base::Printable(HumanText(value, m_Ascii)), value.m_Severity}});
+    if (field.m_Name == std::string("status")) continue;  // in the first line
+    const Cell cell = ObjectCell(*object, field.m_Name, m_Ascii);
+    lines.push_back({{Fit(field.m_Name, kNames)}, {DetailText(cell), cell.m_Severity}});
   }
   for (Line& line : lines) line = ShortenLine(line, size.m_Columns, m_Ascii);
   Lines page = {Heading(fmt::format("{}  {}", object->m_Selector, IdText(*object)))};

@@ -30,6 +30,7 @@ set(THROUGH_SERVICE
 
 # The suites that only run directly, and the reasons.
 set(NOT_THROUGH_SERVICE
+  "advice|most messages need no plug-in"
   "ansible|starts a service, which the playbook needs"
   "api|tests the service itself"
   "browser|tests the service itself"

@@ -27,6 +27,9 @@ setup_file() {
   CORVANE_DATABASE="$log" keep offset host events --since 2026-11-20T06:31:01+01:00 -o tsv -H &
   CORVANE_DATABASE="$log" keep newest host events --limit 2 -o tsv -H &
   wait
+  CORVANE_DATABASE="$log" keep to host events --since 2026-11-20 --to "2026-11-20 05:31:01 UTC" -o tsv -H &
+  CORVANE_DATABASE="$log" keep narrow screen 40x60 ends 0 print -- \
+    corvane-host "$(CORVANE_DATABASE="$log" cards_option "$CARDSIM_STATE")" events &
   CORVANE_DATABASE="$log" keep card host events a0 -o tsv -H &
   CORVANE_DATABASE="$log" keep drive host events a0/d0 -o tsv -H &
   CORVANE_DATABASE="$log" keep plugin host events plugin -o tsv -H &
@@ -170,6 +173,17 @@ texts() { out "$1" | cut -f 6 | tr '\n' '|'; }
   same "New size.|Card removed.|An old entry.|" "$(texts second)"
   same "Card removed.|An old entry.|" "$(texts offset)"
   same "Card removed.|An old entry.|" "$(texts newest)"
+}
+
+@test "--to selects events before that time" {
+  same "Back to normal.|New size.|" "$(texts to)"
+}
+
+@test "events are wrapped on a terminal that is too narrow for the table" {
+  ended narrow 0
+  grep -qx "2026-11-20 06:00:00 UTC  a0  error  10957" "$BATS_FILE_TMPDIR/narrow.out"
+  grep -qx "  CTRL_INTERNAL_ERROR" "$BATS_FILE_TMPDIR/narrow.out"
+  grep -qx "  An old entry." "$BATS_FILE_TMPDIR/narrow.out"
 }
 
 @test "--since accepts days and durations" {

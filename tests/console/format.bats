@@ -43,7 +43,7 @@ setup_file() {
 @test "format --dry-run prints the plan and changes nothing" {
   ended dry 0
   same "  Drive   a0/d0, DriveA (0), serial S100, slot 5, PCI 0000:3b:02.1
-  Change  819.2 GiB -> about 512.0 GiB (50 %), sectors 512 B -> 4096 B
+  Change  880 GB -> about 550 GB (50 %), sectors 512 B -> 4096 B
   ALL DATA ON THIS DRIVE WILL BE LOST. This cannot be undone.
 Nothing was changed." "$(out dry)"
   ended dryjson 0
@@ -64,7 +64,7 @@ Nothing was changed." "$(out dry)"
 
 @test "format accepts a percent sign and reports an unchanged sector size" {
   ended sign 0
-  grep -qx "  Change  819.2 GiB -> about 512.0 GiB (50 %), sectors 512 B (unchanged)" \
+  grep -qx "  Change  880 GB -> about 550 GB (50 %), sectors 512 B (unchanged)" \
     "$BATS_FILE_TMPDIR/sign.out"
 }
 
@@ -104,7 +104,7 @@ Nothing was changed." "$(out dry)"
 
 @test "format with the serial number shows the new size" {
   ended confirm 0
-  same "Done. a0/d0: 512.0 GiB, 4096 B sectors." "$(untimed confirm)"
+  same "Done. a0/d0: 550 GB, 4096 B sectors." "$(untimed confirm)"
   same "Formatting a0/d0 ..." "$(err confirm)"
   same 549755813888 "$(card confirm iom_format_size_bytes)"
   same 4096 "$(card confirm sector_size_bytes)"

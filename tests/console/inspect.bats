@@ -39,18 +39,18 @@ a0  ok       48°C     97 %  25 %   880 GB     5  S100" "$(out list)"
 
 @test "list --long adds names, addresses, binary sizes and drives" {
   ended listlong 0
-  same "ID STATUS TEMP RESERVE USED SIZE TIB SLOT SERIAL PCI NAME
-a1 WARNING - - 2 % 2.60 TB 2.4 TiB 2 S200 0000:5e:00.0 MOLT EP PX600 (2)
-a1/d0 available 2.60 TB 2.4 TiB MOLT EP PX600 2.6TB (0)
-a0 ok 48°C 97 % 25 % 880 GB 819.2 GiB 5 S100 0000:3b:02.1 SanDisk BoardA (1)
-a0/d0 available 880 GB 819.2 GiB DriveA (0)" "$(out listlong | sed 's/  */ /g')"
+  same "ID STATUS TEMP RESERVE USED SIZE BINARY SLOT SERIAL PCI NAME
+a1 WARNING - - 2 % 2.60 TB 2.36 TiB 2 S200 0000:5e:00.0 MOLT EP PX600 (2)
+a1/d0 available 2.60 TB 2.36 TiB MOLT EP PX600 2.6TB (0)
+a0 ok 48°C 97 % 25 % 880 GB 819 GiB 5 S100 0000:3b:02.1 SanDisk BoardA (1)
+a0/d0 available 880 GB 819 GiB DriveA (0)" "$(out listlong | sed 's/  */ /g')"
 }
 
 @test "list -c chooses the columns, and fills those of drives" {
   ended chosen 0
-  same "OBJECT      SIZE
-a1       2.4 TiB
-a0     819.2 GiB" "$(out chosen)"
+  same "OBJECT    SIZE
+a1     2.60 TB
+a0      880 GB" "$(out chosen)"
 }
 
 @test "-c help lists the columns" {
@@ -65,20 +65,20 @@ a0     819.2 GiB" "$(out chosen)"
 
 @test "tree draws plug-in, adapters and drives" {
   ended tree 0
-  same "OBJECT    NAME                    STATUS     TEMP RESERVE      SIZE PCI          SERIAL
+  same "OBJECT    NAME                    STATUS    TEMP RESERVE    SIZE PCI          SERIAL
 plugin    SanDisk-Plugin
-├─a0      SanDisk BoardA (1)      ok        48 °C    97 % 819.2 GiB 0000:3b:02.1 S100
-│ └─a0/d0 DriveA (0)              available               819.2 GiB
-└─a1      MOLT EP PX600 (2)       WARNING       -       -   2.4 TiB 0000:5e:00.0 S200
-  └─a1/d0 MOLT EP PX600 2.6TB (0) available                 2.4 TiB" "$(out tree)"
+├─a0      SanDisk BoardA (1)      ok        48°C    97 %  880 GB 0000:3b:02.1 S100
+│ └─a0/d0 DriveA (0)              available               880 GB
+└─a1      MOLT EP PX600 (2)       WARNING      -       - 2.60 TB 0000:5e:00.0 S200
+  └─a1/d0 MOLT EP PX600 2.6TB (0) available              2.60 TB" "$(out tree)"
 }
 
 @test "tree --long also shows ids, parents, reasons and sizes" {
   ended long 0
   same "plugin 0x0130000000000000 - SanDisk-Plugin
-├─a0 0x0130000000000001 0x0130000000000000 SanDisk BoardA (1) ok ATTACHED 48 °C 97 % 1.0 TiB 819.2 GiB 0000:3b:02.1 S100
-│ └─a0/d0 0x0130000000000002 0x0130000000000001 DriveA (0) available 1.0 TiB 819.2 GiB 512 B
-└─a1 0x0130000000000003 0x0130000000000000 MOLT EP PX600 (2) WARNING TEMPERATURE_ABOVE_WARN,ATTACHED - - 2.0 TiB 2.4 TiB 0000:5e:00.0 S200" \
+├─a0 0x0130000000000001 0x0130000000000000 SanDisk BoardA (1) ok ATTACHED 48°C 97 % 1.10 TB 880 GB 0000:3b:02.1 S100
+│ └─a0/d0 0x0130000000000002 0x0130000000000001 DriveA (0) available 1.10 TB 880 GB 512 B
+└─a1 0x0130000000000003 0x0130000000000000 MOLT EP PX600 (2) WARNING TEMPERATURE_ABOVE_WARN, ATTACHED - - 2.20 TB 2.60 TB 0000:5e:00.0 S200" \
     "$(out long | sed -e 1d -e 's/  */ /g' | head -4)"
 }
 
@@ -88,20 +88,20 @@ plugin    SanDisk-Plugin
   text=$(out show | sed -e 's/^ *//' -e 's/  */ /g')
   for line in "object a0" "type adapter" "id 0x0130000000000001" \
     "parents plugin (0x0130000000000000)" "children a0/d0 (0x0130000000000002)" \
-    "name SanDisk BoardA (1)" "status ok" "status_reasons ATTACHED" "temperature_celsius 48 °C ███████░░░░░ warning 78, critical 85" \
-    "reserve_space_ratio 97 % ████████████ warning 10" "written_bytes 1.0 TiB" "endurance_used_ratio 25 % ███░░░░░░░░░" "pci_slot 5" \
+    "name SanDisk BoardA (1)" "status ok" "status_reasons ATTACHED" "temperature_celsius 48°C ███████░░░░░ warning 78, critical 85" \
+    "reserve_space_ratio 97 % ████████████ warning 10" "written_bytes 1.10 TB (1.00 TiB)" "endurance_used_ratio 25 % ███░░░░░░░░░" "pci_slot 5" \
     "serial_number S100"; do
     grep -qxF "$line" <<<"$text" || { echo "missing: $line"; false; }
   done
-  grep -q "^operations OP_LOCATE_DEVICE," <<<"$text"
+  grep -qxF "operations OP_LOCATE_DEVICE, OP_STOP_LOCATE_DEVICE, OP_ATTACH, OP_DETACH" <<<"$text"
 }
 
 @test "show prints the sizes of a drive" {
   ended drive 0
   local text
   text=$(out drive | sed -e 's/^ *//' -e 's/  */ /g')
-  for line in "parents a0 (0x0130000000000001)" "status available" "physical_size_bytes 1.0 TiB" \
-    "formatted_size_bytes 819.2 GiB" "formatted_ratio 80 % ██████████░░" "sector_size_bytes 512 B"; do
+  for line in "parents a0 (0x0130000000000001)" "status available" "physical_size_bytes 1.10 TB (1.00 TiB)" \
+    "formatted_size_bytes 880 GB (819 GiB)" "formatted_ratio 80 % ██████████░░" "sector_size_bytes 512 B"; do
     grep -qxF "$line" <<<"$text" || { echo "missing: $line"; false; }
   done
 }

@@ -73,6 +73,7 @@ print(*names)'
   grep -E '^  status +MISSING' <<<"$(host show a1)"
   grep -F 'Card missing: last seen 20' <<<"$(host status)"
   grep -F 'at PCI 0000:04:00.0, slot 7' <<<"$(host status a1)"
+  grep -F 'run: corvane-host forget FA00000002     explain MISSING' <<<"$(host status a1)"
   run -2 host check
   [[ "$output" == "CORVANE CRITICAL - 3 cards: 1 CRITICAL, "*"a1 MISSING"* ]]
   grep -E '^a1 .*MISSING' <<<"$(host watch --for 1s)"

@@ -87,7 +87,7 @@ setup_file() {
 
 @test "op run shows the arguments of a format in its plan" {
   ended plan 0
-  grep -qx "  Change  .* -> about 512.0 GiB (50 %), sectors 512 B -> 4096 B" \
+  grep -qx "  Change  .* -> about 550 GB (50 %), sectors 512 B -> 4096 B" \
     "$BATS_FILE_TMPDIR/plan.out"
   cmp "$BATS_FILE_TMPDIR/detached.before" "$BATS_FILE_TMPDIR/detached.json"
 }

@@ -34,7 +34,7 @@ setup_file() {
     -- sh -c "corvane-host '$(cards_option "$BATS_FILE_TMPDIR/piped.json")' detach a0 | cat >'$BATS_FILE_TMPDIR/piped.answer'" &
   on right 24x120 see "LED     the card's locate LED is blinking" see "(Enter cancels):" \
     press S10 run "cardsim --state $BATS_FILE_TMPDIR/right.json get card0 beacon_state | grep true" \
-    press 0 press Enter ends 0 see "Formatting a0/d0 ... 0:" see "a0/d0: 512.0 GiB" -- format a0/d0 --capacity 50 &
+    press 0 press Enter ends 0 see "Formatting a0/d0 ... 0:" see "a0/d0: 550 GB" -- format a0/d0 --capacity 50 &
   on wrong 24x120 see "(Enter cancels):" press S200 press Enter ends 4 \
     see "'S200' is not the serial number" -- format a0/d0 --capacity 50 &
   on almost 24x120 see "(Enter cancels):" press s100 press Enter ends 4 see "Nothing was changed." \

@@ -76,10 +76,10 @@ fits() {
 
 @test "wide and combining characters keep the columns aligned" {
   picture aligned 24x120 3 list
-  same "ID  STATUS    TEMP  RESERVE  USED     SIZE      TIB  SLOT  SERIAL      PCI           NAME                         DRIVES
-a2  WARNING  80°C!     99 %  16 %  2.40 TB  2.2 TiB     3  FA00000003  0000:05:00.0  SanDisk Flash Adapter 2.4T…  a2/d0
-a0  ok        58°C     99 %  16 %  2.40 TB  2.2 TiB     1  FA00000001  0000:03:00.0  SanDisk 快閃記憶體卡 高溫…   a0/d0
-a1  ok        58°C     99 %  16 %  2.40 TB  2.2 TiB     2  FA00000002  0000:04:00.0  SanDisk Réservé étendue (2)  a1/d0" "$(out aligned | sed '/^$/d')"
+  same "ID  STATUS    TEMP  RESERVE  USED     SIZE    BINARY  SLOT  SERIAL      PCI           NAME                         DRIVES
+a2  WARNING  80°C!     99 %  16 %  2.40 TB  2.18 TiB     3  FA00000003  0000:05:00.0  SanDisk Flash Adapter 2.4T…  a2/d0
+a0  ok        58°C     99 %  16 %  2.40 TB  2.18 TiB     1  FA00000001  0000:03:00.0  SanDisk 快閃記憶體卡 高溫…   a0/d0
+a1  ok        58°C     99 %  16 %  2.40 TB  2.18 TiB     2  FA00000002  0000:04:00.0  SanDisk Réservé étendue (2)  a1/d0" "$(out aligned | sed '/^$/d')"
 }
 
 @test "list at 80 columns" {
@@ -100,14 +100,14 @@ a1  ok        58°C     2  FA00000002" "$(out list40 | sed '/^$/d')"
 
 @test "tree at 80 columns shortens names" {
   picture tree80 24x80 3 tree
-  same "OBJECT    NAME           STATUS     TEMP RESERVE    SIZE PCI          SERIAL
+  same "OBJECT    NAME            STATUS    TEMP RESERVE    SIZE PCI          SERIAL
 plugin    SanDisk-Plugin
-├─a0      SanDisk 快閃…  ok        58 °C    99 % 2.2 TiB 0000:03:00.0 FA00000001
-│ └─a0/d0 快閃記憶體卡 … available               2.2 TiB
-├─a1      SanDisk Réser… ok        58 °C    99 % 2.2 TiB 0000:04:00.0 FA00000002
-│ └─a1/d0 Flash Duo Ada… available               2.2 TiB
-└─a2      SanDisk Flash… WARNING   80 °C    99 % 2.2 TiB 0000:05:00.0 FA00000003
-  └─a2/d0 Flash Duo Ada… available               2.2 TiB" "$(out tree80 | sed '/^$/d')"
+├─a0      SanDisk 快閃記… ok        58°C    99 % 2.40 TB 0000:03:00.0 FA00000001
+│ └─a0/d0 快閃記憶體卡 …  available              2.40 TB
+├─a1      SanDisk Réserv… ok        58°C    99 % 2.40 TB 0000:04:00.0 FA00000002
+│ └─a1/d0 Flash Duo Adap… available              2.40 TB
+└─a2      SanDisk Flash … WARNING   80°C    99 % 2.40 TB 0000:05:00.0 FA00000003
+  └─a2/d0 Flash Duo Adap… available              2.40 TB" "$(out tree80 | sed '/^$/d')"
 }
 
 @test "tree in a pipe does not shorten names" {
@@ -125,6 +125,14 @@ plugin    SanDisk-Plugin
 2 of 3 cards ok" "$(out status80 | sed '/^$/d')"
 }
 
+@test "status at 120 columns puts the action and the command that explains it on one line" {
+  picture status120 24x120 3 status
+  same "a2 WARNING  slot 3, FA00000003
+   80 °C (warning 78, critical 85)
+   Check fans and airflow around the card in slot 3, or reduce its load.     explain TEMPERATURE_ABOVE_WARN
+2 of 3 cards ok" "$(out status120 | sed '/^$/d')"
+}
+
 @test "status at 200 columns puts the reason on one line, and counts healthy cards" {
   picture status200 24x200 64 status
   same "a63 WARNING  slot 64, FA00000064
@@ -136,10 +144,17 @@ plugin    SanDisk-Plugin
   picture show80 80x80 3 show a2
   local line
   for line in Health Wear Capacity Place Versions Plug-in; do out show80 | grep -qx "$line"; done
-  out show80 | grep -qxE '  temperature_celsius +80 °C   ███████████░  warning 78, critical 85'
+  out show80 | grep -qxE '  temperature_celsius +80°C    ███████████░  warning 78, critical 85'
   out show80 | grep -qxE '  locate_led +OFF'
+  out show80 | grep -qxE '  formatted_size_bytes +2\.40 TB \(2\.18 TiB\)'
+  out show80 | grep -qxE '  manufacture_date +20[0-9]{2}-[0-9]{2}-[0-9]{2}'
+  out show80 | grep -qxE '  last_read_at +20[0-9-]{8} [0-9:]{8} UTC'
+  # A long list is wrapped after a comma.
+  out show80 | grep -A 1 -E '^  operations' | head -1 | grep -qE ',$'
+  picture showlocal 80x80 3 show a2 --local-time
+  out showlocal | grep -qxE '  last_read_at +20[0-9-]{8} [0-9:]{8}'
   picture showascii 80x80 3 show a2 --ascii
-  out showascii | grep -qxE '  temperature_celsius +80 C    ###########\.  warning 78, critical 85'
+  out showascii | grep -qxE '  temperature_celsius +80C     ###########\.  warning 78, critical 85'
 }
 
 # watch_picture NAME SIZE COUNT STEP...: keeps the screen of watch after the steps.
@@ -152,7 +167,7 @@ watch_picture() {
 @test "watch shows the hot card among 64 cards, and cuts only names" {
   local columns
   for columns in 40 80 120 200; do
-    watch_picture "watch$columns" "24x$columns" 64 see "a63 " see "80 °C"
+    watch_picture "watch$columns" "24x$columns" 64 see "a63 " see "80°C"
     same 24 "$(out "watch$columns" | wc -l)"
     out "watch$columns" | sed -n 3p | grep -qE "^a63 "
     out "watch$columns" | head -1 | grep -qF "$(hostname)"

@@ -220,6 +220,7 @@ first_line() { out "$1" | sed -e 's/ | .*//' -e 1q; }
   both acked ack S200 TEMPERATURE_ABOVE_WARN --note "fan ordered"
   both after check S200
   both_ended after 0
+  both status status S200
   both json check S200 -o json
   both_json json '[d["exit_code"], d["result"]["state"], [[p["state"], p["reason"], p["acknowledgment"]["note"]] for p in d["result"]["objects"][0]["problems"]]]' \
     '[0, "OK", [["WARNING", "TEMPERATURE_ABOVE_WARN", "fan ordered"]]]'
@@ -227,6 +228,9 @@ first_line() { out "$1" | sed -e 's/ | .*//' -e 1q; }
   for name in after after.direct; do
     same "CORVANE OK - 1 card: 1 OK; acknowledged: a1 TEMPERATURE_ABOVE_WARN" "$(first_line "$name")"
     grep -qx "  acknowledged by $(id -un): fan ordered" "$BATS_FILE_TMPDIR/$name.out"
+  done
+  for name in status status.direct; do
+    grep -qx "   acknowledged by $(id -un): fan ordered" "$BATS_FILE_TMPDIR/$name.out"
   done
   both removed unack S200 TEMPERATURE_ABOVE_WARN
   both again check S200

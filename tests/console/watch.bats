@@ -16,7 +16,7 @@ setup_file() {
   keep keys screen 24x100 see "2 cards: 1 WARNING, 1 ok" see "a1      MOLT EP PX600" \
     run "cardsim --state $BATS_FILE_TMPDIR/keys.json raise card0 CORRECTABLE_PCI_ERRORS" \
     see "2 cards: 2 WARNING" see "warning      a0      CTRL_CORRECTABLE_PCI_ERRORS" \
-    press Enter see "temperature_celsius           48 °C" see "why   PCI errors corrected" \
+    press Enter see "temperature_celsius           48°C" see "why   PCI errors corrected" \
     press Escape see "EVENTS (1)" press Down press Down press Enter see "a1  0x0130" \
     press e gone "a1  0x0130" see "EVENTS (1)" gone "a0/d0" \
     size 12x60 press e see "a0/d0" see "RSRV" print \
@@ -168,7 +168,7 @@ print(json.dumps([sorted(statuses), sorted({len(each) for each in cards})]))')"
 @test "watch without a terminal prints a block with the new events after each change" {
   ended blocks 130
   same "OBJECT NAME STATUS TEMP RESERVE USED REASONS
-a0 SanDisk BoardA (1) ok 48 °C 97 % 25 %
+a0 SanDisk BoardA (1) ok 48°C 97 % 25 %
 a0/d0 DriveA (0) available
 a1 MOLT EP PX600 (2) WARNING - - 2 % TEMPERATURE_ABOVE_WARN
 a1/d0 MOLT EP PX600 2.6TB (0) available" "$(out blocks | sed -n -e '2,6s/  */ /gp')"
