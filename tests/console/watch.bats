@@ -26,7 +26,7 @@ setup_file() {
     -- corvane-host "$(cards_option "$CARDSIM_STATE")" watch &
   NO_COLOR=1 keep plain screen 24x80 see "EVENTS (0)" uncolored "WARNING   " press q ends 0 \
     -- corvane-host "$(cards_option "$CARDSIM_STATE")" watch &
-  keep ascii screen 24x80 see "EVENTS (0)" see "48 C" see " 97 % #####" press q ends 0 \
+  keep ascii screen 24x80 see "EVENTS (0)" see "48C" see " 97 % #####" press q ends 0 \
     -- corvane-host "$(cards_option "$CARDSIM_STATE")" watch --ascii --color never &
   keep dumb env TERM=dumb script -qec "corvane-host $(cards_option "$CARDSIM_STATE") watch --for 0s" /dev/null &
   stop_when TERM "$BATS_FILE_TMPDIR/changed" seen blocks \
