@@ -98,7 +98,7 @@ a0 25 % S100" "$(out headings | sed 's/  */ /g')"
 }
 
 @test "an option is not taken as the value of another one" {
-  cd "$BATS_TEST_TMPDIR"  # a database in a file of this name would otherwise be left behind
+  cd "$BATS_TEST_TMPDIR"  # a program without the check would create a database there
   run -2 corvane-host list --database --simulate
   [[ "$output" == *"--database requires FILE, not --simulate"* ]]
 }
