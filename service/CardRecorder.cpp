@@ -1,6 +1,12 @@
 #include "service/CardRecorder.h"
 
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+#include "console/plugin/UnreadableRecords.h"
 #include "host/Database.h"
+#include "hostkit/Paths.h"
 #include "service/state/StateStore.h"
 
 namespace Service {
@@ -17,12 +23,21 @@ class CardRecorder : public Console::CardStore {
     }
     try {
       return m_Store.Records();
-    } catch (const DBEXCEPTION::DatabaseException&) {
+    } catch (const DBEXCEPTION::DatabaseException& failure) {
+      RequireNoFile(failure.what());
       return {};
     }
   }
 
  private:
+  // A file that does not exist and cannot be created contains no records that could be lost.
+  static void RequireNoFile(const std::string& cause) {
+    std::error_code error;
+    const auto status = std::filesystem::status(HostKit::DatabaseFile().string(), error);
+    if (status.type() == std::filesystem::file_type::not_found) return;
+    throw Console::UnreadableRecordsFailure(cause, true);
+  }
+
   StateStore m_Store;
 };
 

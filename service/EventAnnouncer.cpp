@@ -9,13 +9,14 @@ using Events = std::vector<HostKit::LoggedEvent>;
 EventAnnouncer::EventAnnouncer(StateThread& state, EventFeed& feed, EventSummary& summary,
                                EventHooks* hooks,
                                std::function<void(const HostKit::LoggedEvent&)> log,
-                               OnCards onCards)
+                               OnCards onCards, std::function<void()> onFailure)
     : m_State(state),
       m_Feed(feed),
       m_Summary(summary),
       m_Hooks(hooks),
       m_Log(std::move(log)),
-      m_OnCards(std::move(onCards)) {}
+      m_OnCards(std::move(onCards)),
+      m_OnFailure(std::move(onFailure)) {}
 
 // The state thread announces all events in the order of the log. If its queue is full, the events
 // go straight to the journal, and the programs, which read the log, get them with the next
@@ -36,6 +37,7 @@ void EventAnnouncer::Announce(const Events& events) {
 bool EventAnnouncer::Record(const Observation& observation) {
   const auto announce = [this, hasPending = m_HasPending](const StateOutcome<Events>& outcome) {
     if (outcome.m_Result) m_Summary.Update();
+    if (!outcome.m_Result && m_OnFailure) m_OnFailure();
     const bool hasNew = outcome.m_Result && !outcome.m_Result->empty();
     if (hasNew) {
       for (const HostKit::LoggedEvent& event : *outcome.m_Result) m_Log(event);

@@ -21,9 +21,10 @@ class EventAnnouncer {
 
   // The arguments must outlive this object. `hooks` may be null. `log` writes to the journal and
   // must be thread-safe. `onCards` is called on the state thread with the known cards after each
-  // recorded observation, if set.
+  // recorded observation, and `onFailure` after one that could not be recorded, if set.
   EventAnnouncer(StateThread& state, EventFeed& feed, EventSummary& summary, EventHooks* hooks,
-                 std::function<void(const HostKit::LoggedEvent&)> log, OnCards onCards = nullptr);
+                 std::function<void(const HostKit::LoggedEvent&)> log, OnCards onCards = nullptr,
+                 std::function<void()> onFailure = nullptr);
 
   // Announces events reported by the plug-in; streams get them with the next snapshot. The programs
   // get all new events in the log, not only these. The summary contains the events when this
@@ -40,6 +41,7 @@ class EventAnnouncer {
   EventHooks* const m_Hooks;
   const std::function<void(const HostKit::LoggedEvent&)> m_Log;
   const OnCards m_OnCards;
+  const std::function<void()> m_OnFailure;
   bool m_HasPending = false;  // the programs do not have the newest entries yet
 };
 

@@ -24,6 +24,7 @@
 #include "service/Heap.h"
 #include "service/Log.h"
 #include "service/ManagerReports.h"
+#include "service/RecordsHealth.h"
 #include "service/ReloadSignal.h"
 #include "service/api/ApiTable.h"
 #include "service/http/Server.h"
@@ -107,11 +108,15 @@ struct Running {
           const std::filesystem::path& eventsDirectory)
       : m_Feed(m_Store),
         m_Hooks(CreateHooks(m_Store, eventsDirectory)),
-        m_Announcer(m_State, m_Feed, m_Summary, m_Hooks.get(), LogEvent,
-                    [this](const Console::CardRecords& cards) { m_Store.SetKnownCards(cards); }),
+        m_Announcer(
+            m_State, m_Feed, m_Summary, m_Hooks.get(), LogEvent,
+            [this](const Console::CardRecords& cards) { SetKnownCards(cards); },
+            [this] { LoadKnownCards(); }),
         m_Collector(SettingsOf(context, m_Announcer, m_SessionJobs, m_Jobs), m_Store),
         m_Api{commands, context.Stream(), m_Store,   m_Collector, m_Feed,  m_Summary,
               m_Jobs,   m_SessionJobs,    m_Replays, m_Threads,   m_State, m_Metrics} {
+    m_Api.m_pRecords = &m_Records;
+    m_Api.m_IsSimulated = context.m_Options.m_Simulate.has_value();
     m_Summary.Update();
     LoadKnownCards();
     Http::Settings settings;
@@ -131,15 +136,23 @@ struct Running {
   }
 
   // The plug-in takes longer to start than this read, so its first snapshot has the positions of
-  // the known cards. If the database cannot be used, the first observation is reported as failed.
+  // the known cards. Repeated after an observation that could not be stored, because the known
+  // cards may still be readable.
   void LoadKnownCards() {
     m_State.Read([](StateStore& store) { return store.Records(); },
                  [this](const StateOutcome<Console::CardRecords>& outcome) {
-                   if (outcome.m_Result) m_Store.SetKnownCards(*outcome.m_Result);
+                   if (outcome.m_Result) SetKnownCards(*outcome.m_Result);
+                   if (!outcome.m_Result) m_Records.Set(outcome.m_Failure);
                  });
   }
 
+  void SetKnownCards(const Console::CardRecords& cards) {
+    m_Records.Set("");
+    m_Store.SetKnownCards(cards);
+  }
+
   const HostKit::DatabaseThread m_Database;  // outlives all threads that use the database
+  RecordsHealth m_Records;
   SnapshotStore m_Store;
   EventFeed m_Feed;
   const std::unique_ptr<EventHooks> m_Hooks;

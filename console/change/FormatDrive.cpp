@@ -192,7 +192,10 @@ Json JobJson(const Object& drive) {
 void NoteFormatted(Context& context, const Object& drive) {
   context.m_Diagnostics.Note(
       "FORMATTED",
-      fmt::format("{} was formatted before the program was interrupted", drive.m_Selector));
+      fmt::format("{} was formatted before the program was interrupted", drive.m_Selector),
+      {"Until the next scan of the cards, other commands show its old size. To wait for the scan:",
+       fmt::format("corvane-host wait {} 'formatted_size_bytes!={}'", drive.m_Selector,
+                   Number(drive, "formatted_size_bytes"))});
 }
 
 // Runs the format and returns the elapsed time. The call cannot be interrupted.

@@ -14,6 +14,7 @@
 #include "console/change/Confirmation.h"
 #include "console/change/Progress.h"
 #include "console/model/Selectors.h"
+#include "console/plugin/UnreadableRecords.h"
 #include "console/report/SeveralObjects.h"
 #include "hostkit/Texts.h"
 
@@ -297,6 +298,7 @@ CommandResult RunOperationCommand(Context& context, std::uint32_t number) {
   const OperationRow& row = *FindOperation(number);
   TimeoutOf(context.m_Options);
   const Model model = context.Objects();
+  RequireNoPosition(context.m_Arguments, context.m_Diagnostics);
   const ObjectSelection selection = SelectForOperation(model, context.m_Arguments, row);
   // Before the first change, because --confirm must name each card.
   for (const Object* object : selection.m_Objects) {

@@ -30,7 +30,8 @@ std::vector<OptionRow> CommonOptions() {
       {"",   "--socket",     "PATH",    &O::m_Socket,      true,
        "use the service at this Unix socket; with serve, listen on it (default: CORVANE_SOCKET)", {}, false,
        "By default, commands use a running service: the socket in CORVANE_SOCKET, or else "
-       "$XDG_RUNTIME_DIR/corvane/corvane.sock, then /run/corvane/corvane.sock."},
+       "/run/corvane/corvane.sock; users other than root first try "
+       "$XDG_RUNTIME_DIR/corvane/corvane.sock."},
       {"",   "--direct",     "",        &O::m_Direct,      true,
        "load the plug-in into this program even if a service is running", {}, false,
        "Implied by --plugin, --simulate, --database, --trace and --trace-file. Fails while a "

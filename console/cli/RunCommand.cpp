@@ -5,6 +5,7 @@
 #include "console/base/Output.h"
 #include "console/base/StopSignals.h"
 #include "console/cli/CommandTimeLimits.h"
+#include "console/plugin/UnreadableRecords.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CheckText.h"
 #include "console/report/CommandContext.h"
@@ -18,10 +19,17 @@ bool IsJson(const std::string& format) {
   return format == "json" || format == "jsonl";
 }
 
+// Whether a result that was read lacks missing cards, because their records cannot be read.
+bool IsIncomplete(const Command& command, const Context& context, const CommandResult& result) {
+  return result.m_Code == ExitCode::Done && command.m_Group != Group::Change &&
+         !UnreadableRecords(context.m_Diagnostics).empty();
+}
+
 // The plug-in is stopped before the result is written, so that a blocked reader cannot keep it
 // running.
 ExitCode Run(const Command& command, Context& context, ResultStream& stream) {
-  const CommandResult result = command.m_Run(context);
+  CommandResult result = command.m_Run(context);
+  if (IsIncomplete(command, context, result)) result.m_Code = ExitCode::Failed;
   context.Close();
   ThrowIfStopped();
   const Style& style = context.m_Style;

@@ -8,6 +8,7 @@
 #include "console/base/Timestamp.h"
 #include "console/model/AcknowledgeableReasons.h"
 #include "console/model/Selectors.h"
+#include "console/plugin/UnreadableRecords.h"
 #include "console/report/SeveralObjects.h"
 
 namespace Console {
@@ -62,7 +63,7 @@ std::vector<Acknowledgment> ReadAcknowledgments(Context& context) {
     return Service::OpenStoredState(context.Open())->Acknowledgments();
   } catch (const Failure& failure) {
     if (failure.m_Code == ExitCode::TimedOut) throw;
-    context.m_Diagnostics.Note(failure.m_Id, failure.m_Text, failure.m_Advice);
+    ReportUnreadableRecords(UnreadableRecordsFailure(failure.m_Text, false), context.m_Diagnostics);
     return {};
   }
 }

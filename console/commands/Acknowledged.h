@@ -30,7 +30,7 @@ const Service::Acknowledgment* FindAcknowledgment(const std::vector<Service::Ack
                                                   const std::string& reason);
 
 // Returns all acknowledgments in effect. Without a usable database, nothing is acknowledged, so no
-// problem is hidden: the failure is added as a note. Throws `Failure` on a timeout.
+// problem is hidden: the failure is added as an error. Throws `Failure` on a timeout.
 std::vector<Service::Acknowledgment> ReadAcknowledgments(Context& context);
 
 // Returns who acknowledged a problem, until when, and the note.

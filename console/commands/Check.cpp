@@ -10,6 +10,7 @@
 #include "console/cli/CommandTable.h"
 #include "console/commands/Acknowledged.h"
 #include "console/model/Selectors.h"
+#include "console/plugin/UnreadableRecords.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CheckText.h"
 #include "console/report/CommandContext.h"
@@ -132,6 +133,7 @@ CommandResult Run(Context& context) {
   const Model model = context.Objects();
   SelectObjects(context, model, input);
   const std::vector<Acknowledgment> acknowledged = ReadAcknowledgments(context);
+  input.m_Unknown = UnreadableRecords(context.m_Diagnostics);
   for (const Acknowledgment& each : acknowledged) {
     input.m_Acknowledged.push_back({each.m_SerialNumber, each.m_Reason, AcknowledgmentText(each)});
   }
@@ -164,8 +166,11 @@ Command CheckCommand() {
       "state and the worst three problems, then performance data after '|' and one line per "
       "object. "
       "Thresholds apply in addition to the card's own limits. "
-      "Acknowledged problems count as OK. With OBJ, checks only these objects and the objects "
-      "below them; all selects all adapters, and a name without an object is UNKNOWN. If the command "
+      "Acknowledged problems count as OK. If the database of missing cards and acknowledgments "
+      "cannot be read, the state is UNKNOWN unless it is CRITICAL. With OBJ, checks only these "
+      "objects and the objects "
+      "below them; all selects all adapters, and a name without an object is UNKNOWN. If the "
+      "command "
       "line is invalid or the plug-in fails, the "
       "output "
       "has the same format.";
@@ -173,7 +178,7 @@ Command CheckCommand() {
       {0, "OK: all cards are healthy, or their problems are acknowledged"},
       {1, "WARNING: a card has a warning, is detached, or exceeds a warning threshold"},
       {2, "CRITICAL: a card has failed, is missing or unreadable, or exceeds a critical threshold"},
-      {3, "UNKNOWN: no card, no plug-in, invalid command line, or timeout"}};
+      {3, "UNKNOWN: no card, no plug-in, unreadable database, invalid command line, or timeout"}};
   command.m_Examples = {
       {"check", "run from a monitoring system", true},
       {"check --expect 4 --warn-reserve 20", "check the number of cards and their reserve"}};

@@ -13,6 +13,8 @@
 #include "console/base/Failure.h"
 #include "console/commands/All.h"
 #include "console/plugin/CardLibraryGuard.h"
+#include "console/plugin/SimulatedService.h"
+#include "console/plugin/UnreadableRecords.h"
 #include "service/CardGuard.h"
 #include "service/CardRecorder.h"
 #include "service/client/DefaultSocket.h"
@@ -53,6 +55,13 @@ Paths DefaultSockets() {
   return existing;
 }
 
+// Whether a command shows all cards, so that simulated ones could be taken for those of the
+// machine.
+bool ShowsCards(const std::string& command) {
+  constexpr const char* kCommands[] = {"list", "tree", "status", "watch", "plugin"};
+  return std::find(std::begin(kCommands), std::end(kCommands), command) != std::end(kCommands);
+}
+
 void RequirePlugin(const SessionRequest& request, const Service::ServiceSession& session) {
   if (session.IsUp()) return;
   if (AllCommands().Require(request.m_Command).m_NeedsPlugin) {
@@ -71,6 +80,12 @@ std::unique_ptr<Session> Connect(const SessionRequest& request, const std::files
     request.m_Diagnostics.Note("SERVICE", fmt::format("using the service at {}", path.string()));
   }
   RequirePlugin(request, *session);
+  if (session->IsSimulated() && ShowsCards(request.m_Command)) {
+    NoteSimulatedService(request.m_Diagnostics);
+  }
+  if (const std::string& cause = session->RecordsFailure(); !cause.empty()) {
+    ReportUnreadableRecords(UnreadableRecordsFailure(cause, false), request.m_Diagnostics);
+  }
   return session;
 }
 

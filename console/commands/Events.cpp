@@ -23,6 +23,7 @@
 #include "console/report/CommandContext.h"
 #include "console/report/EventMatcher.h"
 #include "console/report/EventRows.h"
+#include "service/StoredState.h"
 
 namespace Console {
 namespace {
@@ -219,6 +220,32 @@ std::vector<LoggedEvent> ReadLog(Context& context, const EventQuery& query, cons
                   : context.EventLog().ReadOrThrow(query.m_Since, query.m_Limit + 1);
 }
 
+// Returns the events that the query and the filter select from the log.
+std::vector<EventEntry> SelectFromLog(Context& context, const std::vector<LoggedEvent>& log,
+                                      const Model& model, const EventQuery& query,
+                                      const Filter& filter) {
+  const EventMatcher matcher(model);
+  std::vector<EventEntry> events = SelectEvents(
+      log, model, filter, [&](const LoggedEvent& event) { return matcher.Find(event); });
+  DropOutside(events, query);
+  const bool hasOlder = events.size() > query.m_Limit;
+  ApplyLimit(events, query);
+  if (hasOlder && context.m_Options.m_Limit.empty())
+    NoteOlderEvents(context.m_Diagnostics, query.m_Limit);
+  return events;
+}
+
+// Returns the events of the log for a plug-in that cannot be loaded, with the names of the cards
+// that were seen earlier.
+CommandResult ReadLogOnly(Context& context, const EventQuery& query, Filter& filter) {
+  const std::vector<LoggedEvent> log = ReadLog(context, query, filter);
+  CardRecords records;
+  records.m_Known = Service::CreateDatabaseState()->Cards();
+  const Model model({}, {}, records);
+  filter.ResolveObject(model, log, {});
+  return ResultOf(SelectFromLog(context, log, model, query, filter), context.m_Style);
+}
+
 // Returns the events of the log and the pending events. Objects are read after the events, so that
 // each event is shown with the current name of its object. The log is not read again after the
 // pending events, because events logged in between would never be shown.
@@ -231,14 +258,7 @@ CommandResult ReadFirstBatch(Context& context, const EventQuery& query, Filter& 
   if (!query.m_After) pending = session.CollectEvents();
   const Model model = context.Objects();
   filter.ResolveObject(model, log, pending);
-  const EventMatcher matcher(model);
-  std::vector<EventEntry> events = SelectEvents(
-      log, model, filter, [&](const LoggedEvent& event) { return matcher.Find(event); });
-  DropOutside(events, query);
-  const bool hasOlder = events.size() > query.m_Limit;
-  ApplyLimit(events, query);
-  if (hasOlder && context.m_Options.m_Limit.empty())
-    NoteOlderEvents(context.m_Diagnostics, query.m_Limit);
+  std::vector<EventEntry> events = SelectFromLog(context, log, model, query, filter);
   std::vector<EventEntry> added = SelectNewEvents(pending, model, filter);
   DropOutside(added, {query.m_Since, query.m_To, std::nullopt, query.m_Limit});
   events.insert(events.end(), added.begin(), added.end());
@@ -284,6 +304,20 @@ void NoteNoEvents(Context& context) {
   context.m_Diagnostics.Note("NO_EVENTS", "no matching events in the log", advice);
 }
 
+// The log is in a file of this host, which is needed most when the driver of the cards is missing.
+CommandResult ReadOnce(Context& context, const EventQuery& query, Filter& filter) {
+  try {
+    context.Open();
+  } catch (const Failure& failure) {
+    if (failure.m_Id != "CARD_LIBRARY_MISSING") throw;
+    context.m_Diagnostics.Note(failure.m_Id, failure.m_Text + "; showing the event log only");
+    return ReadLogOnly(context, query, filter);
+  }
+  CommandResult result = ReadFirstBatch(context, query, filter);
+  if (result.m_Table.m_Rows.empty()) NoteNoEvents(context);
+  return result;
+}
+
 CommandResult Run(Context& context) {
   const Options& options = context.m_Options;
   const EventQuery query = QueryOf(options);
@@ -291,11 +325,7 @@ CommandResult Run(Context& context) {
                 options.m_EventSeverity);
   const bool follows = options.m_Follow || !options.m_For.empty();
   if (follows && query.m_To) throw UsageFailure("--to does not apply to --follow and --for");
-  if (!follows) {
-    CommandResult result = ReadFirstBatch(context, query, filter);
-    if (result.m_Table.m_Rows.empty()) NoteNoEvents(context);
-    return result;
-  }
+  if (!follows) return ReadOnce(context, query, filter);
   if (context.m_OutputFormat == "json") {
     throw UsageFailure("--follow and --for do not support --output json",
                        {"Pass --output jsonl for one JSON document per line."});

@@ -5,6 +5,7 @@
 #include "console/change/FormatDrive.h"
 #include "console/change/OperationRunner.h"
 #include "console/cli/CommandTable.h"
+#include "console/plugin/UnreadableRecords.h"
 
 namespace Console {
 namespace {
@@ -59,6 +60,7 @@ CommandResult Run(Context& context) {
   RequireChange(context.m_Options);
   const FormatRequest request = ParseRequest(context.m_Options);
   const Model model = context.Objects();
+  RequireNoPosition(context.m_Arguments, context.m_Diagnostics);
   const Object& drive =
       SelectForOperation(model, context.m_Arguments[0], *FindOperation(PI::OP_FORMAT_DEVICE));
   return FormatDrive(context, model, drive, request);

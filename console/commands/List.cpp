@@ -45,8 +45,11 @@ Command ListCommand() {
   command.m_Run = Run;
   command.m_Description =
       "Prints one row per card, those with the most severe status first; a value beyond its "
-      "limit is marked with an exclamation mark, and a card whose problems are acknowledged is marked too. "
-      "--long adds PCI addresses, names, sizes in binary units "
+      "limit is marked with an exclamation mark, a value from before the last report with a "
+      "question "
+      "mark, because the card cannot be read or the plug-in is not running, and a card whose "
+      "problems "
+      "are acknowledged is marked too. --long adds PCI addresses, names, sizes in binary units "
       "and the drives; on a wide terminal, they are added as far as they fit. Machine formats "
       "contain adapters and drives in the order of their positions; with -o tsv, values are in "
       "base units, and the columns have the names that get accepts.";

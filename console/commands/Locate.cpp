@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
+#include <boost/algorithm/string/replace.hpp>
+#include <cctype>
+#include <cstring>
 #include <optional>
 
 #include "console/base/Deadline.h"
@@ -12,6 +15,7 @@
 #include "console/change/CardFailure.h"
 #include "console/change/OperationRunner.h"
 #include "console/cli/CommandTable.h"
+#include "console/plugin/UnreadableRecords.h"
 
 namespace Console {
 namespace {
@@ -40,6 +44,41 @@ bool ParseOnOff(const std::vector<std::string>& arguments) {
   }
   throw UsageFailure(fmt::format("'{}' is not on or off", text),
                      {fmt::format("For example: corvane-host locate {}", corrected)});
+}
+
+// Quotes a word for a shell if it needs quotes.
+std::string ShellWord(const std::string& word) {
+  const bool isPlain = std::all_of(word.begin(), word.end(), [](unsigned char c) {
+    return std::isalnum(c) != 0 || c > 0x7F || std::strchr("_./:=,-", c) != nullptr;
+  });
+  if (isPlain) return word;
+  return "'" + boost::replace_all_copy(word, "'", "'\\''") + "'";
+}
+
+// Returns the command that switches this LED on, with the options that select the plug-in and the
+// duration, so that it can be pasted.
+std::string CommandText(const Options& options, const Object& adapter) {
+  const std::pair<const char*, const std::string&> values[] = {{"--for", options.m_For},
+                                                               {"--socket", options.m_Socket},
+                                                               {"--plugin", options.m_Plugin},
+                                                               {"--database", options.m_Database}};
+  std::string text = fmt::format("corvane-host locate {} on", adapter.m_Selector);
+  for (const auto& [name, value] : values) {
+    if (!value.empty()) text += fmt::format(" {} {}", name, ShellWord(value));
+  }
+  if (options.m_Given.count("--direct") > 0) text += " --direct";
+  if (!options.m_Simulate) return text;
+  const std::string& file = *options.m_Simulate;
+  return text + " --simulate" + (file.empty() ? "" : "=" + ShellWord(file));
+}
+
+// Without a service, each command loads the plug-in, which switches all LEDs off when it starts.
+constexpr const char* kOneCommandText = "any other corvane-host command switches it off, also list";
+
+std::string ServiceAdvice(const Options& options) {
+  return fmt::format(
+      "To keep it on while you run other commands, start a service: corvane-host serve{}",
+      options.m_Simulate ? " --simulate" : "");
 }
 
 // Switches the LED off, even after a stop signal, which would otherwise interrupt calls to a
@@ -87,10 +126,16 @@ class TimedLed {
   }
 
   Failure SwitchedOffFailure() const {
+    std::vector<std::string> advice = {"Switch it on again: " +
+                                       CommandText(m_Context.m_Options, m_Adapter)};
+    if (!m_Context.Open().IsShared()) {
+      advice.push_back(fmt::format("Without a service, {}.", kOneCommandText));
+      advice.push_back(ServiceAdvice(m_Context.m_Options));
+    }
     return Failure(
         ExitCode::Failed, "LIGHT_SWITCHED_OFF", What(),
         fmt::format("another program switched the LED off after {}", ElapsedText(Elapsed())),
-        {fmt::format("Switch it on again: corvane-host locate {} on", m_Adapter.m_Selector)});
+        advice);
   }
 
   Failure RemovedFailure() const {
@@ -108,9 +153,16 @@ class TimedLed {
 CommandResult SwitchOffAfter(Context& context, const Model& model, const Object& adapter,
                              milliseconds duration) {
   constexpr milliseconds kCheckInterval{500};
+  std::vector<std::string> advice;
+  if (!context.Open().IsShared()) {
+    advice = {fmt::format("Without a service, {}.", kOneCommandText),
+              ServiceAdvice(context.m_Options)};
+  }
   context.m_Diagnostics.Note(
-      "LIGHT_ON", fmt::format("locate LED of {} is on for {}; press Ctrl-C to switch it off now",
-                              adapter.m_Selector, ElapsedText(duration)));
+      "LIGHT_ON",
+      fmt::format("locate LED of {} is on for {}; press Ctrl-C to switch it off now",
+                  adapter.m_Selector, ElapsedText(duration)),
+      advice);
   const TimedLed led(context, adapter);
   const Deadline deadline(steady_clock::now() + duration);
   try {
@@ -136,12 +188,10 @@ Change SwitchOn(Context& context, const Model& model, const Object& adapter, boo
   }
 }
 
-void NoteStaysOn(Context& context, const Object& adapter) {
+void NoteStaysOn(Context& context) {
   if (context.Open().IsShared()) return;
-  context.m_Diagnostics.Note(
-      "LED_STAYS_ON",
-      "without a service, the next command switches the locate LED off when it loads the plug-in",
-      {fmt::format("To keep the LED on: corvane-host locate {} on --for 5m", adapter.m_Selector)});
+  context.m_Diagnostics.Note("LED_STAYS_ON", fmt::format("without a service, {}", kOneCommandText),
+                             {ServiceAdvice(context.m_Options)});
 }
 
 // Switches one LED on or off.
@@ -155,7 +205,7 @@ CommandResult Switch(Context& context, const Model& model, const Object& adapter
   }
   const Change change = SwitchOn(context, model, adapter, duration.has_value());
   if (duration) return SwitchOffAfter(context, model, adapter, *duration);
-  NoteStaysOn(context, adapter);
+  NoteStaysOn(context);
   return ChangeResult(context, adapter, row.m_Number, change);
 }
 
@@ -166,6 +216,7 @@ CommandResult Run(Context& context) {
   if (duration && !on) throw UsageFailure("--for applies to locate on only");
   const Model model = context.Objects();
   const std::vector<std::string> names(context.m_Arguments.begin(), context.m_Arguments.end() - 1);
+  RequireNoPosition(context.m_Arguments, context.m_Diagnostics);
   const ObjectSelection selection =
       SelectForOperation(model, names, *FindOperation(PI::OP_LOCATE_DEVICE));
   if (duration && selection.m_IsSeveral) {

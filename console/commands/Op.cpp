@@ -13,6 +13,7 @@
 #include "console/cli/CommandTable.h"
 #include "console/model/NameIndex.h"
 #include "console/model/Selectors.h"
+#include "console/plugin/UnreadableRecords.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
@@ -228,6 +229,7 @@ CommandResult RunOperation(Context& context, const Model& model, const Object& o
   if (number == PI::OP_GET_EVENTS) {
     throw UsageFailure("run does not collect events", {"Run: corvane-host events"});
   }
+  RequireNoPosition(context.m_Arguments, context.m_Diagnostics);
   const OperationRow* row = FindOperation(number);
   if (row == nullptr) return RunUnknown(context, model, object, number, arguments);
   const Object& target = SelectForOperation(model, object.m_Selector, *row);

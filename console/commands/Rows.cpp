@@ -28,9 +28,10 @@ std::vector<RowSource> RequestedSources(const std::vector<std::string>& argument
   throw UsageFailure(fmt::format("unknown table '{}'", arguments[0]), advice);
 }
 
-RowTable Read(Session& session, const RowSource& source) {
+// Reads this host's file if the session is null.
+RowTable Read(Session* session, const RowSource& source) {
   try {
-    return session.ReadRows(source);
+    return session == nullptr ? HostKit::ReadRows(source.m_Kind) : session->ReadRows(source);
   } catch (const DBEXCEPTION::DatabaseException& failure) {
     throw Failure(ExitCode::Failed, "DATABASE_FAILED", "rows: cannot read the database",
                   failure.what(), DatabaseAdvice());
@@ -86,9 +87,20 @@ std::string CountLine(const char* name, const RowTable& table) {
   return fmt::format("{}: {} {} in {}\n", name, count, count == 1 ? "row" : "rows", table.m_Name);
 }
 
+// Returns null if the driver of the cards is missing: the rows are in a file of this host.
+Session* OpenIfPossible(Context& context) {
+  try {
+    return &context.Open();
+  } catch (const Failure& failure) {
+    if (failure.m_Id != "CARD_LIBRARY_MISSING") throw;
+    context.m_Diagnostics.Note(failure.m_Id, failure.m_Text + "; showing the stored rows");
+    return nullptr;
+  }
+}
+
 CommandResult Run(Context& context) {
   const std::vector<RowSource> wanted = RequestedSources(context.m_Arguments);
-  Session& session = context.Open();
+  Session* const session = OpenIfPossible(context);
   CommandResult result;
   result.m_Json = {{"tables", Json::array()}};
   result.m_Table.m_Columns = {{"TABLE", "table", false},

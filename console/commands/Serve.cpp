@@ -2,9 +2,12 @@
 #include "service/Serve.h"
 
 #include <fmt/format.h>
+#include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <system_error>
 
 #include "console/base/Duration.h"
@@ -35,7 +38,23 @@ std::filesystem::path EventsDirectory(const Options& options) {
   return geteuid() == 0 ? "/etc/corvane/events.d" : "";
 }
 
+// The default sockets are those at which every command looks for the real cards. A service manager
+// is configured by the administrator.
+void RequireOwnSocket(const Options& options) {
+  constexpr const char* kManaged[] = {"LISTEN_FDS", "NOTIFY_SOCKET"};
+  const bool isManaged =
+      std::any_of(std::begin(kManaged), std::end(kManaged),
+                  [](const char* name) { return secure_getenv(name) != nullptr; });
+  const bool isChosen = !options.m_Socket.empty() || secure_getenv("CORVANE_SOCKET") != nullptr;
+  if (!options.m_Simulate || isManaged || isChosen) return;
+  throw UsageFailure(
+      "--simulate requires --socket, because all commands would use the default socket",
+      {"For example: corvane-host serve --simulate --socket ./corvane.sock",
+       "Then: corvane-host --socket ./corvane.sock list"});
+}
+
 CommandResult Run(Context& context) {
+  RequireOwnSocket(context.m_Options);
   const std::string& path = context.m_Options.m_Socket;
   const std::filesystem::path socket =
       path.empty() ? Service::DefaultSocket() : std::filesystem::path(path);
@@ -67,8 +86,12 @@ Command ServeCommand() {
   command.m_Description =
       "Runs in the foreground until Ctrl-C or SIGTERM, or for the time given with --for. The "
       "plug-in runs in a separate process, which is restarted if it exits. Clients send HTTP "
-      "requests to the socket; reads never wait for a card.";
-  command.m_Examples = {{"serve --simulate", "serve simulated cards"},
+      "requests to the socket; reads never wait for a card. The default socket is CORVANE_SOCKET, "
+      "or "
+      "/run/corvane/corvane.sock for root and $XDG_RUNTIME_DIR/corvane/corvane.sock for other "
+      "users; "
+      "it is not used for simulated cards.";
+  command.m_Examples = {{"serve --simulate --socket ./corvane.sock", "serve simulated cards"},
                         {"serve --listen 127.0.0.1:9188", "also serve read-only over TCP"}};
   return command;
 }

@@ -150,13 +150,15 @@ std::string HeaderText(const Model& model, const StatusEntry& entry, const Style
 }
 
 // Returns the measured value with its limits, such as "79 °C (warning 78, critical 85)", and the
-// description of the reason unless the unit says it.
+// description of the reason unless the unit says it. A value from before the last report has a
+// question mark.
 std::string MeasurementText(const Object& object, const Reason& reason, bool ascii) {
   const Field* const field = reason.m_Measured.m_Field;
   const std::string limits = field == nullptr ? "" : LimitsText(object, field->m_Name);
   if (limits.empty()) return ReasonText(reason, ascii);
-  const std::string text =
-      fmt::format("{} ({})", HumanText(reason.m_Measured.m_Value, ascii), limits);
+  const bool isOld = object.m_Access == Access::Unreadable;
+  const std::string text = fmt::format("{}{} ({})", HumanText(reason.m_Measured.m_Value, ascii),
+                                       isOld ? "?" : "", limits);
   const bool isClear = field->m_Kind == ValueKind::Celsius;
   return Base::Printable(isClear ? text : reason.m_Caption + ": " + text);
 }

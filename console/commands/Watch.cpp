@@ -17,8 +17,10 @@
 #include "console/change/OperationRunner.h"
 #include "console/cli/CommandTable.h"
 #include "console/model/Health.h"
+#include "console/plugin/SimulatedService.h"
 #include "console/render/CommandResult.h"
 #include "console/render/HealthCells.h"
+#include "console/report/CardList.h"
 #include "console/report/CommandContext.h"
 #include "console/report/EventRows.h"
 #include "console/watch/LiveModel.h"
@@ -29,11 +31,15 @@ namespace Console {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 std::string HostName() {
   std::array<char, HOST_NAME_MAX + 1> name{};
   return gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "corvane-host";
+}
+
+// Returns the name of the machine for the title, which says if a service has simulated cards.
+std::string TitleName(const Diagnostics& diagnostics) {
+  return HostName() + (HasSimulatedService(diagnostics) ? " (simulated cards)" : "");
 }
 
 // Switches the locate LED of the selected card, and returns what was done.
@@ -64,7 +70,7 @@ void RunOnScreen(Context& context, Screen& screen, LiveModel& live, const Deadli
   constexpr milliseconds kRedrawInterval{1000};
   WaitSet waitSet = context.ReaderWaitSet();
   waitSet.m_Readable = STDIN_FILENO;
-  WatchView view(HostName(), context.m_Style.m_Ascii);
+  WatchView view(TitleName(context.m_Diagnostics), context.m_Style.m_Ascii);
   std::size_t seen = context.m_Diagnostics.Messages().size();
   while (!deadline.HasPassed() && !context.HasLostReader()) {
     ShowMessages(context.m_Diagnostics, seen, view);
@@ -83,7 +89,7 @@ constexpr const char* kColumns[] = {
     "name", "status", "temperature_celsius", "reserve_space_ratio", "endurance_used_ratio",
 };
 
-Table BlockTable(const Model& model, bool ascii) {
+Table BlockTable(const LiveModel& live, bool ascii) {
   Table table;
   table.m_Columns = {{"OBJECT", "object", false}};
   for (const char* name : kColumns) {
@@ -92,12 +98,13 @@ Table BlockTable(const Model& model, bool ascii) {
     table.m_Columns.push_back({field.m_Heading, field.m_Name, number});
   }
   table.m_Columns.push_back({"REASONS", "status_reasons", false});
-  for (const Object* object : ObjectsWithStatus(model)) {
+  for (const Object* object : ObjectsWithStatus(live.CurrentModel())) {
     Row row{{TextCell(object->m_Selector)}, std::nullopt};
     for (const char* name : kColumns) {
       const Field* field = FindField(object->m_Kind, name);
       row.m_Cells.push_back(field == nullptr ? Cell{"", "-", Severity::Neutral}
                                              : ValueCell(ReadField(*object, *field), ascii));
+      MarkOldReading(*object, name, !live.IsCurrent(), row.m_Cells.back());
     }
     row.m_Cells.push_back(TextCell(ReasonNames(HealthOf(*object))));
     table.m_Rows.push_back(std::move(row));
@@ -128,41 +135,48 @@ CommandResult Block(const LiveModel& live, std::size_t seen, const Style& style)
   }
   Style withoutHeadings = style;
   withoutHeadings.m_Headings = false;
-  block.m_Text = DrawTable(BlockTable(live.CurrentModel(), style.m_Ascii), style, false) +
+  block.m_Text = DrawTable(BlockTable(live, style.m_Ascii), style, false) +
                  DrawTable(events, withoutHeadings, false);
   return block;
 }
 
-// Returns the block without the times of the readings, which alone do not cause a new block.
-Json WithoutTimes(const Json& block) {
-  Json shown = block;
-  for (Json& object : shown["objects"]) object.erase("last_read_at");
-  return shown;
+// Returns what a block shows, without the times of the readings, which alone do not cause a new
+// block.
+std::string ContentOf(const Context& context, const LiveModel& live, const CommandResult& block) {
+  const char* const state = live.IsCurrent() ? "" : "disconnected\n";
+  if (context.PrintsText()) return state + *block.m_Text;
+  Json shown = block.m_Json;
+  for (Json& object : shown["objects"]) {
+    for (const char* time : {"last_read_at", "last_seen_at"}) object.erase(time);
+  }
+  return state + shown.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-std::string TimeFor(const Style& style) {
-  return style.m_LocalTime ? LocalTimeText(NowMs()) : TimeText(NowMs());
+std::string TimeFor(const Style& style, std::uint64_t time) {
+  return style.m_LocalTime ? LocalTimeText(time) : TimeText(time);
 }
 
-// Prints a block after each change, or after a poll interval without a change. The first block is
-// printed immediately.
+// Returns the first line of a block. Old values have the time of their report.
+std::string TimeLine(const LiveModel& live, const Style& style) {
+  if (live.IsCurrent()) return TimeFor(style, NowMs()) + "\n";
+  return fmt::format("{} disconnected; values are from {}\n", TimeFor(style, NowMs()),
+                     TimeFor(style, live.ObservedAt()));
+}
+
+// Prints a block at the start and after each change.
 void PrintBlocks(Context& context, LiveModel& live, const Deadline& deadline) {
   std::size_t seen = 0;
-  Json shown;
-  auto due = steady_clock::now();
+  std::string shown;
   while (!context.HasLostReader()) {
     CommandResult block = Block(live, seen, context.m_Style);
-    const Json current = WithoutTimes(block.m_Json);
-    if (current != shown || steady_clock::now() >= due) {
-      block.m_Text = TimeFor(context.m_Style) + "\n" + *block.m_Text + "\n";
+    if (ContentOf(context, live, block) != shown) {
+      block.m_Text = TimeLine(live, context.m_Style) + *block.m_Text + "\n";
       context.Emit(block, true);
       seen = live.EventCount();
-      shown = current;
-      shown["events"] = Json::array();
-      due = steady_clock::now() + live.PollInterval();
+      shown = ContentOf(context, live, Block(live, seen, context.m_Style));
     }
     if (deadline.HasPassed()) return;
-    live.Wait(deadline.Remaining(Deadline(due).Remaining()), context.ReaderWaitSet());
+    live.Wait(deadline.Remaining(live.PollInterval()), context.ReaderWaitSet());
   }
 }
 

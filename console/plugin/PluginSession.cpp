@@ -6,6 +6,7 @@
 #include "console/base/Failure.h"
 #include "console/base/StopSignals.h"
 #include "console/plugin/CardDevices.h"
+#include "console/plugin/UnreadableRecords.h"
 
 namespace Console {
 
@@ -109,9 +110,13 @@ std::optional<PluginReply> PluginSession::Call(PluginCommand command, const Dead
 
 std::vector<PI::CObject> PluginSession::Topology() {
   std::vector<PI::CObject> objects = CommandSession::Topology();
-  if (m_pCardStore)
-    m_Records =
-        m_pCardStore->Record(objects, OmittedSerials(UnresponsiveCards()), Times().m_ObservedAt);
+  const auto omitted = OmittedSerials(UnresponsiveCards());
+  try {
+    if (m_pCardStore) m_Records = m_pCardStore->Record(objects, omitted, Times().m_ObservedAt);
+  } catch (const Failure& failure) {
+    // The cards that are present can be shown without the records of the others.
+    ReportUnreadableRecords(failure, m_Diagnostics);
+  }
   // The plug-in searches for cards only when it starts, so a card that disappears later is missing.
   m_Unreported = UnreportedDevices(objects, m_Unreported ? *m_Unreported : CardDevices());
   m_LocateLeds = m_LedReader.Read(*this, objects);

@@ -25,6 +25,7 @@ struct RowContext {
   const Object& m_Object;
   const Objects m_Drives;  // the drive itself in the row of a drive
   const Style& m_Style;
+  const bool m_IsOld;
   bool m_IsAcknowledged = false;
 };
 
@@ -35,6 +36,7 @@ Cell ReadingCell(const RowContext& row, const char* name) {
   Cell cell = ValueCell(value, row.m_Style.m_Ascii);
   cell.m_Severity = LimitSeverity(row.m_Object, name);
   if (cell.m_Severity != Severity::Neutral) cell.m_Human += '!';
+  MarkOldReading(row.m_Object, name, row.m_IsOld, cell);
   return cell;
 }
 
@@ -53,8 +55,8 @@ Cell IdCell(const RowContext& row) {
   return TextCell(row.m_Object.m_Access == Access::Missing ? "-" : row.m_Object.m_Selector);
 }
 
-// Returns what a card is doing, or whether its problems are acknowledged, or when a missing card was
-// last seen.
+// Returns what a card is doing, or whether its problems are acknowledged, or when a missing card
+// was last seen.
 Cell RemarkCell(const RowContext& row) {
   const std::string activity = FieldText(row.m_Object, "activity");
   if (!activity.empty() && activity != "IDLE") return TextCell(boost::to_lower_copy(activity));
@@ -122,26 +124,39 @@ std::vector<const ListColumn*> ShownColumns(const Style& style, bool isLong) {
 // Calls `add` for each row: for each card, and with `isLong` for its drives too, with the index of
 // the card's row.
 template <class Add>
-void ForEachRow(const Model& model, const Style& style, bool isLong, Add add) {
+void ForEachRow(const Model& model, const Style& style, bool isLong, bool isOld, Add add) {
   std::size_t count = 0;
   for (const Object* card : CardsWorstFirst(model)) {
     const Objects drives = DrivesOf(model, *card);
     const std::size_t parent = count++;
-    add(RowContext{model, *card, drives, style, false}, std::nullopt);
+    add(RowContext{model, *card, drives, style, isOld}, std::nullopt);
     for (const Object* drive : isLong ? drives : Objects()) {
-      add(RowContext{model, *drive, {drive}, style, false}, std::optional<std::size_t>(parent));
+      add(RowContext{model, *drive, {drive}, style, isOld}, std::optional<std::size_t>(parent));
       ++count;
     }
   }
 }
 
 Cell ChosenCell(const RowContext& row, const std::string& name) {
-  const Cell own = ObjectCell(row.m_Object, name, row.m_Style.m_Ascii);
+  Cell own = ObjectCell(row.m_Object, name, row.m_Style.m_Ascii);
+  MarkOldReading(row.m_Object, name, row.m_IsOld, own);
   if (!own.m_Human.empty() || row.m_Drives.empty()) return own;
   return ObjectCell(*row.m_Drives.front(), name, row.m_Style.m_Ascii);
 }
 
+// Values that change while a card works, and that a report may repeat from an earlier one.
+constexpr const char* kReadings[] = {"temperature_celsius", "reserve_space_ratio",
+                                     "endurance_used_ratio"};
+
 }  // namespace
+
+void MarkOldReading(const Object& object, const std::string& field, bool isOld, Cell& cell) {
+  const bool isReading =
+      std::find(std::begin(kReadings), std::end(kReadings), field) != std::end(kReadings);
+  const bool isKnown = !cell.m_Human.empty() && cell.m_Human != "-";
+  if (!isReading || !isKnown) return;
+  if (isOld || object.m_Access == Access::Unreadable) cell.m_Human += '?';
+}
 
 Objects CardsWorstFirst(const Model& model) {
   Objects cards = WorstFirst(model);
@@ -158,26 +173,28 @@ Objects DrivesOf(const Model& model, const Object& card) {
   return drives;
 }
 
-Table CardList(const Model& model, const Style& style, bool isLong,
+Table CardList(const Model& model, const Style& style, bool isLong, bool isOld,
                const std::set<const Object*>& acknowledged) {
   Table table;
   table.m_Gap = "  ";
   const std::vector<const ListColumn*> columns = ShownColumns(style, isLong);
   for (const ListColumn* column : columns) table.m_Columns.push_back(column->m_Column);
-  ForEachRow(model, style, isLong, [&](RowContext context, std::optional<std::size_t> parent) {
-    Row row{{}, parent};
-    context.m_IsAcknowledged = acknowledged.count(&context.m_Object) > 0;
-    for (const ListColumn* column : columns) row.m_Cells.push_back(column->m_Cell(context));
-    table.m_Rows.push_back(std::move(row));
-  });
+  ForEachRow(model, style, isLong, isOld,
+             [&](RowContext context, std::optional<std::size_t> parent) {
+               Row row{{}, parent};
+               context.m_IsAcknowledged = acknowledged.count(&context.m_Object) > 0;
+               for (const ListColumn* column : columns)
+                 row.m_Cells.push_back(column->m_Cell(context));
+               table.m_Rows.push_back(std::move(row));
+             });
   return table;
 }
 
 Table CardListWith(const Model& model, const std::vector<std::string>& names, const Style& style,
-                   bool isLong) {
+                   bool isLong, bool isOld) {
   Table table;
   table.m_Columns = ObjectColumns(names);
-  ForEachRow(model, style, isLong,
+  ForEachRow(model, style, isLong, isOld,
              [&](const RowContext& context, std::optional<std::size_t> parent) {
                Row row{{}, parent};
                for (const Column& column : table.m_Columns) {

@@ -22,13 +22,19 @@ std::vector<const Object*> DrivesOf(const Model& model, const Object& card);
 // columns for the PCI address, the name, the drives and the size in binary units. With `isLong`, it
 // has all of these columns, and a row for each drive below its card. The cards in `acknowledged`
 // are marked.
-Table CardList(const Model& model, const Style& style, bool isLong,
+//
+// A reading that is older than the report is followed by a question mark: all readings if `isOld`,
+// otherwise those of cards that cannot be read.
+Table CardList(const Model& model, const Style& style, bool isLong, bool isOld,
                const std::set<const Object*>& acknowledged);
+
+// Marks the cell of a field if it is a reading that is older than the report.
+void MarkOldReading(const Object& object, const std::string& field, bool isOld, Cell& cell);
 
 // Returns a table with the columns `names` and one row per card. If a card lacks a column that
 // drives have, its cell shows the value of its drives. With `isLong`, it also has a row for each
-// drive. Throws `Failure` for an unknown name.
+// drive. Old readings are marked as in `CardList`. Throws `Failure` for an unknown name.
 Table CardListWith(const Model& model, const std::vector<std::string>& names, const Style& style,
-                   bool isLong);
+                   bool isLong, bool isOld);
 
 }  // namespace Console

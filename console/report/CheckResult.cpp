@@ -243,6 +243,10 @@ CheckResult CheckObjects(const Model& model, const CheckInput& input) {
     check.m_ExpectationState = StateOfCount(check.m_Cards, *input.m_ExpectedCards);
     check.m_State = std::max(check.m_State, check.m_ExpectationState);
   }
+  check.m_Unknown = input.m_Unknown;
+  if (!check.m_Unknown.empty() && check.m_State != CheckState::Critical) {
+    check.m_State = CheckState::Unknown;
+  }
   return check;
 }
 

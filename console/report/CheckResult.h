@@ -36,6 +36,8 @@ struct CheckInput {
   std::optional<std::size_t> m_ExpectedCards;
   std::vector<AcknowledgedReason> m_Acknowledged;
   bool m_Ascii = false;
+  // Why missing cards or acknowledgments are unknown; empty if they are known.
+  std::string m_Unknown;
 };
 
 // Something that is wrong with an object.
@@ -64,12 +66,14 @@ struct CheckResult {
   std::optional<std::size_t> m_ExpectedCards;
   CheckState m_ExpectationState = CheckState::Ok;
   std::vector<std::string> m_NotFound;
+  std::string m_Unknown;  // that of the input
 };
 
 // Checks the objects of the input, which are part of `model`. The state of a card is the worst of
 // its unacknowledged problems: the reasons that it reports, its status if no reason explains it,
 // and values outside its own limits or the user's ranges. The state of a name without an object is
-// UNKNOWN. The model must outlive the result.
+// UNKNOWN. If missing cards are unknown, the result is UNKNOWN unless it is CRITICAL: a warning
+// alone would hide that a card may be missing. The model must outlive the result.
 CheckResult CheckObjects(const Model& model, const CheckInput& input);
 
 }  // namespace Console

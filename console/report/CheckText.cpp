@@ -147,6 +147,7 @@ std::vector<const Finding*> WorstFindings(const CheckResult& check) {
 
 std::vector<std::string> WorstTexts(const CheckResult& check, bool brief) {
   std::vector<std::string> texts;
+  if (!check.m_Unknown.empty()) texts.push_back(check.m_Unknown);
   if (check.m_ExpectationState != CheckState::Ok) {
     texts.push_back(fmt::format("expected {}, found {}", CountText(*check.m_ExpectedCards, "card"),
                                 check.m_Cards));

@@ -38,8 +38,9 @@ std::optional<CommandResult> ColumnHelp(const Context& context) {
 
 namespace {
 
-CommandResult OverviewOf(const Context& context, const Model& model, std::vector<Column> columns,
+CommandResult OverviewOf(Context& context, const Model& model, std::vector<Column> columns,
                          bool withPlugin) {
+  const bool isOld = !context.Open().IsUp();
   CommandResult result;
   result.m_Items = "objects";
   result.m_Json = {{"objects", Json::array()}};
@@ -51,6 +52,7 @@ CommandResult OverviewOf(const Context& context, const Model& model, std::vector
     Row row;
     for (const Column& column : result.m_Table.m_Columns) {
       row.m_Cells.push_back(ObjectCell(object, column.m_Name, context.m_Style.m_Ascii));
+      MarkOldReading(object, column.m_Name, isOld, row.m_Cells.back());
     }
     const auto owner = object.m_Owner ? rowOf.find(*object.m_Owner) : rowOf.end();
     if (owner != rowOf.end()) row.m_Parent = owner->second;
@@ -115,8 +117,10 @@ CommandResult CardOverview(
   const Model model = context.Objects();
   CommandResult result = OverviewOf(context, model, std::move(columns), false);
   if (!context.PrintsText()) return result;
-  const Table table = chosen.empty() ? CardList(model, context.m_Style, isLong, acknowledged(model))
-                                     : CardListWith(model, chosen, context.m_Style, isLong);
+  const bool isOld = !context.Open().IsUp();
+  const Table table = chosen.empty()
+                          ? CardList(model, context.m_Style, isLong, isOld, acknowledged(model))
+                          : CardListWith(model, chosen, context.m_Style, isLong, isOld);
   result.m_Text = DrawTable(table, context.m_Style, false);
   return result;
 }

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <boost/algorithm/string/erase.hpp>
 #include <optional>
 
 #include "base/Printable.h"
@@ -11,6 +12,7 @@
 #include "console/model/Health.h"
 #include "console/render/HealthCells.h"
 #include "console/render/Table.h"
+#include "console/report/CardList.h"
 
 namespace Console {
 namespace {
@@ -76,6 +78,15 @@ Piece BarPiece(const Value& ratio, std::size_t columns, bool ascii) {
   return {number ? Bar(*number, columns, ascii) : std::string(columns, ' ')};
 }
 
+// Returns a reading, with a question mark instead of the space if it is older than the report.
+std::string ReadingText(const LiveModel& live, const Object& card, const char* field, bool ascii) {
+  const std::string text = Human(ReadField(card, field), ascii);
+  Cell cell = TextCell(text);
+  MarkOldReading(card, field, !live.IsCurrent(), cell);
+  if (cell.m_Human != text) boost::erase_all(cell.m_Human, " ");
+  return cell.m_Human;
+}
+
 Line CardLine(const LiveModel& live, const Object& card, const Widths& widths, bool ascii) {
   const Value status = HealthOf(card).m_Status;
   const Severity heat = LimitSeverity(card, "temperature_celsius");
@@ -85,12 +96,12 @@ Line CardLine(const LiveModel& live, const Object& card, const Widths& widths, b
       {Fit(card.m_Selector, widths.m_Object)},
       NamePiece(card, widths, ascii),
       {" " + Fit(StatusText(status), Widths::kStatus), status.m_Severity},
-      {" " + FitRight(Human(ReadField(card, "temperature_celsius"), ascii), Widths::kTemperature),
+      {" " + FitRight(ReadingText(live, card, "temperature_celsius", ascii), Widths::kTemperature),
        heat},
       GraphPiece(Sparkline(live.Temperatures(card.m_ID), widths.m_Sparkline, ascii), heat),
-      {" " + FitRight(Human(reserve, ascii), Widths::kRatio) + " "},
+      {" " + FitRight(ReadingText(live, card, "reserve_space_ratio", ascii), Widths::kRatio) + " "},
       BarPiece(reserve, widths.m_Bar, ascii),
-      {FitRight(Human(used, ascii), Widths::kRatio + 1) + " "},
+      {FitRight(ReadingText(live, card, "endurance_used_ratio", ascii), Widths::kRatio + 1) + " "},
       BarPiece(used, widths.m_Bar, ascii)};
 }
 

@@ -47,6 +47,11 @@ class LiveModel {
   // The latest temperatures of an object, the newest last; empty for an object without a
   // temperature.
   const std::deque<double>& Temperatures(std::uint64_t object) const;
+  // Whether the objects are the plug-in's current report. If not, the connection to the service is
+  // lost or the plug-in is not running.
+  bool IsCurrent() const { return m_Session.IsUp(); }
+  // When the plug-in reported the objects, in milliseconds since the epoch.
+  std::uint64_t ObservedAt() const { return m_Session.Times().m_ObservedAt; }
   // The interval at which the plug-in polls the cards.
   std::chrono::milliseconds PollInterval() const { return m_PollInterval; }
 

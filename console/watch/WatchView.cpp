@@ -227,7 +227,10 @@ std::vector<Line> WatchView::Draw(const LiveModel& live, ScreenSize size, std::u
 Line WatchView::Title(const LiveModel& live, ScreenSize size, std::uint64_t nowMs) const {
   const std::string left =
       fmt::format(" {}  {}", Base::Printable(m_Host), CountsText(live.CurrentModel()));
-  const std::string right = fmt::format("  {} {} ", LocalDate(nowMs), LocalTimeOfDay(nowMs));
+  // Old values have the time of their report instead of the clock.
+  const std::uint64_t time = live.IsCurrent() ? nowMs : live.ObservedAt();
+  const std::string right = fmt::format("  {}{} {} ", live.IsCurrent() ? "" : "disconnected since ",
+                                        LocalDate(time), LocalTimeOfDay(time));
   const bool hasRoom = ColumnsOf(left) + right.size() <= size.m_Columns;
   const std::size_t room = hasRoom ? size.m_Columns - right.size() : size.m_Columns;
   return {{Fit(left, room, m_Ascii) + (hasRoom ? right : ""), Severity::Neutral, true, true}};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <string>
 
 #include "console/base/Output.h"
 #include "console/cli/CommandTable.h"
@@ -10,6 +11,7 @@
 #include "service/EventFeed.h"
 #include "service/EventSummary.h"
 #include "service/JobTable.h"
+#include "service/RecordsHealth.h"
 #include "service/Snapshot.h"
 #include "service/api/MetricsCache.h"
 #include "service/api/ReplayCache.h"
@@ -38,6 +40,12 @@ struct ApiContext {
   std::chrono::milliseconds m_CallTimeout{120000};
   // Time limit of a request that waits for the database.
   std::chrono::milliseconds m_DatabaseTimeout{30000};
+  // What all documents say about the cards.
+  const RecordsHealth* m_pRecords = nullptr;  // null: the known cards can be read
+  bool m_IsSimulated = false;                 // whether the cards are simulated
+
+  // Returns why the known cards cannot be read; empty if they can.
+  std::string RecordsFailure() const { return m_pRecords == nullptr ? "" : m_pRecords->Cause(); }
 };
 
 }  // namespace Service

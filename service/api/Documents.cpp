@@ -49,9 +49,10 @@ Response MakePluginDownProblem(const PluginState& plugin) {
 
 Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Arguments& arguments,
                     const char* type, Console::EventSource* events) {
+  const SnapshotNotes notes = {api.m_IsSimulated, api.RecordsFailure()};
   return ResponseOf([&] {
     return Http::MakeResponse(
-        200, type, RunOnSnapshot(api.m_Commands, arguments, api.m_Stream, snapshot, events));
+        200, type, RunOnSnapshot(api.m_Commands, arguments, api.m_Stream, snapshot, notes, events));
   });
 }
 

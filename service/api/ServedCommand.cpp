@@ -6,6 +6,8 @@
 #include "console/cli/CommandLine.h"
 #include "console/cli/CommandTimeLimits.h"
 #include "console/model/LiveValues.h"
+#include "console/plugin/SimulatedService.h"
+#include "console/plugin/UnreadableRecords.h"
 #include "service/api/SnapshotSession.h"
 
 namespace Service {
@@ -63,13 +65,18 @@ std::string RunCommand(const Console::CommandTable& commands,
 std::string RunOnSnapshot(const Console::CommandTable& commands,
                           const std::vector<std::string>& arguments,
                           const Console::ResultStream& stream, const SnapshotPtr& snapshot,
-                          Console::EventSource* events) {
+                          const SnapshotNotes& notes, Console::EventSource* events) {
   Diagnostics diagnostics(Console::Verbosity::Silent);
   if (!snapshot->m_Plugin.m_IsUp) {
     diagnostics.Note("STALE", "the plug-in is not running: " + snapshot->m_Plugin.m_Reason +
                                   "; values are from its last report");
   }
   NoteUnreadCards(*snapshot, diagnostics);
+  if (notes.m_IsSimulated) Console::NoteSimulatedService(diagnostics);
+  if (!notes.m_RecordsFailure.empty()) {
+    Console::ReportUnreadableRecords(
+        Console::UnreadableRecordsFailure(notes.m_RecordsFailure, false), diagnostics);
+  }
   const auto open = [&snapshot, events](const Console::SessionRequest& request) {
     request.m_EventLog.ReadFrom(events);
     return std::make_unique<SnapshotSession>(snapshot);

@@ -18,11 +18,18 @@ std::string RunCommand(const Console::CommandTable& commands,
                        const std::vector<std::string>& arguments,
                        const Console::ResultStream& stream, const Console::SessionFactory& open);
 
+// What a document says about the service in addition to its snapshot.
+struct SnapshotNotes {
+  bool m_IsSimulated = false;    // whether the cards are simulated
+  std::string m_RecordsFailure;  // why the known cards cannot be read; empty: they can
+};
+
 // Like `RunCommand`, with a session that reads the snapshot, and with the events of `events`, or of
-// the database if it is null. The document contains a message if the plug-in is not running.
+// the database if it is null. The document contains a message if the plug-in is not running or the
+// cards are simulated, and an error if the known cards cannot be read.
 std::string RunOnSnapshot(const Console::CommandTable& commands,
                           const std::vector<std::string>& arguments,
                           const Console::ResultStream& stream, const SnapshotPtr& snapshot,
-                          Console::EventSource* events = nullptr);
+                          const SnapshotNotes& notes, Console::EventSource* events = nullptr);
 
 }  // namespace Service

@@ -35,11 +35,12 @@ Response MakeReply(const PluginReply& reply) {
   return Http::MakeResponse(200, kJsonType, JsonText(Console::ToJson(reply)));
 }
 
-// Adds the times and the records of the cards to a topology.
+// Adds whether the plug-in is running, the times and the records of the cards to a topology.
 Response MakeSnapshotReply(const Snapshot& snapshot, const PluginCommand& command,
                            const PluginReply& reply) {
   Json json = Console::ToJson(reply);
   if (command.m_Command == PI::CMD_GET_TOPOLOGY) {
+    json["up"] = snapshot.m_Plugin.m_IsUp;
     json["times"] = Console::ToJson(snapshot.m_Times);
     json["cards"] = Console::ToJson(snapshot.m_Cards);
   }
@@ -139,7 +140,8 @@ Response CallPlugin(const ApiContext& api, const PluginCommand& command,
 // `Console::Failure` if another job is running on the card.
 Http::Reply StartChange(const ApiContext& api, const Http::Request& request,
                         const Snapshot& snapshot, const PluginCommand& command) {
-  const auto job = api.m_SessionJobs.Begin(snapshot, command, UserName(request.m_Peer.m_User));
+  const std::string user = UserName(request.m_Peer.m_User);
+  const auto job = api.m_SessionJobs.Begin(snapshot, command, user);
   try {
     LogChange(request.m_Peer, ChangeText(snapshot, command));
     Http::Reply reply =
@@ -201,7 +203,9 @@ Response SessionInfo(const ApiContext& api, const Snapshot& snapshot) {
                         {"has_cards", snapshot.m_HasCards},
                         {"failed_threads", plugin.m_FailedThreads},
                         {"start_seconds", plugin.m_StartDuration.count()},
-                        {"newest_event", api.m_Feed.Newest()}});
+                        {"newest_event", api.m_Feed.Newest()},
+                        {"simulated", api.m_IsSimulated},
+                        {"records_failure", api.RecordsFailure()}});
 }
 
 bool IsStarting(const Snapshot& snapshot) {

@@ -104,6 +104,10 @@ std::optional<Console::PluginReply> ServiceSession::Call(Console::PluginCommand 
       m_Times = Console::CardTimesFromJson(*times);
       json.erase(times);
     }
+    if (const auto up = json.find("up"); up != json.end()) {
+      m_State.m_IsUp = up->get<bool>();
+      json.erase(up);
+    }
     if (const auto cards = json.find("cards"); cards != json.end()) {
       m_Cards = Console::CardRecordsFromJson(*cards);
       json.erase(cards);

@@ -29,9 +29,13 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
                  const Console::TimeLimits& limits);
   ~ServiceSession() override;
 
-  bool IsUp() const override { return m_State.m_IsUp; }
+  bool IsUp() const override { return m_State.m_IsUp && !m_IsLost; }
   // Returns why the plug-in is not running.
   const std::string& Reason() const { return m_State.m_Reason; }
+  // Returns why the service cannot read the known cards; empty if it can.
+  const std::string& RecordsFailure() const { return m_State.m_RecordsFailure; }
+  // Whether the cards of the service are simulated.
+  bool IsSimulated() const { return m_State.m_IsSimulated; }
 
   Console::PluginInfo Info() const override { return m_State.m_Info; }
   bool IsShared() const override { return true; }

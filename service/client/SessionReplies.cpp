@@ -52,6 +52,8 @@ SessionState SessionStateFromJson(const Json& json) {
   state.m_FailedThreads = static_cast<std::size_t>(CountField(json, "failed_threads"));
   state.m_StartDuration = SecondsField(json, "start_seconds");
   state.m_NewestEvent = CountField(json, "newest_event");
+  state.m_IsSimulated = FieldOf(json, "simulated").get<bool>();
+  state.m_RecordsFailure = FieldOf(json, "records_failure").get<std::string>();
   return state;
 }
 

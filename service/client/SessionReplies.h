@@ -22,6 +22,8 @@ struct SessionState {
   std::size_t m_FailedThreads = 0;
   std::chrono::duration<double> m_StartDuration{0};
   std::int64_t m_NewestEvent = 0;
+  bool m_IsSimulated = false;    // whether the cards are simulated
+  std::string m_RecordsFailure;  // why the known cards cannot be read; empty: they can
 };
 
 // A part of the event log.

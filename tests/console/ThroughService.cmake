@@ -37,6 +37,7 @@ set(NOT_THROUGH_SERVICE
   "card_library|runs an installation with and without a service"
   "client|compares runs with and without a service"
   "completion|client.bats completes with a service"
+  "damaged_database|starts its own services"
   "envelope|api and the suites above check the documents of a service"
   "errors|most messages need no plug-in"
   "explain|most explanations need no plug-in"

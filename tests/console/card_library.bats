@@ -40,6 +40,19 @@ installed() { "$root/usr/bin/corvane-host" "$@"; }
   Install the vendor's library, or pass --simulate to use simulated cards." "$stderr"
 }
 
+@test "without the vendor's library, events and rows show what is stored" {
+  local bare="$BATS_TEST_TMPDIR/bare"
+  DESTDIR="$bare" cmake --install "$CORVANE_BUILD" --prefix /usr >/dev/null
+  export CORVANE_DATABASE="$BATS_TEST_TMPDIR/log.db"
+  "$bare/usr/bin/corvane-host" --simulate events >/dev/null 2>&1
+  add_log_entries "$CORVANE_DATABASE" "2026-11-19T23:59:59 3 10967 1 'BoardA (1)' 'Too hot.' S100 19038"
+  run -0 --separate-stderr "$bare/usr/bin/corvane-host" events -o tsv -H
+  same "2026-11-19T23:59:59+00:00 a0 Too hot." "$(cut -f 1,5,6 <<<"$output" | tr '\t' ' ')"
+  same "corvane-host: note: cannot load the plug-in: the card vendor's library libvsl_abstraction.so is not installed; showing the event log only" "$stderr"
+  run -0 --separate-stderr "$bare/usr/bin/corvane-host" rows adapter
+  [[ "$output" == *S100* ]]
+}
+
 @test "the vendor's library is used, although there is a file of simulated cards" {
   same FOREIGN01 "$(installed get a0 serial_number)"
 }

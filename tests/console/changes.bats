@@ -235,6 +235,10 @@ changed_nothing_dry() {
   ended switched 1
   grep -q "^corvane-host: locate a0: another program switched the LED off after 0:" \
     "$BATS_FILE_TMPDIR/switched.err"
+  # The advice is the command that was given.
+  grep -qx "  Switch it on again: corvane-host locate a0 on --for 1h --s[^ ]*[= ][^ ]*" \
+    "$BATS_FILE_TMPDIR/switched.err"
+  if_direct said switched "  Without a service, any other corvane-host command switches it off, also list."
 }
 
 @test "locate --for notices that its card is removed" {

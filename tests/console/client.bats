@@ -185,6 +185,16 @@ END
   served set plugin poll_interval=2
 }
 
+@test "list, tree, status, plugin and the API say that the cards are simulated" {
+  local command
+  for command in list tree status plugin; do
+    keep simulated served "$command"
+    said simulated "corvane-host: note: the cards of this service are simulated"
+  done
+  keep json served list -o json
+  same '["SIMULATED"]' "$(json json '[m["id"] for m in d["messages"]]')"
+}
+
 @test "the locate LED stays on after locate on exits" {
   keep on served locate a0 on
   ended on 0

@@ -12,6 +12,7 @@ export CORVANE_SOURCE CORVANE_BUILD CORVANE_SANITIZE TEST_PLUGIN NO_PLUGIN_THREA
 
 PATH="$CORVANE_BUILD/bin:$PATH"
 SCHEMA="$CORVANE_SOURCE/docs/corvane-host.schema.json"
+SIMULATED="corvane-host: note: the cards of this service are simulated"
 
 # A healthy card and one that is too hot and hides its temperature and reserve.
 make_cards() {
@@ -73,7 +74,11 @@ direct_only() { [ -z "${CORVANE_TEST_SERVICE:-}" ] || skip "$1"; }
 
 # out NAME, err NAME, rc NAME: print the standard output, standard error or exit code of the run.
 out() { cat "$BATS_FILE_TMPDIR/$1.out"; }
-err() { cat "$BATS_FILE_TMPDIR/$1.err"; }
+# In a run through a service, `err` omits the note that the cards are simulated.
+err() {
+  if_direct cat "$BATS_FILE_TMPDIR/$1.err"
+  [ -z "${CORVANE_TEST_SERVICE:-}" ] || grep -vxF "$SIMULATED" "$BATS_FILE_TMPDIR/$1.err" || true
+}
 rc() { cat "$BATS_FILE_TMPDIR/$1.rc"; }
 
 # same EXPECTED ACTUAL: fails and shows the difference if they differ.
@@ -86,7 +91,7 @@ ended() { same "$2" "$(rc "$1")"; }
 said() { grep -qxF -- "$2" "$BATS_FILE_TMPDIR/$1.err" || { err "$1"; false; }; }
 
 # silent NAME STREAM: expects that the run wrote nothing to the stream, `out` or `err`.
-silent() { [ ! -s "$BATS_FILE_TMPDIR/$1.$2" ] || { cat "$BATS_FILE_TMPDIR/$1.$2"; false; }; }
+silent() { [ "$("$2" "$1" | wc -c)" -eq 0 ] || { cat "$BATS_FILE_TMPDIR/$1.$2"; false; }; }
 
 # unprivileged COMMAND...: runs the command without root's privilege to bypass file permissions. The
 # user stays the same and keeps access to the directories of the programs and tests.

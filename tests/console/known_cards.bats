@@ -113,6 +113,10 @@ print(*names)'
   eventually has a1 status UNREADABLE
   same FA00000002 "$(value a1 serial_number)"
   [ "$(value a1 unreadable_reason)" != - ]
+  # Without a service, the card has not been read before.
+  local temperature='-'
+  [ -z "${CORVANE_TEST_SERVICE:-}" ] || temperature='[0-9]+°C!?\?'
+  grep -E "^a1  UNREADABLE +$temperature " <<<"$(host list)"
   run -2 host check
   [[ "$output" == *"a1 UNREADABLE: the card cannot be opened: bad flash (error 1), last seen "* ]]
   cardsim clear-failure vsl_open card1

@@ -248,6 +248,12 @@ time.sleep(3600)' "$port" 3>&- &
   same "corvane-host: note: serving at $socket" "$(cat "$BATS_FILE_TMPDIR/other.err")"
 }
 
+@test "simulated cards are not served at a default socket" {
+  keep default env -u CORVANE_SOCKET corvane-host serve --simulate --for 1s
+  ended default 2
+  said default "corvane-host: serve: --simulate requires --socket, because all commands would use the default socket"
+}
+
 @test "plug-in processes can only be started by the service" {
   keep process corvane-host plugin-process libCorvane.so libvsl_abstraction.so
   ended process 2

@@ -82,7 +82,8 @@ broken() {
     run "rm $database* && mkdir $database" \
     run "cardsim --state $file raise card0 CORRECTABLE_PCI_ERRORS" \
     see "EVENTS (1)" see "cannot use the event log" press Down gone "cannot use the event log" \
-    press q ends 0 see "cannot use the event log" \
+    press q ends 1 \
+    see "cannot read the known cards" see "cannot use the event log" \
     -- corvane-host "$(cards_option "$file")" watch
 }
 
@@ -174,6 +175,12 @@ a1 MOLT EP PX600 (2) WARNING - - 2 % TEMPERATURE_ABOVE_WARN
 a1/d0 MOLT EP PX600 2.6TB (0) available" "$(out blocks | sed -n -e '2,6s/  */ /gp')"
   grep -q '^a0 .* WARNING .* CORRECTABLE_PCI_ERRORS$' "$BATS_FILE_TMPDIR/blocks.out"
   same 1 "$(out blocks | grep -c 'warning .* 10970 CTRL_CORRECTABLE_PCI_ERRORS .* a0 ')"
+}
+
+@test "watch without a terminal prints no block twice" {
+  # The poll interval is 2 seconds.
+  host watch --for 7s >"$BATS_TEST_TMPDIR/out"
+  same 1 "$(grep -c '^OBJECT NAME' "$BATS_TEST_TMPDIR/out")"
 }
 
 @test "watch -o jsonl prints one document per change and each event once" {
