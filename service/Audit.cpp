@@ -48,6 +48,11 @@ std::string CardText(const Snapshot& snapshot, const std::string& serial) {
   return serial;
 }
 
+const char* EndText(JobState state) {
+  if (state == JobState::Interrupted) return "was interrupted";
+  return state == JobState::Succeeded ? "has succeeded" : "has failed";
+}
+
 }  // namespace
 
 std::string ChangeText(const Snapshot& snapshot, const Console::PluginCommand& command) {
@@ -65,10 +70,10 @@ std::string ChangeText(const Snapshot& snapshot, const Console::PluginCommand& c
 std::string JobEndText(const Snapshot& snapshot, const Job& job) {
   using std::chrono::milliseconds;
   const auto elapsed = std::chrono::duration_cast<milliseconds>(job.m_Ended - job.m_Started);
-  const std::string text = fmt::format(
-      "{}{} of {} by {} has {} after {}", job.m_Operation, job.m_IsDryRun ? " (dry run)" : "",
-      CardText(snapshot, job.m_Serial), job.m_Client.m_User,
-      job.m_State == JobState::Succeeded ? "succeeded" : "failed", Console::ElapsedText(elapsed));
+  const std::string text =
+      fmt::format("{}{} of {} by {} {} after {}", job.m_Operation,
+                  job.m_IsDryRun ? " (dry run)" : "", CardText(snapshot, job.m_Serial),
+                  job.m_Client.m_User, EndText(job.m_State), Console::ElapsedText(elapsed));
   const std::string cause = job.m_State == JobState::Succeeded ? "" : CauseOf(job.m_Result);
   return cause.empty() ? text : text + ": " + cause;
 }

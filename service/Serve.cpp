@@ -118,6 +118,8 @@ struct Running {
     m_Api.m_pRecords = &m_Records;
     m_Api.m_IsSimulated = context.m_Options.m_Simulate.has_value();
     m_Summary.Update();
+    m_Jobs.Restore();
+    m_Replays.Restore();
     LoadKnownCards();
     Http::Settings settings;
     settings.m_Permissions = permissions;
@@ -129,6 +131,7 @@ struct Running {
   // The stop is requested first, because stopping the plug-in ends the calls that clients wait for.
   // The state thread stops before the members that its queued tasks use are destroyed.
   ~Running() {
+    m_Jobs.BeginStop();
     m_Collector.RequestStop();
     m_Server.reset();
     m_Collector.Stop();
@@ -160,12 +163,14 @@ struct Running {
   EventAnnouncer m_Announcer;  // outlives the queued tasks of the state thread
   // Destroyed after the collector, so that its last observation is stored.
   StateThread m_State{ReportStateFailure};
+  JobStore m_JobStore{ReportStateFailure};
   JobTable m_Jobs{
       [this](const BusyCards& cards) { m_Store.SetBusy(cards); },
-      [this](const Job& job) { LogJobEnd(JobEndText(*m_Store.Get(), job), job.m_Serial); }};
+      [this](const Job& job) { LogJobEnd(JobEndText(*m_Store.Get(), job), job.m_Serial); },
+      &m_JobStore};
   SessionJobs m_SessionJobs{m_Jobs};  // used by the collector's thread
   Collector m_Collector;
-  ReplayCache m_Replays;
+  ReplayCache m_Replays{&ReplayCache::Clock::now, &m_JobStore};
   MetricsCache m_Metrics;
   ApiContext m_Api;
   CallThreads m_Threads;

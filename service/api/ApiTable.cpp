@@ -83,7 +83,7 @@ const std::vector<ProblemRow> kObjectProblems = {kInvalidQuery, kDown, kBusy, kT
 const std::vector<ProblemRow> kSingleObjectProblems = {kInvalidQuery, kNoObject, kDown, kBusy,
                                                        kTimedOut};
 const std::vector<ProblemRow> kOperationProblems = {
-    kInvalidBody, kNoObject, kNoOperation, kNotConfirmed, kJobRunning, kDown, kBusy};
+    kInvalidBody, kNoObject, kNoOperation, kNotConfirmed, kJobRunning, kDown, kBusy, kNoDatabase};
 
 const std::vector<ApiRow> kRows = {
     {Method::Get,
@@ -221,7 +221,7 @@ const std::vector<ApiRow> kRows = {
      "erase a drive and change its layout",
      PostFormat,
      {kJob},
-     {kInvalidBody, kNoObject, kNotConfirmed, kWrongSerial, kJobRunning, kDown, kBusy},
+     {kInvalidBody, kNoObject, kNotConfirmed, kWrongSerial, kJobRunning, kDown, kBusy, kNoDatabase},
      {},
      "FormatRequest"},
     {Method::Get,
@@ -419,24 +419,21 @@ Http::Reply Handle(const ApiRow& row, const ApiContext& api, const Http::Request
   return reply;
 }
 
-// Returns everything in which two requests of a user can differ. NUL separates the parts, because
-// the path and the query contain none.
+// Returns everything in which two requests of a user can differ, as text. All parts are UTF-8: the
+// body is a valid document.
 std::string ContentOf(const ApiRow& row, const Http::Request& request) {
-  std::string content = TargetOf(row, request) + '\0';
-  for (const auto& [name, value] : request.m_Query) content += name + '\0' + value + '\0';
-  return content + request.m_Body;
+  return JsonText(nlohmann::json{TargetOf(row, request), request.m_Query, request.m_Body});
 }
 
 // If an earlier request with this key has succeeded, returns its response instead of repeating the
-// request. Different users may use the same key.
+// request.
 Http::Reply AnswerOnce(const ApiRow& row, const ApiContext& api, const Http::Request& request,
                        const std::string& key) {
   if (ParameterError(kKeyHeader, key)) {
     return Http::MakeProblem(kInvalidKey.m_Status, kInvalidKey.m_Id,
                              "Idempotency-Key must be 1 to 255 visible ASCII characters");
   }
-  const std::string scope = std::to_string(request.m_Peer.m_User) + " ";
-  return api.m_Replays.Answer(scope + key, ContentOf(row, request),
+  return api.m_Replays.Answer(*ReplayKey(request), ContentOf(row, request),
                               [&] { return Handle(row, api, request); });
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <memory>
 #include <utility>
+#include <variant>
 
 #include "console/model/FieldTable.h"
 #include "console/model/Model.h"
@@ -27,7 +28,7 @@ Response MakeProblem(const Failure& failure) {
 
 }  // namespace
 
-Response ResponseOf(const std::function<Response()>& answer) {
+Http::Reply ReplyOf(const std::function<Http::Reply()>& answer) {
   try {
     return answer();
   } catch (const Failure& failure) {
@@ -37,6 +38,10 @@ Response ResponseOf(const std::function<Response()>& answer) {
   } catch (const std::exception& error) {
     return Http::MakeProblem(500, "UNEXPECTED", error.what());
   }
+}
+
+Response ResponseOf(const std::function<Response()>& answer) {
+  return std::get<Response>(ReplyOf([&answer]() -> Http::Reply { return answer(); }));
 }
 
 Response MakeJson(unsigned status, const nlohmann::ordered_json& document) {

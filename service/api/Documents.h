@@ -28,6 +28,8 @@ Http::Response MakeJson(unsigned status, const nlohmann::ordered_json& document)
 // Returns the response of `answer`, or a problem for the exception that it throws. For a
 // `Console::Failure`, the exit code determines the status.
 Http::Response ResponseOf(const std::function<Http::Response()>& answer);
+// Likewise for a reply.
+Http::Reply ReplyOf(const std::function<Http::Reply()>& answer);
 
 // Returns a 503 problem that states why the plug-in is not running.
 Http::Response MakePluginDownProblem(const PluginState& plugin);

@@ -20,6 +20,8 @@ using Http::Request;
 using Http::Response;
 using Json = nlohmann::ordered_json;
 
+constexpr unsigned kAccepted = 202;
+
 // An operation of the API, and the console command that performs it.
 struct OperationRow {
   const char* m_Name;
@@ -47,25 +49,24 @@ const OperationRow* FindRow(const std::string& name, bool isForDrive) {
   return found == std::end(kOperations) ? nullptr : found;
 }
 
-constexpr std::pair<JobState, const char*> kStates[] = {{JobState::Running, "RUNNING"},
-                                                        {JobState::Succeeded, "SUCCEEDED"},
-                                                        {JobState::Failed, "FAILED"}};
-
-constexpr std::pair<JobOrigin, const char*> kOrigins[] = {{JobOrigin::Api, "API"},
-                                                          {JobOrigin::Session, "SESSION"}};
-
-Json ToJson(const Job& job) {
+// Returns null for an interrupted job, because the time of its end is unknown.
+Json ElapsedSeconds(const Job& job) {
+  if (job.m_State == JobState::Interrupted) return nullptr;
   const auto end = job.m_State == JobState::Running ? Job::Clock::now() : job.m_Ended;
   const std::chrono::duration<double> elapsed = end - job.m_Started;
+  return std::max(0.0, elapsed.count());
+}
+
+Json ToJson(const Job& job) {
   return {{"id", job.m_Id},
           {"serial_number", job.m_Serial},
           {"operation", job.m_Operation},
           {"dry_run", job.m_IsDryRun},
-          {"origin", Base::Lookup(kOrigins, job.m_Client.m_Origin, "")},
+          {"origin", NameOf(job.m_Client.m_Origin)},
           {"user", job.m_Client.m_User},
-          {"state", Base::Lookup(kStates, job.m_State, "")},
+          {"state", NameOf(job.m_State)},
           {"started", Console::TimeText(Console::ToMilliseconds(job.m_Started))},
-          {"elapsed_seconds", std::max(0.0, elapsed.count())},
+          {"elapsed_seconds", ElapsedSeconds(job)},
           {"result", job.m_Result}};
 }
 
@@ -74,7 +75,7 @@ struct JobRequest {
   std::string m_Drive;  // "/d0"; empty: the card itself
   std::string m_Operation;
   bool m_IsDryRun;
-  std::string m_User;
+  uid_t m_User;
   Arguments m_Arguments;  // of the command; the second is replaced by the object's name
 };
 
@@ -96,20 +97,43 @@ void RunJob(const ApiContext& api, const std::string& id, JobRequest request) {
                  Json::parse(*response.m_Body, nullptr, false));
 }
 
-Response StartJob(const ApiContext& api, JobRequest request) {
-  ObjectName(api, request);  // throws for an unknown card
-  const Job job = api.m_Jobs.Begin(request.m_Serial, request.m_Operation, request.m_IsDryRun,
-                                   {JobOrigin::Api, request.m_User});
-  const auto run = [&api, id = job.m_Id, request = std::move(request)] {
-    RunJob(api, id, request);
-  };
-  if (!api.m_Threads.Run(run)) {
-    api.m_Jobs.Drop(job.m_Id);
-    return MakeBusyProblem("the plug-in");
-  }
-  Response response = MakeJson(202, ToJson(job));
+Response AcceptedResponse(const Job& job) {
+  Response response = MakeJson(kAccepted, ToJson(job));
   response.m_Headers.emplace_back("Location", "/v1/jobs/" + job.m_Id);
   return response;
+}
+
+// Stores the job. Returns the response to its request, which is stored with the job if a key was
+// sent, so that a repeated request never starts a second job. Without a key, a job that cannot be
+// stored runs anyway: locate LEDs are also needed while the disk is full.
+Response StoreJob(const ApiContext& api, Job job, uid_t user,
+                  std::optional<StoredResponse> pending) {
+  job.m_Client.m_User = UserName(user);
+  Response response = AcceptedResponse(job);
+  if (pending) SetResponse(*pending, response);
+  const std::string failure =
+      api.m_Jobs.Store(job.m_Id, job.m_Client.m_User, pending ? &*pending : nullptr);
+  return pending && !failure.empty() ? MakeDatabaseProblem(failure) : response;
+}
+
+// Starts a job on a call thread, because storing it and looking up the user can block.
+Reply StartJob(const ApiContext& api, const Request& request, JobRequest details) {
+  ObjectName(api, details);  // throws for an unknown card
+  const Job job = api.m_Jobs.Begin(details.m_Serial, details.m_Operation, details.m_IsDryRun,
+                                   {JobOrigin::Api, std::to_string(request.m_Peer.m_User)});
+  const auto queue = [&](const std::shared_ptr<Http::Responder>& responder) {
+    return api.m_Threads.Run([&api, job, details = std::move(details), responder,
+                              pending = api.m_Replays.Pending(request)] {
+      const Response response = StoreJob(api, job, details.m_User, pending);
+      const bool isAccepted = response.m_Status == kAccepted;
+      if (!isAccepted) api.m_Jobs.Drop(job.m_Id);
+      responder->Complete(response);
+      if (isAccepted) RunJob(api, job.m_Id, details);
+    });
+  };
+  Reply reply = DeferReply(queue, "the plug-in");
+  if (std::holds_alternative<Response>(reply)) api.m_Jobs.Drop(job.m_Id);
+  return reply;
 }
 
 Json BodyOf(const Request& request) {
@@ -129,7 +153,7 @@ std::string DriveOf(const Request& request) {
   return drive == nullptr ? std::string() : "/d" + *drive;
 }
 
-Response StartOperation(const ApiContext& api, const Request& request, bool isForDrive) {
+Reply StartOperation(const ApiContext& api, const Request& request, bool isForDrive) {
   const std::string& name = request.m_Parameters.at("operation");
   const OperationRow* const row = FindRow(name, isForDrive);
   if (row == nullptr) {
@@ -148,11 +172,12 @@ Response StartOperation(const ApiContext& api, const Request& request, bool isFo
   if (row->m_Argument != nullptr) arguments.insert(arguments.begin() + 2, row->m_Argument);
   if (row->m_NeedsConfirmation) arguments.emplace_back("--yes");
   if (isForced) arguments.emplace_back("--force");
-  return StartJob(api, {request.m_Parameters.at("serial"), DriveOf(request), name, isDryRun,
-                        UserName(request.m_Peer.m_User), std::move(arguments)});
+  return StartJob(api, request,
+                  {request.m_Parameters.at("serial"), DriveOf(request), name, isDryRun,
+                   request.m_Peer.m_User, std::move(arguments)});
 }
 
-Response StartFormat(const ApiContext& api, const Request& request) {
+Reply StartFormat(const ApiContext& api, const Request& request) {
   const Json body = BodyOf(request);
   const bool isDryRun = body.value("dry_run", false);
   const std::string& serial = request.m_Parameters.at("serial");
@@ -172,22 +197,23 @@ Response StartFormat(const ApiContext& api, const Request& request) {
   if (body.contains("sector_size")) {
     arguments.push_back(fmt::format("--sector-size={}", body.value("sector_size", 0U)));
   }
-  return StartJob(api, {serial, DriveOf(request), "format", isDryRun,
-                        UserName(request.m_Peer.m_User), std::move(arguments)});
+  return StartJob(
+      api, request,
+      {serial, DriveOf(request), "format", isDryRun, request.m_Peer.m_User, std::move(arguments)});
 }
 
 }  // namespace
 
 Reply PostCardOperation(const ApiContext& api, const Request& request) {
-  return ResponseOf([&] { return StartOperation(api, request, false); });
+  return ReplyOf([&] { return StartOperation(api, request, false); });
 }
 
 Reply PostDriveOperation(const ApiContext& api, const Request& request) {
-  return ResponseOf([&] { return StartOperation(api, request, true); });
+  return ReplyOf([&] { return StartOperation(api, request, true); });
 }
 
 Reply PostFormat(const ApiContext& api, const Request& request) {
-  return ResponseOf([&] { return StartFormat(api, request); });
+  return ReplyOf([&] { return StartFormat(api, request); });
 }
 
 Reply GetJobs(const ApiContext& api, const Request&) {

@@ -4,6 +4,7 @@
 #include <utility>
 #include <variant>
 
+#include "console/base/Timestamp.h"
 #include "service/http/PendingResponse.h"
 
 namespace Service {
@@ -13,7 +14,29 @@ constexpr std::size_t kMaxEntries = 1000;
 constexpr std::size_t kMaxBytes = 4U << 20U;
 constexpr std::chrono::hours kMaxAge(24);
 
+Http::Response FromStored(const StoredResponse& stored) {
+  Http::Response response =
+      Http::MakeResponse(stored.m_Status, stored.m_ContentType, stored.m_Body);
+  if (!stored.m_Location.empty()) response.m_Headers.emplace_back("Location", stored.m_Location);
+  return response;
+}
+
 }  // namespace
+
+std::optional<std::string> ReplayKey(const Http::Request& request) {
+  const std::string* const key = Http::Find(request.m_Headers, "idempotency-key");
+  if (key == nullptr) return std::nullopt;
+  return std::to_string(request.m_Peer.m_User) + " " + *key;
+}
+
+void SetResponse(StoredResponse& stored, const Http::Response& response) {
+  stored.m_Status = response.m_Status;
+  stored.m_ContentType = response.m_ContentType;
+  stored.m_Body = response.m_Body == nullptr ? std::string() : *response.m_Body;
+  for (const auto& [name, value] : response.m_Headers) {
+    if (name == "Location") stored.m_Location = value;
+  }
+}
 
 std::size_t ReplayCache::Entry::Size() const {
   const bool hasBody = m_Response && m_Response->m_Body != nullptr;
@@ -47,6 +70,7 @@ std::optional<Http::Reply> ReplayCache::Begin(const EntryPtr& entry) {
   const EntryPtr known = Find(entry->m_Key);
   if (known == nullptr) {
     entry->m_Begun = m_Now();
+    entry->m_BegunMs = Console::NowMs();
     m_Entries.push_back(entry);
     return std::nullopt;
   }
@@ -87,7 +111,10 @@ ReplayCache::EntryPtr ReplayCache::Find(const std::string& key) const {
 }
 
 void ReplayCache::Remove(const EntryPtr& entry) {
-  if (entry->m_Response) m_Bytes -= entry->Size();
+  if (entry->m_Response) {
+    m_Bytes -= entry->Size();
+    if (m_pStore != nullptr) m_Removed.push_back(entry->m_Key);
+  }
   m_Entries.erase(std::find(m_Entries.begin(), m_Entries.end(), entry));
 }
 
@@ -104,7 +131,60 @@ void ReplayCache::RemoveOld() {
   }
 }
 
+// The age is taken from the time of day, because the cache's own clock does not continue after a
+// restart of the machine. A time in the future counts as now.
+void ReplayCache::Restore() {
+  if (m_pStore == nullptr) return;
+  const std::vector<StoredResponse> responses = m_pStore->Responses();
+  const std::uint64_t nowMs = Console::NowMs();
+  const Base::MutexLock lock(m_Lock);
+  for (const StoredResponse& stored : responses) {
+    const auto entry = std::make_shared<Entry>();
+    entry->m_Key = stored.m_Key;
+    entry->m_Content = stored.m_Content;
+    entry->m_BegunMs = stored.m_Begun;
+    entry->m_Begun = m_Now() - std::chrono::milliseconds(nowMs - std::min(nowMs, stored.m_Begun));
+    entry->m_Response = FromStored(stored);
+    m_Bytes += entry->Size();
+    m_Entries.push_back(entry);
+  }
+  RemoveOld();
+}
+
+std::optional<StoredResponse> ReplayCache::Pending(const Http::Request& request) {
+  const auto key = ReplayKey(request);
+  if (!key) return std::nullopt;
+  const Base::MutexLock lock(m_Lock);
+  const EntryPtr entry = Find(*key);
+  if (entry == nullptr) return std::nullopt;
+  StoredResponse stored;
+  stored.m_Key = entry->m_Key;
+  stored.m_Content = entry->m_Content;
+  stored.m_Begun = entry->m_BegunMs;
+  return stored;
+}
+
+// If the response cannot be stored, the change has still been made, and the key is kept until the
+// service is restarted.
+void ReplayCache::Store(const EntryPtr& entry, const Http::Response& response) {
+  if (m_pStore == nullptr || response.m_Status >= 300) return;
+  StoredResponse stored;
+  std::vector<std::string> removed;
+  {
+    const Base::MutexLock lock(m_Lock);
+    stored.m_Key = entry->m_Key;
+    stored.m_Content = entry->m_Content;
+    stored.m_Begun = entry->m_BegunMs;
+    removed.swap(m_Removed);
+  }
+  SetResponse(stored, response);
+  if (m_pStore->Write(stored, removed).empty()) return;
+  const Base::MutexLock lock(m_Lock);
+  m_Removed.insert(m_Removed.end(), removed.begin(), removed.end());
+}
+
 void ReplayCache::Complete(const EntryPtr& entry, const Http::Response& response) {
+  Store(entry, response);
   std::vector<Http::Responder> waiting;
   {
     const Base::MutexLock lock(m_Lock);

@@ -11,16 +11,27 @@
 
 #include "base/Mutex.h"
 #include "service/http/Route.h"
+#include "service/state/JobStore.h"
 
 namespace Service {
 
-// Keeps the newest thousand responses, for a day and in at most 4 MiB. Thread-safe.
+// Copies a response into a record of it.
+void SetResponse(StoredResponse& stored, const Http::Response& response);
+
+// Returns the key under which the response to a request is kept, or empty if the request has none.
+// Different users may use the same key.
+std::optional<std::string> ReplayKey(const Http::Request& request);
+
+// Keeps the newest thousand responses, for a day and in at most 4 MiB, also in the database if
+// there is one. Thread-safe.
 class ReplayCache {
  public:
   using Clock = std::chrono::steady_clock;
 
-  explicit ReplayCache(std::function<Clock::time_point()> now = &Clock::now)
-      : m_Now(std::move(now)) {}
+  // `store` may be null and is not owned.
+  explicit ReplayCache(std::function<Clock::time_point()> now = &Clock::now,
+                       JobStore* store = nullptr)
+      : m_Now(std::move(now)), m_pStore(store) {}
   ReplayCache(const ReplayCache&) = delete;
   ReplayCache& operator=(const ReplayCache&) = delete;
 
@@ -29,10 +40,18 @@ class ReplayCache {
   // request waits for it. Keeps only successful responses, including those to clients that have
   // disconnected.
   //
+  // A successful response is stored before it is sent, on the thread that completes it.
+  //
   // `answer` must not block, and returns a response or a promise, which must be completed before
   // the cache is destroyed. Throws what `answer` throws.
   Http::Reply Answer(const std::string& key, const std::string& content,
                      const std::function<Http::Reply()>& answer);
+
+  // Reads the stored responses. Call before the first `Answer`.
+  void Restore() HOST_BLOCKS;
+  // Returns the record, still without a response, of the request that `Answer` is answering; empty
+  // if the request has no key. Lets the handler store the response together with its change.
+  std::optional<StoredResponse> Pending(const Http::Request& request);
 
  private:
   struct Entry {
@@ -42,6 +61,7 @@ class ReplayCache {
     std::string m_Key;
     std::string m_Content;
     Clock::time_point m_Begun;
+    std::uint64_t m_BegunMs = 0;               // the same, since the epoch
     std::optional<Http::Response> m_Response;  // empty until it is complete
     std::vector<Http::Responder> m_Waiting;    // for the response
     // The promise of the request that makes the change. Null until it is known, and once the entry
@@ -57,12 +77,15 @@ class ReplayCache {
   void Remove(const EntryPtr& entry) HOST_REQUIRES(m_Lock);
   void RemoveOld() HOST_REQUIRES(m_Lock);
   void Complete(const EntryPtr& entry, const Http::Response& response);
+  void Store(const EntryPtr& entry, const Http::Response& response);
 
   const std::function<Clock::time_point()> m_Now;
+  JobStore* const m_pStore;
 
-  Base::Mutex m_Lock;                                      // also guards the entries
-  std::deque<EntryPtr> m_Entries HOST_GUARDED_BY(m_Lock);  // oldest first
-  std::size_t m_Bytes HOST_GUARDED_BY(m_Lock) = 0;         // of complete entries
+  Base::Mutex m_Lock;                                          // also guards the entries
+  std::deque<EntryPtr> m_Entries HOST_GUARDED_BY(m_Lock);      // oldest first
+  std::size_t m_Bytes HOST_GUARDED_BY(m_Lock) = 0;             // of complete entries
+  std::vector<std::string> m_Removed HOST_GUARDED_BY(m_Lock);  // keys to remove from the store
 };
 
 }  // namespace Service

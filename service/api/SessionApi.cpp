@@ -111,8 +111,17 @@ Response NoThreadProblem() {
                      "Allow the service more processes and threads, or free memory.");
 }
 
-// Executes a command and ends its job, unless the card is still working.
-Response ExecuteJob(const ApiContext& api, const PluginCommand& command, const std::string& id) {
+// A job of a session, and the user who started it.
+struct SessionJob {
+  std::string m_Id;
+  uid_t m_User;
+};
+
+// Stores the job of a command, executes it and ends the job, unless the card is still working. A
+// job that cannot be stored runs anyway, because no client knows its id.
+Response ExecuteJob(const ApiContext& api, const PluginCommand& command, const SessionJob& job) {
+  const std::string& id = job.m_Id;
+  api.m_Jobs.Store(id, UserName(job.m_User));
   const std::size_t failedThreads = api.m_Collector.FailedThreads();
   const auto onReply = [&](const PluginReply& reply, pid_t process) {
     if (api.m_Collector.FailedThreads() > failedThreads) {
@@ -127,9 +136,9 @@ Response ExecuteJob(const ApiContext& api, const PluginCommand& command, const s
 }
 
 // Executes a command. Returns from a change only after the cards have been read again, so that
-// later reads include it. `job`: the id of the change's job, or empty.
+// later reads include it. `job`: the change's job, or empty.
 Response CallPlugin(const ApiContext& api, const PluginCommand& command,
-                    const std::optional<std::string>& job = std::nullopt) {
+                    const std::optional<SessionJob>& job = std::nullopt) {
   const auto execute = [&] { return Execute(api, command, [](const PluginReply&, pid_t) {}); };
   Response response = job ? ExecuteJob(api, command, *job) : ResponseOf(execute);
   if (IsChange(command)) api.m_Collector.Refresh(Console::Deadline(api.m_RefreshTimeout));
@@ -140,17 +149,18 @@ Response CallPlugin(const ApiContext& api, const PluginCommand& command,
 // `Console::Failure` if another job is running on the card.
 Http::Reply StartChange(const ApiContext& api, const Http::Request& request,
                         const Snapshot& snapshot, const PluginCommand& command) {
-  const std::string user = UserName(request.m_Peer.m_User);
-  const auto job = api.m_SessionJobs.Begin(snapshot, command, user);
+  const uid_t user = request.m_Peer.m_User;
+  const auto id = api.m_SessionJobs.Begin(snapshot, command, std::to_string(user));
+  const auto job = id ? std::optional(SessionJob{*id, user}) : std::nullopt;
   try {
     LogChange(request.m_Peer, ChangeText(snapshot, command));
     Http::Reply reply =
         AnswerLater(api, [&api, command, job] { return CallPlugin(api, command, job); });
     const bool isRefused = std::holds_alternative<Response>(reply);
-    if (job && isRefused) api.m_SessionJobs.Drop(*job);
+    if (job && isRefused) api.m_SessionJobs.Drop(*id);
     return reply;
   } catch (...) {
-    if (job) api.m_SessionJobs.Drop(*job);  // otherwise the card could run no other job
+    if (job) api.m_SessionJobs.Drop(*id);  // otherwise the card could run no other job
     throw;
   }
 }

@@ -47,6 +47,13 @@ const OperationRow* FindRow(std::uint32_t number) {
   return found == std::end(kOperations) ? nullptr : found;
 }
 
+const OperationRow* FindRow(const std::string& name) {
+  const auto* const found =
+      std::find_if(std::begin(kOperations), std::end(kOperations),
+                   [&name](const OperationRow& row) { return row.m_Name == name; });
+  return found == std::end(kOperations) ? nullptr : found;
+}
+
 std::string NameOf(std::uint32_t number) {
   const OperationRow* const row = FindRow(number);
   return row == nullptr ? std::to_string(number) : row->m_Name;
@@ -176,7 +183,20 @@ std::optional<SessionJobs::End> SessionJobs::EndOf(const std::string& id, const 
   return std::nullopt;
 }
 
+// The card may have finished an interrupted attach or detach in the meantime.
+void SessionJobs::ResolveInterrupted(const Snapshot& snapshot) {
+  if (!snapshot.m_Plugin.m_IsUp || !snapshot.m_HasCards) return;
+  for (const Job& job : m_Jobs.TakeInterrupted()) {
+    const OperationRow* const row = FindRow(job.m_Operation);
+    if (job.m_IsDryRun || row == nullptr || row->m_EndReason == 0) continue;
+    const PI::CObject* const card = FindCard(snapshot, job.m_Serial);
+    if (card == nullptr || !HasReason(*card, row->m_EndReason)) continue;
+    m_Jobs.End(job.m_Id, JobState::Succeeded, nullptr);
+  }
+}
+
 void SessionJobs::OnSnapshot(const Snapshot& snapshot) {
+  ResolveInterrupted(snapshot);
   std::vector<End> ends;
   {
     const Base::MutexLock lock(m_Lock);

@@ -45,6 +45,8 @@ class SessionJobs {
   // Ends the job with a problem document.
   void Fail(const std::string& id, const Http::Response& problem);
 
+  // The first snapshot also decides about the jobs that a restart of the service has interrupted.
+  //
   // Call before a snapshot is published, and before events are announced, so that a client that has
   // seen the end of a job can start the next one.
   void OnSnapshot(const Snapshot& snapshot);
@@ -69,6 +71,7 @@ class SessionJobs {
   static std::optional<End> EndOf(const std::string& id, const Running& job,
                                   const Snapshot& snapshot);
   void Finish(const std::vector<End>& ends);
+  void ResolveInterrupted(const Snapshot& snapshot);
 
   JobTable& m_Jobs;
   const std::chrono::milliseconds m_Timeout;

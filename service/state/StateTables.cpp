@@ -26,11 +26,21 @@ constexpr const char* kCardColumns =
 constexpr const char* kAcknowledgmentColumns =
     "serial_number TEXT NOT NULL, reason TEXT NOT NULL, user TEXT NOT NULL, time INTEGER NOT NULL, "
     "until INTEGER, note TEXT NOT NULL, PRIMARY KEY (serial_number, reason)";
+constexpr const char* kJobColumns =
+    "id TEXT PRIMARY KEY, serial_number TEXT NOT NULL, operation TEXT NOT NULL, "
+    "dry_run INTEGER NOT NULL, origin TEXT NOT NULL, user TEXT NOT NULL, state TEXT NOT NULL, "
+    "started INTEGER NOT NULL, ended INTEGER, result TEXT NOT NULL";
+constexpr const char* kResponseColumns =
+    "key TEXT PRIMARY KEY, content TEXT NOT NULL, begun INTEGER NOT NULL, "
+    "status INTEGER NOT NULL, content_type TEXT NOT NULL, body TEXT NOT NULL, "
+    "location TEXT NOT NULL";
 
 const StateTable kStateTables[] = {
     {"host_state", "name TEXT PRIMARY KEY, value INTEGER NOT NULL"},
     {"host_known_cards", kCardColumns},
     {"host_acknowledgments", kAcknowledgmentColumns},
+    {"host_jobs", kJobColumns},
+    {"host_responses", kResponseColumns},
     {"host_history_minutes",
      "id INTEGER PRIMARY KEY, time INTEGER NOT NULL" + HistoryColumns(HistoryTable::Minutes)},
     {"host_history_hours",

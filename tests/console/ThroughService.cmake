@@ -53,6 +53,7 @@ set(NOT_THROUGH_SERVICE
   "readings|tests the service itself"
   "paging|tests the service itself"
   "reconnect|tests the service itself"
+  "restart|tests the service itself"
   "screens|uses services, which answer hundreds of commands faster than direct runs"
   "security|tests the service itself"
   "serve|tests the service itself"
