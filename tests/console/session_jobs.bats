@@ -135,6 +135,47 @@ led_before() {
   ended other 0
 }
 
+# refuses_all_jobs: expects card a0, on which a detach is running, to refuse all other jobs.
+refuses_all_jobs() {
+  local path body arguments
+  while IFS='|' read -r path body; do
+    ask api POST "/v1/cards/S100/$path" "$body"
+    problem api 409 JOB_RUNNING || { echo "$path $body"; false; }
+  done <<'END'
+operations/locate|{}
+operations/stop-locate|{}
+operations/attach|{"confirm": true}
+operations/detach|{"confirm": true}
+operations/detach|{"confirm": true, "force": true}
+operations/detach|{"dry_run": true}
+drives/0/operations/online|{"confirm": true}
+drives/0/operations/offline|{"confirm": true}
+drives/0/format|{"dry_run": true, "capacity": "80"}
+drives/0/format|{"confirm": "S100", "capacity": "80"}
+END
+  while read -r arguments; do
+    # shellcheck disable=SC2086  # a row consists of several arguments
+    keep console served $arguments
+    [ "$(rc console)" = 4 ] || { echo "$arguments: $(rc console)"; err console; false; }
+  done <<'END'
+locate a0 on
+attach a0 -y
+detach a0 -y
+detach a0 -y --force
+offline a0/d0 -y
+format a0/d0 --capacity 50 --confirm S100
+END
+  ask jobs GET /v1/jobs
+  same '[["detach", "RUNNING"]]' \
+    "$(json jobs '[[j["operation"], j["state"]] for j in d["jobs"] if j["serial_number"] == "S100"]')"
+  same "3 false" "$(cardsim get card0 iom_state) $(cardsim get card0 beacon_state)"
+}
+
+@test "a card refuses all other jobs while a job of the console runs on it" {
+  start_long_detach long
+  refuses_all_jobs
+}
+
 @test "the console is refused while a job of the API runs on the card" {
   cardsim set card0 detach_ms 3600000
   ask api POST /v1/cards/S100/operations/detach '{"confirm": true}'
