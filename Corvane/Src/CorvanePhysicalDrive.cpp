@@ -417,14 +417,16 @@ unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& dri
 unsigned int IPLUGINAPI_IMPL::InsertObjectToDatabase(CFusionIOPhysicalDrive& drive,
                                                      const AdaptersBySerialNumber& adapters) {
   TRACE_AS(__func__);
-  const auto insert = [&](const CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock) {
-    DriveRow row;
-    FillRow(row, drive, adapter);
-    m_Database->insert(row);
-    TRACE(TRACE_DATABASE, "PD (%s) inserted to db.", drive.m_Name);
-  };
   return RunRowStatements(
-      m_Database.get(), [&] { adapters.ForEach(drive.m_SerialNumber, insert); },
+      m_Database.get(),
+      [&]() CORVANE_REQUIRES(m_DataLock) {
+        for (const CFusionIOAdapter* adapter : adapters.With(drive.m_SerialNumber)) {
+          DriveRow row;
+          FillRow(row, drive, *adapter);
+          m_Database->insert(row);
+          TRACE(TRACE_DATABASE, "PD (%s) inserted to db.", drive.m_Name);
+        }
+      },
       [&](const char* why) {
         TRACE(TRACE_DATABASE, "Storage query exception thrown during inserting PD (%s) to db. (%s)",
               drive.m_Name, why);
@@ -438,17 +440,19 @@ unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPhysicalDrive& dri
 unsigned int IPLUGINAPI_IMPL::UpdateObjectInDatabase(CFusionIOPhysicalDrive& drive,
                                                      const AdaptersBySerialNumber& adapters) {
   TRACE_AS(__func__);
-  const auto update = [&](const CFusionIOAdapter& adapter) CORVANE_REQUIRES(m_DataLock) {
-    const std::vector<DriveRow> old = m_Database->get_all<DriveRow>(RowFilter(drive));
-    if (old.empty()) return;
-    DriveRow row;
-    FillRow(row, drive, adapter);
-    row.id = old.front().id;
-    m_Database->update(row);
-    TRACE(TRACE_DATABASE, "PD (%s) updated in db.", drive.m_Name);
-  };
   return RunRowStatements(
-      m_Database.get(), [&] { adapters.ForEach(drive.m_SerialNumber, update); },
+      m_Database.get(),
+      [&]() CORVANE_REQUIRES(m_DataLock) {
+        for (const CFusionIOAdapter* adapter : adapters.With(drive.m_SerialNumber)) {
+          const std::vector<DriveRow> old = m_Database->get_all<DriveRow>(RowFilter(drive));
+          if (old.empty()) continue;
+          DriveRow row;
+          FillRow(row, drive, *adapter);
+          row.id = old.front().id;
+          m_Database->update(row);
+          TRACE(TRACE_DATABASE, "PD (%s) updated in db.", drive.m_Name);
+        }
+      },
       [&](const char* why) {
         TRACE(TRACE_DATABASE, "Storage query exception thrown during updating PD (%s) in db. (%s)",
               drive.m_Name, why);

@@ -53,13 +53,14 @@ class AdaptersBySerialNumber {
     std::sort(m_Entries.begin(), m_Entries.end());
   }
 
-  // Calls `visit` for each adapter with that number, in the order of the vector.
-  template <class Visit>
-  void ForEach(std::string_view serialNumber, Visit visit) const {
+  // Returns the adapters with that number, in the order of the vector.
+  std::vector<const CFusionIOAdapter*> With(std::string_view serialNumber) const {
+    std::vector<const CFusionIOAdapter*> adapters;
     auto entry = std::lower_bound(m_Entries.begin(), m_Entries.end(), Entry{serialNumber, nullptr});
     for (; entry != m_Entries.end() && entry->first == serialNumber; ++entry) {
-      visit(*entry->second);
+      adapters.push_back(entry->second);
     }
+    return adapters;
   }
 
  private:

@@ -18,6 +18,7 @@
 #include "console/model/EventSeverity.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
+#include "console/render/HealthCells.h"
 #include "console/render/TableFit.h"
 #include "console/render/TextWidth.h"
 #include "console/report/CommandContext.h"
@@ -131,10 +132,14 @@ std::string Blocks(const std::vector<Row>& rows, const Style& style) {
   for (const Row& row : rows) {
     const std::vector<Cell>& cells = row.m_Cells;
     const TimeZone zone = style.m_LocalTime ? TimeZone::Local : TimeZone::Utc;
-    text += WrapText(fmt::format("{}  {}  {}  {} {}", DateTimeText(cells[0].m_Time, zone),
-                                 Base::Printable(cells[4].m_Human), cells[1].m_Human,
-                                 cells[2].m_Human, cells[3].m_Human),
-                     style.m_Width, kIndent);
+    std::string line =
+        WrapText(fmt::format("{}  {}  {}  {} {}", DateTimeText(cells[0].m_Time, zone),
+                             Base::Printable(cells[4].m_Human), cells[1].m_Human, cells[2].m_Human,
+                             cells[3].m_Human),
+                 style.m_Width, kIndent);
+    const std::size_t severity = line.rfind(cells[1].m_Human);
+    text += line.replace(severity, cells[1].m_Human.size(),
+                         Colored(cells[1].m_Human, cells[1].m_Severity, style));
     text += WrapText(std::string(kIndent, ' ') + Base::Printable(cells[5].m_Human), style.m_Width,
                      kIndent);
   }

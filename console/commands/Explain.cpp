@@ -42,6 +42,7 @@ constexpr DerivedText kDerivedTexts[] = {
      "The drive is being formatted and cannot be used until the format is complete.",
      "Wait until the format has finished: corvane-host wait DRIVE ok"},
     {"property", "unreadable_reason", "Cause", "Why the card cannot be opened or read.", ""},
+    {"property", "locate_led", "Locate LED", "Whether the locate LED of the card is on.", ""},
     {"property", "last_seen_at", "Last seen", "When the card was last seen in this machine.", ""},
     {"property", "last_read_at", "Last read", "When the card was last read successfully.", ""},
     {"property", "formatted_size_bytes", "Formatted size",

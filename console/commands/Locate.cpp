@@ -73,12 +73,12 @@ std::string CommandText(const Options& options, const Object& adapter) {
 }
 
 // Without a service, each command loads the plug-in, which switches all LEDs off when it starts.
-constexpr const char* kOneCommandText = "any other corvane-host command switches it off, also list";
+constexpr const char* kOneCommandText = "every other corvane-host command switches it off, even list";
 
 std::string ServiceAdvice(const Options& options) {
   return fmt::format(
       "To keep it on while you run other commands, start a service: corvane-host serve{}",
-      options.m_Simulate ? " --simulate" : "");
+      options.m_Simulate ? " --simulate --socket ./corvane.sock" : "");
 }
 
 // Switches the LED off, even after a stop signal, which would otherwise interrupt calls to a

@@ -102,21 +102,6 @@ void AddRows(Table& table, const Object& object, const Health& health, bool asci
   }
 }
 
-std::string Colored(const std::string& text, Severity severity, const Style& style) {
-  if (!style.m_Color) return text;
-  switch (severity) {
-    case Severity::Good:
-      return fmt::format("\033[32m{}\033[0m", text);
-    case Severity::Warning:
-      return fmt::format("\033[1;33m{}\033[0m", text);
-    case Severity::Bad:
-      return fmt::format("\033[31m{}\033[0m", text);
-    case Severity::Neutral:
-      break;
-  }
-  return text;
-}
-
 constexpr std::size_t kIndent = 3;
 constexpr const char* kGap = "     ";  // between the parts of a reason
 

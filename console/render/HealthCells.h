@@ -1,4 +1,4 @@
-// Table cells for the health of an object.
+// Texts and colors for the health of an object.
 #pragma once
 
 #include <string>
@@ -10,5 +10,8 @@ namespace Console {
 
 // Returns a status as text for people; a healthy status is in lower case.
 std::string StatusText(const Value& status);
+
+// Returns the text in the color of the severity, if the style has colors.
+std::string Colored(const std::string& text, Severity severity, const Style& style);
 
 }  // namespace Console

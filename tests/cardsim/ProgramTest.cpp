@@ -175,6 +175,7 @@ TEST_F(Program, PrintsHelp) {
           "  remove                    remove a card\n"
           "  list                      list the cards\n"
           "  sysfs                     write a sysfs tree with the PCI devices of the cards\n"
+          "  show                      show all attributes of a card\n"
           "  set                       set an attribute of a card\n"
           "  get                       show an attribute of a card\n"
           "  raise                     set a status bit of a card\n"

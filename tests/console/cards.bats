@@ -150,7 +150,8 @@ Nothing was changed." "$(out dry)"
   ended on 0
   same "a0 locate LED: off -> on" "$(out on)"
   # The LED stays on for as long as the service runs.
-  if_direct said on "  To keep the LED on: corvane-host locate a0 on --for 5m"
+  if_direct said on "corvane-host: note: without a service, every other corvane-host command switches it off, even list"
+  if_direct said on "  To keep it on while you run other commands, start a service: corvane-host serve --simulate --socket ./corvane.sock"
   same true "$(card on beacon_state)"
 }
 

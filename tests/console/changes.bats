@@ -238,7 +238,7 @@ changed_nothing_dry() {
   # The advice is the command that was given.
   grep -qx "  Switch it on again: corvane-host locate a0 on --for 1h --s[^ ]*[= ][^ ]*" \
     "$BATS_FILE_TMPDIR/switched.err"
-  if_direct said switched "  Without a service, any other corvane-host command switches it off, also list."
+  if_direct said switched "  Without a service, every other corvane-host command switches it off, even list."
 }
 
 @test "locate --for notices that its card is removed" {

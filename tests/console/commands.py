@@ -8,7 +8,7 @@ PLACEHOLDERS = {
     "PROP=VALUE": "poll_interval=15",
     "on|off": "off",
     "COND": "attached",
-    "REASON": "MISSING",
+    "REASON": "TEMPERATURE_ABOVE_WARN",
     "SERIAL": "S100",
     "ID": "CTRL_NORMAL",
     "SHELL": "bash",

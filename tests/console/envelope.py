@@ -97,8 +97,8 @@ EXCEPTIONS = {
     ("closed card", "history"): (0, "NO_HISTORY"),
     ("closed card", "ack"): (3, "UNKNOWN_CARD"),
     ("closed card", "unack"): (0, None),
-    # Without the database, it is not known what was acknowledged.
-    ("no database", "check"): (0, "DATABASE_FAILED"),
+    # Without the database, it is not known what is missing and what was acknowledged.
+    ("no database", "check"): (3, "NO_KNOWN_CARDS"),
     ("success", "events"): (0, "NO_EVENTS"),
     ("no such object", "events"): (0, "NO_EVENTS"),
     ("ambiguous", "events"): (0, "NO_EVENTS"),

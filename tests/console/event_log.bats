@@ -220,7 +220,7 @@ before yesterday recent 3d" "$(out relative)"
   said badlimit "corvane-host: events: --limit: invalid number '-1'"
 }
 
-@test "an unreadable log is an error for events and a note for status" {
+@test "an unreadable log is an error for events and for status" {
   direct_only "the service reads the log (client.bats and service_state.bats test its failures)"
   ended broken 1
   valid broken
@@ -231,7 +231,7 @@ before yesterday recent 3d" "$(out relative)"
   ended nodatabase 1
   same "corvane-host: cannot read the event log /etc/passwd: file is not a database
   Pass another database with --database." "$(err nodatabase)"
-  ended statusbroken 0
+  ended statusbroken 1
   same 1 "$(err statusbroken | grep -c 'cannot use the event log: unable to open database file')"
 }
 

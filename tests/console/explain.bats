@@ -110,7 +110,7 @@ setup_file() {
   same '[{"object": "a1", "serial_number": "S200", "reported": true, "measured": null, "limit": {"name": "temperature_warning_celsius", "value": 78.0}}]' \
     "$(json reported '[{k: e["circumstances"][k] for k in ("object", "serial_number", "reported", "measured", "limit")} for e in d["result"]["entries"]]')"
   keep property corvane-host --simulate explain reserve_space_ratio a0
-  same "    now    97 %" "$(out property | grep '^    now')"
+  same "    now    97 % (warning 10)" "$(out property | grep '^    now')"
   keep drive corvane-host --simulate explain CTRL_TEMPERATURE_ABOVE_WARN a0/d0
   same "    where  a0/d0, slot 5, PCI 0000:3b:02.1, serial S100" "$(out drive | grep '^    where')"
 }

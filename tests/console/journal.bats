@@ -79,7 +79,7 @@ record["integer"] = 17
 json.dump({"command": "SET_PROPERTY", "object": plugin["id"], "payload": record}, open(sys.argv[1] + "/change", "w"))
 END
   ask -X POST -H 'Content-Type: application/json' -d "@$BATS_TEST_TMPDIR/change" http://service/v1/session >/dev/null
-  entry 'd.get("CORVANE_CLIENT_COMM") == "curl" and d["CORVANE_CLIENT_UID"] == "0" and d["MESSAGE"].startswith("POLL_INTERVAL on object 0x130")' ||
+  entry 'd.get("CORVANE_CLIENT_COMM") == "curl" and d["CORVANE_CLIENT_UID"] == "0" and d["MESSAGE"].startswith("POLL_INTERVAL on plugin (0x0130000000000000) requested by uid 0")' ||
     { cat "$BATS_TEST_TMPDIR/entries"; false; }
   same "corvane-host: note: serving at $BATS_TEST_TMPDIR/s" "$(cat "$BATS_TEST_TMPDIR/stderr")"
   kill "$(cat "$BATS_TEST_TMPDIR/service.pid")"

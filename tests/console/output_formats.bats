@@ -82,7 +82,7 @@ a1/d0	-	0x0130000000000004" "$(out columns)"
   ended ascii 0
   run ! grep -qP '[^\x00-\x7F]' "$BATS_FILE_TMPDIR/ascii.out"
   grep -q '^|-a0 ' "$BATS_FILE_TMPDIR/ascii.out"
-  grep -q ' 48 C ' "$BATS_FILE_TMPDIR/ascii.out"
+  grep -q ' 48C ' "$BATS_FILE_TMPDIR/ascii.out"
   same "$(out ascii)" "$(out latin)"
 }
 

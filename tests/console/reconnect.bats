@@ -137,13 +137,13 @@ print(json.load(sys.stdin)["observed_at"])')" \> "$STARTED" ]; }
 @test "watch prints one block when the service is killed, with the time of its values" {
   start
   follow watch --for 12s
-  eventually grep -q "^a0 .* 48 °C  " "$BATS_TEST_TMPDIR/follow.out"
+  eventually grep -q "^a0 .* 48°C  " "$BATS_TEST_TMPDIR/follow.out"
   kill_both
   eventually grep -q "disconnected" "$BATS_TEST_TMPDIR/follow.out"
   ends 0
   same 1 "$(grep -cE '^20[^ ]+ disconnected; values are from 20[^ ]+$' "$BATS_TEST_TMPDIR/follow.out")"
   sed -n '/disconnected/,$p' "$BATS_TEST_TMPDIR/follow.out" >"$BATS_TEST_TMPDIR/after"
-  grep -q '^a0 .* 48 °C? ' "$BATS_TEST_TMPDIR/after"
+  grep -q '^a0 .* 48°C? ' "$BATS_TEST_TMPDIR/after"
   same 1 "$(grep -c '^20' "$BATS_TEST_TMPDIR/after")"
 }
 

@@ -52,7 +52,7 @@ socket_of() { echo "--socket=$BATS_FILE_TMPDIR/$1.sock"; }
 
 # picture NAME SIZE COUNT ARGUMENTS...: keeps the screen after the command.
 picture() {
-  keep "$1" screen "$2" ends 0 print -- corvane-host "$(socket_of "$3")" "${@:4}"
+  keep "$1" screen "$2" ends 0 print -- corvane-host -q "$(socket_of "$3")" "${@:4}"
   ended "$1" 0 || { err "$1"; false; }
 }
 
@@ -62,7 +62,7 @@ fits() {
   for columns in 40 80 120 200; do
     for count in 1 3 64; do
       /usr/bin/python3 "$CORVANE_SOURCE/tests/console/screen_fit.py" "$columns" "$count" -- \
-        corvane-host "$(socket_of "$count")" "$@"
+        corvane-host -q "$(socket_of "$count")" "$@"
     done
   done
 }

@@ -171,7 +171,7 @@ END
   port=$(free_port)
   keep open host serve --socket "$SOCKET" --listen "0.0.0.0:$port"
   ended open 2
-  said open "corvane-host: 0.0.0.0:$port can be reached from other machines"
+  said open "corvane-host: serve: 0.0.0.0:$port can be reached from other machines"
   [ ! -e "$SOCKET" ]
   serve --socket "$SOCKET" --listen "0.0.0.0:$port" --listen-any
   eventually answers

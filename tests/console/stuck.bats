@@ -40,10 +40,12 @@ a1
 }
 
 # with_hung_library COMMAND...: runs the command while the simulator's state file is locked, so that
-# the card library hangs.
+# the card library hangs when the plug-in switches off the locate LEDs at its start.
 with_hung_library() {
   local sys="$BATS_TEST_TMPDIR/sys"
   cardsim sysfs "$sys"
+  cardsim set card0 beacon_state 1
+  cardsim set card1 beacon_state 1
   exec 8>"$CARDSIM_STATE.lock"
   flock 8
   CORVANE_SYSFS="$sys" "$@"

@@ -145,7 +145,7 @@ with_config() {
 @test "a closed pipe is not a failure" {
   local command
   for command in metrics list; do
-    run bash -c 'corvane-host "$3" "$1" 2>"$2" | true; echo "${PIPESTATUS[0]}"' \
+    run bash -c 'corvane-host -q "$3" "$1" 2>"$2" | true; echo "${PIPESTATUS[0]}"' \
       reader "$command" "$BATS_TEST_TMPDIR/err" "$(cards_option "$CARDSIM_STATE")"
     same 0 "$output"
     [ ! -s "$BATS_TEST_TMPDIR/err" ]

@@ -68,6 +68,6 @@ is_missing() { [ "$(host get "$1" status)" = MISSING ]; }
   [ -z "${CORVANE_TEST_SERVICE:-}" ] || every=1
   local option
   option=$(cards_option "$CARDSIM_STATE")
-  run python3 "$CORVANE_SOURCE/tests/console/truth.py" "$every" "$option"
+  run --separate-stderr python3 "$CORVANE_SOURCE/tests/console/truth.py" "$every" "$option"
   same "83 objects agree" "$output"
 }

@@ -24,6 +24,7 @@ TEST_F(FailureMessages, NameALockThatIsHeldAndTheRule) {
                           "thread 1 holds m_DataLock, but the plug-in must release its locks "
                           "before it notifies the host");
   poll.Release();
+  SleepFor(1);
 }
 
 TEST(FailureMessagesOfSchedules, ContainTheCommandThatRepeatsTheSchedule) {

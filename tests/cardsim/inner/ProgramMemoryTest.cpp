@@ -34,6 +34,7 @@ const CommandRow kCommandRows[] = {
     {"SetNumber", {"set", "card0", "temp_internal_deg_c", "81.5"}, true},
     {"SetVolumes", {"set", "card0", "volumes", "[{\"state\": 0}, {\"state\": 1}]"}, true},
     {"SetAbsent", {"set", "card0", "beacon_state", "absent"}, true},
+    {"Show", {"show", "card0"}, false},
     {"Get", {"get", "card0", "driver_version"}, false},
     {"Raise", {"raise", "card0", "TEMPERATURE_ABOVE_WARN"}, true},
     {"Clear", {"clear", "card1", "errors.FLASHBACK"}, true},

@@ -124,7 +124,7 @@ class EachAllocationFailure : public LocksOutOfMemory,
   template <class Step>
   std::size_t CountWithFailure(Step step, std::size_t failing) {
     HostKit::SetTraceMask(GetParam().traceMask);
-    std::size_t count = 0;
+    std::size_t count = failing;
     try {
       const AllocationCounter counter(failing, GetParam().shortage);
       step();
@@ -133,7 +133,7 @@ class EachAllocationFailure : public LocksOutOfMemory,
     }
     HostKit::SetTraceMask(kNoTraces);
     m_Host.ClearTraces();
-    return count == 0 ? failing : std::min(count, failing);
+    return std::min(count, failing);
   }
 };
 
@@ -150,7 +150,8 @@ TEST_P(EachAllocationFailure, ReleasesTheLockAndKeepsCollectedEvents) {
       FailEach([&] { m_Host.Execute(PI::CMD_EXECUTE_OPERATION, PluginObject().m_ID, &operation); },
                prepare, [&] { EXPECT_EQ(Queue().size() + operation.m_Events.size(), 3U); });
   EXPECT_EQ(operation.m_Events.size(), 3U);
-  EXPECT_GE(allocations, 4U);  // a list and three names
+  const bool isTraced = GetParam().traceMask != kNoTraces;
+  EXPECT_EQ(allocations > 0, isTraced);  // the events are moved
   Queue().assign(2, event);
   EXPECT_EQ(CountEventsOnAnotherThread(), 2U);
 }
@@ -164,7 +165,7 @@ TEST_P(EachAllocationFailure, ReleasesBothLocksOfAPoll) {
     Queue().clear();
   };
   const std::size_t allocations = FailEach([&] { RunPoll(PointerTo(PollMember())); }, prepare);
-  EXPECT_GE(allocations, 50U);
+  EXPECT_GE(allocations, 30U);
   Queue().resize(4);
   EXPECT_EQ(CountEventsOnAnotherThread(), 4U);
   EXPECT_THAT(CardSim::Misuse(), IsEmpty());

@@ -50,17 +50,18 @@ std::vector<std::uint32_t> CardsWith(const std::vector<const char*>& serialNumbe
     adapters.back().m_CardIndex = static_cast<std::uint32_t>(adapters.size() - 1);
   }
   std::vector<std::uint32_t> cards;
-  AdaptersBySerialNumber(adapters).ForEach(
-      wanted, [&](const CFusionIOAdapter& adapter) { cards.push_back(adapter.m_CardIndex); });
+  for (const CFusionIOAdapter* adapter : AdaptersBySerialNumber(adapters).With(wanted)) {
+    cards.push_back(adapter->m_CardIndex);
+  }
   return cards;
 }
 
-TEST(AdaptersBySerialNumber, AreVisitedInTheOrderOfTheVector) {
+TEST(AdaptersBySerialNumber, AreInTheOrderOfTheVector) {
   EXPECT_THAT(CardsWith({"T", "S", "T", "A", "T"}, "T"), ElementsAre(0, 2, 4));
   EXPECT_THAT(CardsWith({"T", "S", ""}, ""), ElementsAre(2));
 }
 
-TEST(AdaptersBySerialNumber, AreNotVisitedForAnotherNumber) {
+TEST(AdaptersBySerialNumber, DoNotIncludeOtherNumbers) {
   EXPECT_THAT(CardsWith({"S1", "S2"}, "S"), IsEmpty());
   EXPECT_THAT(CardsWith({}, "S1"), IsEmpty());
 }

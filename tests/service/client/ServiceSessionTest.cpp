@@ -28,7 +28,7 @@ using testing::HasSubstr;
 constexpr const char* kState =
     R"({"plugin": {"file": "/p.so", "module_id": 7, "interface_version": 2}, "up": true,)"
     R"( "reason": "", "has_cards": true, "failed_threads": 1, "start_seconds": 1.5,)"
-    R"( "newest_event": 3})";
+    R"( "newest_event": 3, "simulated": false, "records_failure": ""})";
 constexpr const char* kTopology = R"({"result": 0, "payload": [{"id": 5}]})";
 
 bool IsState(const std::string& request) {
