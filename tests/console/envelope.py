@@ -52,7 +52,7 @@ WITHOUT_PLUGIN = {"explain", "completion", "help", "version"}
 # Commands that print a result even if the plug-in cannot be used.
 PRINT_RESULT_ANYWAY = {"metrics"}
 # Commands whose result contains problems of the cards, with an exit code for them.
-REPORT_PROBLEMS = {("closed card", "check")}
+REPORT_PROBLEMS = {("closed card", "check"), ("no database", "check")}
 # Commands that need a card that has been recorded.
 NEED_RECORDED_CARD = {"history", "ack", "forget"}
 # The command with the exit codes of monitoring plug-ins.
@@ -108,6 +108,7 @@ EXCEPTIONS = {
     ("no database", "rows"): (1, "DATABASE_FAILED"),
     # No service has used the database.
     ("success", "history"): (0, "NO_HISTORY"),
+    ("success", "ack"): (0, "REASON_ABSENT"),
     ("success", "forget"): (4, "CARD_PRESENT"),
     ("no such object", "forget"): (4, "CARD_PRESENT"),
     ("ambiguous", "forget"): (3, "UNKNOWN_CARD"),

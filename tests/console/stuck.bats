@@ -44,8 +44,8 @@ a1
 with_hung_library() {
   local sys="$BATS_TEST_TMPDIR/sys"
   cardsim sysfs "$sys"
-  cardsim set card0 beacon_state 1
-  cardsim set card1 beacon_state 1
+  cardsim set card0 beacon_state true
+  cardsim set card1 beacon_state true
   exec 8>"$CARDSIM_STATE.lock"
   flock 8
   CORVANE_SYSFS="$sys" "$@"
