@@ -73,7 +73,8 @@ std::string CommandText(const Options& options, const Object& adapter) {
 }
 
 // Without a service, each command loads the plug-in, which switches all LEDs off when it starts.
-constexpr const char* kOneCommandText = "every other corvane-host command switches it off, even list";
+constexpr const char* kOneCommandText =
+    "every other corvane-host command switches it off, even list";
 
 std::string ServiceAdvice(const Options& options) {
   return fmt::format(

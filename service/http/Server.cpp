@@ -1,13 +1,14 @@
 #include "service/http/Server.h"
 
-#include <fcntl.h>
 #include <microhttpd.h>
-#include <unistd.h>
+#include <sys/socket.h>
 
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
+#include "service/http/Acceptor.h"
 #include "service/http/Exchange.h"
 
 namespace Http {
@@ -92,20 +93,13 @@ size_t KeepEscapes(void*, MHD_Connection*, char* text) {
   return std::strlen(text);
 }
 
-// libmicrohttpd closes its copy of the listener, and must not block in accept().
-int CopyListener(const Base::Descriptor& listener) {
-  const int copy = fcntl(listener.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  if (copy >= 0) fcntl(copy, F_SETFL, fcntl(copy, F_GETFL) | O_NONBLOCK);
-  return copy;
-}
-
-MHD_Daemon* StartDaemon(Shared& shared, int listener) {
+MHD_Daemon* StartDaemon(Shared& shared) {
   const Limits& limits = shared.m_Settings.m_Limits;
   const std::size_t connections = (limits.m_Connections + kConnectionMargin) * limits.m_Threads;
-  constexpr auto kFlags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
+  constexpr auto kFlags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_USE_NO_LISTEN_SOCKET | MHD_USE_ITC |
+                          MHD_ALLOW_SUSPEND_RESUME;
   // clang-format off
   return MHD_start_daemon(kFlags, 0, nullptr, nullptr, OnAccess, nullptr,
-      MHD_OPTION_LISTEN_SOCKET, listener,
       MHD_OPTION_THREAD_POOL_SIZE, limits.m_Threads,
       MHD_OPTION_CONNECTION_LIMIT, static_cast<unsigned>(connections),
       MHD_OPTION_CONNECTION_MEMORY_LIMIT, ConnectionBufferSize(limits),
@@ -120,28 +114,25 @@ MHD_Daemon* StartDaemon(Shared& shared, int listener) {
 
 }  // namespace
 
-// The threads of libmicrohttpd for one listener.
+// The threads for one listener.
 class Server::Daemon {
  public:
-  Daemon(Shared& shared, Base::Descriptor listener) : m_Listener(std::move(listener)) {
-    const int copy = CopyListener(m_Listener);
-    if (copy >= 0) m_Daemon = StartDaemon(shared, copy);
-    if (m_Daemon != nullptr) return;
-    if (copy >= 0) close(copy);
-    throw std::runtime_error("cannot start the HTTP server");
+  Daemon(Shared& shared, Base::Descriptor listener) : m_Daemon(StartDaemon(shared)) {
+    if (m_Daemon == nullptr) throw std::runtime_error("cannot start the HTTP server");
+    m_Acceptor.emplace(
+        std::move(listener),
+        [daemon = m_Daemon.get()](int socket, const sockaddr* address, socklen_t size) {
+          MHD_add_connection(daemon, socket, address, size);  // closes the socket if it fails
+        });
   }
-  // Without MHD_quiesce_daemon(), libmicrohttpd would shut the listener down, even for a service
-  // manager that keeps it open.
-  ~Daemon() {
-    const Base::Descriptor copy(MHD_quiesce_daemon(m_Daemon));
-    MHD_stop_daemon(m_Daemon);
-  }
-  Daemon(const Daemon&) = delete;
-  Daemon& operator=(const Daemon&) = delete;
 
  private:
-  const Base::Descriptor m_Listener;
-  MHD_Daemon* m_Daemon = nullptr;
+  struct Stop {
+    void operator()(MHD_Daemon* daemon) const { MHD_stop_daemon(daemon); }
+  };
+
+  const std::unique_ptr<MHD_Daemon, Stop> m_Daemon;
+  std::optional<Acceptor> m_Acceptor;  // stops first
 };
 
 struct Server::State {

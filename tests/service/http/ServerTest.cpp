@@ -1,5 +1,7 @@
 // Responses of the HTTP server, including those to requests whose handlers fail.
 
+#include <algorithm>
+#include <atomic>
 #include <stdexcept>
 
 #include "service/http/Server.h"
@@ -277,24 +279,78 @@ TEST(HttpServer, RefusesNulInPathAndQuery) {
 }
 
 // A service manager keeps the socket open while it restarts the service.
-TEST(HttpServer, LeavesASharedListenerUsable) {
-  for (const Transport transport : {Transport::Unix, Transport::Tcp}) {
-    const TemporaryDirectory directory;
-    const bool isUnix = transport == Transport::Unix;
-    const std::string path = directory.Path() / "socket";
-    const Base::Descriptor listener =
-        isUnix ? Http::ListenUnix(path, 0600, std::nullopt) : Http::ListenTcp("127.0.0.1", 0);
-    for (int i = 0; i < 2; ++i) {
-      std::vector<Base::Descriptor> passed;
-      passed.emplace_back(dup(listener.Get()));
-      const Http::Server server(Routes(), OpenSettings(), std::move(passed));
-    }
-    sockaddr_storage address = {};
-    socklen_t size = sizeof address;
-    ASSERT_EQ(0, getsockname(listener.Get(), reinterpret_cast<sockaddr*>(&address), &size));
-    const Base::Descriptor client(socket(isUnix ? AF_UNIX : AF_INET, SOCK_STREAM, 0));
-    EXPECT_EQ(0, connect(client.Get(), reinterpret_cast<sockaddr*>(&address), size)) << transport;
+// A listener that is passed to one server after the other, as a service manager does.
+class SharedListener {
+ public:
+  explicit SharedListener(Transport transport)
+      : m_IsUnix(transport == Transport::Unix),
+        m_Listener(m_IsUnix ? Http::ListenUnix(m_Directory.Path() / "socket", 0600, std::nullopt)
+                            : Http::ListenTcp("127.0.0.1", 0)) {
+    EXPECT_EQ(0, getsockname(m_Listener.Get(), Address(), &m_Size));
   }
+  // Returns a server on this listener.
+  std::unique_ptr<Http::Server> Serve() const {
+    std::vector<Base::Descriptor> passed;
+    passed.emplace_back(dup(m_Listener.Get()));
+    return std::make_unique<Http::Server>(Routes(), OpenSettings(), std::move(passed));
+  }
+  // Connects a client. The result is not open if the listener rejects clients.
+  Base::Descriptor Connect() {
+    Base::Descriptor client(socket(m_IsUnix ? AF_UNIX : AF_INET, SOCK_STREAM, 0));
+    if (connect(client.Get(), Address(), m_Size) != 0) client.Close();
+    return client;
+  }
+
+ private:
+  sockaddr* Address() { return reinterpret_cast<sockaddr*>(&m_Address); }
+
+  const TemporaryDirectory m_Directory;
+  const bool m_IsUnix;
+  const Base::Descriptor m_Listener;
+  sockaddr_storage m_Address = {};
+  socklen_t m_Size = sizeof m_Address;
+};
+
+// Returns the start of the response, or an empty string if the connection ends without one.
+std::string Ask(const Base::Descriptor& client) {
+  EXPECT_EQ(0, Base::WriteAll(client, "GET /text HTTP/1.1\r\nHost: localhost\r\n\r\n"));
+  std::string response(12, ' ');
+  const ssize_t count = recv(client.Get(), response.data(), response.size(), MSG_WAITALL);
+  response.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  return response;
+}
+
+TEST(HttpServer, AnswersClientsThatConnectedBeforeItStarted) {
+  for (const Transport transport : {Transport::Unix, Transport::Tcp}) {
+    SharedListener listener(transport);
+    for (int i = 0; i < 2; ++i) {
+      const Base::Descriptor client = listener.Connect();
+      ASSERT_TRUE(client.IsOpen()) << transport;
+      const std::unique_ptr<Http::Server> server = listener.Serve();
+      EXPECT_EQ("HTTP/1.1 200", Ask(client)) << transport;
+    }
+    EXPECT_TRUE(listener.Connect().IsOpen()) << transport;
+  }
+}
+
+TEST(HttpServer, StopsWhileClientsConnect) {
+  constexpr int kStops = 500;
+  SharedListener listener(Transport::Unix);
+  std::atomic<bool> isDone = false;
+  std::vector<std::thread> clients;
+  for (int i = 0; i < 4; ++i) {
+    clients.emplace_back([&] {
+      while (!isDone) {
+        const Base::Descriptor client = listener.Connect();
+        EXPECT_TRUE(client.IsOpen());
+      }
+    });
+  }
+  for (int i = 0; i < kStops; ++i) listener.Serve();
+  const std::unique_ptr<Http::Server> server = listener.Serve();
+  isDone = true;
+  for (std::thread& client : clients) client.join();
+  EXPECT_EQ("HTTP/1.1 200", Ask(listener.Connect()));
 }
 
 TEST(HttpServer, CannotStartOnAnInvalidListener) {
