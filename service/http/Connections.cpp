@@ -31,21 +31,29 @@ Connections::~Connections() {
 }
 
 // libmicrohttpd can also limit connections, but only per listener, and it divides the limit among
-// its threads.
+// its threads. The limits apply before it gets the socket: it could not refuse a burst of clients
+// as fast as they are accepted.
 Connections::EntryPtr Connections::Open(int socket) {
   auto entry = std::make_shared<Entry>(socket, PeerOf(socket));
   const Base::MutexLock lock(m_Lock);
-  if (IsLimitReached(entry->m_Peer)) {
-    // The shutdown alone is not enough: a request that a TCP client has already sent can still be
-    // read.
-    entry->m_IsRefused = true;
-    shutdown(socket, SHUT_RDWR);
-    return entry;
-  }
+  // libmicrohttpd closes a socket without notice if it runs out of memory before it has started.
+  const auto dropped = m_Accepted.find(socket);
+  if (dropped != m_Accepted.end()) Remove(EntryPtr(dropped->second));
+  if (IsLimitReached(entry->m_Peer)) return nullptr;
+  m_Accepted[socket] = entry;
   m_Entries.insert(entry);
   if (entry->m_Peer.m_IsTcp) ++m_Addresses[entry->m_Peer.m_Address];
-  entry->m_Deadline = Clock::now() + m_Limits.m_RequestTimeout;
   if (m_Entries.size() == 1) m_Changed.NotifyAll();
+  return entry;
+}
+
+Connections::EntryPtr Connections::Start(int socket) {
+  const Base::MutexLock lock(m_Lock);
+  const auto found = m_Accepted.find(socket);
+  if (found == m_Accepted.end()) return nullptr;
+  EntryPtr entry = std::move(found->second);
+  m_Accepted.erase(found);
+  entry->m_Deadline = Clock::now() + m_Limits.m_RequestTimeout;
   return entry;
 }
 
@@ -57,7 +65,13 @@ bool Connections::IsLimitReached(const Peer& peer) const {
 
 void Connections::Close(const EntryPtr& entry) {
   const Base::MutexLock lock(m_Lock);
+  Remove(entry);
+}
+
+void Connections::Remove(const EntryPtr& entry) {
   if (m_Entries.erase(entry) == 0) return;
+  const auto accepted = m_Accepted.find(entry->m_Socket);
+  if (accepted != m_Accepted.end() && accepted->second == entry) m_Accepted.erase(accepted);
   const auto address = m_Addresses.find(entry->m_Peer.m_Address);
   if (address != m_Addresses.end() && --address->second == 0) m_Addresses.erase(address);
 }

@@ -30,9 +30,13 @@ class Connections {
   Connections(const Connections&) = delete;
   Connections& operator=(const Connections&) = delete;
 
-  // Registers a connection and starts its request timeout. A connection that exceeds a limit is
-  // shut down immediately.
+  // Registers a connection that has been accepted. Returns null if a limit is reached; the caller
+  // then closes the socket.
   EntryPtr Open(int socket);
+  // Starts the request timeout of a connection that libmicrohttpd has taken over. Returns null if
+  // the socket was not registered.
+  EntryPtr Start(int socket);
+  // Unregisters a connection.
   void Close(const EntryPtr& entry);
 
   // Replaces the time limit: the connection is shut down after `timeout` from now.
@@ -57,6 +61,7 @@ class Connections {
 
   bool HasRequests() const HOST_REQUIRES(m_Lock);
   bool IsLimitReached(const Peer& peer) const HOST_REQUIRES(m_Lock);
+  void Remove(const EntryPtr& entry) HOST_REQUIRES(m_Lock);
   void Run();
   // The responses for which requests wait.
   struct Waits {
@@ -69,8 +74,9 @@ class Connections {
 
   mutable Base::Mutex m_Lock;  // also guards the entries
   Base::ConditionVariable m_Changed;
-  // Excludes refused connections.
   std::set<EntryPtr> m_Entries HOST_GUARDED_BY(m_Lock);
+  // The entries that have not been started, by socket.
+  std::map<int, EntryPtr> m_Accepted HOST_GUARDED_BY(m_Lock);
   // Number of TCP connections by client address.
   std::map<std::string, std::size_t> m_Addresses HOST_GUARDED_BY(m_Lock);
   // Number of streams by `Peer::m_IsTcp`.
@@ -86,7 +92,6 @@ struct Connections::Entry {
 
   const int m_Socket;
   const Peer m_Peer;
-  bool m_IsRefused = false;   // set before any other thread sees the entry
   bool m_HasRequest = false;  // received in full, not ended
   bool m_IsStream = false;
   std::optional<Clock::time_point> m_Deadline;

@@ -65,7 +65,6 @@ Head Exchange::ReadHead() const {
 // before it sends the body, so it gets the refusal immediately.
 bool Exchange::Begin(std::string_view method, std::string_view path, const char* version) {
   m_HasBegun = true;
-  if (m_Entry->m_IsRefused) return false;
   Head head = ReadHead();
   head.m_Method = method;
   head.m_Path = path;

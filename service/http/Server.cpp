@@ -2,6 +2,7 @@
 
 #include <microhttpd.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <optional>
@@ -21,7 +22,7 @@ Shared& SharedOf(void* closure) {
   return *static_cast<Shared*>(closure);
 }
 
-// Null if out of memory when the connection was opened.
+// Null if the connection could not be started.
 Connections::EntryPtr* EntryOf(MHD_Connection* connection) {
   const auto* const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
   return static_cast<Connections::EntryPtr*>(info->socket_context);
@@ -78,7 +79,8 @@ void OnConnection(void* closure, MHD_Connection* connection, void** context,
   Connections& connections = SharedOf(closure).m_Connections;
   try {
     if (code == MHD_CONNECTION_NOTIFY_STARTED) {
-      *context = new Connections::EntryPtr(connections.Open(SocketOf(connection)));
+      Connections::EntryPtr entry = connections.Start(SocketOf(connection));
+      if (entry != nullptr) *context = new Connections::EntryPtr(std::move(entry));
     } else {
       const std::unique_ptr<Connections::EntryPtr> entry(EntryOf(connection));
       if (entry != nullptr) connections.Close(*entry);
@@ -91,6 +93,21 @@ void OnConnection(void* closure, MHD_Connection* connection, void** context,
 // rejected.
 size_t KeepEscapes(void*, MHD_Connection*, char* text) {
   return std::strlen(text);
+}
+
+// Passes an accepted socket to libmicrohttpd, or closes it.
+void OnAccepted(Connections& connections, MHD_Daemon* daemon, int socket, const sockaddr* address,
+                socklen_t size) {
+  Connections::EntryPtr entry;
+  try {
+    entry = connections.Open(socket);
+  } catch (...) {  // out of memory
+  }
+  if (entry == nullptr) {
+    close(socket);
+  } else if (MHD_add_connection(daemon, socket, address, size) != MHD_YES) {  // has closed it
+    connections.Close(entry);
+  }
 }
 
 MHD_Daemon* StartDaemon(Shared& shared) {
@@ -119,11 +136,9 @@ class Server::Daemon {
  public:
   Daemon(Shared& shared, Base::Descriptor listener) : m_Daemon(StartDaemon(shared)) {
     if (m_Daemon == nullptr) throw std::runtime_error("cannot start the HTTP server");
-    m_Acceptor.emplace(
-        std::move(listener),
-        [daemon = m_Daemon.get()](int socket, const sockaddr* address, socklen_t size) {
-          MHD_add_connection(daemon, socket, address, size);  // closes the socket if it fails
-        });
+    m_Acceptor.emplace(std::move(listener), [&shared, daemon = m_Daemon.get()](auto... client) {
+      OnAccepted(shared.m_Connections, daemon, client...);
+    });
   }
 
  private:
