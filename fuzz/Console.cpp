@@ -97,10 +97,10 @@ void Selector(const std::string& input) {
 
 // Input: a duration or a timestamp.
 void Times(const std::string& input) {
-  if (const auto duration = Console::ReadDuration(input)) {
+  if (const auto duration = Console::ParseDuration(input)) {
     Require(duration->count() >= 0, "duration is negative");
     const std::string milliseconds = std::to_string(duration->count()) + "ms";
-    const auto reparsed = Console::ReadDuration(milliseconds);
+    const auto reparsed = Console::ParseDuration(milliseconds);
     Require(!reparsed || *reparsed == *duration,
             "duration does not survive a round trip: " + milliseconds);
     Require(!Console::ElapsedText(*duration).empty(), "elapsed time is empty");

@@ -128,7 +128,7 @@ void Request(const std::string& input) {
   const Http::Settings settings;
   const Head head = ParseHead(input);
   const Http::Admission admission =
-      Http::Admit(head, TheRouter(), settings, settings.m_Permissions);
+      Http::AdmitRequest(head, TheRouter(), settings, settings.m_Permissions);
   if (admission.m_Refusal) return CheckRefusal(*admission.m_Refusal);
   Require(admission.m_Route != nullptr, "accepted without a route");
   Require(head.m_Size <= settings.m_Limits.m_HeaderBytes, "accepted headers over the size limit");
@@ -146,7 +146,7 @@ void Request(const std::string& input) {
 // Input: an escaped string. The decoded string must be UTF-8 without NUL, and not longer than the
 // input.
 void Escapes(const std::string& input) {
-  const auto decoded = Http::Decode(input);
+  const auto decoded = Http::DecodeEscapes(input);
   if (!decoded) return;
   Require(IsCleanText(*decoded), "decoded string has invalid UTF-8 or NUL");
   Require(decoded->size() <= input.size(), "decoded string is longer than the input");

@@ -47,7 +47,7 @@ Http::Request ParseQuery(const std::string& input) {
   request.m_Parameters["serial"] = "S";
   for (const std::string& pair : SplitAll(input, '&')) {
     const auto [name, escaped] = SplitAt(pair, '=');
-    const auto value = Http::Decode(escaped);
+    const auto value = Http::DecodeEscapes(escaped);
     if (!value || !Service::Parameters().contains(name)) continue;
     if (!Service::ParameterError(name, *value)) request.m_Query.emplace(name, *value);
   }
@@ -109,7 +109,7 @@ void Query(const std::string& input) {
   }
   try {
     const auto& field = *Service::FindHistoryField("temperature_celsius");
-    const Service::HistoryQuery query = Service::QueryOf(request, field, kNowMs);
+    const Service::HistoryQuery query = Service::ParseHistoryQuery(request, field, kNowMs);
     if (Http::Find(request.m_Query, "to") == nullptr) Require(query.m_To == kNowMs, "changed now");
     const Service::HistoryValue value{kNowMs - 1, 1.0, 1.0, 1.0, 1};
     const auto series = Service::Downsample(query, {value});

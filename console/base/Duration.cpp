@@ -22,7 +22,7 @@ constexpr TimeUnit kTimeUnits[] = {{"", 1000},    {"ms", 1},        {"s", 1000},
 
 }  // namespace
 
-std::optional<std::chrono::milliseconds> ReadDuration(const std::string& text) {
+std::optional<std::chrono::milliseconds> ParseDuration(const std::string& text) {
   // About a tenth of the range of the steady clock, to which durations are added.
   constexpr std::int64_t kMaxDuration = 10'000 * kMillisecondsPerDay;
   std::int64_t number = -1;
@@ -39,7 +39,7 @@ std::optional<std::chrono::milliseconds> ReadDuration(const std::string& text) {
 std::optional<std::chrono::milliseconds> ParseDuration(const char* option,
                                                        const std::string& text) {
   if (text.empty()) return std::nullopt;
-  if (const auto duration = ReadDuration(text)) return duration;
+  if (const auto duration = ParseDuration(text)) return duration;
   throw UsageFailure(fmt::format("{}: invalid duration '{}'", option, text),
                      {"For example: 30s, 5m or 1h."});
 }

@@ -96,7 +96,7 @@ std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::u
   for (const char* format : kFormats) {
     if (const auto timestamp = ParseAs(format, text)) return *timestamp;
   }
-  if (const auto duration = ReadDuration(boost::erase_last_copy(text, " ago"))) {
+  if (const auto duration = ParseDuration(boost::erase_last_copy(text, " ago"))) {
     return nowMs - std::min(nowMs, static_cast<std::uint64_t>(duration->count()));
   }
   throw UsageFailure(
@@ -105,7 +105,7 @@ std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::u
 }
 
 std::uint64_t ParseEndTime(const char* option, const std::string& text, std::uint64_t nowMs) {
-  if (const auto duration = ReadDuration(text)) {
+  if (const auto duration = ParseDuration(text)) {
     return nowMs + static_cast<std::uint64_t>(duration->count());
   }
   const std::uint64_t end = ParseTimestamp(option, text, nowMs);

@@ -150,7 +150,7 @@ std::string Blocks(const std::vector<Row>& rows, const Style& style) {
 bool IsTooWide(const Table& table, Style style) {
   if (style.m_Width == 0) return false;
   style.m_Color = false;
-  std::istringstream lines(DrawWhole(table, style, false));
+  std::istringstream lines(DrawUnfitted(table, style, false));
   for (std::string line; std::getline(lines, line);) {
     if (ColumnsOf(line) > style.m_Width) return true;
   }

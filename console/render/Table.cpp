@@ -128,7 +128,7 @@ std::vector<Column> ChangeColumns() {
           {"AFTER", "after", true}};
 }
 
-std::string DrawWhole(const Table& table, const Style& style, bool tree) {
+std::string DrawUnfitted(const Table& table, const Style& style, bool tree) {
   if (table.m_Rows.empty()) return {};
   const ScolsTable drawn = NewTable(style, table.m_Gap);
   AddColumns(drawn.get(), table, tree);
@@ -149,8 +149,8 @@ std::string DrawWhole(const Table& table, const Style& style, bool tree) {
 }
 
 std::string DrawTable(const Table& table, const Style& style, bool tree) {
-  return style.m_Width == 0 ? DrawWhole(table, style, tree)
-                            : DrawWhole(FitTable(table, style, tree), style, tree);
+  return style.m_Width == 0 ? DrawUnfitted(table, style, tree)
+                            : DrawUnfitted(FitTable(table, style, tree), style, tree);
 }
 
 std::string WriteTsv(const Table& table, bool headings) {

@@ -24,7 +24,7 @@ std::size_t LongestLine(const std::string& text) {
 // Color sequences have no width, so the table is measured without them.
 std::size_t WidthOf(const Table& table, Style style, bool tree) {
   style.m_Color = false;
-  return LongestLine(DrawWhole(table, style, tree));
+  return LongestLine(DrawUnfitted(table, style, tree));
 }
 
 std::size_t ColumnWidth(const Table& table, std::size_t column) {

@@ -11,6 +11,6 @@ namespace Console {
 Table FitTable(const Table& table, const Style& style, bool tree);
 
 // Draws a table like `DrawTable`, but does not fit it to the terminal.
-std::string DrawWhole(const Table& table, const Style& style, bool tree);
+std::string DrawUnfitted(const Table& table, const Style& style, bool tree);
 
 }  // namespace Console

@@ -16,7 +16,7 @@
 namespace Console {
 namespace {
 
-struct Membership {
+struct GroupedProperty {
   const char* m_Name;
   const char* m_Group;
 };
@@ -31,7 +31,7 @@ constexpr const char* kPlugin = "Plug-in";
 constexpr const char* kGroups[] = {kHealth, kWear, kCapacity, kPlace, kVersions, kPlugin};
 
 // Properties that are not listed are in the last group.
-constexpr Membership kMemberships[] = {
+constexpr GroupedProperty kGroupedProperties[] = {
     {"status", kHealth},
     {"plugin_status", kHealth},
     {"status_reasons", kHealth},
@@ -85,7 +85,7 @@ constexpr Membership kMemberships[] = {
 };
 
 std::string GroupOf(const std::string& name) {
-  for (const Membership& row : kMemberships) {
+  for (const GroupedProperty& row : kGroupedProperties) {
     if (name == row.m_Name) return row.m_Group;
   }
   return kPlugin;

@@ -28,7 +28,7 @@ struct EventAdvice {
   const char* m_Text;      // empty if no action is needed
 };
 
-// The texts of an event.
+// An event, with its message and advice.
 struct EventRow {
   std::uint32_t m_Number;
   PI::_SEVERITY m_Severity;     // the lowest severity with which it is reported

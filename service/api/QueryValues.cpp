@@ -23,7 +23,8 @@ std::optional<std::uint64_t> QueryNumber(const Http::Request& request, const cha
   return text == nullptr ? fallback : Console::ReadNumber<std::uint64_t>(*text);
 }
 
-HistoryQuery QueryOf(const Http::Request& request, const HistoryField& field, std::uint64_t nowMs) {
+HistoryQuery ParseHistoryQuery(const Http::Request& request, const HistoryField& field,
+                               std::uint64_t nowMs) {
   constexpr std::uint64_t kDayMs = 86'400'000;
   HistoryQuery query;
   query.m_SerialNumber = request.m_Parameters.at("serial");

@@ -19,7 +19,8 @@ std::optional<std::uint64_t> QueryNumber(const Http::Request& request, const cha
 // Returns the request as a query for the history of `field`. By default, the period ends at `nowMs`
 // and lasts a day, and the steps are as short as possible. Throws `Console::Failure` for an invalid
 // time or duration.
-HistoryQuery QueryOf(const Http::Request& request, const HistoryField& field, std::uint64_t nowMs);
+HistoryQuery ParseHistoryQuery(const Http::Request& request, const HistoryField& field,
+                               std::uint64_t nowMs);
 
 // Parses the header Last-Event-ID. Returns empty if it is negative or not a number.
 std::optional<std::int64_t> ParseEventId(const std::string& text);

@@ -114,7 +114,7 @@ Reply ReadHistory(const ApiContext& api, const Request& request) {
   if (field == nullptr) {
     return MakeProblem(400, "QUERY_INVALID", "field: missing, or no history is recorded for it");
   }
-  const HistoryQuery query = QueryOf(request, *field, Console::NowMs());
+  const HistoryQuery query = ParseHistoryQuery(request, *field, Console::NowMs());
   return ReadState(
       api, [query](StateStore& store) { return store.History(query); },
       [query](const std::optional<HistorySeries>& series) {

@@ -104,7 +104,7 @@ Refusal CheckReadOnly(RuleContext& context) {
 Refusal FindRoute(RuleContext& context) {
   std::vector<std::string> segments;
   for (const std::string_view segment : SegmentsOf(context.m_Head.m_Path)) {
-    auto decoded = Decode(segment);
+    auto decoded = DecodeEscapes(segment);
     if (!decoded) {
       return MakeProblem(400, "PATH_INVALID", "the path is not valid percent-encoded UTF-8");
     }
@@ -142,8 +142,8 @@ Refusal CheckPermission(RuleContext& context) {
 Refusal ReadQuery(RuleContext& context) {
   StringMap& query = context.m_Admission.m_Request.m_Query;
   for (const auto& [rawName, rawValue] : context.m_Head.m_Query) {
-    auto name = Decode(rawName);
-    auto value = Decode(rawValue);
+    auto name = DecodeEscapes(rawName);
+    auto value = DecodeEscapes(rawValue);
     if (!name || !value) {
       return MakeProblem(400, "QUERY_INVALID", "the query is not valid percent-encoded UTF-8");
     }
@@ -203,8 +203,8 @@ constexpr Refusal (*kRules[])(RuleContext&) = {
 
 }  // namespace
 
-Admission Admit(const Head& head, const Router& router, const Settings& settings,
-                const Permissions& permissions) {
+Admission AdmitRequest(const Head& head, const Router& router, const Settings& settings,
+                       const Permissions& permissions) {
   Admission admission;
   admission.m_Request.m_Peer = head.m_Peer;
   RuleContext context = {head, router, settings, permissions, admission};

@@ -34,8 +34,8 @@ struct Admission {
 
 // Checks the head against the rules, in order. If it breaks one, the result contains the refusal of
 // that rule; otherwise, the request and its route, which `router` owns.
-Admission Admit(const Head& head, const Router& router, const Settings& settings,
-                const Permissions& permissions);
+Admission AdmitRequest(const Head& head, const Router& router, const Settings& settings,
+                       const Permissions& permissions);
 
 // Returns a 413 problem.
 Response MakeBodyTooLarge(const Limits& limits);

@@ -18,7 +18,7 @@ std::optional<char> ByteOf(std::string_view digits) {
 
 }  // namespace
 
-std::optional<std::string> Decode(std::string_view escaped) {
+std::optional<std::string> DecodeEscapes(std::string_view escaped) {
   std::string text;
   for (std::size_t i = 0; i < escaped.size(); ++i) {
     char character = escaped[i];

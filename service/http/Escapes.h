@@ -9,6 +9,6 @@ namespace Http {
 
 // Replaces each %XX with its byte. Returns empty if an escape is malformed, or if the result
 // contains NUL or is not UTF-8.
-std::optional<std::string> Decode(std::string_view escaped);
+std::optional<std::string> DecodeEscapes(std::string_view escaped);
 
 }  // namespace Http

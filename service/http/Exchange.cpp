@@ -69,7 +69,8 @@ bool Exchange::Begin(std::string_view method, std::string_view path, const char*
   head.m_Method = method;
   head.m_Path = path;
   head.m_HasNul = IsTargetTruncated(version);
-  m_Admission = Admit(head, m_Shared.m_Router, m_Shared.m_Settings, *m_Shared.CurrentPermissions());
+  m_Admission =
+      AdmitRequest(head, m_Shared.m_Router, m_Shared.m_Settings, *m_Shared.CurrentPermissions());
   if (!m_Admission.m_Refusal) return true;
   const bool readsBody = HasBody(head) && !IsBodyTooLarge(head, m_Shared.m_Settings.m_Limits) &&
                          FindHeader(head, "expect") == nullptr;

@@ -7,7 +7,7 @@
 
 namespace {
 
-using Http::Decode;
+using Http::DecodeEscapes;
 using Http::MakeProblem;
 using Http::MatchesEntityTag;
 using nlohmann::json;
@@ -76,7 +76,7 @@ TEST(Escapes, AreDecodedOrRejected) {
       {"%0x41", refused},
   };
   for (const auto& each : cases) {
-    EXPECT_EQ(each.m_Decoded, Decode(each.m_Escaped).value_or(refused)) << each.m_Escaped;
+    EXPECT_EQ(each.m_Decoded, DecodeEscapes(each.m_Escaped).value_or(refused)) << each.m_Escaped;
   }
 }
 
