@@ -57,7 +57,7 @@ class AdapterOperations : public testing::Test {
     m_Host.ClearTraces();
   }
 
-  std::vector<std::string> Results() { return m_Host.LeveledTraces(16); }
+  std::vector<std::string> Results() { return m_Host.TracesWithLevel(16); }
 
   void TearDown() override { EXPECT_THAT(CardSim::OpenHandles(), IsEmpty()); }
 
@@ -255,7 +255,7 @@ TEST_P(SwitchLocateLED, CompletesWithoutOpeningTheCard) {
   EXPECT_EQ(m_Host.Cards().Get(m_Card, "beacon_state"), GetParam().after);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", GetParam().call,
                                           "vsl_destroy card#1"));
-  EXPECT_THAT(m_Host.LeveledTraces(2 | 16),
+  EXPECT_THAT(m_Host.TracesWithLevel(2 | 16),
               ElementsAre(Enter(), "2 LEAVE AdapterExecuteOperation() -> 0"));
 }
 
@@ -264,7 +264,7 @@ TEST_P(SwitchLocateLED, FailsWhenTheCardCannotBeFound) {
   CardSim::FailCall("vsl_iom_create_by_name", 1, 73, "gone");
   EXPECT_EQ(m_Host.Run(ADAPTER, GetParam().operation), Number::ERR_COMMAND_ERROR);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0"));
-  EXPECT_THAT(m_Host.LeveledTraces(2 | 16),
+  EXPECT_THAT(m_Host.TracesWithLevel(2 | 16),
               ElementsAre(Enter(), "16 ExecuteAdapterOperation, vsl_iom_create_by_name = 73 (gone)",
                           "2 LEAVE AdapterExecuteOperation() -> 20003"));
 }
@@ -278,7 +278,7 @@ TEST_P(SwitchLocateLED, DestroysTheHandleWhenTheLocateLEDCannotBeSwitched) {
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_iom_create_by_name /dev/fct0", GetParam().call,
                                           "vsl_destroy card#1"));
   EXPECT_THAT(
-      m_Host.LeveledTraces(2 | 16),
+      m_Host.TracesWithLevel(2 | 16),
       ElementsAre(Enter(), "16 ExecuteAdapterOperation, vsl_set_beacon_state = 74 (broken LED)",
                   "2 LEAVE AdapterExecuteOperation() -> 20003"));
 }
@@ -306,7 +306,7 @@ TEST_F(AdapterOperations, ExecuteRejectsUnknownOperations) {
     Clear();
     const std::string number = std::to_string(operation);
     EXPECT_EQ(m_Host.Run(ADAPTER, operation), Number::ERR_INVALID_OPERATION);
-    EXPECT_THAT(m_Host.LeveledTraces(2 | 16),
+    EXPECT_THAT(m_Host.TracesWithLevel(2 | 16),
                 ElementsAre("2 ENTER ExecuteAdapterOperation(" + number + ") (0)",
                             "16 ExecuteAdapterOperation() OpCode(" + number + ")",
                             "2 LEAVE AdapterExecuteOperation() -> 20005"));
@@ -325,7 +325,7 @@ TEST_F(AdapterOperations, AreCheckedAndTracedUnderTheDataLock) {
   StartWith();
   EXPECT_EQ(m_Host.Check(ADAPTER, UNKNOWN_OPERATION), 0U);
   EXPECT_THAT(
-      m_Host.LeveledTraces(8 | 16),
+      m_Host.TracesWithLevel(8 | 16),
       ElementsAre("8 ENTER CheckOperation operation=50099", "8 Before m_DataLock.Wait (sg)",
                   "8 After m_DataLock.Wait (sg)", "16 ENTER CheckAdapterOperation operation=50099",
                   "16 LEAVE CheckAdapterOperation -> 0", "8 LEAVE CheckOperation(0)"));

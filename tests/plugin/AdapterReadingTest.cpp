@@ -83,7 +83,7 @@ TEST_F(AdapterReading, QueriesTheCardInTheOrderOfTheRows) {
 TEST_F(AdapterReading, TracesEntryExitAndTheCardsValues) {
   m_Host.Properties(OneCard::ADAPTER);
   EXPECT_THAT(
-      m_Host.LeveledTraces(),
+      m_Host.TracesWithLevel(),
       ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                   "4 GetProperties() Adapter = 1", "2 ENTER AdapterGetProperties (0)",
                   "16 GetAdapterProperties, vsl_has_reserve_space_pct = 97",
@@ -96,7 +96,7 @@ TEST_F(AdapterReading, TracesEntryExitAndTheCardsValues) {
 
 TEST_F(AdapterReading, TracesOnlyTheRequestedRow) {
   m_Host.Row(OneCard::ADAPTER, Property::RATED_ENDURANCE_PERCENT);
-  EXPECT_THAT(m_Host.LeveledTraces(),
+  EXPECT_THAT(m_Host.TracesWithLevel(),
               ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                           "4 GetProperty() Adapter = 1", "2 ENTER AdapterGetProperties (0)",
                           "16 GetAdapterProperties, vsl_has_rated_endurance_percent = 50",

@@ -95,7 +95,7 @@ TEST_F(DeInitialize, StopsTheLibraryAfterAPauseIfNoThreadRuns) {
   const unsigned long ms = ElapsedMs([&] { EXPECT_EQ(m_Host.DeInitialize(), 0U); });
   EXPECT_EQ(ms, 200U);
   EXPECT_THAT(m_Host.Calls(), ElementsAre("vsl_fini"));
-  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre("2 ENTER DeInitialize", "2 LEAVE DeInitialize"));
+  EXPECT_THAT(TracesWithLevel(m_Host), ElementsAre("2 ENTER DeInitialize", "2 LEAVE DeInitialize"));
 }
 
 TEST_F(DeInitialize, LeavesTheStopRequestSet) {

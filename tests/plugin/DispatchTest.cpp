@@ -49,7 +49,9 @@ class Dispatch : public testing::Test {
   }
 
   // Returns the trace lines that start with `begin`.
-  Lines LinesStartingWith(const char* begin) { return StartingWith(LeveledTraces(m_Host), begin); }
+  Lines LinesStartingWith(const char* begin) {
+    return StartingWith(TracesWithLevel(m_Host), begin);
+  }
 
   SimulatedHost m_Host;
   std::uint64_t m_Plugin = 0;
@@ -191,7 +193,7 @@ TEST_P(EachRequest, IsServedEvenWhenTheLockCannotBeAcquired) {
 
 TEST_P(EachRequest, TracesTheLockOnce) {
   Send(m_Adapter);
-  const Lines lines = StartingWith(LeveledTraces(m_Host), "8 ");
+  const Lines lines = StartingWith(TracesWithLevel(m_Host), "8 ");
   EXPECT_EQ(Count(lines, BEFORE_LOCK), 1);
   EXPECT_EQ(Count(lines, AFTER_LOCK), 1);
 }
@@ -331,7 +333,7 @@ TEST_F(Dispatch, AListingTracesHowManyObjectsItSearches) {
   const char* const adapters = "4 GetProperties() Adapter = 2";
   const char* const drives = "4 GetProperties() PhysicalDrives = 2";
   m_Host.Properties(m_Plugin);
-  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
+  EXPECT_THAT(TracesWithLevel(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
   m_Host.ClearTraces();
   m_Host.Properties(m_Adapter);
   EXPECT_THAT(LinesStartingWith("4 "), ElementsAre(adapters));
@@ -340,57 +342,57 @@ TEST_F(Dispatch, AListingTracesHowManyObjectsItSearches) {
   EXPECT_THAT(LinesStartingWith("4 "), ElementsAre(adapters, drives));
   m_Host.ClearTraces();
   m_Host.Properties(UNKNOWN_OBJECT);
-  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
+  EXPECT_THAT(TracesWithLevel(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
 }
 
 TEST_F(Dispatch, AReadTracesHowManyObjectsItSearches) {
   const char* const adapters = "4 GetProperty() Adapter = 2";
   const char* const drives = "4 GetProperty() PhysicalDrives = 2";
   Get(m_Plugin, PI::Property::NAME);
-  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
+  EXPECT_THAT(TracesWithLevel(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
   m_Host.ClearTraces();
   Get(m_Adapter, PI::Property::NAME);
   EXPECT_THAT(LinesStartingWith("4 "), ElementsAre(adapters));
   m_Host.ClearTraces();
   Get(UNKNOWN_OBJECT, PI::Property::NAME);
-  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
+  EXPECT_THAT(TracesWithLevel(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK, adapters, drives));
 }
 
 TEST_F(Dispatch, SettingTracesOnlyTheLock) {
   for (const std::uint64_t id : {m_Adapter, m_Drive, UNKNOWN_OBJECT}) {
     m_Host.ClearTraces();
     Set(id, PI::Property::NAME);
-    EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
+    EXPECT_THAT(TracesWithLevel(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
   }
 }
 
 TEST_F(Dispatch, ListingOperationsTracesEnterTwice) {
   m_Host.Operations(m_Adapter);
-  EXPECT_THAT(LeveledTraces(m_Host),
+  EXPECT_THAT(TracesWithLevel(m_Host),
               ElementsAre("16 ENTER GetOperations object=0x130000000000003", BEFORE_LOCK,
                           AFTER_LOCK, "16 ENTER GetOperations ret=0"));
   m_Host.ClearTraces();
   m_Host.Operations(UNKNOWN_OBJECT);
-  EXPECT_THAT(LeveledTraces(m_Host),
+  EXPECT_THAT(TracesWithLevel(m_Host),
               ElementsAre("16 ENTER GetOperations object=0x130000000000099", BEFORE_LOCK,
                           AFTER_LOCK, "16 ENTER GetOperations ret=20008"));
 }
 
 TEST_F(Dispatch, CheckingTracesOperationAndResult) {
   m_Host.Check(m_Plugin, PI::OP_GET_EVENTS);
-  EXPECT_THAT(LeveledTraces(m_Host),
+  EXPECT_THAT(TracesWithLevel(m_Host),
               ElementsAre("8 ENTER CheckOperation operation=50002", BEFORE_LOCK, AFTER_LOCK,
                           "8 LEAVE CheckOperation(0)"));
   m_Host.ClearTraces();
   m_Host.Check(UNKNOWN_OBJECT, Number::OP_ATTACH);
-  EXPECT_THAT(LeveledTraces(m_Host),
+  EXPECT_THAT(TracesWithLevel(m_Host),
               ElementsAre("8 ENTER CheckOperation operation=50126", BEFORE_LOCK, AFTER_LOCK,
                           "8 LEAVE CheckOperation(20008)"));
 }
 
 TEST_F(Dispatch, ExecutingOnAnUnknownObjectTracesOnlyTheLock) {
   EXPECT_EQ(m_Host.Run(UNKNOWN_OBJECT, Number::OP_ATTACH), Number::ERR_INVALID_OBJECT_ID);
-  EXPECT_THAT(LeveledTraces(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
+  EXPECT_THAT(TracesWithLevel(m_Host), ElementsAre(BEFORE_LOCK, AFTER_LOCK));
 }
 
 }  // namespace

@@ -245,7 +245,7 @@ TEST(DriveWithoutFormatHandle, IsListedWithoutLimits) {
   SetMiB(card, "size_bytes", 10);
   CardSim::FailCall("vsl_iom_format_create", 1, 12, "busy");
   ASSERT_EQ(card.Scan(), 0U);
-  EXPECT_THAT(LeveledTraces(card.Host()),
+  EXPECT_THAT(TracesWithLevel(card.Host()),
               Contains("16 ScanSystem, vsl_iom_format_create = 12 (busy)"));
   EXPECT_THAT(StartingWith(card.Host().Calls(), "vsl_destroy format"), IsEmpty());
   EXPECT_EQ(card.Drive(Property::CONFIGURABLE_SIZE), "10");

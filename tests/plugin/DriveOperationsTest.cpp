@@ -36,7 +36,7 @@ class DriveOperations : public testing::Test {
     m_Host.ClearTraces();
   }
 
-  Lines Traces() { return m_Host.LeveledTraces(2 | 16); }
+  Lines Traces() { return m_Host.TracesWithLevel(2 | 16); }
   static bool WorkerIsWoken() { return HostKit::Events().at(PRIVATE_EVENT).set; }
 
   SimulatedHost m_Host;

@@ -145,7 +145,7 @@ TEST_F(DriveProperties, AreReadFromTheRecordWhenTheCardHasBeenRemoved) {
 
 TEST_F(DriveProperties, TraceEntryAndStatusInTheList) {
   m_Host.Properties(OneCard::DRIVE);
-  EXPECT_THAT(m_Host.LeveledTraces(),
+  EXPECT_THAT(m_Host.TracesWithLevel(),
               ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                           "4 GetProperties() Adapter = 1", "4 GetProperties() PhysicalDrives = 1",
                           "2 ENTER GetPhysicalDriveProperties()",
@@ -154,7 +154,7 @@ TEST_F(DriveProperties, TraceEntryAndStatusInTheList) {
 
 TEST_F(DriveProperties, TraceEntryAndStatusInASingleRead) {
   m_Host.Row(OneCard::DRIVE, Property::STATUS);
-  EXPECT_THAT(m_Host.LeveledTraces(),
+  EXPECT_THAT(m_Host.TracesWithLevel(),
               ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                           "4 GetProperty() Adapter = 1", "4 GetProperty() PhysicalDrives = 1",
                           "2 ENTER GetPhysicalDriveProperties()",

@@ -120,7 +120,7 @@ TEST_F(Format, UsesTheSmallestSectorsAndTheFactorySizeByDefault) {
                   "vsl_iom_format_set_sector_size_bytes format#1 1024",
                   "vsl_iom_format_set_size_pct format#1 100", "vsl_op_start format#1",
                   "vsl_op_wait_for_result format#1", "vsl_destroy format#1", "vsl_destroy card#1"));
-  EXPECT_THAT(m_Host.LeveledTraces(2 | 16),
+  EXPECT_THAT(m_Host.TracesWithLevel(2 | 16),
               ElementsAre("2 ENTER ExecutePhysicalDriveOperation()",
                           "2 LEAVE ExecutePhysicalDriveOperation() -> 0"));
   EXPECT_TRUE(WorkerIsWoken());
@@ -337,7 +337,7 @@ TEST_P(FormatFailure, FailsOrFallsBack) {
   CardSim::FailCall(GetParam().function, 1, 91, "failed");
   EXPECT_EQ(Run({Choice(FORMATTING, GetParam().formatting)}), GetParam().result);
   EXPECT_THAT(m_Host.Calls(), ElementsAreArray(GetParam().calls));
-  EXPECT_THAT(m_Host.LeveledTraces(16), ElementsAreArray(GetParam().traces));
+  EXPECT_THAT(m_Host.TracesWithLevel(16), ElementsAreArray(GetParam().traces));
   EXPECT_EQ(m_Host.Traces(2).back(),
             "LEAVE ExecutePhysicalDriveOperation() -> " + std::to_string(GetParam().result));
   EXPECT_EQ(WorkerIsWoken(), GetParam().result == 0);
@@ -442,7 +442,7 @@ TEST_F(Format, FailsWhenTheFallbackAlsoFails) {
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 92, "no modes");
   CardSim::FailCall("vsl_iom_format_set_size_pct", 1, 93, "no sizes");
   EXPECT_EQ(Run({Choice(FORMATTING, PI::Value::MAXIMUM_CAPACITY)}), Number::ERR_COMMAND_ERROR);
-  EXPECT_THAT(m_Host.LeveledTraces(16),
+  EXPECT_THAT(m_Host.TracesWithLevel(16),
               ElementsAre("16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_mode = 92 "
                           "(no modes)",
                           "16 ExecutePhysicalDriveOperation, vsl_iom_format_set_size_pct = 93 "
@@ -453,7 +453,7 @@ TEST_F(Format, IsRejectedByAnAttachedCard) {
   Set("iom_state", "2");
   Start();
   EXPECT_EQ(Run(), Number::ERR_COMMAND_ERROR);
-  EXPECT_THAT(m_Host.LeveledTraces(16),
+  EXPECT_THAT(m_Host.TracesWithLevel(16),
               ElementsAre("16 ExecutePhysicalDriveOperation, vsl_op_start = 6 "
                           "(not possible in state attached)"));
 }

@@ -23,14 +23,14 @@ using testing::Not;
 struct Outcome {
   unsigned int result = 0;
   std::string printed;
-  unsigned long ms = 0;
+  unsigned long elapsedMs = 0;
 };
 
 Outcome RunInitialize(SimulatedHost& host) {
   Outcome outcome;
   host.ClearTraces();
   testing::internal::CaptureStdout();
-  outcome.ms = ElapsedMs([&] { outcome.result = host.Initialize(); });
+  outcome.elapsedMs = ElapsedMs([&] { outcome.result = host.Initialize(); });
   outcome.printed = testing::internal::GetCapturedStdout();
   return outcome;
 }
@@ -48,12 +48,12 @@ class Initialize : public testing::Test {
   SimulatedHost m_Host;
 };
 
-// Locks and events.
+// Initializing the locks and events.
 
 struct InitFailure {
   const char* name;
-  void (*fail)(std::size_t);
-  std::size_t ordinal;
+  void (*fail)(std::size_t ordinal);
+  std::size_t ordinal;      // which initialization fails, starting at 1
   std::size_t usableLocks;  // locks and events initialized before the failing one
   std::size_t usableEvents;
 };
@@ -68,18 +68,18 @@ std::size_t Usable(const std::vector<View>& views) {
       std::count_if(views.begin(), views.end(), [](const View& each) { return each.initialized; }));
 }
 
-class InitializeWithoutLock : public testing::TestWithParam<InitFailure> {};
+class InitializeLockOrEventFailure : public testing::TestWithParam<InitFailure> {};
 
-TEST_P(InitializeWithoutLock, FailsImmediatelyAndTracesTheNameOfTheLockOrEvent) {
+TEST_P(InitializeLockOrEventFailure, FailsImmediatelyAndTracesTheNameOfTheLockOrEvent) {
   SimulatedHost host;
   host.AddCard();
   GetParam().fail(GetParam().ordinal);
   const Outcome outcome = RunInitialize(host);
   EXPECT_EQ(outcome.result, Number::ERR_LOCK_INITIALIZATION_FAILED);
   EXPECT_EQ(outcome.printed, "");
-  EXPECT_EQ(outcome.ms, 0U);
+  EXPECT_EQ(outcome.elapsedMs, 0U);
   EXPECT_THAT(host.Calls(), IsEmpty());
-  EXPECT_THAT(LeveledTraces(host),
+  EXPECT_THAT(TracesWithLevel(host),
               ElementsAre(std::string("2 LEAVE Initialize() ") + GetParam().name +
                           ".Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED 20011"));
   EXPECT_EQ(Usable(HostKit::Locks()), GetParam().usableLocks);
@@ -94,7 +94,7 @@ constexpr InitFailure INIT_FAILURES[] = {
     {"m_PrivateEvent", HostKit::FailEventInit, 3, 2, 2},
 };
 
-INSTANTIATE_TEST_SUITE_P(Step, InitializeWithoutLock, testing::ValuesIn(INIT_FAILURES),
+INSTANTIATE_TEST_SUITE_P(Step, InitializeLockOrEventFailure, testing::ValuesIn(INIT_FAILURES),
                          [](const auto& test) { return test.param.name; });
 
 TEST_F(Initialize, LeavesOneManualResetAndTwoAutoResetEventsUnset) {
@@ -109,20 +109,20 @@ TEST_F(Initialize, LeavesOneManualResetAndTwoAutoResetEventsUnset) {
   }
 }
 
-// The PCI bus.
+// Looking for supported cards on the PCI bus.
 
 TEST_F(Initialize, DoesNotStartTheLibraryWithoutACardOnThePciBus) {
   const Outcome outcome = Run();
   EXPECT_EQ(outcome.result, Number::ERR_NO_SUPPORTED_HARDWARE);
   EXPECT_EQ(outcome.printed, ZERO_ADAPTERS_LINE);
-  EXPECT_EQ(outcome.ms, 0U);
+  EXPECT_EQ(outcome.elapsedMs, 0U);
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
-  EXPECT_THAT(LeveledTraces(m_Host),
+  EXPECT_THAT(TracesWithLevel(m_Host),
               ElementsAre("2 LEAVE Initialize() -> PI::ERR_NO_SUPPORTED_HARDWARE"));
   EXPECT_THAT(m_Host.m_AdapterIDs, IsEmpty());
 }
 
-TEST(InitializeDeviceIds, AcceptsOnlyThoseOfTheFamilies) {
+TEST(InitializeDeviceIds, AcceptsOnlySupportedFamilies) {
   const std::uint16_t accepted[] = {0x1000, 0x1003, 0x1005, 0x1006, 0x1007,
                                     0x1008, 0x2001, 0x3001, 0x3002};
   for (const std::uint16_t id : accepted) {
@@ -146,13 +146,13 @@ TEST_F(Initialize, RejectsDevicesOfOtherVendors) {
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
 }
 
-// The library.
+// Starting the card library.
 
 struct StartCase {
   const char* name;
   unsigned int notReady;  // how often vsl_init returns 27
   unsigned int result;
-  unsigned long ms;
+  unsigned long elapsedMs;
 };
 
 void PrintTo(const StartCase& value, std::ostream* stream) {
@@ -169,7 +169,7 @@ TEST_P(InitializeNotReady, RetriesEverySecondForAMinute) {
   CardSim::FailCall("vsl_init", 1, 27, "not yet", GetParam().notReady);
   const Outcome outcome = RunInitialize(host);
   EXPECT_EQ(outcome.result, GetParam().result);
-  EXPECT_EQ(outcome.ms, GetParam().ms);
+  EXPECT_EQ(outcome.elapsedMs, GetParam().elapsedMs);
   const bool good = GetParam().result == 0;
   Lines start(GetParam().notReady + (good ? 1 : 0), "vsl_init");
   if (good) start.insert(start.end(), {"vsl_fini", "vsl_init"});
@@ -198,7 +198,7 @@ TEST_F(Initialize, GivesUpOnALibraryThatIsNeverReady) {
   EXPECT_EQ(outcome.result, Number::ERR_API_INITIALIZATION_FAILED);
   EXPECT_EQ(outcome.printed, ZERO_ADAPTERS_LINE);
   EXPECT_EQ(m_Host.Calls().size(), 61U);
-  EXPECT_THAT(LeveledTraces(m_Host),
+  EXPECT_THAT(TracesWithLevel(m_Host),
               ElementsAre("16 Initialize, vsl_init = 27 (not yet)",
                           "2 LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED"));
 }
@@ -211,7 +211,7 @@ TEST(InitializeRetry, TreatsAnyOtherCodeAsFinal) {
     const Outcome outcome = RunInitialize(host);
     EXPECT_EQ(outcome.result, Number::ERR_API_INITIALIZATION_FAILED);
     EXPECT_EQ(outcome.printed, ZERO_ADAPTERS_LINE);
-    EXPECT_EQ(outcome.ms, 0U);
+    EXPECT_EQ(outcome.elapsedMs, 0U);
     EXPECT_THAT(host.Calls(), ElementsAre("vsl_init"));
     EXPECT_THAT(host.Traces(16),
                 ElementsAre("Initialize, vsl_init = " + std::to_string(code) + " (broken)"));
@@ -224,7 +224,7 @@ TEST_F(Initialize, TreatsAnotherCodeAfterRetriesAsFinal) {
   CardSim::FailCall("vsl_init", 4, 5, "broken");
   const Outcome outcome = Run();
   EXPECT_EQ(outcome.result, Number::ERR_API_INITIALIZATION_FAILED);
-  EXPECT_EQ(outcome.ms, 3000U);
+  EXPECT_EQ(outcome.elapsedMs, 3000U);
   EXPECT_THAT(m_Host.Traces(16), ElementsAre("Initialize, vsl_init = 5 (broken)"));
 }
 
@@ -236,15 +236,15 @@ TEST(InitializeRetry, DoesNotRetryTheSecondStart) {
     const Outcome outcome = RunInitialize(host);
     EXPECT_EQ(outcome.result, Number::ERR_API_INITIALIZATION_FAILED);
     EXPECT_EQ(outcome.printed, ZERO_ADAPTERS_LINE);
-    EXPECT_EQ(outcome.ms, 1000U);
+    EXPECT_EQ(outcome.elapsedMs, 1000U);
     EXPECT_THAT(host.Calls(), ElementsAre("vsl_init", "vsl_fini", "vsl_init"));
-    EXPECT_THAT(LeveledTraces(host),
+    EXPECT_THAT(TracesWithLevel(host),
                 ElementsAre("16 Initialize, vsl_init = " + std::to_string(code) + " (again)",
                             "2 LEAVE Initialize() -> PI::ERR_API_INITIALIZATION_FAILED"));
   }
 }
 
-// The enumeration of the cards.
+// Enumerating the cards.
 
 TEST_F(Initialize, SkipsCardsWithoutSerialNumberOrPath) {
   AddCards(3);
@@ -321,11 +321,11 @@ TEST_F(Initialize, TracesItsScanAndItsExit) {
   EXPECT_EQ(outcome.result, 0U);
   EXPECT_EQ(outcome.printed, "Corvane:  Initialize:  adapter count is 2\n");
   EXPECT_THAT(
-      LeveledTraces(m_Host),
+      TracesWithLevel(m_Host),
       IsSupersetOf({"8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                     "2 ENTER ScanSystem(1) PhyDrive=0", "2 LEAVE ScanSystem() -> 0",
                     "16 ScanSystem() ret = 0 m_PhysicalDrives=2", "2 LEAVE Initialize() -> 0"}));
-  EXPECT_EQ(LeveledTraces(m_Host).back(), "2 LEAVE Initialize() -> 0");
+  EXPECT_EQ(TracesWithLevel(m_Host).back(), "2 LEAVE Initialize() -> 0");
 }
 
 // Two control devices; one of them has no adapter.
@@ -370,7 +370,7 @@ void ExpectCleanFailure(SimulatedHost& host, const Outcome& outcome) {
   EXPECT_EQ(outcome.printed, ZERO_ADAPTERS_LINE);
   EXPECT_THAT(host.m_AdapterIDs, IsEmpty());
   EXPECT_EQ(host.Calls().back(), "vsl_fini");
-  EXPECT_EQ(LeveledTraces(host).back(), "2 LEAVE Initialize() -> 20001");
+  EXPECT_EQ(TracesWithLevel(host).back(), "2 LEAVE Initialize() -> 20001");
   EXPECT_THAT(CardSim::OpenHandles(), IsEmpty());
   EXPECT_EQ(HostKit::Locks()[0].depth, 0U);
   const std::vector<PI::CObject> objects = host.Topology();
@@ -383,10 +383,10 @@ TEST_F(Initialize, FailsWhenACardCannotBeOpened) {
   AddCards(1);
   CardSim::FailCall("vsl_open", 1, 7, "no");
   const Outcome outcome = Run();
-  EXPECT_THAT(LeveledTraces(m_Host),
+  EXPECT_THAT(TracesWithLevel(m_Host),
               IsSupersetOf({"16 ScanSystem, vsl_open = 7 (no)",
                             "16 ScanSystem() ret = 20003 m_PhysicalDrives=0"}));
-  EXPECT_THAT(LeveledTraces(m_Host), Not(Contains("2 LEAVE ScanSystem() -> 0")));
+  EXPECT_THAT(TracesWithLevel(m_Host), Not(Contains("2 LEAVE ScanSystem() -> 0")));
   ExpectCleanFailure(m_Host, outcome);
 }
 
@@ -413,8 +413,9 @@ TEST_F(Initialize, FailsWhenNoCardHandleCanBeCreated) {
   CardSim::FailCall("vsl_iom_create_by_name", 1, 9, "gone", 2);
   const Outcome outcome = Run();
   EXPECT_EQ(Count(m_Host.Traces(16), "ScanSystem, vsl_iom_create_by_name = 9 (gone)"), 2);
-  EXPECT_THAT(LeveledTraces(m_Host), IsSupersetOf({"2 LEAVE ScanSystem() -> 0",
-                                                   "16 ScanSystem() ret = 0 m_PhysicalDrives=0"}));
+  EXPECT_THAT(
+      TracesWithLevel(m_Host),
+      IsSupersetOf({"2 LEAVE ScanSystem() -> 0", "16 ScanSystem() ret = 0 m_PhysicalDrives=0"}));
   ExpectCleanFailure(m_Host, outcome);
 }
 

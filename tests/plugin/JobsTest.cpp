@@ -90,7 +90,8 @@ TEST_P(EachJob, TracesItsStartAndItsEnd) {
   StartWith({GetParam().before});
   EXPECT_EQ(m_Host.Run(FIRST, GetParam().operation), 0U);
   SleepFor(LONGER_THAN_A_JOB_MS);
-  EXPECT_THAT(m_Host.LeveledTraces(2 | 16), testing::UnorderedElementsAreArray(GetParam().traces));
+  EXPECT_THAT(m_Host.TracesWithLevel(2 | 16),
+              testing::UnorderedElementsAreArray(GetParam().traces));
   EXPECT_EQ(m_Host.Traces(2).front(), GetParam().traces.front().substr(2));
   EXPECT_EQ(m_Host.Traces(2).back(), GetParam().traces.back().substr(2));
 }
@@ -210,7 +211,7 @@ TEST_F(Jobs, TraceEachLockStep) {
   EXPECT_EQ(m_Host.Run(FIRST, PI::OP_ATTACH), 0U);
   SleepFor(LONGER_THAN_A_JOB_MS);
   Lines lines;
-  for (const std::string& line : m_Host.LeveledTraces(2 | 8 | 16)) {
+  for (const std::string& line : m_Host.TracesWithLevel(2 | 8 | 16)) {
     const bool isFromTheCommand = line.find("m_DataLock.Wait (sg)") != std::string::npos ||
                                   line.find("xecute") != std::string::npos;
     if (!isFromTheCommand) lines.push_back(line);
@@ -283,7 +284,7 @@ TEST_F(Jobs, TraceTheExitOfABusyCheck) {
   held.WaitUntilReached();
   m_Host.ClearTraces();
   EXPECT_EQ(m_Host.Check(FIRST, PI::OP_ATTACH), Number::ERR_ADAPTER_BUSY);
-  EXPECT_THAT(m_Host.LeveledTraces(16),
+  EXPECT_THAT(m_Host.TracesWithLevel(16),
               ElementsAre("16 ENTER CheckAdapterOperation operation=50126",
                           "16 LEAVE CheckAdapterOperation -> 20031"));
   held.Release();

@@ -94,7 +94,7 @@ TEST_P(TracingWithAMask, WritesOnlyTheLevelsOfTheMask) {
   host.ClearRecords();
   HostKit::SetTraceMask(GetParam().mask);
   host.Topology();
-  EXPECT_EQ(host.LeveledTraces(), GetParam().lines);
+  EXPECT_EQ(host.TracesWithLevel(), GetParam().lines);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -135,7 +135,7 @@ TEST(Tracing, FollowsAChangeOfTheMaskAtTheNextLine) {
     if (call.function == "vsl_close") HostKit::SetTraceMask(2);
   });
   host.Row(OneCard::ADAPTER, PI::Property::NAME);
-  EXPECT_THAT(host.LeveledTraces(),
+  EXPECT_THAT(host.TracesWithLevel(),
               ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                           "2 LEAVE AdapterGetProperties -> 0"));
 }

@@ -58,7 +58,7 @@ class NullHandleRow : public testing::Test {
   // The trace lines about live values.
   Cells LiveLines() {
     Cells lines;
-    for (const std::string& line : m_Host.LeveledTraces()) {
+    for (const std::string& line : m_Host.TracesWithLevel()) {
       if (line.find("GetAdapterProperties, ") != std::string::npos) lines.push_back(line);
     }
     return lines;

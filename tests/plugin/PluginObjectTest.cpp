@@ -129,7 +129,7 @@ TEST_F(PluginObject, ReplacesThePreviousContentsOfTheLists) {
 TEST_F(PluginObject, ListsPropertiesWithoutCardCallsOrTraces) {
   m_Host.Properties(OneCard::PLUGIN);
   m_Host.Row(OneCard::PLUGIN, PI::Property::POLL_INTERVAL);
-  EXPECT_THAT(m_Host.LeveledTraces(),
+  EXPECT_THAT(m_Host.TracesWithLevel(),
               ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                           "8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)"));
   EXPECT_THAT(m_Host.Calls(), IsEmpty());
@@ -302,7 +302,7 @@ TEST_F(PluginObject, RejectsOperationsOfOtherObjects) {
         Number::OP_ATTACH, Number::OP_FORCE_DETACH, 0U, 1U, 99999U}) {
     m_Host.ClearRecords();
     EXPECT_EQ(m_Host.Run(OneCard::PLUGIN, operation), Number::ERR_INVALID_OPERATION) << operation;
-    EXPECT_THAT(m_Host.LeveledTraces(),
+    EXPECT_THAT(m_Host.TracesWithLevel(),
                 ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                             "2 ENTER ExecutePluginOperation()",
                             "2 LEAVE ExecutePluginOperation() -> 20005"));
@@ -327,13 +327,13 @@ const std::vector<std::string> COLLECTION_TRACES = {
 
 TEST_F(PluginObject, ReturnsNothingFromAnEmptyQueue) {
   EXPECT_THAT(Collect(), IsEmpty());
-  EXPECT_THAT(m_Host.LeveledTraces(), ElementsAreArray(COLLECTION_TRACES));
+  EXPECT_THAT(m_Host.TracesWithLevel(), ElementsAreArray(COLLECTION_TRACES));
 }
 
 TEST_F(PluginObject, ReturnsEventsOnceAndInOrder) {
   QueueTwoFailures();
   EXPECT_THAT(Collect(), ElementsAre(Number::CTRL_ATTACH_FAILED, Number::CTRL_DETACH_FAILED));
-  EXPECT_THAT(m_Host.LeveledTraces(), ElementsAreArray(COLLECTION_TRACES));
+  EXPECT_THAT(m_Host.TracesWithLevel(), ElementsAreArray(COLLECTION_TRACES));
   EXPECT_THAT(Collect(), IsEmpty());
 }
 
@@ -359,7 +359,7 @@ TEST_F(PluginObject, ReturnsNothingWhenTheQueueCannotBeLocked) {
   HostKit::FailLockWait(EVENTS_LOCK, 1);
   EXPECT_THAT(Collect(), IsEmpty());
   EXPECT_THAT(
-      m_Host.LeveledTraces(),
+      m_Host.TracesWithLevel(),
       ElementsAre("8 Before m_DataLock.Wait (sg)", "8 After m_DataLock.Wait (sg)",
                   "2 ENTER ExecutePluginOperation()", "2 ENTER GetEvents()",
                   "8 Before m_EventsLock.Wait(INFINITE)", "8 After m_EventsLock.Wait(INFINITE)",

@@ -199,7 +199,7 @@ TEST(ScanCalls, DoNotTraceIgnoredFailures) {
   CardSim::FailCall("vsl_iom_format_set_size_mode", 1, 12, "busy");
   CardSim::FailCall("vsl_close", 1, 12, "busy");
   ASSERT_EQ(card.Scan(), 0U);
-  EXPECT_THAT(StartingWith(LeveledTraces(card.Host()), "16 "),
+  EXPECT_THAT(StartingWith(TracesWithLevel(card.Host()), "16 "),
               testing::ElementsAre("16 ScanSystem, vsl_has_first_use_ts = 1355270400000",
                                    "16 ScanSystem, vsl_has_origin_ts = 1352937600000",
                                    "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 10",

@@ -194,7 +194,7 @@ TEST(ScanFailedReads, AreTracedAsZeroForTheThreeTracedAttributes) {
   }
   ASSERT_EQ(card.Scan(), 0U);
   EXPECT_THAT(
-      StartingWith(LeveledTraces(card.Host()), "16 ScanSystem, "),
+      StartingWith(TracesWithLevel(card.Host()), "16 ScanSystem, "),
       ElementsAre("16 ScanSystem, vsl_has_first_use_ts = 0", "16 ScanSystem, vsl_has_origin_ts = 0",
                   "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 0"));
 }

@@ -209,7 +209,7 @@ TEST(ScanLifetimeAttributes, AreTracedInMilliseconds) {
   card.Set("first_use_ts", "1").Set("origin_ts", "1331035200");
   card.Set("reserve_warning_threshold_percent", "12.75");
   ASSERT_EQ(card.Scan(), 0U);
-  EXPECT_THAT(StartingWith(LeveledTraces(card.Host()), "16 ScanSystem, "),
+  EXPECT_THAT(StartingWith(TracesWithLevel(card.Host()), "16 ScanSystem, "),
               ElementsAre("16 ScanSystem, vsl_has_first_use_ts = 1000",
                           "16 ScanSystem, vsl_has_origin_ts = 1331035200000",
                           "16 ScanSystem, vsl_has_reserve_warning_threshold_percent = 12"));

@@ -264,7 +264,8 @@ class ScanWithASkippedCard : public testing::Test {
 TEST_F(ScanWithASkippedCard, KeepsThePositionsOfTheOthers) {
   CardSim::FailCall("vsl_iom_create_by_name", 2, 9, "gone");
   ASSERT_EQ(m_Host.Initialize(), 0U);
-  EXPECT_THAT(LeveledTraces(m_Host), Contains("16 ScanSystem, vsl_iom_create_by_name = 9 (gone)"));
+  EXPECT_THAT(TracesWithLevel(m_Host),
+              Contains("16 ScanSystem, vsl_iom_create_by_name = 9 (gone)"));
   EXPECT_THAT(CardIndexes(), ElementsAre("0", "2"));
   ASSERT_EQ(m_Host.m_AdapterIDs.size(), 2U);
   EXPECT_EQ(m_Host.m_AdapterIDs[1].m_AdapterNumber, 2U);

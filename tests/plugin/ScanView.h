@@ -112,7 +112,7 @@ inline Lines StartingWith(const Lines& lines, const std::string& begin) {
 }
 
 // Returns the trace lines as "level text".
-inline Lines LeveledTraces(const SimulatedHost& host) {
+inline Lines TracesWithLevel(const SimulatedHost& host) {
   Lines lines;
   for (const HostKit::TraceLine& line : host.TraceLines()) {
     lines.push_back(std::to_string(line.level) + " " + line.text);

@@ -33,7 +33,7 @@ class SetAdapterIDs : public testing::Test {
   // Returns the number of worker threads that have started.
   int WorkersStarted() {
     SleepMs(1);
-    return Count(LeveledTraces(m_Card.Host()), "2 ENTER Worker()");
+    return Count(TracesWithLevel(m_Card.Host()), "2 ENTER Worker()");
   }
 
   ScannedCard m_Card;

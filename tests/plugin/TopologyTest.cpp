@@ -170,7 +170,7 @@ TEST_F(TopologyOfOneCard, ReportsAllObjectsAsUnlocked) {
 
 TEST_F(TopologyOfOneCard, TracesEachObject) {
   m_Host.Topology();
-  EXPECT_THAT(m_Host.LeveledTraces(),
+  EXPECT_THAT(m_Host.TracesWithLevel(),
               ElementsAre("2 ENTER GetTopology", "8 Before m_DataLock.Wait (sg)",
                           "8 After m_DataLock.Wait (sg)", "2 ENTER AdapterGetProperties (0)",
                           "16 GetAdapterProperties, vsl_has_reserve_space_pct = 98",

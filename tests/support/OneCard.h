@@ -67,7 +67,7 @@ class OneCard : public SimulatedHost {
   }
 
   // Trace lines with their levels, such as "2 ENTER GetTopology".
-  std::vector<std::string> LeveledTraces() const {
+  std::vector<std::string> TracesWithLevel() const {
     std::vector<std::string> texts;
     for (const HostKit::TraceLine& line : TraceLines()) {
       texts.push_back(std::to_string(line.level) + " " + line.text);

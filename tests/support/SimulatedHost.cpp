@@ -291,7 +291,7 @@ std::vector<HostKit::TraceLine> SimulatedHost::TraceLines() const {
   return RecordedTraces();
 }
 
-std::vector<std::string> SimulatedHost::LeveledTraces(unsigned int mask) const {
+std::vector<std::string> SimulatedHost::TracesWithLevel(unsigned int mask) const {
   std::vector<std::string> texts;
   for (const HostKit::TraceLine& line : TraceLines()) {
     if ((line.level & mask) != 0) texts.push_back(std::to_string(line.level) + " " + line.text);

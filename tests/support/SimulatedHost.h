@@ -84,7 +84,7 @@ class SimulatedHost {
   std::vector<HostKit::TraceLine> TraceLines() const;
   // The lines of all levels in the mask, each preceded by its level: "16 ScanSystem, vsl_open = 5
   // (no)".
-  std::vector<std::string> LeveledTraces(unsigned int mask) const;
+  std::vector<std::string> TracesWithLevel(unsigned int mask) const;
   void ClearTraces();
 
  private:

@@ -204,7 +204,7 @@ TEST_F(LocksOutOfMemory, APollThatThrowsTracesTheReleaseOfBothLocks) {
   EXPECT_THROW(RunPoll(PointerTo(PollMember())), std::logic_error);
   ExpectNoLockHeld();
   EXPECT_THAT(
-      m_Host.LeveledTraces(kLockTraces),
+      m_Host.TracesWithLevel(kLockTraces),
       ElementsAre("8 Before m_DataLock.Wait(INFINITE)", "8 After m_DataLock.Wait(INFINITE)",
                   "8 Before m_EventsLock.Wait(INFINITE)", "8 After m_EventsLock.Wait(INFINITE)",
                   "8 Before m_EventsLock.Release ()", "8 After m_EventsLock.Release ()",

@@ -54,10 +54,10 @@ TEST_F(ScanSystem, EmptiesBothListsEvenWhenNoCardCanBeOpened) {
 
 TEST_F(ScanSystem, TracesTheNumberOfDrivesInTheList) {
   EXPECT_EQ(Scan(false), 0U);
-  EXPECT_THAT(m_Host.LeveledTraces(), Contains("2 ENTER ScanSystem(0) PhyDrive=5"));
+  EXPECT_THAT(m_Host.TracesWithLevel(), Contains("2 ENTER ScanSystem(0) PhyDrive=5"));
   m_Host.ClearRecords();
   EXPECT_EQ(Scan(true), 0U);
-  EXPECT_THAT(m_Host.LeveledTraces(), Contains("2 ENTER ScanSystem(1) PhyDrive=1"));
+  EXPECT_THAT(m_Host.TracesWithLevel(), Contains("2 ENTER ScanSystem(1) PhyDrive=1"));
 }
 
 }  // namespace
