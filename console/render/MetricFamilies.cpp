@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
-#include <nlohmann/json.hpp>
 
 #include "base/Printable.h"
 #include "console/base/Output.h"
@@ -43,15 +42,13 @@ struct MetricRow {
   const char* m_Help;
 };
 
-// Makes invalid UTF-8 and control characters visible, except line breaks, which the output escapes.
+// Returns `text` as valid UTF-8 with visible escapes for control characters. Keeps line breaks,
+// because the output formats escape them.
 std::string LabelText(const std::string& text) {
   std::vector<std::string> lines;
   boost::split(lines, text, boost::is_any_of("\n"));
   for (std::string& line : lines) line = Base::Printable(line);
-  const std::string printable = fmt::format("{}", fmt::join(lines, "\n"));
-  const nlohmann::json json = printable;
-  const auto handler = nlohmann::json::error_handler_t::replace;
-  return nlohmann::json::parse(json.dump(-1, ' ', false, handler)).get<std::string>();
+  return fmt::format("{}", fmt::join(lines, "\n"));
 }
 
 std::vector<const Object*> ObjectsOfKind(const Source& source, Kind kind) {
@@ -63,7 +60,8 @@ std::vector<const Object*> ObjectsOfKind(const Source& source, Kind kind) {
   return objects;
 }
 
-// Returns the labels that identify an object. A drive is identified within its card.
+// Returns the labels that identify an object. A drive's name is unique only within its adapter, so
+// a drive has both labels.
 Labels IdentityOf(const Object& object, const Source& source) {
   Labels labels;
   if (const Object* adapter = AdapterOf(*source.m_Observed.m_pModel, object)) {
@@ -99,7 +97,8 @@ void AddMissing(std::vector<std::string>& all, const std::vector<std::string>& c
   }
 }
 
-// Functions that gather the samples of the rows in `kMetrics`.
+// The functions below are the `m_Gather` of the rows in `kMetrics`: each returns the samples of its
+// row.
 
 Samples PluginUp(const MetricRow&, const Source& source) {
   return {{{}, source.m_Observed.m_IsUp ? "1" : "0"}};
