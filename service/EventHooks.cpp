@@ -40,9 +40,9 @@ EventHooks::EventHooks(const SnapshotStore& store, const std::filesystem::path& 
     : m_Store(store),
       m_Report(std::move(report)),
       m_Programs(SettingsOf(directory, m_Report)),
-      m_Tail(m_Programs.LastNumber()) {
+      m_Tail(m_Programs.LastEventNumber()) {
   OnEvents();
-  if (!m_Programs.LastNumber() && m_Tail.Last()) m_Programs.SkipTo(*m_Tail.Last());
+  if (!m_Programs.LastEventNumber() && m_Tail.Last()) m_Programs.SkipTo(*m_Tail.Last());
 }
 
 // Reports a failure instead of throwing it, because the service continues without the programs.
@@ -59,7 +59,8 @@ void EventHooks::ForwardEvents() {
   if (events.empty()) return;
   const Console::Model model = ModelOf(*m_Store.Get());
   const Console::EventMatcher matcher(model);
-  for (const HostKit::LoggedEvent& event : events) m_Programs.Take(ToHookEvent(matcher, event));
+  for (const HostKit::LoggedEvent& event : events)
+    m_Programs.QueueEvent(ToHookEvent(matcher, event));
 }
 
 }  // namespace Service

@@ -76,11 +76,11 @@ EventPrograms::EventPrograms(ProgramSettings settings) : m_Settings(std::move(se
 void EventPrograms::ReadStateFile() {
   const std::filesystem::path& file = m_Settings.m_StateFile;
   if (file.empty()) return;
-  m_LastNumber = ReadNumber(file);
+  m_LastEventNumber = ReadNumber(file);
   std::error_code ignored;
-  if (m_LastNumber || !std::filesystem::exists(file, ignored)) return;
-  Report(
-      fmt::format("{} is not usable; events logged before this start are skipped", file.string()));
+  if (m_LastEventNumber || !std::filesystem::exists(file, ignored)) return;
+  Report(fmt::format("{} is not usable; skipping events that were logged before this start",
+                     file.string()));
 }
 
 EventPrograms::~EventPrograms() {
@@ -104,7 +104,7 @@ void EventPrograms::SkipTo(std::int64_t number) {
   Record(number);
 }
 
-void EventPrograms::Take(Event event) {
+void EventPrograms::QueueEvent(Event event) {
   const std::int64_t number = event.m_Number;
   if (Enqueue(std::move(event))) return;
   Report(fmt::format("event queue full; event {} dropped", number));

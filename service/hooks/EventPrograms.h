@@ -58,12 +58,13 @@ class EventPrograms {
   EventPrograms& operator=(const EventPrograms&) = delete;
 
   // Returns the number in the state file at construction; empty if it could not be read.
-  std::optional<std::int64_t> LastNumber() const { return m_LastNumber; }
-  // Records that no programs need to run for the events up to this number. Call before `Take`.
+  std::optional<std::int64_t> LastEventNumber() const { return m_LastEventNumber; }
+  // Records that no programs need to run for the events up to this number. Call before
+  // `QueueEvent`.
   void SkipTo(std::int64_t number);
   // Queues the event for its programs and returns immediately. Events are handled in the order of
   // the calls. Thread-safe.
-  void Take(Event event);
+  void QueueEvent(Event event);
 
  private:
   void ReadStateFile();
@@ -78,7 +79,7 @@ class EventPrograms {
   void Report(const std::string& text) const;
 
   const ProgramSettings m_Settings;
-  std::optional<std::int64_t> m_LastNumber;
+  std::optional<std::int64_t> m_LastEventNumber;
   Console::Notifier m_StopNow;
   std::atomic<bool> m_MustEnd{false};  // no further program starts
 

@@ -53,11 +53,11 @@ class EventProgramsFixture : public testing::Test {
   void Start() { m_Programs.emplace(m_Settings); }
   // Waits for running programs until the stop timeout.
   void Stop() { m_Programs.reset(); }
-  void Take(std::int64_t number) {
-    m_Programs->Take({number, {{"number", number}, {"text", "hot"}}});
+  void QueueEvent(std::int64_t number) {
+    m_Programs->QueueEvent({number, {{"number", number}, {"text", "hot"}}});
   }
   // Waits until a file that the scripts write has `count` lines, and returns its lines.
-  std::vector<std::string> Lines(const std::string& name, std::size_t count) const {
+  std::vector<std::string> AwaitLines(const std::string& name, std::size_t count) const {
     const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
     std::vector<std::string> lines;
     do {
@@ -96,8 +96,8 @@ TEST_F(EventPrograms, RunInOrderOfTheirNames) {
     AddScript(name, "echo \"$CORVANE_NUMBER ${0##*/}\" >>$OUT/lines");
   }
   Start();
-  Take(1);
-  EXPECT_THAT(Lines("lines", 3), ElementsAre("1 10-a", "1 20-b", "1 30-c"));
+  QueueEvent(1);
+  EXPECT_THAT(AwaitLines("lines", 3), ElementsAre("1 10-a", "1 20-b", "1 30-c"));
 }
 
 TEST_F(EventPrograms, ReceiveTheDocumentAndItsFields) {
@@ -105,15 +105,15 @@ TEST_F(EventPrograms, ReceiveTheDocumentAndItsFields) {
             "{ cat; echo \"$CORVANE_NUMBER $CORVANE_TEXT\"; } >$OUT/draft\n"
             "mv $OUT/draft $OUT/lines");
   Start();
-  Take(12);
-  EXPECT_THAT(Lines("lines", 2), ElementsAre("{\"number\":12,\"text\":\"hot\"}", "12 hot"));
+  QueueEvent(12);
+  EXPECT_THAT(AwaitLines("lines", 2), ElementsAre("{\"number\":12,\"text\":\"hot\"}", "12 hot"));
 }
 
 TEST_F(EventPrograms, RunAgainForTheNextEvent) {
   AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines");
   Start();
-  for (std::int64_t number = 1; number <= 10; ++number) Take(number);
-  EXPECT_THAT(Lines("lines", 10),
+  for (std::int64_t number = 1; number <= 10; ++number) QueueEvent(number);
+  EXPECT_THAT(AwaitLines("lines", 10),
               UnorderedElementsAre("1", "2", "3", "4", "5", "6", "7", "8", "9", "10"));
 }
 
@@ -121,8 +121,8 @@ TEST_F(EventPrograms, RunAfterAProgramThatFailed) {
   AddScript("10-fails", "echo wrong; exit 2");
   AddScript("20-works", "echo $CORVANE_NUMBER >>$OUT/lines");
   Start();
-  Take(1);
-  EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
+  QueueEvent(1);
+  EXPECT_THAT(AwaitLines("lines", 1), ElementsAre("1"));
   EXPECT_THAT(Reports(),
               ElementsAre("events.d: 10-fails: wrong", "events.d: 10-fails: event 1: exit code 2"));
 }
@@ -132,8 +132,8 @@ TEST_F(EventPrograms, RunAfterAProgramThatHung) {
   AddScript("10-hangs", "sleep 1000");
   AddScript("20-works", "echo $CORVANE_NUMBER >>$OUT/lines");
   Start();
-  Take(1);
-  EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
+  QueueEvent(1);
+  EXPECT_THAT(AwaitLines("lines", 1), ElementsAre("1"));
   EXPECT_THAT(Reports(), ElementsAre("events.d: 10-hangs: event 1: killed after 1 s"));
 }
 
@@ -142,29 +142,29 @@ TEST_F(EventPrograms, RunFourAtATime) {
             "echo $CORVANE_NUMBER >>$OUT/lines\n"
             "until [ -e $OUT/go ]; do sleep 0.01; done");
   Start();
-  for (std::int64_t number = 1; number <= 6; ++number) Take(number);
-  EXPECT_THAT(Lines("lines", 4), UnorderedElementsAre("1", "2", "3", "4"));
+  for (std::int64_t number = 1; number <= 6; ++number) QueueEvent(number);
+  EXPECT_THAT(AwaitLines("lines", 4), UnorderedElementsAre("1", "2", "3", "4"));
   std::this_thread::sleep_for(milliseconds(300));  // a fifth would have started by now
-  EXPECT_EQ(4U, Lines("lines", 4).size());
+  EXPECT_EQ(4U, AwaitLines("lines", 4).size());
   WriteText(m_Directory.Path() / "go", "");
-  EXPECT_EQ(6U, Lines("lines", 6).size());
+  EXPECT_EQ(6U, AwaitLines("lines", 6).size());
 }
 
 TEST_F(EventPrograms, StartAfterTheNumberIsRecorded) {
   AddScript("program", "cat $OUT/state >>$OUT/lines");
   Start();
-  Take(7);
-  EXPECT_THAT(Lines("lines", 1), ElementsAre("7"));
+  QueueEvent(7);
+  EXPECT_THAT(AwaitLines("lines", 1), ElementsAre("7"));
   Stop();
   Start();
-  EXPECT_EQ(7, m_Programs->LastNumber());
+  EXPECT_EQ(7, m_Programs->LastEventNumber());
 }
 
 TEST_F(EventPrograms, DoNotRunIfTheNumberCannotBeRecorded) {
   m_Settings.m_StateFile = m_Directory.Path() / "missing" / "state";
   AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines");
   Start();
-  Take(7);
+  QueueEvent(7);
   EXPECT_TRUE(AwaitReport("events.d: event 7 dropped: cannot write " +
                           m_Settings.m_StateFile.string() + ": No such file or directory"));
   Stop();
@@ -175,9 +175,9 @@ TEST_F(EventPrograms, DoNotRequireAStateFile) {
   m_Settings.m_StateFile.clear();
   AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines");
   Start();
-  Take(7);
-  EXPECT_THAT(Lines("lines", 1), ElementsAre("7"));
-  EXPECT_EQ(std::nullopt, m_Programs->LastNumber());
+  QueueEvent(7);
+  EXPECT_THAT(AwaitLines("lines", 1), ElementsAre("7"));
+  EXPECT_EQ(std::nullopt, m_Programs->LastEventNumber());
 }
 
 TEST_F(EventPrograms, AreKilledOnStop) {
@@ -185,13 +185,13 @@ TEST_F(EventPrograms, AreKilledOnStop) {
   m_Settings.m_StopTimeout = milliseconds(100);
   AddScript("program", "echo $CORVANE_NUMBER >>$OUT/lines; sleep 1000");
   Start();
-  Take(1);
-  Take(2);
-  EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
+  QueueEvent(1);
+  QueueEvent(2);
+  EXPECT_THAT(AwaitLines("lines", 1), ElementsAre("1"));
   Stop();
   EXPECT_THAT(Reports(),
               ElementsAre("events.d: program: event 1: killed because the service is stopping"));
-  EXPECT_EQ("1\n", ReadText(StateFile()));  // event 2 is left for the next start
+  EXPECT_EQ("1\n", ReadText(StateFile()));  // event 2 was not started, so the next start runs it
 }
 
 TEST_F(EventPrograms, MayFinishDuringStop) {
@@ -200,12 +200,12 @@ TEST_F(EventPrograms, MayFinishDuringStop) {
             "until [ -e $OUT/go ]; do sleep 0.01; done; echo end >>$OUT/lines");
   m_Settings.m_StopTimeout = std::chrono::minutes(2);
   Start();
-  Take(1);
-  EXPECT_THAT(Lines("lines", 1), ElementsAre("1"));
+  QueueEvent(1);
+  EXPECT_THAT(AwaitLines("lines", 1), ElementsAre("1"));
   std::thread stop([this] { Stop(); });
   WriteText(m_Directory.Path() / "go", "");
   stop.join();
-  EXPECT_THAT(Lines("lines", 2), ElementsAre("1", "end"));
+  EXPECT_THAT(AwaitLines("lines", 2), ElementsAre("1", "end"));
   EXPECT_THAT(Reports(), IsEmpty());
 }
 
@@ -216,32 +216,32 @@ TEST_F(EventPrograms, DoNotRunForEventsBeyondTheQueue) {
             "echo $CORVANE_NUMBER >>$OUT/lines\n"
             "until [ -e $OUT/go ]; do sleep 0.01; done");
   Start();
-  Take(1);
-  EXPECT_EQ(1U, Lines("lines", 1).size());
-  Take(2);
-  Take(3);
+  QueueEvent(1);
+  EXPECT_EQ(1U, AwaitLines("lines", 1).size());
+  QueueEvent(2);
+  QueueEvent(3);
   EXPECT_THAT(Reports(), ElementsAre("events.d: event queue full; event 3 dropped"));
   WriteText(m_Directory.Path() / "go", "");
-  EXPECT_THAT(Lines("lines", 2), ElementsAre("1", "2"));
+  EXPECT_THAT(AwaitLines("lines", 2), ElementsAre("1", "2"));
 }
 
-TEST_F(EventPrograms, SkipOldEvents) {
+TEST_F(EventPrograms, RecordTheNumberToSkipTo) {
   Start();
   m_Programs->SkipTo(41);
   EXPECT_EQ("41\n", ReadText(StateFile()));
 }
 
-TEST_F(EventPrograms, HaveNoLastNumberIfTheStateFileIsInvalid) {
+TEST_F(EventPrograms, HaveNoLastEventNumberIfTheStateFileIsInvalid) {
   std::size_t reports = 0;
   for (const char* const text : {"", "\n", "x", "-", "99999999999999999999999\n", "7", "7x\n",
                                  "7\n\n", " 7\n", "-7\n", "7\n8\n"}) {
     WriteText(StateFile(), text);
     Start();
-    EXPECT_EQ(std::nullopt, m_Programs->LastNumber()) << text;
+    EXPECT_EQ(std::nullopt, m_Programs->LastEventNumber()) << text;
     EXPECT_EQ(++reports, Reports().size()) << text;
-    EXPECT_EQ(
-        "events.d: " + StateFile() + " is not usable; events logged before this start are skipped",
-        Reports().back());
+    EXPECT_EQ("events.d: " + StateFile() +
+                  " is not usable; skipping events that were logged before this start",
+              Reports().back());
   }
 }
 
@@ -260,7 +260,7 @@ TEST_F(EventPrograms, HaveNoLastNumberIfTheStateFileIsInvalid) {
   std::_Exit(4);
 }
 
-TEST_F(EventPrograms, CannotStartWithoutAllThreads) {
+TEST_F(EventPrograms, ThrowIfAThreadCannotBeStarted) {
   EXPECT_EXIT(StartWithOneThread(m_Settings), testing::ExitedWithCode(0), "");
 }
 
