@@ -27,7 +27,7 @@ void EventAnnouncer::Announce(const Events& events) {
     for (const HostKit::LoggedEvent& event : events) m_Log(event);
     if (m_Hooks != nullptr) m_Hooks->OnEvents();
   };
-  if (m_State.Read([](StateStore&) { return true; }, announce)) return;
+  if (m_State.QueueRead([](StateStore&) { return true; }, announce)) return;
   for (const HostKit::LoggedEvent& event : events) m_Log(event);
   m_HasPending = true;
 }
@@ -50,7 +50,7 @@ bool EventAnnouncer::Record(const Observation& observation) {
     if (m_OnCards) m_OnCards(store.Records());
     return events;
   };
-  const bool isAccepted = m_State.Change(record, announce);
+  const bool isAccepted = m_State.QueueChange(record, announce);
   if (isAccepted) m_HasPending = false;
   return isAccepted;
 }

@@ -142,11 +142,11 @@ struct Running {
   // the known cards. Repeated after an observation that could not be stored, because the known
   // cards may still be readable.
   void LoadKnownCards() {
-    m_State.Read([](StateStore& store) { return store.Records(); },
-                 [this](const StateOutcome<Console::CardRecords>& outcome) {
-                   if (outcome.m_Result) SetKnownCards(*outcome.m_Result);
-                   if (!outcome.m_Result) m_Records.Set(outcome.m_Failure);
-                 });
+    m_State.QueueRead([](StateStore& store) { return store.Records(); },
+                      [this](const StateOutcome<Console::CardRecords>& outcome) {
+                        if (outcome.m_Result) SetKnownCards(*outcome.m_Result);
+                        if (!outcome.m_Result) m_Records.Set(outcome.m_Failure);
+                      });
   }
 
   void SetKnownCards(const Console::CardRecords& cards) {

@@ -119,7 +119,7 @@ Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Response(Sta
     const auto read = [responder, answer = std::move(answer)](StateStore& store) {
       return responder->HasEnded() ? Response() : answer(store);
     };
-    return api.m_State.Read(read, [responder](const StateOutcome<Response>& outcome) {
+    return api.m_State.QueueRead(read, [responder](const StateOutcome<Response>& outcome) {
       responder->Complete(outcome.m_Result ? *outcome.m_Result
                                            : MakeDatabaseProblem(outcome.m_Failure));
     });

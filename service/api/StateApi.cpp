@@ -46,7 +46,7 @@ Reply ReadState(const ApiContext& api, Work work, Render render) {
 template <class Work, class Render>
 Reply ChangeState(const ApiContext& api, Work work, Render render) {
   const auto queue = [&](const std::shared_ptr<Http::Responder>& responder) {
-    return api.m_State.Change(work, [render, responder](const auto& outcome) {
+    return api.m_State.QueueChange(work, [render, responder](const auto& outcome) {
       responder->Complete(ResponseOf([&] {
         return outcome.m_Result ? render(*outcome.m_Result)
                                 : MakeDatabaseProblem(outcome.m_Failure);

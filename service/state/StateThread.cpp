@@ -22,7 +22,7 @@ void StateThread::Stop() {
   if (m_Thread.joinable()) m_Thread.join();
 }
 
-bool StateThread::Enqueue(std::function<void()> task) {
+bool StateThread::AddTask(std::function<void()> task) {
   {
     const Base::MutexLock lock(m_Lock);
     if (m_IsStopping || m_Queue.size() >= kMaxQueued) return false;

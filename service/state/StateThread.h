@@ -28,46 +28,49 @@ class StateThread {
  public:
   static constexpr std::size_t kMaxQueued = 256;
 
-  // Starts the thread, which calls `onFailure` with the reason for a failure. Each reason is
-  // reported once, until a change succeeds. `onFailure` must not throw.
+  // Starts the thread, which calls `onFailure` with the reason for a failure. A reason is not
+  // reported again until a change has succeeded. `onFailure` must not throw.
   explicit StateThread(std::function<void(const std::string&)> onFailure);
   ~StateThread();
   StateThread(const StateThread&) = delete;
   StateThread& operator=(const StateThread&) = delete;
 
-  // Queues `work(StateStore&)`, which returns a value. After the functions queued before it, the
-  // thread calls `work` and then `done(StateOutcome<Result>)`, with no lock held. `done` must not
-  // throw; it may call `Change` and `Read`. Both functions must be copyable. Returns false if the
-  // queue is full or the thread is stopping; neither function is called then.
+  // Queues a function that changes the state, and returns immediately. The thread calls
+  // `work(StateStore&)`, which returns a value, and then `done(StateOutcome<Result>)`, with no lock
+  // held; calls run in the order in which they were queued. `done` must not throw; it may queue
+  // further functions. Both functions must be copyable. Returns false, and calls neither function,
+  // if the queue is full or the thread is stopping.
   template <class Work, class Done>
-  bool Change(Work work, Done done) {
-    return Add(Kind::Change, std::move(work), std::move(done));
+  bool QueueChange(Work work, Done done) {
+    return Queue(Kind::Change, std::move(work), std::move(done));
   }
-  // Like `Change`, for a function that changes nothing.
+  // Like `QueueChange`, for a function that changes nothing.
   template <class Work, class Done>
-  bool Read(Work work, Done done) {
-    return Add(Kind::Read, std::move(work), std::move(done));
+  bool QueueRead(Work work, Done done) {
+    return Queue(Kind::Read, std::move(work), std::move(done));
   }
 
   // Runs the queued functions and ends the thread. Must not be called by a function that runs on
-  // it.
+  // this thread.
   void Stop();
 
  private:
-  // Only a successful change shows that the file can be written.
+  // A read does not prove that the file is writable, so only a successful change allows a reason
+  // to be reported again.
   enum class Kind { Read, Change };
 
   template <class Work, class Done>
-  bool Add(Kind kind, Work work, Done done) {
+  bool Queue(Kind kind, Work work, Done done) {
     using Result = std::invoke_result_t<Work&, StateStore&>;
-    return Enqueue([this, kind, work = std::move(work), done = std::move(done)]() mutable {
+    return AddTask([this, kind, work = std::move(work), done = std::move(done)]() mutable {
       StateOutcome<Result> outcome;
       outcome.m_Failure = Try(kind, [&] { outcome.m_Result = work(m_Store); });
       done(std::move(outcome));
     });
   }
 
-  bool Enqueue(std::function<void()> task);
+  // Returns false if the queue is full or the thread is stopping.
+  bool AddTask(std::function<void()> task);
   // Calls `work`. Returns an empty string on success, or the reason for the failure, which it
   // reports if new.
   std::string Try(Kind kind, const std::function<void()>& work);

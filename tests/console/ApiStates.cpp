@@ -98,7 +98,7 @@ class ApiInState {
       begun.set_value();
       return ended.wait(), true;
     };
-    m_StateThread.Read(begin, [](const auto&) {});
+    m_StateThread.QueueRead(begin, [](const auto&) {});
     begun.get_future().wait();
   }
 
@@ -107,7 +107,7 @@ class ApiInState {
     while (m_Threads.Run(wait)) continue;
     const auto read = [wait](Service::StateStore&) { return wait(), true; };
     OccupyDatabase();
-    while (m_StateThread.Read(read, [](const auto&) {})) continue;
+    while (m_StateThread.QueueRead(read, [](const auto&) {})) continue;
   }
 
   static void MakeFail(std::vector<Http::Route>& routes) {

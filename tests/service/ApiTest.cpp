@@ -192,8 +192,8 @@ TEST_F(Api, DoesNotReadTheDatabaseForADisconnectedClient) {
   Start(Settings());
   const Service::ApiContext api = Context();
   std::promise<void> end;
-  m_State.Read([ended = end.get_future().share()](auto&) { return ended.wait(), true; },
-               [](const auto&) {});
+  m_State.QueueRead([ended = end.get_future().share()](auto&) { return ended.wait(), true; },
+                    [](const auto&) {});
   std::vector<int> answered;
   std::vector<Http::ResponsePromise> replies;
   for (const int number : {1, 2}) {
@@ -212,7 +212,7 @@ TEST_F(Api, DoesNotReadTheDatabaseForADisconnectedClient) {
 // The change is still made after its request has timed out.
 TEST_F(Api, TimesOutIfTheDatabaseIsBusy) {
   Start(Settings());
-  m_State.Change(
+  m_State.QueueChange(
       [](Service::StateStore& store) {
         StateTest::Card card;
         card.m_Serial = "S0";
@@ -220,8 +220,8 @@ TEST_F(Api, TimesOutIfTheDatabaseIsBusy) {
       },
       [](const auto&) {});
   std::promise<void> end;
-  m_State.Read([ended = end.get_future().share()](auto&) { return ended.wait(), true; },
-               [](const auto&) {});
+  m_State.QueueRead([ended = end.get_future().share()](auto&) { return ended.wait(), true; },
+                    [](const auto&) {});
   m_DatabaseTimeout = milliseconds(20);
   Http::Request request;
   request.m_Parameters["serial"] = "S0";

@@ -76,9 +76,9 @@ TEST_F(EventAnnouncer, WritesEventsToTheJournalEvenIfTheDatabaseIsSlow) {
     return true;
   };
   const auto ignore = [](const auto&) {};
-  ASSERT_TRUE(m_State.Read(wait, ignore));
+  ASSERT_TRUE(m_State.QueueRead(wait, ignore));
   while (!isBusy) std::this_thread::yield();
-  while (m_State.Read(wait, ignore)) continue;  // until the queue is full
+  while (m_State.QueueRead(wait, ignore)) continue;  // until the queue is full
   m_pAnnouncer->Announce({EventWithId(kWarm)});
   EXPECT_THAT(Journal(), ElementsAre(kWarm));
   unblock.set_value();

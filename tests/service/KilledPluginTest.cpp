@@ -50,7 +50,7 @@ class KilledPlugin : public CorvaneTest::CollectorFixture {
   void StartService() {
     Service::CollectorSettings settings = Settings();
     settings.m_OnObservation = [this](const Service::Observation& observation) {
-      return m_State.Change(
+      return m_State.QueueChange(
           [observation](Service::StateStore& store) { return store.Record(observation); },
           [this](const auto& outcome) { m_Recorded += outcome.m_Result ? 1 : 0; });
     };

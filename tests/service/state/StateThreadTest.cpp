@@ -36,11 +36,11 @@ class StateThread : public HostDatabaseTest {
   // `Change` and `Read` run `work` on the state thread and wait for its outcome.
   template <class Work>
   auto Change(Work work) {
-    return Await([&](auto done) { return m_Thread.Change(work, done); }, work);
+    return Await([&](auto done) { return m_Thread.QueueChange(work, done); }, work);
   }
   template <class Work>
   auto Read(Work work) {
-    return Await([&](auto done) { return m_Thread.Read(work, done); }, work);
+    return Await([&](auto done) { return m_Thread.QueueRead(work, done); }, work);
   }
 
   auto Record(std::uint64_t timeMs) {
@@ -56,7 +56,8 @@ class StateThread : public HostDatabaseTest {
 
   // Keeps the thread busy until `Release`.
   void Block() {
-    m_Thread.Read([this](StateStore&) { return m_Released.get_future().get(), 0; }, [](auto) {});
+    m_Thread.QueueRead([this](StateStore&) { return m_Released.get_future().get(), 0; },
+                       [](auto) {});
   }
   void Release() { m_Released.set_value(); }
 
@@ -77,7 +78,7 @@ TEST_F(StateThread, RunsItsCallsOnOneThreadInOrder) {
   std::vector<int> order;
   std::set<std::thread::id> threads;
   for (int i = 0; i < 5; ++i) {
-    m_Thread.Change(
+    m_Thread.QueueChange(
         [&, i](StateStore&) {
           threads.insert(std::this_thread::get_id());
           return i;
@@ -95,12 +96,12 @@ TEST_F(StateThread, RunsItsCallsOnOneThreadInOrder) {
 
 TEST_F(StateThread, RefusesWorkWhenItsQueueIsFull) {
   std::promise<void> started;
-  m_Thread.Read([&](StateStore&) { return started.set_value(), 0; }, [](auto) {});
+  m_Thread.QueueRead([&](StateStore&) { return started.set_value(), 0; }, [](auto) {});
   started.get_future().wait();
   Block();
   std::size_t accepted = 0;
   std::size_t done = 0;
-  while (m_Thread.Read([](StateStore&) { return 0; }, [&](auto) { ++done; })) ++accepted;
+  while (m_Thread.QueueRead([](StateStore&) { return 0; }, [&](auto) { ++done; })) ++accepted;
   // The blocking function has left the queue, or is about to.
   EXPECT_GE(accepted, Service::StateThread::kMaxQueued - 2);
   EXPECT_LE(accepted, Service::StateThread::kMaxQueued);
@@ -112,23 +113,25 @@ TEST_F(StateThread, RefusesWorkWhenItsQueueIsFull) {
 TEST_F(StateThread, FinishesTheQueueWhenItStops) {
   Block();
   int done = 0;
-  for (int i = 0; i < 10; ++i) m_Thread.Read([](StateStore&) { return 0; }, [&](auto) { ++done; });
+  for (int i = 0; i < 10; ++i)
+    m_Thread.QueueRead([](StateStore&) { return 0; }, [&](auto) { ++done; });
   std::thread stopper([this] { m_Thread.Stop(); });
   Release();
   stopper.join();
   EXPECT_EQ(done, 10);
-  EXPECT_FALSE(m_Thread.Read([](StateStore&) { return 0; }, [&](auto) { ++done; }));
+  EXPECT_FALSE(m_Thread.QueueRead([](StateStore&) { return 0; }, [&](auto) { ++done; }));
   EXPECT_EQ(done, 10);
 }
 
 TEST_F(StateThread, AcceptsWorkFromAResultCallback) {
   std::promise<int> second;
-  m_Thread.Read([](StateStore&) { return 1; },
-                [&](StateOutcome<int> outcome) {
-                  const int first = *outcome.m_Result;
-                  m_Thread.Read([first](StateStore&) { return first + 1; },
-                                [&](StateOutcome<int> next) { second.set_value(*next.m_Result); });
-                });
+  m_Thread.QueueRead([](StateStore&) { return 1; },
+                     [&](StateOutcome<int> outcome) {
+                       const int first = *outcome.m_Result;
+                       m_Thread.QueueRead(
+                           [first](StateStore&) { return first + 1; },
+                           [&](StateOutcome<int> next) { second.set_value(*next.m_Result); });
+                     });
   EXPECT_EQ(second.get_future().get(), 2);
 }
 
