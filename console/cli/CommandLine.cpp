@@ -105,8 +105,8 @@ std::string ParseErrorText(const std::vector<std::string>& arguments, const CLI:
 // Compares the names without their dashes, which would make short names similar.
 std::vector<std::string> AdviceForUnknown(const std::string& command, const std::string& option) {
   const std::string dashes = "--";
-  const char* const other = OptionNamed(command, option);
-  if (other != nullptr) return {fmt::format("Did you mean '{}'?", other)};
+  const char* const suggested = SuggestedOption(command, option);
+  if (suggested != nullptr) return {fmt::format("Did you mean '{}'?", suggested)};
   std::vector<std::string> names;
   for (const OptionRow& row : AllOptions()) names.emplace_back(row.m_Long + dashes.size());
   constexpr std::size_t kMaxEdits = 1;

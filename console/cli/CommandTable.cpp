@@ -57,22 +57,22 @@ void CheckOutputFormat(const Command& command, const std::string& format) {
 
 // The value of --simulate is optional, so "--simulate FILE" is parsed as --simulate and the command
 // FILE.
-void RequireNotAFile(const Options& options) {
+void RejectFileAsCommand(const Options& options) {
   const std::string& word = options.m_Words.front();
-  const bool alone = options.m_Simulate && options.m_Simulate->empty();
-  if (!alone || word.find('/') == std::string::npos) return;
+  const bool hasNoValue = options.m_Simulate && options.m_Simulate->empty();
+  if (!hasNoValue || word.find('/') == std::string::npos) return;
   throw UsageFailure(
       UnknownCommandText(word),
       {fmt::format("To use it as the file of simulated cards: --simulate={}", word)});
 }
 
-// Like `RequireNotAFile`, for a file after the command. A path can also name an object, so it is
-// taken for the file only if it is one argument too many.
-void RequireNoFileArgument(const Command& command, const Options& options) {
+// Like `RejectFileAsCommand`, for a file after the command. A path can also name an object, so it
+// is treated as the file only if the command has an extra argument.
+void RejectFileAsArgument(const Command& command, const Options& options) {
   const std::string& word = options.m_Words.back();
-  const bool alone = options.m_Simulate && options.m_Simulate->empty();
-  const bool isTooMany = options.m_Words.size() - 1 > command.m_MaxArguments;
-  if (!alone || !isTooMany || word.find_first_of("/.") == std::string::npos) return;
+  const bool hasNoValue = options.m_Simulate && options.m_Simulate->empty();
+  const bool hasExtraArgument = options.m_Words.size() - 1 > command.m_MaxArguments;
+  if (!hasNoValue || !hasExtraArgument || word.find_first_of("/.") == std::string::npos) return;
   throw UsageFailure(
       fmt::format("unexpected argument '{}'", word),
       {fmt::format("To use it as the file of simulated cards: --simulate={}", word)});
@@ -104,17 +104,17 @@ const Command& CommandTable::Require(const std::string& name) const {
   for (const Command& command : m_Commands) {
     if (command.m_Group != Group::Hidden) names.emplace_back(command.m_Name);
   }
-  const char* const other = CommandNamed(name);
-  std::vector<std::string> advice = DidYouMean(other == nullptr ? name : other, names);
+  const char* const suggested = SuggestedCommand(name);
+  std::vector<std::string> advice = DidYouMean(suggested == nullptr ? name : suggested, names);
   advice.push_back(fmt::format("Commands: {}", fmt::join(names, ", ")));
   throw UsageFailure(UnknownCommandText(name), advice);
 }
 
 const Command& CommandTable::Resolve(const Options& options) const {
   if (options.m_Words.empty()) throw UsageFailure("missing command");
-  RequireNotAFile(options);
+  RejectFileAsCommand(options);
   const Command& command = Require(options.m_Words.front());
-  RequireNoFileArgument(command, options);
+  RejectFileAsArgument(command, options);
   CheckCount(command, options.m_Words.size() - 1);
   CheckOutputFormat(command, options.m_OutputFormat);
   CheckOptions(*this, command, options);

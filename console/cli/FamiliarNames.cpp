@@ -73,14 +73,14 @@ constexpr FamiliarOption kOptions[] = {
 
 }  // namespace
 
-const char* CommandNamed(const std::string& word) {
+const char* SuggestedCommand(const std::string& word) {
   const auto* const row =
       std::find_if(std::begin(kCommands), std::end(kCommands),
                    [&](const FamiliarName& each) { return word == each.m_Typed; });
   return row == std::end(kCommands) ? nullptr : row->m_Ours;
 }
 
-const char* OptionNamed(const std::string& command, const std::string& option) {
+const char* SuggestedOption(const std::string& command, const std::string& option) {
   const auto* const row =
       std::find_if(std::begin(kOptions), std::end(kOptions), [&](const FamiliarOption& each) {
         return option == each.m_Typed && (*each.m_Command == '\0' || command == each.m_Command);

@@ -13,7 +13,9 @@ std::string FormatCandidate(const Candidate& candidate) {
 }
 
 CommandResult Run(Context& context) {
-  const auto objects = [&](const Options& options) { return context.With(options).Objects(); };
+  const auto objects = [&](const Options& options) {
+    return context.WithOptions(options).Objects();
+  };
   CommandResult result;
   for (const Candidate& candidate : Complete(context.m_Arguments, AllCommands(), objects)) {
     result.m_Values.push_back(FormatCandidate(candidate));

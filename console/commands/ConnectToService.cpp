@@ -55,7 +55,7 @@ Paths DefaultSockets() {
   return existing;
 }
 
-// Whether a command shows all cards, so that simulated ones could be taken for those of the
+// Whether a command shows all cards, so that simulated ones could be mistaken for those of the
 // machine.
 bool ShowsCards(const std::string& command) {
   constexpr const char* kCommands[] = {"list", "tree", "status", "watch", "plugin"};

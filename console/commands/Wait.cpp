@@ -29,7 +29,7 @@ class ObjectRef {
   explicit ObjectRef(std::string name) : m_Name(std::move(name)) {}
 
   // Returns the object, or null if it is no longer present. Throws `Failure` if no object has had
-  // the name so far: a mistyped name would otherwise be gone at once, or never present.
+  // the name so far: a wait for a mistyped name would otherwise end at once or never.
   const Object* Find(const Model& model) {
     if (!m_Id) {
       const Object& found = Select(model, m_Name);
@@ -52,7 +52,7 @@ class ObjectRef {
   std::string m_Serial;
 };
 
-// A card that was seen on this machine and is not there now is listed as missing.
+// A card that is no longer in this machine is still in the model, as missing.
 bool IsPresent(const Object* object) {
   return object != nullptr && object->m_Access != Access::Missing;
 }
@@ -72,8 +72,8 @@ std::string Seconds(milliseconds duration) {
   return fmt::format("{:.1f} s", static_cast<double>(duration.count()) / 1000);
 }
 
-Failure TimeoutError(const ObjectRef& ref, const Condition& condition, const std::string& seen,
-                     milliseconds timeout) {
+Failure TimeoutFailure(const ObjectRef& ref, const Condition& condition, const std::string& seen,
+                       milliseconds timeout) {
   return Failure(ExitCode::TimedOut, "TIMED_OUT",
                  fmt::format("wait {} {}", ref.Label(), condition.Text()),
                  fmt::format("timed out after {}, now {}", Seconds(timeout), seen));
@@ -113,7 +113,7 @@ void WaitForChange(Context& context, LiveModel& live, milliseconds timeout, cons
 CommandResult Run(Context& context) {
   const Condition condition(context.m_Arguments[1]);
   const auto timeout = ParseDuration("--timeout", context.m_Options.m_Timeout);
-  Session& session = context.OpenToWait();
+  Session& session = context.OpenForEvents();
   const auto start = steady_clock::now();
   const Deadline deadline(timeout);
   session.SetDeadline(deadline);
@@ -124,7 +124,7 @@ CommandResult Run(Context& context) {
         Evaluate(live.CurrentModel(), ref, condition, context.m_Style.m_Ascii);
     const auto elapsed = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
     if (outcome.m_IsMet) return SuccessResult(ref, condition, outcome, elapsed);
-    if (deadline.HasPassed()) throw TimeoutError(ref, condition, outcome.m_Meaning, *timeout);
+    if (deadline.HasPassed()) throw TimeoutFailure(ref, condition, outcome.m_Meaning, *timeout);
     WaitForChange(context, live, deadline.Remaining(), ref, outcome.m_Meaning);
   }
 }

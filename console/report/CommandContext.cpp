@@ -135,7 +135,7 @@ Context::~Context() {
   Close();
 }
 
-Context Context::With(const Options& options) const {
+Context Context::WithOptions(const Options& options) const {
   return Context(options, m_Style, m_Diagnostics, m_Stream, m_Command, m_OutputFormat, m_Arguments,
                  m_Limits, m_Factory, m_CardStoreFactory);
 }
@@ -146,14 +146,14 @@ Session& Context::Open() {
   return *m_pSession;
 }
 
-Session& Context::OpenToWait() {
+Session& Context::OpenForEvents() {
   if (!m_pSession) Start();
   if (m_pSession->FailedThreads() == 0) return *m_pSession;
   throw Failure(ExitCode::Failed, kNoWorker, "cannot wait", kNoWorkerText, {kThreadAdvice});
 }
 
 Session& Context::OpenToFollow() {
-  Session& session = OpenToWait();
+  Session& session = OpenForEvents();
   session.KeepConnected([this] {
     m_Diagnostics.Note("SERVICE_LOST", "the connection to the service was lost; reconnecting");
   });

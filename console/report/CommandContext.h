@@ -23,7 +23,7 @@
 
 namespace Console {
 
-// The input of a session factory. The references outlive the session.
+// The arguments of a session factory. The referenced objects must outlive the session.
 struct SessionRequest {
   const std::string& m_Command;
   const Options& m_Options;
@@ -47,19 +47,19 @@ class Context {
   void SetTimeLimits(const TimeLimits& limits) { m_Limits = limits; }
 
   // Returns a context with other options, which must outlive it. Its session is not open.
-  Context With(const Options& options) const;
+  Context WithOptions(const Options& options) const;
 
   // Applies the options for tracing, the database and simulated cards to this process; simulated
   // cards exist until `Close`. `Open` calls this before it loads a plug-in into this process.
   // Throws `Failure`.
   void PrepareForPlugin();
   // Returns the session. The first call connects to a service, or loads and starts the plug-in,
-  // with simulated cards if requested; it adds a note if no cards are found.
+  // with simulated cards if requested; it adds a note to `m_Diagnostics` if no cards are found.
   Session& Open();
   // Like `Open`, for a command that waits for events. Throws `Failure` if no events can arrive
   // because the plug-in could not start the thread that polls the cards.
-  Session& OpenToWait();
-  // Like `OpenToWait`, for a command that continues when the service is restarted. A lost
+  Session& OpenForEvents();
+  // Like `OpenForEvents`, for a command that continues when the service is restarted. A lost
   // connection is reported as a note.
   Session& OpenToFollow();
   // Ends the session, if any, which stops a plug-in that runs in this process. Call before writing
