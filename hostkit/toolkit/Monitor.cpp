@@ -59,7 +59,7 @@ class ScopedUnlock {
 void MonitorLock::UnlockAndWake() {
   const auto threads = std::exchange(g_ToWake, {});
   Unlock();
-  for (const auto& thread : threads) thread->wake.Send();
+  for (const auto& thread : threads) thread->wakeSignal.Send();
 }
 
 void WakeSignal::Await(MonitorLock&) {
@@ -84,7 +84,7 @@ void WaitScheduler::TestCancel(ThreadRecord& self) {
   pthread_exit(PTHREAD_CANCELED);
 }
 
-Monitor::Monitor() : m_pScheduler(&RealTime()) {}
+Monitor::Monitor() : m_pScheduler(&RealTimeScheduler()) {}
 
 Monitor& Monitor::Get() {
   static Monitor& monitor = *new Monitor;

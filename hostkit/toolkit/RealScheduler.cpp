@@ -8,7 +8,8 @@ namespace {
 
 class RealScheduler final : public WaitScheduler {
  public:
-  void Restart(std::uint64_t) override {}
+  // Nothing depends on the seed: the machine decides in which order the threads run.
+  void Restart(std::uint64_t /*seed*/) override {}
 
   std::int64_t SteadyNs() const override {
     return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -29,8 +30,9 @@ class RealScheduler final : public WaitScheduler {
   mutable std::atomic<std::int64_t> m_AheadOfSteadyMs{std::numeric_limits<std::int64_t>::min()};
 };
 
-// If the wall clock is set back, the time continues at the pace of the steady clock. If the wall
-// clock is set forward, as after a boot without a battery-backed clock, the time follows.
+// If the wall clock is set back, the result keeps increasing at the pace of the steady clock. If
+// the wall clock is set forward, as after a boot without a battery-backed clock, the result jumps
+// forward too.
 std::int64_t RealScheduler::EpochMs() const {
   const std::int64_t steadyMs = SteadyNs() / kNsPerMs;
   const auto wall = std::chrono::system_clock::now().time_since_epoch();
@@ -47,9 +49,9 @@ std::int64_t RealScheduler::EpochMs() const {
 void RealScheduler::Block(MonitorLock& lock, Sleeper& sleeper) {
   while (!sleeper.woken && !sleeper.timedOut) {
     if (sleeper.deadlineNs == kNever) {
-      sleeper.thread.wake.Await(lock);
+      sleeper.thread.wakeSignal.Await(lock);
     } else {
-      sleeper.thread.wake.AwaitUntil(lock, sleeper.deadlineNs);
+      sleeper.thread.wakeSignal.AwaitUntil(lock, sleeper.deadlineNs);
       sleeper.timedOut = SteadyNs() >= sleeper.deadlineNs;
     }
   }
@@ -57,7 +59,8 @@ void RealScheduler::Block(MonitorLock& lock, Sleeper& sleeper) {
 
 }  // namespace
 
-WaitScheduler& RealTime() {
+WaitScheduler& RealTimeScheduler() {
+  // Never destroyed, because threads may still wait while the process exits.
   static RealScheduler& scheduler = *new RealScheduler;
   return scheduler;
 }

@@ -5,7 +5,7 @@
 
 namespace HostKit {
 
-// The time mode at startup.
-WaitScheduler& RealTime();
+// Returns the scheduler of the time mode in which a process starts.
+WaitScheduler& RealTimeScheduler();
 
 }  // namespace HostKit

@@ -50,7 +50,7 @@ void SeededScheduler::Block(MonitorLock& lock, Sleeper& sleeper) {
   if (registered) {
     AwaitTurn(lock, sleeper.thread);
   } else {
-    while (!sleeper.woken) sleeper.thread.wake.Await(lock);
+    while (!sleeper.woken) sleeper.thread.wakeSignal.Await(lock);
   }
 }
 
@@ -61,7 +61,7 @@ void SeededScheduler::Wake(Sleeper& sleeper) {
 }
 
 void SeededScheduler::AwaitTurn(MonitorLock& lock, ThreadRecord& self) {
-  while (m_pTurn != &self) self.wake.Await(lock);
+  while (m_pTurn != &self) self.wakeSignal.Await(lock);
 }
 
 void SeededScheduler::PassTurn(MonitorLock& lock, Sleeper* own) {
@@ -90,10 +90,11 @@ ThreadRecord* SeededScheduler::PickReadyThread() {
 
 void SeededScheduler::SetTurn(ThreadRecord* thread) {
   m_pTurn = thread;
-  if (thread != nullptr) thread->wake.Send();
+  if (thread != nullptr) thread->wakeSignal.Send();
 }
 
-WaitScheduler& SeededTime() {
+WaitScheduler& SeededTimeScheduler() {
+  // Never destroyed, because threads may still wait while the process exits.
   static SeededScheduler& scheduler = *new SeededScheduler;
   return scheduler;
 }

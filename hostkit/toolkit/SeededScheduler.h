@@ -32,6 +32,6 @@ class SeededScheduler final : public VirtualScheduler {
   ThreadRecord* m_pTurn HOST_GUARDED_BY(g_Monitor) = nullptr;  // the thread whose turn it is
 };
 
-WaitScheduler& SeededTime();
+WaitScheduler& SeededTimeScheduler();
 
 }  // namespace HostKit

@@ -9,15 +9,15 @@
 namespace HostKit {
 
 void UseRealTime() {
-  Monitor::Get().SelectMode(RealTime(), 0);
+  Monitor::Get().SelectMode(RealTimeScheduler(), 0);
 }
 
 void UseVirtualTime() {
-  Monitor::Get().SelectMode(VirtualTime(), 0);
+  Monitor::Get().SelectMode(VirtualTimeScheduler(), 0);
 }
 
 void UseSeededSchedule(std::uint64_t seed) {
-  Monitor::Get().SelectMode(SeededTime(), seed);
+  Monitor::Get().SelectMode(SeededTimeScheduler(), seed);
 }
 
 void OnDeadlock(std::function<void(const std::string& waits)> handler) {

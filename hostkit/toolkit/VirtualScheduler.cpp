@@ -15,7 +15,7 @@ constexpr std::int64_t kFirstSteadyNs = 1'000'000'000'000;
 
 }  // namespace
 
-void VirtualScheduler::Restart(std::uint64_t) {
+void VirtualScheduler::Restart(std::uint64_t /*seed*/) {
   m_NowNs = kFirstSteadyNs;
   m_DeadlockReported = false;
 }
@@ -31,14 +31,14 @@ void VirtualScheduler::OnThreadRemoved(MonitorLock& lock, ThreadRecord&) {
 void VirtualScheduler::Block(MonitorLock& lock, Sleeper& sleeper) {
   sleeper.thread.blocked = true;
   AdvanceIfIdle(lock, &sleeper);
-  while (!sleeper.woken) sleeper.thread.wake.Await(lock);
+  while (!sleeper.woken) sleeper.thread.wakeSignal.Await(lock);
 }
 
 void VirtualScheduler::Wake(Sleeper& sleeper) {
   m_DeadlockReported = false;
   sleeper.woken = true;
   sleeper.thread.blocked = false;
-  sleeper.thread.wake.Send();
+  sleeper.thread.wakeSignal.Send();
 }
 
 bool VirtualScheduler::JumpToDeadline() {
@@ -81,7 +81,8 @@ void VirtualScheduler::ReportDeadlock(MonitorLock& lock, Sleeper* own) {
   if (own != nullptr) own->thread.blocked = !own->woken;
 }
 
-WaitScheduler& VirtualTime() {
+WaitScheduler& VirtualTimeScheduler() {
+  // Never destroyed, because threads may still wait while the process exits.
   static VirtualScheduler& scheduler = *new VirtualScheduler;
   return scheduler;
 }

@@ -33,6 +33,6 @@ class VirtualScheduler : public WaitScheduler {
   bool m_DeadlockReported HOST_GUARDED_BY(g_Monitor) = false;
 };
 
-WaitScheduler& VirtualTime();
+WaitScheduler& VirtualTimeScheduler();
 
 }  // namespace HostKit

@@ -64,7 +64,7 @@ struct Sleeper;
 
 // A native thread as the kit sees it.
 struct ThreadRecord : std::enable_shared_from_this<ThreadRecord> {
-  WakeSignal wake;
+  WakeSignal wakeSignal;
   std::atomic<bool> cancelRequested{false};
 
   // Written before another thread can reach the record, or with the monitor held.
