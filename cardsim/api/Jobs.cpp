@@ -134,7 +134,7 @@ void WaitForJob(Session& session, Handle& handle) {
   if (plan.milliseconds > 0) {
     boost::this_thread::sleep_for(boost::chrono::milliseconds(plan.milliseconds));
   }
-  session.EditCardUnlocked(handle.cardId, [&](Card& card) {
+  session.EditCardThenLock(handle.cardId, [&](Card& card) {
     if (!HasJob(card, plan.record))
       throw CallFailure{kWrongState, "the card's state was changed while the job ran"};
     card.job.reset();

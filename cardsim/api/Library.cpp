@@ -52,7 +52,7 @@ std::shared_ptr<Handle> Session::Expect(void* handle, Kinds kinds) {
   }
   if ((KindBit(found->kind) & kinds) == 0) RejectMisuse(handle, kBadHandle, "wrong kind of handle");
   if (found->startCount != m_Library.startCount) RecordMisuse(handle, "created before vsl_fini");
-  ApplyCardFaults(found->cardId);
+  ApplyHangsAndFailures(found->cardId);
   return found;
 }
 
@@ -80,7 +80,7 @@ void Session::Hang(std::uint64_t id) {
   }
 }
 
-void Session::ApplyCardFaults(std::uint64_t id) {
+void Session::ApplyHangsAndFailures(std::uint64_t id) {
   Hang(id);
   const Card* card = Current().FindById(id);
   if (card == nullptr) return;
@@ -90,14 +90,14 @@ void Session::ApplyCardFaults(std::uint64_t id) {
 }
 
 void Session::Refresh() {
-  if (m_Store->IsCurrent(*m_Library.loaded)) return;
-  m_Library.loaded = m_Store->Load();
+  if (m_Store->IsCurrent(*m_Library.loadedVersion)) return;
+  m_Library.loadedVersion = m_Store->Load();
 }
 
 std::shared_ptr<const Card> Session::CurrentCard(std::uint64_t id) const {
   const Card* card = Current().FindById(id);
   if (card == nullptr) throw CallFailure{kNoSuchCard, "the card has been removed"};
-  return {m_Library.loaded->state, card};
+  return {m_Library.loadedVersion->state, card};
 }
 
 std::shared_ptr<Handle> Session::Make(HandleKind kind, std::shared_ptr<const Card> card,
@@ -109,10 +109,10 @@ std::shared_ptr<Handle> Session::Make(HandleKind kind, std::shared_ptr<const Car
 
 void Session::EditCard(std::uint64_t id, const std::function<bool(Card&)>& change) {
   Unlock();
-  EditCardUnlocked(id, change);
+  EditCardThenLock(id, change);
 }
 
-void Session::EditCardUnlocked(std::uint64_t id, const std::function<bool(Card&)>& change) {
+void Session::EditCardThenLock(std::uint64_t id, const std::function<bool(Card&)>& change) {
   FileVersionPtr edited = m_Store->Edit([&](State& state) {
     Card* card = state.FindById(id);
     if (card == nullptr) throw CallFailure{kNoSuchCard, "the card has been removed"};
@@ -120,13 +120,14 @@ void Session::EditCardUnlocked(std::uint64_t id, const std::function<bool(Card&)
   });
   Lock();
   // Another thread may have called vsl_fini, or vsl_init with another file.
-  if (m_Library.isStarted && m_Library.store->Path() == m_Store->Path()) m_Library.loaded = edited;
+  if (m_Library.isStarted && m_Library.store->Path() == m_Store->Path())
+    m_Library.loadedVersion = edited;
 }
 
 namespace {
 
-// Only vsl_destroy and vsl_fini may be called without an error record.
-bool MayLackRecord(const char* function) {
+// vsl_destroy accepts a call without an error record, and vsl_fini has no such parameter.
+bool MayOmitErrorRecord(const char* function) {
   return std::strcmp(function, "vsl_destroy") == 0 || std::strcmp(function, "vsl_fini") == 0;
 }
 
@@ -135,7 +136,7 @@ std::string DescribeHandle(const Library& library, const CallInfo& call)
   return call.handle ? library.ledger.Describe(*call.handle) : std::string();
 }
 
-void NoteMissingRecord(Library& library, const CallInfo& call) HOST_REQUIRES(g_LibraryLock) {
+void RecordMissingErrorRecord(Library& library, const CallInfo& call) HOST_REQUIRES(g_LibraryLock) {
   const std::string handle = DescribeHandle(library, call);
   library.ledger.RecordMisuse(std::string(call.function) + (handle.empty() ? "" : " ") + handle +
                               ": no error record");
@@ -151,7 +152,8 @@ CallNotice BeginCall(const CallInfo& call, const vsl_error_record* err) {
     const Base::MutexLock lock(g_LibraryLock);
     storeToClean = std::move(library.storeToClean);
     if (call.handle) library.ledger.ExpireString(*call.handle);
-    if (err == nullptr && !MayLackRecord(call.function)) NoteMissingRecord(library, call);
+    if (err == nullptr && !MayOmitErrorRecord(call.function))
+      RecordMissingErrorRecord(library, call);
     if (MayBeIntercepted()) notice.call.handle = DescribeHandle(library, call);
   }
   if (storeToClean != nullptr) RestoreAbandonedCards(storeToClean);

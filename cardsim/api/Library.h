@@ -32,7 +32,7 @@ struct Library {
   // Number of times the library has been started.
   unsigned int startCount HOST_GUARDED_BY(g_LibraryLock) = 0;
   StorePtr store HOST_GUARDED_BY(g_LibraryLock);
-  FileVersionPtr loaded HOST_GUARDED_BY(g_LibraryLock);
+  FileVersionPtr loadedVersion HOST_GUARDED_BY(g_LibraryLock);
   HandleLedger ledger HOST_GUARDED_BY(g_LibraryLock);
   // A file in which the card of an abandoned job could not be reset. The next call tries again.
   StorePtr storeToClean HOST_GUARDED_BY(g_LibraryLock);
@@ -56,7 +56,7 @@ class HOST_SCOPED_CAPABILITY Session {
 
   // Returns the handle. If it does not exist or is not of one of these kinds, records misuse and
   // throws `CallFailure`. Records misuse, but returns the handle, if it is from before vsl_fini.
-  // Like `ApplyCardFaults` for its card.
+  // Like `ApplyHangsAndFailures` for its card.
   std::shared_ptr<Handle> Expect(void* handle, Kinds kinds) HOST_REQUIRES(g_LibraryLock);
   // Records misuse of the handle and throws `CallFailure`.
   [[noreturn]] void RejectMisuse(void* handle, vsl_code code, const std::string& why)
@@ -65,11 +65,13 @@ class HOST_SCOPED_CAPABILITY Session {
 
   // If the state file makes the function hang for this card, waits without holding the lock. Throws
   // `CallFailure` if the file makes it fail.
-  void ApplyCardFaults(std::uint64_t id) HOST_REQUIRES(g_LibraryLock);
+  void ApplyHangsAndFailures(std::uint64_t id) HOST_REQUIRES(g_LibraryLock);
 
   // Reads the file again if it has changed; throws `std::runtime_error` if that fails.
   void Refresh() HOST_REQUIRES(g_LibraryLock);
-  const State& Current() const HOST_REQUIRES(g_LibraryLock) { return *m_Library.loaded->state; }
+  const State& Current() const HOST_REQUIRES(g_LibraryLock) {
+    return *m_Library.loadedVersion->state;
+  }
   // Returns the card as last read from the file. Throws `CallFailure` if the card has been removed.
   std::shared_ptr<const Card> CurrentCard(std::uint64_t id) const HOST_REQUIRES(g_LibraryLock);
 
@@ -83,8 +85,9 @@ class HOST_SCOPED_CAPABILITY Session {
   // been removed.
   void EditCard(std::uint64_t id, const std::function<bool(Card&)>& change)
       HOST_REQUIRES(g_LibraryLock);
-  // Like `EditCard`, but must be called without the lock, which it acquires.
-  void EditCardUnlocked(std::uint64_t id, const std::function<bool(Card&)>& change)
+  // Like `EditCard`, but must be called without the lock. Acquires it after the edit, and returns
+  // with it held.
+  void EditCardThenLock(std::uint64_t id, const std::function<bool(Card&)>& change)
       HOST_ACQUIRE(g_LibraryLock);
 
   // For waiting without holding the lock. Excluded from the thread safety analysis, which does not

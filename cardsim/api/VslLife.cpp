@@ -25,7 +25,7 @@ void Start(std::uint64_t flags) {
   if (!library.isStarted) ++library.startCount;
   library.isStarted = true;
   library.store = std::move(store);
-  library.loaded = std::move(loaded);
+  library.loadedVersion = std::move(loaded);
 }
 
 void CheckVariable(Session& session, const void* variable) HOST_REQUIRES(g_LibraryLock) {
@@ -120,7 +120,7 @@ vsl_code vsl_iom_create_by_name(const char* path, void** iom, vsl_error_record* 
     CheckVariable(session, iom);
     if (path == nullptr) throw CallFailure{kBadValue, "null path"};
     const std::uint64_t id = FindCardId(session.Current(), path);
-    session.ApplyCardFaults(id);
+    session.ApplyHangsAndFailures(id);
     session.Make(HandleKind::Card, session.CurrentCard(id), iom);
   });
 }

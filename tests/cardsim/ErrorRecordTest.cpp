@@ -1,4 +1,4 @@
-// Calls every function without an error record, which only vsl_destroy allows.
+// Calls every function that has an error record without one, which only vsl_destroy allows.
 #include "tests/cardsim/Fixture.h"
 
 namespace {
@@ -8,7 +8,7 @@ struct CallHandles {
   void* card;
   void* adapter;
   void* format;
-  void* other;  // output of calls that create a handle
+  void* output;  // of calls that create a handle
   void* detach;
   void* iterated;
   void* volume;
@@ -16,7 +16,7 @@ struct CallHandles {
 
 struct Call {
   const char* name;
-  const char* handle;  // its description after a space, or empty
+  const char* handle;  // a space and the description of the call's handle, or empty
   void (*make)(CallHandles&);
 };
 
@@ -41,7 +41,7 @@ const Call kCalls[] = {
     {"vsl_iom_iterate", " iterated#1",
      [](CallHandles& h) { vsl_iom_iterate(&h.iterated, 1, nullptr); }},
     {"vsl_iom_create_by_name", "",
-     [](CallHandles& h) { vsl_iom_create_by_name("/dev/fct0", &h.other, nullptr); }},
+     [](CallHandles& h) { vsl_iom_create_by_name("/dev/fct0", &h.output, nullptr); }},
     {"vsl_open", " card#1",
      [](CallHandles& h) {
        vsl_error_record err;
@@ -50,7 +50,7 @@ const Call kCalls[] = {
      }},
     {"vsl_close", " card#1", [](CallHandles& h) { vsl_close(h.card, nullptr); }},
     {"vsl_adapter_create", " card#1",
-     [](CallHandles& h) { vsl_adapter_create(h.card, &h.other, nullptr); }},
+     [](CallHandles& h) { vsl_adapter_create(h.card, &h.output, nullptr); }},
     {"vsl_pci_device_id", " card#1", [](CallHandles& h) { vsl_pci_device_id(h.card, nullptr); }},
     {"vsl_reserve_status", " card#1", [](CallHandles& h) { vsl_reserve_status(h.card, nullptr); }},
     {"vsl_iom_format_has_size_mode", " format#1",
@@ -58,20 +58,20 @@ const Call kCalls[] = {
     {"vsl_set_beacon_state", " card#1",
      [](CallHandles& h) { vsl_set_beacon_state(h.card, 1, nullptr); }},
     {"vsl_vsu_iterate", " card#1",
-     [](CallHandles& h) { vsl_vsu_iterate(h.card, &h.other, 1, nullptr); }},
+     [](CallHandles& h) { vsl_vsu_iterate(h.card, &h.output, 1, nullptr); }},
     {"vsl_vsu_state", " volume#1", [](CallHandles& h) { vsl_vsu_state(h.volume, nullptr); }},
     {"vsl_has_vsu_state", " volume#1",
      [](CallHandles& h) { vsl_has_vsu_state(h.volume, nullptr); }},
     {"vsl_set_vsu_state", " volume#1",
      [](CallHandles& h) { vsl_set_vsu_state(h.volume, 0, nullptr); }},
     {"vsl_iom_attach_create", " card#1",
-     [](CallHandles& h) { vsl_iom_attach_create(h.card, &h.other, nullptr); }},
+     [](CallHandles& h) { vsl_iom_attach_create(h.card, &h.output, nullptr); }},
     {"vsl_iom_detach_create", " card#1",
-     [](CallHandles& h) { vsl_iom_detach_create(h.card, &h.other, nullptr); }},
+     [](CallHandles& h) { vsl_iom_detach_create(h.card, &h.output, nullptr); }},
     {"vsl_iom_detach_set_force", " detach#1",
      [](CallHandles& h) { vsl_iom_detach_set_force(h.detach, 1, nullptr); }},
     {"vsl_iom_format_create", " card#1",
-     [](CallHandles& h) { vsl_iom_format_create(h.card, &h.other, nullptr); }},
+     [](CallHandles& h) { vsl_iom_format_create(h.card, &h.output, nullptr); }},
     {"vsl_iom_format_set_size_mode", " format#1",
      [](CallHandles& h) { vsl_iom_format_set_size_mode(h.format, 11, nullptr); }},
     {"vsl_iom_format_set_size_bytes", " format#1",
@@ -118,7 +118,7 @@ INSTANTIATE_TEST_SUITE_P(Table, ErrorRecords, ::testing::ValuesIn(kCalls),
 
 using NoErrorRecord = SimulatedCards;
 
-TEST_F(NoErrorRecord, IsMisuseForAllButTwoFunctions) {
+TEST_F(NoErrorRecord, IsTestedForAllButTwoFunctions) {
   // There are 124 functions. vsl_destroy accepts a call without a record, and vsl_fini has no such
   // parameter.
   EXPECT_EQ(122U, std::size(kCalls));
