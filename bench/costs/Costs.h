@@ -22,8 +22,8 @@ struct Comparison {
 };
 
 enum class Result {
-  Ratio,     // ours divided by the baseline
-  OwnShare,  // ours less the baseline, per unit of size, in microseconds
+  Ratio,          // ours divided by the baseline
+  ExcessPerUnit,  // ours less the baseline, divided by the size, in microseconds
 };
 
 struct Row {

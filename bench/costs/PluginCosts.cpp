@@ -264,8 +264,8 @@ Comparison Events(int cards) {
 
 const std::vector<Row>& PluginRows() {
   static const std::vector<Row> rows = {
-      {"scan", {1, 16, 256, 1024}, Result::OwnShare, {2.0, 2.0, 2.0, 2.0}, Scan},
-      {"pass", {16, 256, 1024}, Result::OwnShare, {40, 40, 40}, QuietPass},
+      {"scan", {1, 16, 256, 1024}, Result::ExcessPerUnit, {2.0, 2.0, 2.0, 2.0}, Scan},
+      {"pass", {16, 256, 1024}, Result::ExcessPerUnit, {40, 40, 40}, QuietPass},
       {"topology", {1, 16, 256, 1024}, Result::Ratio, {1.2, 1.2, 1.2, 1.2}, Topology},
       {"property-cached", {1, 16, 256, 1024}, Result::Ratio, {1.4, 1.4, 0.6, 0.2}, CachedProperty},
       {"property-live", {1, 16, 256, 1024}, Result::Ratio, {1.4, 1.4, 0.6, 0.2}, LiveProperty},
