@@ -101,7 +101,7 @@ std::optional<CURLcode> HttpClient::Perform(const HttpRequest& request,
 }
 
 void HttpClient::ThrowFailure(CURLcode code, const HttpRequest& request) const {
-  if (code == CURLE_COULDNT_CONNECT && !m_HasReplied) throw NoServiceFailure(m_Socket);
+  if (code == CURLE_COULDNT_CONNECT && !m_HasReplied) throw CannotConnectFailure(m_Socket);
   if (code == CURLE_COULDNT_CONNECT || code == CURLE_GOT_NOTHING || code == CURLE_RECV_ERROR ||
       code == CURLE_SEND_ERROR || code == CURLE_PARTIAL_FILE) {
     throw ServiceEndedFailure(m_Socket, request.m_IsChange && code != CURLE_COULDNT_CONNECT);

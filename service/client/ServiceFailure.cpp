@@ -39,7 +39,7 @@ std::string TextOf(const Json& problem, const char* name) {
 
 }  // namespace
 
-Failure NoServiceFailure(const std::filesystem::path& socket) {
+Failure CannotConnectFailure(const std::filesystem::path& socket) {
   // libcurl does not report why it could not connect. The probe succeeds if the service has started
   // since then.
   int error = Base::ProbeSocket(socket.string());
@@ -78,7 +78,6 @@ std::string ProblemId(const HttpReply& reply) {
   return problem.is_object() ? TextOf(problem, "id") : std::string();
 }
 
-// A status for an invalid request means that the service is a different version.
 Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& socket) {
   const std::string id = ProblemId(reply);
   const auto code = ExitCodeOf(reply.m_Status, id);
