@@ -34,8 +34,9 @@ Response WithEntityTag(Response response, const Snapshot& snapshot) {
 using CommandFor = std::function<Arguments(const Snapshot&)>;
 
 Response AnswerFrom(const ApiContext& api, const SnapshotPtr& snapshot, const CommandFor& command) {
-  return ResponseOf(
-      [&] { return WithEntityTag(DocumentOf(api, snapshot, command(*snapshot)), *snapshot); });
+  return ResponseOf([&] {
+    return WithEntityTag(RespondFromSnapshot(api, snapshot, command(*snapshot)), *snapshot);
+  });
 }
 
 Reply AnswerObjects(const ApiContext& api, const Request& request, CommandFor command) {
@@ -71,7 +72,8 @@ Reply GetDrive(const ApiContext& api, const Request& request) {
 }
 
 Reply GetStatus(const ApiContext& api, const Request&) {
-  return DocumentOf(api, api.m_Store.Get(), {"status", "-o", "json"}, kJsonType, &api.m_Summary);
+  return RespondFromSnapshot(api, api.m_Store.Get(), {"status", "-o", "json"}, kJsonType,
+                             &api.m_Summary);
 }
 
 // Query parameters other than "object" are named after the command's options.
@@ -87,14 +89,14 @@ Reply GetEvents(const ApiContext& api, const Request& request) {
   }
   arguments.insert(arguments.end(), object.begin(), object.end());
   return AnswerFromDatabase(
-      api, [&api, arguments] { return DocumentOf(api, api.m_Store.Get(), arguments); });
+      api, [&api, arguments] { return RespondFromSnapshot(api, api.m_Store.Get(), arguments); });
 }
 
 Reply GetMetrics(const ApiContext& api, const Request&) {
   const SnapshotPtr snapshot = api.m_Store.Get();
   const std::uint64_t second = Console::NowMs() / 1000;
   return api.m_Metrics.Get({snapshot->m_Number, second, api.m_Summary.CountEvents()}, [&] {
-    return DocumentOf(api, snapshot, {"metrics"}, kOpenMetrics, &api.m_Summary);
+    return RespondFromSnapshot(api, snapshot, {"metrics"}, kOpenMetrics, &api.m_Summary);
   });
 }
 

@@ -52,8 +52,9 @@ Response MakePluginDownProblem(const PluginState& plugin) {
   return Http::MakeProblem(503, "PLUGIN_DOWN", plugin.DownReason());
 }
 
-Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Arguments& arguments,
-                    const char* type, Console::EventSource* events) {
+Response RespondFromSnapshot(const ApiContext& api, const SnapshotPtr& snapshot,
+                             const Arguments& arguments, const char* type,
+                             Console::EventSource* events) {
   const SnapshotNotes notes = {api.m_IsSimulated, api.RecordsFailure()};
   return ResponseOf([&] {
     return Http::MakeResponse(
@@ -61,7 +62,7 @@ Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot, const Ar
   });
 }
 
-std::string RunOnPlugin(const ApiContext& api, const Arguments& arguments) {
+std::string RunPluginCommand(const ApiContext& api, const Arguments& arguments) {
   const auto open = [&api](const Console::SessionRequest& request) {
     Console::TimeLimits limits = request.m_Limits;
     limits.m_Call = std::min(limits.m_Call.value_or(api.m_CallTimeout), api.m_CallTimeout);

@@ -28,7 +28,7 @@ Http::Response MakeJson(unsigned status, const nlohmann::ordered_json& document)
 // Returns the response of `answer`, or a problem for the exception that it throws. For a
 // `Console::Failure`, the exit code determines the status.
 Http::Response ResponseOf(const std::function<Http::Response()>& answer);
-// Likewise for a reply.
+// Likewise for a reply, which may be sent later.
 Http::Reply ReplyOf(const std::function<Http::Reply()>& answer);
 
 // Returns a 503 problem that states why the plug-in is not running.
@@ -49,15 +49,16 @@ Http::Reply DeferToDatabase(const ApiContext& api, const QueueResponder& queue, 
 // Returns a 500 problem: the database cannot be used.
 Http::Response MakeDatabaseProblem(const std::string& reason);
 
-// Returns the output of a console command for the snapshot, with the events of `events`, or of the
-// database if it is null. Returns a problem if the command fails.
-Http::Response DocumentOf(const ApiContext& api, const SnapshotPtr& snapshot,
-                          const Arguments& arguments, const char* type = kJsonType,
-                          Console::EventSource* events = nullptr);
+// Runs a console command on the snapshot instead of the plug-in, with the events of `events`, or of
+// the database if it is null. Returns a response with the command's output, which has the content
+// type `type`, or a problem if the command fails.
+Http::Response RespondFromSnapshot(const ApiContext& api, const SnapshotPtr& snapshot,
+                                   const Arguments& arguments, const char* type = kJsonType,
+                                   Console::EventSource* events = nullptr);
 
 // Runs a console command with a session that reads and changes the cards, and returns its output.
 // Blocks. Throws what the command throws.
-std::string RunOnPlugin(const ApiContext& api, const Arguments& arguments);
+std::string RunPluginCommand(const ApiContext& api, const Arguments& arguments);
 
 // Calls `answer` on the state thread, and sends its response. Returns a 503 if too many requests
 // are waiting for that thread. `answer` is not called if the client has disconnected or the request

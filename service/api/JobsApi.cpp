@@ -90,7 +90,7 @@ void RunJob(const ApiContext& api, const std::string& id, JobRequest request) {
   const Response response = ResponseOf([&] {
     if (auto problem = Refresh(api)) return *problem;
     request.m_Arguments.at(1) = ObjectName(api, request);
-    return Http::MakeResponse(200, kJsonType, RunOnPlugin(api, request.m_Arguments));
+    return Http::MakeResponse(200, kJsonType, RunPluginCommand(api, request.m_Arguments));
   });
   const bool hasSucceeded = response.m_Status == 200;
   api.m_Jobs.End(id, hasSucceeded ? JobState::Succeeded : JobState::Failed,

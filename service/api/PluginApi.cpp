@@ -16,17 +16,18 @@ using Json = nlohmann::ordered_json;
 }  // namespace
 
 Reply GetPlugin(const ApiContext& api, const Request&) {
-  return DocumentOf(api, api.m_Store.Get(), {"show", "-o", "json", "plugin"});
+  return RespondFromSnapshot(api, api.m_Store.Get(), {"show", "-o", "json", "plugin"});
 }
 
 Reply PatchPlugin(const ApiContext& api, const Request& request) {
   return AnswerLater(api, [&api, changes = Json::parse(request.m_Body)] {
-    std::string document;
+    std::string lastDocument;
     for (const auto& [name, value] : changes.items()) {
-      document = RunOnPlugin(api, {"set", "plugin", fmt::format("{}={}", name, value.dump()), "-o",
-                                   "json", "--quiet", "--no-input"});
+      lastDocument =
+          RunPluginCommand(api, {"set", "plugin", fmt::format("{}={}", name, value.dump()), "-o",
+                                 "json", "--quiet", "--no-input"});
     }
-    return Http::MakeResponse(200, kJsonType, document);
+    return Http::MakeResponse(200, kJsonType, lastDocument);
   });
 }
 
