@@ -23,6 +23,7 @@ PluginSession::PluginSession(const PluginFiles& files, EventLogClient& eventLog,
     Stop();
     throw;
   }
+  // A constructor cannot call the override of a derived class, so the call names this class.
   for (const UnresponsiveCard& each : PluginSession::UnresponsiveCards()) NoteUnlistedCards(each);
 }
 

@@ -60,7 +60,9 @@ int ExecProgram(const std::filesystem::path& program, const Words& words) {
   arguments.push_back(nullptr);
   execv(name.c_str(), arguments.data());
   const std::string why = name + ": " + std::strerror(errno);
-  return write(STDERR_FILENO, why.data(), why.size()) < 0 ? EXIT_FAILURE + 1 : EXIT_FAILURE;
+  const bool isReported = write(STDERR_FILENO, why.data(), why.size()) >= 0;
+  // Any code other than 0 is a failure to the parent, which reports the text.
+  return isReported ? EXIT_FAILURE : EXIT_FAILURE + 1;
 }
 
 std::string FailureReason(const SubprocessResult& result) {

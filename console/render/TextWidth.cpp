@@ -20,6 +20,7 @@ std::vector<Character> Characters(const std::string& text) {
   for (std::size_t at = 0; at < text.size();) {
     wchar_t wide = L'\0';
     std::size_t count = std::mbrtowc(&wide, text.data() + at, text.size() - at, &state);
+    // NUL, or bytes that are invalid or incomplete: mbrtowc() returns -1 and -2 as huge sizes.
     if (count == 0 || count > text.size() - at) {
       state = {};
       count = 1;

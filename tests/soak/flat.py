@@ -119,7 +119,7 @@ def main(build, minutes, seed):
             for thread in others:
                 thread.join()
         grown = compare(samples, minutes)
-        print(f"{next(clients.requests)} requests, {clients.stream.last} events in the stream")
+        print(f"{next(clients.request_count)} requests, {clients.stream.last} events in the stream")
     for name in grown:
         print(f"{name} has grown", file=sys.stderr)
     for failure in clients.failures[:10]:

@@ -171,7 +171,7 @@ def main(build, rounds, seed):
         print(f"{rounds} rounds, {run.kills} processes killed; {len(run.changes.expected)} changes "
               f"by cardsim, {len(lost)} events lost, {len(doubled)} doubled in the log and in "
               f"{run.clients.stream.connections} connections of the stream; "
-              f"{next(run.clients.requests)} requests")
+              f"{next(run.clients.request_count)} requests")
     return 0
 
 

@@ -22,7 +22,7 @@ class Clients:
         self.machine = machine
         self.led_card = led_card
         self.failures = []
-        self.requests = itertools.count()
+        self.request_count = itertools.count()
         self.stream = Follower(machine.client.path, self.failures)
         self.stopping = threading.Event()
         self.threads = []
@@ -48,7 +48,7 @@ class Clients:
 
     def send(self, accepted, method, path, body=None):
         response = self.machine.client.send(method, path, body)
-        next(self.requests)
+        next(self.request_count)
         if response.status not in accepted:
             self.failures.append(f"{method} {path}: {response.status} {response.content[:200]}")
         return response
@@ -63,7 +63,7 @@ class Clients:
                              f"/v1/cards/{self.led_card}/operations/{name}", "{}")
         job = json.loads(response.content).get("id") if response.status == 202 else None
         while job and not self.stopping.wait(INTERVAL):
-            # A restart of the service discards its jobs.
+            # After a restart, the service does not know a job that it could not store.
             response = self.send((200, 404), "GET", f"/v1/jobs/{job}")
             if response.status == 404 or json.loads(response.content)["state"] != "RUNNING":
                 return

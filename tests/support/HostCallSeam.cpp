@@ -1,5 +1,5 @@
 // Replaces two functions of the host's library: the loader finds the executable's definitions
-// first.
+// first. dlsym() finds those of the library by their mangled names.
 
 #include "tests/support/HostCallSeam.h"
 
@@ -16,7 +16,7 @@ namespace {
 
 std::atomic<HostCallWatch*> g_pWatch{nullptr};
 
-void Note(const std::string& call) {
+void Record(const std::string& call) {
   if (HostCallWatch* const watch = g_pWatch) watch->m_Calls.push_back(call);
 }
 
@@ -38,19 +38,19 @@ HostCallWatch::~HostCallWatch() {
   g_pWatch = nullptr;
 }
 
-void NoteLocation(const std::vector<std::string>& ids, unsigned long count) {
+void RecordLocationCall(const std::vector<std::string>& ids, unsigned long count) {
   std::string text = "GetLocation " + std::to_string(count) + " of";
   for (const std::string& id : ids) text += " " + id;
-  Note(text);
+  Record(text);
 }
 
-void NoteNumber(const PI::CGlobalAdapterID& id) {
+void RecordNumberCall(const PI::CGlobalAdapterID& id) {
   const PI::CGlobalAdapterID plain;
   const bool isPlain = id.m_Name == plain.m_Name && id.m_AdapterNumber == plain.m_AdapterNumber &&
                        id.m_GlobalNumber == plain.m_GlobalNumber;
   const bool isKnown = PI::CGlobalAdapterID::AllHostsAdaptersUniqueIDs.count(id.m_HostName) != 0;
-  Note("GenerateUniqueAdapterNumber for " + LocationText(id) + (isKnown ? "" : " (unknown host)") +
-       (isPlain ? "" : " (other fields set)"));
+  Record("GenerateUniqueAdapterNumber for " + LocationText(id) +
+         (isKnown ? "" : " (unknown host)") + (isPlain ? "" : " (other fields set)"));
 }
 
 }  // namespace CorvaneTest
@@ -64,7 +64,7 @@ bool CConfigManager::GetLocation(const std::vector<std::string>& ids, unsigned l
       dlsym(RTLD_NEXT,
             "_ZN4MBXX14CConfigManager11GetLocationERKSt6vectorINSt7__cxx1112basic_stringIcSt11char_"
             "traitsIcESaIcEEESaIS7_EEmRiSC_SC_SC_"));
-  CorvaneTest::NoteLocation(ids, count);
+  CorvaneTest::RecordLocationCall(ids, count);
   return next(ids, count, segment, bus, device, function);
 }
 
@@ -76,7 +76,7 @@ void CGlobalAdapterID::GenerateUniqueAdapterNumber() {
   using Function = void (*)(CGlobalAdapterID*);
   static const auto next = reinterpret_cast<Function>(
       dlsym(RTLD_NEXT, "_ZN2PI16CGlobalAdapterID27GenerateUniqueAdapterNumberEv"));
-  CorvaneTest::NoteNumber(*this);
+  CorvaneTest::RecordNumberCall(*this);
   next(this);
 }
 
