@@ -74,6 +74,13 @@ bool IsSameDay(const std::tm& one, const std::tm& other) {
   return one.tm_year == other.tm_year && one.tm_yday == other.tm_yday;
 }
 
+// A number alone is as likely to mean hours as seconds.
+void RequireUnit(const char* option, const std::string& text) {
+  if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) return;
+  throw UsageFailure(fmt::format("{}: '{}' has no unit", option, text),
+                     {fmt::format("For example: {0}m, {0}h or {0}d", text)});
+}
+
 }  // namespace
 
 std::uint64_t ToMilliseconds(std::chrono::system_clock::time_point time) {
@@ -96,6 +103,7 @@ std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::u
   for (const char* format : kFormats) {
     if (const auto timestamp = ParseAs(format, text)) return *timestamp;
   }
+  RequireUnit(option, text);
   if (const auto duration = ParseDuration(boost::erase_last_copy(text, " ago"))) {
     return nowMs - std::min(nowMs, static_cast<std::uint64_t>(duration->count()));
   }
@@ -105,6 +113,7 @@ std::uint64_t ParseTimestamp(const char* option, const std::string& text, std::u
 }
 
 std::uint64_t ParseEndTime(const char* option, const std::string& text, std::uint64_t nowMs) {
+  RequireUnit(option, text);
   if (const auto duration = ParseDuration(text)) {
     return nowMs + static_cast<std::uint64_t>(duration->count());
   }

@@ -7,6 +7,8 @@
 #include <iterator>
 
 #include "base/Printable.h"
+#include "console/model/FieldTable.h"
+#include "console/model/StaleValues.h"
 
 namespace Console {
 namespace {
@@ -120,6 +122,13 @@ Failure CardFailure(const std::string& id, const std::string& what, const CardEr
   all.insert(all.end(), advice.begin(), advice.end());
   return Failure(row.m_Code, row.m_Id == nullptr ? id : row.m_Id, what,
                  fmt::format("{} ({})", row.m_Why, Reason(error)), all);
+}
+
+Failure UnreadableFailure(const std::string& what, const Object& card) {
+  const CardError error{"", 0, FieldText(card, "unreadable_reason")};
+  return Failure(
+      RowOf(CauseOf(error)).m_Code, "CARD_UNREADABLE", what, UnreadableText(card),
+      {fmt::format("See: corvane-host status {}", card.m_Selector), "Nothing was changed."});
 }
 
 }  // namespace Console

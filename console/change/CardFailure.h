@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "console/base/Failure.h"
+#include "console/model/Model.h"
 #include "console/plugin/CardError.h"
 
 namespace Console {
@@ -30,5 +31,9 @@ CardCause CauseOf(const CardError& error);
 // the cause's own.
 Failure CardFailure(const std::string& id, const std::string& what, const CardError& error,
                     const std::vector<std::string>& advice = {});
+
+// Returns the failure of the action `what` on a card that cannot be read, whose state is therefore
+// unknown. Call only for such a card. The exit code is that of the cause.
+Failure UnreadableFailure(const std::string& what, const Object& card);
 
 }  // namespace Console

@@ -10,9 +10,11 @@
 #include "console/base/Duration.h"
 #include "console/base/StopSignals.h"
 #include "console/base/Terminal.h"
+#include "console/change/CardFailure.h"
 #include "console/change/Confirmation.h"
 #include "console/change/OperationRunner.h"
 #include "console/change/Progress.h"
+#include "console/model/StaleValues.h"
 #include "hostkit/Texts.h"
 
 namespace Console {
@@ -373,6 +375,9 @@ CommandResult FormatDrive(Context& context, const Model& model, const Object& dr
   request = WithSectorSize(drive, request);
   const Plan plan = {request, PlannedBytes(drive, request), ""};
   HasConfirmed(context, ActionText(FormatRow(), drive), ConfirmationText(model, drive));
+  if (const Object* const unreadable = UnreadableCardOf(model, drive)) {
+    throw UnreadableFailure(ActionText(FormatRow(), drive), *unreadable);
+  }
   if (!ShouldDiffer(drive, request) && !context.m_Options.m_Again) {
     return UnchangedResult(context, drive, plan);
   }

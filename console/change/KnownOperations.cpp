@@ -8,6 +8,7 @@
 
 #include "console/base/Number.h"
 #include "console/change/CardFailure.h"
+#include "console/model/FieldTable.h"
 #include "console/plugin/LocateLedReader.h"
 #include "hostkit/Texts.h"
 
@@ -100,6 +101,8 @@ constexpr Refusal kRefusals[] = {
     {PI::ERR_GENERAL, "wrong state", nullptr},
 };
 
+constexpr const char* kBusy = "busy";  // with a format
+
 // A state in which a card accepts no operation, and how it ends.
 struct BusyState {
   const char* m_State;
@@ -110,7 +113,7 @@ struct BusyState {
 constexpr BusyState kBusyStates[] = {
     {"attaching", "the card is being attached", "attached"},
     {"detaching", "the card is being detached", "detached"},
-    {"busy", "the card is busy", "activity=IDLE"},
+    {kBusy, "the card is busy", "activity=IDLE"},
 };
 
 // Returns the refusal of an operation on a card that another program is changing, or empty. `what`
@@ -190,6 +193,26 @@ Failure CheckFailure(const Session& session, const std::string& what, const Oper
                    fmt::format("{} ({})", why, error), advice);
   }
   return CommandFailure(session, what, error);
+}
+
+Failure OtherCardFailure(Session& session, const Model& model, const std::string& what) {
+  for (const Object& object : model.Objects()) {
+    if (object.m_Kind != Kind::Adapter || !object.m_IsReported) continue;
+    const std::string state = CardState(session, object.m_ID);
+    for (const BusyState& row : kBusyStates) {
+      if (state != row.m_State || state == kBusy) continue;
+      const std::string serial = FieldText(object, "serial_number");
+      return Failure(
+          ExitCode::Refused, HostKit::NameOf(Family::Error, PI::ERR_ADAPTER_BUSY), what,
+          fmt::format("{}{} is {}, and only one card at a time can be attached or detached ({})",
+                      object.m_Selector, serial.empty() ? "" : " (" + serial + ")", state,
+                      static_cast<std::uint32_t>(PI::ERR_ADAPTER_BUSY)),
+          {fmt::format("Wait until this is done: corvane-host wait {} {}", object.m_Selector,
+                       row.m_End),
+           "Nothing was changed."});
+    }
+  }
+  return CheckFailure(session, what, nullptr, "", PI::ERR_ADAPTER_BUSY);
 }
 
 Failure CommandFailure(const Session& session, const std::string& what, std::uint32_t error) {

@@ -56,6 +56,10 @@ std::string StateOf(Session& session, std::uint64_t object, Aspect aspect);
 Failure CheckFailure(const Session& session, const std::string& what, const OperationRow* row,
                      const std::string& state, std::uint32_t error);
 
+// Returns the refusal of the action `what` because another card is being attached or detached, with
+// the card and how to wait for it if it can be found.
+Failure OtherCardFailure(Session& session, const Model& model, const std::string& what);
+
 // Returns the failure for an error of the session's last command, with the card library's reason if
 // it is known.
 Failure CommandFailure(const Session& session, const std::string& what, std::uint32_t error);

@@ -14,6 +14,7 @@
 #include "console/change/Confirmation.h"
 #include "console/change/Progress.h"
 #include "console/model/Selectors.h"
+#include "console/model/StaleValues.h"
 #include "console/plugin/UnreadableRecords.h"
 #include "console/report/SeveralObjects.h"
 #include "hostkit/Texts.h"
@@ -30,12 +31,17 @@ PI::COperation ToOperation(const OperationRow& row) {
   return operation;
 }
 
-// Returns false if `allowNoOp` and the object is already in the target state.
+// Returns false if `allowNoOp` and the object is already in the target state. The reported state of
+// a card that cannot be read is an old one, so it is neither an error's cause nor a success.
 bool RequireAllowed(Session& session, const Model& model, const Object& object,
                     const OperationRow& row, bool allowNoOp) {
   PI::COperation operation = ToOperation(row);
   const std::uint32_t error = session.CheckOperation(object.m_ID, operation);
   if (error != PI::SUCCESS) {
+    const Object* const unreadable = UnreadableCardOf(model, object);
+    if (unreadable != nullptr) throw UnreadableFailure(ActionText(row, object), *unreadable);
+    if (error == PI::ERR_ADAPTER_BUSY)
+      throw OtherCardFailure(session, model, ActionText(row, object));
     const std::string state = StateOf(session, object.m_ID, row.m_Aspect);
     if (allowNoOp && state == row.m_Goal) return false;
     throw CheckFailure(session, ActionText(row, object), &row, state, error);

@@ -29,9 +29,9 @@ std::vector<OptionRow> CommonOptions() {
        "never prompt; refuse changes that need confirmation"},
       {"",   "--socket",     "PATH",    &O::m_Socket,      true,
        "use the service at this Unix socket; with serve, listen on it (default: CORVANE_SOCKET)", {}, false,
-       "By default, commands use a running service: the socket in CORVANE_SOCKET, or else "
-       "/run/corvane/corvane.sock; users other than root first try "
-       "$XDG_RUNTIME_DIR/corvane/corvane.sock."},
+       "It is an error if no service answers at PATH or at the socket in CORVANE_SOCKET. By default, "
+       "commands use a service that is running at /run/corvane/corvane.sock; users other than root "
+       "first try $XDG_RUNTIME_DIR/corvane/corvane.sock. Otherwise, they load the plug-in."},
       {"",   "--direct",     "",        &O::m_Direct,      true,
        "load the plug-in into this program even if a service is running", {}, false,
        "Implied by --plugin, --simulate, --database, --trace and --trace-file. Fails while a "
@@ -41,10 +41,11 @@ std::vector<OptionRow> CommonOptions() {
       {"",   "--simulate",   "[FILE]",  &O::m_Simulate,    true,
        "use simulated cards from FILE (default: CARDSIM_STATE) instead of real cards"},
       {"",   "--database",   "FILE",    &O::m_Database,    true,
-       "use this host database (default: CORVANE_DATABASE); :memory: stores nothing on disk"},
+       "use this host database (default: CORVANE_DATABASE); :memory: stores nothing on disk", {}, false,
+       "FILE must exist; only serve and commands that change something create it."},
       {"",   "--timeout",    "TIME",    &O::m_Timeout,     true,
        "give up after TIME (default: 30s; 2m for attach and detach; none for wait and format)", {}, false,
-       "TIME is, for example, 500ms, 30s or 5m. The exit code after a timeout is 7. With watch, "
+       "TIME is, for example, 500ms, 30s or 5m; without a unit, it is in seconds. The exit code after a timeout is 7. With watch, "
        "events -f and events --for, TIME limits each call to the plug-in."},
       {"",   "--trace",      "LEVELS",  &O::m_Trace,       true,
        "trace these levels: 2,4,16, all or off (default: off)"},

@@ -24,7 +24,8 @@ Command AttachCommand() {
   command.m_TimeoutScope = TimeoutScope::Wait;
   command.m_Run = Run;
   command.m_Description =
-      "Attaches the card and waits until its drive is available, which can take minutes.";
+      "Attaches the card and waits until its drive is available, which can take minutes. Only one "
+      "card at a time can be attached or detached; while another one is, the command is refused.";
   command.m_Danger = "Asks for confirmation; pass --yes to confirm.";
   command.m_Exits = {{4, "refused or not confirmed"},
                      {7, "not attached within --timeout; the card continues attaching"}};

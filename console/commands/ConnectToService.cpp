@@ -12,6 +12,7 @@
 
 #include "console/base/Failure.h"
 #include "console/commands/All.h"
+#include "console/commands/NewDatabase.h"
 #include "console/plugin/CardLibraryGuard.h"
 #include "console/plugin/SimulatedService.h"
 #include "console/plugin/UnreadableRecords.h"
@@ -89,6 +90,20 @@ std::unique_ptr<Session> Connect(const SessionRequest& request, const std::files
   return session;
 }
 
+// The variable is as definite as --socket: without its service, the cards that the user would see
+// could be other ones.
+std::unique_ptr<Session> ConnectToChosen(const SessionRequest& request,
+                                         const std::filesystem::path& path) {
+  try {
+    return Connect(request, path);
+  } catch (const Failure& failure) {
+    if (failure.m_Id != Service::kNoService) throw;
+    std::vector<std::string> advice = failure.m_Advice;
+    advice.emplace_back("CORVANE_SOCKET names this socket.");
+    throw Failure(failure.m_Code, failure.m_Id, failure.m_Text, advice);
+  }
+}
+
 // Prepares this process for an in-process plug-in: a card that does not respond must not block the
 // other cards.
 std::nullptr_t GuardCards() {
@@ -108,7 +123,13 @@ std::unique_ptr<Session> ConnectToService(const SessionRequest& request) {
     RequireNoDirectOption(options);
     return Connect(request, options.m_Socket);
   }
-  if (DirectOption(options) != nullptr) return GuardCards();
+  if (DirectOption(options) != nullptr) {
+    RequireDatabase(request.m_Command, options);
+    return GuardCards();
+  }
+  if (const auto chosen = Service::ChosenSocket(); !chosen.empty()) {
+    return ConnectToChosen(request, chosen);
+  }
   for (const std::filesystem::path& path : DefaultSockets()) {
     try {
       return Connect(request, path);

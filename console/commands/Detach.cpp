@@ -26,7 +26,8 @@ Command DetachCommand() {
   command.m_Run = Run;
   command.m_Description =
       "Detaches the card and waits until its drive is no longer available to the system. The data "
-      "is kept; attach makes the drive available again.";
+      "is kept; attach makes the drive available again. Only one card at a time can be attached or "
+      "detached; while another one is, the command is refused.";
   command.m_Danger =
       "The drive is not available to the system until the card is attached again. Asks for "
       "confirmation; pass --yes to confirm. Refused while the drive is mounted, used as swap or "

@@ -40,7 +40,7 @@ constexpr DerivedText kDerivedTexts[] = {
      "Check the driver's messages (dmesg), then reseat or replace the card."},
     {"state", "FORMATTING", "Formatting",
      "The drive is being formatted and cannot be used until the format is complete.",
-     "Wait until the format has finished: corvane-host wait DRIVE ok"},
+     "Wait until the format has finished: corvane-host wait CARD activity=IDLE"},
     {"property", "unreadable_reason", "Cause", "Why the card cannot be opened or read.", ""},
     {"property", "locate_led", "Locate LED", "Whether the locate LED of the card is on.", ""},
     {"property", "last_seen_at", "Last seen", "When the card was last seen in this machine.", ""},
@@ -49,6 +49,46 @@ constexpr DerivedText kDerivedTexts[] = {
      "The formatted size of all drives of the card.", ""},
 };
 
+// Statuses that the plug-in reports. Its texts only name them.
+struct StatusText {
+  std::uint32_t m_Number;
+  const char* m_Meaning;
+  const char* m_Advice;
+};
+
+constexpr StatusText kStatusTexts[] = {
+    {PI::Value::FAILED,
+     "The card or its drive has failed, or a value is beyond its critical limit.",
+     "Back up the data of the card. For the causes and what to do: corvane-host status"},
+    {PI::Value::WARNING,
+     "The card works, but has a problem that needs attention, such as a value beyond its limit.",
+     "For the causes and what to do: corvane-host status"},
+};
+
+const StatusText* StatusTextOf(const Entry& entry) {
+  const auto* const found =
+      std::find_if(std::begin(kStatusTexts), std::end(kStatusTexts),
+                   [&](const StatusText& row) { return row.m_Number == entry.m_Number; });
+  const bool isStatus = entry.m_Family == Family::Value && found != std::end(kStatusTexts);
+  return isStatus ? found : nullptr;
+}
+
+// The message of an event contains placeholders; its meaning has names in their place.
+std::string CaptionOf(const Entry& entry) {
+  return entry.m_Family == Family::Event ? HostKit::MeaningOf(entry.m_Family, entry.m_Number)
+                                         : HostKit::CaptionOf(entry.m_Family, entry.m_Number);
+}
+
+std::string MeaningOf(const Entry& entry) {
+  const StatusText* const status = StatusTextOf(entry);
+  return status == nullptr ? HostKit::MeaningOf(entry.m_Family, entry.m_Number) : status->m_Meaning;
+}
+
+std::string AdviceOf(const Entry& entry) {
+  const StatusText* const status = StatusTextOf(entry);
+  return status == nullptr ? HostKit::AdviceOf(entry.m_Family, entry.m_Number) : status->m_Advice;
+}
+
 // What the text says about one number or name.
 struct Explanation {
   explicit Explanation(const Entry& entry)
@@ -56,9 +96,9 @@ struct Explanation {
         m_Number(std::to_string(entry.m_Number)),
         m_Name(NameOf(entry)),
         m_Family(FamilyName(entry)),
-        m_Caption(HostKit::CaptionOf(entry.m_Family, entry.m_Number)),
-        m_Meaning(HostKit::MeaningOf(entry.m_Family, entry.m_Number)),
-        m_Advice(HostKit::AdviceOf(entry.m_Family, entry.m_Number)),
+        m_Caption(CaptionOf(entry)),
+        m_Meaning(MeaningOf(entry)),
+        m_Advice(AdviceOf(entry)),
         m_Fields(FieldsOf(entry)) {}
   explicit Explanation(const DerivedText& state)
       : m_Number("-"),

@@ -2,9 +2,13 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
+
+#include "console/base/Timestamp.h"
 #include "console/cli/CommandTable.h"
 #include "console/model/PropertyName.h"
 #include "console/model/Selectors.h"
+#include "console/model/StaleValues.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
 #include "console/report/SeveralObjects.h"
@@ -50,13 +54,38 @@ std::size_t CountObjects(const Context& context, const Model& model) {
   return count;
 }
 
-CommandResult ValuesOf(const Context& context, const Object& object,
-                       const std::vector<std::string>& properties, bool isSeveral) {
+std::vector<NamedValue> ReadNamedOrAll(const Object& object,
+                                       const std::vector<std::string>& properties) {
+  if (properties.empty()) return ReadAll(object);
   std::vector<NamedValue> values;
   for (const std::string& property : properties) values.push_back(ReadNamed(object, property));
-  if (properties.empty()) values = ReadAll(object);
+  return values;
+}
+
+// Reports that the values of a card that cannot be read are old, and how old.
+void ReportStale(const Context& context, const Object& object, const Object& card) {
+  const TimeZone zone = context.m_Style.m_LocalTime ? TimeZone::Local : TimeZone::Utc;
+  const std::string age =
+      card.m_LastRead == 0
+          ? "its values are unknown"
+          : fmt::format("its values are from {}", SinceText(card.m_LastRead, NowMs(), zone));
+  context.m_Diagnostics.Error(
+      "CARD_UNREADABLE", fmt::format("{}: {}; {}", object.m_Selector, UnreadableText(card), age),
+      {fmt::format("See: corvane-host status {}", card.m_Selector)});
+}
+
+CommandResult ValuesOf(const Context& context, const Model& model, const Object& object,
+                       const std::vector<std::string>& properties, bool isSeveral) {
+  const std::vector<NamedValue> values = ReadNamedOrAll(object, properties);
+  const bool isStale = std::any_of(values.begin(), values.end(), [&](const NamedValue& value) {
+    return IsStale(model, object, value.m_Name);
+  });
   CommandResult result;
-  result.m_Json = {{"object", object.m_Selector}, {"values", Json::object()}};
+  if (isStale) {
+    ReportStale(context, object, *UnreadableCardOf(model, object));
+    result.m_Code = ExitCode::Failed;
+  }
+  result.m_Json = {{"object", object.m_Selector}, {"stale", isStale}, {"values", Json::object()}};
   if (isSeveral) result.m_Table.m_Columns = {{"OBJECT", "object", false}};
   result.m_Table.m_Columns.push_back({"PROPERTY", "property", false});
   result.m_Table.m_Columns.push_back({"VALUE", "value", false});
@@ -83,7 +112,7 @@ CommandResult Run(Context& context) {
       SelectSeveral(model, names, Kind::Adapter,
                     [&](const std::string& name) -> const Object& { return Select(model, name); });
   return RunForEach(context, selection, [&](const Object& object) {
-    return ValuesOf(context, object, properties, selection.m_IsSeveral);
+    return ValuesOf(context, model, object, properties, selection.m_IsSeveral);
   });
 }
 
@@ -101,8 +130,10 @@ Command GetCommand() {
   command.m_Run = Run;
   command.m_Description =
       "Prints values in base units, in the order requested. An unknown value is printed as '-'. "
-      "OBJ may also be all, which selects all adapters.";
-  command.m_Exits = {{2, "the object has no such property"}};
+      "OBJ may also be all, which selects all adapters. Of a card that cannot be read, prints the "
+      "values of the last reading, reports how old they are, and exits with 1.";
+  command.m_Exits = {{1, "the card cannot be read, and the values are old or unknown"},
+                     {2, "the object has no such property"}};
   command.m_Examples = {{"get a0 temperature_celsius status", "print two values"},
                         {"get all temperature_celsius -o tsv", "print one value of each adapter"}};
   return command;

@@ -52,7 +52,9 @@ Command ListCommand() {
       "are acknowledged is marked too. --long adds PCI addresses, names, sizes in binary units "
       "and the drives; on a wide terminal, they are added as far as they fit. Machine formats "
       "contain adapters and drives in the order of their positions; with -o tsv, values are in "
-      "base units, and the columns have the names that get accepts.";
+      "base units, and the columns have the names that get accepts. Rows of --columns start with "
+      "the "
+      "object unless a column identifies the card.";
   command.m_Examples = {
       {"list", "find the card that is hot, worn or failing", true},
       {"list -o tsv -c object,temperature_celsius", "print only the temperatures, for a script"}};

@@ -15,6 +15,7 @@
 #include "console/change/CardFailure.h"
 #include "console/change/OperationRunner.h"
 #include "console/cli/CommandTable.h"
+#include "console/model/Selectors.h"
 #include "console/plugin/UnreadableRecords.h"
 
 namespace Console {
@@ -24,6 +25,7 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 void RequireLocateLed(const Object& adapter) {
+  RequireReported(adapter, adapter.m_Selector);
   if (adapter.SupportsOperation(PI::OP_LOCATE_DEVICE)) return;
   throw Failure(ExitCode::Refused, "NO_LIGHT", fmt::format("locate {}", adapter.m_Selector),
                 "no locate LED", {"Nothing was changed."});

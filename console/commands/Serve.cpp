@@ -14,6 +14,7 @@
 #include "console/base/Failure.h"
 #include "console/cli/CommandTable.h"
 #include "console/commands/All.h"
+#include "console/commands/NewDatabase.h"
 #include "console/report/CommandContext.h"
 #include "service/client/DefaultSocket.h"
 
@@ -45,7 +46,7 @@ void RequireOwnSocket(const Options& options) {
   const bool isManaged =
       std::any_of(std::begin(kManaged), std::end(kManaged),
                   [](const char* name) { return secure_getenv(name) != nullptr; });
-  const bool isChosen = !options.m_Socket.empty() || secure_getenv("CORVANE_SOCKET") != nullptr;
+  const bool isChosen = !options.m_Socket.empty() || !Service::ChosenSocket().empty();
   if (!options.m_Simulate || isManaged || isChosen) return;
   throw UsageFailure(
       "--simulate requires --socket, because all commands would use the default socket",
@@ -55,6 +56,7 @@ void RequireOwnSocket(const Options& options) {
 
 CommandResult Run(Context& context) {
   RequireOwnSocket(context.m_Options);
+  RequireDatabase(context.m_Command, context.m_Options);
   const std::string& path = context.m_Options.m_Socket;
   const std::filesystem::path socket =
       path.empty() ? Service::DefaultSocket() : std::filesystem::path(path);

@@ -10,6 +10,7 @@
 #include "console/commands/Acknowledged.h"
 #include "console/model/EffectiveState.h"
 #include "console/model/Health.h"
+#include "console/model/NumberText.h"
 #include "console/model/Selectors.h"
 #include "console/render/CommandResult.h"
 #include "console/render/HealthCells.h"
@@ -142,8 +143,10 @@ std::string MeasurementText(const Object& object, const Reason& reason, bool asc
   const std::string limits = field == nullptr ? "" : LimitsText(object, field->m_Name);
   if (limits.empty()) return ReasonText(reason, ascii);
   const bool isOld = object.m_Access == Access::Unreadable;
-  const std::string text = fmt::format("{}{} ({})", HumanText(reason.m_Measured.m_Value, ascii),
-                                       isOld ? "?" : "", limits);
+  const std::string text = fmt::format(
+      "{}{} ({})",
+      TextApartFrom(LimitValues(object, field->m_Name), reason.m_Measured.m_Value, ascii),
+      isOld ? "?" : "", limits);
   const bool isClear = field->m_Kind == ValueKind::Celsius;
   return Base::Printable(isClear ? text : reason.m_Caption + ": " + text);
 }
@@ -176,14 +179,35 @@ std::string PartsText(const std::vector<std::string>& parts, const Style& style)
   return text;
 }
 
+bool IsFormatting(const Object& drive) {
+  return drive.m_Kind == Kind::Drive && FieldText(drive, "status") == kFormatting;
+}
+
+// Whether a drive of this card is being formatted. The card is detached during a format, and
+// refuses to be attached.
+bool HasFormat(const Model& model, const Object& card) {
+  const Objects drives = DrivesOf(model, card);
+  return std::any_of(drives.begin(), drives.end(),
+                     [](const Object* drive) { return IsFormatting(*drive); });
+}
+
 std::string ReasonLine(const Model& model, const Object& object, const Reason& reason,
                        const Style& style) {
   std::vector<std::string> parts = {MeasurementText(object, reason, style.m_Ascii)};
-  if (!reason.m_Advice.empty()) {
+  if (reason.m_Name == kDetached && HasFormat(model, object)) {
+    parts.emplace_back("Wait until the format is done.");
+  } else if (!reason.m_Advice.empty()) {
     parts.push_back(AdviceText(reason.m_Advice, PlaceText(model, object)));
   }
   parts.push_back("explain " + reason.m_Name);
   return PartsText(parts, style);
+}
+
+// Returns what to do about a status without a reason.
+std::string NextStep(const Model& model, const Object& object) {
+  const Object* const card = IsFormatting(object) ? AdapterOf(model, object) : nullptr;
+  if (card == nullptr) return "show " + object.m_Selector;
+  return fmt::format("Wait until it is done: corvane-host wait {} activity=IDLE", card->m_Selector);
 }
 
 bool IsDetached(const Health& health) {
@@ -203,7 +227,7 @@ std::string HealthText(const Model& model, const StatusEntry& entry, const Style
   const bool isExplained = IsHealthy(health.m_Status) || IsDetached(health);
   const bool isChanging = !ChangeOfStateText(health).empty();
   if (isChanging || (health.m_Reasons.empty() && !isExplained)) {
-    text += PartsText({TextWithoutReason(health), "show " + object.m_Selector}, style);
+    text += PartsText({TextWithoutReason(health), NextStep(model, object)}, style);
   }
   return text;
 }
@@ -225,15 +249,20 @@ std::string HealthyText(std::size_t healthy, std::size_t cards, bool isSelection
   return fmt::format("{} card{} ok\n", count, cards == 1 ? "" : "s");
 }
 
-// Returns the entries in the order of their cards' severity. Objects without a card come last.
+// Returns the entries in the order of their cards' severity, those of a card with the drives that
+// are being formatted first: this is why the card is detached. Objects without a card come last.
 std::vector<const StatusEntry*> SortedEntries(const Model& model,
                                               const std::vector<StatusEntry>& all) {
   std::vector<const Object*> cards = CardsWorstFirst(model);
   cards.push_back(nullptr);
   std::vector<const StatusEntry*> sorted;
   for (const Object* card : cards) {
-    for (const StatusEntry& entry : all) {
-      if (AdapterOf(model, *entry.m_pObject) == card) sorted.push_back(&entry);
+    for (const bool isFormatting : {true, false}) {
+      for (const StatusEntry& entry : all) {
+        const Object& object = *entry.m_pObject;
+        if (AdapterOf(model, object) != card || IsFormatting(object) != isFormatting) continue;
+        sorted.push_back(&entry);
+      }
     }
   }
   return sorted;

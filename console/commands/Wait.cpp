@@ -10,7 +10,9 @@
 #include "console/base/StopSignals.h"
 #include "console/cli/CommandTable.h"
 #include "console/model/Condition.h"
+#include "console/model/EffectiveState.h"
 #include "console/model/Selectors.h"
+#include "console/model/StaleValues.h"
 #include "console/render/CommandResult.h"
 #include "console/report/CommandContext.h"
 #include "console/watch/LiveModel.h"
@@ -62,10 +64,13 @@ Condition::Outcome Evaluate(const Model& model, ObjectRef& ref, const Condition&
   const Object* object = ref.Find(model);
   const bool isPresent = IsPresent(object);
   const char* presence = isPresent ? "present" : "gone";
+  const char* meaning = object != nullptr && !isPresent ? kMissing : presence;
   if (condition.RequiredPresence() == Presence::Gone) return {!isPresent, presence, presence};
-  if (condition.RequiredPresence() == Presence::Present) return {isPresent, presence, presence};
+  if (condition.RequiredPresence() == Presence::Present) return {isPresent, presence, meaning};
   if (object == nullptr) return {false, presence, presence};
-  return condition.Check(*object, ascii);
+  const Condition::Outcome outcome = condition.Check(*object, ascii);
+  if (!IsStale(model, *object, condition.Property())) return outcome;
+  return {false, FieldText(*object, "status"), UnreadableText(*UnreadableCardOf(model, *object))};
 }
 
 std::string Seconds(milliseconds duration) {
@@ -145,7 +150,8 @@ Command WaitCommand() {
   command.m_Run = Run;
   command.m_Description =
       "Returns as soon as the condition is met. --timeout limits the wait (default: no "
-      "limit).";
+      "limit). Old values of a card that cannot be read do not meet a condition; unreadable and "
+      "missing wait for such a card.";
   command.m_Exits = {{3, "no object with this name has been seen on this machine"},
                      {7, "the condition was not met within --timeout"}};
   command.m_Examples = {{"wait a1 ok --timeout 10m", "wait until a card is healthy again", true},

@@ -32,6 +32,8 @@ class Condition {
   // The condition as given.
   const std::string& Text() const { return m_Text; }
   Presence RequiredPresence() const { return m_Presence; }
+  // The property that is compared; empty unless `RequiredPresence` is `Required`.
+  const std::string& Property() const { return m_Property; }
 
  private:
   const std::string m_Text;

@@ -210,6 +210,11 @@ bool RepeatsCard(const Object& object, const Value& status) {
   return object.m_Kind == Kind::Drive && (text == kDetached || text == kUnreadable);
 }
 
+bool IsAlsoDetached(const Object& object) {
+  if (object.m_Kind != Kind::Adapter || object.m_Access != Access::Readable) return false;
+  return HasReason(object, PI::Value::DETACHED) && FieldText(object, "status") != kDetached;
+}
+
 void DeriveAdapter(Object& adapter, const CardPlace& place,
                    const std::vector<const Object*>& drives, const CardTimes& times) {
   if (place.m_pReported == nullptr) {

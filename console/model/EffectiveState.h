@@ -29,6 +29,10 @@ std::size_t StatusRank(const Value& status);
 // Whether a drive's status only repeats that of its card, which is detached or cannot be read.
 bool RepeatsCard(const Object& object, const Value& status);
 
+// Whether a card that can be read is detached and has a status that does not say so, because of
+// another problem.
+bool IsAlsoDetached(const Object& object);
+
 // Sets the derived fields of an adapter. `drives` are its drives.
 void DeriveAdapter(Object& adapter, const CardPlace& place,
                    const std::vector<const Object*>& drives, const CardTimes& times);

@@ -10,6 +10,7 @@
 #include "base/Printable.h"
 #include "console/model/CardLimits.h"
 #include "console/model/EffectiveState.h"
+#include "console/model/NumberText.h"
 #include "hostkit/Texts.h"
 #include "hostkit/ValueTypes.h"
 
@@ -31,18 +32,6 @@ constexpr MeasuredLabel kMeasuredLabels[] = {
     {"reserve_space_ratio", "reserve", false},
     {"endurance_used_ratio", "endurance used", true},
     {"slot_power_watts", "power", false},
-};
-
-struct LimitLabel {
-  const char* m_Field;
-  const char* m_Label;
-};
-
-constexpr LimitLabel kLimitLabels[] = {
-    {"temperature_warning_celsius", "warning"},
-    {"temperature_critical_celsius", "highest"},
-    {"reserve_space_warning_ratio", "warning"},
-    {"power_limit_watts", "limit"},
 };
 
 Reading Read(const Object& object, const char* name) {
@@ -68,18 +57,12 @@ Reason CreateReason(const Object& object, std::int32_t value) {
   return reason;
 }
 
-const char* LabelOf(const Field& limit) {
-  for (const LimitLabel& row : kLimitLabels) {
-    if (std::strcmp(row.m_Field, limit.m_Name) == 0) return row.m_Label;
-  }
-  return "limit";
-}
-
 // Returns "79 °C" or "endurance used 16 %" for a known value. For an unknown value, returns
 // "temperature unknown" if there is a limit, and an empty string otherwise.
 std::string MeasuredText(const Reason& reason, bool ascii) {
   const bool known = reason.m_Measured.m_Field != nullptr;
-  const std::string value = known ? HumanText(reason.m_Measured.m_Value, ascii) : "unknown";
+  const std::string value =
+      known ? TextApartFrom({reason.m_Limit.m_Value}, reason.m_Measured.m_Value, ascii) : "unknown";
   if (!known && reason.m_Limit.m_Field == nullptr) return {};
   const Measurement* const row = MeasurementOf(static_cast<std::int32_t>(reason.m_Number));
   for (const MeasuredLabel& label : kMeasuredLabels) {
@@ -202,7 +185,7 @@ bool IsHealthy(const Value& status) {
 std::string ReadingText(const Reason& reason, bool ascii) {
   std::string text = MeasuredText(reason, ascii);
   if (reason.m_Limit.m_Field != nullptr) {
-    text += fmt::format("{}{} {}", text.empty() ? "" : ", ", LabelOf(*reason.m_Limit.m_Field),
+    text += fmt::format("{}limit {}", text.empty() ? "" : ", ",
                         HumanText(reason.m_Limit.m_Value, ascii));
   }
   return Base::Printable(text);

@@ -53,11 +53,11 @@ std::vector<const Object*> WorstFirst(const Model& model, const Object* top = nu
 // Whether the status is healthy; an unknown status is not.
 bool IsHealthy(const Value& status);
 
-// Describes a reason: "Temperature above its warning threshold: 79 °C, warning 78 °C". The text is
+// Describes a reason: "Temperature above its warning threshold: 79 °C, limit 78 °C". The text is
 // printable.
 std::string ReasonText(const Reason& reason, bool ascii);
 
-// Returns the measured value of a reason and its limit: "79 °C, warning 78 °C". Empty if the reason
+// Returns the measured value of a reason and its limit: "79 °C, limit 78 °C". Empty if the reason
 // has neither.
 std::string ReadingText(const Reason& reason, bool ascii);
 

@@ -83,14 +83,19 @@ std::string ListText(std::vector<std::string> names) {
   return fmt::format("{} and {} more", fmt::join(names, ", "), count - kMaxNamed);
 }
 
-Failure NoSuchObject(const Model& model, const std::string& text) {
+// Which serial numbers a message may suggest. A similar one belongs to another card, which a
+// command must not change by mistake; in its own, only the case can be wrong.
+enum class Suggested { AnySerial, SameSerial };
+
+Failure NoSuchObject(const Model& model, const std::string& text, Suggested suggested) {
   std::vector<std::string> candidates;
   std::vector<std::string> selectors;
   for (const Object& object : model.Objects()) {
     selectors.push_back(object.m_Selector);
     candidates.push_back(object.m_Selector);
     const std::string serial = FieldText(object, "serial_number");
-    if (!serial.empty()) candidates.push_back(serial);
+    const bool isSuggested = suggested == Suggested::AnySerial || boost::iequals(serial, text);
+    if (!serial.empty() && isSuggested) candidates.push_back(serial);
   }
   std::vector<std::string> advice = DidYouMean(text, candidates);
   advice.push_back("Objects: " + ListText(selectors));
@@ -151,7 +156,7 @@ const Object* FindObject(const Model& model, const std::string& text) {
 
 const Object& Select(const Model& model, const std::string& text) {
   const Object* object = FindObject(model, text);
-  if (object == nullptr) throw NoSuchObject(model, text);
+  if (object == nullptr) throw NoSuchObject(model, text, Suggested::AnySerial);
   return *object;
 }
 
@@ -174,7 +179,7 @@ const Object& SelectReported(const Model& model, const std::string& text) {
 
 const Object& SelectKind(const Model& model, const std::string& text, Kind kind) {
   const Object* object = Only(Narrowed(model, FindAll(model, text), kind), text);
-  if (object == nullptr) throw NoSuchObject(model, text);
+  if (object == nullptr) throw NoSuchObject(model, text, Suggested::SameSerial);
   return *object;
 }
 

@@ -4,23 +4,11 @@
 #include <fmt/ranges.h>
 
 #include "base/Printable.h"
+#include "console/model/NumberText.h"
 #include "console/model/SizeText.h"
 
 namespace Console {
 namespace {
-
-std::string HumanNumber(double number, ValueKind kind, bool ascii) {
-  switch (kind) {
-    case ValueKind::Ratio:
-      return fmt::format("{:.0f} %", number * 100);
-    case ValueKind::Celsius:
-      return fmt::format("{:.0f} {}", number, ascii ? "C" : "\u00b0C");
-    case ValueKind::Watts:
-      return fmt::format("{:.1f} W", number);
-    default:
-      return fmt::format("{}", number);
-  }
-}
 
 std::string HumanCount(std::uint64_t number, ValueKind kind) {
   if (kind == ValueKind::Bytes) return DecimalSizeText(number);
@@ -49,7 +37,7 @@ const char* UnitOf(ValueKind kind) {
 
 std::string HumanText(const Value& value, bool ascii) {
   if (const auto* number = std::get_if<double>(&value.m_Data)) {
-    return HumanNumber(*number, value.m_Kind, ascii);
+    return NumberText(*number, value.m_Kind, ascii, 0);
   }
   if (const auto* count = std::get_if<std::uint64_t>(&value.m_Data)) {
     return HumanCount(*count, value.m_Kind);

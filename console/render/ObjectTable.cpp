@@ -36,9 +36,13 @@ const BuiltinColumn kBuiltinColumns[] = {
 
 constexpr Kind kKinds[] = {Kind::Adapter, Kind::Drive, Kind::Plugin};
 
-const BuiltinColumn* FindBuiltinColumn(const std::string& name) {
+// The heading of the objects in `list`.
+constexpr const char* kIdHeading = "ID";
+
+const BuiltinColumn* FindBuiltinColumn(const std::string& text) {
+  const std::string name = text == kIdHeading ? "object" : text;
   for (const BuiltinColumn& column : kBuiltinColumns) {
-    if (name == column.m_Name) return &column;
+    if (boost::iequals(name, column.m_Name)) return &column;
   }
   return nullptr;
 }

@@ -1,6 +1,7 @@
 #include "console/report/CardList.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <boost/algorithm/string/case_conv.hpp>
@@ -8,6 +9,7 @@
 
 #include "console/base/Timestamp.h"
 #include "console/model/CardLimits.h"
+#include "console/model/EffectiveState.h"
 #include "console/model/Health.h"
 #include "console/model/SizeText.h"
 #include "console/render/ObjectTable.h"
@@ -19,6 +21,8 @@ using Objects = std::vector<const Object*>;
 
 // A terminal of this width shows only the columns that every card needs.
 constexpr std::size_t kNarrow = 80;
+
+constexpr const char* kDetachedRemark = "detached";
 
 struct RowContext {
   const Model& m_Model;
@@ -57,13 +61,21 @@ Cell IdCell(const RowContext& row) {
 
 // Returns what a card is doing, or whether its problems are acknowledged, or when a missing card
 // was last seen.
-Cell RemarkCell(const RowContext& row) {
+std::string RemarkText(const RowContext& row) {
   const std::string activity = FieldText(row.m_Object, "activity");
-  if (!activity.empty() && activity != "IDLE") return TextCell(boost::to_lower_copy(activity));
-  if (row.m_IsAcknowledged) return TextCell("acknowledged");
-  if (row.m_Object.m_Access != Access::Missing || row.m_Object.m_LastSeen == 0) return TextCell("");
+  if (!activity.empty() && activity != "IDLE") return boost::to_lower_copy(activity);
+  if (row.m_IsAcknowledged) return "acknowledged";
+  if (row.m_Object.m_Access != Access::Missing || row.m_Object.m_LastSeen == 0) return {};
   const TimeZone zone = row.m_Style.m_LocalTime ? TimeZone::Local : TimeZone::Utc;
-  return TextCell("last seen " + ShortTimeText(row.m_Object.m_LastSeen, NowMs(), zone));
+  return "last seen " + ShortTimeText(row.m_Object.m_LastSeen, NowMs(), zone);
+}
+
+// A card that has another problem and is detached has two remarks at most.
+Cell RemarkCell(const RowContext& row) {
+  std::vector<std::string> remarks;
+  if (IsAlsoDetached(row.m_Object)) remarks.emplace_back(kDetachedRemark);
+  if (const std::string text = RemarkText(row); !text.empty()) remarks.push_back(text);
+  return TextCell(fmt::format("{}", fmt::join(remarks, ", ")));
 }
 
 Cell DrivesCell(const RowContext& row) {
@@ -140,6 +152,7 @@ void ForEachRow(const Model& model, const Style& style, bool isLong, bool isOld,
 Cell ChosenCell(const RowContext& row, const std::string& name) {
   Cell own = ObjectCell(row.m_Object, name, row.m_Style.m_Ascii);
   MarkOldReading(row.m_Object, name, row.m_IsOld, own);
+  MarkDetached(row.m_Object, name, own);
   if (!own.m_Human.empty() || row.m_Drives.empty()) return own;
   return ObjectCell(*row.m_Drives.front(), name, row.m_Style.m_Ascii);
 }
@@ -156,6 +169,12 @@ void MarkOldReading(const Object& object, const std::string& field, bool isOld, 
   const bool isKnown = !cell.m_Human.empty() && cell.m_Human != "-";
   if (!isReading || !isKnown) return;
   if (isOld || object.m_Access == Access::Unreadable) cell.m_Human += '?';
+}
+
+void MarkDetached(const Object& object, const std::string& field, Cell& cell) {
+  if (field == "status" && IsAlsoDetached(object)) {
+    cell.m_Human += fmt::format(", {}", kDetachedRemark);
+  }
 }
 
 Objects CardsWorstFirst(const Model& model) {

@@ -31,6 +31,10 @@ Table CardList(const Model& model, const Style& style, bool isLong, bool isOld,
 // Marks the cell of a field if it is a reading that is older than the report.
 void MarkOldReading(const Object& object, const std::string& field, bool isOld, Cell& cell);
 
+// Adds "detached" to the cell of the status if the status does not say it because of another
+// problem.
+void MarkDetached(const Object& object, const std::string& field, Cell& cell);
+
 // Returns a table with the columns `names` and one row per card. If a card lacks a column that
 // drives have, its cell shows the value of its drives. With `isLong`, it also has a row for each
 // drive. Old readings are marked as in `CardList`. Throws `Failure` for an unknown name.

@@ -78,6 +78,15 @@ std::optional<std::size_t> AcknowledgmentOf(const CheckInput& input, const std::
   return static_cast<std::size_t>(found - all.begin());
 }
 
+// Returns the measured value of a reason with its limit, preceded by the name of the reason if the
+// unit does not imply the quantity. Empty without a measured value.
+std::string FiguresOf(const Reason& reason, bool ascii) {
+  const Field* const field = reason.m_Measured.m_Field;
+  if (field == nullptr) return {};
+  const bool isClear = field->m_Kind == ValueKind::Celsius || field->m_Kind == ValueKind::Watts;
+  return (isClear ? "" : reason.m_Name + " ") + ReadingText(reason, ascii);
+}
+
 // Finds the problems of one object.
 class ProblemFinder {
  public:
@@ -118,7 +127,9 @@ class ProblemFinder {
     const std::string text = isStatus && !reason.m_Detail.empty()
                                  ? Base::Printable(reason.m_Detail)
                                  : ReasonText(reason, m_Input.m_Ascii);
-    m_Problems.push_back({state, reason.m_Name, text, reason.m_Advice, field, false,
+    const std::string figures = isStatus ? Base::Printable(FieldText(m_Object, "unreadable_reason"))
+                                         : FiguresOf(reason, m_Input.m_Ascii);
+    m_Problems.push_back({state, reason.m_Name, text, figures, reason.m_Advice, field, false,
                           AcknowledgmentOf(m_Input, m_Serial, reason.m_Name)});
   }
 
@@ -130,7 +141,7 @@ class ProblemFinder {
     const bool explains = m_Object.m_Kind == Kind::Adapter && !row.m_IsReason;
     const std::string text = explains ? TextWithoutReason(m_Health) : "";
     m_Problems.push_back(
-        {row.m_State, name, text, "", "", false, AcknowledgmentOf(m_Input, m_Serial, name)});
+        {row.m_State, name, text, "", "", "", false, AcknowledgmentOf(m_Input, m_Serial, name)});
   }
 
   void AddBreaches() {
@@ -142,8 +153,8 @@ class ProblemFinder {
           });
       if (isReported) continue;
       const std::string reason = breach.m_Reason == nullptr ? "" : breach.m_Reason;
-      m_Problems.push_back({breach.m_State, breach.m_Field, breach.m_Text, "", breach.m_Field, true,
-                            AcknowledgmentOf(m_Input, m_Serial, reason)});
+      m_Problems.push_back({breach.m_State, breach.m_Field, breach.m_Text, breach.m_Text, "",
+                            breach.m_Field, true, AcknowledgmentOf(m_Input, m_Serial, reason)});
     }
   }
 

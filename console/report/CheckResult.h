@@ -45,6 +45,7 @@ struct Problem {
   CheckState m_State = CheckState::Unknown;
   std::string m_Name;          // of the reason or field; empty: the status alone
   std::string m_Text;          // for people
+  std::string m_Figures;       // briefly, with the measured value; empty: the name says it all
   std::string m_Advice;        // empty: none
   const char* m_Field = "";    // the measured field; empty: none
   bool m_IsThreshold = false;  // whether a threshold was exceeded that the card does not report

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/replace.hpp>
+#include <iterator>
 #include <map>
 
 #include "base/Printable.h"
@@ -16,6 +17,18 @@ namespace Console {
 namespace {
 
 constexpr std::size_t kWorst = 3;
+
+// How much the first line says about an object: sentences, the measured values, or only the names
+// of the reasons.
+enum class Detail { Sentences, Figures, Names };
+
+// The detail for each of the worst objects, from the longest line to the shortest.
+constexpr Detail kDetails[][kWorst] = {
+    {Detail::Sentences, Detail::Sentences, Detail::Sentences},
+    {Detail::Figures, Detail::Figures, Detail::Figures},
+    {Detail::Figures, Detail::Figures, Detail::Names},
+    {Detail::Figures, Detail::Names, Detail::Names},
+};
 
 constexpr CheckState kWorstFirst[] = {CheckState::Critical, CheckState::Warning,
                                       CheckState::Unknown, CheckState::Ok};
@@ -106,19 +119,24 @@ std::string StateText(const Finding& finding) {
 }
 
 // A reason that is the status itself is not repeated.
-std::string ProblemText(const Finding& finding, const Problem& problem, bool brief) {
+std::string ProblemText(const Finding& finding, const Problem& problem, Detail detail) {
   const bool isStatus = problem.m_Name == BareText(finding.m_Health.m_Status);
-  if (isStatus && (brief || boost::iequals(problem.m_Text, problem.m_Name))) return {};
-  const bool named = brief && !problem.m_Name.empty() && !problem.m_IsThreshold;
-  return named ? problem.m_Name : problem.m_Text;
+  if (isStatus && detail != Detail::Sentences) return problem.m_Figures;
+  if (isStatus && boost::iequals(problem.m_Text, problem.m_Name)) return {};
+  if (detail == Detail::Sentences || problem.m_IsThreshold || problem.m_Name.empty()) {
+    return problem.m_Text;
+  }
+  const bool hasFigures = detail == Detail::Figures && !problem.m_Figures.empty();
+  return hasFigures ? problem.m_Figures : problem.m_Name;
 }
 
 // Describes an object that is not OK by its unacknowledged problems.
-std::string FindingText(const Finding& finding, bool brief) {
+std::string FindingText(const Finding& finding, Detail detail) {
   std::vector<std::string> texts;
   for (const Problem& problem : finding.m_Problems) {
-    const std::string text = ProblemText(finding, problem, brief);
-    if (!problem.m_Acknowledgment && !text.empty()) texts.push_back(text);
+    const std::string text = ProblemText(finding, problem, detail);
+    const bool isNew = std::find(texts.begin(), texts.end(), text) == texts.end();
+    if (!problem.m_Acknowledgment && !text.empty() && isNew) texts.push_back(text);
   }
   return fmt::format("{} {}{}{}", finding.m_pObject->m_Selector, StateText(finding),
                      texts.empty() ? "" : ": ", fmt::join(texts, ", "));
@@ -145,7 +163,7 @@ std::vector<const Finding*> WorstFindings(const CheckResult& check) {
   return worst;
 }
 
-std::vector<std::string> WorstTexts(const CheckResult& check, bool brief) {
+std::vector<std::string> WorstTexts(const CheckResult& check, const Detail (&details)[kWorst]) {
   std::vector<std::string> texts;
   if (!check.m_Unknown.empty()) texts.push_back(check.m_Unknown);
   if (check.m_ExpectationState != CheckState::Ok) {
@@ -153,7 +171,7 @@ std::vector<std::string> WorstTexts(const CheckResult& check, bool brief) {
                                 check.m_Cards));
   }
   for (const Finding* finding : WorstFindings(check)) {
-    if (texts.size() < kWorst) texts.push_back(FindingText(*finding, brief));
+    if (texts.size() < kWorst) texts.push_back(FindingText(*finding, details[texts.size()]));
   }
   if (!check.m_NotFound.empty()) {
     texts.push_back(fmt::format("{}", fmt::join(check.m_NotFound, ", ")));
@@ -237,11 +255,11 @@ std::string Summary(const CheckResult& check, bool ascii) {
   const bool isEmpty = check.m_Findings.empty();
   const std::string counts = isEmpty ? "no supported adapter found in this machine" : Counts(check);
   const std::size_t limit = kMaxFirstLine - FirstLine(check.m_State, "").size();
-  for (const bool brief : {false, true}) {
-    std::vector<std::string> texts = WorstTexts(check, brief);
+  for (const auto& details : kDetails) {
+    std::vector<std::string> texts = WorstTexts(check, details);
     const std::string acknowledged = AcknowledgedText(check);
     if (!acknowledged.empty()) texts.push_back(acknowledged);
-    if (Length(Joined(counts, texts)) > limit && !brief) continue;
+    if (Length(Joined(counts, texts)) > limit && &details != std::end(kDetails) - 1) continue;
     constexpr std::size_t kSeparator = 2;
     const std::size_t fixed = Length(counts) + kSeparator * texts.size();
     ShortenAll(texts, limit - std::min(limit, fixed), ascii);

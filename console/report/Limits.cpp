@@ -30,4 +30,12 @@ std::string LimitsText(const Object& object, const std::string& field) {
   return text;
 }
 
+std::vector<Value> LimitValues(const Object& object, const std::string& field) {
+  std::vector<Value> values;
+  for (const Limit* limit : LimitsOf(field)) {
+    if (limit->m_Field != nullptr) values.push_back(ReadField(object, limit->m_Field));
+  }
+  return values;
+}
+
 }  // namespace Console

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <utility>
 
@@ -53,6 +55,7 @@ CommandResult OverviewOf(Context& context, const Model& model, std::vector<Colum
     for (const Column& column : result.m_Table.m_Columns) {
       row.m_Cells.push_back(ObjectCell(object, column.m_Name, context.m_Style.m_Ascii));
       MarkOldReading(object, column.m_Name, isOld, row.m_Cells.back());
+      MarkDetached(object, column.m_Name, row.m_Cells.back());
     }
     const auto owner = object.m_Owner ? rowOf.find(*object.m_Owner) : rowOf.end();
     if (owner != rowOf.end()) row.m_Parent = owner->second;
@@ -108,6 +111,25 @@ CommandResult ObjectOverview(Context& context, const std::vector<std::string>& d
   return OverviewOf(context, context.Objects(), std::move(columns), withPlugin);
 }
 
+namespace {
+
+// Columns that identify the card of a row.
+constexpr const char* kIdentifying[] = {"object",   "id",        "name",          "pci_address",
+                                        "pci_slot", "unique_id", "serial_number", "control_device"};
+
+// Returns the chosen columns, after the objects if no column would tell the rows apart.
+std::vector<std::string> WithObjects(std::vector<std::string> chosen) {
+  const std::vector<Column> columns = ObjectColumns(chosen);
+  const bool isIdentified = std::any_of(columns.begin(), columns.end(), [](const Column& column) {
+    return std::find(std::begin(kIdentifying), std::end(kIdentifying), column.m_Name) !=
+           std::end(kIdentifying);
+  });
+  if (!isIdentified) chosen.insert(chosen.begin(), "object");
+  return chosen;
+}
+
+}  // namespace
+
 CommandResult CardOverview(
     Context& context, const std::function<std::set<const Object*>(const Model&)>& acknowledged) {
   if (auto help = ColumnHelp(context)) return *help;
@@ -118,9 +140,9 @@ CommandResult CardOverview(
   CommandResult result = OverviewOf(context, model, std::move(columns), false);
   if (!context.PrintsText()) return result;
   const bool isOld = !context.Open().IsUp();
-  const Table table = chosen.empty()
-                          ? CardList(model, context.m_Style, isLong, isOld, acknowledged(model))
-                          : CardListWith(model, chosen, context.m_Style, isLong, isOld);
+  const Table table =
+      chosen.empty() ? CardList(model, context.m_Style, isLong, isOld, acknowledged(model))
+                     : CardListWith(model, WithObjects(chosen), context.m_Style, isLong, isOld);
   result.m_Text = DrawTable(table, context.m_Style, false);
   return result;
 }

@@ -2,6 +2,7 @@
 # require a direct run are skipped with a reason. The text after the name summarizes these tests.
 set(THROUGH_SERVICE
   "cards"
+  "card_states"
   "change|the test plug-in, and the user's file permissions"
   "changes"
   "check|the test plug-in, and plug-ins that cannot be loaded"

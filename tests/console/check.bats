@@ -96,9 +96,9 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
 
 @test "check exits with 1 for a warning, with its reason and action" {
   ended warning 1
-  line warning "CORVANE WARNING - 2 cards: 1 WARNING, 1 OK; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
+  line warning "CORVANE WARNING - 2 cards: 1 WARNING, 1 OK; a1 WARNING: Temperature above its warning threshold: temperature unknown, limit 78 °C"
   same "a1 WARNING: MOLT EP PX600 (2), serial S200
-  Temperature above its warning threshold: temperature unknown, warning 78 °C. Check fans and airflow around the card, or reduce its load." \
+  Temperature above its warning threshold: temperature unknown, limit 78 °C. Check fans and airflow around the card, or reduce its load." \
     "$(out warning | sed -n '2,3p')"
 }
 
@@ -115,12 +115,12 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
 
 @test "the status line lists all reasons of all objects" {
   ended mixed 1
-  line mixed "CORVANE WARNING - 2 cards: 2 WARNING; a0 detached; a1 WARNING: Temperature above its warning threshold: 79 °C, warning 78 °C, Nearly worn out: endurance used 2 %"
+  line mixed "CORVANE WARNING - 2 cards: 2 WARNING; a0 detached; a1 WARNING: Temperature above its warning threshold: 79 °C, limit 78 °C, Nearly worn out: endurance used 2 %"
 }
 
 @test "a locale without UTF-8 gets ASCII characters" {
   ended ascii 1
-  line ascii "CORVANE WARNING - 1 card: 1 WARNING; a1 WARNING: Temperature above its warning threshold: 79 C, warning 78 C, Nearly worn out: endurance used 2 %"
+  line ascii "CORVANE WARNING - 1 card: 1 WARNING; a1 WARNING: Temperature above its warning threshold: 79 C, limit 78 C, Nearly worn out: endurance used 2 %"
 }
 
 @test "check OBJ includes the objects below it" {
@@ -214,7 +214,7 @@ END
 
 @test "--timeout accepts the longest duration" {
   ended longest 1
-  line longest "CORVANE WARNING - 2 cards: 1 WARNING, 1 OK; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C"
+  line longest "CORVANE WARNING - 2 cards: 1 WARNING, 1 OK; a1 WARNING: Temperature above its warning threshold: temperature unknown, limit 78 °C"
 }
 
 @test "check prints nothing on standard error without --verbose" {
@@ -275,7 +275,7 @@ hangs" "$(cat "$BATS_FILE_TMPDIR/stuck.log")"
 
 @test "check -o json contains the state, the exit code and the performance data" {
   valid json emptyjson
-  same '[1, "WARNING", "2 cards: 1 WARNING, 1 OK; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 \u00b0C", ["WARNING", "OK", "OK", "OK"]]' \
+  same '[1, "WARNING", "2 cards: 1 WARNING, 1 OK; a1 WARNING: Temperature above its warning threshold: temperature unknown, limit 78 \u00b0C", ["WARNING", "OK", "OK", "OK"]]' \
     "$(json json '[d["exit_code"], d["result"]["state"], d["result"]["summary"], [o["state"] for o in d["result"]["objects"]]]')"
   same '[{"object": "a0", "serial_number": "S100", "property": "reserve_space_ratio", "label": "S100_reserve_space", "value": 0.97, "warning": {"low": 0.1, "high": null, "alerts_inside": false}, "critical": null, "minimum": 0.0, "maximum": 1.0}]' \
     "$(json json '[r for r in d["result"]["readings"] if r["label"] == "S100_reserve_space"]')"

@@ -101,15 +101,30 @@ END
     "$(json quiet '[len(d["result"]["objects"]), [m["id"] for m in d["messages"]]]')"
 }
 
-@test "commands load the plug-in if no service is running" {
-  CORVANE_DATABASE=:memory: keep alone corvane-host get plugin name -v
+@test "commands load the plug-in if CORVANE_SOCKET is empty" {
+  CORVANE_SOCKET="" CORVANE_DATABASE=:memory: keep alone corvane-host get plugin name -v
   ended alone 0
   run ! grep -q "using the service" "$BATS_FILE_TMPDIR/alone.err"
+}
+
+@test "commands fail if no service answers at CORVANE_SOCKET" {
+  local dead="$BATS_FILE_TMPDIR/dead.sock"
+  CORVANE_SOCKET="$dead" CORVANE_DATABASE=:memory: keep dead corvane-host list
+  ended dead 1
+  silent dead out
+  same "corvane-host: cannot connect to the service at $dead: No such file or directory
+  Start the service: corvane-host serve
+  Pass --direct to load the plug-in into this process instead.
+  CORVANE_SOCKET names this socket." "$(err dead)"
   # A socket without a listening process.
-  python3 -c 'import socket,sys; socket.socket(socket.AF_UNIX).bind(sys.argv[1])' "$CORVANE_SOCKET"
-  CORVANE_DATABASE=:memory: keep stale corvane-host get plugin name
-  ended stale 0
-  rm "$CORVANE_SOCKET"
+  python3 -c 'import socket,sys; socket.socket(socket.AF_UNIX).bind(sys.argv[1])' "$dead"
+  CORVANE_SOCKET="$dead" CORVANE_DATABASE=:memory: keep stale corvane-host get plugin name
+  ended stale 1
+  said stale "corvane-host: cannot connect to the service at $dead: Connection refused"
+  CORVANE_SOCKET="$dead" CORVANE_DATABASE=:memory: keep check corvane-host check
+  ended check 3
+  CORVANE_SOCKET="$dead" CORVANE_DATABASE=:memory: keep direct corvane-host get plugin name --direct
+  ended direct 0
 }
 
 @test "--socket fails if no service listens there" {
@@ -171,9 +186,11 @@ END
   wait "$(pid_of killed)" || true
   keep after host list
   ended after 0
-  # The socket of the killed service still exists.
+  # The socket of the killed service still exists, and is expected to be in use.
   CORVANE_SOCKET="$BATS_FILE_TMPDIR/killed.sock" keep again corvane-host list
-  ended again 0
+  ended again 1
+  CORVANE_SOCKET="$BATS_FILE_TMPDIR/killed.sock" keep direct corvane-host list --direct
+  ended direct 0
 }
 
 @test "a read returns the value of a preceding change" {

@@ -161,7 +161,8 @@ def run(words, situation, variable=None, value=None):
 
     environment = dict(
         os.environ, CORVANE_CONFIG_DIR=f"{directory}/config", CORVANE_DATABASE=f"{directory}/db",
-        CORVANE_SOCKET=f"{directory}/s",
+        # A service that does not answer would hide the errors of the other values.
+        CORVANE_SOCKET=f"{directory}/s" if words[0] == "serve" else "",
         TERM="xterm-256color",
     )
     arguments = [f"{BUILD}/bin/corvane-host"]

@@ -104,7 +104,7 @@ setup_file() {
   keep where corvane-host --simulate explain TEMPERATURE_ABOVE_WARN a0
   ended where 0
   same "    where  a0, slot 5, PCI 0000:3b:02.1, serial S100
-    now    not reported; 48 °C, warning 78 °C" "$(out where | grep -E '^    (where|now)')"
+    now    not reported; 48 °C, limit 78 °C" "$(out where | grep -E '^    (where|now)')"
   keep reported corvane-host --simulate explain TEMPERATURE_ABOVE_WARN a1 -o json
   valid reported
   same '[{"object": "a1", "serial_number": "S200", "reported": true, "measured": null, "limit": {"name": "temperature_warning_celsius", "value": 78.0}}]' \

@@ -40,7 +40,8 @@ make_cards() {
 make_machine() {
   export HOME="$BATS_FILE_TMPDIR" TMPDIR="$BATS_FILE_TMPDIR/tmp" LC_ALL=C.UTF-8
   export CORVANE_CONFIG_DIR="$BATS_FILE_TMPDIR/config" CORVANE_DATABASE=:memory:
-  export CORVANE_SOCKET="$BATS_FILE_TMPDIR/none.sock"
+  # Empty, so that no command uses a service of the machine.
+  export CORVANE_SOCKET=
   export CARDSIM_STATE="$BATS_FILE_TMPDIR/cards.json" CORVANE_SYSFS="$BATS_FILE_TMPDIR/sys"
   # The simulator also stands in for the vendor's card library, on machines without cards.
   export LD_LIBRARY_PATH="$CORVANE_BUILD/lib/corvane/sim"

@@ -342,7 +342,7 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
   mapfile -t lines < <(sed -n 's/^    \(corvane-host .* | jq .*\)/\1/p' "$page")
   same 4 "${#lines[@]}"
   same $'S100\tOK\t48.2\nS200\tWARNING\t' "$(eval "${lines[0]}")"
-  same "1 2 cards: 1 WARNING, 1 OK; a1 WARNING: Temperature above its warning threshold: temperature unknown, warning 78 °C" "$(eval "${lines[1]}")"
-  same "Temperature above its warning threshold: temperature unknown, warning 78 °C" "$(eval "${lines[2]}")"
+  same "1 2 cards: 1 WARNING, 1 OK; a1 WARNING: Temperature above its warning threshold: temperature unknown, limit 78 °C" "$(eval "${lines[1]}")"
+  same "Temperature above its warning threshold: temperature unknown, limit 78 °C" "$(eval "${lines[2]}")"
   same "a1" "$(eval "${lines[3]}")"
 }

@@ -159,3 +159,31 @@ a1/d0" "$(out list)"
   ended thread 1
   said thread "corvane-host: cannot start a thread: Resource temporarily unavailable"
 }
+
+@test "only commands that record something create the database of --database" {
+  local missing="$BATS_TEST_TMPDIR/none/host.db" new="$BATS_TEST_TMPDIR/new.db" command
+  for command in list "get a0 status" events status; do
+    # shellcheck disable=SC2086  # a row is a command line
+    keep reading host --database "$new" $command
+    ended reading 1
+    same "corvane-host: cannot open the database $new: No such file or directory
+  Check the path passed with --database.
+  To create a database: corvane-host serve --database FILE" "$(err reading)"
+    [ ! -e "$new" ]
+  done
+  keep check host --database "$new" check
+  ended check 3
+  keep nowhere host --database "$missing" ack a0 MISSING
+  ended nowhere 1
+  said nowhere "  Create its directory: mkdir -p $BATS_TEST_TMPDIR/none"
+  keep serve host --database "$missing" serve --socket "$BATS_TEST_TMPDIR/s" --for 1s
+  ended serve 1
+  [ ! -e "$BATS_TEST_TMPDIR/none" ]
+  keep locate host --database "$new" locate a0 off
+  ended locate 0
+  [ -e "$new" ]
+  keep existing host --database "$new" list
+  ended existing 0
+  keep memory host --database :memory: list
+  ended memory 0
+}

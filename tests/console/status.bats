@@ -88,7 +88,7 @@ wait_without_reader() {
   ended all 0
   silent all err
   same "a1 WARNING  slot 2, S200
-   Temperature above its warning threshold: temperature unknown, warning 78 °C     Check fans and airflow around the card in slot 2, or reduce its load.     explain TEMPERATURE_ABOVE_WARN
+   Temperature above its warning threshold: temperature unknown, limit 78 °C     Check fans and airflow around the card in slot 2, or reduce its load.     explain TEMPERATURE_ABOVE_WARN
 1 of 2 cards ok" "$(out all)"
 }
 
@@ -125,7 +125,7 @@ a0 detached  slot 5, S100
 }
 
 @test "status -o tsv prints one row per reason" {
-  same "a1	WARNING	TEMPERATURE_ABOVE_WARN	Temperature above its warning threshold: temperature unknown, warning 78 °C	Check fans and airflow around the card, or reduce its load.
+  same "a1	WARNING	TEMPERATURE_ABOVE_WARN	Temperature above its warning threshold: temperature unknown, limit 78 °C	Check fans and airflow around the card, or reduce its load.
 a1/d0	AVAILABLE	-	-	-" "$(out tsv)"
 }
 

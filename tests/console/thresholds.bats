@@ -35,10 +35,10 @@ INVALID="x : 70:10 :70 nan inf @ 1:2:3 70C --"
 # Values of card0 over its own limits (78 and 85 degrees, 10 percent), which it does not report:
 # attribute, value, state, and the status and reason in the first line.
 OWN="temp_internal_deg_c 78 OK
-temp_internal_deg_c 78.5 WARNING WARNING: Temperature above its warning threshold: 78 °C, warning 78 °C
-temp_internal_deg_c 90 CRITICAL FAILED: Temperature above its maximum: 90 °C, highest 85 °C
+temp_internal_deg_c 78.5 WARNING WARNING: Temperature above its warning threshold: 78.5 °C, limit 78 °C
+temp_internal_deg_c 90 CRITICAL FAILED: Temperature above its maximum: 90 °C, limit 85 °C
 reserve_space_pct 10 OK
-reserve_space_pct 9 WARNING WARNING: Reserve space used up: 9 %, warning 10 %"
+reserve_space_pct 9 WARNING WARNING: Reserve space used up: 9 %, limit 10 %"
 
 # Expected numbers of cards: number, state, and the problem.
 EXPECTED="2 OK
@@ -199,14 +199,14 @@ one() { echo "CORVANE $1 - 1 card: 1 $1${2:+; a0 $1: $2}"; }
 
 @test "a threshold applies in addition to the card's own limit" {
   ended loose 1
-  same "$(one WARNING "Temperature above its warning threshold: 78 °C, warning 78 °C")" "$(line loose)"
+  same "$(one WARNING "Temperature above its warning threshold: 78.5 °C, limit 78 °C")" "$(line loose)"
   same "S100_temperature_celsius=78.5;78;85 S100_reserve_space=97%;10:;;0;100" \
     "$(out loose | grep -oE 'S100_(temp|reserve)[^ ]*' | xargs)"
 }
 
 @test "a critical threshold makes a card with a warning CRITICAL" {
   ended strict 2
-  same "$(one CRITICAL "temperature 78.5 °C, limit 60 °C, Temperature above its warning threshold: 78 °C, warning 78 °C")" "$(line strict)"
+  same "$(one CRITICAL "temperature 78.5 °C, limit 60 °C, Temperature above its warning threshold: 78.5 °C, limit 78 °C")" "$(line strict)"
 }
 
 @test "check -o json has numbers in base units, and ranges" {
