@@ -135,6 +135,47 @@ TEST_F(Frame, IsRefusedAfterOneCouldNotBeSent) {
   EXPECT_FALSE(sender.Send("refused"));
 }
 
+// The frames that were queued before the failure are dropped, and it is reported once.
+TEST_F(Frame, IsDroppedAfterOneCouldNotBeSent) {
+  std::promise<void> begun;
+  int failures = 0;
+  {
+    FrameSender sender(m_Writer.Get(), [&] {
+      if (failures++ == 0) begun.set_value();
+    });
+    EXPECT_TRUE(sender.Send(std::string(5'000'000, 'x')));  // waits for the reader
+    EXPECT_TRUE(sender.Send("queued"));
+    m_Reader.Close();
+    begun.get_future().wait();
+  }
+  EXPECT_EQ(1, failures);
+}
+
+TEST_F(Frame, MayFailWithoutAReport) {
+  FrameSender sender(m_Writer.Get());
+  m_Reader.Close();
+  while (sender.Send("lost")) std::this_thread::yield();
+  EXPECT_FALSE(sender.Send("refused"));
+}
+
+TEST_F(Frame, IsSentInTheOrderOfEachThread) {
+  constexpr int kThreads = 4, kFrames = 200;
+  FrameSender sender(m_Writer.Get());
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([&sender, thread] {
+      for (int i = 0; i < kFrames; ++i) sender.Send(json{thread, i});
+    });
+  }
+  std::vector<int> next(kThreads, 0);
+  for (int i = 0; i < kThreads * kFrames; ++i) {
+    const auto frame = ReadFrame(m_Reader.Get());
+    ASSERT_TRUE(frame);
+    EXPECT_EQ(next.at(frame->at(0))++, frame->at(1));
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
 TEST_F(Frame, IsNotSentIfItIsTooLarge) {
   FrameSender sender(m_Writer.Get());
   EXPECT_FALSE(sender.Send(std::string((64U << 20U) - 1, 'x')));  // two more bytes for the quotes
