@@ -64,7 +64,8 @@ set(NOT_THROUGH_SERVICE
   "stop|tests the service itself"
   "stuck|uses an in-process plug-in that hangs"
   "terminal|tests colors, which do not depend on the source of the values"
-  "trust|tests the file checks before an in-process plug-in is loaded")
+  "trust|tests the file checks before an in-process plug-in is loaded"
+  "users|tests the service itself")
 
 # Requires each suite to be in exactly one of the lists.
 function(corvane_check_service_lists suites)
