@@ -32,6 +32,7 @@ using ProblemResult = std::pair<const char*, Result>;
 constexpr ProblemResult<AcknowledgeResult> kAcknowledgeProblems[] = {
     {"UNKNOWN_CARD", AcknowledgeResult::UnknownCard},
     {"UNKNOWN_REASON", AcknowledgeResult::UnknownReason},
+    {"NOT_MISSING", AcknowledgeResult::NotMissing},
 };
 
 constexpr ProblemResult<ForgetResult> kForgetProblems[] = {

@@ -41,7 +41,7 @@ class DatabaseState : public StoredState {
   AcknowledgeResult Acknowledge(Acknowledgment& acknowledgment) override {
     acknowledgment.m_User = UserName(geteuid());
     acknowledgment.m_Time = Console::NowMs();
-    return UseDatabase([&] { return m_Store.Acknowledge(acknowledgment); });
+    return UseDatabase([&] { return m_Store.Acknowledge(acknowledgment, false); });
   }
 
   bool Unacknowledge(const std::string& serial, const std::string& reason) override {

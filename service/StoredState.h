@@ -27,7 +27,9 @@ class StoredState {
   // Returns the acknowledgments in effect.
   virtual std::vector<Acknowledgment> Acknowledgments() = 0;
 
-  // Replaces an acknowledgment of the same card and reason. Sets the user and the time.
+  // Replaces an acknowledgment of the same card and reason. Sets the user and the time. Call with
+  // the reason MISSING only if the card is missing according to the session, because the database
+  // alone does not know.
   virtual AcknowledgeResult Acknowledge(Acknowledgment& acknowledgment) = 0;
 
   // Returns false if no such acknowledgment was in effect.

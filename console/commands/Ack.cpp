@@ -49,14 +49,16 @@ bool HasReason(const StoredCard& card, const std::string& reason) {
                      [&](const Reason& each) { return each.m_Name == reason; });
 }
 
-// Acknowledging that a present card is missing would hide its removal. Any other reason may be
-// expected, for example DETACHED before a repair.
+Failure NotMissingFailure(const StoredCard& card) {
+  return Failure(
+      ExitCode::Refused, "NOT_MISSING", "ack " + card.Name(), "the card is not missing",
+      {"Acknowledge MISSING after the card has been removed.", "Nothing was changed."});
+}
+
+// Any reason but MISSING may be expected, for example DETACHED before a repair.
 void CheckReason(const Context& context, const StoredCard& card, const std::string& reason) {
   if (HasReason(card, reason)) return;
-  if (reason == kMissing) {
-    throw Failure(ExitCode::Refused, "NOT_MISSING", "ack " + card.Name(), "the card is not missing",
-                  {"Acknowledge MISSING after the card has been removed.", "Nothing was changed."});
-  }
+  if (Service::HidesRemoval(reason, true)) throw NotMissingFailure(card);
   context.m_Diagnostics.Note(
       "REASON_ABSENT",
       fmt::format("{} does not have the reason {} now; it is acknowledged when it occurs",
@@ -81,6 +83,8 @@ CommandResult Acknowledge(const Context& context, Service::StoredState& state,
       throw UnknownCardFailure("ack " + card.Name());
     case Service::AcknowledgeResult::UnknownReason:
       throw UnknownReasonFailure(context.m_Command, request.m_Reason);
+    case Service::AcknowledgeResult::NotMissing:
+      throw NotMissingFailure(card);
     case Service::AcknowledgeResult::Done:
       break;
   }

@@ -73,6 +73,8 @@ const ProblemRow kInvalidEventId = {400, "EVENT_ID_INVALID",
 const ProblemRow kTooManyStreams = {503, "STREAM_REFUSED", "Too many streams are open."};
 const ProblemRow kUnknownCard = {404, "UNKNOWN_CARD", "The card has never been seen."};
 const ProblemRow kPresent = {409, "CARD_PRESENT", "The card is present."};
+const ProblemRow kNotMissing = {409, "NOT_MISSING",
+                                "A card that is present cannot be acknowledged as MISSING."};
 const ProblemRow kUnknownReason = {400, "UNKNOWN_REASON", "No such reason."};
 const ProblemRow kNotAcknowledged = {404, "NOT_ACKNOWLEDGED", "The reason is not acknowledged."};
 const ProblemRow kNoDatabase = {500, "DATABASE_FAILED", "The database cannot be used."};
@@ -157,7 +159,7 @@ const std::vector<ApiRow> kRows = {
      "acknowledge a problem",
      PostAcknowledgment,
      {{201, "The acknowledgment.", kJsonType, "Acknowledgment"}},
-     {kInvalidBody, kUnknownReason, kUnknownCard, kBusy, kNoDatabase, kSlowDatabase},
+     {kInvalidBody, kUnknownReason, kUnknownCard, kNotMissing, kBusy, kNoDatabase, kSlowDatabase},
      {},
      "AcknowledgmentRequest"},
     {Method::Delete,

@@ -144,6 +144,10 @@ Response AcknowledgedResponse(AcknowledgeResult result, const Acknowledgment& ac
     case AcknowledgeResult::UnknownReason:
       return MakeProblem(400, "UNKNOWN_REASON",
                          fmt::format("{} is not a reason", acknowledgment.m_Reason));
+    case AcknowledgeResult::NotMissing:
+      return MakeProblem(409, "NOT_MISSING",
+                         fmt::format("card {} is not missing", acknowledgment.m_SerialNumber),
+                         "Acknowledge MISSING after the card has been removed.");
     default:
       return MakeJson(201, ToJson(acknowledgment));
   }

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "console/model/AcknowledgeableReasons.h"
+#include "console/model/EffectiveState.h"
 #include "service/state/CardRows.h"
 
 namespace Service {
@@ -36,6 +37,10 @@ Acknowledgment AcknowledgmentOf(const Statement& row) {
 bool IsAcknowledgeable(const std::string& reason) {
   const std::vector<std::string>& names = Console::AcknowledgeableReasons();
   return std::find(names.begin(), names.end(), reason) != names.end();
+}
+
+bool HidesRemoval(const std::string& reason, bool isPresent) {
+  return isPresent && reason == Console::kMissing;
 }
 
 AcknowledgeResult WriteAcknowledgment(Connection& connection,

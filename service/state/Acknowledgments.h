@@ -20,10 +20,14 @@ struct Acknowledgment {
   std::string m_Note;
 };
 
-enum class AcknowledgeResult { Done, UnknownCard, UnknownReason };
+enum class AcknowledgeResult { Done, UnknownCard, UnknownReason, NotMissing };
 
 // Whether `Console::AcknowledgeableReasons` contains the reason.
 bool IsAcknowledgeable(const std::string& reason);
+
+// Whether acknowledging the reason for a card that is present, or not, must be refused: nobody
+// would notice if a card acknowledged as missing were removed later.
+bool HidesRemoval(const std::string& reason, bool isPresent);
 
 // An acknowledgment stays in effect when its reason ends and recurs. It ends when it expires, when
 // it is removed, or when the card is forgotten.

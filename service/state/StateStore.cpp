@@ -310,9 +310,16 @@ ForgetResult StateStore::Forget(const std::string& serial, std::optional<bool> i
   return result;
 }
 
-AcknowledgeResult StateStore::Acknowledge(const Acknowledgment& acknowledgment) {
-  AcknowledgeResult result = AcknowledgeResult::Done;
-  Change([&](Connection& connection) { result = WriteAcknowledgment(connection, acknowledgment); });
+AcknowledgeResult StateStore::Acknowledge(const Acknowledgment& acknowledgment,
+                                          std::optional<bool> isPresent) {
+  AcknowledgeResult result = AcknowledgeResult::NotMissing;
+  Change([&](Connection& connection) {
+    const CardRows rows = ReadCardRows(connection);
+    const auto found = rows.find(acknowledgment.m_SerialNumber);
+    const bool wasSeen = found != rows.end() && found->second.m_Card.m_IsPresent;
+    if (HidesRemoval(acknowledgment.m_Reason, isPresent.value_or(wasSeen))) return;
+    result = WriteAcknowledgment(connection, acknowledgment);
+  });
   return result;
 }
 

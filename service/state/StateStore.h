@@ -56,8 +56,9 @@ class StateStore {
   ForgetResult Forget(const std::string& serial,
                       std::optional<bool> isPresent = std::nullopt) HOST_BLOCKS;
 
-  // See Acknowledgments.h.
-  AcknowledgeResult Acknowledge(const Acknowledgment& acknowledgment) HOST_BLOCKS;
+  // See Acknowledgments.h. `isPresent` is the same as for `Forget`.
+  AcknowledgeResult Acknowledge(const Acknowledgment& acknowledgment,
+                                std::optional<bool> isPresent = std::nullopt) HOST_BLOCKS;
   bool Unacknowledge(const std::string& serial, const std::string& reason,
                      std::uint64_t nowMs) HOST_BLOCKS;
   std::vector<Acknowledgment> Acknowledgments(std::uint64_t nowMs) HOST_BLOCKS;

@@ -47,6 +47,18 @@ teardown_file() {
   same '[]' "$(json listed 'd["acknowledgments"]')"
 }
 
+@test "MISSING is acknowledged only for a missing card" {
+  ask present POST /v1/cards/S200/ack '{"reason": "MISSING"}'
+  problem present 409 NOT_MISSING
+  same '"card S200 is not missing"' "$(json present 'd["detail"]')"
+  ask listed GET /v1/acknowledgments
+  same '[]' "$(json listed 'd["acknowledgments"]')"
+  ask missing POST /v1/cards/GONE/ack '{"reason": "MISSING"}'
+  responded missing 201
+  ask removed DELETE "/v1/cards/GONE/ack?reason=MISSING"
+  responded removed 204
+}
+
 @test "the history contains the first reading" {
   has_value() {
     ask history GET "/v1/cards/S100/history?field=temperature_celsius"

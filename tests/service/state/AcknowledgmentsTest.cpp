@@ -13,7 +13,7 @@ class Acknowledgments : public StateTest::StoreTest {
 
   AcknowledgeResult Acknowledge(const std::string& serial, const std::string& reason,
                                 std::optional<std::uint64_t> until = std::nullopt) {
-    return m_Store.Acknowledge({serial, reason, "anna", kStart, until, "fan ordered"});
+    return m_Store.Acknowledge({serial, reason, "anna", kStart, until, "fan ordered"}, false);
   }
 
   // Returns the acknowledgments in effect at `nowMs`: "S0 MISSING, S1 FLASHBACK".
@@ -50,6 +50,17 @@ TEST_F(Acknowledgments, ExpireAtTheirExpiryTime) {
 TEST_F(Acknowledgments, NeverExpireAtTheMaximumExpiryTime) {
   Acknowledge("S0", "FLASHBACK", 18446744073709551615U);
   EXPECT_EQ(ActiveAt(9223372036854775806U), "S0 FLASHBACK");
+}
+
+TEST_F(Acknowledgments, RefuseMissingForACardThatIsPresent) {
+  const auto acknowledge = [this](const char* serial, const char* reason) {
+    return m_Store.Acknowledge({serial, reason, "anna", kStart, std::nullopt, ""});
+  };
+  EXPECT_EQ(acknowledge("S1", "MISSING"), AcknowledgeResult::NotMissing);
+  EXPECT_EQ(acknowledge("S1", "DETACHED"), AcknowledgeResult::Done);
+  Record(kStart + kHour, CardsOf({"S0"}));
+  EXPECT_EQ(acknowledge("S1", "MISSING"), AcknowledgeResult::Done);
+  EXPECT_EQ(ActiveAt(kStart + kHour), "S1 DETACHED, S1 MISSING");
 }
 
 TEST_F(Acknowledgments, ReplaceEarlierAcknowledgments) {
@@ -92,7 +103,7 @@ TEST_F(Acknowledgments, AreRemovedWithTheirCard) {
 
 TEST_F(Acknowledgments, KeepStringsUnchanged) {
   const std::string unusual("a'b\"c; DROP TABLE host_state\xff\0d", 31);
-  m_Store.Acknowledge({"S0", "MISSING", unusual, kStart, std::nullopt, unusual});
+  m_Store.Acknowledge({"S0", "MISSING", unusual, kStart, std::nullopt, unusual}, false);
   const auto all = m_Store.Acknowledgments(kStart);
   ASSERT_EQ(all.size(), 1U);
   EXPECT_EQ(all[0].m_User, unusual);
