@@ -118,7 +118,7 @@ void WaitForChange(Context& context, LiveModel& live, milliseconds timeout, cons
 CommandResult Run(Context& context) {
   const Condition condition(context.m_Arguments[1]);
   const auto timeout = ParseDuration("--timeout", context.m_Options.m_Timeout);
-  Session& session = context.OpenForEvents();
+  Session& session = context.OpenToFollow();
   const auto start = steady_clock::now();
   const Deadline deadline(timeout);
   session.SetDeadline(deadline);

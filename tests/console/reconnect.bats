@@ -169,3 +169,15 @@ print(json.load(sys.stdin)["observed_at"])')" \> "$STARTED" ]; }
   kill -KILL "$(pid_of cat)"
   ends 0
 }
+
+@test "wait continues after the service was killed and started again" {
+  start
+  follow wait a0 "temperature_celsius>60" --timeout 2m
+  kill_both
+  eventually has_losses 1
+  cardsim set card0 temp_internal_deg_c 61
+  start
+  ends 0
+  grep -qE "^a0 temperature_celsius>60: 61(\.0)? ?°C after " "$BATS_TEST_TMPDIR/follow.out" ||
+    { cat "$BATS_TEST_TMPDIR/follow.out"; false; }
+}
