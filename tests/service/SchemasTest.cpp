@@ -55,6 +55,28 @@ TEST(Schemas, ValidateBodies) {
   }
 }
 
+TEST(Schemas, NameTheMemberAndItsValidValues) {
+  const struct {
+    const char* m_Schema;
+    const char* m_Body;
+    const char* m_Error;
+  } rows[] = {
+      {"OperationRequest", R"({"confirm": "yes"})", "confirm: must be true or false"},
+      {"OperationRequest", R"({"foo": 1})", "unknown member 'foo'; valid: dry_run, confirm, force"},
+      {"OperationRequest", "[]", "must be a JSON object"},
+      {"FormatRequest", R"({"sector_size": 0})",
+       "sector_size: must be an integer from 1 to 4294967295"},
+      {"SessionCommand", R"({"object": 1})", "command: required"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(row.m_Error, ValidationError(json::parse(row.m_Body), row.m_Schema)) << row.m_Body;
+  }
+  EXPECT_EQ("severity: must be one of information, warning, error",
+            ParameterError("severity", "bad"));
+  EXPECT_EQ("limit: must be an integer from 0 to 1000000000", ParameterError("limit", "-1"));
+  EXPECT_EQ("fresh: must be 1", ParameterError("fresh", "2"));
+}
+
 struct ParameterRow {
   const char* m_Name;
   std::string m_Text;
