@@ -4,6 +4,7 @@
 #include <string>
 #include <system_error>
 
+#include "console/plugin/EventLogClient.h"
 #include "console/plugin/UnreadableRecords.h"
 #include "host/Database.h"
 #include "hostkit/Paths.h"
@@ -35,7 +36,7 @@ class CardRecorder : public Console::CardStore {
     std::error_code error;
     const auto status = std::filesystem::status(HostKit::DatabaseFile().string(), error);
     if (status.type() == std::filesystem::file_type::not_found) return;
-    throw Console::UnreadableRecordsFailure(cause, true);
+    throw Console::UnreadableRecordsFailure(cause, Console::DatabaseAdvice());
   }
 
   StateStore m_Store;

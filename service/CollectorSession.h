@@ -27,6 +27,7 @@ class CollectorSession : public Console::CommandSession {
   ~CollectorSession() override;
 
   Console::PluginInfo Info() const override { return m_Snapshot->m_Info; }
+  bool IsShared() const override { return true; }
   bool HasCards() const override { return m_Snapshot->m_HasCards; }
   std::size_t FailedThreads() const override { return m_Collector.FailedThreads(); }
   Console::CardRecords Cards() const override { return m_Store.Get()->m_Cards; }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/Database.h"
+#include "hostkit/Paths.h"
 #include "hostkit/database/OwnTables.h"
 
 namespace Service {
@@ -94,6 +95,7 @@ void EventSummary::ReadCounts() {
     for (const auto& [kind, count] : m_Counts) m_Earlier[kind] += count;
   }
   m_Counts = std::move(counts);
+  m_HasCounts = true;
 }
 
 std::vector<LoggedEvent> EventSummary::ReadEvents(std::uint64_t sinceMs, std::size_t limit) {
@@ -112,8 +114,13 @@ std::vector<LoggedEvent> EventSummary::ReadEvents(std::uint64_t sinceMs, std::si
   return events;
 }
 
+std::vector<std::string> EventSummary::DatabaseAdvice() const {
+  return Console::ServiceDatabaseAdvice(HostKit::DatabaseFile().string());
+}
+
 std::vector<EventCount> EventSummary::CountEvents() {
   const Base::MutexLock lock(m_Lock);
+  if (!m_HasCounts) throw DBEXCEPTION::DatabaseException("the log has not been read yet");
   Counts sums = m_Earlier;
   for (const auto& [kind, count] : m_Counts) sums[kind] += count;
   std::vector<EventCount> counts;

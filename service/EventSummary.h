@@ -11,13 +11,14 @@
 #include <vector>
 
 #include "base/Mutex.h"
+#include "console/plugin/DatabaseAdvice.h"
 #include "console/plugin/EventLogClient.h"
 
 namespace Service {
 
 // Keeps the number of events of each kind and, for each object, the newest event of each kind. If
 // the log is replaced, keeps what was counted before. Thread-safe.
-class EventSummary : public Console::EventSource {
+class EventSummary : public Console::EventSource, public Console::DatabaseAdviser {
  public:
   // Reads the events that were logged since the last successful call. The writer of events calls
   // this after logging them; the first call reads the log of earlier runs. Blocks, also while
@@ -28,8 +29,9 @@ class EventSummary : public Console::EventSource {
   // `HostKit::ReadEvents`. Does not block.
   std::vector<HostKit::LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) override;
   // Returns the same as `HostKit::CountEvents`, or higher counts if the log was replaced. Does not
-  // block.
+  // block. Throws `DBEXCEPTION::DatabaseException` if the log has never been read.
   std::vector<HostKit::EventCount> CountEvents() override;
+  std::vector<std::string> DatabaseAdvice() const override;
 
  private:
   // Event id, object type, serial number, and name of an object without a serial number.
@@ -57,8 +59,9 @@ class EventSummary : public Console::EventSource {
   std::int64_t m_Last HOST_GUARDED_BY(m_Lock) = 0;  // number of the newest event read
   std::map<Kind, Entry> m_Newest HOST_GUARDED_BY(m_Lock);
   std::uint64_t m_Places HOST_GUARDED_BY(m_Lock) = 0;  // number of events read
-  Counts m_Counts HOST_GUARDED_BY(m_Lock);             // in the current log
-  Counts m_Earlier HOST_GUARDED_BY(m_Lock);            // in the logs that it replaced
+  bool m_HasCounts HOST_GUARDED_BY(m_Lock) = false;
+  Counts m_Counts HOST_GUARDED_BY(m_Lock);   // in the current log
+  Counts m_Earlier HOST_GUARDED_BY(m_Lock);  // in the logs that it replaced
 };
 
 }  // namespace Service

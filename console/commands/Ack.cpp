@@ -50,9 +50,8 @@ bool HasReason(const StoredCard& card, const std::string& reason) {
 }
 
 Failure NotMissingFailure(const StoredCard& card) {
-  return Failure(
-      ExitCode::Refused, "NOT_MISSING", "ack " + card.Name(), "the card is not missing",
-      {"Acknowledge MISSING after the card has been removed.", "Nothing was changed."});
+  return Failure(ExitCode::Refused, "NOT_MISSING", "ack " + card.Name(), "the card is not missing",
+                 {"Acknowledge MISSING after the card has been removed.", "Nothing was changed."});
 }
 
 // Any reason but MISSING may be expected, for example DETACHED before a repair.

@@ -63,7 +63,8 @@ std::vector<Acknowledgment> ReadAcknowledgments(Context& context) {
     return Service::OpenStoredState(context.Open())->Acknowledgments();
   } catch (const Failure& failure) {
     if (failure.m_Code == ExitCode::TimedOut) throw;
-    ReportUnreadableRecords(UnreadableRecordsFailure(failure.m_Text, false), context.m_Diagnostics);
+    ReportUnreadableRecords(UnreadableRecordsFailure(failure.m_Text, failure.m_Advice),
+                            context.m_Diagnostics);
     return {};
   }
 }

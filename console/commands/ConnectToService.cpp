@@ -85,7 +85,8 @@ std::unique_ptr<Session> Connect(const SessionRequest& request, const std::files
     NoteSimulatedService(request.m_Diagnostics);
   }
   if (const std::string& cause = session->RecordsFailure(); !cause.empty()) {
-    ReportUnreadableRecords(UnreadableRecordsFailure(cause, false), request.m_Diagnostics);
+    ReportUnreadableRecords(UnreadableRecordsFailure(cause, session->DatabaseAdvice()),
+                            request.m_Diagnostics);
   }
   return session;
 }

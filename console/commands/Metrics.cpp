@@ -1,12 +1,17 @@
 // metrics: print metrics, or write them to a file for a collector.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
 #include <optional>
+#include <set>
+#include <string>
+#include <vector>
 
 #include "console/base/TextFile.h"
 #include "console/base/Timestamp.h"
 #include "console/cli/CommandTable.h"
+#include "console/plugin/UnreadableRecords.h"
 #include "console/render/CommandResult.h"
 #include "console/render/MetricFamilies.h"
 #include "console/render/OpenMetrics.h"
@@ -50,6 +55,23 @@ Json FamilyJson(const Family& family) {
   return json;
 }
 
+// Whether no message says that the database cannot be used.
+bool CanUseDatabase(const Diagnostics& diagnostics) {
+  static const std::set<std::string> ids = {kNoEventLog, "DATABASE_FAILED", "EVENTS_NOT_LOGGED"};
+  const std::vector<Message>& messages = diagnostics.Messages();
+  return UnreadableRecords(diagnostics).empty() &&
+         std::none_of(messages.begin(), messages.end(),
+                      [](const Message& each) { return ids.count(each.m_Id) > 0; });
+}
+
+// Returns empty, and adds a note, if the events cannot be counted.
+std::optional<std::vector<HostKit::EventCount>> CountEvents(Context& context) {
+  const std::size_t before = context.m_Diagnostics.Messages().size();
+  std::vector<HostKit::EventCount> events = context.EventLog().Count();
+  if (context.m_Diagnostics.Messages().size() > before) return std::nullopt;
+  return events;
+}
+
 // The collector ignores all other files without a message.
 void NoteIgnoredFile(Context& context, const std::string& file) {
   if (file.empty() || boost::ends_with(file, ".prom")) return;
@@ -71,7 +93,8 @@ CommandResult Run(Context& context) {
     input.m_ScannedAt = session.Times().m_ScannedAt;
     input.m_Now = NowMs();
   }
-  input.m_Events = context.EventLog().Count();
+  input.m_Events = CountEvents(context);
+  input.m_IsDatabaseUp = CanUseDatabase(context.m_Diagnostics);
   const std::vector<Family> families = CollectMetrics(input);
   const std::string& file = context.m_Options.m_TextFile;
   if (!file.empty()) ReplaceTextFile(file, PlainMetricsText(families));

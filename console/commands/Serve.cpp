@@ -88,7 +88,8 @@ Command ServeCommand() {
   command.m_Description =
       "Runs in the foreground until Ctrl-C or SIGTERM, or for the time given with --for. The "
       "plug-in runs in a separate process, which is restarted if it exits. Clients send HTTP "
-      "requests to the socket; reads never wait for a card. The default socket is CORVANE_SOCKET, "
+      "requests to the socket, which GET /v1/openapi.json describes; reads never wait for a card. "
+      "The default socket is CORVANE_SOCKET, "
       "or "
       "/run/corvane/corvane.sock for root and $XDG_RUNTIME_DIR/corvane/corvane.sock for other "
       "users; "

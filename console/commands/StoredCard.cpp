@@ -5,6 +5,7 @@
 #include "console/base/Failure.h"
 #include "console/model/FieldTable.h"
 #include "console/model/Selectors.h"
+#include "console/model/SerialNumbers.h"
 
 namespace Console {
 namespace {
@@ -24,7 +25,10 @@ StoredCard SelectStoredCard(const Model& model, Service::StoredState& state, con
   if (const Object* adapter = AdapterOf(model, *object)) object = adapter;
   if (object->m_Kind != Kind::Adapter) throw NotAnAdapter(*object, what);
   const std::string serial = FieldText(*object, "serial_number");
-  if (!serial.empty()) return {object->m_Selector, serial, object};
+  if (!serial.empty()) {
+    RequireUniqueSerial(model, serial);
+    return {object->m_Selector, serial, object};
+  }
   throw Failure(ExitCode::Refused, "NO_SERIAL_NUMBER",
                 fmt::format("{} {}", what, object->m_Selector),
                 "the card has no serial number to identify it in the database");

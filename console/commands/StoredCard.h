@@ -21,7 +21,7 @@ struct StoredCard {
 
 // Returns the adapter that `text` names, itself or by its drive, or the known card with the serial
 // number `text` if no object matches. `what` names the command. Throws `Failure` if neither exists
-// or the object is not an adapter with a serial number.
+// or the object is not an adapter with a serial number of its own.
 StoredCard SelectStoredCard(const Model& model, Service::StoredState& state, const char* what,
                             const std::string& text);
 

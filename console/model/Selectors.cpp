@@ -11,6 +11,7 @@
 
 #include "console/base/Failure.h"
 #include "console/model/FieldTable.h"
+#include "console/model/SerialNumbers.h"
 
 namespace Console {
 namespace {
@@ -121,7 +122,7 @@ const Object* Only(const Matches& matches, const std::string& text) {
   if (matches.size() == 1) return matches.front();
   std::vector<std::string> all;
   for (const Object* match : matches) all.push_back(DescribeObject(*match));
-  throw Failure(ExitCode::NoObject, "AMBIGUOUS", text,
+  throw Failure(ExitCode::NoObject, kAmbiguous, text,
                 fmt::format("ambiguous, matches {} objects", matches.size()),
                 {"Matches: " + ListText(all),
                  fmt::format("Pass one of these names, such as {}.", matches.front()->m_Selector)});

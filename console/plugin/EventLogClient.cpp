@@ -10,22 +10,30 @@
 #include "base/TrustedPath.h"
 #include "console/base/Failure.h"
 #include "console/model/FieldTable.h"
+#include "console/plugin/DatabaseAdvice.h"
 #include "host/Database.h"
 #include "hostkit/Paths.h"
 
 namespace Console {
 namespace {
 
+// Returns the advice of the source, which is the database of this process if it is null.
+std::vector<std::string> AdviceOf(const EventSource* source) {
+  const auto* const adviser = dynamic_cast<const DatabaseAdviser*>(source);
+  return adviser == nullptr ? DatabaseAdvice() : adviser->DatabaseAdvice();
+}
+
 // Checks the permissions of the file, because the database's error does not mention them. Skips
 // this check for an untrusted file, because the kernel also denies access to other users' links in
 // directories such as /tmp.
-Failure LogFailure(const std::string& why) {
+Failure LogFailure(const std::string& why, const EventSource* source) {
   const std::string file = HostKit::DatabaseFile().string();
   const bool isTrusted = Base::ResolveTrusted(file).m_TrustError.empty();
   const bool denied = isTrusted && access(file.c_str(), R_OK) != 0 && errno == EACCES;
   return Failure(denied || !isTrusted ? ExitCode::Permission : ExitCode::Failed, kNoEventLog,
                  fmt::format("cannot read the event log {}", file),
-                 denied ? std::strerror(EACCES) : why, {"Pass another database with --database."});
+                 denied ? std::strerror(EACCES) : why,
+                 {AdviceOf(source).back()});  // the text contains the file
 }
 
 }  // namespace
@@ -83,7 +91,7 @@ std::vector<LoggedEvent> EventLogClient::ReadOrThrow(std::uint64_t sinceMs, std:
   try {
     return ReadSource(sinceMs, limit);
   } catch (const DBEXCEPTION::DatabaseException& e) {
-    throw LogFailure(e.what());
+    throw LogFailure(e.what(), m_pSource);
   }
 }
 
@@ -100,20 +108,25 @@ std::vector<LoggedEvent> EventLogClient::Read(std::uint64_t sinceMs, std::size_t
 }
 
 std::vector<HostKit::EventCount> EventLogClient::Count() {
+  std::string why;
   try {
     return m_pSource != nullptr ? m_pSource->CountEvents() : HostKit::CountEvents();
   } catch (const DBEXCEPTION::DatabaseException& e) {
-    m_Diagnostics.Note("DATABASE_FAILED", fmt::format("the events cannot be counted: {}", e.what()),
-                       DatabaseAdvice());
-    return {};
+    why = e.what();
+  } catch (const Failure& failure) {
+    if (failure.m_Id != kNoEventLog) throw;
+    why = failure.m_Text;
   }
+  m_Diagnostics.Note("DATABASE_FAILED", fmt::format("the events cannot be counted: {}", why),
+                     AdviceOf(m_pSource));
+  return {};
 }
 
 void EventLogClient::ReportUnusable(const std::string& why) {
   if (m_IsReportedUnusable) return;
   m_IsReportedUnusable = true;
   m_Diagnostics.Note(kNoEventLog, fmt::format("cannot use the event log: {}", why),
-                     DatabaseAdvice());
+                     AdviceOf(m_pSource));
 }
 
 std::vector<std::string> DatabaseAdvice() {

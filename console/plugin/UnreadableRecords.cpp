@@ -3,8 +3,6 @@
 #include <regex>
 #include <vector>
 
-#include "console/plugin/EventLogClient.h"
-
 namespace Console {
 namespace {
 
@@ -12,11 +10,10 @@ constexpr const char* kNoKnownCards = "NO_KNOWN_CARDS";
 
 }  // namespace
 
-Failure UnreadableRecordsFailure(const std::string& cause, bool isOwnDatabase) {
-  std::vector<std::string> advice = {"Missing cards and acknowledgments are not shown."};
-  const std::vector<std::string> database = DatabaseAdvice();
-  if (isOwnDatabase) advice.insert(advice.end(), database.begin(), database.end());
-  return Failure(ExitCode::Failed, kNoKnownCards, "cannot read the known cards", cause, advice);
+Failure UnreadableRecordsFailure(const std::string& cause, const std::vector<std::string>& advice) {
+  std::vector<std::string> lines = {"Missing cards and acknowledgments are not shown."};
+  lines.insert(lines.end(), advice.begin(), advice.end());
+  return Failure(ExitCode::Failed, kNoKnownCards, "cannot read the known cards", cause, lines);
 }
 
 void ReportUnreadableRecords(const Failure& failure, Diagnostics& diagnostics) {

@@ -9,8 +9,8 @@
 
 namespace Console {
 
-// Returns the error. The advice names the database if it is the one of this process.
-Failure UnreadableRecordsFailure(const std::string& cause, bool isOwnDatabase);
+// Returns the error. `advice` says which database it is, and how to select another one.
+Failure UnreadableRecordsFailure(const std::string& cause, const std::vector<std::string>& advice);
 
 // Adds the error, unless it has been added before. The command continues with the cards that are
 // present.

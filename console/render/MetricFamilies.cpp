@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
+#include <map>
+#include <tuple>
 
 #include "base/Printable.h"
 #include "console/base/Output.h"
@@ -207,17 +209,50 @@ Samples Days(const MetricRow& row, const Source& source) {
   return samples;
 }
 
+Samples DatabaseUp(const MetricRow&, const Source& source) {
+  return {{{}, source.m_Observed.m_IsDatabaseUp ? "1" : "0"}};
+}
+
+// A detachment by force that fails is reported as an error, other ones as warnings.
+constexpr std::pair<std::uint32_t, std::uint32_t> kHigherSeverities[] = {
+    {PI::Event::CTRL_DETACH_FAILED, PI::SEVERITY_ERROR},
+};
+
+using EventKind = std::tuple<std::uint32_t, std::uint32_t, std::string>;
+
+// Returns all events that the known cards can have, as in `HostKit::EventCount`, with a count of 0.
+std::map<EventKind, std::uint64_t> PossibleEvents(const Source& source) {
+  std::map<EventKind, std::uint64_t> counts;
+  if (source.m_Observed.m_pModel == nullptr) return counts;
+  for (const Object& object : source.m_Observed.m_pModel->Objects()) {
+    const std::string serial = SerialOf(*source.m_Observed.m_pModel, object);
+    if (object.m_Kind != Kind::Adapter || serial.empty()) continue;
+    for (const std::uint32_t event : HostKit::NumbersOf(HostKit::Family::Event)) {
+      counts[{event, HostKit::SeverityOf(event), serial}] = 0;
+    }
+    for (const auto& [event, severity] : kHigherSeverities) counts[{event, severity, serial}] = 0;
+  }
+  return counts;
+}
+
+// An event that has never occurred has the value 0, because Prometheus sees an increase only
+// between two samples of a series.
 Samples Events(const MetricRow&, const Source& source) {
+  if (!source.m_Observed.m_Events) return {};
+  std::map<EventKind, std::uint64_t> counts = PossibleEvents(source);
+  for (const HostKit::EventCount& event : *source.m_Observed.m_Events) {
+    counts[{event.m_EventID, event.m_Severity, event.m_SerialNumber}] = event.m_Count;
+  }
   Samples samples;
-  for (const HostKit::EventCount& event : source.m_Observed.m_Events) {
+  for (const auto& [kind, count] : counts) {
+    const auto& [event, severity, serial] = kind;
     Labels labels;
-    if (!event.m_SerialNumber.empty())
-      labels.emplace_back("adapter", LabelText(event.m_SerialNumber));
-    labels.emplace_back("event_id", fmt::format("{}", event.m_EventID));
-    const std::string name = NameOf(HostKit::Family::Event, event.m_EventID);
+    if (!serial.empty()) labels.emplace_back("adapter", LabelText(serial));
+    labels.emplace_back("event_id", fmt::format("{}", event));
+    const std::string name = NameOf(HostKit::Family::Event, event);
     if (!name.empty()) labels.emplace_back("event", name);
-    labels.emplace_back("severity", SeverityName(event.m_Severity));
-    samples.push_back({labels, fmt::format("{}", event.m_Count)});
+    labels.emplace_back("severity", SeverityName(severity));
+    samples.push_back({labels, fmt::format("{}", count)});
   }
   return samples;
 }
@@ -256,6 +291,8 @@ constexpr MetricRow kMetrics[] = {
     // name                                type unit    samples       field, help
     {"plugin_up",                            G, "",        PluginUp,     nullptr,
      "Whether the plug-in could be loaded and read."},
+    {"database_up",                          G, "",        DatabaseUp,   nullptr,
+     "Whether the host can read its database and write events to it."},
     {"adapters",                             G, "",        AdapterCount, nullptr,
      "Number of adapters found by the plug-in."},
     {"adapter",                              I, "",        Info<A>,      nullptr,
@@ -303,8 +340,9 @@ constexpr MetricRow kMetrics[] = {
     {"drive_sector_size_bytes",              G, "bytes",   Numbers<D>,   "sector_size_bytes",
      "Sector size of the drive."},
     {"events",                               C, "",        Events,       nullptr,
-     "Events ever written to the event log, by the card's serial number. A service logs all events; "
-     "without a service, events are logged only while a command runs."},
+     "Events ever written to the event log, by the card's serial number; 0 for the other possible "
+     "events of the known cards. A service logs all events; without a service, events are logged "
+     "only while a command runs."},
     {"scan_last_duration_seconds",           G, "seconds", StartSeconds, nullptr,
      "Duration of the plug-in's start, including the first scan of all cards."},
     {"scan_last_age_seconds",                G, "seconds", ScanAge,      nullptr,

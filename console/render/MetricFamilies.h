@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,7 +38,11 @@ struct MetricInput {
   std::uint64_t m_ScannedAt = 0;  // last successful scan, in milliseconds since the epoch; 0: none
   std::uint64_t m_Now = 0;        // in milliseconds since the epoch
   double m_StartSeconds = 0;      // duration of the plug-in's start, including its first scan
-  std::vector<HostKit::EventCount> m_Events;
+  // Whether events can be read from the database and written to it.
+  bool m_IsDatabaseUp = true;
+  // Empty if the events cannot be counted; they then have no series, because 0 would look like a
+  // new database.
+  std::optional<std::vector<HostKit::EventCount>> m_Events;
 };
 
 // Returns all families, including those without samples.

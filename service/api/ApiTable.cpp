@@ -7,9 +7,11 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 
+#include "console/model/SerialNumbers.h"
 #include "service/Audit.h"
 #include "service/Log.h"
 #include "service/api/CardsApi.h"
@@ -49,7 +51,8 @@ const ResponseRow kJob = {202, "The job that runs the operation.", kJsonType, "J
 const ProblemRow kDown = {503, "PLUGIN_DOWN", "The plug-in is not running."};
 const ProblemRow kEnded = {503, "PLUGIN_ENDED", "The plug-in process exited during the change."};
 const ProblemRow kNoObject = {404, "NO_SUCH_OBJECT", "No such card or drive."};
-const ProblemRow kAmbiguous = {404, "AMBIGUOUS", "The name matches more than one object."};
+const ProblemRow kAmbiguous = {409, "AMBIGUOUS", "The name matches more than one object."};
+const ProblemRow kSharedSerial = {409, "AMBIGUOUS", "Several cards have this serial number."};
 const ProblemRow kTimedOut = {504, "TIMED_OUT", "The plug-in is not responding."};
 const ProblemRow kSlowDatabase = {504, "DATABASE_TIMED_OUT", "The database is not responding."};
 const ProblemRow kBusy = {503, "TOO_MANY_CALLS", "Too many requests are waiting."};
@@ -71,7 +74,7 @@ const ProblemRow kNoLog = {500, "NO_EVENT_LOG", "The event log cannot be read."}
 const ProblemRow kInvalidEventId = {400, "EVENT_ID_INVALID",
                                     "Last-Event-ID is not a valid event number."};
 const ProblemRow kTooManyStreams = {503, "STREAM_REFUSED", "Too many streams are open."};
-const ProblemRow kUnknownCard = {404, "UNKNOWN_CARD", "The card has never been seen."};
+const ProblemRow kUnknownCard = {404, "UNKNOWN_CARD", "The card is not known."};
 const ProblemRow kPresent = {409, "CARD_PRESENT", "The card is present."};
 const ProblemRow kNotMissing = {409, "NOT_MISSING",
                                 "A card that is present cannot be acknowledged as MISSING."};
@@ -407,12 +410,25 @@ std::string LoggedChange(const ApiRow& row, const Http::Request& request) {
   return text;
 }
 
-// Calls the handler of the row, after logging the request if the row is for changes.
+bool IsForCard(const ApiRow& row) {
+  return std::string_view(row.m_Path).find("{serial}") != std::string_view::npos;
+}
+
+// Calls the handler of the row, unless several cards have the serial number in the path.
+Http::Reply Respond(const ApiRow& row, const ApiContext& api, const Http::Request& request) {
+  if (!IsForCard(row)) return row.m_Function(api, request);
+  return ReplyOf([&] {
+    Console::RequireUniqueSerial(ModelOf(*api.m_Store.Get()), request.m_Parameters.at("serial"));
+    return row.m_Function(api, request);
+  });
+}
+
+// Responds to the request, after logging it if the row is for changes.
 Http::Reply Handle(const ApiRow& row, const ApiContext& api, const Http::Request& request) {
-  if (row.m_Access != Access::Change) return row.m_Function(api, request);
+  if (row.m_Access != Access::Change) return Respond(row, api, request);
   const std::string change = LoggedChange(row, request);
   LogChange(request.m_Peer, change);
-  Http::Reply reply = row.m_Function(api, request);
+  Http::Reply reply = Respond(row, api, request);
   const auto* const response = std::get_if<Http::Response>(&reply);
   if (response != nullptr && response->m_Status >= 400) {
     const auto problem = nlohmann::ordered_json::parse(*response->m_Body, nullptr, false);
@@ -473,6 +489,7 @@ std::vector<const char*> HeadersOf(const ApiRow& row) {
 
 std::vector<ProblemRow> ProblemsOf(const ApiRow& row) {
   std::vector<ProblemRow> problems = row.m_Problems;
+  if (IsForCard(row)) problems.push_back(kSharedSerial);
   if (HonorsKey(row)) problems.insert(problems.end(), {kInvalidKey, kReusedKey});
   return problems;
 }

@@ -37,7 +37,7 @@ struct ApiRow {
   const char* m_Summary;
   ApiFunction m_Function;
   std::vector<ResponseRow> m_Responses;
-  std::vector<ProblemRow> m_Problems = {};  // except those of its headers
+  std::vector<ProblemRow> m_Problems = {};  // except those of its path and headers
   std::vector<const char*> m_Query = {};    // names of parameters
   const char* m_Body = nullptr;             // name of a schema; null: no body
   std::vector<const char*> m_Headers = {};  // names of parameters that only this row honors
@@ -47,7 +47,7 @@ struct ApiRow {
 // Idempotency-Key, and every response that may be a 304 honors If-None-Match.
 std::vector<const char*> HeadersOf(const ApiRow& row);
 
-// Returns all problems of the row, including those of its headers.
+// Returns all problems of the row, including those of its path and headers.
 std::vector<ProblemRow> ProblemsOf(const ApiRow& row);
 
 const std::vector<ApiRow>& ApiRows();

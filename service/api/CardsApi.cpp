@@ -6,8 +6,10 @@
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "console/base/Timestamp.h"
+#include "host/Database.h"
 #include "service/api/Documents.h"
 
 namespace Service {
@@ -48,11 +50,17 @@ Reply AnswerObjects(const ApiContext& api, const Request& request, CommandFor co
   });
 }
 
-CommandFor ShowCommand(const Request& request, const std::string& suffix) {
-  return
-      [serial = request.m_Parameters.at("serial"), suffix](const Snapshot& snapshot) -> Arguments {
-        return {"show", "-o", "json", CardName(snapshot, serial) + suffix};
-      };
+Arguments ShowCommand(const std::string& object) {
+  return {"show", "-o", "json", object};
+}
+
+// Returns no counts if the log has never been read.
+std::vector<HostKit::EventCount> CountsOf(EventSummary& summary) {
+  try {
+    return summary.CountEvents();
+  } catch (const DBEXCEPTION::DatabaseException&) {
+    return {};
+  }
 }
 
 }  // namespace
@@ -64,11 +72,17 @@ Reply GetCards(const ApiContext& api, const Request& request) {
 }
 
 Reply GetCard(const ApiContext& api, const Request& request) {
-  return AnswerObjects(api, request, ShowCommand(request, ""));
+  return AnswerObjects(api, request,
+                       [serial = request.m_Parameters.at("serial")](const Snapshot& snapshot) {
+                         return ShowCommand(CardName(snapshot, serial));
+                       });
 }
 
 Reply GetDrive(const ApiContext& api, const Request& request) {
-  return AnswerObjects(api, request, ShowCommand(request, "/d" + request.m_Parameters.at("drive")));
+  return AnswerObjects(
+      api, request,
+      [serial = request.m_Parameters.at("serial"), drive = request.m_Parameters.at("drive")](
+          const Snapshot& snapshot) { return ShowCommand(DriveName(snapshot, serial, drive)); });
 }
 
 Reply GetStatus(const ApiContext& api, const Request&) {
@@ -95,7 +109,7 @@ Reply GetEvents(const ApiContext& api, const Request& request) {
 Reply GetMetrics(const ApiContext& api, const Request&) {
   const SnapshotPtr snapshot = api.m_Store.Get();
   const std::uint64_t second = Console::NowMs() / 1000;
-  return api.m_Metrics.Get({snapshot->m_Number, second, api.m_Summary.CountEvents()}, [&] {
+  return api.m_Metrics.Get({snapshot->m_Number, second, CountsOf(api.m_Summary)}, [&] {
     return RespondFromSnapshot(api, snapshot, {"metrics"}, kOpenMetrics, &api.m_Summary);
   });
 }

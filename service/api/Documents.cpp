@@ -1,14 +1,19 @@
 #include "service/api/Documents.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <memory>
 #include <utility>
 #include <variant>
 
+#include "console/base/Number.h"
 #include "console/model/FieldTable.h"
 #include "console/model/Model.h"
+#include "console/model/SerialNumbers.h"
+#include "console/plugin/DatabaseAdvice.h"
+#include "hostkit/Paths.h"
 #include "service/CollectorSession.h"
 #include "service/api/ServedCommand.h"
 #include "service/api/SnapshotSession.h"
@@ -21,12 +26,38 @@ using Console::ExitCode;
 using Console::Failure;
 using Http::Response;
 
+const Console::Object& RequireCard(const Console::Model& model, const std::string& serial) {
+  Console::RequireUniqueSerial(model, serial);
+  for (const Console::Object& object : model.Objects()) {
+    const bool isCard = object.m_Kind == Console::Kind::Adapter;
+    if (isCard && Console::FieldText(object, "serial_number") == serial) return object;
+  }
+  throw Failure(ExitCode::NoObject, "NO_SUCH_OBJECT",
+                fmt::format("no card with serial number {}", serial));
+}
+
+// Returns the numbers of the card's drives, as in their names.
+std::vector<std::string> DriveNumbers(const Console::Model& model, const Console::Object& card) {
+  const std::string prefix = card.m_Selector + "/d";
+  std::vector<std::string> numbers;
+  for (const Console::Object& object : model.Objects()) {
+    const bool isDrive = object.m_Selector.rfind(prefix, 0) == 0;
+    if (isDrive) numbers.push_back(object.m_Selector.substr(prefix.size()));
+  }
+  return numbers;
+}
+
 Response MakeProblem(const Failure& failure) {
   const std::string hint = failure.m_Advice.empty() ? std::string() : failure.m_Advice.front();
-  return Http::MakeProblem(StatusOf(failure.m_Code), failure.m_Id, failure.what(), hint);
+  return Http::MakeProblem(StatusOf(failure.m_Code, failure.m_Id), failure.m_Id, failure.what(),
+                           hint);
 }
 
 }  // namespace
+
+std::vector<std::string> ServedDatabaseAdvice() {
+  return Console::ServiceDatabaseAdvice(HostKit::DatabaseFile().string());
+}
 
 Http::Reply ReplyOf(const std::function<Http::Reply()>& answer) {
   try {
@@ -55,7 +86,7 @@ Response MakePluginDownProblem(const PluginState& plugin) {
 Response RespondFromSnapshot(const ApiContext& api, const SnapshotPtr& snapshot,
                              const Arguments& arguments, const char* type,
                              Console::EventSource* events) {
-  const SnapshotNotes notes = {api.m_IsSimulated, api.RecordsFailure()};
+  const SnapshotNotes notes = {api.m_IsSimulated, api.RecordsFailure(), ServedDatabaseAdvice()};
   return ResponseOf([&] {
     return Http::MakeResponse(
         200, type, RunOnSnapshot(api.m_Commands, arguments, api.m_Stream, snapshot, notes, events));
@@ -80,17 +111,28 @@ std::optional<Response> Refresh(const ApiContext& api) {
 
 std::string CardName(const Snapshot& snapshot, const std::string& serial) {
   RequireReport(snapshot);
+  return RequireCard(ModelOf(snapshot), serial).m_Selector;
+}
+
+std::string DriveName(const Snapshot& snapshot, const std::string& serial,
+                      const std::string& drive) {
+  RequireReport(snapshot);
   const Console::Model model = ModelOf(snapshot);
-  for (const Console::Object& object : model.Objects()) {
-    const bool isCard = object.m_Kind == Console::Kind::Adapter;
-    if (isCard && Console::FieldText(object, "serial_number") == serial) return object.m_Selector;
-  }
+  const Console::Object& card = RequireCard(model, serial);
+  std::string name = card.m_Selector + "/d" + drive;
+  const std::vector<std::string> drives = DriveNumbers(model, card);
+  const bool isKnown = std::find(drives.begin(), drives.end(), drive) != drives.end();
+  const bool mayExist = !card.m_IsReported && Console::ReadNumber<std::uint32_t>(drive);
+  if (isKnown || mayExist) return name;
   throw Failure(ExitCode::NoObject, "NO_SUCH_OBJECT",
-                fmt::format("no card with serial number {}", serial));
+                fmt::format("card {} has no drive '{}'", serial, drive),
+                std::vector<std::string>{fmt::format("Its drives: {}.", fmt::join(drives, ", "))});
 }
 
 Response MakeDatabaseProblem(const std::string& reason) {
-  return Http::MakeProblem(500, "DATABASE_FAILED", reason);
+  const std::vector<std::string> advice = ServedDatabaseAdvice();
+  return Http::MakeProblem(500, "DATABASE_FAILED", "cannot use the database: " + reason,
+                           fmt::format("{}. {}", advice.front(), advice.back()));
 }
 
 Response MakeBusyProblem(const char* what) {

@@ -46,6 +46,9 @@ Http::Reply DeferReply(const QueueResponder& queue, const char* what);
 // context's `m_DatabaseTimeout`, the client gets a 504 problem with `hint`.
 Http::Reply DeferToDatabase(const ApiContext& api, const QueueResponder& queue, const char* hint);
 
+// Returns advice for a failure of this service's database.
+std::vector<std::string> ServedDatabaseAdvice();
+
 // Returns a 500 problem: the database cannot be used.
 Http::Response MakeDatabaseProblem(const std::string& reason);
 
@@ -70,6 +73,12 @@ Http::Reply AnswerFromDatabase(const ApiContext& api, std::function<Http::Respon
 // Returns the console's name for the card with that serial number, such as "a0". Throws
 // `Console::Failure` if the card is unknown or nothing has been read yet.
 std::string CardName(const Snapshot& snapshot, const std::string& serial);
+
+// Likewise for a drive of the card, such as "a0/d0". `drive` is its number. Throws `Failure` if the
+// card has no such drive; nothing is known about the drives of a card that the plug-in does not
+// report.
+std::string DriveName(const Snapshot& snapshot, const std::string& serial,
+                      const std::string& drive);
 
 // Blocks until the cards have been read again. Returns a problem if this fails or takes too long.
 std::optional<Http::Response> Refresh(const ApiContext& api);

@@ -1,13 +1,17 @@
 #include "service/api/JobsApi.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "base/Lookup.h"
 #include "console/base/Timestamp.h"
+#include "console/change/FormatRequest.h"
 #include "service/UserName.h"
 #include "service/api/Documents.h"
 
@@ -49,6 +53,15 @@ const OperationRow* FindRow(const std::string& name, bool isForDrive) {
   return found == std::end(kOperations) ? nullptr : found;
 }
 
+// Returns the operations that a path accepts.
+std::string OperationsHint(bool isForDrive) {
+  std::vector<const char*> names;
+  for (const OperationRow& row : kOperations) {
+    if (row.m_IsForDrive == isForDrive) names.push_back(row.m_Name);
+  }
+  return fmt::format("Valid: {}.", fmt::join(names, ", "));
+}
+
 // Returns null for an interrupted job, because the time of its end is unknown.
 Json ElapsedSeconds(const Job& job) {
   if (job.m_State == JobState::Interrupted) return nullptr;
@@ -72,7 +85,7 @@ Json ToJson(const Job& job) {
 
 struct JobRequest {
   std::string m_Serial;
-  std::string m_Drive;  // "/d0"; empty: the card itself
+  std::string m_Drive;  // its number; empty: the card itself
   std::string m_Operation;
   bool m_IsDryRun;
   uid_t m_User;
@@ -82,7 +95,9 @@ struct JobRequest {
 // Returns the object's current name; names depend on where cards are plugged in. Throws
 // `Console::Failure`.
 std::string ObjectName(const ApiContext& api, const JobRequest& request) {
-  return CardName(*api.m_Store.Get(), request.m_Serial) + request.m_Drive;
+  const SnapshotPtr snapshot = api.m_Store.Get();
+  if (request.m_Drive.empty()) return CardName(*snapshot, request.m_Serial);
+  return DriveName(*snapshot, request.m_Serial, request.m_Drive);
 }
 
 // Executes the command of a job and records its result. Blocks.
@@ -118,7 +133,7 @@ Response StoreJob(const ApiContext& api, Job job, uid_t user,
 
 // Starts a job on a call thread, because storing it and looking up the user can block.
 Reply StartJob(const ApiContext& api, const Request& request, JobRequest details) {
-  ObjectName(api, details);  // throws for an unknown card
+  ObjectName(api, details);  // throws for an unknown card or drive
   const Job job = api.m_Jobs.Begin(details.m_Serial, details.m_Operation, details.m_IsDryRun,
                                    {JobOrigin::Api, std::to_string(request.m_Peer.m_User)});
   const auto queue = [&](const std::shared_ptr<Http::Responder>& responder) {
@@ -147,17 +162,18 @@ Arguments CommandArguments(const std::string& command, bool isDryRun) {
   return arguments;
 }
 
-// Returns the part of the object's name after the card's name, such as "/d0".
+// Returns the drive's number in the path; empty if the path is that of a card.
 std::string DriveOf(const Request& request) {
   const std::string* const drive = Http::Find(request.m_Parameters, "drive");
-  return drive == nullptr ? std::string() : "/d" + *drive;
+  return drive == nullptr ? std::string() : *drive;
 }
 
 Reply StartOperation(const ApiContext& api, const Request& request, bool isForDrive) {
   const std::string& name = request.m_Parameters.at("operation");
   const OperationRow* const row = FindRow(name, isForDrive);
   if (row == nullptr) {
-    return MakeProblem(404, "NO_SUCH_OPERATION", fmt::format("no operation '{}'", name));
+    return MakeProblem(404, "NO_SUCH_OPERATION", fmt::format("no operation '{}'", name),
+                       OperationsHint(isForDrive));
   }
   const Json body = BodyOf(request);
   const bool isDryRun = body.value("dry_run", false);
@@ -177,6 +193,25 @@ Reply StartOperation(const ApiContext& api, const Request& request, bool isForDr
                    request.m_Peer.m_User, std::move(arguments)});
 }
 
+// Returns the layout in the body of a request for a format.
+Console::FormatTexts LayoutOf(const Json& body) {
+  Console::FormatTexts layout = {"capacity", "sector_size",
+                                 R"({"capacity": "80", "confirm": "FA00000001"})",
+                                 body.value("capacity", ""), ""};
+  if (body.contains("sector_size")) layout.m_SectorSize = body.at("sector_size").dump();
+  return layout;
+}
+
+// Returns the problem for a layout that the command would reject, or empty.
+std::optional<Response> LayoutProblem(const Console::FormatTexts& layout) {
+  try {
+    Console::ParseFormatRequest(layout);
+    return std::nullopt;
+  } catch (const Console::Failure& failure) {
+    return MakeProblem(400, "BODY_INVALID", failure.what(), failure.m_Advice.front());
+  }
+}
+
 Reply StartFormat(const ApiContext& api, const Request& request) {
   const Json body = BodyOf(request);
   const bool isDryRun = body.value("dry_run", false);
@@ -190,13 +225,13 @@ Reply StartFormat(const ApiContext& api, const Request& request) {
     return MakeProblem(409, "WRONG_SERIAL",
                        fmt::format("'{}' is not the serial number", confirmed));
   }
+  const Console::FormatTexts layout = LayoutOf(body);
+  if (const auto problem = LayoutProblem(layout)) return *problem;
   Arguments arguments = CommandArguments("format", isDryRun);
   if (body.contains("confirm")) arguments.push_back("--confirm=" + body.value("confirm", ""));
   if (body.value("again", false)) arguments.emplace_back("--again");
-  if (body.contains("capacity")) arguments.push_back("--capacity=" + body.value("capacity", ""));
-  if (body.contains("sector_size")) {
-    arguments.push_back(fmt::format("--sector-size={}", body.value("sector_size", 0U)));
-  }
+  if (!layout.m_Capacity.empty()) arguments.push_back("--capacity=" + layout.m_Capacity);
+  if (!layout.m_SectorSize.empty()) arguments.push_back("--sector-size=" + layout.m_SectorSize);
   return StartJob(
       api, request,
       {serial, DriveOf(request), "format", isDryRun, request.m_Peer.m_User, std::move(arguments)});

@@ -6,8 +6,12 @@
 #include "console/cli/CommandLine.h"
 #include "console/cli/CommandTimeLimits.h"
 #include "console/model/LiveValues.h"
+#include "console/plugin/DatabaseAdvice.h"
+#include "console/plugin/EventLogClient.h"
 #include "console/plugin/SimulatedService.h"
 #include "console/plugin/UnreadableRecords.h"
+#include "hostkit/EventLog.h"
+#include "hostkit/Paths.h"
 #include "service/api/SnapshotSession.h"
 
 namespace Service {
@@ -33,6 +37,18 @@ std::string Run(const Console::CommandTable& commands, const std::vector<std::st
   const CommandResult result = command.m_Run(context);
   return Render(result, format, style, context.EnvelopeFor(result.m_Code));
 }
+
+// The event log in the database of this service.
+class ServiceLog : public Console::EventSource, public Console::DatabaseAdviser {
+ public:
+  std::vector<HostKit::LoggedEvent> ReadEvents(std::uint64_t sinceMs, std::size_t limit) override {
+    return HostKit::ReadEvents(sinceMs, limit);
+  }
+  std::vector<HostKit::EventCount> CountEvents() override { return HostKit::CountEvents(); }
+  std::vector<std::string> DatabaseAdvice() const override {
+    return Console::ServiceDatabaseAdvice(HostKit::DatabaseFile().string());
+  }
+};
 
 // While a card does not respond, the plug-in gets the values last read, which are older than the
 // snapshot.
@@ -75,10 +91,12 @@ std::string RunOnSnapshot(const Console::CommandTable& commands,
   if (notes.m_IsSimulated) Console::NoteSimulatedService(diagnostics);
   if (!notes.m_RecordsFailure.empty()) {
     Console::ReportUnreadableRecords(
-        Console::UnreadableRecordsFailure(notes.m_RecordsFailure, false), diagnostics);
+        Console::UnreadableRecordsFailure(notes.m_RecordsFailure, notes.m_DatabaseAdvice),
+        diagnostics);
   }
-  const auto open = [&snapshot, events](const Console::SessionRequest& request) {
-    request.m_EventLog.ReadFrom(events);
+  ServiceLog log;
+  const auto open = [&snapshot, &log, events](const Console::SessionRequest& request) {
+    request.m_EventLog.ReadFrom(events == nullptr ? &log : events);
     return std::make_unique<SnapshotSession>(snapshot);
   };
   return Run(commands, arguments, stream, open, diagnostics);

@@ -22,6 +22,7 @@ std::string RunCommand(const Console::CommandTable& commands,
 struct SnapshotNotes {
   bool m_IsSimulated = false;    // whether the cards are simulated
   std::string m_RecordsFailure;  // why the known cards cannot be read; empty: they can
+  std::vector<std::string> m_DatabaseAdvice;
 };
 
 // Like `RunCommand`, with a session that reads the snapshot, and with the events of `events`, or of

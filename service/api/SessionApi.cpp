@@ -15,6 +15,7 @@
 #include "console/plugin/RecordJson.h"
 #include "console/plugin/RowTables.h"
 #include "host/Database.h"
+#include "hostkit/Paths.h"
 #include "service/Audit.h"
 #include "service/CollectorSession.h"
 #include "service/Log.h"
@@ -215,7 +216,8 @@ Response SessionInfo(const ApiContext& api, const Snapshot& snapshot) {
                         {"start_seconds", plugin.m_StartDuration.count()},
                         {"newest_event", api.m_Feed.Newest()},
                         {"simulated", api.m_IsSimulated},
-                        {"records_failure", api.RecordsFailure()}});
+                        {"records_failure", api.RecordsFailure()},
+                        {"database_file", HostKit::DatabaseFile().string()}});
 }
 
 bool IsStarting(const Snapshot& snapshot) {

@@ -17,6 +17,7 @@ class SnapshotSession : public Console::Session {
   explicit SnapshotSession(SnapshotPtr snapshot);
 
   Console::PluginInfo Info() const override { return m_Snapshot->m_Info; }
+  bool IsShared() const override { return true; }
   bool IsUp() const override { return m_Snapshot->m_Plugin.m_IsUp; }
   bool HasCards() const override { return m_Snapshot->m_HasCards; }
   std::size_t FailedThreads() const override { return m_Snapshot->m_Plugin.m_FailedThreads; }

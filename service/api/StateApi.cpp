@@ -28,7 +28,7 @@ Response MakeEmpty() {
 }
 
 Response MakeUnknownCard(const std::string& serial) {
-  return MakeProblem(404, "UNKNOWN_CARD", fmt::format("card {} has never been seen", serial));
+  return MakeProblem(404, "UNKNOWN_CARD", fmt::format("card {} is not known", serial));
 }
 
 // Calls `work` with the store and sends the response that `render` creates from its result, or a

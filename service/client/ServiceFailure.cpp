@@ -22,10 +22,18 @@ using Lines = std::vector<std::string>;
 
 constexpr const char* kDirectAdvice =
     "Pass --direct to load the plug-in into this process instead.";
+constexpr const char* kRestartAdvice =
+    "If the service is being restarted, wait a moment and run the command again.";
 constexpr const char* kMayHaveChanged = "The command may still take effect; check with show.";
 
 std::string ServiceName(const std::filesystem::path& socket) {
   return fmt::format("the service at {}", socket.string());
+}
+
+// A card completes a change even if the service stops.
+Lines ContinuationAdvice() {
+  return {"The card continues a change that it has started, and nothing is rolled back.",
+          "Check the result when the service is running again: corvane-host list"};
 }
 
 Lines AdviceFor(bool mayHaveChanged, const char* fallback) {
@@ -55,7 +63,7 @@ Failure CannotConnectFailure(const std::filesystem::path& socket) {
 Failure ServiceEndedFailure(const std::filesystem::path& socket, bool mayHaveChanged) {
   return Failure(ExitCode::Failed, "SERVICE_ENDED",
                  fmt::format("{} closed the connection", ServiceName(socket)),
-                 AdviceFor(mayHaveChanged, kDirectAdvice));
+                 mayHaveChanged ? ContinuationAdvice() : Lines{kRestartAdvice});
 }
 
 Failure ServiceTimeoutFailure(const std::filesystem::path& socket, bool mayHaveChanged) {
@@ -76,6 +84,10 @@ std::string ProblemId(const HttpReply& reply) {
   if (reply.m_Status < 400) return {};
   const Json problem = Json::parse(reply.m_Body, nullptr, false);
   return problem.is_object() ? TextOf(problem, "id") : std::string();
+}
+
+Failure StoppedFailure(const Failure& failure) {
+  return Failure(failure.m_Code, failure.m_Id, failure.m_Text, ContinuationAdvice());
 }
 
 Failure ProblemFailure(const HttpReply& reply, const std::filesystem::path& socket) {

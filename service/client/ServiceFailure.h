@@ -18,6 +18,9 @@ Console::Failure CannotConnectFailure(const std::filesystem::path& socket);
 // The service closed the connection, or stopped accepting connections. `mayHaveChanged`: a change
 // was sent.
 Console::Failure ServiceEndedFailure(const std::filesystem::path& socket, bool mayHaveChanged);
+// Returns `failure`, which means that the service has stopped, with advice about the change that is
+// in progress.
+Console::Failure StoppedFailure(const Console::Failure& failure);
 // The service did not reply in time.
 Console::Failure ServiceTimeoutFailure(const std::filesystem::path& socket, bool mayHaveChanged);
 // The reply is not in the form that this client expects.

@@ -27,6 +27,11 @@ constexpr const char* kSession = "/v1/session";
 constexpr std::chrono::milliseconds kFirstPause(100);
 constexpr std::chrono::milliseconds kLongestPause(5000);
 
+// Whether a service that was running when the session began has stopped.
+bool IsStopOfService(const Failure& failure) {
+  return failure.m_Id == "SERVICE_ENDED" || failure.m_Id == "STOPPING";
+}
+
 // A reply that cannot be parsed comes from another program or version.
 template <class Parse>
 auto ParseReply(const std::filesystem::path& socket, Parse parse) {
@@ -64,11 +69,18 @@ HttpReply ServiceSession::SendWithin(const Deadline& deadline, const HttpRequest
   return std::move(*reply);
 }
 
-// Throws a failure if the status of the reply is not 200.
+// Throws a failure if the status of the reply is not 200. If the service has stopped, the failure
+// says what becomes of the operation that this session has executed.
 HttpReply ServiceSession::Send(const HttpRequest& request, const Deadline& deadline) {
-  HttpReply reply = SendWithin(deadline, request);
-  if (reply.m_Status != 200) throw ProblemFailure(reply, m_Client.Socket());
-  return reply;
+  try {
+    HttpReply reply = SendWithin(deadline, request);
+    if (reply.m_Status != 200) throw ProblemFailure(reply, m_Client.Socket());
+    return reply;
+  } catch (const Failure& failure) {
+    const bool mayHaveChanged = request.m_IsChange || HasExecutedOperation();
+    if (mayHaveChanged && IsStopOfService(failure)) throw StoppedFailure(failure);
+    throw;
+  }
 }
 
 HttpReply ServiceSession::Exchange(const HttpRequest& request) {

@@ -13,6 +13,7 @@
 #include "console/base/Deadline.h"
 #include "console/base/Failure.h"
 #include "console/plugin/CommandSession.h"
+#include "console/plugin/DatabaseAdvice.h"
 #include "service/client/EventStream.h"
 #include "service/client/HttpClient.h"
 #include "service/client/SessionReplies.h"
@@ -20,7 +21,9 @@
 namespace Service {
 
 // The service logs the events, so this process needs no database.
-class ServiceSession : public Console::CommandSession, private Console::EventSource {
+class ServiceSession : public Console::CommandSession,
+                       public Console::EventSource,
+                       public Console::DatabaseAdviser {
  public:
   // Connects, and waits if the plug-in is still starting. Throws `Console::Failure`, with the id
   // `kNoService` if it cannot connect to the socket. Redirects `eventLog` to the service's log
@@ -34,6 +37,10 @@ class ServiceSession : public Console::CommandSession, private Console::EventSou
   const std::string& Reason() const { return m_State.m_Reason; }
   // Returns why the service cannot read the known cards; empty if it can.
   const std::string& RecordsFailure() const { return m_State.m_RecordsFailure; }
+  // Returns advice for a failure of the service's database.
+  std::vector<std::string> DatabaseAdvice() const override {
+    return Console::ServiceDatabaseAdvice(m_State.m_DatabaseFile);
+  }
   // Whether the cards of the service are simulated.
   bool IsSimulated() const { return m_State.m_IsSimulated; }
 

@@ -54,6 +54,7 @@ SessionState SessionStateFromJson(const Json& json) {
   state.m_NewestEvent = CountField(json, "newest_event");
   state.m_IsSimulated = FieldOf(json, "simulated").get<bool>();
   state.m_RecordsFailure = FieldOf(json, "records_failure").get<std::string>();
+  state.m_DatabaseFile = FieldOf(json, "database_file").get<std::string>();
   return state;
 }
 

@@ -24,6 +24,7 @@ struct SessionState {
   std::int64_t m_NewestEvent = 0;
   bool m_IsSimulated = false;    // whether the cards are simulated
   std::string m_RecordsFailure;  // why the known cards cannot be read; empty: they can
+  std::string m_DatabaseFile;
 };
 
 // A part of the event log.

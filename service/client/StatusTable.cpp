@@ -1,9 +1,14 @@
 #include "service/client/StatusTable.h"
 
+#include "console/model/SerialNumbers.h"
+
 namespace Service {
 namespace {
 
 using Console::ExitCode;
+
+// Several cards have the name, so the request conflicts with the state of the machine.
+constexpr unsigned kAmbiguousStatus = 409;
 
 struct Row {
   ExitCode m_Code;
@@ -22,7 +27,8 @@ bool IsPluginProblem(const std::string& id) {
 
 }  // namespace
 
-unsigned StatusOf(ExitCode code) {
+unsigned StatusOf(ExitCode code, const std::string& id) {
+  if (id == Console::kAmbiguous) return kAmbiguousStatus;
   for (const Row& row : kRows) {
     if (row.m_Code == code) return row.m_Status;
   }
@@ -31,6 +37,7 @@ unsigned StatusOf(ExitCode code) {
 
 std::optional<ExitCode> ExitCodeOf(long status, const std::string& id) {
   if (status >= 500 && status != 504 && !IsPluginProblem(id)) return ExitCode::Failed;
+  if (id == Console::kAmbiguous) return ExitCode::NoObject;
   for (const Row& row : kRows) {
     const bool isAboutRequest = row.m_Code == ExitCode::Usage || row.m_Code == ExitCode::NoObject;
     if (static_cast<long>(row.m_Status) == status && !isAboutRequest) return row.m_Code;

@@ -9,7 +9,7 @@
 namespace Service {
 
 // Maps an exit code to an HTTP status; 500 for codes without a mapping.
-unsigned StatusOf(Console::ExitCode code);
+unsigned StatusOf(Console::ExitCode code, const std::string& id);
 
 // Maps the status and id of a problem to an exit code; empty if the status means that the request
 // itself was invalid.

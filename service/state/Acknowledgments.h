@@ -25,8 +25,8 @@ enum class AcknowledgeResult { Done, UnknownCard, UnknownReason, NotMissing };
 // Whether `Console::AcknowledgeableReasons` contains the reason.
 bool IsAcknowledgeable(const std::string& reason);
 
-// Whether acknowledging the reason for a card that is present, or not, must be refused: nobody
-// would notice if a card acknowledged as missing were removed later.
+// Whether acknowledging the reason would hide the removal of a card: it must be refused while the
+// card is present.
 bool HidesRemoval(const std::string& reason, bool isPresent);
 
 // An acknowledgment stays in effect when its reason ends and recurs. It ends when it expires, when

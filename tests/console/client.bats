@@ -293,17 +293,20 @@ for line in sys.stdin:
   grep -qE '^a0 status=OK: OK after [0-9.]+ s$' "$BATS_FILE_TMPDIR/wait.out"
 }
 
-@test "a service that is killed during a command is reported" {
+@test "a service that is killed during a change is reported" {
   export CORVANE_DATABASE="$BATS_FILE_TMPDIR/ending.db"
   local socket="$BATS_FILE_TMPDIR/ending.sock" pid rc=0
   start_service ending "$socket"
-  corvane-host --socket "$socket" wait a0 gone -v >"$BATS_FILE_TMPDIR/cut.out" 2>"$BATS_FILE_TMPDIR/cut.err" 3>&- &
+  corvane-host --socket "$socket" detach a0 -y >"$BATS_FILE_TMPDIR/cut.out" 2>"$BATS_FILE_TMPDIR/cut.err" 3>&- &
   pid=$!
-  eventually grep -q "using the service" "$BATS_FILE_TMPDIR/cut.err"
+  runs_job() { curl -s --unix-socket "$socket" http://service/v1/jobs | jq -e '.jobs[0].state == "RUNNING"'; }
+  eventually runs_job
   kill -KILL "$(pid_of ending)"
   wait "$pid" || rc=$?
   same 1 "$rc"
   grep -qxF "corvane-host: the service at $socket closed the connection" "$BATS_FILE_TMPDIR/cut.err"
+  grep -qxF "  The card continues a change that it has started, and nothing is rolled back." "$BATS_FILE_TMPDIR/cut.err"
+  if grep -qF -- "--direct" "$BATS_FILE_TMPDIR/cut.err"; then false; fi
 }
 
 @test "a log that cannot be read is reported" {

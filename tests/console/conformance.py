@@ -304,7 +304,7 @@ def check_jobs(conformance, service):
 
 def check_ambiguous(conformance, service):
     cardsim("set", "card1", "serial_number", "S100")
-    await_true(lambda: service.client.send("GET", "/v1/events?object=S100").status == 404)
+    await_true(lambda: service.client.send("GET", "/v1/events?object=S100").status == 409)
     conformance.check_all(service.client, "ambiguous", rows.AMBIGUOUS)
     cardsim("set", "card1", "serial_number", "S200")
     await_true(lambda: service.client.send("GET", "/v1/events?object=S100").status == 200)

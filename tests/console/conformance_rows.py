@@ -18,7 +18,7 @@ CHANGES = [
     ("POST", LOCATE, {}, 202, LOCATE, {"dry_run": True}),
     ("POST", ONLINE, {"dry_run": True}, 202, ONLINE.replace("online", "offline"),
      {"dry_run": True}),
-    ("POST", FORMAT, {"dry_run": True, "capacity": "80"}, 202, FORMAT, {"dry_run": True}),
+    ("POST", FORMAT, {"dry_run": True, "capacity": "80"}, 202, FORMAT, {"dry_run": True, "capacity": "90"}),
     ("POST", "/v1/cards/S100/ack", {"reason": "DETACHED", "until": "1d", "note": "n"}, 201,
      "/v1/cards/S200/ack", {"reason": "DETACHED", "until": "1d", "note": "n"}),
     ("DELETE", "/v1/cards/S100/ack?reason=DETACHED", None, 204,
@@ -59,7 +59,7 @@ RUNNING = [
     ("POST", FORMAT, {"capacity": "80"}, {}, 409, "NOT_CONFIRMED"),
     ("POST", FORMAT, {"confirm": "S100"}, {}, 409, "WRONG_SERIAL"),
     ("POST", FORMAT, {"capacity": 80}, {}, 400, "BODY_INVALID"),
-    ("POST", "/v1/cards/S101/drives/0/format", {"dry_run": True}, {}, 404, "NO_SUCH_OBJECT"),
+    ("POST", "/v1/cards/S101/drives/0/format", {"dry_run": True, "capacity": "80"}, {}, 404, "NO_SUCH_OBJECT"),
     ("GET", "/v1/known-cards", None, {}, 200, None),
     ("DELETE", "/v1/cards/S100", None, {}, 409, "CARD_PRESENT"),
     ("DELETE", "/v1/cards/GONE", None, {}, 404, "UNKNOWN_CARD"),  # CHANGES has forgotten it
@@ -134,7 +134,7 @@ TCP = [
 WITH_JOBS = [
     ("POST", LOCATE, {}, {}, 409, "JOB_RUNNING"),
     ("POST", ONLINE, {"confirm": True}, {}, 409, "JOB_RUNNING"),
-    ("POST", FORMAT, {"dry_run": True}, {}, 409, "JOB_RUNNING"),
+    ("POST", FORMAT, {"dry_run": True, "capacity": "80"}, {}, 409, "JOB_RUNNING"),
     ("POST", "/v1/session", SESSION_LOCATE, {}, 409, "JOB_RUNNING"),
 ]
 
@@ -145,7 +145,19 @@ ENDED = [
 ]
 
 # While two cards have the same serial number.
-AMBIGUOUS = [("GET", "/v1/events?object=S100", None, {}, 404, "AMBIGUOUS")]
+AMBIGUOUS = [
+    ("GET", "/v1/events?object=S100", None, {}, 409, "AMBIGUOUS"),
+    ("GET", "/v1/cards/S100", None, {}, 409, "AMBIGUOUS"),
+    ("GET", "/v1/cards/S100/drives/0", None, {}, 409, "AMBIGUOUS"),
+    ("GET", HISTORY, None, {}, 409, "AMBIGUOUS"),
+    ("DELETE", "/v1/cards/S100", None, {}, 409, "AMBIGUOUS"),
+    ("POST", "/v1/cards/S100/ack", {"reason": "DETACHED"}, {}, 409, "AMBIGUOUS"),
+    ("DELETE", "/v1/cards/S100/ack?reason=DETACHED", None, {}, 409, "AMBIGUOUS"),
+    ("POST", LOCATE, {}, {}, 409, "AMBIGUOUS"),
+    ("POST", ONLINE.replace("S200", "S100"), {"confirm": True}, {}, 409, "AMBIGUOUS"),
+    ("POST", FORMAT.replace("S200", "S100"), {"confirm": "S100", "capacity": "80"}, {}, 409,
+     "AMBIGUOUS"),
+]
 
 # While as many streams are open as permitted.
 WITH_STREAMS = [("GET", "/v1/events/stream", None, {}, 503, "STREAM_REFUSED")]
@@ -158,7 +170,7 @@ NO_DATABASE = [
     ("GET", HISTORY, None, {}, 500, "DATABASE_FAILED"),
     ("POST", LOCATE, {}, {KEY: "unstored"}, 500, "DATABASE_FAILED"),
     ("POST", ONLINE, {"confirm": True}, {KEY: "unstored1"}, 500, "DATABASE_FAILED"),
-    ("POST", FORMAT, {"dry_run": True}, {KEY: "unstored2"}, 500, "DATABASE_FAILED"),
+    ("POST", FORMAT, {"dry_run": True, "capacity": "80"}, {KEY: "unstored2"}, 500, "DATABASE_FAILED"),
     ("POST", "/v1/cards/S100/ack", {"reason": "MISSING"}, {}, 500, "DATABASE_FAILED"),
     ("DELETE", "/v1/cards/S100/ack?reason=MISSING", None, {}, 500, "DATABASE_FAILED"),
     ("GET", "/v1/acknowledgments", None, {}, 500, "DATABASE_FAILED"),
@@ -179,7 +191,7 @@ DOWN = [
     ("GET", "/v1/cards/S100/drives/0", None, {}, 503, "PLUGIN_DOWN"),
     ("POST", LOCATE, {}, {}, 503, "PLUGIN_DOWN"),
     ("POST", ONLINE, {"confirm": True}, {}, 503, "PLUGIN_DOWN"),
-    ("POST", FORMAT, {"dry_run": True}, {}, 503, "PLUGIN_DOWN"),
+    ("POST", FORMAT, {"dry_run": True, "capacity": "80"}, {}, 503, "PLUGIN_DOWN"),
     ("GET", "/v1/status", None, {}, 503, "PLUGIN_DOWN"),
     ("GET", "/v1/events", None, {}, 503, "PLUGIN_DOWN"),
     ("GET", "/v1/plugin", None, {}, 503, "PLUGIN_DOWN"),
@@ -215,7 +227,7 @@ BUSY = [
     ("POST", LOCATE, {}, {KEY: "busy"}, 503, "TOO_MANY_CALLS"),
     ("POST", LOCATE, {"dry_run": True}, {KEY: "busy"}, 503, "TOO_MANY_CALLS"),
     ("POST", ONLINE, {"confirm": True}, {}, 503, "TOO_MANY_CALLS"),
-    ("POST", FORMAT, {"dry_run": True}, {}, 503, "TOO_MANY_CALLS"),
+    ("POST", FORMAT, {"dry_run": True, "capacity": "80"}, {}, 503, "TOO_MANY_CALLS"),
     ("GET", "/v1/events", None, {}, 503, "TOO_MANY_CALLS"),
     ("PATCH", "/v1/plugin", {"poll_interval": 15}, {}, 503, "TOO_MANY_CALLS"),
     ("POST", "/v1/session", CHECK, {}, 503, "TOO_MANY_CALLS"),
@@ -271,7 +283,7 @@ EVERYWHERE = [
     ("POST", LOCATE, {"dry_run": True}),
     ("GET", "/v1/cards/S100/drives/0?fresh=1", None),
     ("POST", ONLINE, {"dry_run": True}),
-    ("POST", FORMAT, {"dry_run": True}),
+    ("POST", FORMAT, {"dry_run": True, "capacity": "80"}),
     ("GET", "/v1/jobs", None),
     ("GET", "/v1/jobs/0-0", None),
     ("GET", "/v1/status", None),

@@ -119,6 +119,30 @@ time.sleep(600)' "$CORVANE_DATABASE" "$BATS_TEST_TMPDIR/locked" 3>&- &
   ended list 1
   said list "$CAUSE"
   grep -q FA00000001 "$BATS_FILE_TMPDIR/list.out"
+  local command
+  for command in list status "watch --for 0s" metrics; do
+    # shellcheck disable=SC2086  # a row is a command line
+    keep served corvane-host --socket "$socket" $command
+    ended served 1 || { echo "$command"; false; }
+    said served "  Database file of the service: $CORVANE_DATABASE"
+    said served "  To use another one, restart the service with --database."
+    if grep -q "Database file: " "$BATS_FILE_TMPDIR/served.err"; then false; fi
+  done
+  grep -qx "corvane_database_up 0" "$BATS_FILE_TMPDIR/served.out"
+  grep -q "^corvane_adapter_temperature_celsius{" "$BATS_FILE_TMPDIR/served.out"
+  same 0 "$(grep -c "^corvane_events_total{" "$BATS_FILE_TMPDIR/served.out")"
+  curl -s --unix-socket "$socket" http://service/metrics >"$BATS_FILE_TMPDIR/scraped"
+  grep -qx "corvane_database_up 0" "$BATS_FILE_TMPDIR/scraped"
+  same 0 "$(grep -c "^corvane_events_total{" "$BATS_FILE_TMPDIR/scraped")"
+  for command in "history FA00000001 temperature_celsius" "forget FA00000009 --yes" "ack FA00000001 DETACHED"; do
+    # shellcheck disable=SC2086  # a row is a command line
+    keep state corvane-host --socket "$socket" $command
+    ended state 1 || { echo "$command"; false; }
+    grep -q "cannot use the database: file is not a database" "$BATS_FILE_TMPDIR/state.err"
+    said state "  Database file of the service: $CORVANE_DATABASE. To use another one, restart the service with --database."
+  done
+  same "Database file of the service: $CORVANE_DATABASE" "$(curl -s --unix-socket "$socket" \
+    http://service/v1/known-cards | jq -r .hint | cut -d . -f 1-2)"
   run -3 corvane-host --socket "$socket" check
   [[ "${lines[0]}" == "CORVANE UNKNOWN - "*"cannot read the known cards: file is not a database"* ]]
   same NO_KNOWN_CARDS "$(curl -s --unix-socket "$socket" http://service/v1/cards |

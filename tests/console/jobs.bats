@@ -57,6 +57,12 @@ result() {
   same false "$(cardsim get card0 beacon_state)"
 }
 
+@test "a job of a service does not advise to start a service" {
+  run_job on /v1/cards/S100/operations/locate '{}'
+  result on SUCCEEDED 'd["result"]["messages"]' '[]'
+  run_job off /v1/cards/S100/operations/stop-locate '{}'
+}
+
 @test "a dry-run job changes nothing" {
   run_job dry /v1/cards/S100/operations/detach '{"dry_run": true}'
   result dry SUCCEEDED '[d["dry_run"], d["result"]["result"]["changed"]]' '[true, false]'
@@ -104,9 +110,65 @@ S100/drives/0/format|{"confirm": true}|400|BODY_INVALID
 S100/drives/0/format|{"confirm": "S100", "sector_size": 0}|400|BODY_INVALID
 S100/drives/0/format|{"confirm": "S100", "sector_size": 4294967296}|400|BODY_INVALID
 S100/drives/0/format|{"confirm": "S100", "sector_size": 512.5}|400|BODY_INVALID
+S100/drives/0/format|{"confirm": "S100", "sector_size": 1073741825}|400|BODY_INVALID
+S100/drives/0/format|{"confirm": "S100", "capacity": "80GB"}|400|BODY_INVALID
+S100/drives/0/format|{"dry_run": true}|400|BODY_INVALID
+S100/drives/d0/format|{"confirm": "S100", "capacity": "80"}|404|NO_SUCH_OBJECT
+S100/drives/7/format|{"confirm": "S100", "capacity": "80"}|404|NO_SUCH_OBJECT
+S100/drives/00/format|{"confirm": "S100", "capacity": "80"}|404|NO_SUCH_OBJECT
+S100/drives/d0/operations/offline|{"confirm": true}|404|NO_SUCH_OBJECT
 END
   ask missing GET /v1/jobs/0-0
   problem missing 404 NO_SUCH_JOB
+}
+
+# Each row has the method, the path and the body of a request.
+# Each row has the path, the body, the detail and the hint.
+@test "problems of invalid requests name the members of the body and their valid values" {
+  local path body detail hint
+  while IFS='|' read -r path body detail hint; do
+    ask refused POST "/v1/cards/$path" "$body"
+    same "$detail" "$(jq -r .detail "$BATS_FILE_TMPDIR/refused.out")"
+    same "$hint" "$(jq -r .hint "$BATS_FILE_TMPDIR/refused.out")"
+  done <<'END'
+S100/drives/0/format|{"confirm": "S100", "capacity": "5"}|capacity: invalid value '5'|Valid: maximum, factory, improved, high, or a percentage from 10 to 100.
+S100/drives/0/format|{"confirm": "S100"}|capacity or sector_size is required|For example: {"capacity": "80", "confirm": "FA00000001"}
+S100/drives/d0/format|{"confirm": "S100", "capacity": "80"}|card S100 has no drive 'd0'|Its drives: 0.
+S100/operations/explode|{}|no operation 'explode'|Valid: locate, stop-locate, attach, detach.
+S100/drives/0/operations/attach|{}|no operation 'attach'|Valid: online, offline.
+END
+}
+
+@test "requests for a serial number that two cards have are refused" {
+  cardsim set card1 serial_number S100
+  both_seen() {
+    ask both GET "/v1/cards?fresh=1"
+    [ "$(json both '[o["serial_number"] for o in d["result"]["objects"] if o["type"] == "adapter"]')" = '["S100", "S100"]' ]
+  }
+  eventually both_seen
+  local method path body
+  while IFS='|' read -r method path body; do
+    if [ -n "$body" ]; then ask shared "$method" "$path" "$body"; else ask shared "$method" "$path"; fi
+    problem shared 409 AMBIGUOUS || { echo "$method $path"; false; }
+    same '"card S100: 2 cards have this serial number: a0, a1"' "$(json shared 'd["detail"]')"
+  done <<'END'
+GET|/v1/cards/S100|
+GET|/v1/cards/S100/drives/0|
+GET|/v1/cards/S100/history?field=temperature_celsius|
+POST|/v1/cards/S100/operations/detach|{"confirm": true}
+POST|/v1/cards/S100/drives/0/format|{"confirm": "S100", "capacity": "factory"}
+POST|/v1/cards/S100/ack|{"reason": "DETACHED"}
+DELETE|/v1/cards/S100/ack?reason=DETACHED|
+DELETE|/v1/cards/S100|
+END
+  same 2 "$(cardsim get card0 iom_state)"
+  ask jobs GET /v1/jobs
+  same 0 "$(json jobs 'sum(job["state"] == "RUNNING" for job in d["jobs"])')"
+  run -3 corvane-host --socket "$SOCKET" ack a1 DETACHED
+  [[ "$output" == *"ack a1: "*"card S100: 2 cards have this serial number: a0, a1"* ]]
+  cardsim set card1 serial_number S200
+  both_differ() { ask one GET "/v1/cards/S200?fresh=1" && [ "$(rc one)" = 200 ]; }
+  eventually both_differ
 }
 
 @test "a card runs one job at a time" {

@@ -60,6 +60,7 @@ promtool_accepts() { "$PROMTOOL" check metrics <"$BATS_FILE_TMPDIR/$1.prom"; }
   ended all 0
   silent all err
   same "corvane_plugin_up gauge -
+corvane_database_up gauge -
 corvane_adapters gauge -
 corvane_adapter info -
 corvane_adapter_status stateset -
@@ -105,6 +106,7 @@ corvane_drive_formatted_size_bytes adapter='S100' drive='d0' 879608463360
 corvane_drive_sector_size_bytes adapter='S100' drive='d0' 512" \
     "$(series all "_(celsius|ratio|bytes|bytes_total|watts) adapter='S100'")"
   same "corvane_plugin_up 1
+corvane_database_up 1
 corvane_adapters 2" "$(series all '_(up|adapters) ')"
 }
 
@@ -239,10 +241,21 @@ corvane_events_total adapter='S1' event_id='10967' event='CTRL_TEMPERATURE_ABOVE
 corvane_events_total event_id='49999' severity='unknown' 1" "$(series events events_total)"
 }
 
+@test "the events that a known card has not had are counted as 0" {
+  local card
+  for card in S100 S200; do
+    series all "events_total adapter='$card' event_id='10965' event='CTRL_FLASHBACK' severity='error' 0"
+    series all "events_total adapter='$card' event_id='10982' event='CTRL_DETACH_FAILED' severity='warning' 0"
+    series all "events_total adapter='$card' event_id='10982' event='CTRL_DETACH_FAILED' severity='error' 0"
+    same 34 "$(series all "events_total adapter='$card'" | wc -l)"
+  done
+}
+
 @test "an unusable database affects only the event counts" {
   direct_only "service_state.bats tests a service with an unusable database"
   ended nodatabase 0
   same "corvane_plugin_up 1
+corvane_database_up 0
 corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
 }
 

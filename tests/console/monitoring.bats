@@ -27,7 +27,7 @@ teardown_file() {
   stop_service
 }
 
-has_events() { curl -s "http://127.0.0.1:$PORT/metrics" | grep -q '^corvane_events_total{'; }
+has_events() { curl -s "http://127.0.0.1:$PORT/metrics" | grep -q '^corvane_events_total{.*} [1-9]'; }
 
 # names: prints the names of metrics in the input. A name that ends in "_" is a pattern.
 names() { grep -oE '\bcorvane_[a-z_]+[a-z]\b' | sort -u; }

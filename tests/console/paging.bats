@@ -118,8 +118,8 @@ ALL="1 2 3 4 5 6 7 8 9 10 11 12"
 
 @test "a name of several objects is ambiguous" {
   cardsim set card1 serial_number S100
-  is_ambiguous() { ask both GET "/v1/cards?fresh=1" && ask refused GET /v1/events?object=S100 && [ "$(rc refused)" = 404 ]; }
+  is_ambiguous() { ask both GET "/v1/cards?fresh=1" && ask refused GET /v1/events?object=S100 && [ "$(rc refused)" = 409 ]; }
   eventually is_ambiguous
   cardsim set card1 serial_number S200
-  problem refused 404 AMBIGUOUS
+  problem refused 409 AMBIGUOUS
 }

@@ -22,7 +22,7 @@ ClientTest::Behavior Respond(const std::string& request) {
     return ClientTest::Json(
         R"({"plugin": {"file": "/p.so", "module_id": 7, "interface_version": 2}, "up": true,)"
         R"( "reason": "", "has_cards": true, "failed_threads": 0, "start_seconds": 1.5,)"
-        R"( "newest_event": 7, "simulated": false, "records_failure": ""})");
+        R"( "newest_event": 7, "simulated": false, "records_failure": "", "database_file": "/db"})");
   }
   if (request.rfind("POST /v1/session HTTP", 0) == 0) {
     return ClientTest::Json(R"({"result": 0, "payload": [{"id": 5}]})");

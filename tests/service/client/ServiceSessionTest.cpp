@@ -28,7 +28,7 @@ using testing::HasSubstr;
 constexpr const char* kState =
     R"({"plugin": {"file": "/p.so", "module_id": 7, "interface_version": 2}, "up": true,)"
     R"( "reason": "", "has_cards": true, "failed_threads": 1, "start_seconds": 1.5,)"
-    R"( "newest_event": 3, "simulated": false, "records_failure": ""})";
+    R"( "newest_event": 3, "simulated": false, "records_failure": "", "database_file": "/db"})";
 constexpr const char* kTopology = R"({"result": 0, "payload": [{"id": 5}]})";
 
 bool IsState(const std::string& request) {
@@ -229,7 +229,8 @@ TEST_F(ServiceSession, ReportsAServiceThatWasKilled) {
   EXPECT_EQ("SERVICE_ENDED", failure->m_Id);
   EXPECT_EQ(Name() + " closed the connection", failure->m_Text);
   EXPECT_THAT(failure->m_Advice,
-              ElementsAre("Pass --direct to load the plug-in into this process instead."));
+              ElementsAre("If the service is being restarted, wait a moment and run the command "
+                          "again."));
 }
 
 TEST_F(ServiceSession, ReportsASocketThatDoesNotExist) {
@@ -258,15 +259,24 @@ TEST_F(ServiceSession, GivesUpAtTheDeadline) {
 
 TEST_F(ServiceSession, WarnsThatAChangeMayStillTakeEffect) {
   m_Limits.m_Call = milliseconds(50);
-  for (const Behavior& behavior : {Behavior{"", true}, Behavior{}}) {
-    Service::ServiceSession& session = Connect(behavior);
-    PI::COperation operation;
-    const auto failure = FailureOf([&] { session.ExecuteOperation(5, operation); });
-    ASSERT_TRUE(failure);
-    EXPECT_THAT(failure->m_Advice,
-                ElementsAre("The command may still take effect; check with show."));
-    m_pSession.reset();
-  }
+  Service::ServiceSession& session = Connect({"", true});
+  PI::COperation operation;
+  const auto failure = FailureOf([&] { session.ExecuteOperation(5, operation); });
+  ASSERT_TRUE(failure);
+  EXPECT_THAT(failure->m_Advice,
+              ElementsAre("The command may still take effect; check with show."));
+}
+
+TEST_F(ServiceSession, SaysThatTheCardContinuesAChangeIfTheServiceStops) {
+  Service::ServiceSession& session = Connect({});
+  PI::COperation operation;
+  const auto failure = FailureOf([&] { session.ExecuteOperation(5, operation); });
+  ASSERT_TRUE(failure);
+  EXPECT_EQ("SERVICE_ENDED", failure->m_Id);
+  EXPECT_THAT(
+      failure->m_Advice,
+      ElementsAre("The card continues a change that it has started, and nothing is rolled back.",
+                  "Check the result when the service is running again: corvane-host list"));
 }
 
 // The service may have closed a kept-alive connection. The session then repeats a read, but not a

@@ -16,7 +16,7 @@ namespace {
 constexpr const char* kSession =
     R"({"plugin": {"file": "/p.so", "module_id": 7, "interface_version": 2}, "up": true,)"
     R"( "reason": "", "has_cards": true, "failed_threads": 0, "start_seconds": 1.5,)"
-    R"( "newest_event": 7, "simulated": false, "records_failure": ""})";
+    R"( "newest_event": 7, "simulated": false, "records_failure": "", "database_file": "/db"})";
 constexpr const char* kKnownCards =
     R"({"cards": [{"serial_number": "S1", "position": "a0", "present": false,)"
     R"( "first_seen": "2026-11-01T00:00:00+00:00", "last_seen": "2026-11-02T00:00:00+00:00",)"
