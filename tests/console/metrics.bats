@@ -247,7 +247,7 @@ corvane_events_total event_id='49999' severity='unknown' 1" "$(series events eve
     series all "events_total adapter='$card' event_id='10965' event='CTRL_FLASHBACK' severity='error' 0"
     series all "events_total adapter='$card' event_id='10982' event='CTRL_DETACH_FAILED' severity='warning' 0"
     series all "events_total adapter='$card' event_id='10982' event='CTRL_DETACH_FAILED' severity='error' 0"
-    same 34 "$(series all "events_total adapter='$card'" | wc -l)"
+    same 39 "$(series all "events_total adapter='$card'" | wc -l)"
   done
 }
 
