@@ -8,6 +8,7 @@
 #include <system_error>
 #include <thread>
 
+#include "base/ThreadName.h"
 #include "console/base/CallWithTimeout.h"
 
 namespace Service {
@@ -39,6 +40,7 @@ std::future<std::string> StartLookup(uid_t user) {
   std::future<std::string> result = name->get_future();
   try {
     std::thread([name, user] {
+      Base::NameThread("user-lookup");
       std::string found = FindName(user);
       --g_Lookups;
       name->set_value(std::move(found));
