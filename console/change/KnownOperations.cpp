@@ -61,13 +61,8 @@ bool HasValue(const PI::CProperty& property, std::int32_t value) {
   return std::find(values.begin(), values.end(), value) != values.end();
 }
 
-// A card that is changing between attached and detached has neither reason; its activity is the
-// state.
-std::string CardState(Session& session, std::uint64_t object) {
-  for (const PI::CProperty& reasons : session.Property(object, PI::Property::ADDITIONAL_STATUS)) {
-    if (HasValue(reasons, PI::Value::ATTACHED)) return "attached";
-    if (HasValue(reasons, PI::Value::DETACHED)) return "detached";
-  }
+// Returns what the card is doing, such as "detaching"; empty if it is idle.
+std::string ActivityOf(Session& session, std::uint64_t object) {
   for (const PI::CProperty& activity : session.Property(object, PI::Property::ACTIVITY)) {
     const auto value = static_cast<std::uint32_t>(activity.m_Value.m_Choice.m_Value);
     if (value != PI::Value::IDLE) {
@@ -75,6 +70,16 @@ std::string CardState(Session& session, std::uint64_t object) {
     }
   }
   return {};
+}
+
+// A card that is changing between attached and detached has neither reason; its activity is the
+// state.
+std::string CardState(Session& session, std::uint64_t object) {
+  for (const PI::CProperty& reasons : session.Property(object, PI::Property::ADDITIONAL_STATUS)) {
+    if (HasValue(reasons, PI::Value::ATTACHED)) return "attached";
+    if (HasValue(reasons, PI::Value::DETACHED)) return "detached";
+  }
+  return ActivityOf(session, object);
 }
 
 std::string UnitsState(Session& session, std::uint64_t object) {
@@ -198,7 +203,7 @@ Failure CheckFailure(const Session& session, const std::string& what, const Oper
 Failure OtherCardFailure(Session& session, const Model& model, const std::string& what) {
   for (const Object& object : model.Objects()) {
     if (object.m_Kind != Kind::Adapter || !object.m_IsReported) continue;
-    const std::string state = CardState(session, object.m_ID);
+    const std::string state = ActivityOf(session, object.m_ID);
     for (const BusyState& row : kBusyStates) {
       if (state != row.m_State || state == kBusy) continue;
       const std::string serial = FieldText(object, "serial_number");

@@ -74,8 +74,8 @@ op run a0 LOCATE_DEVICE SIZE=3~2~op: OP_LOCATE_DEVICE does not accept arguments~
 op run a0/d0 FORMAT_DEVICE NAME=x~2~op: OP_FORMAT_DEVICE does not accept argument 'NAME'~Valid: FORMATTING, SIZE, BLOCK_SIZE
 op run a0/d0 FORMAT_DEVICE SIZE=5~2~op: SIZE: invalid value '5'~Valid: 10 to 100
 op run plugin GET_EVENTS~2~op: run does not collect events~Run: corvane-host events
-serve --listen nowhere~2~serve: --listen: invalid address 'nowhere'~For example: 127.0.0.1:9188 or [::1]:9188.
-serve --listen 0.0.0.0:9188~2~serve: 0.0.0.0:9188 can be reached from other machines~Pass --listen-any if that is intended."
+serve --socket s --listen nowhere~2~serve: --listen: invalid address 'nowhere'~For example: 127.0.0.1:9188 or [::1]:9188.
+serve --socket s --listen 0.0.0.0:9188~2~serve: 0.0.0.0:9188 can be reached from other machines~Pass --listen-any if that is intended."
 
 # run_all NAME: runs the command lines of a table from standard input, some of them in parallel.
 run_all() {

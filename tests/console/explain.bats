@@ -124,3 +124,24 @@ setup_file() {
       "$(json state '[[e[k] for k in ("family", "number", "name", "circumstances")] for e in d["result"]["entries"] if e["family"] == "state"]')"
   done
 }
+
+@test "explain says what a failed or warning status means, and what to do" {
+  local status
+  for status in FAILED WARNING; do
+    run -0 corvane-host explain "$status"
+    [[ "$output" == *"corvane-host status"* ]]
+    run ! grep -E 'means  (Failed|Warning)$' <<<"$output"
+  done
+}
+
+@test "the caption of an event in JSON contains no placeholder" {
+  keep caption corvane-host explain 10972 -o json
+  valid caption
+  same true "$(json caption '"NAME" in d["result"]["entries"][0]["caption"]')"
+  run ! grep -F '%1' "$BATS_FILE_TMPDIR/caption.out"
+}
+
+@test "a time without a unit is refused" {
+  run -2 corvane-host events --since 24
+  [[ "$output" == *"events: --since: '24' has no unit"*"For example: 24m, 24h or 24d"* ]]
+}
