@@ -12,7 +12,8 @@ TEST(StatusTable, HasAStatusForEachExitCode) {
       {ExitCode::Refused, 409},  {ExitCode::PluginUnusable, 503}, {ExitCode::Permission, 403},
       {ExitCode::TimedOut, 504}, {ExitCode::Stopped, 500},
   };
-  for (const auto& [code, status] : rows) EXPECT_EQ(status, Service::StatusOf(code));
+  for (const auto& [code, status] : rows) EXPECT_EQ(status, Service::StatusOf(code, "ANY"));
+  EXPECT_EQ(409U, Service::StatusOf(ExitCode::NoObject, "AMBIGUOUS"));
 }
 
 TEST(StatusTable, HasAnExitCodeForEachProblem) {
