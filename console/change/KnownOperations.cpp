@@ -203,7 +203,8 @@ Failure CheckFailure(const Session& session, const std::string& what, const Oper
 Failure OtherCardFailure(Session& session, const Model& model, const std::string& what) {
   for (const Object& object : model.Objects()) {
     if (object.m_Kind != Kind::Adapter || !object.m_IsReported) continue;
-    const std::string state = ActivityOf(session, object.m_ID);
+    // A service knows its own jobs at once, before the plug-in reports them.
+    const std::string state = boost::algorithm::to_lower_copy(FieldText(object, "activity"));
     for (const BusyState& row : kBusyStates) {
       if (state != row.m_State || state == kBusy) continue;
       const std::string serial = FieldText(object, "serial_number");

@@ -26,7 +26,7 @@ StoredCard SelectStoredCard(const Model& model, Service::StoredState& state, con
   if (object->m_Kind != Kind::Adapter) throw NotAnAdapter(*object, what);
   const std::string serial = FieldText(*object, "serial_number");
   if (!serial.empty()) {
-    RequireUniqueSerial(model, serial);
+    CardWithSerial(model, serial);  // throws if several cards have it
     return {object->m_Selector, serial, object};
   }
   throw Failure(ExitCode::Refused, "NO_SERIAL_NUMBER",

@@ -8,6 +8,7 @@
 #include <map>
 
 #include "base/Printable.h"
+#include "console/model/CardLimits.h"
 #include "console/model/CardName.h"
 #include "console/model/EffectiveState.h"
 #include "console/model/FieldTable.h"
@@ -79,10 +80,13 @@ std::optional<std::size_t> AcknowledgmentOf(const CheckInput& input, const std::
 }
 
 // Returns the measured value of a reason with its limit, preceded by the name of the reason if the
-// unit does not imply the quantity. Empty without a measured value.
-std::string FiguresOf(const Reason& reason, bool ascii) {
+// unit does not imply the quantity. Empty without a measured value, and if the value is within its
+// limits, because it would then seem to contradict the reason.
+std::string FiguresOf(const Object& object, const Reason& reason, bool ascii) {
   const Field* const field = reason.m_Measured.m_Field;
   if (field == nullptr) return {};
+  const bool hasLimit = reason.m_Limit.m_Field != nullptr;
+  if (hasLimit && LimitSeverity(object, field->m_Name) == Severity::Neutral) return {};
   const bool isClear = field->m_Kind == ValueKind::Celsius || field->m_Kind == ValueKind::Watts;
   return (isClear ? "" : reason.m_Name + " ") + ReadingText(reason, ascii);
 }
@@ -128,7 +132,7 @@ class ProblemFinder {
                                  ? Base::Printable(reason.m_Detail)
                                  : ReasonText(reason, m_Input.m_Ascii);
     const std::string figures = isStatus ? Base::Printable(FieldText(m_Object, "unreadable_reason"))
-                                         : FiguresOf(reason, m_Input.m_Ascii);
+                                         : FiguresOf(m_Object, reason, m_Input.m_Ascii);
     m_Problems.push_back({state, reason.m_Name, text, figures, reason.m_Advice, field, false,
                           AcknowledgmentOf(m_Input, m_Serial, reason.m_Name)});
   }

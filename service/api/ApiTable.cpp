@@ -418,7 +418,8 @@ bool IsForCard(const ApiRow& row) {
 Http::Reply Respond(const ApiRow& row, const ApiContext& api, const Http::Request& request) {
   if (!IsForCard(row)) return row.m_Function(api, request);
   return ReplyOf([&] {
-    Console::RequireUniqueSerial(ModelOf(*api.m_Store.Get()), request.m_Parameters.at("serial"));
+    // Throws if several cards have the number.
+    Console::CardWithSerial(ModelOf(*api.m_Store.Get()), request.m_Parameters.at("serial"));
     return row.m_Function(api, request);
   });
 }

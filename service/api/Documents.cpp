@@ -27,11 +27,7 @@ using Console::Failure;
 using Http::Response;
 
 const Console::Object& RequireCard(const Console::Model& model, const std::string& serial) {
-  Console::RequireUniqueSerial(model, serial);
-  for (const Console::Object& object : model.Objects()) {
-    const bool isCard = object.m_Kind == Console::Kind::Adapter;
-    if (isCard && Console::FieldText(object, "serial_number") == serial) return object;
-  }
+  if (const Console::Object* const card = Console::CardWithSerial(model, serial)) return *card;
   throw Failure(ExitCode::NoObject, "NO_SUCH_OBJECT",
                 fmt::format("no card with serial number {}", serial));
 }

@@ -104,7 +104,7 @@ a1/d0 available: MOLT EP PX600 2.6TB (0)" "$(out well | sed 1d)"
 
 @test "check exits with 2 for an error and lists it before a warning" {
   ended critical 2
-  line critical "CORVANE CRITICAL - 2 cards: 1 CRITICAL, 1 WARNING; a0 FAILED: TEMPERATURE_ABOVE_ERROR; a1 WARNING: TEMPERATURE_ABOVE_WARN"
+  line critical "CORVANE CRITICAL - 2 cards: 1 CRITICAL, 1 WARNING; a0 FAILED: Temperature above its maximum: 92 °C, limit 85 °C; a1 WARNING: Temperature above its warning threshold: temperature unknown, limit 78 °C"
 }
 
 @test "a predicted drive failure is a warning and is listed before unknown states" {
@@ -162,7 +162,7 @@ pci:0000:5e:00.0" "$(readings duplicate | sed 's/_.*//' | sort -u)"
 @test "check is CRITICAL if a card cannot be opened" {
   direct_only "the plug-in of a service has its own start"
   ended closed 2
-  line closed "CORVANE CRITICAL - 2 cards: 2 CRITICAL; a0 UNREADABLE; a1 UNREADABLE"
+  line closed "CORVANE CRITICAL - 2 cards: 2 CRITICAL; a0 UNREADABLE: the card cannot be opened: failure injected by cardsim (error 1…; a1 UNREADABLE: the card cannot be opened: failure injected by cardsim (error 1…"
   [[ "$(out closed)" == *"a0 UNREADABLE: serial S100
   the card cannot be opened: "*", PCI 0000:3b:02.1. "* ]]
 }

@@ -76,7 +76,7 @@ SITUATIONS = {
     ),
     "damaged ini": ("two", [], ("a0", "a0/d0"), (1, "CONFIG_UNREADABLE")),
     "damaged cards": ("damaged", [], ("a0", "a0/d0"), (1, "SIMULATION_FAILED")),
-    "no database": ("two", ["--database", "/proc/none/x.db"], ("a0", "a0/d0"), (0, None)),
+    "no database": ("two", [], ("a0", "a0/d0"), (0, None)),
     "closed card": ("closed", [], ("a0", "a0/d0"), (0, None), (4, "CARD_UNREADABLE")),
 }
 
@@ -142,6 +142,8 @@ def run(cards, words, situation="", **variables):
     config.mkdir()
     if situation == "damaged ini":
         (config / "Corvane.ini").write_bytes(b"PollInterval\0 [[[\n")
+    if situation == "no database":
+        variables = dict(variables, CORVANE_DATABASE="/proc/none/x.db")
     environment = dict(os.environ, CORVANE_CONFIG_DIR=str(config),
                        CORVANE_SOCKET=str(directory / "s"), **variables)
     return subprocess.run(

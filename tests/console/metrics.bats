@@ -189,6 +189,7 @@ corvane_adapter_status adapter='pci:3c:3c.3c' corvane_adapter_status='49999' 1" 
   for name in empty $(if_direct echo bus); do
     ended "$name" 0
     same "corvane_plugin_up 1
+corvane_database_up 1
 corvane_adapters 0" "$(series "$name" . | grep -v duration)"
   done
   silent empty err
@@ -202,7 +203,8 @@ corvane_adapters 0" "$(series "$name" . | grep -v duration)"
     IFS=: read -r name code <<<"$row"
     echo "$name"
     ended "$name" "$code"
-    same "corvane_plugin_up 0" "$(metrics series "$name")"
+    same "corvane_plugin_up 0
+corvane_database_up 1" "$(metrics series "$name")"
     grep -q '^corvane-host: .*: ' "$BATS_FILE_TMPDIR/$name.err"
   done
 }
@@ -287,7 +289,8 @@ corvane_adapters 0" "$(series nodatabase . | grep -v duration)"
 @test "the text file reports a plug-in that is down" {
   direct_only "tests a plug-in in the same process"
   ended down 5
-  same "corvane_plugin_up 0" "$(grep -v '^#' "$BATS_FILE_TMPDIR/down.prom")"
+  same "corvane_plugin_up 0
+corvane_database_up 1" "$(grep -v '^#' "$BATS_FILE_TMPDIR/down.prom")"
   said down "corvane-host: cannot load the plug-in: file not found: /none"
 }
 

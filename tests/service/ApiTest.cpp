@@ -225,14 +225,14 @@ TEST_F(Api, TimesOutIfTheDatabaseIsBusy) {
   m_DatabaseTimeout = milliseconds(20);
   Http::Request request;
   request.m_Parameters["serial"] = "S0";
-  request.m_Body = R"({"reason": "MISSING"})";
+  request.m_Body = R"({"reason": "DETACHED"})";
   EXPECT_EQ("504 DATABASE_TIMED_OUT", StatusOf(Http::Method::Get, "/v1/acknowledgments", {}));
   EXPECT_EQ("504 DATABASE_TIMED_OUT",
             StatusOf(Http::Method::Post, "/v1/cards/{serial}/ack", request));
   end.set_value();
   m_DatabaseTimeout = CorvaneTest::kTimeout;
   EXPECT_THAT(*DeferredResponse(Http::Method::Get, "/v1/acknowledgments", {}).m_Body,
-              testing::HasSubstr(R"("serial_number":"S0","reason":"MISSING")"));
+              testing::HasSubstr(R"("serial_number":"S0","reason":"DETACHED")"));
 }
 
 // Clients can read the log even when many calls wait for a card.
