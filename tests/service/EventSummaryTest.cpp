@@ -79,10 +79,12 @@ class Summary : public testing::Test {
   Service::EventSummary m_Summary;
 };
 
-TEST_F(Summary, IsEmptyBeforeTheFirstUpdate) {
+TEST_F(Summary, HasNoCountsBeforeTheFirstUpdate) {
   HostKit::AppendEvents({Event(1, kWarm, "S1")});
   EXPECT_THAT(Events(), ElementsAre());
-  EXPECT_THAT(Counts(), ElementsAre());
+  EXPECT_THROW(Counts(), DBEXCEPTION::DatabaseException);
+  m_Summary.Update();
+  EXPECT_EQ(1U, Counts().size());
 }
 
 TEST_F(Summary, KeepsTheNewestEventOfEachKindAndObject) {
